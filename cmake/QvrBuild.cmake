@@ -1,0 +1,60 @@
+# Settings that every target of the project shares, and the functions that declare its targets.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/lib")
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/archive")
+
+set(QVR_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+
+find_program(QVR_CCACHE ccache)
+if(QVR_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${QVR_CCACHE}")
+endif()
+
+add_library(qvr_build_settings INTERFACE)
+target_include_directories(qvr_build_settings INTERFACE "${PROJECT_SOURCE_DIR}/include")
+target_compile_options(qvr_build_settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+if(QVR_SANITIZE)
+    target_compile_options(qvr_build_settings INTERFACE
+        -fsanitize=${QVR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+    target_link_options(qvr_build_settings INTERFACE -fsanitize=${QVR_SANITIZE})
+endif()
+
+# A library that a program loads at run time by the name `file`, with just the exports that the
+# version script names. -Bsymbolic: two GenTL producers in one process export the same names, and
+# neither may answer for the other.
+function(qvr_add_plugin target file version_script)
+    add_library(${target} MODULE ${ARGN})
+    cmake_path(GET file STEM LAST_ONLY stem)
+    cmake_path(GET file EXTENSION LAST_ONLY extension)
+    set_target_properties(${target} PROPERTIES
+        PREFIX "" OUTPUT_NAME "${stem}" SUFFIX "${extension}"
+        LINK_DEPENDS "${version_script}")
+    target_link_options(${target} PRIVATE
+        -Wl,-Bsymbolic -Wl,--version-script=${version_script})
+    if(NOT QVR_SANITIZE)
+        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    endif()
+    target_link_libraries(${target} PRIVATE qvr_build_settings)
+endfunction()
+
+# A linker version script that exports just the functions named in `list`, a file of FN(group, name, ...)
+# lines.
+function(qvr_version_script output list)
+    file(STRINGS "${list}" lines REGEX "^FN\\(")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list}")
+    set(names "")
+    foreach(line IN LISTS lines)
+        string(REGEX REPLACE "^FN\\([A-Z0-9_]+, ([A-Za-z0-9_]+).*" "    \\1;\n" name "${line}")
+        string(APPEND names "${name}")
+    endforeach()
+    file(CONFIGURE OUTPUT "${output}" CONTENT "{\nglobal:\n${names}local:\n    *;\n};\n" @ONLY)
+endfunction()

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "port/proxy_module.h"
+
+namespace GenTL::internal
+{
+
+/// One filled lower buffer, for one pass of the acquisition loop.
+///
+/// Reads base and size of the lower buffer once, when it is made. Its end closes nothing: giving the lower
+/// buffer back is RequeueBuffer's task.
+class ProxyBuffer final : public ProxyModule
+{
+public:
+    /// @throws GenTLException the lower producer's failure to answer BUFFER_INFO_BASE or BUFFER_INFO_SIZE
+    ProxyBuffer(std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE dataStream, BUFFER_HANDLE handle);
+
+    ModuleType GetModuleType() const override { return ModuleType::Buffer; }
+
+    /// The lower stream that the buffer belongs to.
+    DS_HANDLE DataStream() const { return m_dataStream; }
+    void *Base() const { return m_base; }
+    /// Bytes of the buffer's whole memory.
+    size_t Size() const { return m_size; }
+    /// The lower producer, for further queries on this buffer.
+    IGenTLProxy &Lower() const { return *Proxy(); }
+
+private:
+    DS_HANDLE m_dataStream;
+    void *m_base{};
+    size_t m_size{};
+};
+
+} // namespace GenTL::internal

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <gentl/gentl.h>
+
+#include <stdexcept>
+#include <string>
+
+namespace GenTL::internal::exceptions
+{
+
+/// The error type of the system: a message for the consumer's last error and the code that the export
+/// returns. Any other std::exception reaches the consumer as GC_ERR_ERROR.
+class GenTLException : public std::runtime_error
+{
+public:
+    GenTLException(const std::string &message, GC_ERROR code) : std::runtime_error(message), m_code(code) {}
+
+    GC_ERROR Code() const noexcept { return m_code; }
+
+private:
+    GC_ERROR m_code;
+};
+
+} // namespace GenTL::internal::exceptions
+
+namespace GenTL::internal
+{
+using exceptions::GenTLException;
+}
