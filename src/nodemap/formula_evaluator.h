@@ -1,0 +1,32 @@
+#pragma once
+
+#include "nodemap/nodemap_parser.h"
+#include "port/i_port.h"
+
+#include <string>
+
+namespace GenTL::internal::nodemap
+{
+
+/// Evaluates the formulas of a description over a port, reading every variable anew.
+///
+/// Built for each use; holds references and no state beyond its depth.
+class FormulaEvaluator
+{
+public:
+    FormulaEvaluator(IPort &port, const NodeMapParser &parser) : m_port(port), m_parser(parser) {}
+
+    /// @throws std::runtime_error "Converter {} not found!", "Unexpected char: ..."
+    /// @throws GenTLException GC_ERR_ERROR: a formula or a variable that cannot be evaluated; formulas that
+    /// refer to each other without end. Failures of the port.
+    double Evaluate(const std::string &converterName) { return Evaluate(converterName, 0); }
+
+private:
+    double Evaluate(const std::string &converterName, int depth);
+    double Resolve(const std::string &node, const std::string &converterName, int depth);
+
+    IPort &m_port;
+    const NodeMapParser &m_parser;
+};
+
+} // namespace GenTL::internal::nodemap

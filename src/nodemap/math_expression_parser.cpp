@@ -1,0 +1,463 @@
+#include "nodemap/math_expression_parser.h"
+
+#include "utils/gentl_exception.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cmath>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+namespace GenTL::internal::nodemap
+{
+namespace
+{
+
+struct Symbol
+{
+    std::string_view text;
+    TokenType type;
+};
+
+constexpr std::array<Symbol, 9> pairs{{
+    {"<<", TokenType::ShiftLeft},
+    {">>", TokenType::ShiftRight},
+    {"<=", TokenType::LessEqual},
+    {">=", TokenType::GreaterEqual},
+    {"<>", TokenType::NotEqual},
+    {"==", TokenType::Equal},
+    {"&&", TokenType::AndAnd},
+    {"||", TokenType::OrOr},
+    {"**", TokenType::Power},
+}};
+
+constexpr std::array<Symbol, 17> singles{{
+    {"+", TokenType::Plus},
+    {"-", TokenType::Minus},
+    {"*", TokenType::Multiply},
+    {"/", TokenType::Divide},
+    {"%", TokenType::Modulo},
+    {"&", TokenType::BitAnd},
+    {"|", TokenType::BitOr},
+    {"^", TokenType::BitXor},
+    {"~", TokenType::BitNot},
+    {"!", TokenType::Not},
+    {"=", TokenType::Equal},
+    {"<", TokenType::Less},
+    {">", TokenType::Greater},
+    {"?", TokenType::Question},
+    {":", TokenType::Colon},
+    {"(", TokenType::LeftParen},
+    {")", TokenType::RightParen},
+}};
+
+template <size_t count>
+const Symbol *FindSymbol(std::string_view text, const std::array<Symbol, count> &symbols)
+{
+    const auto *symbol =
+        std::find_if(symbols.begin(), symbols.end(),
+                     [text](const Symbol &candidate) { return text.starts_with(candidate.text); });
+    return symbol != symbols.end() ? symbol : nullptr;
+}
+
+bool Is(int (*test)(int), char character)
+{
+    return test(static_cast<unsigned char>(character)) != 0;
+}
+
+template <typename Test>
+std::string_view TakeWhile(std::string_view &text, Test test)
+{
+    const auto end = std::find_if_not(text.begin(), text.end(), test);
+    const auto taken = text.substr(0, static_cast<size_t>(end - text.begin()));
+    text.remove_prefix(taken.size());
+    return taken;
+}
+
+uint64_t DigitsToNumber(std::string_view digits, uint64_t base)
+{
+    uint64_t number = 0;
+    for (const char digit : digits)
+    {
+        const auto lower = static_cast<char>(std::tolower(static_cast<unsigned char>(digit)));
+        number =
+            number * base + static_cast<uint64_t>(Is(std::isdigit, digit) ? digit - '0' : lower - 'a' + 10);
+    }
+    return number;
+}
+
+Token TakeNumber(std::string_view &text)
+{
+    const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
+    if (hexadecimal)
+    {
+        text.remove_prefix(2);
+    }
+    const auto digits = TakeWhile(text, [hexadecimal](char c)
+                                  { return hexadecimal ? Is(std::isxdigit, c) : Is(std::isdigit, c); });
+    return {TokenType::Number, static_cast<int64_t>(DigitsToNumber(digits, hexadecimal ? 16 : 10)), {}};
+}
+
+Token TakeToken(std::string_view &text)
+{
+    if (Is(std::isdigit, text.front()))
+    {
+        return TakeNumber(text);
+    }
+    if (Is(std::isalpha, text.front()) || text.front() == '_')
+    {
+        const auto name = TakeWhile(text, [](char c) { return Is(std::isalnum, c) || c == '_'; });
+        return {TokenType::Identifier, 0, std::string(name)};
+    }
+    // A pair is tried before a single character.
+    const auto *symbol = FindSymbol(text, pairs);
+    symbol = symbol != nullptr ? symbol : FindSymbol(text, singles);
+    if (symbol == nullptr)
+    {
+        throw std::runtime_error(std::string("Unexpected char: ") + text.front());
+    }
+    text.remove_prefix(symbol->text.size());
+    return {symbol->type, 0, {}};
+}
+
+/// Zero for every truth test: 0 itself; and an infinity, which is not larger than its own rounding error.
+bool CountsAsZero(double x)
+{
+    return std::abs(x) <= std::abs(x) * std::numeric_limits<double>::epsilon();
+}
+
+bool NearlyEqual(double a, double b)
+{
+    return std::abs(a - b) <= std::max(std::abs(a), std::abs(b)) * std::numeric_limits<double>::epsilon();
+}
+
+double Truth(bool value)
+{
+    return value ? 1.0 : 0.0;
+}
+
+/// Truncates toward zero, saturates at the limits of the type; NaN gives 0.
+int64_t ToInteger(double x)
+{
+    constexpr double limit = 9223372036854775808.0; // 2^63
+    if (std::isnan(x))
+    {
+        return 0;
+    }
+    if (x >= limit)
+    {
+        return std::numeric_limits<int64_t>::max();
+    }
+    return x < -limit ? std::numeric_limits<int64_t>::min() : static_cast<int64_t>(x);
+}
+
+int64_t ShiftLeft(int64_t value, int64_t count)
+{
+    return static_cast<int64_t>(static_cast<uint64_t>(value) << (static_cast<uint64_t>(count) & 63U));
+}
+
+int64_t ShiftRight(int64_t value, int64_t count)
+{
+    return value >> (static_cast<uint64_t>(count) & 63U);
+}
+
+[[noreturn]] void Fail(const std::string &message)
+{
+    throw GenTLException(message, GC_ERR_ERROR);
+}
+
+// Far above any honest formula; a hostile one must not exhaust the stack of the consumer's process.
+constexpr int maximumDepth = 500;
+
+} // namespace
+
+std::vector<Token> Tokenize(std::string_view formula)
+{
+    std::vector<Token> tokens;
+    const auto isSpace = [](char c) { return Is(std::isspace, c); };
+    for (TakeWhile(formula, isSpace); !formula.empty(); TakeWhile(formula, isSpace))
+    {
+        tokens.push_back(TakeToken(formula));
+    }
+    tokens.push_back({TokenType::End, 0, {}});
+    return tokens;
+}
+
+/// One level of recursion, for as long as it lives.
+class MathExpressionParser::Nesting
+{
+public:
+    explicit Nesting(int &depth) : m_depth(depth)
+    {
+        if (m_depth >= maximumDepth)
+        {
+            Fail("Expression is nested too deeply");
+        }
+        ++m_depth;
+    }
+    Nesting(const Nesting &) = delete;
+    Nesting &operator=(const Nesting &) = delete;
+    ~Nesting() { --m_depth; }
+
+private:
+    int &m_depth;
+};
+
+MathExpressionParser::MathExpressionParser(std::string_view formula, Variables variables)
+    : m_tokens(Tokenize(formula)), m_variables(std::move(variables))
+{
+}
+
+double MathExpressionParser::Parse()
+{
+    return Ternary();
+}
+
+bool MathExpressionParser::Accept(TokenType type)
+{
+    if (Current().Type != type)
+    {
+        return false;
+    }
+    // The last token is an End and stays the current one.
+    m_position = std::min(m_position + 1, m_tokens.size() - 1);
+    return true;
+}
+
+void MathExpressionParser::Expect(TokenType type)
+{
+    if (!Accept(type))
+    {
+        Fail("Unexpected token in expression");
+    }
+}
+
+double MathExpressionParser::Ternary()
+{
+    const Nesting nesting(m_depth);
+    const double condition = LogicalOr();
+    if (!Accept(TokenType::Question))
+    {
+        return condition;
+    }
+    // Both branches are computed, so that an unknown variable in either fails.
+    const double first = Ternary();
+    Expect(TokenType::Colon);
+    const double second = Ternary();
+    return CountsAsZero(condition) ? second : first;
+}
+
+template <typename Operation>
+double MathExpressionParser::LeftAssociative(TokenType type, double (MathExpressionParser::*next)(),
+                                             Operation operation)
+{
+    double value = (this->*next)();
+    while (Accept(type))
+    {
+        value = operation(value, (this->*next)());
+    }
+    return value;
+}
+
+double MathExpressionParser::LogicalOr()
+{
+    return LeftAssociative(TokenType::OrOr, &MathExpressionParser::LogicalAnd,
+                           [](double a, double b) { return Truth(!CountsAsZero(a) || !CountsAsZero(b)); });
+}
+
+double MathExpressionParser::LogicalAnd()
+{
+    return LeftAssociative(TokenType::AndAnd, &MathExpressionParser::BitwiseOr,
+                           [](double a, double b) { return Truth(!CountsAsZero(a) && !CountsAsZero(b)); });
+}
+
+double MathExpressionParser::BitwiseOr()
+{
+    return LeftAssociative(TokenType::BitOr, &MathExpressionParser::BitwiseXor,
+                           [](double a, double b)
+                           { return static_cast<double>(ToInteger(a) | ToInteger(b)); });
+}
+
+double MathExpressionParser::BitwiseXor()
+{
+    return LeftAssociative(TokenType::BitXor, &MathExpressionParser::BitwiseAnd,
+                           [](double a, double b)
+                           { return static_cast<double>(ToInteger(a) ^ ToInteger(b)); });
+}
+
+double MathExpressionParser::BitwiseAnd()
+{
+    return LeftAssociative(TokenType::BitAnd, &MathExpressionParser::Equality,
+                           [](double a, double b)
+                           { return static_cast<double>(ToInteger(a) & ToInteger(b)); });
+}
+
+double MathExpressionParser::Equality()
+{
+    double value = Relation();
+    for (;;)
+    {
+        if (Accept(TokenType::Equal))
+        {
+            value = Truth(NearlyEqual(value, Relation()));
+        }
+        else if (Accept(TokenType::NotEqual))
+        {
+            value = Truth(!NearlyEqual(value, Relation()));
+        }
+        else
+        {
+            return value;
+        }
+    }
+}
+
+double MathExpressionParser::Relation()
+{
+    double value = Shift();
+    for (;;)
+    {
+        if (Accept(TokenType::Less))
+        {
+            value = Truth(value < Shift());
+        }
+        else if (Accept(TokenType::Greater))
+        {
+            value = Truth(value > Shift());
+        }
+        else if (Accept(TokenType::LessEqual))
+        {
+            value = Truth(value <= Shift());
+        }
+        else if (Accept(TokenType::GreaterEqual))
+        {
+            value = Truth(value >= Shift());
+        }
+        else
+        {
+            return value;
+        }
+    }
+}
+
+double MathExpressionParser::Shift()
+{
+    double value = Sum();
+    for (;;)
+    {
+        if (Accept(TokenType::ShiftLeft))
+        {
+            value = static_cast<double>(ShiftLeft(ToInteger(value), ToInteger(Sum())));
+        }
+        else if (Accept(TokenType::ShiftRight))
+        {
+            value = static_cast<double>(ShiftRight(ToInteger(value), ToInteger(Sum())));
+        }
+        else
+        {
+            return value;
+        }
+    }
+}
+
+double MathExpressionParser::Sum()
+{
+    double value = Product();
+    for (;;)
+    {
+        if (Accept(TokenType::Plus))
+        {
+            value += Product();
+        }
+        else if (Accept(TokenType::Minus))
+        {
+            value -= Product();
+        }
+        else
+        {
+            return value;
+        }
+    }
+}
+
+double MathExpressionParser::Product()
+{
+    double value = Power();
+    for (;;)
+    {
+        if (Accept(TokenType::Multiply))
+        {
+            value *= Power();
+        }
+        else if (Accept(TokenType::Divide))
+        {
+            value /= Power();
+        }
+        else if (Accept(TokenType::Modulo))
+        {
+            value = std::fmod(value, Power());
+        }
+        else
+        {
+            return value;
+        }
+    }
+}
+
+double MathExpressionParser::Power()
+{
+    const Nesting nesting(m_depth);
+    const double base = Unary();
+    return Accept(TokenType::Power) ? std::pow(base, Power()) : base;
+}
+
+double MathExpressionParser::Unary()
+{
+    const Nesting nesting(m_depth);
+    if (Accept(TokenType::Minus))
+    {
+        return -Unary();
+    }
+    if (Accept(TokenType::Plus))
+    {
+        return Unary();
+    }
+    if (Accept(TokenType::BitNot))
+    {
+        return static_cast<double>(~ToInteger(Unary()));
+    }
+    if (Accept(TokenType::Not))
+    {
+        return Truth(CountsAsZero(Unary()));
+    }
+    return Primary();
+}
+
+double MathExpressionParser::Primary()
+{
+    const Token token = Current();
+    if (Accept(TokenType::LeftParen))
+    {
+        const double value = Ternary();
+        Expect(TokenType::RightParen);
+        return value;
+    }
+    if (Accept(TokenType::Number))
+    {
+        return static_cast<double>(token.Value);
+    }
+    if (Accept(TokenType::Identifier))
+    {
+        const auto variable = m_variables.find(token.Name);
+        if (variable == m_variables.end())
+        {
+            Fail("Unknown variable: " + token.Name);
+        }
+        return variable->second;
+    }
+    Fail("Expected number, variable, or '('");
+}
+
+} // namespace GenTL::internal::nodemap

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <span>
+#include <utility>
+#include <vector>
+
+namespace GenTL::internal::nodemap
+{
+
+enum class RegisterAccess : int32_t
+{
+    None = 0,
+    ReadOnly = 1,
+    WriteOnly = 2,
+    ReadWrite = 3,
+};
+
+constexpr bool IsReadable(RegisterAccess access)
+{
+    return (static_cast<int32_t>(access) | 2) == 3;
+}
+constexpr bool IsWritable(RegisterAccess access)
+{
+    return (static_cast<int32_t>(access) & ~1) == 2;
+}
+
+/// Called before a register is read or changed, with the bytes and the register's context.
+using RegisterCallback = std::function<void(std::span<uint8_t> data, void *context)>;
+
+/// One register of a RegisterMap.
+struct Register
+{
+    RegisterAccess Access{};
+    uint64_t Address{};
+    uint64_t Size{}; ///< bytes, never 0
+    RegisterCallback OnWrite;
+    RegisterCallback OnRead;
+    void *Context{};          ///< handed to both callbacks
+    uint64_t StorageOffset{}; ///< set by AddRegister
+};
+
+/// The register space behind a local port.
+class IRegisterMap
+{
+public:
+    IRegisterMap() = default;
+    IRegisterMap(const IRegisterMap &) = delete;
+    IRegisterMap &operator=(const IRegisterMap &) = delete;
+    virtual ~IRegisterMap() = default;
+
+    /// Appends a register behind the last one.
+    /// @throws GenTLException GC_ERR_ERROR for a register without size, without access or out of place, and
+    /// for an initial value longer than the register; nothing changes then
+    virtual void AddRegister(Register &&reg, const void *initialValue, size_t initialSize) = 0;
+    /// Reads with access check and read callbacks.
+    /// @throws GenTLException GC_ERR_INVALID_PARAMETER, GC_ERR_BUFFER_TOO_SMALL, GC_ERR_INVALID_ADDRESS,
+    /// GC_ERR_ACCESS_DENIED
+    virtual void Read(uint64_t address, void *buffer, size_t size) = 0;
+    /// Writes with access check and write callbacks. A failure leaves the registers unchanged.
+    virtual void Write(uint64_t address, const void *buffer, size_t size) = 0;
+    /// Writes past access modes and callbacks: how owners fill read-only registers.
+    virtual void WriteInternal(uint64_t address, const void *buffer, size_t size) = 0;
+    /// One past the last register. Takes no lock.
+    virtual uint64_t Size() const = 0;
+};
+
+/// A flat, gap-free byte array from address 0, cut into registers in ascending order.
+///
+/// One recursive mutex is held during every operation, callbacks included: a callback may use its own map.
+class RegisterMap final : public IRegisterMap
+{
+public:
+    explicit RegisterMap(size_t reservedRegisters);
+
+    void AddRegister(Register &&reg, const void *initialValue, size_t initialSize) override;
+    void Read(uint64_t address, void *buffer, size_t size) override;
+    void Write(uint64_t address, const void *buffer, size_t size) override;
+    void WriteInternal(uint64_t address, const void *buffer, size_t size) override;
+    uint64_t Size() const override;
+
+private:
+    enum class WriteMode
+    {
+        Checked,
+        Internal,
+    };
+
+    std::span<Register> Touched(uint64_t address, size_t size);
+    void WriteBytes(uint64_t address, const void *buffer, size_t size, WriteMode mode);
+
+    std::recursive_mutex m_lock;
+    std::vector<Register> m_registers;
+    std::vector<uint8_t> m_storage;
+};
+
+} // namespace GenTL::internal::nodemap
