@@ -6,13 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <span>
-#include <utility>
 #include <vector>
-
-namespace tarn::common
-{
-class Metadata;
-}
 
 namespace GenTL::internal
 {
@@ -39,21 +33,12 @@ public:
     /// @return the input format to set on the device
     virtual tarn::common::PixelFormat SetOutputPixelFormat(Component component,
                                                            tarn::common::PixelFormat format) = 0;
-    virtual Scan3dOutputMode GetScan3dOutputMode() = 0;
-    virtual void SetScan3dOutputMode(Scan3dOutputMode mode) = 0;
-    /// Minimum and maximum of an axis.
-    virtual std::pair<double, double> GetScan3dAxisMinMax(Scan3dCoordinate coordinate) = 0;
-    virtual void SetScan3dInfo(const Scan3dInfo &info) = 0;
-    virtual void SetLensCalibrationData(const std::vector<uint8_t> &bytes) = 0;
-    virtual void SetMetadata(const tarn::common::Metadata &metadata) = 0;
     virtual std::vector<tarn::common::PixelFormat> AvailableOutputPixelFormats(Component component) = 0;
     virtual ProcessingResult Process(const InputData &input, std::span<uint8_t> output) = 0;
     /// Gives the device's payload size before processing, bytes.
     virtual void SetPayloadSizeCallback(std::function<uint64_t()> callback) = 0;
     /// Gives the device's current image size.
     virtual void SetImageSizeCallback(std::function<tarn::common::Size()> callback) = 0;
-    /// Gives the device's current image geometry.
-    virtual void SetMetadataCallback(std::function<tarn::common::Metadata()> callback) = 0;
     virtual void AcquisitionStarted() = 0;
     virtual void AcquisitionStopped() = 0;
 };
