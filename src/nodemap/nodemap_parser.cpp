@@ -406,12 +406,20 @@ const NodeInfo &NodeMapParser::FindInterfaceNode(const std::string &name) const
 
 const NodeInfo &NodeMapParser::FindFeatureNode(const std::string &name) const
 {
-    const auto interface = m_interfaces.find(name);
-    if (interface != m_interfaces.end())
+    const auto *node = TryFindFeatureNode(name);
+    return node != nullptr ? *node : FindInterfaceNode(name);
+}
+
+const NodeInfo *NodeMapParser::TryFindFeatureNode(const std::string &name) const
+{
+    for (const auto *table : {&m_interfaces, &m_registers})
     {
-        return *interface->second;
+        if (const auto node = table->find(name); node != table->end())
+        {
+            return &*node->second;
+        }
     }
-    return *Lookup(m_registers, name, "Interface Node {} not found!");
+    return nullptr;
 }
 
 std::optional<NodeInfo> NodeMapParser::TryFindNodeByAddress(uint64_t address) const

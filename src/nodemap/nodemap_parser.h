@@ -148,6 +148,8 @@ public:
     /// A feature by name: a value node, or failing that a register that is a feature itself, as a StringReg.
     /// @throws std::runtime_error "Interface Node {} not found!"
     const NodeInfo &FindFeatureNode(const std::string &name) const;
+    /// The same, null when there is neither.
+    const NodeInfo *TryFindFeatureNode(const std::string &name) const;
     std::optional<NodeInfo> TryFindNodeByAddress(uint64_t address) const;
 
     /// @throws std::runtime_error "Converter {} not found!"

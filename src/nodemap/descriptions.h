@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string_view>
+
+namespace GenTL::internal::nodemap
+{
+
+/// The GenICam description of the System module: 27618 bytes of plain XML.
+std::string_view SystemDescription();
+
+/// The GenICam description of a Data Stream module: 24472 bytes of plain XML.
+std::string_view DataStreamDescription();
+
+} // namespace GenTL::internal::nodemap

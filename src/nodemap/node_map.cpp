@@ -1,0 +1,212 @@
+#include "nodemap/node_map.h"
+
+#include "port/stacked_access.h"
+#include "utils/checks.h"
+#include "utils/info.h"
+
+#include <fmt/format.h>
+
+#include <cstring>
+#include <utility>
+#include <vector>
+
+namespace GenTL::internal::nodemap
+{
+
+namespace
+{
+
+std::span<const uint8_t> BytesOf(const std::variant<int32_t, int64_t, std::string, float> &value)
+{
+    return std::visit(
+        [](const auto &held) -> std::span<const uint8_t>
+        {
+            if constexpr (std::is_same_v<std::decay_t<decltype(held)>, std::string>)
+            {
+                return {reinterpret_cast<const uint8_t *>(held.data()), held.size()};
+            }
+            else
+            {
+                return {reinterpret_cast<const uint8_t *>(&held), sizeof held};
+            }
+        },
+        value);
+}
+
+RegisterAccess AccessOf(int32_t number)
+{
+    const bool isKnown = number >= static_cast<int32_t>(RegisterAccess::ReadOnly) &&
+                         number <= static_cast<int32_t>(RegisterAccess::ReadWrite);
+    return isKnown ? static_cast<RegisterAccess>(number) : RegisterAccess::None;
+}
+
+[[noreturn]] void ThrowNotImplemented(int32_t command)
+{
+    throw GenTLException(fmt::format("Command {} is not implemented", command), GC_ERR_NOT_IMPLEMENTED);
+}
+
+template <typename Buffer, typename Access>
+void AccessRegisters(Buffer *pBuffer, size_t *piSize, Access access)
+{
+    utils::CheckNotNull("piSize", piSize);
+    utils::CheckNotZero("*piSize", *piSize);
+    utils::CheckNotNull("pBuffer", pBuffer);
+    const size_t size = *piSize;
+    *piSize = 0;
+    access(size);
+    *piSize = size;
+}
+
+} // namespace
+
+NodeMap::NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
+                 void *owner, std::span<const RegisterDefinition> definitions)
+    : m_portName(std::move(portName)), m_tlType(std::move(tlType)), m_moduleType(moduleType),
+      m_document(document), m_owner(owner)
+{
+    uint64_t total = 0;
+    for (const auto &definition : definitions)
+    {
+        total += definition.Size;
+    }
+    m_registerMap = std::make_unique<RegisterMap>(total);
+    for (const auto &definition : definitions)
+    {
+        const auto bytes = BytesOf(definition.InitialValue);
+        m_registerMap->AddRegister({.Access = AccessOf(definition.Access),
+                                    .Address = definition.Address,
+                                    .Size = definition.Size,
+                                    .OnWrite = definition.OnWrite,
+                                    .OnRead = definition.OnRead,
+                                    .Context = m_owner},
+                                   bytes.data(), bytes.size());
+    }
+    m_documentAddress = m_registerMap->Size();
+    m_registerMap->AddRegister({.Access = RegisterAccess::ReadOnly,
+                                .Address = m_documentAddress,
+                                .Size = m_document.size(),
+                                .Context = m_owner},
+                               m_document.data(), m_document.size());
+}
+
+IRegisterMap &NodeMap::GetRegisterMap()
+{
+    if (!m_registerMap)
+    {
+        throw GenTLException("RegisterMap not initialized!", GC_ERR_ERROR);
+    }
+    return *m_registerMap;
+}
+
+std::string NodeMap::Url() const
+{
+    return fmt::format("local:///{}.xml;{:X};{:X}?SchemaVersion={}.{}.0", ToString(m_moduleType),
+                       m_documentAddress, m_document.size(), 1, 1);
+}
+
+// The answer is one byte longer than the text and its terminator need, and the buffer's size is not
+// reported back: consumers that allocate what they are told see the length that they always saw.
+void NodeMap::GetPortURL(char *sURL, size_t *piSize)
+{
+    utils::CheckNotNull("piSize", piSize);
+    const auto url = Url();
+    const size_t needed = url.size() + 2;
+    if (sURL == nullptr)
+    {
+        *piSize = needed;
+        return;
+    }
+    utils::CheckBufferSize(*piSize, needed);
+    std::memcpy(sURL, url.c_str(), url.size() + 1);
+    sURL[url.size() + 1] = '\0';
+}
+
+void NodeMap::GetPortInfo(PORT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
+    const utils::InfoQuery query{piType, pBuffer, piSize};
+    switch (iInfoCmd)
+    {
+    case PORT_INFO_ID:
+    case PORT_INFO_PORTNAME:
+        return utils::WriteStringInfo(m_portName, query);
+    case PORT_INFO_VENDOR:
+        return utils::WriteStringInfo("Varkel", query);
+    case PORT_INFO_MODEL:
+        return utils::WriteStringInfo("Proxy Transport Layer", query);
+    case PORT_INFO_TLTYPE:
+        return utils::WriteStringInfo(m_tlType, query);
+    case PORT_INFO_MODULE:
+        return utils::WriteStringInfo("TL" + ToString(m_moduleType), query);
+    case PORT_INFO_LITTLE_ENDIAN:
+    case PORT_INFO_ACCESS_READ:
+    case PORT_INFO_ACCESS_WRITE:
+        return query.AnswerBool(true);
+    case PORT_INFO_BIG_ENDIAN:
+    case PORT_INFO_ACCESS_NA:
+    case PORT_INFO_ACCESS_NI:
+        return query.AnswerBool(false);
+    case PORT_INFO_VERSION:
+        return utils::WriteStringInfo("1.0.0.0", query);
+    default:
+        ThrowNotImplemented(iInfoCmd);
+    }
+}
+
+void NodeMap::GetNumPortURLs(uint32_t *piNumURLs)
+{
+    utils::CheckNotNull("piNumURLs", piNumURLs);
+    *piNumURLs = 1;
+}
+
+void NodeMap::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                             size_t *piSize)
+{
+    utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
+    utils::CheckIndex(iURLIndex, 1);
+    const utils::InfoQuery query{piType, pBuffer, piSize};
+    switch (iInfoCmd)
+    {
+    case URL_INFO_URL:
+        return utils::WriteStringInfo(Url(), query);
+    case URL_INFO_SCHEMA_VER_MAJOR:
+    case URL_INFO_SCHEMA_VER_MINOR:
+    case URL_INFO_FILE_VER_MAJOR:
+        return query.AnswerInt32(1);
+    case URL_INFO_FILE_VER_MINOR:
+    case URL_INFO_FILE_VER_SUBMINOR:
+        return query.AnswerInt32(0);
+    case URL_INFO_FILE_REGISTER_ADDRESS:
+        return query.AnswerUint64(m_documentAddress);
+    case URL_INFO_FILE_SIZE:
+        return query.AnswerUint64(m_document.size());
+    case URL_INFO_SCHEME:
+        return query.AnswerInt32(URL_SCHEME_LOCAL);
+    case URL_INFO_FILENAME:
+        return utils::WriteStringInfo(ToString(m_moduleType) + ".xml", query);
+    default:
+        ThrowNotImplemented(iInfoCmd);
+    }
+}
+
+void NodeMap::ReadPortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries)
+{
+    ReadStacked(*this, pEntries, piNumEntries);
+}
+
+void NodeMap::WritePortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries)
+{
+    WriteStacked(*this, pEntries, piNumEntries);
+}
+
+void NodeMap::ReadRegisters(uint64_t iAddress, void *pBuffer, size_t *piSize)
+{
+    AccessRegisters(pBuffer, piSize, [&](size_t size) { GetRegisterMap().Read(iAddress, pBuffer, size); });
+}
+
+void NodeMap::WriteRegisters(uint64_t iAddress, const void *pBuffer, size_t *piSize)
+{
+    AccessRegisters(pBuffer, piSize, [&](size_t size) { GetRegisterMap().Write(iAddress, pBuffer, size); });
+}
+
+} // namespace GenTL::internal::nodemap

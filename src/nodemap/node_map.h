@@ -1,0 +1,55 @@
+#pragma once
+
+#include "nodemap/register_definition.h"
+#include "nodemap/register_map.h"
+#include "port/i_port.h"
+
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace GenTL::internal::nodemap
+{
+
+/// The port of a module that answers for itself: registers from a table, and behind them the module's own
+/// GenICam description, announced by a "local:" URL like any device's.
+///
+/// Made and owned by its module, which is the context of the callbacks and fills registers through
+/// GetRegisterMap. Any thread may access it: the register map serialises, everything else is constant.
+class NodeMap final : public IPort
+{
+public:
+    /// @param document must stay where it is for as long as this object
+    /// @throws GenTLException for a table with a gap or a value longer than its register
+    NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
+            void *owner, std::span<const RegisterDefinition> definitions);
+
+    /// @throws GenTLException "RegisterMap not initialized!", GC_ERR_ERROR
+    IRegisterMap &GetRegisterMap();
+
+    void GetPortURL(char *sURL, size_t *piSize) override;
+    void GetPortInfo(PORT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) override;
+    void GetNumPortURLs(uint32_t *piNumURLs) override;
+    void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                        size_t *piSize) override;
+    void ReadPortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
+    void WritePortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
+    ModuleType GetModuleType() const override { return m_moduleType; }
+    /// A failed access leaves a size of 0 behind.
+    void ReadRegisters(uint64_t iAddress, void *pBuffer, size_t *piSize) override;
+    void WriteRegisters(uint64_t iAddress, const void *pBuffer, size_t *piSize) override;
+
+private:
+    std::string Url() const;
+
+    std::string m_portName;
+    std::string m_tlType;
+    ModuleType m_moduleType;
+    std::string_view m_document;
+    void *m_owner;
+    uint64_t m_documentAddress = 0;
+    std::unique_ptr<IRegisterMap> m_registerMap;
+};
+
+} // namespace GenTL::internal::nodemap
