@@ -1,0 +1,111 @@
+#pragma once
+
+#include "port/i_port.h"
+#include "processing/types.h"
+#include "utils/info.h"
+
+#include <atomic>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace GenTL::internal
+{
+
+class ILibrary;
+
+/// Where a consumer buffer is. This is the only record of queue membership.
+///
+///                    queue                 taken by the thread
+///     Announced ----------------> Input ------------------------> Filling
+///         ^ ^                       | |                             | |
+///         | +--------- discard -----+ |                             | |
+///         | +--------- discard -------|-----------------------------+ |
+///         |                           +- flush to output -+           | push
+///         |     EventGetData, discard                     v           v
+///         +----------------------------------------------- Output <---+
+enum class BufferState : int32_t
+{
+    Announced = 0, ///< known to the stream, not queued; owned by the consumer
+    Input = 1,     ///< queued, free to be filled
+    Filling = 2,   ///< taken by the acquisition thread
+    Output = 3,    ///< pushed; waits for EventGetData
+};
+
+/// One consumer buffer, the object behind a BUFFER_HANDLE: memory, the description of its last frame, and the
+/// answers to all buffer queries. It never talks to the lower producer.
+///
+/// Made by the stream when it is announced; the stream and the Buffer registry own it until it is revoked.
+/// As a port it has neither description nor registers.
+///
+/// Without a lock. State and flags are atomic; the plain fields belong to the acquisition thread while the
+/// buffer is in Filling, and are published by the step to Output: a consumer reads them after EventGetData.
+class Buffer final : public IPort
+{
+public:
+    /// Over memory of the consumer, which must outlive the buffer.
+    Buffer(ILibrary &library, void *memory, size_t size, void *userPointer);
+    /// Over memory of its own, filled with zeros.
+    Buffer(ILibrary &library, size_t size, void *userPointer);
+
+    BufferState GetState() const { return m_state; }
+    size_t GetSize() const { return m_size; }
+    void *GetBase() const { return m_base; }
+    void *GetUserPointer() const { return m_userPointer; }
+    const BufferMetadata &GetMetadata() const { return m_metadata; }
+    bool OwnsMemory() const { return !m_ownMemory.empty(); }
+    bool IsComplete() const { return m_complete; }
+
+    /// A step to Input ends the validity of the last frame.
+    void SetState(BufferState state);
+    void SetResult(bool complete, size_t sizeFilled, bool newData);
+    void SetMetadata(const BufferMetadata &metadata) { m_metadata = metadata; }
+    void SetParts(std::vector<BufferPartInfo> &&parts) { m_parts = std::move(parts); }
+    void SetChunks(const std::vector<ChunkEntry> &chunks, size_t chunkPayloadSize, uint64_t chunkLayoutId);
+
+    /// @throws GenTLException GC_ERR_NOT_AVAILABLE for what the last frame does not tell, before the
+    /// arguments are looked at; GC_ERR_NOT_IMPLEMENTED for an unknown command
+    void DSGetBufferInfo(BUFFER_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                         size_t *piSize) const;
+    /// @throws GenTLException GC_ERR_NO_DATA, before the arguments are looked at
+    void DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const;
+    /// 0 for a frame that is a single image.
+    uint32_t DSGetNumBufferParts() const { return static_cast<uint32_t>(m_parts.size()); }
+    void DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
+                             void *pBuffer, size_t *piSize) const;
+    /// A GenTLException of one entry becomes its result, and the walk goes on.
+    void DSGetBufferInfoStacked(DS_BUFFER_INFO_STACKED *pInfoStacked, size_t iNumInfos) const;
+    void DSGetBufferPartInfoStacked(DS_BUFFER_PART_INFO_STACKED *pInfoStacked, size_t iNumInfos) const;
+
+    ModuleType GetModuleType() const override { return ModuleType::Buffer; }
+    void GetPortURL(char *sURL, size_t *piSize) override;
+    void GetPortInfo(PORT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) override;
+    void GetNumPortURLs(uint32_t *piNumURLs) override;
+    void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                        size_t *piSize) override;
+    void ReadPortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
+    void WritePortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
+    void ReadRegisters(uint64_t iAddress, void *pBuffer, size_t *piSize) override;
+    void WriteRegisters(uint64_t iAddress, const void *pBuffer, size_t *piSize) override;
+
+private:
+    void AnswerAlways(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const;
+    void AnswerFrameInfo(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const;
+
+    ILibrary *m_library;
+    void *m_base;
+    size_t m_size;
+    size_t m_sizeFilled = 0;
+    void *m_userPointer;
+    std::vector<uint8_t> m_ownMemory; ///< empty for consumer memory
+    std::atomic<bool> m_complete = false;
+    std::atomic<bool> m_newData = false;
+    std::atomic<BufferState> m_state = BufferState::Announced;
+    BufferMetadata m_metadata;
+    std::vector<BufferPartInfo> m_parts; ///< empty for a single image
+    uint64_t m_chunkLayoutId = 0;
+    size_t m_chunkPayloadSize = 0;
+    std::vector<ChunkEntry> m_chunks;
+};
+
+} // namespace GenTL::internal

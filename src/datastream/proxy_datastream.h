@@ -1,0 +1,59 @@
+#pragma once
+
+#include "datastream/i_proxy_datastream.h"
+#include "nodemap/nodemap_parser.h"
+#include "port/proxy_module.h"
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace GenTL::internal
+{
+
+class ILibrary;
+class RemotePort;
+
+/// The one lower data stream of a device, with its private buffers and its new-buffer event.
+///
+/// The lower producer allocates the buffers; they exist while acquisition runs. Owned by the acquisition
+/// worker; its end is the lower DSClose. WaitForBuffer and RequeueBuffer run on the acquisition thread,
+/// StopAcquisition on another one while that thread waits.
+class ProxyDataStream final : public ProxyModule, public IProxyDataStream
+{
+public:
+    /// Opens the first stream of the lower device.
+    /// @throws std::runtime_error "Failed to get number of data streams" for a device without one
+    static std::unique_ptr<ProxyDataStream> Open(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy,
+                                                 DEV_HANDLE lowerDevice,
+                                                 std::shared_ptr<RemotePort> remotePort);
+
+    ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
+                    std::shared_ptr<RemotePort> remotePort);
+    ~ProxyDataStream() override;
+
+    ModuleType GetModuleType() const override { return ModuleType::DataStream; }
+
+    void AnnounceBuffers() override;
+    void RevokeBuffers() override;
+    void StartAcquisition(uint64_t numToAcquire) override;
+    void StopAcquisition() override;
+    ProxyBuffer WaitForBuffer(uint64_t timeoutMs) override;
+    void RequeueBuffer(const ProxyBuffer &buffer) override;
+    size_t GetLowerPayloadSize() override;
+    std::optional<uint64_t> GetDroppedFrameCount() override;
+
+private:
+    template <typename T>
+    T StreamInfo(STREAM_INFO_CMD command, INFO_DATATYPE type);
+    bool DefinesPayloadSize();
+
+    std::unique_ptr<nodemap::NodeMapParser> m_lowerNodeMap;
+    std::shared_ptr<RemotePort> m_remotePort;
+    std::vector<BUFFER_HANDLE> m_lowerBuffers; ///< in order of allocation
+    std::mutex m_lowerBuffersMutex;            ///< a kill may revoke while the thread ends by itself
+    EVENT_HANDLE m_newBufferEvent = nullptr;
+    ILibrary *m_library;
+};
+
+} // namespace GenTL::internal

@@ -1,0 +1,120 @@
+#include "device.h"
+
+#include "datastream/acquisition_worker.h"
+#include "datastream/datastream.h"
+#include "datastream/proxy_datastream.h"
+#include "instance_manager.h"
+#include "library.h"
+#include "processing/processor.h"
+#include "remoteport.h"
+#include "utils/checks.h"
+
+#include <cstring>
+#include <exception>
+#include <utility>
+
+namespace GenTL::internal
+{
+
+Device::Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
+               IF_HANDLE parentHandle)
+    : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager),
+      m_processor(std::make_shared<Processor>()), m_parentHandle(parentHandle)
+{
+    Proxy()->DevGetPort(GetLowerHandle(), &m_lowerPortHandle);
+    OpenRemotePort();
+    m_remotePortHandle = m_manager->remotePorts.Add(m_remotePort);
+}
+
+void Device::OpenRemotePort()
+{
+    try
+    {
+        m_remotePort = std::make_shared<RemotePort>(Proxy(), m_lowerPortHandle, m_processor);
+    }
+    catch (const std::exception &)
+    {
+        Proxy()->DevClose(GetLowerHandle());
+        // Without the cause: consumers get GC_ERR_ERROR for any device whose description is of no use.
+        throw std::exception();
+    }
+}
+
+Device::~Device()
+{
+    m_processor.reset();
+    // One guard for all: at the clean-up of the library the remote port is gone already, and then the device
+    // is left to the lower GCCloseLib.
+    CloseQuietly(
+        [this]
+        {
+            m_manager->remotePorts.Remove(m_remotePortHandle);
+            Proxy()->DevClose(GetLowerHandle());
+            m_dataStream.reset();
+            if (m_dataStreamHandle != nullptr)
+            {
+                m_manager->datastreams.Remove(m_dataStreamHandle);
+            }
+        });
+}
+
+void Device::DevGetPort(PORT_HANDLE *phRemoteDevice)
+{
+    utils::CheckNotNull("phRemoteDevice", phRemoteDevice);
+    *phRemoteDevice = m_remotePortHandle;
+}
+
+void Device::DevGetNumDataStreams(uint32_t *piNumDataStreams)
+{
+    utils::CheckNotNull("piNumDataStreams", piNumDataStreams);
+    *piNumDataStreams = 1;
+}
+
+void Device::DevGetDataStreamID(uint32_t iIndex, char *sDataStreamID, size_t *piSize)
+{
+    utils::CheckNotNull("piSize", piSize);
+    utils::CheckIndex(iIndex, 1);
+    const size_t size = m_streamId.size() + 1;
+    if (sDataStreamID == nullptr)
+    {
+        *piSize = size;
+        return;
+    }
+    utils::CheckBufferSize(*piSize, size);
+    std::memcpy(sDataStreamID, m_streamId.c_str(), size);
+}
+
+void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStream)
+{
+    utils::CheckNotNull({{"sDataStreamID", sDataStreamID}, {"phDataStream", phDataStream}});
+    if (m_streamId != sDataStreamID)
+    {
+        // Not GC_ERR_INVALID_ID: consumers know this code for it.
+        throw GenTLException(fmt::format("Invalid stream id {} supplied", sDataStreamID),
+                             GC_ERR_INVALID_PARAMETER);
+    }
+    if (m_dataStream)
+    {
+        throw GenTLException(fmt::format("Datastream {} is already in use ", sDataStreamID),
+                             GC_ERR_RESOURCE_IN_USE);
+    }
+    auto &library = Library::Instance();
+    auto proxyStream = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remotePort);
+    auto worker = std::make_unique<AcquisitionWorker>(std::move(proxyStream), m_processor);
+    m_dataStream = std::make_shared<Datastream>(library, std::move(worker), m_ownHandle);
+    m_dataStreamHandle = m_manager->datastreams.Add(m_dataStream);
+    *phDataStream = m_dataStreamHandle;
+}
+
+void Device::DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    Proxy()->DevGetInfo(GetLowerHandle(), iInfoCmd, piType, pBuffer, piSize);
+}
+
+void Device::ReleaseDataStream()
+{
+    m_dataStream.reset();
+    m_dataStreamHandle = nullptr;
+}
+
+} // namespace GenTL::internal

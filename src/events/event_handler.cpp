@@ -1,0 +1,237 @@
+#include "events/event_handler.h"
+
+#include "datastream/buffer.h"
+#include "instance_manager.h"
+#include "port/i_library.h"
+#include "utils/checks.h"
+#include "utils/log.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+namespace GenTL::internal
+{
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+// A kill signals without the mutex, so that it never waits for a slow consumer; a waiter that is just about
+// to sleep can miss it. It looks again after this time.
+constexpr std::chrono::milliseconds lookAgain{50};
+
+// A point in time that is never reached in practice stands for what the clock cannot count to.
+Clock::time_point DeadlineOf(uint64_t timeout)
+{
+    const auto now = Clock::now();
+    const auto longest =
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::time_point::max() - now);
+    const auto limited = std::min(timeout, static_cast<uint64_t>(longest.count()));
+    return now + std::chrono::milliseconds(limited);
+}
+
+} // namespace
+
+EventHandler::EventHandler(ILibrary &library, EVENT_TYPE eventType)
+    : m_library(library), m_eventType(eventType)
+{
+    if (IsNewBuffer())
+    {
+        m_maxEventSize = sizeof(EVENT_NEW_BUFFER_DATA);
+        m_maxDataSize = sizeof(void *);
+    }
+}
+
+void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
+{
+    utils::CheckNotNull("piSize", piSize);
+    if (IsNewBuffer() && *piSize < sizeof(EVENT_NEW_BUFFER_DATA))
+    {
+        const size_t given = *piSize;
+        *piSize = sizeof(EVENT_NEW_BUFFER_DATA);
+        if (pBuffer != nullptr)
+        {
+            throw GenTLException(
+                fmt::format("The supplied buffer is too small. Requires {} bytes instead of the supplied {}.",
+                            sizeof(EVENT_NEW_BUFFER_DATA), given),
+                GC_ERR_BUFFER_TOO_SMALL);
+        }
+    }
+    std::unique_lock lock(m_mutex);
+    Wait(lock, iTimeout);
+    if (pBuffer != nullptr)
+    {
+        DeliverFront(pBuffer, piSize);
+    }
+    else
+    {
+        DropFront();
+    }
+}
+
+void EventHandler::Wait(std::unique_lock<std::mutex> &lock, uint64_t timeout)
+{
+    ThrowIfKilled();
+    const bool isLimited = timeout != GENTL_INFINITE;
+    const auto deadline = isLimited ? DeadlineOf(timeout) : Clock::time_point::max();
+    while (m_queue.empty() && m_killCount == 0 && (!isLimited || Clock::now() < deadline))
+    {
+        const auto wakeUp = Clock::now() + lookAgain;
+        m_condition.wait_until(lock, std::min(deadline, wakeUp));
+    }
+    ThrowIfKilled();
+    if (m_queue.empty())
+    {
+        // The number is milliseconds; consumers know the text as it is.
+        throw GenTLException(fmt::format("Time {}us exceeded", timeout), GC_ERR_TIMEOUT);
+    }
+}
+
+void EventHandler::ThrowIfKilled()
+{
+    if (m_killCount != 0)
+    {
+        --m_killCount;
+        throw GenTLException("Wait aborted via kill.", GC_ERR_ABORT);
+    }
+}
+
+void EventHandler::DeliverFront(void *pBuffer, size_t *piSize)
+{
+    if (!IsNewBuffer())
+    {
+        throw GenTLException(fmt::format("Event type {} not implemented", m_eventType),
+                             GC_ERR_NOT_IMPLEMENTED);
+    }
+    const auto &entry = m_queue.front();
+    if (entry.id.index() != 0 || entry.value.index() != 0)
+    {
+        throw GenTLException("Buffer holds no valid data", GC_ERR_INVALID_BUFFER);
+    }
+    const EVENT_NEW_BUFFER_DATA data{std::get<0>(entry.id), std::get<0>(entry.value)};
+    GiveBack(data.BufferHandle);
+    std::memcpy(pBuffer, &data, sizeof data);
+    *piSize = sizeof data;
+    PopFront();
+    ++m_numDelivered;
+}
+
+void EventHandler::DropFront()
+{
+    if (IsNewBuffer())
+    {
+        const auto *handle = std::get_if<0>(&m_queue.front().id);
+        GiveBack(handle != nullptr ? *handle : nullptr);
+    }
+    PopFront();
+}
+
+// A buffer that was revoked since the push takes its entry along, or the queue would be stuck.
+void EventHandler::GiveBack(BUFFER_HANDLE handle)
+{
+    const auto buffer = m_library.GetInstanceManager().buffers.Find(handle);
+    if (!buffer)
+    {
+        constexpr auto text = "Failed to get buffer for new buffer event!";
+        SPDLOG_ERROR("{} Handle: {}", text, handle);
+        PopFront();
+        throw GenTLException(text, GC_ERR_ERROR);
+    }
+    buffer->SetState(BufferState::Announced);
+}
+
+void EventHandler::PopFront()
+{
+    m_queue.pop_front();
+    --m_numQueued;
+}
+
+void EventHandler::DataInfo(const void *pInBuffer, size_t iInSize, EVENT_DATA_INFO_CMD iInfoCmd,
+                            INFO_DATATYPE *piType, void *pOutBuffer, size_t *piOutSize) const
+{
+    utils::CheckNotNull("pInBuffer", pInBuffer);
+    utils::CheckNotZero("iInSize", iInSize);
+    if (!IsNewBuffer())
+    {
+        throw GenTLException("event type not implemented", GC_ERR_NOT_IMPLEMENTED);
+    }
+    EVENT_NEW_BUFFER_DATA data{};
+    if (iInSize < sizeof data)
+    {
+        throw GenTLException("inBuffer or inSize are invalid", GC_ERR_INVALID_PARAMETER);
+    }
+    std::memcpy(&data, pInBuffer, sizeof data);
+    const utils::InfoQuery query{piType, pOutBuffer, piOutSize};
+    switch (iInfoCmd)
+    {
+    case EVENT_DATA_ID:
+        return query.AnswerPointer(data.BufferHandle);
+    case EVENT_DATA_VALUE:
+        return query.AnswerPointer(data.pUserPointer);
+    case EVENT_DATA_NUMID:
+        throw GenTLException("Event has no numeric data", GC_ERR_NOT_AVAILABLE);
+    default:
+        throw GenTLException(fmt::format("Event data info command {} not implemented", iInfoCmd),
+                             GC_ERR_NOT_IMPLEMENTED);
+    }
+}
+
+void EventHandler::Info(EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) const
+{
+    const utils::InfoQuery query{piType, pBuffer, piSize};
+    switch (iInfoCmd)
+    {
+    case EVENT_EVENT_TYPE:
+        return query.AnswerInt32(m_eventType);
+    case EVENT_NUM_IN_QUEUE:
+        return query.AnswerSize(m_numQueued);
+    case EVENT_NUM_FIRED:
+        return query.AnswerUint64(m_numFired);
+    case EVENT_SIZE_MAX:
+        return query.AnswerSize(m_maxEventSize);
+    case EVENT_INFO_DATA_SIZE_MAX:
+        return query.AnswerSize(m_maxDataSize);
+    default:
+        throw GenTLException(fmt::format("Event info command {} not implemented", iInfoCmd),
+                             GC_ERR_NOT_IMPLEMENTED);
+    }
+}
+
+void EventHandler::Flush()
+{
+    const std::lock_guard guard(m_mutex);
+    if (IsNewBuffer())
+    {
+        auto &buffers = m_library.GetInstanceManager().buffers;
+        for (const auto &entry : m_queue)
+        {
+            if (const auto buffer = buffers.Find(std::get<0>(entry.id)))
+            {
+                buffer->SetState(BufferState::Announced);
+            }
+        }
+    }
+    m_queue.clear();
+    m_numQueued = 0;
+}
+
+void EventHandler::Kill()
+{
+    ++m_killCount;
+    m_condition.notify_one();
+}
+
+void EventHandler::Push(const NewBufferEvent &entry)
+{
+    {
+        const std::lock_guard guard(m_mutex);
+        m_queue.push_back(entry);
+        ++m_numQueued;
+    }
+    ++m_numFired;
+    m_condition.notify_one();
+}
+
+} // namespace GenTL::internal

@@ -1,0 +1,81 @@
+#pragma once
+
+#include "utils/info.h"
+
+#include <gentl/gentl.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <limits>
+#include <mutex>
+#include <variant>
+
+namespace GenTL::internal
+{
+
+class Buffer;
+class ILibrary;
+
+/// One entry of an event's queue. Only the first alternatives are in use; the others are for event types
+/// that carry a number or a text.
+struct NewBufferEvent
+{
+    std::variant<BUFFER_HANDLE, uint64_t> id;
+    std::variant<void *, uint64_t> value;
+    uint64_t numericId = std::numeric_limits<uint64_t>::max(); ///< all bits set: none
+};
+
+/// The local event of a stream, EVENT_NEW_BUFFER; its queue is the stream's output queue.
+///
+/// Made by GCRegisterEvent; the stream and the Event registry own it. After GCUnregisterEvent it gets no
+/// more entries and lives on in the registry until the stream ends. The acquisition thread pushes; any
+/// number of consumer threads may wait, each taking one entry. Nothing but Kill ends a wait early.
+class EventHandler
+{
+public:
+    EventHandler(ILibrary &library, EVENT_TYPE eventType);
+
+    /// Waits for an entry and hands it out; a null `pBuffer` drops it. The buffer goes to the consumer either
+    /// way.
+    /// @param iTimeout ms, GENTL_INFINITE = no limit
+    /// @throws GenTLException GC_ERR_BUFFER_TOO_SMALL before any wait; GC_ERR_TIMEOUT; GC_ERR_ABORT for a
+    /// kill, also when there is data; GC_ERR_ERROR when the buffer is gone
+    void Data(void *pBuffer, size_t *piSize, uint64_t iTimeout);
+    void DataInfo(const void *pInBuffer, size_t iInSize, EVENT_DATA_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
+                  void *pOutBuffer, size_t *piOutSize) const;
+    void Info(EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) const;
+    /// Gives all queued buffers back to the consumer.
+    void Flush();
+    /// Ends exactly one wait, the one now waiting or the next to come.
+    void Kill();
+    void Push(const NewBufferEvent &entry);
+
+    /// Entries handed out with data since the last reset.
+    uint64_t GetDeliveredCount() const { return m_numDelivered; }
+    void ResetDeliveredCount() { m_numDelivered = 0; }
+
+private:
+    bool IsNewBuffer() const { return m_eventType == EVENT_NEW_BUFFER; }
+    void Wait(std::unique_lock<std::mutex> &lock, uint64_t timeout);
+    void ThrowIfKilled();
+    void DeliverFront(void *pBuffer, size_t *piSize);
+    void DropFront();
+    void GiveBack(BUFFER_HANDLE handle);
+    void PopFront();
+
+    ILibrary &m_library;
+    size_t m_maxEventSize = 128;
+    size_t m_maxDataSize = 128;
+    std::deque<NewBufferEvent> m_queue;
+    std::mutex m_mutex;
+    std::condition_variable m_condition;
+    std::atomic<uint64_t> m_killCount = 0;
+    EVENT_TYPE m_eventType;
+    std::atomic<uint64_t> m_numFired = 0;
+    std::atomic<uint64_t> m_numDelivered = 0;
+    std::atomic<size_t> m_numQueued = 0; ///< the queue's length, for reading without the lock
+};
+
+} // namespace GenTL::internal

@@ -1,0 +1,233 @@
+#include "gentl_proxy.h"
+
+#include "utils/gentl_exception.h"
+#include "utils/log.h"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include <stdexcept>
+#include <utility>
+
+namespace GenTL::internal
+{
+
+namespace
+{
+
+std::string LoaderError()
+{
+    const char *text = dlerror();
+    return text != nullptr ? text : "<not available>";
+}
+
+// The minor version that brought each group of the function list.
+constexpr uint32_t Minor_BOOT = 0;
+constexpr uint32_t Minor_1_0 = 0;
+constexpr uint32_t Minor_1_1 = 1;
+constexpr uint32_t Minor_1_3 = 3;
+constexpr uint32_t Minor_1_4 = 4;
+constexpr uint32_t Minor_1_5 = 5;
+constexpr uint32_t Minor_1_6 = 6;
+
+// A producer that does not tell its version is taken to have at most the functions up to here.
+constexpr uint32_t lastMinorWithoutVersion = 4;
+
+} // namespace
+
+GenTLProxy::GenTLProxy(const std::string &path) : m_path(path)
+{
+    Load();
+    BindBootstrapFunctions();
+    m_mandatorySymbols = true;
+    if (m_functions.GCGetInfo == nullptr || m_functions.GCGetLastError == nullptr ||
+        m_functions.GCInitLib == nullptr || m_functions.GCCloseLib == nullptr)
+    {
+        throw GenTLException("Failed to initialize CTI!", GC_ERR_ERROR);
+    }
+    GCInitLib();
+    QueryVersion();
+    GCCloseLib();
+    BindVersionedFunctions();
+}
+
+GenTLProxy::~GenTLProxy()
+{
+    m_functions = {};
+    if (m_library != nullptr)
+    {
+        dlclose(m_library);
+    }
+}
+
+void GenTLProxy::Load()
+{
+    m_library = dlopen(m_path.c_str(), RTLD_NOW | RTLD_GLOBAL);
+    if (m_library == nullptr)
+    {
+        throw std::runtime_error("Loading CTI " + m_path + " failed! Code: " + LoaderError() + ".");
+    }
+}
+
+void GenTLProxy::BindBootstrapFunctions()
+{
+#define FN(group, name, parameters, arguments)                                                               \
+    if constexpr (std::string_view(#group) == "BOOT")                                                        \
+    {                                                                                                        \
+        m_functions.name = reinterpret_cast<decltype(m_functions.name)>(LoadSymbol(#name));                  \
+    }
+#include <gentl/functions.inc>
+#undef FN
+}
+
+void GenTLProxy::QueryVersion()
+{
+    try
+    {
+        m_genTLMajor = QueryVersionNumber(TL_INFO_GENTL_VER_MAJOR);
+        m_genTLMinor = QueryVersionNumber(TL_INFO_GENTL_VER_MINOR);
+    }
+    catch (const GenTLException &exception)
+    {
+        m_mandatorySymbols = false;
+        if (exception.Code() != GC_ERR_NOT_IMPLEMENTED && exception.Code() != GC_ERR_INVALID_PARAMETER)
+        {
+            GCCloseLib();
+            throw std::runtime_error(fmt::format("Querying {} for TL_INFO_GENTL_VER_MAJOR failed! Code: {}.",
+                                                 m_path, exception.Code()));
+        }
+        m_genTLMajor = 0;
+    }
+}
+
+uint32_t GenTLProxy::QueryVersionNumber(TL_INFO_CMD command)
+{
+    uint32_t number = 0;
+    size_t size = sizeof number;
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    GCGetInfo(command, &type, &number, &size);
+    return number;
+}
+
+// The minor number decides alone, so a version 2.0 counts as one below 1.1: the rule that producers in the
+// field were admitted by.
+bool GenTLProxy::IsGroupLookedUp(uint32_t minor) const
+{
+    if (minor == 0)
+    {
+        return true;
+    }
+    if (!m_mandatorySymbols && minor <= lastMinorWithoutVersion)
+    {
+        return true;
+    }
+    return m_genTLMajor != 0 && m_genTLMinor >= minor;
+}
+
+void GenTLProxy::BindVersionedFunctions()
+{
+#define FN(group, name, parameters, arguments)                                                               \
+    if (std::string_view(#group) != "BOOT" && IsGroupLookedUp(Minor_##group))                                \
+    {                                                                                                        \
+        m_functions.name = reinterpret_cast<decltype(m_functions.name)>(LoadSymbol(#name));                  \
+    }
+#include <gentl/functions.inc>
+#undef FN
+}
+
+void *GenTLProxy::LoadSymbol(const char *name) const
+{
+    void *address = dlsym(m_library, name);
+    if (address == nullptr && m_mandatorySymbols)
+    {
+        throw std::runtime_error(fmt::format("Computing address for function {} of cti {} failed! Code: {}",
+                                             name, m_path, LoaderError()));
+    }
+    return address;
+}
+
+template <class Func, class... Args>
+void GenTLProxy::ExecuteOrThrow(const std::string_view &name, Func func, Args &&...args)
+{
+    if (func == nullptr)
+    {
+        const auto text = fmt::format("{}: Invalid function address", name);
+        SPDLOG_ERROR(text);
+        throw GenTLException(text, GC_ERR_ERROR);
+    }
+    const GC_ERROR result = func(std::forward<Args>(args)...);
+    if (result == GC_ERR_SUCCESS)
+    {
+        return;
+    }
+    if (m_functions.GCGetLastError == nullptr)
+    {
+        const auto text =
+            fmt::format("{}: Function returned {}, but GCGetLastError not available", name, result);
+        SPDLOG_ERROR(text);
+        throw GenTLException(text, GC_ERR_ERROR);
+    }
+    const auto text = LowerErrorText();
+    SPDLOG_ERROR("{}: {} ({})", name, text, result);
+    // The function's own result: what the last error reports as a code may come from another call.
+    throw GenTLException(text, result);
+}
+
+void GenTLProxy::ThrowNotImplemented(std::string_view name) const
+{
+    throw GenTLException(fmt::format("The instrumented TL ({}) does not implement {}()!", m_path, name),
+                         GC_ERR_NOT_IMPLEMENTED);
+}
+
+std::string GenTLProxy::LowerErrorText() const
+{
+    GC_ERROR code = GC_ERR_SUCCESS;
+    size_t size = 0;
+    std::string text;
+    if (m_functions.GCGetLastError(&code, nullptr, &size) == GC_ERR_SUCCESS && size != 0)
+    {
+        text.resize(size - 1);
+        if (m_functions.GCGetLastError(&code, text.data(), &size) != GC_ERR_SUCCESS)
+        {
+            text.clear();
+        }
+    }
+    return text.empty() ? "Unknown error!" : text;
+}
+
+// Without the frame of the others: on the way down there is nobody left to read a log.
+void GenTLProxy::CloseLowerLibrary()
+{
+    const GC_ERROR result = m_functions.GCCloseLib();
+    if (result != GC_ERR_SUCCESS)
+    {
+        throw GenTLException(LowerErrorText(), result);
+    }
+}
+
+// The arguments of a list entry, (a, b), as further arguments of a call: , a, b
+#define QVR_PASS(...) __VA_OPT__(, ) __VA_ARGS__
+
+#define QVR_OPERATIONS_ONLY
+#define FN(group, name, parameters, arguments)                                                               \
+    GC_ERROR GenTLProxy::name parameters                                                                     \
+    {                                                                                                        \
+        if constexpr (std::string_view(#name) == "GCCloseLib")                                               \
+        {                                                                                                    \
+            CloseLowerLibrary();                                                                             \
+        }                                                                                                    \
+        else                                                                                                 \
+        {                                                                                                    \
+            if (Minor_##group > 0 && m_functions.name == nullptr)                                            \
+            {                                                                                                \
+                ThrowNotImplemented(#name);                                                                  \
+            }                                                                                                \
+            ExecuteOrThrow(#name, m_functions.name QVR_PASS arguments);                                      \
+        }                                                                                                    \
+        return GC_ERR_SUCCESS;                                                                               \
+    }
+#include <gentl/functions.inc>
+#undef FN
+#undef QVR_OPERATIONS_ONLY
+
+} // namespace GenTL::internal

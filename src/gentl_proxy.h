@@ -1,0 +1,64 @@
+#pragma once
+
+#include "port/i_gentl_proxy.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace GenTL::internal
+{
+
+/// The lower producer: loads its file, binds its functions and turns their failures into exceptions.
+///
+/// Made by Library::Initialize, one between GCInitLib and GCCloseLib; the library and all modules share it,
+/// and the file is unloaded when the last of them lets go. Constant after construction.
+class GenTLProxy final : public IGenTLProxy
+{
+public:
+    /// Loads the file, and calls GCInitLib and GCCloseLib once around the question for its version.
+    /// @throws std::runtime_error when the file cannot be loaded, when a function that its version promises
+    /// is missing, and when its version cannot be learnt
+    /// @throws GenTLException when one of the four functions that come before any version is missing, or
+    /// GCInitLib fails
+    explicit GenTLProxy(const std::string &path);
+    ~GenTLProxy() override;
+
+#define QVR_OPERATIONS_ONLY
+#define FN(group, name, parameters, arguments) GC_ERROR name parameters override;
+#include <gentl/functions.inc>
+#undef FN
+#undef QVR_OPERATIONS_ONLY
+
+private:
+    struct FunctionTable
+    {
+#define FN(group, name, parameters, arguments) decltype(&GenTL::name) name = nullptr;
+#include <gentl/functions.inc>
+#undef FN
+    };
+
+    void Load();
+    void BindBootstrapFunctions();
+    void QueryVersion();
+    uint32_t QueryVersionNumber(TL_INFO_CMD command);
+    void BindVersionedFunctions();
+    bool IsGroupLookedUp(uint32_t minor) const;
+
+    void *LoadSymbol(const char *name) const;
+
+    template <class Func, class... Args>
+    void ExecuteOrThrow(const std::string_view &name, Func func, Args &&...args);
+    void CloseLowerLibrary();
+    [[noreturn]] void ThrowNotImplemented(std::string_view name) const;
+    std::string LowerErrorText() const;
+
+    FunctionTable m_functions;
+    std::string m_path;
+    void *m_library = nullptr;
+    bool m_mandatorySymbols = false; ///< whether a failed look-up throws
+    uint32_t m_genTLMajor = 0;       ///< 0 when unknown
+    uint32_t m_genTLMinor = 0;
+};
+
+} // namespace GenTL::internal

@@ -1,0 +1,117 @@
+#include "interface.h"
+
+#include "device.h"
+#include "instance_manager.h"
+#include "utils/checks.h"
+#include "utils/info.h"
+#include "utils/lower_info.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <utility>
+
+namespace GenTL::internal
+{
+
+namespace
+{
+
+std::string AccessFlagName(DEVICE_ACCESS_FLAGS flags)
+{
+    static constexpr std::array names{"DEVICE_ACCESS_UNKNOWN", "DEVICE_ACCESS_NONE", "DEVICE_ACCESS_READONLY",
+                                      "DEVICE_ACCESS_CONTROL", "DEVICE_ACCESS_EXCLUSIVE"};
+    const bool isNamed = flags >= DEVICE_ACCESS_UNKNOWN && flags <= DEVICE_ACCESS_EXCLUSIVE;
+    return isNamed ? names.at(static_cast<size_t>(flags)) : std::to_string(flags);
+}
+
+void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags)
+{
+    if (flags < DEVICE_ACCESS_NONE || flags > DEVICE_ACCESS_EXCLUSIVE)
+    {
+        throw GenTLException(fmt::format("Invalid Access type {}", AccessFlagName(flags)),
+                             GC_ERR_INVALID_PARAMETER);
+    }
+    if (flags == DEVICE_ACCESS_READONLY)
+    {
+        throw GenTLException(fmt::format("Access type {} not implemented", AccessFlagName(flags)),
+                             GC_ERR_NOT_IMPLEMENTED);
+    }
+}
+
+} // namespace
+
+bool IsAdmittedModel(std::string model)
+{
+    std::ranges::transform(model, model.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return model.starts_with("ovra");
+}
+
+Interface::Interface(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, IF_HANDLE lowerHandle,
+                     TL_HANDLE parentSystem, bool filterDevices)
+    : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager), m_parentSystem(parentSystem),
+      m_filterDevices(filterDevices)
+{
+}
+
+Interface::~Interface()
+{
+    CloseQuietly([this] { Proxy()->IFClose(GetLowerHandle()); });
+}
+
+void Interface::IFGetInfo(INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    Proxy()->IFGetInfo(GetLowerHandle(), iInfoCmd, piType, pBuffer, piSize);
+}
+
+void Interface::IFGetNumDevices(uint32_t *piNumDevices)
+{
+    Proxy()->IFGetNumDevices(GetLowerHandle(), piNumDevices);
+}
+
+void Interface::IFGetDeviceID(uint32_t iIndex, char *sIDeviceID, size_t *piSize)
+{
+    Proxy()->IFGetDeviceID(GetLowerHandle(), iIndex, sIDeviceID, piSize);
+}
+
+void Interface::IFUpdateDeviceList(bool8_t *pbChanged, uint64_t iTimeout)
+{
+    Proxy()->IFUpdateDeviceList(GetLowerHandle(), pbChanged, iTimeout);
+}
+
+void Interface::IFGetDeviceInfo(const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
+                                void *pBuffer, size_t *piSize)
+{
+    const bool isAdmitted = !m_filterDevices || IsAdmitted(sDeviceID);
+    if (iInfoCmd == DEVICE_INFO_ACCESS_STATUS && !isAdmitted)
+    {
+        return utils::InfoQuery{piType, pBuffer, piSize}.AnswerInt32(DEVICE_ACCESS_STATUS_NOACCESS);
+    }
+    Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, iInfoCmd, piType, pBuffer, piSize);
+}
+
+void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags, DEV_HANDLE *phDevice)
+{
+    utils::CheckNotNull({{"phDevice", phDevice}, {"sDeviceID", sDeviceID}});
+    if (m_filterDevices && !IsAdmitted(sDeviceID))
+    {
+        throw GenTLException("Access denied!", GC_ERR_ACCESS_DENIED);
+    }
+    CheckAccessFlags(iOpenFlags);
+    DEV_HANDLE lowerDevice = nullptr;
+    Proxy()->IFOpenDevice(GetLowerHandle(), sDeviceID, iOpenFlags, &lowerDevice);
+    const auto device = std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle);
+    const auto handle = m_manager->devices.Add(device);
+    *phDevice = handle;
+    device->SetHandle(handle);
+}
+
+bool Interface::IsAdmitted(const char *sDeviceID)
+{
+    return IsAdmittedModel(utils::ReadText(
+        [&](INFO_DATATYPE *type, void *buffer, size_t *size)
+        { Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, DEVICE_INFO_MODEL, type, buffer, size); }));
+}
+
+} // namespace GenTL::internal

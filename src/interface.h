@@ -1,0 +1,53 @@
+#pragma once
+
+#include "port/proxy_module.h"
+
+#include <memory>
+#include <string>
+
+namespace GenTL::internal
+{
+
+class InstanceManager;
+
+/// What an IF_HANDLE stands for: the lower interface, and in front of it a filter that admits one family of
+/// devices. Others stay in the list, are reported as not accessible and cannot be opened.
+///
+/// Made by TLOpenInterface, owned by the Interface registry; its end is the lower IFClose. Devices opened on
+/// it do not depend on it. Without a lock: constant after SetHandle, which runs before a consumer knows it.
+class Interface final : public ProxyModule
+{
+public:
+    /// @param parentSystem the consumer's handle of the system
+    Interface(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, IF_HANDLE lowerHandle,
+              TL_HANDLE parentSystem, bool filterDevices);
+    ~Interface() override;
+
+    void SetHandle(IF_HANDLE handle) { m_handle = handle; }
+    TL_HANDLE GetParentSystem() const { return m_parentSystem; }
+    ModuleType GetModuleType() const override { return ModuleType::Interface; }
+
+    void IFGetInfo(INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
+    void IFGetNumDevices(uint32_t *piNumDevices);
+    void IFGetDeviceID(uint32_t iIndex, char *sIDeviceID, size_t *piSize);
+    void IFUpdateDeviceList(bool8_t *pbChanged, uint64_t iTimeout);
+    /// Asks for the device's model first, whatever the command; a failure of that is the call's failure.
+    void IFGetDeviceInfo(const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
+                         void *pBuffer, size_t *piSize);
+    /// @throws GenTLException "Access denied!", GC_ERR_ACCESS_DENIED, for a device outside of the family;
+    /// GC_ERR_INVALID_PARAMETER or GC_ERR_NOT_IMPLEMENTED for the flags; whatever the device's making throws
+    void IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags, DEV_HANDLE *phDevice);
+
+private:
+    bool IsAdmitted(const char *sDeviceID);
+
+    InstanceManager *m_manager;
+    TL_HANDLE m_parentSystem;
+    IF_HANDLE m_handle = nullptr;
+    bool m_filterDevices;
+};
+
+/// Whether a device of this model name belongs to the family: "ovra..." in any case.
+bool IsAdmittedModel(std::string model);
+
+} // namespace GenTL::internal

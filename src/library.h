@@ -1,0 +1,65 @@
+#pragma once
+
+#include "instance_manager.h"
+#include "port/i_gentl_proxy.h"
+#include "port/i_library.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace spdlog
+{
+class logger;
+}
+
+namespace GenTL::internal
+{
+
+/// The root of the system: the log set-up, the registries, the lower producer and the last errors.
+///
+/// One for the process, reached by Instance. Closed until GCInitLib and again after GCCloseLib, which must
+/// run beside no other call; in between, any thread may call anything. At process exit the destructor closes
+/// the lower handles that a consumer left open, without the lower GCCloseLib.
+class Library final : public ILibrary, public ISystemInformationProvider
+{
+public:
+    static Library &Instance();
+
+    /// @throws GenTLException "Library already initialized!", GC_ERR_RESOURCE_IN_USE; whatever the bring-up
+    /// of the lower producer throws, after which it may be tried again
+    void Initialize() override;
+    /// @throws GenTLException while closed
+    void Shutdown() override;
+
+    void OpenSystem(TL_HANDLE *phTL) override;
+    void CloseSystem(TL_HANDLE hTL) override;
+    void GetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) override;
+    std::shared_ptr<IPort> FindPort(void *handle) override;
+    std::shared_ptr<IEventSource> FindEventSource(void *handle) override;
+    void CheckLibraryInitialized() const override;
+    InstanceManager &GetInstanceManager() override;
+    void SetLastError(std::string_view function, std::string_view message, GC_ERROR code) override;
+    std::string_view GetLastErrorMessage() const override;
+    GC_ERROR GetLastErrorCode() const override;
+    IGenTLProxy &GetProxy() override;
+    const std::string &GetTLType() const override { return m_tlType; }
+
+private:
+    Library();
+    ~Library() override = default;
+
+    void SetUpLogging();
+    void TearDownLogging();
+    void BringUpLowerProducer();
+    void ReleaseMembers();
+
+    bool m_initialized = false;
+    InstanceManager m_instances;
+    std::shared_ptr<spdlog::logger> m_logger;
+    std::shared_ptr<spdlog::logger> m_previousDefaultLogger;
+    std::shared_ptr<IGenTLProxy> m_proxy;
+    std::string m_tlType;
+};
+
+} // namespace GenTL::internal

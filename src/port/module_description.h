@@ -1,0 +1,16 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace GenTL::internal
+{
+
+class IPort;
+
+/// The GenICam description of a lower module, read from the port range that its first URL's infos name. The
+/// URL's text is not looked at: these modules offer plain XML in their port.
+/// @throws GenTLException of the port; GC_ERR_NOT_IMPLEMENTED over a producer older than GenTL 1.1
+std::vector<uint8_t> ReadDescription(IPort &port);
+
+} // namespace GenTL::internal

@@ -1,0 +1,107 @@
+#include "producer_discovery.h"
+
+#include "utils/environment.h"
+#include "utils/gentl_exception.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <filesystem>
+#include <stdexcept>
+#include <string_view>
+
+namespace GenTL::internal
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+constexpr int32_t gigeVision = 1;
+constexpr std::array<std::string_view, 1> wantedNames{"qvr_gevgentl.pr_cti"};
+
+bool EqualIgnoringCase(char a, char b)
+{
+    return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+}
+
+bool ContainsIgnoringCase(std::string_view text, std::string_view part)
+{
+    return std::search(text.begin(), text.end(), part.begin(), part.end(), EqualIgnoringCase) != text.end();
+}
+
+std::string FindByName(const fs::path &folder)
+{
+    for (const auto name : wantedNames)
+    {
+        std::error_code error;
+        const auto candidate = folder / name;
+        if (fs::is_regular_file(fs::status(candidate, error)))
+        {
+            return candidate.string();
+        }
+    }
+    return {};
+}
+
+// A differently named copy: its name holds the wanted one and ends in ".cti". The wanted name itself has
+// another extension, so the two searches never answer for each other.
+std::string FindByPart(const fs::path &folder)
+{
+    std::error_code error;
+    fs::directory_iterator entries(folder, error);
+    if (error)
+    {
+        return {};
+    }
+    for (const auto end = fs::directory_iterator(); entries != end; ++entries)
+    {
+        const auto &path = entries->path();
+        const auto name = path.filename().string();
+        if (path.extension() == ".cti" &&
+            std::ranges::any_of(wantedNames, [&](auto wanted) { return ContainsIgnoringCase(name, wanted); }))
+        {
+            return path.string();
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+std::string ProducerFolder(const std::string &libraryPath)
+{
+    return (fs::path(libraryPath).parent_path() / "producer_registry").string();
+}
+
+std::string FindProducerIn(const std::string &folder)
+{
+    std::error_code error;
+    if (!fs::is_directory(fs::status(folder, error)))
+    {
+        return {};
+    }
+    const auto found = FindByName(folder);
+    return found.empty() ? FindByPart(folder) : found;
+}
+
+std::string FindProducer(int32_t TlType)
+{
+    if (auto configured = utils::GetEnvironmentVariable("PROXY_TL_CTI_PATH"); !configured.empty())
+    {
+        return configured;
+    }
+    if (TlType != gigeVision)
+    {
+        throw std::logic_error("Unhandled TlType");
+    }
+    auto found = FindProducerIn(ProducerFolder(utils::GetOwnPath()));
+    if (found.empty())
+    {
+        throw GenTLException("Could not locate a CTI file for the requested transport layer.", GC_ERR_ERROR);
+    }
+    return found;
+}
+
+} // namespace GenTL::internal

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace GenTL::internal
+{
+
+/// Path of the lower producer's file: what PROXY_TL_CTI_PATH says, unchecked, or else the file in the folder
+/// `producer_registry` beside this library. The file is neither opened nor loaded.
+/// @param TlType transport layer; 1 is the only one known
+/// @throws std::logic_error "Unhandled TlType"
+/// @throws GenTLException "Could not locate a CTI file for the requested transport layer.", GC_ERR_ERROR
+/// @throws std::filesystem::filesystem_error when the folder cannot be read to its end
+std::string FindProducer(int32_t TlType);
+
+/// The search in one folder; empty when nothing fits.
+std::string FindProducerIn(const std::string &folder);
+
+/// The folder that FindProducer searches for a library at `libraryPath`.
+std::string ProducerFolder(const std::string &libraryPath);
+
+} // namespace GenTL::internal

@@ -1,0 +1,114 @@
+#include "remoteport.h"
+
+#include "nodemap/node_access.h"
+#include "unzip.h"
+#include "utils/gentl_exception.h"
+#include "utils/lower_info.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace GenTL::internal
+{
+
+namespace
+{
+
+uint64_t ParseHexadecimal(std::string_view text)
+{
+    return std::stoull(std::string(text), nullptr, 16);
+}
+
+std::string_view TextOf(const std::vector<uint8_t> &bytes)
+{
+    return {reinterpret_cast<const char *>(bytes.data()), bytes.size()};
+}
+
+} // namespace
+
+std::optional<DescriptionRange> ParseDescriptionUrl(std::string_view url)
+{
+    const auto first = url.find(';');
+    const auto last = url.rfind(';');
+    if (first == std::string_view::npos)
+    {
+        return std::nullopt;
+    }
+    // From the separator to the end of the URL's part before the query; with one separator only, the address
+    // is what stands behind it, too.
+    const auto query = url.rfind('?');
+    const auto end = query != std::string_view::npos && query > last ? query : url.size();
+    const auto sizeText = url.substr(last + 1, end - last - 1);
+    const auto addressText = first != last ? url.substr(first + 1, last - first - 1) : sizeText;
+    return DescriptionRange{ParseHexadecimal(addressText), ParseHexadecimal(sizeText)};
+}
+
+RemotePort::RemotePort(const std::shared_ptr<IGenTLProxy> &proxy, PORT_HANDLE handle,
+                       std::shared_ptr<IProcessor> processor)
+    : ProxyModule(proxy, handle), m_processor(std::move(processor))
+{
+    LoadDescription();
+    m_processor->SetImageSizeCallback([this] { return ImageSize(); });
+    m_processor->SetPayloadSizeCallback([this] { return DevicePayloadSize(); });
+    // Without it the device cannot be streamed from, so it is better not opened.
+    FindNode("PayloadSize");
+}
+
+void RemotePort::LoadDescription()
+{
+    const auto url = utils::ReadText([this](INFO_DATATYPE *, void *buffer, size_t *size)
+                                     { GetPortURL(static_cast<char *>(buffer), size); });
+    const auto range = ParseDescriptionUrl(url);
+    if (!range)
+    {
+        return;
+    }
+    m_descriptionAddress = range->address;
+    m_description.resize(range->size);
+    size_t size = m_description.size();
+    ReadRegisters(m_descriptionAddress, m_description.data(), &size);
+    const bool isZip = url.find(".zip") != std::string::npos;
+    if (isZip)
+    {
+        m_unzippedDescription = Unzip(m_description.data(), m_description.size());
+    }
+    m_parser =
+        std::make_unique<nodemap::NodeMapParser>(TextOf(isZip ? m_unzippedDescription : m_description));
+}
+
+const nodemap::NodeMapParser &RemotePort::Parser() const
+{
+    if (!m_parser)
+    {
+        throw GenTLException("Parser not initialized", GC_ERR_ERROR);
+    }
+    return *m_parser;
+}
+
+const nodemap::NodeInfo &RemotePort::FindNode(const std::string &name) const
+{
+    return Parser().FindNode(name);
+}
+
+std::optional<nodemap::NodeInfo> RemotePort::TryFindNode(const std::string &name) const
+{
+    return Parser().TryFindNode(name);
+}
+
+tarn::common::Size RemotePort::ImageSize()
+{
+    if (!m_parser || !m_parser->IsValid())
+    {
+        throw GenTLException("XML not parsed or not valid!", GC_ERR_ERROR);
+    }
+    return {nodemap::ReadUnsigned32(*this, FindNode("Width")),
+            nodemap::ReadUnsigned32(*this, FindNode("Height"))};
+}
+
+uint64_t RemotePort::DevicePayloadSize()
+{
+    return nodemap::ReadUnsigned(*this, FindNode("PayloadSize"));
+}
+
+} // namespace GenTL::internal

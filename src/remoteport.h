@@ -1,0 +1,63 @@
+#pragma once
+
+#include "nodemap/nodemap_parser.h"
+#include "port/proxy_module.h"
+#include "processing/i_processor.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace GenTL::internal
+{
+
+/// The remote device port of an opened device: the device's own description, byte for byte, and the
+/// registers behind it.
+///
+/// Made and owned by Device, which closes the lower handle; the RemotePort registry and the stream share it.
+/// The description is fetched and read once, in the constructor, and constant afterwards. ReadPort and
+/// WritePort are what the consumer sees, ReadRegisters and WriteRegisters the device itself.
+class RemotePort final : public ProxyModule
+{
+public:
+    /// @throws GenTLException "Parser not initialized" when the port's URL names no address and size;
+    /// GC_ERR_IO for a bad archive; whatever the lower producer fails with
+    RemotePort(const std::shared_ptr<IGenTLProxy> &proxy, PORT_HANDLE handle,
+               std::shared_ptr<IProcessor> processor);
+
+    ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
+
+    /// A node of the device's description.
+    /// @throws GenTLException "Parser not initialized"; "Did not find node {}!"
+    const nodemap::NodeInfo &FindNode(const std::string &name) const;
+    std::optional<nodemap::NodeInfo> TryFindNode(const std::string &name) const;
+
+private:
+    void LoadDescription();
+    const nodemap::NodeMapParser &Parser() const;
+    tarn::common::Size ImageSize();
+    uint64_t DevicePayloadSize();
+
+    std::shared_ptr<IProcessor> m_processor;
+    std::unique_ptr<nodemap::NodeMapParser> m_parser; ///< null when the URL holds no address
+    std::vector<uint8_t> m_description;               ///< as read, compressed or not
+    std::vector<uint8_t> m_unzippedDescription;       ///< empty for a plain document
+    uint64_t m_descriptionAddress = 0;
+};
+
+/// Where a port's URL says that the description is: local:///name;address;size?query, numbers in base 16.
+struct DescriptionRange
+{
+    uint64_t address = 0;
+    uint64_t size = 0;
+};
+
+/// The range in a URL, none when the URL has no ';'. A URL with one ';' gives the same number for both.
+/// @throws std::invalid_argument, std::out_of_range when a field is no number of 64 bits
+std::optional<DescriptionRange> ParseDescriptionUrl(std::string_view url);
+
+} // namespace GenTL::internal

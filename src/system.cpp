@@ -1,0 +1,236 @@
+#include "system.h"
+
+#include "instance_manager.h"
+#include "interface.h"
+#include "nodemap/descriptions.h"
+#include "system_features.h"
+#include "utils/gentl_exception.h"
+#include "utils/lower_info.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <stdexcept>
+#include <utility>
+
+namespace GenTL::internal
+{
+
+namespace
+{
+
+struct TypeMapping
+{
+    std::string_view text;
+    uint32_t value; ///< entry of the TLType enumeration
+};
+
+// Narrow on purpose: the published interface knows more types, and a lower producer of another one is not
+// to be opened.
+constexpr std::array typeMappings{TypeMapping{"GEV", 0}, TypeMapping{"U3V", 4}, TypeMapping{"Mixed", 5},
+                                  TypeMapping{"Custom", 1000}};
+
+uint32_t MapType(std::string_view text)
+{
+    const auto *mapping = std::ranges::find(typeMappings, text, &TypeMapping::text);
+    if (mapping == typeMappings.end())
+    {
+        throw std::runtime_error("Mapping TL type failed!");
+    }
+    return mapping->value;
+}
+
+void CheckCallbackSize(size_t size)
+{
+    if (size != sizeof(uint32_t))
+    {
+        throw std::runtime_error("Unexpected data size!");
+    }
+}
+
+} // namespace
+
+System::System(ILibrary &library, ISystemInformationProvider *infoProvider,
+               std::shared_ptr<IProxySystem> proxySystem)
+    : m_library(library), m_infoProvider(infoProvider),
+      m_localDescription(std::make_unique<nodemap::NodeMapParser>(nodemap::SystemDescription()))
+{
+    if (!proxySystem)
+    {
+        throw std::runtime_error("proxySystem argument is invalid!");
+    }
+    m_proxySystem = std::move(proxySystem);
+    m_lowerXml = m_proxySystem->GetXml();
+    m_lowerDescription = std::make_unique<nodemap::NodeMapParser>(m_lowerXml);
+    if (!m_lowerDescription->IsValid())
+    {
+        throw std::runtime_error("Invalid proxy system XML file content!");
+    }
+    m_nodeMap = std::make_shared<nodemap::NodeMap>("TLPort", QueryText(TL_INFO_TLTYPE), ModuleType::System,
+                                                   nodemap::SystemDescription(), this, SystemFeatures());
+    FillRegisters();
+    CheckByteOrder();
+}
+
+System::~System() = default;
+
+void System::TLGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    m_infoProvider->GetInfo(iInfoCmd, piType, pBuffer, piSize);
+}
+
+void System::TLUpdateInterfaceList(bool8_t *pbChanged, uint64_t iTimeout)
+{
+    m_proxySystem->TLUpdateInterfaceList(pbChanged, iTimeout);
+}
+
+void System::TLGetNumInterfaces(uint32_t *piNumIfaces)
+{
+    m_proxySystem->TLGetNumInterfaces(piNumIfaces);
+}
+
+void System::TLGetInterfaceID(uint32_t iIndex, char *sID, size_t *piSize)
+{
+    m_proxySystem->TLGetInterfaceID(iIndex, sID, piSize);
+}
+
+void System::TLGetInterfaceInfo(const char *sIfaceID, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
+                                void *pBuffer, size_t *piSize)
+{
+    m_proxySystem->TLGetInterfaceInfo(sIfaceID, iInfoCmd, piType, pBuffer, piSize);
+}
+
+void System::TLOpenInterface(const char *sIfaceID, IF_HANDLE *phIface)
+{
+    IF_HANDLE lowerHandle = nullptr;
+    m_proxySystem->TLOpenInterface(sIfaceID, &lowerHandle);
+    auto &manager = m_library.GetInstanceManager();
+    const auto interface =
+        std::make_shared<Interface>(&manager, m_proxySystem->GetProxy(), lowerHandle, m_handle, true);
+    const auto handle = manager.interfaces.Add(interface);
+    *phIface = handle;
+    interface->SetHandle(handle);
+}
+
+void System::RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
+{
+    m_proxySystem->RegisterEvent(iEventID, phEvent);
+}
+
+void System::UnregisterEvent(EVENT_TYPE iEventID)
+{
+    m_proxySystem->UnregisterEvent(iEventID);
+}
+
+void System::ReadThrough(const std::string &feature, std::span<uint8_t> data)
+{
+    size_t size = data.size();
+    m_proxySystem->ReadPort(LowerFeature(feature, size).Address, data.data(), &size);
+}
+
+void System::WriteThrough(const std::string &feature, std::span<const uint8_t> data)
+{
+    CheckCallbackSize(data.size());
+    size_t size = data.size();
+    m_proxySystem->WritePort(LowerFeature(feature, size).Address, data.data(), &size);
+}
+
+void System::WriteInterfaceUpdateList(std::span<uint8_t> data)
+{
+    CheckCallbackSize(data.size());
+    uint32_t value = 0;
+    std::memcpy(&value, data.data(), sizeof value);
+    if (value != 1)
+    {
+        return;
+    }
+    uint32_t timeout = 0;
+    m_nodeMap->GetRegisterMap().Read(system_registers::interfaceUpdateTimeout, &timeout, sizeof timeout);
+    m_proxySystem->TLUpdateInterfaceList(nullptr, timeout);
+    std::ranges::fill(data, uint8_t{0});
+}
+
+uint32_t System::QueryNumber(TL_INFO_CMD command)
+{
+    return utils::ReadValue<uint32_t>(INFO_DATATYPE_UINT32,
+                                      [&](INFO_DATATYPE *type, void *buffer, size_t *size)
+                                      { m_infoProvider->GetInfo(command, type, buffer, size); });
+}
+
+std::string System::QueryText(TL_INFO_CMD command)
+{
+    return utils::ReadText([&](INFO_DATATYPE *type, void *buffer, size_t *size)
+                           { m_infoProvider->GetInfo(command, type, buffer, size); });
+}
+
+void System::FillRegisters()
+{
+    using namespace system_registers;
+    WriteNumber(genTLSFNCVersionMajor, 1);
+    WriteNumber(genTLSFNCVersionMinor, 1);
+    WriteNumber(genTLVersionMajor, QueryNumber(TL_INFO_GENTL_VER_MAJOR));
+    WriteNumber(genTLVersionMinor, QueryNumber(TL_INFO_GENTL_VER_MINOR));
+    WriteText(tlDisplayName, QueryText(TL_INFO_DISPLAYNAME));
+    WriteText(tlFileName, std::filesystem::path(QueryText(TL_INFO_PATHNAME)).filename().string());
+    WriteText(tlId, QueryText(TL_INFO_ID));
+    WriteText(tlModelName, QueryText(TL_INFO_MODEL));
+    WriteText(tlPath, QueryText(TL_INFO_PATHNAME));
+    WriteNumber(tlType, MapType(QueryText(TL_INFO_TLTYPE)));
+    WriteText(tlVendorName, QueryText(TL_INFO_VENDOR));
+    WriteText(tlVersion, QueryText(TL_INFO_VERSION));
+}
+
+void System::WriteText(uint64_t address, std::string_view text)
+{
+    WriteRegister(address, text.data(), text.size());
+}
+
+void System::WriteNumber(uint64_t address, uint32_t number)
+{
+    WriteRegister(address, &number, sizeof number);
+}
+
+void System::WriteRegister(uint64_t address, const void *bytes, size_t size)
+{
+    const auto rows = SystemFeatures();
+    const auto row = std::ranges::find(rows, address, &nodemap::RegisterDefinition::Address);
+    if (row == rows.end())
+    {
+        throw std::runtime_error(fmt::format("Could not find register with address 0x{:x}", address));
+    }
+    if (row->Size < size)
+    {
+        throw std::runtime_error(
+            fmt::format("Register with address 0x{:x} is too small! [Size: {} | Required-Size: {}]", address,
+                        row->Size, size));
+    }
+    m_nodeMap->GetRegisterMap().WriteInternal(address, bytes, size);
+}
+
+// The local description says in which byte order a read-through value is, so the lower module's must agree.
+void System::CheckByteOrder() const
+{
+    for (const std::string feature : readThroughFeatures)
+    {
+        const auto *lower = m_lowerDescription->TryFindFeatureNode(feature);
+        if (lower != nullptr && lower->Endianess != m_localDescription->FindFeatureNode(feature).Endianess)
+        {
+            throw std::runtime_error(fmt::format("Endianness mismatch detected! [Node: '{}']", feature));
+        }
+    }
+}
+
+const nodemap::NodeInfo &System::LowerFeature(const std::string &feature, size_t size) const
+{
+    const auto &node = m_lowerDescription->FindFeatureNode(feature);
+    if (node.Length != size)
+    {
+        throw std::runtime_error(fmt::format("Proxy system node '{}' has unexpected length!", feature));
+    }
+    return node;
+}
+
+} // namespace GenTL::internal

@@ -1,0 +1,112 @@
+#include "unzip.h"
+
+#include "utils/gentl_exception.h"
+#include "utils/log.h"
+
+#include <zip.h>
+
+#include <memory>
+#include <string>
+
+namespace GenTL::internal
+{
+
+namespace
+{
+
+[[noreturn]] void Fail(const char *message)
+{
+    throw GenTLException(message, GC_ERR_IO);
+}
+
+[[noreturn]] void LogAndFail(const char *message)
+{
+    SPDLOG_ERROR(message);
+    Fail(message);
+}
+
+[[noreturn]] void LogAndFail(const char *message, zip_error_t &error)
+{
+    const char *text = zip_error_strerror(&error);
+    SPDLOG_ERROR("{} Error: {} | {}", message, zip_error_code_zip(&error), text != nullptr ? text : "-");
+    Fail(message);
+}
+
+struct ZipError
+{
+    ZipError() { zip_error_init(&value); }
+    ~ZipError() { zip_error_fini(&value); }
+    ZipError(const ZipError &) = delete;
+    ZipError &operator=(const ZipError &) = delete;
+
+    zip_error_t value{};
+};
+
+struct Closer
+{
+    void operator()(zip_source_t *source) const { zip_source_free(source); }
+    // Nothing was changed, so there is nothing to write back.
+    void operator()(zip_t *archive) const { zip_discard(archive); }
+    void operator()(zip_file_t *file) const { zip_fclose(file); }
+};
+
+template <typename T>
+using Handle = std::unique_ptr<T, Closer>;
+
+Handle<zip_t> OpenArchive(const uint8_t *data, size_t size)
+{
+    ZipError error;
+    Handle<zip_source_t> source(zip_source_buffer_create(data, size, 0, &error.value));
+    if (!source)
+    {
+        LogAndFail("Create zip source buffer failed!", error.value);
+    }
+    Handle<zip_t> archive(zip_open_from_source(source.get(), ZIP_RDONLY, &error.value));
+    if (!archive)
+    {
+        LogAndFail("Opening zip from source failed!", error.value);
+    }
+    // The archive owns its source from here on.
+    static_cast<void>(source.release());
+    return archive;
+}
+
+uint64_t FirstFileSize(zip_t *archive)
+{
+    zip_stat_t statistics;
+    zip_stat_init(&statistics);
+    const int result = zip_stat_index(archive, 0, 0, &statistics);
+    if (result != 0)
+    {
+        constexpr auto text = "Getting zip file statistics failed!";
+        SPDLOG_ERROR("{} Error: {}", text, result);
+        Fail(text);
+    }
+    if ((statistics.valid & ZIP_STAT_SIZE) == 0)
+    {
+        LogAndFail("Getting zip file size failed!");
+    }
+    return statistics.size;
+}
+
+} // namespace
+
+std::vector<uint8_t> Unzip(const uint8_t *data, size_t size)
+{
+    const auto archive = OpenArchive(data, size);
+    const auto fileSize = FirstFileSize(archive.get());
+    const Handle<zip_file_t> file(zip_fopen_index(archive.get(), 0, 0));
+    if (!file)
+    {
+        LogAndFail("Opening xml file file within zip failed!");
+    }
+    std::vector<uint8_t> content(fileSize);
+    const auto count = zip_fread(file.get(), content.data(), content.size());
+    if (count < 0 || static_cast<uint64_t>(count) != fileSize)
+    {
+        LogAndFail("Unzipped file does not match it's size according to the statistics!");
+    }
+    return content;
+}
+
+} // namespace GenTL::internal
