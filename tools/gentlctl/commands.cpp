@@ -1,0 +1,267 @@
+#include "gentlctl/commands.h"
+
+#include "gentlctl/features.h"
+#include "gentlctl/image_files.h"
+#include "gentlctl/producer.h"
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+
+namespace gentlctl
+{
+
+using namespace GenTL;
+
+namespace
+{
+
+void Print(const Json &json)
+{
+    fmt::print("{}\n", json.dump(2));
+}
+
+/// A value as a person reads it: texts without quotes.
+std::string Readable(const Json &value)
+{
+    if (value.is_string())
+    {
+        return value.get<std::string>();
+    }
+    if (value.is_object() && value.contains("text"))
+    {
+        return fmt::format("- ({})", value["text"].get<std::string>());
+    }
+    return value.dump();
+}
+
+void PrintTable(const Json &values, const std::string &indent)
+{
+    size_t width = 0;
+    for (const auto &entry : values.items())
+    {
+        width = std::max(width, entry.key().size());
+    }
+    for (const auto &entry : values.items())
+    {
+        fmt::print("{}{:<{}}  {}\n", indent, entry.key(), width, Readable(entry.value()));
+    }
+}
+
+Json ToJson(const DeviceEntry &device)
+{
+    return {{"id", device.id},
+            {"vendor", device.vendor},
+            {"model", device.model},
+            {"serialNumber", device.serialNumber},
+            {"userName", device.userName},
+            {"accessStatus", AccessStatusName(device.accessStatus)},
+            {"reason", AccessStatusReason(device.accessStatus)}};
+}
+
+Json ToJson(const InterfaceEntry &interface)
+{
+    auto devices = Json::array();
+    for (const auto &device : interface.devices)
+    {
+        devices.push_back(ToJson(device));
+    }
+    return {{"id", interface.id},
+            {"displayName", interface.displayName},
+            {"tlType", interface.tlType},
+            {"devices", devices}};
+}
+
+void Apply(const Features &features, const std::vector<std::string> &assignments)
+{
+    for (const auto &assignment : assignments)
+    {
+        const auto split = assignment.find('=');
+        if (split == std::string::npos)
+        {
+            throw std::runtime_error(fmt::format("\"{}\" is not of the form NAME=VALUE", assignment));
+        }
+        features.Set(assignment.substr(0, split), assignment.substr(split + 1));
+    }
+}
+
+/// Infos of a port and of its first description.
+Json PortInfos(internal::IGenTLProxy &calls, void *port)
+{
+    const auto ports = [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
+    { calls.GCGetPortInfo(port, command, type, buffer, size); };
+    const auto urls = [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
+    { calls.GCGetPortURLInfo(port, 0, command, type, buffer, size); };
+    return {{"port", Answers(PortInfoCommands(), ports)}, {"url", Answers(UrlInfoCommands(), urls)}};
+}
+
+/// Infos of a module and of its port.
+Json ModuleInfos(internal::IGenTLProxy &calls, void *port, std::span<const InfoCommand> commands,
+                 const InfoFunction &function)
+{
+    Json infos{{"module", Answers(commands, function)}};
+    infos.update(PortInfos(calls, port));
+    return infos;
+}
+
+Json AllInfos(Producer &producer, OpenDevice &device)
+{
+    auto &calls = producer.Calls();
+    auto *system = producer.System();
+    auto *interface = device.InterfaceHandle();
+    auto *opened = device.DeviceHandle();
+    auto *stream = device.Stream();
+    return {
+        {"system", ModuleInfos(calls, system, SystemInfoCommands(),
+                               [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
+                               { calls.TLGetInfo(system, command, type, buffer, size); })},
+        {"interface", ModuleInfos(calls, interface, InterfaceInfoCommands(),
+                                  [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
+                                  { calls.IFGetInfo(interface, command, type, buffer, size); })},
+        {"device", ModuleInfos(calls, opened, DeviceInfoCommands(),
+                               [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
+                               { calls.DevGetInfo(opened, command, type, buffer, size); })},
+        {"remote", PortInfos(calls, device.RemotePortHandle())},
+        {"stream", ModuleInfos(calls, stream, StreamInfoCommands(),
+                               [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
+                               { calls.DSGetInfo(stream, command, type, buffer, size); })},
+    };
+}
+
+} // namespace
+
+void List(const CommonOptions &options)
+{
+    Producer producer(options.producer);
+    const auto interfaces = producer.Enumerate();
+    if (options.json)
+    {
+        auto json = Json::array();
+        for (const auto &interface : interfaces)
+        {
+            json.push_back(ToJson(interface));
+        }
+        Print(json);
+        return;
+    }
+    for (const auto &interface : interfaces)
+    {
+        fmt::print("{}  {}  [{}]\n", interface.id, interface.displayName, interface.tlType);
+        for (const auto &device : interface.devices)
+        {
+            const auto reason = AccessStatusReason(device.accessStatus);
+            fmt::print("    {}  {} {}  serial {}  {}{}{}\n", device.id, device.vendor, device.model,
+                       device.serialNumber, AccessStatusName(device.accessStatus), reason.empty() ? "" : ": ",
+                       reason);
+        }
+    }
+}
+
+void Info(const CommonOptions &options)
+{
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    const auto infos = AllInfos(producer, device);
+    if (options.json)
+    {
+        Print(infos);
+        return;
+    }
+    for (const auto &module : infos.items())
+    {
+        for (const auto &group : module.value().items())
+        {
+            fmt::print("{} {}\n", module.key(), group.key());
+            PrintTable(group.value(), "    ");
+        }
+    }
+}
+
+void Xml(const CommonOptions &options, const std::string &module, const std::string &file)
+{
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    const auto text = LoadDescription(*device.PortOf(module));
+    if (file.empty())
+    {
+        fmt::print("{}", text);
+    }
+    else
+    {
+        WriteBytes(file, text.data(), text.size());
+    }
+}
+
+void Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names)
+{
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    const Features features(device.PortOf(module));
+    auto values = Json::object();
+    if (!names.empty())
+    {
+        for (const auto &name : names)
+        {
+            values[name] = features.Get(name);
+        }
+    }
+    else
+    {
+        for (const auto &name : features.Names())
+        {
+            // In a list of everything a feature that cannot be read now is an answer, not a failure.
+            try
+            {
+                values[name] = features.Get(name);
+            }
+            catch (const std::exception &exception)
+            {
+                values[name] = {{"text", exception.what()}};
+            }
+        }
+    }
+    if (options.json)
+    {
+        Print(values);
+    }
+    else
+    {
+        PrintTable(values, "");
+    }
+}
+
+void Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)
+{
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    Apply(Features(device.PortOf(module)), assignments);
+}
+
+void GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
+                const GrabOptions &grab)
+{
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    const Features remote(device.PortOf("remote"));
+    Apply(remote, assignments);
+    const auto report = Grab(producer, device, remote, grab);
+    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
+    if (options.json)
+    {
+        Print({{"device", device.Entry().id},
+               {"delivered", report.delivered},
+               {"incomplete", report.incomplete},
+               {"lost", report.lost},
+               {"framesPerSecond", rate},
+               {"files", report.files}});
+        return;
+    }
+    fmt::print("{}: {} frames, {} incomplete, {} lost, {:.1f} frames/s\n", device.Entry().id,
+               report.delivered, report.incomplete, report.lost, rate);
+    if (!grab.folder.empty())
+    {
+        fmt::print("Written to {}\n", grab.folder.string());
+    }
+}
+
+} // namespace gentlctl

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "gentlctl/info.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace gentlctl
+{
+
+class OpenDevice;
+class Producer;
+class Features;
+
+struct GrabOptions
+{
+    uint64_t frames = 10;
+    uint32_t buffers = 4;
+    uint64_t timeoutMs = 5000;    ///< longest wait for one frame
+    std::filesystem::path folder; ///< where files go; empty: nothing is written
+    std::string format = "png";   ///< "png", "tiff" or "raw"
+    bool showProgress = false;
+};
+
+struct GrabReport
+{
+    uint64_t delivered = 0;  ///< frames that arrived
+    uint64_t incomplete = 0; ///< of these, frames with missing data
+    uint64_t lost = 0;       ///< frames for which no buffer was free
+    double seconds = 0;      ///< from the first to the last frame
+    Json files = Json::array();
+};
+
+/// Grabs frames from the device's stream: announces and queues buffers, starts, writes each frame, stops.
+///
+/// Writes each frame as `frame-NNNNN.png` (or .tiff, .raw) and its infos beside it as `frame-NNNNN.json`.
+/// @throws GenTLException a failure of the producer, such as a frame that does not come in time
+GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options);
+
+} // namespace gentlctl

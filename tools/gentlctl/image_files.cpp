@@ -1,0 +1,138 @@
+#include "gentlctl/image_files.h"
+
+#include "common/pixel_format.h"
+#include "utils/checks.h"
+
+#include <fmt/format.h>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <array>
+#include <fstream>
+#include <stdexcept>
+
+namespace gentlctl
+{
+namespace
+{
+
+using tarn::common::PixelFormat;
+
+constexpr int asItIs = -1;
+
+/// How a format becomes an OpenCV image.
+struct Picture
+{
+    PixelFormat format;
+    int type;       ///< of the delivered samples
+    int conversion; ///< to what OpenCV writes, or asItIs
+    double maximum; ///< largest sample
+};
+
+// OpenCV names a Bayer pattern after the second pixel of the second row, hence the other letters.
+constexpr std::array pictures{
+    Picture{PixelFormat::Mono8, CV_8UC1, asItIs, 255},
+    Picture{PixelFormat::Mono10, CV_16UC1, asItIs, 1023},
+    Picture{PixelFormat::Mono12, CV_16UC1, asItIs, 4095},
+    Picture{PixelFormat::Mono16, CV_16UC1, asItIs, 65535},
+    Picture{PixelFormat::BayerRG8, CV_8UC1, cv::COLOR_BayerBG2BGR, 255},
+    Picture{PixelFormat::BayerGR8, CV_8UC1, cv::COLOR_BayerGB2BGR, 255},
+    Picture{PixelFormat::BayerGB8, CV_8UC1, cv::COLOR_BayerGR2BGR, 255},
+    Picture{PixelFormat::BayerBG8, CV_8UC1, cv::COLOR_BayerRG2BGR, 255},
+    Picture{PixelFormat::BayerRG10, CV_16UC1, cv::COLOR_BayerBG2BGR, 1023},
+    Picture{PixelFormat::BayerGR10, CV_16UC1, cv::COLOR_BayerGB2BGR, 1023},
+    Picture{PixelFormat::BayerGB10, CV_16UC1, cv::COLOR_BayerGR2BGR, 1023},
+    Picture{PixelFormat::BayerBG10, CV_16UC1, cv::COLOR_BayerRG2BGR, 1023},
+    Picture{PixelFormat::BayerRG12, CV_16UC1, cv::COLOR_BayerBG2BGR, 4095},
+    Picture{PixelFormat::BayerGR12, CV_16UC1, cv::COLOR_BayerGB2BGR, 4095},
+    Picture{PixelFormat::BayerGB12, CV_16UC1, cv::COLOR_BayerGR2BGR, 4095},
+    Picture{PixelFormat::BayerBG12, CV_16UC1, cv::COLOR_BayerRG2BGR, 4095},
+    Picture{PixelFormat::RGB8, CV_8UC3, cv::COLOR_RGB2BGR, 255},
+    Picture{PixelFormat::BGR8, CV_8UC3, asItIs, 255},
+    Picture{PixelFormat::RGB10, CV_16UC3, cv::COLOR_RGB2BGR, 1023},
+    Picture{PixelFormat::BGR10, CV_16UC3, asItIs, 1023},
+    Picture{PixelFormat::RGB12, CV_16UC3, cv::COLOR_RGB2BGR, 4095},
+    Picture{PixelFormat::BGR12, CV_16UC3, asItIs, 4095},
+};
+
+const Picture *FindPicture(uint64_t pixelFormat)
+{
+    for (const auto &picture : pictures)
+    {
+        if (static_cast<uint64_t>(picture.format) == pixelFormat)
+        {
+            return &picture;
+        }
+    }
+    return nullptr;
+}
+
+std::string FormatName(uint64_t pixelFormat)
+{
+    try
+    {
+        return tarn::common::PixelFormatName(static_cast<PixelFormat>(pixelFormat));
+    }
+    catch (const std::exception &)
+    {
+        return fmt::format("0x{:08X}", pixelFormat);
+    }
+}
+
+cv::Mat Wrap(const ImageView &image, const Picture &picture)
+{
+    const auto sample = static_cast<uint64_t>(CV_ELEM_SIZE(picture.type));
+    constexpr uint64_t sideLimit = 1U << 20U;
+    if (image.width == 0 || image.height == 0 || image.width > sideLimit || image.height > sideLimit ||
+        !GenTL::internal::utils::RangeFits(0, image.width * image.height * sample, image.size))
+    {
+        throw std::runtime_error(fmt::format("A {} image of {} x {} does not fit the {} bytes delivered",
+                                             FormatName(image.pixelFormat), image.width, image.height,
+                                             image.size));
+    }
+    return {static_cast<int>(image.height), static_cast<int>(image.width), picture.type,
+            const_cast<uint8_t *>(image.data)}; // NOLINT(cppcoreguidelines-pro-type-const-cast): only read
+}
+
+} // namespace
+
+bool CanWritePicture(uint64_t pixelFormat)
+{
+    return FindPicture(pixelFormat) != nullptr;
+}
+
+void WritePicture(const std::filesystem::path &file, const ImageView &image)
+{
+    const auto *picture = FindPicture(image.pixelFormat);
+    if (picture == nullptr)
+    {
+        throw std::runtime_error(
+            fmt::format("Images of format {} cannot be written as a picture; use --format raw",
+                        FormatName(image.pixelFormat)));
+    }
+    cv::Mat pixels = Wrap(image, *picture);
+    if (picture->conversion != asItIs)
+    {
+        cv::cvtColor(pixels, pixels, picture->conversion);
+    }
+    if (file.extension() == ".png" && CV_MAT_DEPTH(picture->type) == CV_16U && picture->maximum < 65535)
+    {
+        pixels.convertTo(pixels, -1, 65535.0 / picture->maximum);
+    }
+    if (!cv::imwrite(file.string(), pixels))
+    {
+        throw std::runtime_error(fmt::format("Cannot write {}", file.string()));
+    }
+}
+
+void WriteBytes(const std::filesystem::path &file, const void *data, size_t size)
+{
+    std::ofstream stream(file, std::ios::binary);
+    stream.write(static_cast<const char *>(data), static_cast<std::streamsize>(size));
+    if (!stream.flush())
+    {
+        throw std::runtime_error(fmt::format("Cannot write {}", file.string()));
+    }
+}
+
+} // namespace gentlctl

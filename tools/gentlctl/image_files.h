@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace gentlctl
+{
+
+/// A delivered image in memory: rows without padding, samples little-endian.
+struct ImageView
+{
+    const uint8_t *data;
+    size_t size;          ///< bytes
+    size_t width;         ///< pixels
+    size_t height;        ///< lines
+    uint64_t pixelFormat; ///< PFNC code
+};
+
+/// Whether an image of this format can be written as a picture; others can be written raw.
+bool CanWritePicture(uint64_t pixelFormat);
+
+/// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 and 12 bits
+/// are scaled to the full 16, so that every viewer shows them right; in a TIFF they keep their values.
+/// Bayer images are written in colour.
+/// @throws std::runtime_error format not supported, image larger than its memory, or the file cannot be
+/// written
+void WritePicture(const std::filesystem::path &file, const ImageView &image);
+
+/// Writes bytes as they are.
+/// @throws std::runtime_error the file cannot be written
+void WriteBytes(const std::filesystem::path &file, const void *data, size_t size);
+
+} // namespace gentlctl

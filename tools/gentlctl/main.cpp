@@ -1,0 +1,181 @@
+#include "gentlctl/commands.h"
+#include "gentlctl/producer.h"
+
+#include "utils/gentl_exception.h"
+#include "utils/log.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <exception>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace
+{
+
+using namespace gentlctl;
+
+constexpr int success = 0;
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+
+const std::vector<std::string> modules{"system", "interface", "device", "remote", "stream"};
+
+/// The command line: options, and what to run once they are read.
+struct CommandLine
+{
+    CLI::App app{"Works with the devices of any GenTL producer."};
+    CommonOptions common;
+    GrabOptions grab;
+    std::string module = "remote";
+    std::string file;
+    std::vector<std::string> names;
+    std::vector<std::string> assignments;
+
+    CommandLine()
+    {
+        app.require_subcommand(1);
+        app.fallthrough();
+        app.add_option("--producer", common.producer,
+                       "The producer's file; else the proxy producer beside this program, else the first in "
+                       "GENICAM_GENTL64_PATH");
+        app.add_flag("--json", common.json, "Print JSON");
+        app.footer("Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong usage.");
+        AddList();
+        AddInfo();
+        AddXml();
+        AddGet();
+        AddSet();
+        AddGrab();
+    }
+
+private:
+    template <typename Run>
+    CLI::App *Add(const char *name, const char *description, Run run)
+    {
+        auto *command = app.add_subcommand(name, description);
+        command->callback(
+            [this, run]
+            {
+                common.producer = FindProducerFile(common.producer);
+                run();
+            });
+        return command;
+    }
+
+    void AddDevice(CLI::App *command)
+    {
+        command->add_option("-d,--device", common.device,
+                            "Id, model, serial number or user name; else the first that can be opened");
+    }
+
+    void AddModule(CLI::App *command)
+    {
+        command->add_option("-m,--module", module, "Whose features")
+            ->check(CLI::IsMember(modules))
+            ->capture_default_str();
+    }
+
+    void AddList()
+    {
+        Add("list", "Interfaces and devices, access status, and why a device cannot be opened",
+            [this] { List(common); });
+    }
+
+    void AddInfo()
+    {
+        AddDevice(Add("info", "Every info command of every module", [this] { Info(common); }));
+    }
+
+    void AddXml()
+    {
+        auto *command =
+            Add("xml", "The GenICam description of a module", [this] { Xml(common, module, file); });
+        command->add_option("module", module, "Whose description")
+            ->check(CLI::IsMember(modules))
+            ->capture_default_str();
+        command->add_option("-o,--output", file, "Write to this file");
+        AddDevice(command);
+    }
+
+    void AddGet()
+    {
+        auto *command = Add("get", "Values of features", [this] { Get(common, module, names); });
+        command->add_option("features", names, "Names; all features when none is given");
+        AddModule(command);
+        AddDevice(command);
+    }
+
+    void AddSet()
+    {
+        auto *command = Add("set", "Write features", [this] { Set(common, module, assignments); });
+        command->add_option("assignments", assignments, "NAME=VALUE, in the order in which they are written")
+            ->required();
+        AddModule(command);
+        AddDevice(command);
+    }
+
+    void AddGrab()
+    {
+        grab.showProgress = isatty(STDERR_FILENO) != 0;
+        auto *command = Add("grab", "Grab frames and write them to files",
+                            [this] { GrabFrames(common, assignments, grab); });
+        command->add_option("-n,--frames", grab.frames, "How many frames")
+            ->check(CLI::PositiveNumber)
+            ->capture_default_str();
+        command->add_option("-o,--output", grab.folder,
+                            "Folder for the files; nothing is written without one");
+        command->add_option("-f,--format", grab.format, "Form of the images")
+            ->check(CLI::IsMember({"png", "tiff", "raw"}))
+            ->capture_default_str();
+        command->add_option("-b,--buffers", grab.buffers, "Buffers to queue")
+            ->check(CLI::Range(2, 1024))
+            ->capture_default_str();
+        command->add_option("-t,--timeout", grab.timeoutMs, "Longest wait for a frame, ms")
+            ->capture_default_str();
+        command->add_option("-s,--set", assignments, "Set a feature before: NAME=VALUE (may be repeated)");
+        AddDevice(command);
+    }
+};
+
+int Run(int argc, char **argv)
+{
+    CommandLine line;
+    try
+    {
+        line.app.parse(argc, argv);
+        return success;
+    }
+    catch (const CLI::ParseError &error)
+    {
+        return line.app.exit(error) == 0 ? success : wrongUsage;
+    }
+    catch (const GenTL::internal::GenTLException &exception)
+    {
+        fmt::print(stderr, "gentlctl: {} ({})\n", exception.what(), exception.Code());
+    }
+    catch (const std::exception &exception)
+    {
+        fmt::print(stderr, "gentlctl: {}\n", exception.what());
+    }
+    return failed;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    // What fails is told once, by the exception; the library code's log lines would repeat it on standard
+    // output, where the results go. A producer's own log is its own affair.
+    spdlog::set_level(spdlog::level::off);
+    try
+    {
+        return Run(argc, argv);
+    }
+    catch (const std::exception &)
+    {
+        return failed;
+    }
+}
