@@ -172,10 +172,9 @@ TEST_F(EventData, LosesTheEntryOfABufferThatWasRevoked)
     const LogCapture log;
     EXPECT_EQ(FailureOf([&] { Fetch(); }),
               (Failure{"Failed to get buffer for new buffer event!", GC_ERR_ERROR}));
-    EXPECT_EQ(log.Records(),
-              (std::vector<LogRecord>{
-                  {spdlog::level::err, fmt::format("Failed to get buffer for new buffer event! Handle: {}",
-                                                   static_cast<void *>(revoked.get()))}}));
+    EXPECT_EQ(log.Lines(),
+              std::vector{fmt::format("error: Failed to get buffer for new buffer event! Handle: {}",
+                                      static_cast<void *>(revoked.get()))});
     EXPECT_EQ(event.GetDeliveredCount(), 0U);
     EXPECT_EQ(Fetch().BufferHandle, next.get());
 }
@@ -188,7 +187,7 @@ TEST_F(EventData, LosesTheEntryOfARevokedBufferForANullBufferToo)
     size_t size = 0;
     EXPECT_EQ(FailureOf([&] { event.Data(nullptr, &size, 0); }),
               (Failure{"Failed to get buffer for new buffer event!", GC_ERR_ERROR}));
-    EXPECT_EQ(log.Records().size(), 1U);
+    EXPECT_EQ(log.Lines().size(), 1U);
     EXPECT_EQ(NumInQueue(), 0U);
 }
 

@@ -1,36 +1,30 @@
 #pragma once
 
-#include <spdlog/sinks/callback_sink.h>
+#include <spdlog/sinks/sink.h>
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace GenTL::internal
 {
 
-/// Collects what goes through the default logger, as "level: text", for as long as it lives.
+/// Collects what goes through the default logger, as "level: text", for as long as it lives. To be made
+/// before the threads that log.
 class LogCapture
 {
 public:
-    LogCapture() : m_previous(spdlog::default_logger())
+    LogCapture() : m_sink(std::make_shared<Sink>()), m_previous(spdlog::default_logger())
     {
-        auto sink = std::make_shared<spdlog::sinks::callback_sink_mt>(
-            [this](const spdlog::details::log_msg &message)
-            {
-                const std::lock_guard guard(m_lock);
-                m_lines.push_back(
-                    fmt::format("{}: {}", spdlog::level::to_string_view(message.level),
-                                std::string_view(message.payload.data(), message.payload.size())));
-                m_added.notify_all();
-            });
-        auto logger = std::make_shared<spdlog::logger>("capture", std::move(sink));
+        auto logger = std::make_shared<spdlog::logger>("capture", m_sink);
         logger->set_level(spdlog::level::trace);
         spdlog::set_default_logger(std::move(logger));
     }
@@ -40,23 +34,41 @@ public:
 
     std::vector<std::string> Lines() const
     {
-        const std::lock_guard guard(m_lock);
-        return m_lines;
+        const std::lock_guard guard(m_sink->lock);
+        return m_sink->lines;
     }
 
     /// Waits until the line is there that many times; false after half a minute.
     bool WaitFor(const std::string &line, int64_t times = 1) const
     {
-        std::unique_lock guard(m_lock);
-        return m_added.wait_for(guard, std::chrono::seconds(30),
-                                [&] { return std::ranges::count(m_lines, line) >= times; });
+        std::unique_lock guard(m_sink->lock);
+        return m_sink->added.wait_for(guard, std::chrono::seconds(30),
+                                      [&] { return std::ranges::count(m_sink->lines, line) >= times; });
     }
 
 private:
+    class Sink final : public spdlog::sinks::sink
+    {
+    public:
+        void log(const spdlog::details::log_msg &message) override
+        {
+            const auto name = spdlog::level::to_string_view(message.level);
+            const std::lock_guard guard(lock);
+            lines.push_back(fmt::format("{}: {}", std::string_view(name.data(), name.size()),
+                                        std::string_view(message.payload.data(), message.payload.size())));
+            added.notify_all();
+        }
+        void flush() override {}
+        void set_pattern(const std::string &) override {}
+        void set_formatter(std::unique_ptr<spdlog::formatter>) override {}
+
+        std::mutex lock;
+        std::condition_variable added;
+        std::vector<std::string> lines;
+    };
+
+    std::shared_ptr<Sink> m_sink;
     std::shared_ptr<spdlog::logger> m_previous;
-    mutable std::mutex m_lock;
-    mutable std::condition_variable m_added;
-    std::vector<std::string> m_lines;
 };
 
 } // namespace GenTL::internal
