@@ -1,0 +1,113 @@
+#pragma once
+
+#include "support/environment_variable.h"
+#include "support/lower_library.h"
+
+#include <gentl/gentl.h>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <string>
+
+namespace GenTL::internal
+{
+
+/// What GCGetLastError tells, without a call of the test framework in between.
+struct LastError
+{
+    GC_ERROR result{};
+    GC_ERROR code{};
+    std::string text;
+
+    friend bool operator==(const LastError &, const LastError &) = default;
+    friend std::ostream &operator<<(std::ostream &stream, const LastError &error)
+    {
+        return stream << error.result << ' ' << error.code << " \"" << error.text << '"';
+    }
+};
+
+/// The producer as an application loads it: the published functions out of the shared object.
+struct Exports
+{
+#define FN(group, name, parameters, arguments) decltype(&GenTL::name) name;
+#include <gentl/functions.inc>
+#undef FN
+
+    explicit Exports(void *library)
+    {
+#define FN(group, name, parameters, arguments)                                                               \
+    name = reinterpret_cast<decltype(name)>(dlsym(library, #name));                                          \
+    EXPECT_NE(name, nullptr) << #name;
+#include <gentl/functions.inc>
+#undef FN
+    }
+};
+
+inline const Exports &Gentl()
+{
+    static const Exports exports(dlopen(QVR_LIB_DIR "/qvr_proxygentl.cti", RTLD_NOW | RTLD_LOCAL));
+    return exports;
+}
+
+inline LastError GetLastError()
+{
+    LastError error;
+    size_t size = 0;
+    error.result = Gentl().GCGetLastError(&error.code, nullptr, &size);
+    if (error.result == GC_ERR_SUCCESS)
+    {
+        std::string text(size, '\0');
+        error.result = Gentl().GCGetLastError(&error.code, text.data(), &size);
+        text.resize(size - 1);
+        error.text = text;
+    }
+    return error;
+}
+
+/// An initialised producer over the tests' lower producer.
+class ConsumerTest : public testing::Test
+{
+protected:
+    ConsumerTest() : ctiPath("PROXY_TL_CTI_PATH", lower.Path()) {}
+
+    void SetUp() override { ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS) << GetLastError(); }
+    // A test that closed the library itself gets GC_ERR_NOT_INITIALIZED here, which is right as well.
+    void TearDown() override { gentl.GCCloseLib(); }
+
+    TL_HANDLE OpenSystem()
+    {
+        TL_HANDLE handle = nullptr;
+        EXPECT_EQ(gentl.TLOpen(&handle), GC_ERR_SUCCESS) << GetLastError();
+        return handle;
+    }
+
+    IF_HANDLE OpenInterface(TL_HANDLE system)
+    {
+        IF_HANDLE handle = nullptr;
+        EXPECT_EQ(gentl.TLOpenInterface(system, "if0", &handle), GC_ERR_SUCCESS) << GetLastError();
+        return handle;
+    }
+
+    DEV_HANDLE OpenDevice(IF_HANDLE interface)
+    {
+        DEV_HANDLE handle = nullptr;
+        EXPECT_EQ(gentl.IFOpenDevice(interface, "cam0", DEVICE_ACCESS_EXCLUSIVE, &handle), GC_ERR_SUCCESS)
+            << GetLastError();
+        return handle;
+    }
+
+    DS_HANDLE OpenStream(DEV_HANDLE device)
+    {
+        DS_HANDLE handle = nullptr;
+        EXPECT_EQ(gentl.DevOpenDataStream(device, "Stream1", &handle), GC_ERR_SUCCESS) << GetLastError();
+        return handle;
+    }
+
+    LowerLibrary lower;
+    EnvironmentVariable ctiPath;
+    const Exports &gentl = Gentl();
+};
+
+} // namespace GenTL::internal

@@ -1,0 +1,658 @@
+#include "lower_producer/lower.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <cstring>
+
+// The extra export: the producer's script.
+extern "C" __attribute__((visibility("default"))) lower::Producer *LowerProducer()
+{
+    static auto *const producer = new lower::Producer;
+    return producer;
+}
+
+namespace lower
+{
+namespace
+{
+
+Producer &Self()
+{
+    return *LowerProducer();
+}
+
+struct Failure
+{
+    GC_ERROR code;
+};
+
+/// Records the call, gives the scripted failure if there is one, and runs the body under the lock.
+template <typename Body>
+GC_ERROR Call(std::string_view name, Body body)
+{
+    auto &self = Self();
+    if (self.onCall)
+    {
+        self.onCall(name);
+    }
+    std::unique_lock lock(self.mutex);
+    self.calls.emplace_back(name);
+    const auto failures = self.failures.find(name);
+    if (failures != self.failures.end() && !failures->second.empty())
+    {
+        const auto result = failures->second.front();
+        failures->second.pop_front();
+        return result;
+    }
+    try
+    {
+        body(self, lock);
+        return GC_ERR_SUCCESS;
+    }
+    catch (const Failure &failure)
+    {
+        return failure.code;
+    }
+}
+
+#define LOWER(name, ...)                                                                                     \
+    return Call(#name, [&]([[maybe_unused]] Producer &self,                                                  \
+                           [[maybe_unused]] std::unique_lock<std::mutex> &lock) { __VA_ARGS__ })
+
+void Answer(INFO_DATATYPE type, const void *value, size_t length, INFO_DATATYPE *piType, void *pBuffer,
+            size_t *piSize)
+{
+    if (piType != nullptr)
+    {
+        *piType = type;
+    }
+    if (pBuffer != nullptr)
+    {
+        if (*piSize < length)
+        {
+            throw Failure{GC_ERR_BUFFER_TOO_SMALL};
+        }
+        std::memcpy(pBuffer, value, length);
+    }
+    *piSize = length;
+}
+
+template <typename T>
+void AnswerValue(INFO_DATATYPE type, T value, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    Answer(type, &value, sizeof value, piType, pBuffer, piSize);
+}
+
+void AnswerText(const std::string &text, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    Answer(INFO_DATATYPE_STRING, text.c_str(), text.size() + 1, piType, pBuffer, piSize);
+}
+
+// Handles: addresses that are nobody's memory, one range for each kind.
+enum Kind : uintptr_t
+{
+    System = 0x1000,
+    Interface = 0x2000,
+    Device = 0x3000,
+    Remote = 0x4000,
+    Stream = 0x5000,
+    Event = 0x6000,
+    Buffer = 0x10000,
+};
+
+void *NewHandle(Producer &self, Kind kind)
+{
+    auto value = static_cast<uintptr_t>(kind);
+    while (self.open.contains(reinterpret_cast<void *>(value)))
+    {
+        ++value;
+    }
+    auto *const handle = reinterpret_cast<void *>(value);
+    self.open.insert(handle);
+    return handle;
+}
+
+bool Is(void *handle, Kind kind)
+{
+    return (reinterpret_cast<uintptr_t>(handle) & ~uintptr_t{0xFFF}) == kind;
+}
+
+void Close(Producer &self, void *handle)
+{
+    if (self.open.erase(handle) == 0)
+    {
+        throw Failure{GC_ERR_INVALID_HANDLE};
+    }
+}
+
+std::string Description(const std::string &nodes)
+{
+    return "<RegisterDescription xmlns=\"http://www.genicam.org/GenApi/Version_1_1\">" + nodes +
+           "<Port Name=\"P\"/></RegisterDescription>";
+}
+
+std::string IntegerNode(const std::string &name, uint64_t address, uint64_t length, const std::string &access)
+{
+    return fmt::format("<Integer Name=\"{0}\"><pValue>{0}Reg</pValue></Integer>"
+                       "<IntReg Name=\"{0}Reg\"><Address>{1}</Address><Length>{2}</Length>"
+                       "<AccessMode>{3}</AccessMode><pPort>P</pPort><Sign>Unsigned</Sign>"
+                       "<Endianess>LittleEndian</Endianess></IntReg>",
+                       name, address, length, access);
+}
+
+const std::string &XmlOf(Producer &self, void *handle)
+{
+    if (self.systemXml.empty())
+    {
+        self.systemXml = Description(IntegerNode("InterfaceCount", 0, 4, "RO"));
+    }
+    if (self.streamXml.empty())
+    {
+        self.streamXml = Description(IntegerNode("StreamDroppedFrameCount", 8, 8, "RO"));
+    }
+    if (self.deviceXml.empty())
+    {
+        self.deviceXml =
+            Description(IntegerNode("Width", 0x100, 4, "RW") + IntegerNode("Height", 0x104, 4, "RW") +
+                        IntegerNode("PayloadSize", 0x108, 4, "RO"));
+    }
+    return Is(handle, System) ? self.systemXml : Is(handle, Stream) ? self.streamXml : self.deviceXml;
+}
+
+constexpr uint64_t descriptionAddress = 0x10000;
+
+std::string UrlOf(Producer &self, void *handle)
+{
+    return fmt::format(fmt::runtime(self.url), fmt::format("{:X}", XmlOf(self, handle).size()));
+}
+
+uint64_t RegisterValue(Producer &self, void *handle, uint64_t address)
+{
+    if (Is(handle, Stream))
+    {
+        return self.droppedFrames;
+    }
+    switch (address)
+    {
+    case 0x100:
+        return 16;
+    case 0x104:
+        return 4;
+    case 0x108:
+        return self.payloadSize;
+    default:
+        return 1;
+    }
+}
+
+void Read(Producer &self, void *handle, uint64_t address, void *pBuffer, size_t *piSize)
+{
+    if (address >= descriptionAddress)
+    {
+        const auto &xml = XmlOf(self, handle);
+        const auto offset = address - descriptionAddress;
+        if (offset > xml.size() || *piSize > xml.size() - offset)
+        {
+            throw Failure{GC_ERR_INVALID_ADDRESS};
+        }
+        std::memcpy(pBuffer, xml.data() + offset, *piSize);
+        return;
+    }
+    const auto value = RegisterValue(self, handle, address);
+    std::memset(pBuffer, 0, *piSize);
+    std::memcpy(pBuffer, &value, std::min(*piSize, sizeof value));
+}
+
+void BufferInfo(Producer &self, void *buffer, BUFFER_INFO_CMD command, INFO_DATATYPE *piType, void *pBuffer,
+                size_t *piSize)
+{
+    auto &memory = self.buffers.at(buffer);
+    switch (command)
+    {
+    case BUFFER_INFO_BASE:
+        return AnswerValue<void *>(INFO_DATATYPE_PTR, memory.data(), piType, pBuffer, piSize);
+    case BUFFER_INFO_SIZE:
+        return AnswerValue(INFO_DATATYPE_SIZET, memory.size(), piType, pBuffer, piSize);
+    case BUFFER_INFO_PAYLOADTYPE:
+        return AnswerValue<size_t>(INFO_DATATYPE_SIZET, PAYLOAD_TYPE_IMAGE, piType, pBuffer, piSize);
+    case BUFFER_INFO_IS_INCOMPLETE:
+        return AnswerValue<bool8_t>(INFO_DATATYPE_BOOL8, self.incomplete[buffer] ? 1 : 0, piType, pBuffer,
+                                    piSize);
+    case BUFFER_INFO_WIDTH:
+        return AnswerValue<size_t>(INFO_DATATYPE_SIZET, 16, piType, pBuffer, piSize);
+    case BUFFER_INFO_HEIGHT:
+        return AnswerValue<size_t>(INFO_DATATYPE_SIZET, 4, piType, pBuffer, piSize);
+    case BUFFER_INFO_PIXELFORMAT:
+        return AnswerValue<uint64_t>(INFO_DATATYPE_UINT64, 0x01080001, piType, pBuffer, piSize);
+    default:
+        throw Failure{GC_ERR_NOT_AVAILABLE};
+    }
+}
+
+void StreamInfo(Producer &self, STREAM_INFO_CMD command, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    switch (command)
+    {
+    case STREAM_INFO_DEFINES_PAYLOADSIZE:
+        return AnswerValue<bool8_t>(INFO_DATATYPE_BOOL8, 1, piType, pBuffer, piSize);
+    case STREAM_INFO_PAYLOAD_SIZE:
+        return AnswerValue(INFO_DATATYPE_SIZET, self.payloadSize, piType, pBuffer, piSize);
+    case STREAM_INFO_BUF_ANNOUNCE_MIN:
+        return AnswerValue(INFO_DATATYPE_SIZET, self.minimumBuffers, piType, pBuffer, piSize);
+    default:
+        throw Failure{GC_ERR_NOT_IMPLEMENTED};
+    }
+}
+
+void WaitForFrame(Producer &self, std::unique_lock<std::mutex> &lock, void *pBuffer, size_t *piSize,
+                  uint64_t timeout)
+{
+    const auto limit = std::chrono::milliseconds(std::min<uint64_t>(timeout, 3600000));
+    self.changed.wait_for(lock, limit, [&] { return self.kills != 0 || !self.filled.empty(); });
+    if (self.kills != 0)
+    {
+        --self.kills;
+        throw Failure{GC_ERR_ABORT};
+    }
+    if (self.filled.empty())
+    {
+        throw Failure{GC_ERR_TIMEOUT};
+    }
+    const EVENT_NEW_BUFFER_DATA data{self.filled.front(), nullptr};
+    self.filled.pop_front();
+    Answer(INFO_DATATYPE_BUFFER, &data, sizeof data, nullptr, pBuffer, piSize);
+}
+
+const DeviceEntry &FindDevice(Producer &self, const std::string &id)
+{
+    const auto entry = std::find_if(self.devices.begin(), self.devices.end(),
+                                    [&](const auto &device) { return device.id == id; });
+    if (entry == self.devices.end())
+    {
+        throw Failure{GC_ERR_INVALID_ID};
+    }
+    return *entry;
+}
+
+} // namespace
+} // namespace lower
+
+namespace GenTL
+{
+
+using namespace lower;
+
+extern "C"
+{
+
+    GC_API GC_ERROR GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+    {
+        LOWER(
+            GCGetInfo, switch (iInfoCmd) {
+                case TL_INFO_GENTL_VER_MAJOR:
+                    return AnswerValue(INFO_DATATYPE_UINT32, self.versionMajor, piType, pBuffer, piSize);
+                case TL_INFO_GENTL_VER_MINOR:
+                    return AnswerValue(INFO_DATATYPE_UINT32, self.versionMinor, piType, pBuffer, piSize);
+                case TL_INFO_TLTYPE:
+                    return AnswerText(self.tlType, piType, pBuffer, piSize);
+                default:
+                    return AnswerText("lower", piType, pBuffer, piSize);
+            });
+    }
+
+    GC_API GC_ERROR GCGetLastError(GC_ERROR *piErrorCode, char *sErrText, size_t *piSize)
+    {
+        LOWER(
+            GCGetLastError, *piErrorCode = self.lastErrorCode; if (self.lastErrorText.empty()) {
+                *piSize = 0;
+            } else { AnswerText(self.lastErrorText, nullptr, sErrText, piSize); });
+    }
+
+    GC_API GC_ERROR GCInitLib()
+    {
+        LOWER(GCInitLib, ++self.initialized;);
+    }
+
+    GC_API GC_ERROR GCCloseLib()
+    {
+        LOWER(GCCloseLib, --self.initialized; self.open.clear(););
+    }
+
+    GC_API GC_ERROR GCReadPort(PORT_HANDLE hPort, uint64_t iAddress, void *pBuffer, size_t *piSize)
+    {
+        LOWER(GCReadPort, Read(self, hPort, iAddress, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR GCWritePort(PORT_HANDLE, uint64_t iAddress, const void *pBuffer, size_t *piSize)
+    {
+        LOWER(GCWritePort, const auto *bytes = static_cast<const uint8_t *>(pBuffer);
+              self.registers[iAddress].assign(bytes, bytes + *piSize););
+    }
+
+    GC_API GC_ERROR GCGetPortURL(PORT_HANDLE hPort, char *sURL, size_t *piSize)
+    {
+        LOWER(GCGetPortURL, AnswerText(UrlOf(self, hPort), nullptr, sURL, piSize););
+    }
+
+    GC_API GC_ERROR GCGetPortInfo(PORT_HANDLE, PORT_INFO_CMD, INFO_DATATYPE *piType, void *pBuffer,
+                                  size_t *piSize)
+    {
+        LOWER(GCGetPortInfo, AnswerText("lower port", piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR GCRegisterEvent(EVENTSRC_HANDLE, EVENT_TYPE, EVENT_HANDLE *phEvent)
+    {
+        LOWER(GCRegisterEvent, *phEvent = NewHandle(self, Event););
+    }
+
+    GC_API GC_ERROR GCUnregisterEvent(EVENTSRC_HANDLE, EVENT_TYPE)
+    {
+        LOWER(GCUnregisterEvent, std::erase_if(self.open, [](void *handle) { return Is(handle, Event); }););
+    }
+
+    GC_API GC_ERROR EventGetData(EVENT_HANDLE, void *pBuffer, size_t *piSize, uint64_t iTimeout)
+    {
+        LOWER(EventGetData, WaitForFrame(self, lock, pBuffer, piSize, iTimeout););
+    }
+
+    GC_API GC_ERROR EventGetDataInfo(EVENT_HANDLE, const void *, size_t, EVENT_DATA_INFO_CMD, INFO_DATATYPE *,
+                                     void *, size_t *)
+    {
+        LOWER(EventGetDataInfo, );
+    }
+
+    GC_API GC_ERROR EventGetInfo(EVENT_HANDLE, EVENT_INFO_CMD, INFO_DATATYPE *, void *, size_t *)
+    {
+        LOWER(EventGetInfo, );
+    }
+
+    GC_API GC_ERROR EventFlush(EVENT_HANDLE)
+    {
+        LOWER(EventFlush, );
+    }
+
+    GC_API GC_ERROR EventKill(EVENT_HANDLE)
+    {
+        LOWER(EventKill, ++self.kills; self.changed.notify_all(););
+    }
+
+    GC_API GC_ERROR TLOpen(TL_HANDLE *phTL)
+    {
+        LOWER(TLOpen, *phTL = NewHandle(self, System););
+    }
+
+    GC_API GC_ERROR TLClose(TL_HANDLE hTL)
+    {
+        LOWER(TLClose, Close(self, hTL););
+    }
+
+    GC_API GC_ERROR TLGetInfo(TL_HANDLE, TL_INFO_CMD, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+    {
+        LOWER(TLGetInfo, AnswerText("lower", piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR TLGetNumInterfaces(TL_HANDLE, uint32_t *piNumIfaces)
+    {
+        LOWER(TLGetNumInterfaces, *piNumIfaces = 1;);
+    }
+
+    GC_API GC_ERROR TLGetInterfaceID(TL_HANDLE, uint32_t, char *sID, size_t *piSize)
+    {
+        LOWER(TLGetInterfaceID, AnswerText("if0", nullptr, sID, piSize););
+    }
+
+    GC_API GC_ERROR TLGetInterfaceInfo(TL_HANDLE, const char *, INTERFACE_INFO_CMD, INFO_DATATYPE *piType,
+                                       void *pBuffer, size_t *piSize)
+    {
+        LOWER(TLGetInterfaceInfo, AnswerText("if0", piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR TLOpenInterface(TL_HANDLE, const char *, IF_HANDLE *phIface)
+    {
+        LOWER(TLOpenInterface, *phIface = NewHandle(self, Interface););
+    }
+
+    GC_API GC_ERROR TLUpdateInterfaceList(TL_HANDLE, bool8_t *, uint64_t)
+    {
+        LOWER(TLUpdateInterfaceList, );
+    }
+
+    GC_API GC_ERROR IFClose(IF_HANDLE hIface)
+    {
+        LOWER(IFClose, Close(self, hIface););
+    }
+
+    GC_API GC_ERROR IFGetInfo(IF_HANDLE, INTERFACE_INFO_CMD, INFO_DATATYPE *piType, void *pBuffer,
+                              size_t *piSize)
+    {
+        LOWER(IFGetInfo, AnswerText("if0", piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR IFGetNumDevices(IF_HANDLE, uint32_t *piNumDevices)
+    {
+        LOWER(IFGetNumDevices, *piNumDevices = static_cast<uint32_t>(self.devices.size()););
+    }
+
+    GC_API GC_ERROR IFGetDeviceID(IF_HANDLE, uint32_t iIndex, char *sIDeviceID, size_t *piSize)
+    {
+        LOWER(
+            IFGetDeviceID, if (iIndex >= self.devices.size()) {
+                throw Failure{GC_ERR_INVALID_INDEX};
+            } AnswerText(self.devices[iIndex].id, nullptr, sIDeviceID, piSize););
+    }
+
+    GC_API GC_ERROR IFUpdateDeviceList(IF_HANDLE, bool8_t *, uint64_t)
+    {
+        LOWER(IFUpdateDeviceList, );
+    }
+
+    GC_API GC_ERROR IFGetDeviceInfo(IF_HANDLE, const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd,
+                                    INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+    {
+        LOWER(
+            IFGetDeviceInfo, const auto &device = FindDevice(self, sDeviceID);
+            if (iInfoCmd == DEVICE_INFO_ACCESS_STATUS) {
+                return AnswerValue<int32_t>(INFO_DATATYPE_INT32, DEVICE_ACCESS_STATUS_READWRITE, piType,
+                                            pBuffer, piSize);
+            } AnswerText(iInfoCmd == DEVICE_INFO_MODEL ? device.model : device.id, piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR IFOpenDevice(IF_HANDLE, const char *sDeviceID, DEVICE_ACCESS_FLAGS, DEV_HANDLE *phDevice)
+    {
+        LOWER(IFOpenDevice, FindDevice(self, sDeviceID); *phDevice = NewHandle(self, Device););
+    }
+
+    GC_API GC_ERROR DevGetPort(DEV_HANDLE, PORT_HANDLE *phRemoteDevice)
+    {
+        LOWER(DevGetPort, *phRemoteDevice = reinterpret_cast<void *>(Remote););
+    }
+
+    GC_API GC_ERROR DevGetNumDataStreams(DEV_HANDLE, uint32_t *piNumDataStreams)
+    {
+        LOWER(DevGetNumDataStreams, *piNumDataStreams = 3;);
+    }
+
+    GC_API GC_ERROR DevGetDataStreamID(DEV_HANDLE, uint32_t iIndex, char *sDataStreamID, size_t *piSize)
+    {
+        LOWER(DevGetDataStreamID,
+              AnswerText("lower stream " + std::to_string(iIndex), nullptr, sDataStreamID, piSize););
+    }
+
+    GC_API GC_ERROR DevOpenDataStream(DEV_HANDLE, const char *sDataStreamID, DS_HANDLE *phDataStream)
+    {
+        LOWER(
+            DevOpenDataStream, if (std::string_view(sDataStreamID) != "lower stream 0") {
+                throw Failure{GC_ERR_INVALID_ID};
+            } *phDataStream = NewHandle(self, Stream););
+    }
+
+    GC_API GC_ERROR DevGetInfo(DEV_HANDLE, DEVICE_INFO_CMD, INFO_DATATYPE *piType, void *pBuffer,
+                               size_t *piSize)
+    {
+        LOWER(DevGetInfo, AnswerText("lower device", piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR DevClose(DEV_HANDLE hDevice)
+    {
+        LOWER(DevClose, Close(self, hDevice););
+    }
+
+    GC_API GC_ERROR DSAnnounceBuffer(DS_HANDLE, void *, size_t, void *, BUFFER_HANDLE *)
+    {
+        LOWER(DSAnnounceBuffer, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSAllocAndAnnounceBuffer(DS_HANDLE, size_t iSize, void *, BUFFER_HANDLE *phBuffer)
+    {
+        LOWER(DSAllocAndAnnounceBuffer, *phBuffer = NewHandle(self, Buffer);
+              self.buffers[*phBuffer] = std::vector<uint8_t>(iSize););
+    }
+
+    GC_API GC_ERROR DSFlushQueue(DS_HANDLE, ACQ_QUEUE_TYPE)
+    {
+        LOWER(DSFlushQueue, self.queued.clear(); self.filled.clear(););
+    }
+
+    GC_API GC_ERROR DSStartAcquisition(DS_HANDLE, ACQ_START_FLAGS, uint64_t)
+    {
+        LOWER(DSStartAcquisition, self.isGrabbing = true; self.kills = 0; self.changed.notify_all(););
+    }
+
+    GC_API GC_ERROR DSStopAcquisition(DS_HANDLE, ACQ_STOP_FLAGS)
+    {
+        LOWER(DSStopAcquisition, self.isGrabbing = false;);
+    }
+
+    GC_API GC_ERROR DSGetInfo(DS_HANDLE, STREAM_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                              size_t *piSize)
+    {
+        LOWER(DSGetInfo, StreamInfo(self, iInfoCmd, piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR DSGetBufferID(DS_HANDLE, uint32_t, BUFFER_HANDLE *)
+    {
+        LOWER(DSGetBufferID, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSClose(DS_HANDLE hDataStream)
+    {
+        LOWER(DSClose, Close(self, hDataStream););
+    }
+
+    GC_API GC_ERROR DSRevokeBuffer(DS_HANDLE, BUFFER_HANDLE hBuffer, void **, void **)
+    {
+        LOWER(DSRevokeBuffer, Close(self, hBuffer); self.buffers.erase(hBuffer););
+    }
+
+    GC_API GC_ERROR DSQueueBuffer(DS_HANDLE, BUFFER_HANDLE hBuffer)
+    {
+        LOWER(DSQueueBuffer, self.queued.push_back(hBuffer); self.changed.notify_all(););
+    }
+
+    GC_API GC_ERROR DSGetBufferInfo(DS_HANDLE, BUFFER_HANDLE hBuffer, BUFFER_INFO_CMD iInfoCmd,
+                                    INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+    {
+        LOWER(DSGetBufferInfo, BufferInfo(self, hBuffer, iInfoCmd, piType, pBuffer, piSize););
+    }
+
+    GC_API GC_ERROR GCGetNumPortURLs(PORT_HANDLE, uint32_t *piNumURLs)
+    {
+        LOWER(GCGetNumPortURLs, *piNumURLs = 1;);
+    }
+
+    GC_API GC_ERROR GCGetPortURLInfo(PORT_HANDLE hPort, uint32_t, URL_INFO_CMD iInfoCmd,
+                                     INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+    {
+        LOWER(
+            GCGetPortURLInfo, switch (iInfoCmd) {
+                case URL_INFO_FILE_REGISTER_ADDRESS:
+                    return AnswerValue(INFO_DATATYPE_UINT64, descriptionAddress, piType, pBuffer, piSize);
+                case URL_INFO_FILE_SIZE:
+                    return AnswerValue<uint64_t>(INFO_DATATYPE_UINT64, XmlOf(self, hPort).size(), piType,
+                                                 pBuffer, piSize);
+                default:
+                    return AnswerText(UrlOf(self, hPort), piType, pBuffer, piSize);
+            });
+    }
+
+    GC_API GC_ERROR GCReadPortStacked(PORT_HANDLE, PORT_REGISTER_STACK_ENTRY *, size_t *)
+    {
+        LOWER(GCReadPortStacked, );
+    }
+
+    GC_API GC_ERROR GCWritePortStacked(PORT_HANDLE, PORT_REGISTER_STACK_ENTRY *, size_t *)
+    {
+        LOWER(GCWritePortStacked, );
+    }
+
+    GC_API GC_ERROR DSGetBufferChunkData(DS_HANDLE, BUFFER_HANDLE, SINGLE_CHUNK_DATA *, size_t *)
+    {
+        LOWER(DSGetBufferChunkData, throw Failure{GC_ERR_NO_DATA};);
+    }
+
+    GC_API GC_ERROR IFGetParentTL(IF_HANDLE, TL_HANDLE *)
+    {
+        LOWER(IFGetParentTL, );
+    }
+
+    GC_API GC_ERROR DevGetParentIF(DEV_HANDLE, IF_HANDLE *)
+    {
+        LOWER(DevGetParentIF, );
+    }
+
+    GC_API GC_ERROR DSGetParentDev(DS_HANDLE, DEV_HANDLE *)
+    {
+        LOWER(DSGetParentDev, );
+    }
+
+    GC_API GC_ERROR DSGetNumBufferParts(DS_HANDLE, BUFFER_HANDLE, uint32_t *piNumParts)
+    {
+        LOWER(DSGetNumBufferParts, *piNumParts = 0;);
+    }
+
+    GC_API GC_ERROR DSGetBufferPartInfo(DS_HANDLE, BUFFER_HANDLE, uint32_t, BUFFER_PART_INFO_CMD,
+                                        INFO_DATATYPE *, void *, size_t *)
+    {
+        LOWER(DSGetBufferPartInfo, throw Failure{GC_ERR_NO_DATA};);
+    }
+
+    GC_API GC_ERROR DSAnnounceCompositeBuffer(DS_HANDLE, size_t, void **, size_t *, void *, BUFFER_HANDLE *)
+    {
+        LOWER(DSAnnounceCompositeBuffer, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSGetBufferInfoStacked(DS_HANDLE, BUFFER_HANDLE, DS_BUFFER_INFO_STACKED *, size_t)
+    {
+        LOWER(DSGetBufferInfoStacked, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE, BUFFER_HANDLE, DS_BUFFER_PART_INFO_STACKED *,
+                                               size_t)
+    {
+        LOWER(DSGetBufferPartInfoStacked, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSGetNumFlows(DS_HANDLE, uint32_t *)
+    {
+        LOWER(DSGetNumFlows, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSGetFlowInfo(DS_HANDLE, uint32_t, FLOW_INFO_CMD, INFO_DATATYPE *, void *, size_t *)
+    {
+        LOWER(DSGetFlowInfo, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSGetNumBufferSegments(DS_HANDLE, BUFFER_HANDLE, uint32_t *)
+    {
+        LOWER(DSGetNumBufferSegments, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+    GC_API GC_ERROR DSGetBufferSegmentInfo(DS_HANDLE, BUFFER_HANDLE, uint32_t, SEGMENT_INFO_CMD,
+                                           INFO_DATATYPE *, void *, size_t *)
+    {
+        LOWER(DSGetBufferSegmentInfo, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+    }
+
+} // extern "C"
+} // namespace GenTL

@@ -1,0 +1,125 @@
+#pragma once
+
+// A lower producer of the tests' own: a shared object with the published interface that does what a test
+// tells it to, and lies when asked. The test reaches it through the one extra export, LowerProducer().
+
+#include <gentl/gentl.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace lower
+{
+
+using namespace GenTL;
+
+struct Frame
+{
+    std::vector<uint8_t> bytes;
+    bool isIncomplete = false;
+};
+
+struct DeviceEntry
+{
+    std::string id;
+    std::string model;
+};
+
+/// What the producer is and does. By default: one interface "if0" with the devices "cam0" (admitted) and
+/// "other" (not admitted), each with one stream, a small description and 16 x 4 pixels.
+struct Producer
+{
+    // What it tells.
+    uint32_t versionMajor = 1;
+    uint32_t versionMinor = 6;
+    std::string tlType = "GEV";
+    std::vector<DeviceEntry> devices{{"cam0", "OVRA Test"}, {"other", "Else"}};
+    std::string url = "local:///Cam.xml;10000;{}";
+    std::string systemXml;
+    std::string streamXml;
+    std::string deviceXml;
+    size_t minimumBuffers = 3;
+    size_t payloadSize = 64;
+    uint64_t droppedFrames = 0;
+
+    /// Results that a function gives on its next calls, first in first out, instead of working.
+    std::map<std::string, std::deque<GC_ERROR>, std::less<>> failures;
+    /// Text of GCGetLastError; it reports this code, whatever failed.
+    std::string lastErrorText = "lower failed";
+    GC_ERROR lastErrorCode = GC_ERR_ERROR;
+    /// Called at the start of each function, with its name, outside of the lock.
+    std::function<void(std::string_view)> onCall;
+
+    // What happened.
+    int initialized = 0;
+    std::vector<std::string> calls;
+    std::set<void *> open; ///< handles of modules that are open now
+
+    size_t CountOf(std::string_view name) const
+    {
+        const std::lock_guard guard(mutex);
+        return static_cast<size_t>(std::count(calls.begin(), calls.end(), name));
+    }
+
+    size_t OpenHandles() const
+    {
+        const std::lock_guard guard(mutex);
+        return open.size();
+    }
+
+    void FailNext(const std::string &function, GC_ERROR result)
+    {
+        const std::lock_guard guard(mutex);
+        failures[function].push_back(result);
+    }
+
+    /// Fills the next queued buffer and fires the event. False when none is queued.
+    bool Deliver(const Frame &frame)
+    {
+        const std::lock_guard guard(mutex);
+        if (queued.empty())
+        {
+            return false;
+        }
+        auto *const buffer = queued.front();
+        queued.pop_front();
+        std::copy_n(frame.bytes.begin(), std::min(frame.bytes.size(), buffers[buffer].size()),
+                    buffers[buffer].begin());
+        incomplete[buffer] = frame.isIncomplete;
+        filled.push_back(buffer);
+        changed.notify_all();
+        return true;
+    }
+
+    /// Waits until acquisition runs and a buffer is queued, then delivers.
+    void DeliverWhenReady(const Frame &frame)
+    {
+        {
+            std::unique_lock lock(mutex);
+            changed.wait(lock, [this] { return isGrabbing && !queued.empty(); });
+        }
+        Deliver(frame);
+    }
+
+    // The stream.
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+    std::map<void *, std::vector<uint8_t>> buffers;
+    std::map<void *, bool> incomplete;
+    std::deque<void *> queued;
+    std::deque<void *> filled;
+    bool isGrabbing = false;
+    uint64_t kills = 0;
+    std::map<uint64_t, std::vector<uint8_t>> registers; ///< what was written to the remote device
+};
+
+} // namespace lower
