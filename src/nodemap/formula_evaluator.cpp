@@ -15,11 +15,14 @@ namespace
 // exhausted stack.
 constexpr int maximumDepth = 100;
 
+// The same for formulas that share others: without a cycle, their number can still double at each step.
+constexpr int maximumEvaluations = 10000;
+
 } // namespace
 
 double FormulaEvaluator::Evaluate(const std::string &converterName, int depth)
 {
-    if (depth >= maximumDepth)
+    if (depth >= maximumDepth || ++m_evaluations > maximumEvaluations)
     {
         throw GenTLException(fmt::format("Recursion on node {} detected!", converterName), GC_ERR_ERROR);
     }

@@ -10,7 +10,7 @@ namespace GenTL::internal::nodemap
 
 /// Evaluates the formulas of a description over a port, reading every variable anew.
 ///
-/// Built for each use; holds references and no state beyond its depth.
+/// Built for each use; holds references and no state beyond one evaluation.
 class FormulaEvaluator
 {
 public:
@@ -19,7 +19,11 @@ public:
     /// @throws std::runtime_error "Converter {} not found!", "Unexpected char: ..."
     /// @throws GenTLException GC_ERR_ERROR: a formula or a variable that cannot be evaluated; formulas that
     /// refer to each other without end. Failures of the port.
-    double Evaluate(const std::string &converterName) { return Evaluate(converterName, 0); }
+    double Evaluate(const std::string &converterName)
+    {
+        m_evaluations = 0;
+        return Evaluate(converterName, 0);
+    }
 
 private:
     double Evaluate(const std::string &converterName, int depth);
@@ -27,6 +31,7 @@ private:
 
     IPort &m_port;
     const NodeMapParser &m_parser;
+    int m_evaluations = 0;
 };
 
 } // namespace GenTL::internal::nodemap

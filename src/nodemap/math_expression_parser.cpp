@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -62,9 +61,30 @@ const Symbol *FindSymbol(std::string_view text, const std::array<Symbol, count> 
     return symbol != symbols.end() ? symbol : nullptr;
 }
 
-bool Is(int (*test)(int), char character)
+// The tests of <cctype> follow the locale that the consumer's process has set; a description does not.
+bool IsSpace(char c)
 {
-    return test(static_cast<unsigned char>(character)) != 0;
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+bool IsDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool IsHexDigit(char c)
+{
+    return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+bool IsNameStart(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_';
+}
+
+bool IsNamePart(char c)
+{
+    return IsNameStart(c) || IsDigit(c);
 }
 
 template <typename Test>
@@ -81,9 +101,9 @@ uint64_t DigitsToNumber(std::string_view digits, uint64_t base)
     uint64_t number = 0;
     for (const char digit : digits)
     {
-        const auto lower = static_cast<char>(std::tolower(static_cast<unsigned char>(digit)));
-        number =
-            number * base + static_cast<uint64_t>(Is(std::isdigit, digit) ? digit - '0' : lower - 'a' + 10);
+        // The digit 'A' is 0x41 and 'a' is 0x61: the low four bits of both are 1.
+        const auto value = IsDigit(digit) ? digit - '0' : (digit & 0xF) + 9;
+        number = number * base + static_cast<uint64_t>(value);
     }
     return number;
 }
@@ -95,20 +115,19 @@ Token TakeNumber(std::string_view &text)
     {
         text.remove_prefix(2);
     }
-    const auto digits = TakeWhile(text, [hexadecimal](char c)
-                                  { return hexadecimal ? Is(std::isxdigit, c) : Is(std::isdigit, c); });
+    const auto digits = TakeWhile(text, hexadecimal ? IsHexDigit : IsDigit);
     return {TokenType::Number, static_cast<int64_t>(DigitsToNumber(digits, hexadecimal ? 16 : 10)), {}};
 }
 
 Token TakeToken(std::string_view &text)
 {
-    if (Is(std::isdigit, text.front()))
+    if (IsDigit(text.front()))
     {
         return TakeNumber(text);
     }
-    if (Is(std::isalpha, text.front()) || text.front() == '_')
+    if (IsNameStart(text.front()))
     {
-        const auto name = TakeWhile(text, [](char c) { return Is(std::isalnum, c) || c == '_'; });
+        const auto name = TakeWhile(text, IsNamePart);
         return {TokenType::Identifier, 0, std::string(name)};
     }
     // A pair is tried before a single character.
@@ -138,21 +157,6 @@ double Truth(bool value)
     return value ? 1.0 : 0.0;
 }
 
-/// Truncates toward zero, saturates at the limits of the type; NaN gives 0.
-int64_t ToInteger(double x)
-{
-    constexpr double limit = 9223372036854775808.0; // 2^63
-    if (std::isnan(x))
-    {
-        return 0;
-    }
-    if (x >= limit)
-    {
-        return std::numeric_limits<int64_t>::max();
-    }
-    return x < -limit ? std::numeric_limits<int64_t>::min() : static_cast<int64_t>(x);
-}
-
 int64_t ShiftLeft(int64_t value, int64_t count)
 {
     return static_cast<int64_t>(static_cast<uint64_t>(value) << (static_cast<uint64_t>(count) & 63U));
@@ -168,16 +172,30 @@ int64_t ShiftRight(int64_t value, int64_t count)
     throw GenTLException(message, GC_ERR_ERROR);
 }
 
-// Far above any honest formula; a hostile one must not exhaust the stack of the consumer's process.
-constexpr int maximumDepth = 500;
+// Far above any honest formula; a hostile one must not exhaust the stack of the consumer's process. A pair
+// of parentheses takes three levels.
+constexpr int maximumDepth = 1500;
 
 } // namespace
+
+int64_t TruncateToInteger(double x)
+{
+    constexpr double limit = 9223372036854775808.0; // 2^63
+    if (std::isnan(x))
+    {
+        return 0;
+    }
+    if (x >= limit)
+    {
+        return std::numeric_limits<int64_t>::max();
+    }
+    return x < -limit ? std::numeric_limits<int64_t>::min() : static_cast<int64_t>(x);
+}
 
 std::vector<Token> Tokenize(std::string_view formula)
 {
     std::vector<Token> tokens;
-    const auto isSpace = [](char c) { return Is(std::isspace, c); };
-    for (TakeWhile(formula, isSpace); !formula.empty(); TakeWhile(formula, isSpace))
+    for (TakeWhile(formula, IsSpace); !formula.empty(); TakeWhile(formula, IsSpace))
     {
         tokens.push_back(TakeToken(formula));
     }
@@ -277,21 +295,21 @@ double MathExpressionParser::BitwiseOr()
 {
     return LeftAssociative(TokenType::BitOr, &MathExpressionParser::BitwiseXor,
                            [](double a, double b)
-                           { return static_cast<double>(ToInteger(a) | ToInteger(b)); });
+                           { return static_cast<double>(TruncateToInteger(a) | TruncateToInteger(b)); });
 }
 
 double MathExpressionParser::BitwiseXor()
 {
     return LeftAssociative(TokenType::BitXor, &MathExpressionParser::BitwiseAnd,
                            [](double a, double b)
-                           { return static_cast<double>(ToInteger(a) ^ ToInteger(b)); });
+                           { return static_cast<double>(TruncateToInteger(a) ^ TruncateToInteger(b)); });
 }
 
 double MathExpressionParser::BitwiseAnd()
 {
     return LeftAssociative(TokenType::BitAnd, &MathExpressionParser::Equality,
                            [](double a, double b)
-                           { return static_cast<double>(ToInteger(a) & ToInteger(b)); });
+                           { return static_cast<double>(TruncateToInteger(a) & TruncateToInteger(b)); });
 }
 
 double MathExpressionParser::Equality()
@@ -349,11 +367,11 @@ double MathExpressionParser::Shift()
     {
         if (Accept(TokenType::ShiftLeft))
         {
-            value = static_cast<double>(ShiftLeft(ToInteger(value), ToInteger(Sum())));
+            value = static_cast<double>(ShiftLeft(TruncateToInteger(value), TruncateToInteger(Sum())));
         }
         else if (Accept(TokenType::ShiftRight))
         {
-            value = static_cast<double>(ShiftRight(ToInteger(value), ToInteger(Sum())));
+            value = static_cast<double>(ShiftRight(TruncateToInteger(value), TruncateToInteger(Sum())));
         }
         else
         {
@@ -426,7 +444,7 @@ double MathExpressionParser::Unary()
     }
     if (Accept(TokenType::BitNot))
     {
-        return static_cast<double>(~ToInteger(Unary()));
+        return static_cast<double>(~TruncateToInteger(Unary()));
     }
     if (Accept(TokenType::Not))
     {

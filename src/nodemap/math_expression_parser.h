@@ -48,6 +48,9 @@ struct Token
     std::string Name; ///< of an Identifier
 };
 
+/// Truncates toward zero and saturates at the limits of the type; NaN gives 0.
+int64_t TruncateToInteger(double x);
+
 /// The tokens of a formula, an End behind the last one.
 /// @throws std::runtime_error "Unexpected char: " and the character
 std::vector<Token> Tokenize(std::string_view formula);

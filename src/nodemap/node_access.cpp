@@ -1,6 +1,7 @@
 #include "nodemap/node_access.h"
 
 #include "nodemap/formula_evaluator.h"
+#include "nodemap/math_expression_parser.h"
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
@@ -207,7 +208,7 @@ std::string GetEnumEntry(IPort &port, const NodeMapParser &parser, const NodeInf
     }
     const bool literal = node.Value && !node.Value->IsReference;
     const auto value =
-        literal ? static_cast<int64_t>(std::get<double>(node.Value->Value)) : ReadInteger(port, node);
+        literal ? TruncateToInteger(std::get<double>(node.Value->Value)) : ReadInteger(port, node);
     const auto entry =
         std::find_if(node.EnumEntries.begin(), node.EnumEntries.end(),
                      [value](const EnumEntry &candidate) { return ValueOf(candidate) == value; });

@@ -40,6 +40,29 @@ RegisterAccess AccessOf(int32_t number)
     return isKnown ? static_cast<RegisterAccess>(number) : RegisterAccess::None;
 }
 
+std::unique_ptr<IRegisterMap> MakeRegisterMap(std::span<const RegisterDefinition> definitions, void *owner)
+{
+    // A count of bytes where one of registers would do: it only has to be large enough.
+    uint64_t total = 0;
+    for (const auto &definition : definitions)
+    {
+        total += definition.Size;
+    }
+    auto map = std::make_unique<RegisterMap>(total);
+    for (const auto &definition : definitions)
+    {
+        const auto bytes = BytesOf(definition.InitialValue);
+        map->AddRegister({.Access = AccessOf(definition.Access),
+                          .Address = definition.Address,
+                          .Size = definition.Size,
+                          .OnWrite = definition.OnWrite,
+                          .OnRead = definition.OnRead,
+                          .Context = owner},
+                         bytes.data(), bytes.size());
+    }
+    return map;
+}
+
 [[noreturn]] void ThrowNotImplemented(int32_t command)
 {
     throw GenTLException(fmt::format("Command {} is not implemented", command), GC_ERR_NOT_IMPLEMENTED);
@@ -61,32 +84,21 @@ void AccessRegisters(Buffer *pBuffer, size_t *piSize, Access access)
 
 NodeMap::NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
                  void *owner, std::span<const RegisterDefinition> definitions)
-    : m_portName(std::move(portName)), m_tlType(std::move(tlType)), m_moduleType(moduleType),
-      m_document(document), m_owner(owner)
+    : NodeMap(std::move(portName), std::move(tlType), moduleType, document,
+              MakeRegisterMap(definitions, owner))
 {
-    uint64_t total = 0;
-    for (const auto &definition : definitions)
-    {
-        total += definition.Size;
-    }
-    m_registerMap = std::make_unique<RegisterMap>(total);
-    for (const auto &definition : definitions)
-    {
-        const auto bytes = BytesOf(definition.InitialValue);
-        m_registerMap->AddRegister({.Access = AccessOf(definition.Access),
-                                    .Address = definition.Address,
-                                    .Size = definition.Size,
-                                    .OnWrite = definition.OnWrite,
-                                    .OnRead = definition.OnRead,
-                                    .Context = m_owner},
-                                   bytes.data(), bytes.size());
-    }
-    m_documentAddress = m_registerMap->Size();
-    m_registerMap->AddRegister({.Access = RegisterAccess::ReadOnly,
-                                .Address = m_documentAddress,
-                                .Size = m_document.size(),
-                                .Context = m_owner},
-                               m_document.data(), m_document.size());
+}
+
+NodeMap::NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
+                 std::unique_ptr<IRegisterMap> registerMap)
+    : m_portName(std::move(portName)), m_tlType(std::move(tlType)), m_moduleType(moduleType),
+      m_document(document), m_registerMap(std::move(registerMap))
+{
+    auto &map = GetRegisterMap();
+    m_documentAddress = map.Size();
+    map.AddRegister(
+        {.Access = RegisterAccess::ReadOnly, .Address = m_documentAddress, .Size = m_document.size()},
+        m_document.data(), m_document.size());
 }
 
 IRegisterMap &NodeMap::GetRegisterMap()

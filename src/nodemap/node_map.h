@@ -25,6 +25,11 @@ public:
     NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
             void *owner, std::span<const RegisterDefinition> definitions);
 
+    /// Adds the document behind registers that were made elsewhere.
+    /// @throws GenTLException "RegisterMap not initialized!", GC_ERR_ERROR, without a register map
+    NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
+            std::unique_ptr<IRegisterMap> registerMap);
+
     /// @throws GenTLException "RegisterMap not initialized!", GC_ERR_ERROR
     IRegisterMap &GetRegisterMap();
 
@@ -47,7 +52,6 @@ private:
     std::string m_tlType;
     ModuleType m_moduleType;
     std::string_view m_document;
-    void *m_owner;
     uint64_t m_documentAddress = 0;
     std::unique_ptr<IRegisterMap> m_registerMap;
 };

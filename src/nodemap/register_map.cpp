@@ -42,7 +42,7 @@ void RegisterMap::AddRegister(Register &&reg, const void *initialValue, size_t i
     {
         Fail("Cannot add a register with a size of 0!", GC_ERR_ERROR);
     }
-    if (!IsReadable(reg.Access) && !IsWritable(reg.Access))
+    if (reg.Access == RegisterAccess::None)
     {
         Fail("Cannot add a register with access 'None'!", GC_ERR_ERROR);
     }
@@ -66,7 +66,8 @@ void RegisterMap::AddRegister(Register &&reg, const void *initialValue, size_t i
              GC_ERR_ERROR);
     }
     const auto offset = m_storage.size();
-    m_storage.resize(offset + reg.Size);
+    // Not by a resize to a sum, which wraps for a size near 2^64.
+    m_storage.insert(m_storage.end(), reg.Size, 0);
     reg.StorageOffset = offset;
     m_registers.push_back(std::move(reg));
     if (initialSize > 0)
