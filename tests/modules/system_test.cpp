@@ -9,6 +9,7 @@
 #include "support/fake_library.h"
 #include "support/fake_proxy_system.h"
 #include "support/handles.h"
+#include "support/log_capture.h"
 #include "system_features.h"
 #include "utils/info.h"
 
@@ -21,9 +22,10 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <optional>
+#include <stdexcept>
 #include <string>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 namespace GenTL::internal
@@ -146,6 +148,7 @@ TEST_F(SystemMaking, RefusesANullLowerSystem)
 
 TEST_F(SystemMaking, RefusesALowerDescriptionThatIsNoXml)
 {
+    const LogCapture log;
     lower->xml = "no description";
     EXPECT_EQ(FailureOf([&] { System(library, &info, lower); }),
               PlainFailure("Invalid proxy system XML file content!"));
