@@ -1,0 +1,608 @@
+#include "datastream/proxy_datastream.h"
+#include "remoteport.h"
+#include "support/failure.h"
+#include "support/fake_gentl_proxy.h"
+#include "support/fake_library.h"
+#include "support/fake_lower_buffers.h"
+#include "support/fake_processor.h"
+#include "support/fake_remote_device.h"
+#include "support/handles.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace GenTL::internal
+{
+namespace
+{
+
+using Calls = std::vector<std::string>;
+
+std::string Name(const void *handle)
+{
+    return handle == nullptr ? "null" : fmt::format("{:#x}", reinterpret_cast<uintptr_t>(handle));
+}
+
+template <typename T>
+GC_ERROR Write(void *buffer, size_t *size, T value)
+{
+    std::memcpy(buffer, &value, sizeof value);
+    *size = sizeof value;
+    return GC_ERR_SUCCESS;
+}
+
+/// A register of 8 bytes, little-endian, behind an Integer with the conditions given.
+std::string DroppedFrameDescription(const std::string &conditions, const std::string &access = "RO",
+                                    const std::string &name = "StreamDroppedFrameCount")
+{
+    const auto reg = [](const std::string &node, int address, int length, const std::string &mode)
+    {
+        return fmt::format("<IntReg Name=\"{}\"><Address>0x{:X}</Address><Length>{}</Length>"
+                           "<AccessMode>{}</AccessMode><pPort>StreamPort</pPort>"
+                           "<Endianess>LittleEndian</Endianess></IntReg>",
+                           node, address, length, mode);
+    };
+    return "<RegisterDescription><Integer Name=\"" + name + "\">" + conditions +
+           "<pValue>CountReg</pValue></Integer>" + reg("CountReg", 0x10, 8, access) +
+           reg("AvailableReg", 0x20, 4, "RO") + reg("ImplementedReg", 0x24, 4, "RO") +
+           "<Port Name=\"StreamPort\"/></RegisterDescription>";
+}
+
+const std::string bothConditions =
+    "<pIsImplemented>ImplementedReg</pIsImplemented><pIsAvailable>AvailableReg</pIsAvailable>";
+
+class ProxyStreamFixture : public testing::Test
+{
+protected:
+    ProxyStreamFixture()
+    {
+        lowerBuffers.Serve(*proxy);
+        proxy->onDevGetNumDataStreams = [this](DEV_HANDLE device, uint32_t *count)
+        {
+            calls.push_back("DevGetNumDataStreams " + Name(device));
+            *count = numStreams;
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDevGetDataStreamID = [this](DEV_HANDLE device, uint32_t index, char *id, size_t *size)
+        {
+            calls.push_back(fmt::format("DevGetDataStreamID {} {} {}", Name(device), index,
+                                        id == nullptr ? "size" : "text"));
+            constexpr std::string_view text = "LowerStream";
+            if (id != nullptr)
+            {
+                // Without a terminator: the buffer was zeroed.
+                text.copy(id, *size);
+            }
+            *size = text.size() + 1;
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDevOpenDataStream = [this](DEV_HANDLE device, const char *id, DS_HANDLE *handle)
+        {
+            calls.push_back(fmt::format("DevOpenDataStream {} {}", Name(device), id));
+            *handle = stream;
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onGCRegisterEvent = [this](void *source, EVENT_TYPE type, EVENT_HANDLE *handle)
+        {
+            calls.push_back(fmt::format("GCRegisterEvent {} {}", Name(source), type));
+            *handle = event;
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onGCUnregisterEvent = [this](void *source, EVENT_TYPE type)
+        {
+            calls.push_back(fmt::format("GCUnregisterEvent {} {}", Name(source), type));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDSClose = [this](DS_HANDLE handle)
+        {
+            calls.push_back("DSClose " + Name(handle));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onGCGetPortURLInfo = [this](PORT_HANDLE port, uint32_t index, URL_INFO_CMD command,
+                                           INFO_DATATYPE *, void *buffer, size_t *size)
+        {
+            calls.push_back(fmt::format("GCGetPortURLInfo {} {} {}", Name(port), index, command));
+            return Write<uint64_t>(buffer, size,
+                                   command == URL_INFO_FILE_REGISTER_ADDRESS ? 0x10000 : description.size());
+        };
+        proxy->onGCReadPort = [this](PORT_HANDLE port, uint64_t address, void *buffer, size_t *size)
+        {
+            calls.push_back(fmt::format("GCReadPort {} {:#x} {}", Name(port), address, *size));
+            if (address == 0x10000)
+            {
+                std::memcpy(buffer, description.data(), *size);
+            }
+            else
+            {
+                std::memcpy(buffer, &registers.at(address), *size);
+            }
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDSGetInfo = [this](DS_HANDLE handle, STREAM_INFO_CMD command, INFO_DATATYPE *, void *buffer,
+                                    size_t *size) -> GC_ERROR
+        {
+            calls.push_back(fmt::format("DSGetInfo {} {} {}", Name(handle), command, *size));
+            switch (command)
+            {
+            case STREAM_INFO_DEFINES_PAYLOADSIZE:
+                return Write<bool8_t>(buffer, size, definesPayloadSize ? 1 : 0);
+            case STREAM_INFO_PAYLOAD_SIZE:
+                return Write<size_t>(buffer, size, 5000);
+            case STREAM_INFO_BUF_ANNOUNCE_MIN:
+                return Write<size_t>(buffer, size, minimum);
+            default:
+                LowerFailure(GC_ERR_NOT_IMPLEMENTED);
+            }
+        };
+        proxy->onDSAllocAndAnnounceBuffer =
+            [this](DS_HANDLE handle, size_t size, void *userPointer, BUFFER_HANDLE *buffer)
+        {
+            calls.push_back(
+                fmt::format("DSAllocAndAnnounceBuffer {} {} {}", Name(handle), size, Name(userPointer)));
+            *buffer = LowerHandle(nextBuffer++);
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDSQueueBuffer = [this](DS_HANDLE handle, BUFFER_HANDLE buffer)
+        {
+            calls.push_back("DSQueueBuffer " + Name(handle) + " " + Name(buffer));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDSFlushQueue = [this](DS_HANDLE handle, ACQ_QUEUE_TYPE operation)
+        {
+            calls.push_back(fmt::format("DSFlushQueue {} {}", Name(handle), operation));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDSRevokeBuffer = [this](DS_HANDLE handle, BUFFER_HANDLE buffer, void **base, void **user)
+        {
+            calls.push_back(fmt::format("DSRevokeBuffer {} {} {} {}", Name(handle), Name(buffer), Name(base),
+                                        Name(user)));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDSStartAcquisition = [this](DS_HANDLE handle, ACQ_START_FLAGS flags, uint64_t count)
+        {
+            calls.push_back(fmt::format("DSStartAcquisition {} {} {:#x}", Name(handle), flags, count));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onDSStopAcquisition = [this](DS_HANDLE handle, ACQ_STOP_FLAGS flags)
+        {
+            calls.push_back(fmt::format("DSStopAcquisition {} {}", Name(handle), flags));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onEventKill = [this](EVENT_HANDLE handle)
+        {
+            calls.push_back("EventKill " + Name(handle));
+            return GC_ERR_SUCCESS;
+        };
+        proxy->onEventGetData = [this](EVENT_HANDLE handle, void *buffer, size_t *size, uint64_t timeout)
+        {
+            calls.push_back(fmt::format("EventGetData {} {} {}", Name(handle), *size, timeout));
+            return Write(buffer, size, EVENT_NEW_BUFFER_DATA{LowerHandle(0x100), LowerHandle(0x999)});
+        };
+        remoteDevice.SetRegister(0x108, 7000);
+        remoteDevice.Serve(*remoteProxy);
+    }
+
+    std::unique_ptr<ProxyDataStream> Open()
+    {
+        return ProxyDataStream::Open(library, proxy, LowerHandle(0x10), remotePort);
+    }
+
+    /// Opened, with the calls of opening forgotten.
+    std::unique_ptr<ProxyDataStream> Opened()
+    {
+        auto opened = Open();
+        calls.clear();
+        return opened;
+    }
+
+    void MakeRemotePort()
+    {
+        remotePort = std::make_shared<RemotePort>(remoteProxy, LowerHandle(0x15), processor);
+        remoteDevice.reads.clear();
+    }
+
+    FakeLibrary library;
+    Calls calls;
+    uint32_t numStreams = 1;
+    bool definesPayloadSize = true;
+    size_t minimum = 3;
+    uintptr_t nextBuffer = 0x100;
+    std::string description = "<RegisterDescription/>";
+    std::array<uint8_t, 0x40> registers{};
+    const DS_HANDLE stream = LowerHandle(0x20);
+    const EVENT_HANDLE event = LowerHandle(0x30);
+    FakeLowerBuffers lowerBuffers;
+    FakeRemoteDevice remoteDevice;
+    std::shared_ptr<FakeGenTLProxy> remoteProxy = std::make_shared<FakeGenTLProxy>();
+    std::shared_ptr<FakeProcessor> processor = std::make_shared<FakeProcessor>();
+    std::shared_ptr<RemotePort> remotePort;
+    std::shared_ptr<FakeGenTLProxy> proxy = std::make_shared<FakeGenTLProxy>();
+};
+
+class ProxyDataStreamOpen : public ProxyStreamFixture
+{
+};
+
+TEST_F(ProxyDataStreamOpen, TakesTheFirstStreamAndReadsItsDescription)
+{
+    const auto opened = Open();
+    EXPECT_EQ(calls, (Calls{"DevGetNumDataStreams 0x10", "DevGetDataStreamID 0x10 0 size",
+                            "DevGetDataStreamID 0x10 0 text", "DevOpenDataStream 0x10 LowerStream",
+                            "GCRegisterEvent 0x20 1", "GCGetPortURLInfo 0x20 0 7",
+                            "GCGetPortURLInfo 0x20 0 8", "GCReadPort 0x20 0x10000 22"}));
+    EXPECT_EQ(opened->GetLowerHandle(), stream);
+    EXPECT_EQ(static_cast<int>(opened->GetModuleType()), 6);
+}
+
+TEST_F(ProxyDataStreamOpen, LeavesFurtherStreamsUntouched)
+{
+    numStreams = 3;
+    const auto opened = Open();
+    EXPECT_EQ(proxy->CountOf("DevOpenDataStream"), 1U);
+    EXPECT_EQ(proxy->CountOf("DevGetDataStreamID"), 2U);
+    EXPECT_EQ(calls[1], "DevGetDataStreamID 0x10 0 size");
+}
+
+TEST_F(ProxyDataStreamOpen, FailsWithoutAStream)
+{
+    numStreams = 0;
+    EXPECT_EQ(FailureOf([&] { Open(); }), PlainFailure("Failed to get number of data streams"));
+    EXPECT_EQ(calls, Calls{"DevGetNumDataStreams 0x10"});
+}
+
+TEST_F(ProxyDataStreamOpen, PassesTheFailuresOfTheLowerDevice)
+{
+    const Failure failure{"lower says no", GC_ERR_ACCESS_DENIED};
+    const auto fail = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_ACCESS_DENIED, "lower says no"); };
+    const auto getNum = std::exchange(proxy->onDevGetNumDataStreams, fail);
+    EXPECT_EQ(FailureOf([&] { Open(); }), failure);
+    proxy->onDevGetNumDataStreams = getNum;
+    const auto getId = std::exchange(proxy->onDevGetDataStreamID, fail);
+    EXPECT_EQ(FailureOf([&] { Open(); }), failure);
+    proxy->onDevGetDataStreamID = getId;
+    const auto open = std::exchange(proxy->onDevOpenDataStream, fail);
+    EXPECT_EQ(FailureOf([&] { Open(); }), failure);
+    proxy->onDevOpenDataStream = open;
+    const auto registerEvent = std::exchange(proxy->onGCRegisterEvent, fail);
+    EXPECT_EQ(FailureOf([&] { Open(); }), failure);
+    proxy->onGCRegisterEvent = registerEvent;
+    const auto urlInfo = std::exchange(proxy->onGCGetPortURLInfo, fail);
+    EXPECT_EQ(FailureOf([&] { Open(); }), failure);
+    proxy->onGCGetPortURLInfo = urlInfo;
+    proxy->onGCReadPort = fail;
+    EXPECT_EQ(FailureOf([&] { Open(); }), failure);
+}
+
+TEST_F(ProxyDataStreamOpen, WorksWithABadDescription)
+{
+    description = "<RegisterDescription><";
+    const auto opened = Open();
+    EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
+    EXPECT_EQ(opened->GetLowerPayloadSize(), 5000U);
+}
+
+class ProxyDataStreamEnd : public ProxyStreamFixture
+{
+};
+
+TEST_F(ProxyDataStreamEnd, UnregistersTheEventThenCloses)
+{
+    Opened().reset();
+    EXPECT_EQ(calls, (Calls{"GCUnregisterEvent 0x20 1", "DSClose 0x20"}));
+}
+
+TEST_F(ProxyDataStreamEnd, IsQuietWhenTheLowerDeviceIsClosed)
+{
+    auto opened = Opened();
+    proxy->onGCUnregisterEvent = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_INVALID_HANDLE); };
+    EXPECT_NO_THROW(opened.reset());
+    EXPECT_EQ(proxy->CountOf("GCUnregisterEvent"), 1U);
+    EXPECT_EQ(proxy->CountOf("DSClose"), 0U);
+}
+
+TEST_F(ProxyDataStreamEnd, IsQuietWhenTheCloseFails)
+{
+    auto opened = Opened();
+    proxy->onDSClose = [](auto &&...) -> GC_ERROR { throw std::runtime_error("gone"); };
+    EXPECT_NO_THROW(opened.reset());
+    EXPECT_EQ(proxy->CountOf("DSClose"), 1U);
+}
+
+class ProxyDataStreamBuffers : public ProxyStreamFixture
+{
+};
+
+TEST_F(ProxyDataStreamBuffers, AreAsManyAsTheLowerMinimum)
+{
+    minimum = 2;
+    Opened()->AnnounceBuffers();
+    calls.resize(7);
+    EXPECT_EQ(calls, (Calls{"DSGetInfo 0x20 9 1", "DSGetInfo 0x20 7 8", "DSGetInfo 0x20 12 8",
+                            "DSAllocAndAnnounceBuffer 0x20 5000 null", "DSQueueBuffer 0x20 0x100",
+                            "DSAllocAndAnnounceBuffer 0x20 5000 null", "DSQueueBuffer 0x20 0x101"}));
+    EXPECT_EQ(proxy->CountOf("DSAllocAndAnnounceBuffer"), 2U);
+}
+
+TEST_F(ProxyDataStreamBuffers, AreNoneForAMinimumOfZero)
+{
+    minimum = 0;
+    Opened()->AnnounceBuffers();
+    EXPECT_EQ(proxy->CountOf("DSAllocAndAnnounceBuffer"), 0U);
+    EXPECT_EQ(proxy->CountOf("DSQueueBuffer"), 0U);
+}
+
+TEST_F(ProxyDataStreamBuffers, AreRevokedAfterAFlush)
+{
+    minimum = 2;
+    const auto opened = Opened();
+    opened->AnnounceBuffers();
+    calls.clear();
+    opened->RevokeBuffers();
+    EXPECT_EQ(calls, (Calls{"DSFlushQueue 0x20 4", "DSRevokeBuffer 0x20 0x100 null null",
+                            "DSRevokeBuffer 0x20 0x101 null null"}));
+}
+
+TEST_F(ProxyDataStreamBuffers, StartFromAnEmptyListAfterARevoke)
+{
+    minimum = 1;
+    const auto opened = Opened();
+    opened->AnnounceBuffers();
+    opened->RevokeBuffers();
+    opened->AnnounceBuffers();
+    calls.clear();
+    opened->RevokeBuffers();
+    EXPECT_EQ(calls, (Calls{"DSFlushQueue 0x20 4", "DSRevokeBuffer 0x20 0x101 null null"}));
+}
+
+TEST_F(ProxyDataStreamBuffers, StayListedWhenARevokeFails)
+{
+    minimum = 2;
+    const auto opened = Opened();
+    opened->AnnounceBuffers();
+    const auto revoke = proxy->onDSRevokeBuffer;
+    proxy->onDSRevokeBuffer = [&](DS_HANDLE handle, BUFFER_HANDLE buffer, void **base, void **user)
+    {
+        if (buffer == LowerHandle(0x101))
+        {
+            LowerFailure(GC_ERR_BUSY, "in use");
+        }
+        return revoke(handle, buffer, base, user);
+    };
+    EXPECT_EQ(FailureOf([&] { opened->RevokeBuffers(); }), (Failure{"in use", GC_ERR_BUSY}));
+    proxy->onDSRevokeBuffer = revoke;
+    calls.clear();
+    opened->RevokeBuffers();
+    EXPECT_EQ(calls, (Calls{"DSFlushQueue 0x20 4", "DSRevokeBuffer 0x20 0x100 null null",
+                            "DSRevokeBuffer 0x20 0x101 null null"}));
+}
+
+TEST_F(ProxyDataStreamBuffers, StayAnnouncedWhenOneFails)
+{
+    const auto opened = Opened();
+    proxy->onDSQueueBuffer = [&](DS_HANDLE, BUFFER_HANDLE buffer) -> GC_ERROR
+    {
+        if (buffer == LowerHandle(0x101))
+        {
+            LowerFailure(GC_ERR_RESOURCE_IN_USE, "no room");
+        }
+        return GC_ERR_SUCCESS;
+    };
+    EXPECT_EQ(FailureOf([&] { opened->AnnounceBuffers(); }), (Failure{"no room", GC_ERR_RESOURCE_IN_USE}));
+    EXPECT_EQ(proxy->CountOf("DSRevokeBuffer"), 0U);
+    calls.clear();
+    opened->RevokeBuffers();
+    EXPECT_EQ(calls, (Calls{"DSFlushQueue 0x20 4", "DSRevokeBuffer 0x20 0x100 null null"}));
+}
+
+TEST_F(ProxyDataStreamBuffers, AreNotRevokedWhenTheFlushFails)
+{
+    const auto opened = Opened();
+    opened->AnnounceBuffers();
+    proxy->onDSFlushQueue = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_BUSY, "busy"); };
+    EXPECT_EQ(FailureOf([&] { opened->RevokeBuffers(); }), (Failure{"busy", GC_ERR_BUSY}));
+    EXPECT_EQ(proxy->CountOf("DSRevokeBuffer"), 0U);
+}
+
+class ProxyDataStreamAcquisition : public ProxyStreamFixture
+{
+};
+
+TEST_F(ProxyDataStreamAcquisition, StartsWithTheNumberGiven)
+{
+    Opened()->StartAcquisition(GENTL_INFINITE);
+    EXPECT_EQ(calls[0], "DSStartAcquisition 0x20 0 0xffffffffffffffff");
+}
+
+TEST_F(ProxyDataStreamAcquisition, StopsByKillAndThenWakesTheWaiter)
+{
+    const auto opened = Opened();
+    opened->StopAcquisition();
+    EXPECT_EQ(calls, (Calls{"DSStopAcquisition 0x20 1", "EventKill 0x30"}));
+}
+
+TEST_F(ProxyDataStreamAcquisition, WakesNobodyWhenTheStopFails)
+{
+    const auto opened = Opened();
+    proxy->onDSStopAcquisition = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_BUSY, "busy"); };
+    EXPECT_EQ(FailureOf([&] { opened->StopAcquisition(); }), (Failure{"busy", GC_ERR_BUSY}));
+    EXPECT_EQ(proxy->CountOf("EventKill"), 0U);
+}
+
+TEST_F(ProxyDataStreamAcquisition, WaitsForALowerBuffer)
+{
+    uint8_t memory[16]{};
+    lowerBuffers.AddImage(LowerHandle(0x100), memory, sizeof memory);
+    const auto opened = Opened();
+    const auto buffer = opened->WaitForBuffer(1234);
+    EXPECT_EQ(calls, Calls{"EventGetData 0x30 16 1234"});
+    EXPECT_EQ(buffer.GetLowerHandle(), LowerHandle(0x100));
+    EXPECT_EQ(buffer.DataStream(), stream);
+    EXPECT_EQ(buffer.Base(), memory);
+    EXPECT_EQ(buffer.Size(), sizeof memory);
+    EXPECT_EQ(lowerBuffers.Asked(), (std::vector<std::string>{"info 0", "info 1"}));
+
+    calls.clear();
+    opened->RequeueBuffer(buffer);
+    EXPECT_EQ(calls, Calls{"DSQueueBuffer 0x20 0x100"});
+}
+
+TEST_F(ProxyDataStreamAcquisition, PassesTimeoutAndAbortOfTheWait)
+{
+    const auto opened = Opened();
+    for (const GC_ERROR code : {GC_ERR_TIMEOUT, GC_ERR_ABORT})
+    {
+        proxy->onEventGetData = [code](auto &&...) -> GC_ERROR { LowerFailure(code, "no buffer"); };
+        EXPECT_EQ(FailureOf([&] { opened->WaitForBuffer(1); }), (Failure{"no buffer", code}));
+    }
+    EXPECT_TRUE(lowerBuffers.Asked().empty());
+}
+
+TEST_F(ProxyDataStreamAcquisition, PassesAFailingRequeue)
+{
+    lowerBuffers.AddImage(LowerHandle(0x100), nullptr, 0);
+    const auto opened = Opened();
+    const auto buffer = opened->WaitForBuffer(1);
+    proxy->onDSQueueBuffer = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_INVALID_BUFFER, "bad"); };
+    EXPECT_EQ(FailureOf([&] { opened->RequeueBuffer(buffer); }), (Failure{"bad", GC_ERR_INVALID_BUFFER}));
+}
+
+class ProxyDataStreamPayloadSize : public ProxyStreamFixture
+{
+};
+
+TEST_F(ProxyDataStreamPayloadSize, IsTheLowerStreamsOwn)
+{
+    MakeRemotePort();
+    EXPECT_EQ(Opened()->GetLowerPayloadSize(), 5000U);
+    EXPECT_TRUE(remoteDevice.reads.empty());
+}
+
+TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWhenTheStreamDefinesNone)
+{
+    MakeRemotePort();
+    definesPayloadSize = false;
+    const auto opened = Opened();
+    EXPECT_EQ(opened->GetLowerPayloadSize(), 7000U);
+    EXPECT_EQ(calls, Calls{"DSGetInfo 0x20 9 1"});
+    EXPECT_EQ(remoteDevice.reads, (std::vector{FakeRemoteDevice::Access{LowerHandle(0x15), 0x108, 4}}));
+
+    opened->AnnounceBuffers();
+    EXPECT_EQ(calls[3], "DSAllocAndAnnounceBuffer 0x20 7000 null");
+}
+
+TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWhenTheStreamFailsToTell)
+{
+    MakeRemotePort();
+    const auto opened = Opened();
+    proxy->onDSGetInfo = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_NOT_IMPLEMENTED); };
+    EXPECT_EQ(opened->GetLowerPayloadSize(), 7000U);
+    proxy->onDSGetInfo = [](auto &&...) -> GC_ERROR { throw std::runtime_error("not a GenTL failure"); };
+    EXPECT_EQ(opened->GetLowerPayloadSize(), 7000U);
+}
+
+TEST_F(ProxyDataStreamPayloadSize, FailsWhenTheStreamDefinesItAndDoesNotTell)
+{
+    MakeRemotePort();
+    const auto opened = Opened();
+    proxy->onDSGetInfo = [](DS_HANDLE, STREAM_INFO_CMD command, INFO_DATATYPE *, void *buffer,
+                            size_t *size) -> GC_ERROR
+    {
+        if (command != STREAM_INFO_DEFINES_PAYLOADSIZE)
+        {
+            LowerFailure(GC_ERR_NOT_AVAILABLE, "no size");
+        }
+        return Write<bool8_t>(buffer, size, 1);
+    };
+    EXPECT_EQ(FailureOf([&] { opened->GetLowerPayloadSize(); }), (Failure{"no size", GC_ERR_NOT_AVAILABLE}));
+    EXPECT_EQ(FailureOf([&] { opened->AnnounceBuffers(); }), (Failure{"no size", GC_ERR_NOT_AVAILABLE}));
+}
+
+TEST_F(ProxyDataStreamPayloadSize, PassesAFailureOfTheDevice)
+{
+    MakeRemotePort();
+    definesPayloadSize = false;
+    remoteProxy->onGCReadPort = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_IO, "cable"); };
+    EXPECT_EQ(FailureOf([&] { Opened()->GetLowerPayloadSize(); }), (Failure{"cable", GC_ERR_IO}));
+}
+
+class ProxyDataStreamDroppedFrames : public ProxyStreamFixture
+{
+protected:
+    ProxyDataStreamDroppedFrames()
+    {
+        description = DroppedFrameDescription(bothConditions);
+        registers[0x10] = 0x39;
+        registers[0x11] = 0x05;
+        registers[0x20] = 1;
+        registers[0x24] = 1;
+    }
+};
+
+TEST_F(ProxyDataStreamDroppedFrames, AreReadFromTheLowerPort)
+{
+    const auto opened = Opened();
+    EXPECT_EQ(opened->GetDroppedFrameCount(), 1337U);
+    EXPECT_EQ(calls, (Calls{"GCReadPort 0x20 0x20 4", "GCReadPort 0x20 0x24 4", "GCReadPort 0x20 0x10 8"}));
+}
+
+TEST_F(ProxyDataStreamDroppedFrames, AreCheckedForEachTime)
+{
+    const auto opened = Opened();
+    registers[0x20] = 0;
+    EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
+    registers[0x20] = 1;
+    registers[0x24] = 0;
+    EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
+    registers[0x24] = 1;
+    EXPECT_EQ(opened->GetDroppedFrameCount(), 1337U);
+}
+
+TEST_F(ProxyDataStreamDroppedFrames, NeedNoConditions)
+{
+    description = DroppedFrameDescription("");
+    EXPECT_EQ(Opened()->GetDroppedFrameCount(), 1337U);
+}
+
+TEST_F(ProxyDataStreamDroppedFrames, AreNoneWithoutTheFeature)
+{
+    description = DroppedFrameDescription("", "RO", "SomethingElse");
+    const auto opened = Opened();
+    EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
+    EXPECT_TRUE(calls.empty());
+}
+
+TEST_F(ProxyDataStreamDroppedFrames, AreNoneForAFeatureThatCannotBeRead)
+{
+    description = DroppedFrameDescription(bothConditions, "WO");
+    const auto opened = Opened();
+    EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
+    EXPECT_TRUE(calls.empty());
+}
+
+TEST_F(ProxyDataStreamDroppedFrames, PassAFailingRead)
+{
+    const auto opened = Opened();
+    const auto read = proxy->onGCReadPort;
+    for (const uint64_t failing : {0x20U, 0x24U, 0x10U})
+    {
+        proxy->onGCReadPort = [&](PORT_HANDLE port, uint64_t address, void *buffer, size_t *size)
+        {
+            if (address == failing)
+            {
+                LowerFailure(GC_ERR_IO, fmt::format("at {}", failing));
+            }
+            return read(port, address, buffer, size);
+        };
+        EXPECT_EQ(FailureOf([&] { opened->GetDroppedFrameCount(); }),
+                  (Failure{fmt::format("at {}", failing), GC_ERR_IO}));
+    }
+}
+
+} // namespace
+} // namespace GenTL::internal
