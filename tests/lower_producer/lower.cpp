@@ -8,8 +8,8 @@
 // The extra export: the producer's script.
 extern "C" __attribute__((visibility("default"))) lower::Producer *LowerProducer()
 {
-    static auto *const producer = new lower::Producer;
-    return producer;
+    static lower::Producer producer;
+    return &producer;
 }
 
 namespace lower
@@ -43,7 +43,10 @@ GC_ERROR Call(std::string_view name, Body body)
     {
         const auto result = failures->second.front();
         failures->second.pop_front();
-        return result;
+        if (result != works)
+        {
+            return result;
+        }
     }
     try
     {
