@@ -12,6 +12,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/archive")
 
 set(QVR_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
+option(QVR_FUZZ "Build the fuzzers; needs clang" OFF)
 
 find_program(QVR_CCACHE ccache)
 if(QVR_CCACHE)

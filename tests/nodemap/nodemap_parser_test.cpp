@@ -2,15 +2,12 @@
 
 #include "nodemap/memory_port.h"
 #include "support/failure.h"
-#include "utils/log.h"
+#include "support/log_capture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <spdlog/sinks/ostream_sink.h>
 
 #include <limits>
-#include <memory>
-#include <sstream>
 #include <string>
 
 namespace GenTL::internal::nodemap
@@ -21,7 +18,6 @@ namespace
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
 using testing::Pair;
 using testing::UnorderedElementsAre;
 
@@ -35,28 +31,6 @@ std::string Element(const std::string &type, const std::string &name, const std:
 {
     return "<" + type + " Name=\"" + name + "\">" + content + "</" + type + ">";
 }
-
-/// Catches the log for as long as it lives.
-class LogCapture
-{
-public:
-    LogCapture() : m_before(spdlog::default_logger())
-    {
-        auto sink = std::make_shared<spdlog::sinks::ostream_sink_st>(m_text);
-        auto logger = std::make_shared<spdlog::logger>("capture", sink);
-        logger->set_pattern("%l: %v");
-        spdlog::set_default_logger(logger);
-    }
-    LogCapture(const LogCapture &) = delete;
-    LogCapture &operator=(const LogCapture &) = delete;
-    ~LogCapture() { spdlog::set_default_logger(m_before); }
-
-    std::string Text() const { return m_text.str(); }
-
-private:
-    std::ostringstream m_text;
-    std::shared_ptr<spdlog::logger> m_before;
-};
 
 TEST(NodeMapParserRegister, HasDefaults)
 {
@@ -454,12 +428,13 @@ TEST(NodeMapParserDocument, IsInvalidWhenItIsNoXml)
     const NodeMapParser parser(text);
     EXPECT_FALSE(parser.IsValid());
     EXPECT_FALSE(parser.HasNode("A"));
-    EXPECT_THAT(log.Text(), testing::StartsWith("error: Could not load xml at offset "));
-    EXPECT_THAT(log.Text(), HasSubstr("error: Parsing of XML file failed!\n"));
+    const auto lines = log.Lines();
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_THAT(lines[0], testing::StartsWith("error: Could not load xml at offset "));
+    EXPECT_EQ(lines[1], "error: Parsing of XML file failed!");
     // The excerpt: at most 20 bytes on each side.
-    const auto logged = log.Text();
-    const auto begin = logged.find("!\n...") + 5;
-    const auto excerpt = logged.substr(begin, logged.find("...\n", begin) - begin);
+    const auto begin = lines[0].find("!\n...") + 5;
+    const auto excerpt = lines[0].substr(begin, lines[0].size() - 3 - begin);
     EXPECT_LE(excerpt.size(), 40U);
     EXPECT_FALSE(excerpt.empty());
     EXPECT_THAT(text, HasSubstr(excerpt));
@@ -471,16 +446,16 @@ TEST(NodeMapParserDocument, LogsTheOffsetTheReasonAndTheExcerpt)
     const NodeMapParser parser(
         "<RegisterDescription><abcdefghijklmno></wrong><pqrstuvwxyz/></RegisterDescription>");
     EXPECT_FALSE(parser.IsValid());
-    EXPECT_EQ(log.Text(), "error: Could not load xml at offset 40: Start-end tags mismatch!\n"
-                          "...><abcdefghijklmno></wrong><pqrstuvwxyz/>...\n"
-                          "error: Parsing of XML file failed!\n");
+    EXPECT_THAT(log.Lines(), ElementsAre("error: Could not load xml at offset 40: Start-end tags mismatch!\n"
+                                         "...><abcdefghijklmno></wrong><pqrstuvwxyz/>...",
+                                         "error: Parsing of XML file failed!"));
 }
 
 TEST(NodeMapParserDocument, IsInvalidWithoutItsRoot)
 {
     const LogCapture log;
     EXPECT_FALSE(NodeMapParser("<Other/>").IsValid());
-    EXPECT_EQ(log.Text(), "error: Parsing of XML file failed!\n");
+    EXPECT_THAT(log.Lines(), ElementsAre("error: Parsing of XML file failed!"));
 }
 
 TEST(NodeMapParserDocument, IsInvalidWhenItIsEmpty)
