@@ -1,6 +1,8 @@
 #include "nodemap/descriptions.h"
 
+#include "datastream/datastream_features.h"
 #include "nodemap/nodemap_parser.h"
+#include "system_features.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,6 +13,7 @@
 #include <iterator>
 #include <map>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -50,6 +53,7 @@ struct Module
     std::string versionGuid;
     std::string port;
     uint64_t registerSize;
+    std::span<const RegisterDefinition> definitions;
     std::vector<Row> rows;
 
     friend void PrintTo(const Module &module, std::ostream *stream) { *stream << module.name; }
@@ -68,6 +72,7 @@ Module System()
             "0C1D96C4-7E80-43BD-A4DA-BBAB91CF8A19",
             "TLPort",
             0x4A0,
+            SystemFeatures(),
             {
                 {"TLID", "StringReg", 0x0, 64},
                 {"TLVendorName", "StringReg", 0x40, 64},
@@ -111,6 +116,7 @@ Module DataStream()
             "2AB9BE04-AD3B-415B-9DA0-11EE9B3B9BB1",
             "StreamPort",
             0xA0,
+            DatastreamFeatures(),
             {
                 {"StreamID", "StringReg", 0x0, 64},
                 {"StreamTypeReg", "IntReg", 0x40, 8},
@@ -264,6 +270,23 @@ TEST_P(DescriptionTest, HasRegistersWithoutAGapUpToTheDocument)
         end = row.address + row.length;
     }
     EXPECT_EQ(end, GetParam().registerSize);
+}
+
+TEST_P(DescriptionTest, AgreesWithTheTableOfItsModule)
+{
+    ASSERT_EQ(GetParam().definitions.size(), GetParam().rows.size());
+    for (size_t i = 0; i < GetParam().rows.size(); ++i)
+    {
+        const auto &row = GetParam().rows[i];
+        const auto &definition = GetParam().definitions[i];
+        const bool isText = row.element == "StringReg";
+        EXPECT_EQ(std::string(definition.Name) + (isText ? "" : "Reg"), row.name);
+        EXPECT_EQ(definition.Address, row.address) << row.name;
+        EXPECT_EQ(definition.Size, row.length) << row.name;
+        EXPECT_EQ(definition.Access, row.access == "RW" ? 3 : 1) << row.name;
+        EXPECT_EQ(definition.Kind, isText ? RegisterKind::String : RegisterKind::Number) << row.name;
+        EXPECT_EQ(definition.Used, row.implemented != "IsInterfaceGEV") << row.name;
+    }
 }
 
 TEST_P(DescriptionTest, NamesNoNodeThatIsNotThere)

@@ -1,6 +1,8 @@
 #include "nodemap/node_map.h"
 
+#include "datastream/datastream_features.h"
 #include "nodemap/descriptions.h"
+#include "nodemap/nodemap_parser.h"
 #include "support/failure.h"
 
 #include <gmock/gmock.h>
@@ -196,7 +198,20 @@ TEST_F(NodeMapTest, CallsTheCallbacksOfItsRowsWithTheOwner)
     size_t size = value.size();
     map.WritePort(0, value.data(), &size);
     map.ReadPort(0, value.data(), &size);
-    EXPECT_EQ(value[0], 1) << "as a buffer handling mode reads 1 whatever was written";
+    EXPECT_EQ(value[0], 1);
+}
+
+TEST_F(NodeMapTest, ReadsTheOneBufferHandlingModeWhateverWasWritten)
+{
+    NodeMap stream("StreamPort", "GEV", ModuleType::DataStream, DataStreamDescription(), nullptr,
+                   DatastreamFeatures());
+    const auto address =
+        NodeMapParser(DataStreamDescription()).FindNode("StreamBufferHandlingModeReg").Address;
+    uint64_t value = 4;
+    size_t size = sizeof value;
+    stream.WritePort(address, &value, &size);
+    stream.ReadPort(address, &value, &size);
+    EXPECT_EQ(value, 1U);
 }
 
 TEST_F(NodeMapTest, StartsWithTheInitialValuesOfItsRows)
