@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
+#include <locale.h>
 #include <stdexcept>
 
 namespace GenTL::internal::nodemap
@@ -23,6 +25,14 @@ std::string ChildText(const pugi::xml_node &element, const char *child)
 uint64_t ChildNumber(const pugi::xml_node &element, const char *child)
 {
     return element.child(child).text().as_ullong();
+}
+
+/// A floating number as a description writes it, whatever decimal point the locale of the consumer's process
+/// asks for.
+double ToDouble(const pugi::xml_text &text)
+{
+    static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
+    return strtod_l(text.get(), nullptr, classic);
 }
 
 AccessMode ReadAccessMode(const pugi::xml_node &element)
@@ -180,7 +190,7 @@ bool NodeWalker<GenNodeType::Converter>::for_each(pugi::xml_node &element)
     }
     for (const auto &constant : element.children("Constant"))
     {
-        record.Constants.try_emplace(constant.attribute("Name").value(), constant.text().as_double());
+        record.Constants.try_emplace(constant.attribute("Name").value(), ToDouble(constant.text()));
     }
     record.Formula = ChildText(element, isConverter ? "FormulaFrom" : "Formula");
     if (isConverter)
@@ -223,7 +233,7 @@ std::optional<Bound> NodeWalker<GenNodeType::Interface>::ReadBound(const pugi::x
         {
             return Bound{false, int64_t{child.text().as_llong()}};
         }
-        return Bound{false, child.text().as_double()};
+        return Bound{false, ToDouble(child.text())};
     }
     if (const auto child = element.child(reference))
     {

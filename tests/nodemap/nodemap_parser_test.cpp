@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <limits>
 #include <string>
 
@@ -209,6 +210,37 @@ TEST(NodeMapParserFormula, CollectsVariablesConstantsAndTheRightFormula)
         EXPECT_TRUE(parser.TryFindConverter("K"));
         EXPECT_FALSE(parser.HasNode("K")) << "formulas are no nodes";
     }
+}
+
+/// Sets a locale with a decimal comma for as long as it lives, if this computer has one.
+class DecimalComma
+{
+public:
+    DecimalComma()
+    {
+        for (const auto *name : {"de_DE.UTF-8", "fr_FR.UTF-8", "es_ES.UTF-8"})
+        {
+            isSet = isSet || std::setlocale(LC_ALL, name) != nullptr;
+        }
+    }
+    DecimalComma(const DecimalComma &) = delete;
+    DecimalComma &operator=(const DecimalComma &) = delete;
+    ~DecimalComma() { std::setlocale(LC_ALL, "C"); }
+
+    bool isSet = false;
+};
+
+TEST(NodeMapParserFormula, HasADecimalPointInEveryLocale)
+{
+    const DecimalComma locale;
+    if (!locale.isSet)
+    {
+        GTEST_SKIP() << "no locale with a decimal comma is installed";
+    }
+    const NodeMapParser parser(Description(Element("SwissKnife", "K", "<Constant Name=\"C\">2.5</Constant>") +
+                                           Element("Float", "F", "<Min>2.5</Min>")));
+    EXPECT_EQ(parser.FindConverter("K").Constants.at("C"), 2.5);
+    EXPECT_EQ(std::get<double>(parser.FindNode("F").Min->Value), 2.5);
 }
 
 TEST(NodeMapParserFormula, KeepsTheFirstOfAName)
