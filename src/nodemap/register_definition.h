@@ -24,10 +24,10 @@ struct RegisterDefinition
     uint64_t Address{};
     RegisterKind Kind{};
     int32_t Access{}; ///< a RegisterAccess; anything else is refused by the register map
-    std::variant<int32_t, int64_t, std::string, float> InitialValue;
+    std::variant<int32_t, int64_t, std::string, float> InitialValue{};
     bool Used = true; ///< false for registers that only a GigE interface has; for the owner's information
-    RegisterCallback OnRead;
-    RegisterCallback OnWrite;
+    RegisterCallback OnRead{};
+    RegisterCallback OnWrite{};
 };
 
 } // namespace GenTL::internal::nodemap

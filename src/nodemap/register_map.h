@@ -37,8 +37,8 @@ struct Register
     RegisterAccess Access{};
     uint64_t Address{};
     uint64_t Size{}; ///< bytes, never 0
-    RegisterCallback OnWrite;
-    RegisterCallback OnRead;
+    RegisterCallback OnWrite{};
+    RegisterCallback OnRead{};
     void *Context{};          ///< handed to both callbacks
     uint64_t StorageOffset{}; ///< set by AddRegister
 };
