@@ -1,0 +1,91 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace tarn::vision
+{
+
+/// How the samples of an image lie in memory. The image is one run of samples; nothing happens at line ends.
+enum class Packing : uint8_t
+{
+    Bytes,    ///< a byte each
+    Words,    ///< 16 bits each, little-endian
+    Stream10, ///< `10p`: a stream of bits, the lowest first
+    Stream12, ///< `12p`: likewise
+    Group40,  ///< `10g40QVR`: the upper 8 bits of four samples, then a byte with their lower 2 bits
+    Group24,  ///< `12g24QVR`: the upper 8 bits of two samples, then a byte with their lower 4 bits
+    Word32,   ///< `10p32`: three samples in the lower 30 bits of a 32-bit little-endian word
+};
+
+/// Which pixels of the source make a pixel of the target.
+enum class Interleaving : uint8_t
+{
+    None,
+    Lines, ///< `_I_A_B`: pairs of lines
+    Cells, ///< `_I_AB_CD`: blocks of 2 x 2
+};
+
+struct Layout
+{
+    Packing packing;
+    Interleaving interleaving;
+};
+
+/// The layout of `from`, when unpacking to `to` is offered.
+std::optional<Layout> FindLayout(uint32_t from, uint32_t to);
+
+/// @throws InvalidParameterException when unpacking to `to` is not offered
+Layout GetLayout(uint32_t from, uint32_t to);
+
+/// Samples of a pixel of the source.
+constexpr uint32_t SamplesPerPixel(Packing packing)
+{
+    return packing == Packing::Word32 ? 3 : 1;
+}
+
+/// Bytes of a sample in the target.
+constexpr uint32_t BytesPerSample(Packing packing)
+{
+    return packing == Packing::Bytes ? 1 : 2;
+}
+
+/// One sample of an image that has `samples` of them.
+constexpr uint32_t ReadSample(Packing packing, const uint8_t *source, uint64_t samples, uint64_t index)
+{
+    const auto bits = [source](uint64_t first, uint32_t count)
+    {
+        const auto *byte = source + first / 8;
+        return (byte[0] | uint32_t{byte[1]} << 8) >> first % 8 & ((1U << count) - 1);
+    };
+    // Of an incomplete last group there are just the upper bytes of its samples and the one that follows.
+    const auto grouped = [=](uint64_t count, uint32_t lowerBits)
+    {
+        const auto first = index / count * count;
+        const auto *group = source + first / count * (count + 1);
+        const auto present = samples - first < count ? samples - first : count;
+        const auto position = index - first;
+        const auto lower = uint32_t{group[present]} >> position * lowerBits & ((1U << lowerBits) - 1);
+        return uint32_t{group[position]} << lowerBits | lower;
+    };
+    switch (packing)
+    {
+    case Packing::Bytes:
+        return source[index];
+    case Packing::Words:
+        return bits(16 * index, 16);
+    case Packing::Stream10:
+        return bits(10 * index, 10);
+    case Packing::Stream12:
+        return bits(12 * index, 12);
+    case Packing::Group40:
+        return grouped(4, 2);
+    case Packing::Group24:
+        return grouped(2, 4);
+    case Packing::Word32:
+        return bits(index / 3 * 32 + index % 3 * 10, 10);
+    }
+    return 0;
+}
+
+} // namespace tarn::vision

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tarn::vision
+{
+
+/// Unpack in its plain form, one sample after the other: what Unpack has to agree with.
+void UnpackScalar(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *target, uint32_t width,
+                  uint32_t height);
+
+} // namespace tarn::vision
