@@ -1,0 +1,53 @@
+#ifndef QVR_SIMULATOR_CALL_H
+#define QVR_SIMULATOR_CALL_H
+
+#include "error.h"
+
+#include <exception>
+#include <new>
+
+namespace GenTL::simulator
+{
+
+/** What GCGetLastError tells: one for each thread, kept until the thread's next failure. */
+struct LastError
+{
+    GC_ERROR code = GC_ERR_SUCCESS;
+    std::string text = "No error";
+
+    static LastError &OfThisThread();
+};
+
+/** Remembers the failure for GCGetLastError and gives its code. */
+GC_ERROR Fail(const char *function, GC_ERROR code, const char *text) noexcept;
+
+/** The frame around every export: nothing is thrown across the C interface. */
+template <typename Body>
+GC_ERROR Call(const char *function, Body &&body) noexcept
+{
+    try
+    {
+        body();
+        return GC_ERR_SUCCESS;
+    }
+    catch (const Error &error)
+    {
+        return Fail(function, error.Code(), error.what());
+    }
+    catch (const std::bad_alloc &)
+    {
+        return Fail(function, GC_ERR_OUT_OF_MEMORY, "Out of memory");
+    }
+    catch (const std::exception &error)
+    {
+        return Fail(function, GC_ERR_ERROR, error.what());
+    }
+    catch (...)
+    {
+        return Fail(function, GC_ERR_ERROR, "Unknown failure");
+    }
+}
+
+} // namespace GenTL::simulator
+
+#endif

@@ -1,0 +1,239 @@
+#include "camera.h"
+
+#include "clock.h"
+#include "description.h"
+#include "zip_writer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+// Values of AcquisitionMode.
+constexpr int64_t continuous = 0;
+constexpr int64_t singleFrame = 1;
+
+std::string FileName(const CameraModel &model)
+{
+    return model.model + (model.zippedDescription ? ".zip" : ".xml");
+}
+
+std::string Description(const CameraModel &model)
+{
+    std::vector<ChunkPort> chunks;
+    for (const Chunk &chunk : model.chunks)
+    {
+        if (chunk.value != ChunkValue::Image)
+        {
+            chunks.push_back({chunk.id, "Chunk" + chunk.entry.name, chunk.kind, chunk.length});
+        }
+    }
+    std::string name = model.model;
+    std::replace(name.begin(), name.end(), '-', '_');
+    const std::string xml =
+        BuildDescription({name, model.toolTip, "Device", model.productGuid, model.versionGuid},
+                         FeatureLayout(model.features), chunks);
+    return model.zippedDescription ? ZipFile(model.model + ".xml", xml) : xml;
+}
+
+PortIdentity Identity(const CameraModel &model)
+{
+    return {model.Id(), model.model, "Device", "Device", cameraVersion, FileName(model)};
+}
+
+} // namespace
+
+Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
+    : Module(handles, Identity(unit.Model()), FeatureLayout(unit.Model().features), Description(unit.Model()),
+             {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
+      m_unit(unit), m_writable(writable)
+{
+    ConnectFeatures();
+    for (const Chunk &chunk : unit.Model().chunks)
+    {
+        Features().SetSelected("ChunkEnable", chunk.entry.value, chunk.value == ChunkValue::Image);
+    }
+    Features().SetText("DeviceUserID", unit.UserName());
+    Update();
+}
+
+void Camera::ConnectFeatures()
+{
+    FeatureSet &features = Features();
+    features.AfterWrite("AcquisitionStart", [this] { StartAcquisition(); });
+    features.AfterWrite("AcquisitionStop", [this] { StopAcquisition(); });
+    features.AfterWrite("AcquisitionFrameRate", [this] { TellListener(); });
+    features.AfterWrite("DeviceUserID", [this] { m_unit.SetUserName(Features().Text("DeviceUserID")); });
+    features.AfterWrite(
+        "TimestampLatch",
+        [this] { Features().SetInteger("TimestampLatchValue", static_cast<int64_t>(Nanoseconds())); });
+    features.ComputeOnRead(
+        "ParametersLocked",
+        [this] { return static_cast<int64_t>(m_acquiring || Features().IsTrue("TLParamsLocked")); });
+    features.CheckOnWrite("ChunkEnable",
+                          [this](int64_t value)
+                          {
+                              const auto &chunks = Model().chunks;
+                              const int64_t selected = Features().Integer("ChunkSelector");
+                              const auto chunk =
+                                  std::find_if(chunks.begin(), chunks.end(),
+                                               [&](const Chunk &c) { return c.entry.value == selected; });
+                              if (chunk->value == ChunkValue::Image && value == 0)
+                              {
+                                  throw Error(GC_ERR_INVALID_VALUE, "The image is always sent");
+                              }
+                          });
+    features.AfterAnyWrite([this] { Update(); });
+}
+
+void Camera::StartAcquisition()
+{
+    const int64_t mode = Features().Integer("AcquisitionMode");
+    m_remaining = mode == continuous    ? std::numeric_limits<uint64_t>::max()
+                  : mode == singleFrame ? 1
+                                        : static_cast<uint64_t>(Features().Integer("AcquisitionFrameCount"));
+    m_sent = 0;
+    m_acquiring = true;
+    TellListener();
+}
+
+void Camera::TellListener()
+{
+    if (m_listener)
+    {
+        m_listener();
+    }
+}
+
+void Camera::StopAcquisition()
+{
+    const auto lock = Features().Lock();
+    m_acquiring = false;
+    TellListener();
+}
+
+void Camera::FitRegion(const char *size, const char *offset, const char *sizeMax, int64_t sensor,
+                       int64_t step)
+{
+    // The largest size is a multiple of 4, so of every increment.
+    const int64_t largest = sensor / step / 4 * 4;
+    Features().SetInteger(sizeMax, largest);
+    const int64_t fitting = std::min(Features().Integer(size), largest);
+    Features().SetInteger(size, fitting);
+    Features().SetInteger(offset, std::min(Features().Integer(offset), largest - fitting));
+}
+
+void Camera::Update()
+{
+    FeatureSet &features = Features();
+    const auto step = [&](const char *direction)
+    {
+        return features.Selected(std::string("Binning") + direction, 0) *
+               features.Selected(std::string("Decimation") + direction, 0);
+    };
+    FitRegion("Width", "OffsetX", "WidthMax", features.Integer("SensorWidth"), step("Horizontal"));
+    FitRegion("Height", "OffsetY", "HeightMax", features.Integer("SensorHeight"), step("Vertical"));
+    m_settings = std::make_shared<FrameSettings>(ReadSettings());
+    features.SetInteger("PayloadSize", static_cast<int64_t>(m_settings->payloadSize));
+}
+
+FrameSettings Camera::ReadSettings() const
+{
+    const FeatureSet &features = Features();
+    const auto number = [&](const char *name) { return static_cast<uint32_t>(features.Integer(name)); };
+    const auto factor = [&](const char *name)
+    {
+        return static_cast<uint32_t>(features.Selected(name, 0)); // there is the one selector value
+    };
+    FrameSettings settings{};
+    ImageSettings &image = settings.image;
+    image.sensorWidth = number("SensorWidth");
+    image.sensorHeight = number("SensorHeight");
+    image.width = number("Width");
+    image.height = number("Height");
+    image.offsetX = number("OffsetX");
+    image.offsetY = number("OffsetY");
+    image.binningX = factor("BinningHorizontal");
+    image.binningY = factor("BinningVertical");
+    image.stepX = image.binningX * factor("DecimationHorizontal");
+    image.stepY = image.binningY * factor("DecimationVertical");
+    image.format = &FindPixelFormat(features.Integer("PixelFormat"));
+    image.testPattern = features.Integer("TestPattern");
+    settings.exposureTime = features.Float("ExposureTime");
+    settings.gain = features.Float("Gain");
+    image.brightness = settings.exposureTime / 10000.0 * std::pow(10.0, settings.gain / 20.0);
+    settings.frameCheck = features.IsTrue("FrameCheck");
+    settings.chunks = EnabledChunks();
+    settings.payloadSize = simulator::PayloadSize(settings);
+    return settings;
+}
+
+std::vector<Chunk> Camera::EnabledChunks() const
+{
+    std::vector<Chunk> enabled;
+    if (Features().IsTrue("ChunkModeActive"))
+    {
+        for (const Chunk &chunk : Model().chunks)
+        {
+            if (Features().Selected("ChunkEnable", chunk.entry.value) != 0)
+            {
+                enabled.push_back(chunk);
+            }
+        }
+    }
+    return enabled;
+}
+
+std::optional<FrameOrder> Camera::NextFrame()
+{
+    const auto lock = Features().Lock();
+    if (!m_acquiring)
+    {
+        return std::nullopt;
+    }
+    FrameOrder order{++m_sent, Nanoseconds(), m_settings};
+    if (--m_remaining == 0)
+    {
+        m_acquiring = false;
+    }
+    return order;
+}
+
+bool Camera::IsAcquiring() const
+{
+    const auto lock = Features().Lock();
+    return m_acquiring;
+}
+
+double Camera::FrameRate() const
+{
+    return Features().Float("AcquisitionFrameRate");
+}
+
+size_t Camera::PayloadSize() const
+{
+    return static_cast<size_t>(Features().Integer("PayloadSize"));
+}
+
+void Camera::SetListener(const void *owner, std::function<void()> listener)
+{
+    const auto lock = Features().Lock();
+    m_listenerOwner = owner;
+    m_listener = std::move(listener);
+}
+
+void Camera::RemoveListener(const void *owner)
+{
+    const auto lock = Features().Lock();
+    if (m_listenerOwner == owner)
+    {
+        m_listener = nullptr;
+    }
+}
+
+} // namespace GenTL::simulator

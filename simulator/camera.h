@@ -1,0 +1,67 @@
+#ifndef QVR_SIMULATOR_CAMERA_H
+#define QVR_SIMULATOR_CAMERA_H
+
+#include "frame.h"
+#include "module.h"
+
+#include <optional>
+
+namespace GenTL::simulator
+{
+
+/**
+ * An opened camera: the remote device module. Made by IFOpenDevice with all features at their defaults,
+ * and closed with its device. It decides which frames are sent; the stream sends them.
+ *
+ * Any thread may call. The listener is called with the camera's lock held.
+ */
+class Camera : public Module
+{
+public:
+    Camera(HandleTable &handles, CameraUnit &unit, bool writable);
+
+    const CameraModel &Model() const { return m_unit.Model(); }
+
+    /** The next frame to send, or none when the camera is not acquiring. */
+    std::optional<FrameOrder> NextFrame();
+
+    /** Whether AcquisitionStart is in force. */
+    bool IsAcquiring() const;
+
+    /** Frames in a second; 0 for no limit. */
+    double FrameRate() const;
+
+    size_t PayloadSize() const;
+
+    /** `listener` is told when the camera starts, stops or changes its rate. */
+    void SetListener(const void *owner, std::function<void()> listener);
+    /** Ends that, if the listener is still the owner's. */
+    void RemoveListener(const void *owner);
+
+private:
+    bool IsWritable() const override { return m_writable; }
+    void ConnectFeatures();
+    void OnClose() override { StopAcquisition(); }
+    void TellListener();
+    void StartAcquisition();
+    void StopAcquisition();
+    void Update();
+    void FitRegion(const char *size, const char *offset, const char *sizeMax, int64_t sensor, int64_t step);
+    FrameSettings ReadSettings() const;
+    std::vector<Chunk> EnabledChunks() const;
+
+    CameraUnit &m_unit;
+    const bool m_writable;
+
+    // Guarded by the lock of the features.
+    const void *m_listenerOwner = nullptr;
+    std::function<void()> m_listener;
+    std::shared_ptr<const FrameSettings> m_settings;
+    bool m_acquiring = false;
+    uint64_t m_sent = 0;      /**< frames since AcquisitionStart */
+    uint64_t m_remaining = 0; /**< frames until the acquisition ends by itself */
+};
+
+} // namespace GenTL::simulator
+
+#endif

@@ -1,0 +1,320 @@
+#include "camera_model.h"
+#include "pattern_source.h"
+#include "scene_source.h"
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+// Features of the image layout can not change while frames may be under way.
+constexpr const char *frozen = "ParametersLocked";
+
+/** What tells one 2D camera from another. */
+struct AreaSensor
+{
+    int64_t width;
+    int64_t height;
+    int64_t stepX; /**< increment of Width and OffsetX */
+    int64_t stepY;
+};
+
+void Append(std::vector<Feature> &list, std::vector<Feature> more)
+{
+    for (Feature &feature : more)
+    {
+        list.push_back(std::move(feature));
+    }
+}
+
+std::vector<Feature> DeviceControl(const std::string &model, const std::string &serialNumber)
+{
+    const char *const category = "DeviceControl";
+    return {
+        Text(category, "DeviceVendorName", "Name of the manufacturer.", 32)
+            .DefaultText(cameraVendor)
+            .ReadOnly(),
+        Text(category, "DeviceModelName", "Model of the camera.", 32).DefaultText(model).ReadOnly(),
+        Text(category, "DeviceManufacturerInfo", "What the manufacturer has to say.", 48)
+            .DefaultText("Simulated camera")
+            .ReadOnly(),
+        Text(category, "DeviceVersion", "Version of the camera.", 32).DefaultText(cameraVersion).ReadOnly(),
+        Text(category, "DeviceFirmwareVersion", "Version of the camera's firmware.", 32)
+            .DefaultText(cameraVersion)
+            .ReadOnly(),
+        Text(category, "DeviceSerialNumber", "Serial number of the camera.", 32)
+            .DefaultText(serialNumber)
+            .ReadOnly(),
+        Text(category, "DeviceUserID", "Name that the user gives the camera.", 32),
+        Integer(category, "DeviceSFNCVersionMajor", "Major version of the naming convention.")
+            .Default(2)
+            .ReadOnly()
+            .Visibility("Expert"),
+        Integer(category, "DeviceSFNCVersionMinor", "Minor version of the naming convention.")
+            .Default(5)
+            .ReadOnly()
+            .Visibility("Expert"),
+        Integer(category, "DeviceSFNCVersionSubMinor", "Sub minor version of the naming convention.")
+            .Default(0)
+            .ReadOnly()
+            .Visibility("Expert"),
+        Command(category, "TimestampLatch", "Latches the camera's clock into TimestampLatchValue.")
+            .Visibility("Expert"),
+        Integer(category, "TimestampLatchValue", "The clock as it was latched last.")
+            .Length(8)
+            .ReadOnly()
+            .Volatile()
+            .Unit("ns")
+            .Visibility("Expert"),
+    };
+}
+
+std::vector<Feature> SensorGeometry(const AreaSensor &sensor)
+{
+    const char *const category = "ImageFormatControl";
+    constexpr int64_t smallest = 16; // leaves room for the header of a checked frame at 2 rows
+    return {
+        Integer(category, "SensorWidth", "Width of the sensor in pixels.")
+            .Default(sensor.width)
+            .ReadOnly()
+            .Unit("px")
+            .Visibility("Expert"),
+        Integer(category, "SensorHeight", "Height of the sensor in pixels.")
+            .Default(sensor.height)
+            .ReadOnly()
+            .Unit("px")
+            .Visibility("Expert"),
+        Integer(category, "WidthMax", "Largest width of the image with the binning and decimation in force.")
+            .Default(sensor.width)
+            .ReadOnly()
+            .Volatile()
+            .Unit("px")
+            .Visibility("Expert"),
+        Integer(category, "HeightMax",
+                "Largest height of the image with the binning and decimation in force.")
+            .Default(sensor.height)
+            .ReadOnly()
+            .Volatile()
+            .Unit("px")
+            .Visibility("Expert"),
+        Integer(category, "Width", "Width of the image in pixels.")
+            .Default(sensor.width)
+            .Range(smallest, Difference("WidthMax", "OffsetX"), sensor.stepX)
+            .Unit("px")
+            .LockedBy(frozen)
+            .Volatile(),
+        Integer(category, "Height", "Height of the image in pixels.")
+            .Default(sensor.height)
+            .Range(2, Difference("HeightMax", "OffsetY"), sensor.stepY)
+            .Unit("px")
+            .LockedBy(frozen)
+            .Volatile(),
+        Integer(category, "OffsetX", "Pixels from the left edge of the sensor to the image.")
+            .Range(0, Difference("WidthMax", "Width"), sensor.stepX)
+            .Unit("px")
+            .LockedBy(frozen)
+            .Volatile(),
+        Integer(category, "OffsetY", "Pixels from the upper edge of the sensor to the image.")
+            .Range(0, Difference("HeightMax", "Height"), sensor.stepY)
+            .Unit("px")
+            .LockedBy(frozen)
+            .Volatile(),
+    };
+}
+
+/** Selector, horizontal and vertical factor of "Binning" or "Decimation". */
+std::vector<Feature> Reduction(const std::string &name, const std::string &effect)
+{
+    const char *const category = "ImageFormatControl";
+    const auto factor = [&](const char *direction)
+    {
+        return Integer(category, name + direction, effect)
+            .Default(1)
+            .Range(1, 4)
+            .SelectedBy(name + "Selector")
+            .LockedBy(frozen)
+            .Visibility("Expert");
+    };
+    return {Enumeration(category, name + "Selector", "Where on the way of the pixels it is done.",
+                        {{"Sensor", 0}})
+                .Visibility("Expert"),
+            factor("Horizontal"), factor("Vertical")};
+}
+
+std::vector<Feature> ImageFormat()
+{
+    const char *const category = "ImageFormatControl";
+    std::vector<EnumEntry> formats;
+    for (const PixelFormat &format : PixelFormats())
+    {
+        formats.push_back({format.name, format.code});
+    }
+    return {
+        Enumeration(category, "PixelFormat", "Format of the pixels that the camera sends.",
+                    std::move(formats))
+            .ConditionalEntries()
+            .LockedBy(frozen),
+        Enumeration(category, "TestPattern", "Pattern that replaces the sensor's image.", TestPatterns())};
+}
+
+std::vector<Feature> AcquisitionControl()
+{
+    const char *const category = "AcquisitionControl";
+    return {
+        Enumeration(category, "AcquisitionMode", "How many frames an AcquisitionStart gives.",
+                    {{"Continuous", 0}, {"SingleFrame", 1}, {"MultiFrame", 2}})
+            .LockedBy(frozen),
+        Integer(category, "AcquisitionFrameCount", "Frames of an acquisition in the mode MultiFrame.")
+            .Default(1)
+            .Range(1, 1000000)
+            .LockedBy(frozen),
+        Command(category, "AcquisitionStart", "Starts to send frames."),
+        Command(category, "AcquisitionStop", "Stops after the current frame."),
+        Float(category, "AcquisitionFrameRate",
+              "Frames in a second; 0 for as fast as the consumer gives buffers.")
+            .FloatRange(0.0, 10000.0)
+            .Unit("Hz"),
+        Float(category, "ExposureTime", "How long the sensor collects light; 10000 shows the scene as it is.")
+            .DefaultFloat(10000.0)
+            .FloatRange(10.0, 1000000.0)
+            .Unit("us")
+            .Representation("Logarithmic"),
+        Float("AnalogControl", "Gain", "Amplification of the brightness.")
+            .FloatRange(0.0, 24.0)
+            .Unit("dB")
+            .Representation("Linear"),
+    };
+}
+
+std::vector<Feature> ChunkControl(const std::vector<Chunk> &chunks)
+{
+    const char *const category = "ChunkDataControl";
+    std::vector<EnumEntry> entries;
+    for (const Chunk &chunk : chunks)
+    {
+        entries.push_back(chunk.entry);
+    }
+    return {
+        Boolean(category, "ChunkModeActive", "Sends the enabled chunks behind the image.")
+            .LockedBy(frozen)
+            .Visibility("Expert"),
+        Enumeration(category, "ChunkSelector", "Chunk that ChunkEnable is about.", std::move(entries))
+            .Visibility("Expert"),
+        Boolean(category, "ChunkEnable", "Sends the selected chunk when the chunk mode is active.")
+            .SelectedBy("ChunkSelector")
+            .LockedBy(frozen)
+            .Visibility("Expert"),
+    };
+}
+
+std::vector<Feature> TransportControl()
+{
+    const char *const category = "TransportLayerControl";
+    return {
+        Integer(category, "PayloadSize", "Bytes of a frame with its chunks.")
+            .ReadOnly()
+            .Volatile()
+            .Unit("B")
+            .Visibility("Expert"),
+        Integer(category, "TLParamsLocked", "Not 0 while a consumer streams: the image layout is frozen.")
+            .Range(0, 1)
+            .Visibility("Invisible"),
+        Integer("", "ParametersLocked", "1 while the image layout is frozen.")
+            .ReadOnly()
+            .Volatile()
+            .VendorSpecific(),
+        Boolean("TestControl", "FrameCheck",
+                "Puts frame number and checksum into the first bytes of the image.")
+            .LockedBy(frozen)
+            .VendorSpecific(),
+    };
+}
+
+std::vector<Chunk> StandardChunks()
+{
+    return {
+        {{"Image", 0}, 1, ChunkValue::Image, FeatureKind::Integer, 0},
+        {{"FrameID", 1}, 2, ChunkValue::FrameId, FeatureKind::Integer, 8},
+        {{"Timestamp", 2}, 3, ChunkValue::Timestamp, FeatureKind::Integer, 8},
+        {{"ExposureTime", 3}, 4, ChunkValue::ExposureTime, FeatureKind::Float, 4},
+        {{"Gain", 4}, 5, ChunkValue::Gain, FeatureKind::Float, 4},
+        {{"ImageChecksum", 5}, 6, ChunkValue::ImageChecksum, FeatureKind::Integer, 4},
+    };
+}
+
+/** Adds features and chunks of a camera with one 2D sensor, whose default format is the list's first. */
+CameraModel AreaCamera(CameraModel camera, const AreaSensor &sensor)
+{
+    camera.chunks = StandardChunks();
+    Append(camera.features, DeviceControl(camera.model, camera.serialNumber));
+    Append(camera.features, SensorGeometry(sensor));
+    Append(camera.features,
+           Reduction("Binning", "Sensor pixels that are averaged into one image pixel in this direction."));
+    Append(camera.features,
+           Reduction("Decimation", "Of so many pixels in this direction only the first is sent."));
+    Append(camera.features, ImageFormat());
+    Append(camera.features, AcquisitionControl());
+    Append(camera.features, ChunkControl(camera.chunks));
+    Append(camera.features, TransportControl());
+    return camera;
+}
+
+CameraModel MonoM5()
+{
+    CameraModel camera;
+    camera.model = "OVRA-M5";
+    camera.serialNumber = "SIM0001";
+    camera.toolTip = "Simulated mono camera with 5 megapixels";
+    camera.interfaceIndex = 0;
+    camera.zippedDescription = false;
+    camera.ipAddress = 0xC0A80A15;
+    camera.macAddress = 0x020000000101;
+    camera.productGuid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E01";
+    camera.versionGuid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E02";
+    camera.makeSource = [] { return std::make_unique<SceneSource>(); };
+    return AreaCamera(std::move(camera), {2448, 2048, 4, 2});
+}
+
+CameraModel MonoM1()
+{
+    CameraModel camera;
+    camera.model = "OVRA-M1";
+    camera.serialNumber = "SIM0002";
+    camera.toolTip = "Simulated mono camera with 1.3 megapixels";
+    camera.interfaceIndex = 1;
+    camera.zippedDescription = true;
+    camera.ipAddress = 0xC0A80B15;
+    camera.macAddress = 0x020000000102;
+    camera.productGuid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A301";
+    camera.versionGuid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A302";
+    camera.makeSource = [] { return std::make_unique<SceneSource>(); };
+    return AreaCamera(std::move(camera), {1280, 1024, 1, 1});
+}
+
+/** A camera of another family on the same network: visible, and not for every consumer. */
+CameraModel Foreign()
+{
+    CameraModel camera;
+    camera.model = "SIM-FOREIGN";
+    camera.serialNumber = "SIM0003";
+    camera.toolTip = "Simulated mono camera of another family";
+    camera.interfaceIndex = 1;
+    camera.zippedDescription = false;
+    camera.ipAddress = 0xC0A80B16;
+    camera.macAddress = 0x020000000103;
+    camera.productGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B01";
+    camera.versionGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B02";
+    camera.makeSource = [] { return std::make_unique<SceneSource>(); };
+    return AreaCamera(std::move(camera), {640, 480, 1, 1});
+}
+
+} // namespace
+
+const std::vector<CameraModel> &CameraCatalog()
+{
+    static const std::vector<CameraModel> catalog = {MonoM5(), MonoM1(), Foreign()};
+    return catalog;
+}
+
+} // namespace GenTL::simulator

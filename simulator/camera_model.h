@@ -1,0 +1,100 @@
+#ifndef QVR_SIMULATOR_CAMERA_MODEL_H
+#define QVR_SIMULATOR_CAMERA_MODEL_H
+
+#include "feature.h"
+#include "frame_source.h"
+
+#include <functional>
+#include <mutex>
+
+namespace GenTL::simulator
+{
+
+/** What a chunk of a frame holds. */
+enum class ChunkValue
+{
+    Image,
+    FrameId,
+    Timestamp,
+    ExposureTime,
+    Gain,
+    ImageChecksum
+};
+
+/** A chunk that a camera can send: entry of ChunkSelector, id in the buffer, and what it holds. */
+struct Chunk
+{
+    EnumEntry entry;
+    uint64_t id;
+    ChunkValue value;
+    FeatureKind kind;
+    size_t length; /**< bytes; 0 for the image, which has its own */
+};
+
+/** A camera as data. What it does with its features is the same for all: see Camera. */
+struct CameraModel
+{
+    std::string model;
+    std::string serialNumber;
+    std::string toolTip;
+    size_t interfaceIndex; /**< the interface that it is connected to */
+    bool zippedDescription;
+    uint32_t ipAddress;
+    uint64_t macAddress;
+    std::string productGuid;
+    std::string versionGuid;
+    std::vector<Feature> features;
+    std::vector<Chunk> chunks;
+    std::function<std::unique_ptr<FrameSource>()> makeSource;
+
+    /** "OVRA-M5 (SIM0001)"; also the id of the device is made from the serial number. */
+    std::string DisplayName() const { return model + " (" + serialNumber + ")"; }
+    std::string Id() const { return "SIM-" + serialNumber; }
+};
+
+/**
+ * One simulated camera, connected from GCInitLib to GCCloseLib: what outlives a DevClose. Owned by the
+ * Producer. Any thread may call.
+ */
+class CameraUnit
+{
+public:
+    explicit CameraUnit(const CameraModel &model) : m_model(model) {}
+
+    const CameraModel &Model() const { return m_model; }
+
+    std::string UserName() const
+    {
+        const std::unique_lock lock(m_mutex);
+        return m_userName;
+    }
+
+    void SetUserName(std::string name)
+    {
+        const std::unique_lock lock(m_mutex);
+        m_userName = std::move(name);
+    }
+
+    /** Keeps something alive until this is called again. */
+    void Retire(std::shared_ptr<void> kept)
+    {
+        const std::unique_lock lock(m_mutex);
+        m_retired.swap(kept);
+    }
+
+private:
+    const CameraModel &m_model;
+    mutable std::mutex m_mutex;
+    std::string m_userName;
+    std::shared_ptr<void> m_retired;
+};
+
+constexpr const char *cameraVendor = "QVR";
+constexpr const char *cameraVersion = "1.0.0";
+
+/** All cameras there are, in the order in which the interfaces list them. */
+const std::vector<CameraModel> &CameraCatalog();
+
+} // namespace GenTL::simulator
+
+#endif

@@ -1,0 +1,25 @@
+#ifndef QVR_SIMULATOR_DESCRIPTION_H
+#define QVR_SIMULATOR_DESCRIPTION_H
+
+#include "feature_set.h"
+
+namespace GenTL::simulator
+{
+
+/** What a description says about its module as a whole. */
+struct DescriptionIdentity
+{
+    std::string modelName; /**< letters, digits and underscores */
+    std::string toolTip;
+    std::string portName;
+    std::string productGuid;
+    std::string versionGuid;
+};
+
+/** The GenICam description (GenApi schema 1.1) of a module with these features and chunks. */
+std::string BuildDescription(const DescriptionIdentity &identity, const FeatureLayout &layout,
+                             const std::vector<ChunkPort> &chunks = {});
+
+} // namespace GenTL::simulator
+
+#endif

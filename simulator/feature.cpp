@@ -1,0 +1,180 @@
+#include "feature.h"
+
+#include <cctype>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+Feature Make(FeatureKind kind, std::string category, std::string name, std::string toolTip)
+{
+    Feature feature;
+    feature.kind = kind;
+    feature.category = std::move(category);
+    feature.name = std::move(name);
+    feature.toolTip = std::move(toolTip);
+    return feature;
+}
+
+} // namespace
+
+Feature &&Feature::Default(int64_t value) &&
+{
+    integerDefault = value;
+    return std::move(*this);
+}
+
+Feature &&Feature::DefaultFloat(double value) &&
+{
+    floatDefault = value;
+    return std::move(*this);
+}
+
+Feature &&Feature::DefaultText(std::string value) &&
+{
+    textDefault = std::move(value);
+    return std::move(*this);
+}
+
+Feature &&Feature::Range(int64_t low, int64_t high, int64_t step) &&
+{
+    return std::move(*this).Range(low, Limit{high, {}, {}}, step);
+}
+
+Feature &&Feature::Range(int64_t low, Limit high, int64_t step) &&
+{
+    minimum = Limit{low, {}, {}};
+    maximum = std::move(high);
+    increment = step;
+    return std::move(*this);
+}
+
+Feature &&Feature::FloatRange(double low, double high) &&
+{
+    floatRange = {low, high};
+    return std::move(*this);
+}
+
+Feature &&Feature::ReadOnly() &&
+{
+    access = Access::ReadOnly;
+    return std::move(*this);
+}
+
+Feature &&Feature::Length(size_t bytes) &&
+{
+    length = bytes;
+    return std::move(*this);
+}
+
+Feature &&Feature::Unit(std::string value) &&
+{
+    unit = std::move(value);
+    return std::move(*this);
+}
+
+Feature &&Feature::Representation(std::string value) &&
+{
+    representation = std::move(value);
+    return std::move(*this);
+}
+
+Feature &&Feature::Visibility(std::string value) &&
+{
+    visibility = std::move(value);
+    return std::move(*this);
+}
+
+Feature &&Feature::SelectedBy(std::string value) &&
+{
+    selector = std::move(value);
+    return std::move(*this);
+}
+
+Feature &&Feature::LockedBy(std::string value) &&
+{
+    lock = std::move(value);
+    return std::move(*this);
+}
+
+Feature &&Feature::Volatile() &&
+{
+    changesByItself = true;
+    return std::move(*this);
+}
+
+Feature &&Feature::ConditionalEntries() &&
+{
+    conditionalEntries = true;
+    return std::move(*this);
+}
+
+Feature &&Feature::VendorSpecific() &&
+{
+    vendorSpecific = true;
+    return std::move(*this);
+}
+
+Feature Integer(std::string category, std::string name, std::string toolTip)
+{
+    return Make(FeatureKind::Integer, std::move(category), std::move(name), std::move(toolTip));
+}
+
+Feature Float(std::string category, std::string name, std::string toolTip)
+{
+    return Make(FeatureKind::Float, std::move(category), std::move(name), std::move(toolTip));
+}
+
+Feature Boolean(std::string category, std::string name, std::string toolTip)
+{
+    return Make(FeatureKind::Boolean, std::move(category), std::move(name), std::move(toolTip));
+}
+
+Feature Enumeration(std::string category, std::string name, std::string toolTip,
+                    std::vector<EnumEntry> entries)
+{
+    Feature feature =
+        Make(FeatureKind::Enumeration, std::move(category), std::move(name), std::move(toolTip));
+    feature.entries = std::move(entries);
+    feature.integerDefault = feature.entries.empty() ? 0 : feature.entries.front().value;
+    return feature;
+}
+
+Feature Command(std::string category, std::string name, std::string toolTip)
+{
+    return Make(FeatureKind::Command, std::move(category), std::move(name), std::move(toolTip));
+}
+
+Feature Text(std::string category, std::string name, std::string toolTip, size_t length)
+{
+    return Make(FeatureKind::String, std::move(category), std::move(name), std::move(toolTip)).Length(length);
+}
+
+Limit ValueOf(std::string feature)
+{
+    return {{}, std::move(feature), {}};
+}
+
+Limit Difference(std::string feature, std::string minus)
+{
+    return {{}, std::move(feature), std::move(minus)};
+}
+
+std::string DisplayName(const std::string &name)
+{
+    const auto isUpper = [&](size_t i) { return std::isupper(static_cast<unsigned char>(name[i])) != 0; };
+    const auto isLower = [&](size_t i) { return std::islower(static_cast<unsigned char>(name[i])) != 0; };
+    std::string text;
+    for (size_t i = 0; i < name.size(); ++i)
+    {
+        const bool startsWord =
+            i > 0 && isUpper(i) && (isLower(i - 1) || (i + 1 < name.size() && isLower(i + 1)));
+        text += startsWord ? " " : "";
+        text += name[i];
+    }
+    return text;
+}
+
+} // namespace GenTL::simulator

@@ -1,0 +1,143 @@
+#include "frame.h"
+
+#include "frame_check.h"
+#include "pattern_source.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+constexpr size_t trailerSize = 8;
+
+/** The trailer behind each chunk has the byte order of GigE Vision: the highest byte first. */
+void PutBigEndian(uint8_t *out, uint32_t value)
+{
+    for (int shift = 24; shift >= 0; shift -= 8)
+    {
+        *out++ = static_cast<uint8_t>(value >> shift);
+    }
+}
+
+uint64_t ValueOfChunk(ChunkValue value, const FrameOrder &order, std::span<const uint8_t> image)
+{
+    const FrameSettings &settings = *order.settings;
+    switch (value)
+    {
+    case ChunkValue::FrameId:
+        return order.number;
+    case ChunkValue::Timestamp:
+        return order.timestamp;
+    case ChunkValue::ExposureTime:
+        return std::bit_cast<uint32_t>(static_cast<float>(settings.exposureTime));
+    case ChunkValue::Gain:
+        return std::bit_cast<uint32_t>(static_cast<float>(settings.gain));
+    case ChunkValue::ImageChecksum:
+        return Checksum(image);
+    case ChunkValue::Image:
+        break;
+    }
+    return 0;
+}
+
+} // namespace
+
+size_t ImageChunkSize(const ImageSettings &image)
+{
+    return (image.Bytes() + 3) / 4 * 4;
+}
+
+size_t PayloadSize(const FrameSettings &settings)
+{
+    if (settings.chunks.empty())
+    {
+        return settings.image.Bytes();
+    }
+    size_t size = 0;
+    for (const Chunk &chunk : settings.chunks)
+    {
+        size +=
+            trailerSize + (chunk.value == ChunkValue::Image ? ImageChunkSize(settings.image) : chunk.length);
+    }
+    return size;
+}
+
+FrameWriter::FrameWriter(const CameraModel &model)
+    : m_camera(model.makeSource()), m_pattern(std::make_unique<PatternSource>())
+{
+}
+
+Frame FrameWriter::Write(const FrameOrder &order, std::span<uint8_t> buffer)
+{
+    Frame frame{order, order.settings->payloadSize, false, {}};
+    if (buffer.size() >= frame.filled)
+    {
+        WriteWhole(frame, buffer.first(frame.filled));
+        return frame;
+    }
+    m_oversize.resize(frame.filled);
+    WriteWhole(frame, m_oversize);
+    std::memcpy(buffer.data(), m_oversize.data(), buffer.size());
+    frame.filled = buffer.size();
+    frame.cutOff = true;
+    frame.chunks.clear();
+    return frame;
+}
+
+void FrameWriter::WriteWhole(Frame &frame, std::span<uint8_t> payload)
+{
+    WriteImage(frame.order, payload.first(frame.order.settings->image.Bytes()));
+    WriteChunks(frame, payload);
+}
+
+void FrameWriter::WriteImage(const FrameOrder &order, std::span<uint8_t> image)
+{
+    SourceFor(order.settings->image).Render(order.number, image);
+    if (order.settings->frameCheck)
+    {
+        WriteFrameCheck(order.number, image);
+    }
+}
+
+FrameSource &FrameWriter::SourceFor(const ImageSettings &settings)
+{
+    FrameSource &source = settings.testPattern == 0 ? *m_camera : *m_pattern;
+    if (!m_prepared || *m_prepared != settings)
+    {
+        source.Prepare(settings);
+        m_prepared = std::make_unique<ImageSettings>(settings);
+    }
+    return source;
+}
+
+void FrameWriter::WriteChunks(Frame &frame, std::span<uint8_t> payload) const
+{
+    const FrameSettings &settings = *frame.order.settings;
+    const size_t imageSize = settings.image.Bytes();
+    size_t offset = 0;
+    for (const Chunk &chunk : settings.chunks)
+    {
+        const bool isImage = chunk.value == ChunkValue::Image;
+        const size_t length = isImage ? ImageChunkSize(settings.image) : chunk.length;
+        if (isImage)
+        {
+            std::fill_n(payload.begin() + static_cast<ptrdiff_t>(imageSize), length - imageSize, uint8_t{0});
+        }
+        else
+        {
+            const uint64_t value = ValueOfChunk(chunk.value, frame.order, payload.first(imageSize));
+            std::memcpy(payload.data() + offset, &value, length);
+        }
+        PutBigEndian(payload.data() + offset + length, static_cast<uint32_t>(chunk.id));
+        PutBigEndian(payload.data() + offset + length + 4, static_cast<uint32_t>(length));
+        frame.chunks.push_back({chunk.id, static_cast<ptrdiff_t>(offset), length});
+        offset += length + trailerSize;
+    }
+}
+
+} // namespace GenTL::simulator

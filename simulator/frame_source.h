@@ -1,0 +1,52 @@
+#ifndef QVR_SIMULATOR_FRAME_SOURCE_H
+#define QVR_SIMULATOR_FRAME_SOURCE_H
+
+#include "pixel_format.h"
+
+#include <memory>
+#include <span>
+
+namespace GenTL::simulator
+{
+
+/** All that decides what an image looks like. Lengths in pixels. */
+struct ImageSettings
+{
+    uint32_t sensorWidth;
+    uint32_t sensorHeight;
+    uint32_t width; /**< of the image; this and the offsets count binned and decimated pixels */
+    uint32_t height;
+    uint32_t offsetX;
+    uint32_t offsetY;
+    uint32_t binningX;
+    uint32_t binningY;
+    uint32_t stepX; /**< sensor pixels from one image pixel to the next: binning times decimation */
+    uint32_t stepY;
+    const PixelFormat *format;
+    double brightness; /**< 1 shows the scene as it is */
+    int64_t testPattern;
+
+    bool operator==(const ImageSettings &) const = default;
+
+    size_t Pixels() const { return size_t{width} * height; }
+    size_t Bytes() const { return format->SizeOf(Pixels()); }
+};
+
+/**
+ * Where a camera's images come from. Made by the stream and used on its acquisition thread alone.
+ */
+class FrameSource
+{
+public:
+    virtual ~FrameSource() = default;
+
+    /** Called before the first image and whenever the settings changed; may take its time. */
+    virtual void Prepare(const ImageSettings &settings) = 0;
+
+    /** Writes the image of frame `number` (from 1) into `image`, which has the bytes of the settings. */
+    virtual void Render(uint64_t number, std::span<uint8_t> image) = 0;
+};
+
+} // namespace GenTL::simulator
+
+#endif

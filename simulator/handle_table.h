@@ -1,0 +1,82 @@
+#ifndef QVR_SIMULATOR_HANDLE_TABLE_H
+#define QVR_SIMULATOR_HANDLE_TABLE_H
+
+#include "error.h"
+
+#include <memory>
+#include <mutex>
+#include <shared_mutex>
+#include <unordered_map>
+
+namespace GenTL::simulator
+{
+
+/** Anything that a consumer has a handle of. */
+class Object
+{
+public:
+    Object() = default;
+    Object(const Object &) = delete;
+    Object &operator=(const Object &) = delete;
+    virtual ~Object() = default;
+
+    /** Null before the object is in the table. */
+    void *Handle() const { return m_handle; }
+
+private:
+    friend class HandleTable;
+    void *m_handle = nullptr;
+};
+
+/**
+ * From handles to objects. A handle is a number that is never used again, so one that was closed is known
+ * for what it is. Any thread may call.
+ */
+class HandleTable
+{
+public:
+    void *Add(const std::shared_ptr<Object> &object)
+    {
+        const std::unique_lock lock(m_mutex);
+        object->m_handle = reinterpret_cast<void *>(m_next);
+        m_next += 16;
+        m_objects.emplace(object->m_handle, object);
+        return object->m_handle;
+    }
+
+    void Remove(const Object &object)
+    {
+        std::shared_ptr<Object> removed; // declared first: the object ends when the lock is free again
+        const std::unique_lock lock(m_mutex);
+        if (const auto found = m_objects.find(object.m_handle); found != m_objects.end())
+        {
+            removed = std::move(found->second);
+            m_objects.erase(found);
+        }
+    }
+
+    /** GC_ERR_INVALID_HANDLE: no object, or one of another kind, has this handle. */
+    template <typename T>
+    std::shared_ptr<T> Find(const void *handle) const
+    {
+        const std::shared_lock lock(m_mutex);
+        const auto found = m_objects.find(const_cast<void *>(handle));
+        if (found != m_objects.end())
+        {
+            if (auto object = std::dynamic_pointer_cast<T>(found->second))
+            {
+                return object;
+            }
+        }
+        throw Error(GC_ERR_INVALID_HANDLE, "Invalid handle");
+    }
+
+private:
+    mutable std::shared_mutex m_mutex;
+    uintptr_t m_next = 0x1000;
+    std::unordered_map<void *, std::shared_ptr<Object>> m_objects;
+};
+
+} // namespace GenTL::simulator
+
+#endif

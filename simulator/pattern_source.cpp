@@ -1,0 +1,141 @@
+#include "pattern_source.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+/** Value of a pixel along the axis that the pattern varies on; `shift` is the frame number. */
+using Profile = uint16_t (*)(uint64_t position, uint64_t length, uint64_t shift, uint16_t maximum);
+
+uint16_t Black(uint64_t, uint64_t, uint64_t, uint16_t)
+{
+    return 0;
+}
+
+uint16_t White(uint64_t, uint64_t, uint64_t, uint16_t maximum)
+{
+    return maximum;
+}
+
+uint16_t Ramp(uint64_t position, uint64_t length, uint64_t, uint16_t maximum)
+{
+    return static_cast<uint16_t>(position * maximum / std::max<uint64_t>(1, length - 1));
+}
+
+uint16_t MovingRamp(uint64_t position, uint64_t length, uint64_t shift, uint16_t maximum)
+{
+    return Ramp((position + shift) % length, length, 0, maximum);
+}
+
+uint16_t MovingLine(uint64_t position, uint64_t length, uint64_t shift, uint16_t maximum)
+{
+    return position == shift % length ? maximum : uint16_t{0};
+}
+
+uint16_t Counter(uint64_t, uint64_t, uint64_t shift, uint16_t maximum)
+{
+    return static_cast<uint16_t>(shift & maximum);
+}
+
+struct Pattern
+{
+    EnumEntry entry;
+    Profile profile;
+    bool alongRow; /**< varies from left to right, else from top to bottom */
+    bool moves;
+};
+
+const Pattern patterns[] = {
+    {{"Black", 1}, Black, true, false},
+    {{"White", 2}, White, true, false},
+    {{"GreyHorizontalRamp", 3}, Ramp, true, false},
+    {{"GreyVerticalRamp", 4}, Ramp, false, false},
+    {{"GreyHorizontalRampMoving", 5}, MovingRamp, true, true},
+    {{"GreyVerticalRampMoving", 6}, MovingRamp, false, true},
+    {{"HorizontalLineMoving", 7}, MovingLine, false, true},
+    {{"VerticalLineMoving", 8}, MovingLine, true, true},
+    {{"FrameCounter", 9}, Counter, true, true},
+};
+
+const Pattern &Find(int64_t value)
+{
+    return *std::find_if(std::begin(patterns), std::end(patterns),
+                         [value](const Pattern &pattern) { return pattern.entry.value == value; });
+}
+
+} // namespace
+
+std::vector<EnumEntry> TestPatterns()
+{
+    std::vector<EnumEntry> entries = {{"Off", 0}};
+    for (const Pattern &pattern : patterns)
+    {
+        entries.push_back(pattern.entry);
+    }
+    return entries;
+}
+
+void PatternSource::Prepare(const ImageSettings &settings)
+{
+    m_settings = settings;
+    m_moves = Find(settings.testPattern).moves;
+    m_still.resize(m_moves ? 0 : settings.Bytes());
+    if (!m_moves)
+    {
+        Draw(0, m_still);
+    }
+}
+
+void PatternSource::Render(uint64_t number, std::span<uint8_t> image)
+{
+    if (m_moves)
+    {
+        Draw(number, image);
+    }
+    else
+    {
+        std::memcpy(image.data(), m_still.data(), image.size());
+    }
+}
+
+void PatternSource::Draw(uint64_t number, std::span<uint8_t> image) const
+{
+    const ImageSettings &s = m_settings;
+    const Pattern &pattern = Find(s.testPattern);
+    const uint16_t maximum = s.format->MaximumSample();
+    // Bands of eight rows begin on a byte in every format. All bands of a pattern along the row are equal.
+    constexpr uint32_t bandRows = samplesPerGroup;
+    std::vector<uint16_t> band(size_t{bandRows} * s.width);
+    for (uint32_t first = 0; first < s.height; first += bandRows)
+    {
+        const uint32_t rows = std::min(bandRows, s.height - first);
+        for (uint32_t row = 0; row < rows && (first == 0 || !pattern.alongRow); ++row)
+        {
+            uint16_t *out = band.data() + size_t{row} * s.width;
+            for (uint32_t x = 0; x < s.width; ++x)
+            {
+                out[x] = pattern.alongRow ? pattern.profile(x, s.width, number, maximum) : uint16_t{0};
+            }
+            if (!pattern.alongRow)
+            {
+                std::fill_n(out, s.width, pattern.profile(first + row, s.height, number, maximum));
+            }
+        }
+        const size_t offset = s.format->SizeOf(size_t{first} * s.width);
+        if (pattern.alongRow && first > 0 && rows == bandRows)
+        {
+            std::memcpy(image.data() + offset, image.data(), s.format->SizeOf(band.size()));
+        }
+        else
+        {
+            s.format->pack(std::span(band).first(size_t{rows} * s.width), image.data() + offset);
+        }
+    }
+}
+
+} // namespace GenTL::simulator

@@ -1,0 +1,87 @@
+#include "register_space.h"
+
+#include "error.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace GenTL::simulator
+{
+
+void RegisterSpace::Add(Register added)
+{
+    const uint64_t address = added.address;
+    m_registers.emplace(address, std::move(added));
+}
+
+Register &RegisterSpace::At(uint64_t address)
+{
+    return m_registers.at(address);
+}
+
+std::vector<RegisterSpace::Piece> RegisterSpace::Cover(uint64_t address, size_t size, Access denied)
+{
+    std::vector<Piece> pieces;
+    size_t done = 0;
+    while (done < size)
+    {
+        const uint64_t at = address + done;
+        auto next = m_registers.upper_bound(at);
+        const bool wrapped = at < address;
+        if (wrapped || next == m_registers.begin())
+        {
+            throw Error(GC_ERR_INVALID_ADDRESS, "No register at address " + std::to_string(at));
+        }
+        Register &found = std::prev(next)->second;
+        const uint64_t offset = at - found.address;
+        if (offset >= found.value.size())
+        {
+            throw Error(GC_ERR_INVALID_ADDRESS, "No register at address " + std::to_string(at));
+        }
+        if (found.access == denied)
+        {
+            throw Error(GC_ERR_ACCESS_DENIED,
+                        "Access to the register at address " + std::to_string(found.address) + " is denied");
+        }
+        const size_t count = std::min<size_t>(size - done, found.value.size() - offset);
+        pieces.push_back({&found, static_cast<size_t>(offset), done, count});
+        done += count;
+    }
+    return pieces;
+}
+
+void RegisterSpace::Read(uint64_t address, std::span<uint8_t> out)
+{
+    for (const Piece &piece : Cover(address, out.size(), Access::WriteOnly))
+    {
+        if (piece.target->refresh)
+        {
+            piece.target->refresh(piece.target->value);
+        }
+        std::memcpy(out.data() + piece.inRequest, piece.target->value.data() + piece.inRegister, piece.count);
+    }
+}
+
+void RegisterSpace::Write(uint64_t address, std::span<const uint8_t> in)
+{
+    for (const Piece &piece : Cover(address, in.size(), Access::ReadOnly))
+    {
+        if (piece.target->refresh)
+        {
+            piece.target->refresh(piece.target->value);
+        }
+        std::vector<uint8_t> value = piece.target->value;
+        std::memcpy(value.data() + piece.inRegister, in.data() + piece.inRequest, piece.count);
+        if (piece.target->check)
+        {
+            piece.target->check(value);
+        }
+        piece.target->value = std::move(value);
+        if (piece.target->written)
+        {
+            piece.target->written();
+        }
+    }
+}
+
+} // namespace GenTL::simulator

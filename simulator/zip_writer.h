@@ -1,0 +1,14 @@
+#ifndef QVR_SIMULATOR_ZIP_WRITER_H
+#define QVR_SIMULATOR_ZIP_WRITER_H
+
+#include <string>
+
+namespace GenTL::simulator
+{
+
+/** A zip archive with one deflated file. */
+std::string ZipFile(const std::string &name, const std::string &content);
+
+} // namespace GenTL::simulator
+
+#endif
