@@ -1,0 +1,127 @@
+#pragma once
+
+#include "common/exceptions.h"
+
+#include <cstdint>
+#include <string>
+
+namespace tarn::cvl
+{
+
+/// A failed call of the vision library.
+///
+/// Where the value types have an error of the same name, the library's derives from it as well, so a handler
+/// may ask by either. There is one common base in each object: a handler for it, or for std::exception, has
+/// no two to choose from.
+class Exception : public virtual common::Exception
+{
+public:
+    Exception(const std::string &message, int32_t code) : common::Exception(message), m_code(code) {}
+
+    /// The library's status.
+    int32_t Code() const { return m_code; }
+
+private:
+    int32_t m_code;
+};
+
+class InvalidConfigurationException : public Exception
+{
+public:
+    InvalidConfigurationException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code)
+    {
+    }
+};
+
+class NullPointerException : public Exception
+{
+public:
+    NullPointerException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code)
+    {
+    }
+};
+
+class MismatchException : public Exception
+{
+public:
+    MismatchException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code)
+    {
+    }
+};
+
+class NotSupportedException : public Exception, public common::NotSupportedException
+{
+public:
+    NotSupportedException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code), common::NotSupportedException(message)
+    {
+    }
+};
+
+class NotPossibleException : public Exception
+{
+public:
+    NotPossibleException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code)
+    {
+    }
+};
+
+class OutOfRangeException : public Exception, public common::OutOfRangeException
+{
+public:
+    OutOfRangeException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code), common::OutOfRangeException(message)
+    {
+    }
+};
+
+class MathErrorException : public Exception
+{
+public:
+    MathErrorException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code)
+    {
+    }
+};
+
+class TargetNotFoundException : public Exception
+{
+public:
+    TargetNotFoundException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code)
+    {
+    }
+};
+
+class CorruptedException : public Exception
+{
+public:
+    CorruptedException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code)
+    {
+    }
+};
+
+class IOException : public Exception, public common::IOException
+{
+public:
+    IOException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code), common::IOException(message)
+    {
+    }
+};
+
+class InternalErrorException : public Exception, public common::InternalErrorException
+{
+public:
+    InternalErrorException(const std::string &message, int32_t code)
+        : common::Exception(message), Exception(message, code), common::InternalErrorException(message)
+    {
+    }
+};
+
+} // namespace tarn::cvl

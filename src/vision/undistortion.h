@@ -1,0 +1,42 @@
+#pragma once
+
+#include "common/metadata.h"
+#include "vision/backend.h"
+#include "vision/calibration_parameters.h"
+
+#include <cstdint>
+
+namespace tarn::cvl
+{
+
+class Image;
+class UndistortedImage;
+
+/// Takes the lens's distortion out of images of one geometry.
+///
+/// Made for the geometry that the metadata tell, by the thread that configures or starts an acquisition;
+/// used by one thread at a time. Everything that calls the library throws as ThrowStatus.
+class Undistortion : detail::IBackendAccessible<Undistortion>
+{
+public:
+    Undistortion(const common::Metadata &metadata, const CalibrationParameters &parameters);
+
+    /// How values between pixels are made: 0 for intensity images, 1 for depth images. To be set before each
+    /// use.
+    void SetInterpolation(int32_t code);
+
+    UndistortedImage Undistort(const Image &source) const;
+
+    /// The camera as it sees undistorted images.
+    const CameraParameters &GetCamera() const { return m_camera; }
+
+private:
+    friend struct detail::Backend;
+
+    void *GetHandle() const override { return m_handle.Get(); }
+
+    detail::Handle<dynamic::Transform_Undistortion_Destroy> m_handle;
+    CameraParameters m_camera{};
+};
+
+} // namespace tarn::cvl
