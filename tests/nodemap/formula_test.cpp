@@ -152,6 +152,16 @@ TEST_F(FormulaEvaluatorTest, DetectsAFormulaThatNamesItself)
         (Failure{"Recursion on node C detected!", GC_ERR_ERROR}));
 }
 
+TEST_F(FormulaEvaluatorTest, DoesNotEvenBeginAFormulaThatNamesItselfAgain)
+{
+    EXPECT_EQ(FailureFor(reg + "<Converter Name=\"C\">" + Variable("A", "AReg") +
+                             "<FormulaFrom>TO + A</FormulaFrom><pValue>C</pValue></Converter>",
+                         "C")
+                  .text,
+              "Recursion on node C detected!");
+    EXPECT_EQ(port.reads.size(), 1U);
+}
+
 TEST_F(FormulaEvaluatorTest, DetectsFormulasThatNameEachOther)
 {
     const auto failure =
