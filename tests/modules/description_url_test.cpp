@@ -33,9 +33,10 @@ TEST(ParseDescriptionUrl, EndsTheSizeAtTheQuery)
     EXPECT_EQ(RangeOf("local:///Cam.xml;1;2?a=3?b=4"), Range(1, 2));
 }
 
-TEST(ParseDescriptionUrl, IgnoresAQuestionMarkInTheName)
+TEST(ParseDescriptionUrl, IgnoresAQuestionMarkBeforeTheSize)
 {
     EXPECT_EQ(RangeOf("local:///Cam?.xml;12;34"), Range(0x12, 0x34));
+    EXPECT_EQ(RangeOf("local:///Cam.xml;12?;34"), Range(0x12, 0x34));
 }
 
 TEST(ParseDescriptionUrl, TakesTheNumberBehindASingleSeparatorForBoth)

@@ -1,5 +1,6 @@
 #include "system.h"
 
+#include "device.h"
 #include "instance_manager.h"
 #include "interface.h"
 #include "nodemap/descriptions.h"
@@ -8,6 +9,7 @@
 #include "support/fake_info_provider.h"
 #include "support/fake_library.h"
 #include "support/fake_proxy_system.h"
+#include "support/fake_remote_device.h"
 #include "support/handles.h"
 #include "support/log_capture.h"
 #include "system_features.h"
@@ -593,6 +595,27 @@ TEST_F(SystemForwarding, OpensAFilteringInterfaceOverTheLowerOne)
                   }),
               (Failure{"Access denied!", GC_ERR_ACCESS_DENIED}));
     library.instances.interfaces.Remove(handle);
+}
+
+TEST_F(SystemForwarding, TellsAnInterfaceItsOwnHandle)
+{
+    const auto system = Make();
+    auto &proxy = dynamic_cast<FakeGenTLProxy &>(*lower->proxy);
+    FakeRemoteDevice remoteDevice;
+    remoteDevice.Serve(proxy);
+    proxy.onIFGetDeviceInfo =
+        [](IF_HANDLE, const char *, DEVICE_INFO_CMD, INFO_DATATYPE *type, void *buffer, size_t *size)
+    {
+        utils::WriteStringInfo("ovra", {type, buffer, size});
+        return GC_ERR_SUCCESS;
+    };
+    IF_HANDLE interface = nullptr;
+    system->TLOpenInterface("eth0", &interface);
+    DEV_HANDLE device = nullptr;
+    library.instances.interfaces.Find(interface)->IFOpenDevice("device", DEVICE_ACCESS_CONTROL, &device);
+    EXPECT_EQ(library.instances.devices.Find(device)->GetParentHandle(), interface);
+    library.instances.devices.Remove(device);
+    library.instances.interfaces.Remove(interface);
 }
 
 TEST_F(SystemForwarding, OpensTheSameInterfaceTwice)
