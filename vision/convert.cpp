@@ -1,0 +1,207 @@
+#include "vision/convert.h"
+
+#include "vision/conversions.h"
+#include "vision/demosaic.h"
+#include "vision/error.h"
+#include "vision/samples.h"
+#include "vision/shift.h"
+#include "vision/unpack.h"
+
+#include <cmath>
+#include <cstring>
+#include <functional>
+
+namespace tarn::vision
+{
+
+using enum common::PixelFormat;
+
+namespace
+{
+
+std::string Pair(PixelFormat from, PixelFormat to)
+{
+    return common::PixelFormatName(from) + " to " + common::PixelFormatName(to);
+}
+
+bool BlueStandsFirst(PixelFormat format)
+{
+    return common::PixelFormatName(format).starts_with("BGR");
+}
+
+template <typename T>
+void ReorderAs(const Image &image, Image &target, const Samples &from, const Samples &to)
+{
+    const auto fromDepth = DepthOf(image.format);
+    const auto toDepth = DepthOf(target.format);
+    const bool isTurned = BlueStandsFirst(image.format) != BlueStandsFirst(target.format);
+    const auto pixels = image.PixelCount();
+    for (uint64_t pixel = 0; pixel < pixels; ++pixel)
+    {
+        const auto shifted = [&](uint32_t i)
+        {
+            const auto sample = Load<T>(image.data, pixel * from.count + i);
+            return static_cast<T>(ShiftSample(sample, fromDepth, toDepth));
+        };
+        const auto first = pixel * to.count;
+        Store(target.data, first, shifted(isTurned ? 2 : 0));
+        Store(target.data, first + 1, shifted(1));
+        Store(target.data, first + 2, shifted(isTurned ? 0 : 2));
+        if (to.hasAlpha)
+        {
+            Store(target.data, first + 3, from.hasAlpha ? shifted(3) : static_cast<T>(to.maximum));
+        }
+    }
+}
+
+void Reorder(const Image &image, Image &target)
+{
+    const auto from = *SamplesOf(image.format);
+    const auto to = *SamplesOf(target.format);
+    if (from.type == SampleType::Unsigned8)
+    {
+        ReorderAs<uint8_t>(image, target, from, to);
+    }
+    else
+    {
+        ReorderAs<uint16_t>(image, target, from, to);
+    }
+}
+
+template <typename From, typename To>
+void WidenAs(const Image &image, Image &target)
+{
+    const auto pixels = image.PixelCount();
+    for (uint64_t i = 0; i < pixels; ++i)
+    {
+        Store(target.data, i, static_cast<To>(Load<From>(image.data, i)));
+    }
+}
+
+void Widen(const Image &image, Image &target)
+{
+    if (SamplesOf(image.format)->type == SampleType::Unsigned16)
+    {
+        WidenAs<uint16_t, float>(image, target);
+    }
+    else if (SamplesOf(target.format)->type == SampleType::Unsigned16)
+    {
+        WidenAs<uint8_t, uint16_t>(image, target);
+    }
+    else
+    {
+        WidenAs<uint8_t, float>(image, target);
+    }
+}
+
+void RequireTarget(const Image &image, PixelFormat format, const Image &target)
+{
+    if (target.format != format)
+    {
+        throw Failure(TARN_CVL_MISMATCH, "The target is of " + common::PixelFormatName(target.format) +
+                                             ", expected " + common::PixelFormatName(format));
+    }
+    if (target.width != image.width || target.height != image.height)
+    {
+        throw Failure(TARN_CVL_MISMATCH, "The target has " + std::to_string(target.width) + " x " +
+                                             std::to_string(target.height) + " pixels, expected " +
+                                             std::to_string(image.width) + " x " +
+                                             std::to_string(image.height));
+    }
+}
+
+/// Only what keeps the bytes can do so in place.
+void RequireMemoryOfItsOwn(const Image &image, const Image &target)
+{
+    const std::less_equal<> isUpTo;
+    const auto *sourceEnd = image.data + PixelBytes(image.format, image.width, image.height);
+    const auto *targetEnd = target.data + PixelBytes(target.format, target.width, target.height);
+    if (!isUpTo(sourceEnd, target.data) && !isUpTo(targetEnd, image.data))
+    {
+        throw Failure(TARN_CVL_NOT_POSSIBLE, "The target shares memory with the image; expected memory of "
+                                             "its own for " +
+                                                 Pair(image.format, target.format));
+    }
+}
+
+void Perform(Conversion conversion, const Image &image, Image &target)
+{
+    if (image.PixelCount() == 0)
+    {
+        return;
+    }
+    if (conversion != Conversion::Copy)
+    {
+        RequireMemoryOfItsOwn(image, target);
+    }
+    switch (conversion)
+    {
+    case Conversion::None:
+        break;
+    case Conversion::Copy:
+        std::memmove(target.data, image.data, PixelBytes(image.format, image.width, image.height));
+        break;
+    case Conversion::Unpack:
+        Unpack(static_cast<uint32_t>(image.format), image.data, static_cast<uint32_t>(target.format),
+               target.data, image.width, image.height);
+        break;
+    case Conversion::Shift:
+        ShiftSamples(image.format, image.data, target.format, target.data, image.PixelCount());
+        break;
+    case Conversion::Demosaic:
+        Demosaic(image, target);
+        break;
+    case Conversion::Reorder:
+        Reorder(image, target);
+        break;
+    case Conversion::Yuv:
+        YuvToRgb(image, target);
+        break;
+    case Conversion::Widen:
+        Widen(image, target);
+        break;
+    }
+}
+
+} // namespace
+
+void Convert(const Image &image, PixelFormat format, Image &target)
+{
+    const auto conversion = FindConversion(image.format, format);
+    if (conversion == Conversion::None)
+    {
+        throw Failure(TARN_CVL_NOT_SUPPORTED,
+                      "The conversion from " + Pair(image.format, format) + " is not offered");
+    }
+    RequireTarget(image, format, target);
+    Perform(conversion, image, target);
+}
+
+void ConvertWithFactor(const Image &image, PixelFormat format, Image &target, double factor)
+{
+    if (!IsOfferedWithFactor(image.format, format))
+    {
+        throw Failure(TARN_CVL_NOT_SUPPORTED,
+                      "The conversion from " + Pair(image.format, format) + " with a factor is not offered");
+    }
+    if (!std::isfinite(factor))
+    {
+        throw Failure(TARN_CVL_OUT_OF_RANGE,
+                      "The factor is " + std::to_string(factor) + ", expected a finite number");
+    }
+    Convert(image, format, target);
+    const auto samples = *SamplesOf(format);
+    const auto count = target.PixelCount() * samples.count;
+    WithSampleType(samples.type,
+                   [&](auto sample)
+                   {
+                       using T = decltype(sample);
+                       for (uint64_t i = 0; i < count; ++i)
+                       {
+                           const double value = Load<T>(target.data, i);
+                           Store(target.data, i, SampleOf<T>(value * factor, samples.maximum));
+                       }
+                   });
+}
+
+} // namespace tarn::vision
