@@ -179,6 +179,7 @@ TEST_F(WorkerStop, GivesBackALowerBufferThatArrivesMeanwhile)
         EXPECT_TRUE(calls->WaitFor(RequeueCall(0)));
     };
     worker->StartAcquisition(GENTL_INFINITE);
+    ASSERT_TRUE(calls->WaitFor(waitCall));
     worker->StopAcquisition();
     EXPECT_EQ(calls->CountOf(RequeueCall(0)), 1);
     EXPECT_EQ(calls->CountOf("Pop"), 0);
