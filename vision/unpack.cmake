@@ -3,6 +3,7 @@ find_package(hwy REQUIRED)
 
 add_library(vision_unpack STATIC
     unpack.cpp
+    unpack_kernels.cpp
     unpack_layout.cpp
     unpack_scalar.cpp
     "${PROJECT_SOURCE_DIR}/src/common/pixel_format.cpp")
