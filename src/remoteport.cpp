@@ -2,10 +2,11 @@
 
 #include "nodemap/node_access.h"
 #include "unzip.h"
-#include "utils/gentl_exception.h"
+#include "utils/checks.h"
 #include "utils/lower_info.h"
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -51,8 +52,53 @@ RemotePort::RemotePort(const std::shared_ptr<IGenTLProxy> &proxy, PORT_HANDLE ha
     LoadDescription();
     m_processor->SetImageSizeCallback([this] { return ImageSize(); });
     m_processor->SetPayloadSizeCallback([this] { return DevicePayloadSize(); });
-    // Without it the device cannot be streamed from, so it is better not opened.
-    FindNode("PayloadSize");
+    InjectOverrides();
+}
+
+void RemotePort::ReadPort(uint64_t iAddress, void *pBuffer, size_t *piSize)
+{
+    utils::CheckNotNull({{"piSize", piSize}, {"pBuffer", pBuffer}});
+    utils::CheckNotZero("*piSize", *piSize);
+    m_overrides.Read(iAddress, pBuffer, *piSize,
+                     [this](uint64_t address, void *buffer, size_t size)
+                     { ReadGap(address, static_cast<uint8_t *>(buffer), size); });
+}
+
+void RemotePort::WritePort(uint64_t iAddress, const void *pBuffer, size_t *piSize)
+{
+    utils::CheckNotNull({{"piSize", piSize}, {"pBuffer", pBuffer}});
+    utils::CheckNotZero("*piSize", *piSize);
+    m_overrides.Write(iAddress, pBuffer, *piSize,
+                      [this](uint64_t address, const void *buffer, size_t size)
+                      { WriteToDevice(address, buffer, size); });
+}
+
+void RemotePort::ReadFromDevice(uint64_t address, void *buffer, size_t size)
+{
+    if (size != 0)
+    {
+        ReadRegisters(address, buffer, &size);
+    }
+}
+
+void RemotePort::WriteToDevice(uint64_t address, const void *buffer, size_t size)
+{
+    WriteRegisters(address, buffer, &size);
+}
+
+// The description comes out of memory, as it was read when the device was opened.
+void RemotePort::ReadGap(uint64_t address, uint8_t *buffer, size_t size)
+{
+    const uint64_t ahead = m_descriptionAddress > address ? m_descriptionAddress - address : 0;
+    const uint64_t skipped = address > m_descriptionAddress ? address - m_descriptionAddress : 0;
+    if (ahead >= size || skipped >= m_description.size())
+    {
+        return ReadFromDevice(address, buffer, size);
+    }
+    const size_t overlap = std::min<size_t>(size - ahead, m_description.size() - skipped);
+    ReadFromDevice(address, buffer, ahead);
+    std::memcpy(buffer + ahead, m_description.data() + skipped, overlap);
+    ReadFromDevice(address + ahead + overlap, buffer + ahead + overlap, size - ahead - overlap);
 }
 
 void RemotePort::LoadDescription()

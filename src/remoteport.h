@@ -1,15 +1,18 @@
 #pragma once
 
 #include "nodemap/nodemap_parser.h"
+#include "port/port_overrides.h"
 #include "port/proxy_module.h"
 #include "processing/i_processor.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace GenTL::internal
@@ -20,7 +23,11 @@ namespace GenTL::internal
 ///
 /// Made and owned by Device, which closes the lower handle; the RemotePort registry and the stream share it.
 /// The description is fetched and read once, in the constructor, and constant afterwards. ReadPort and
-/// WritePort are what the consumer sees, ReadRegisters and WriteRegisters the device itself.
+/// WritePort are what the consumer sees: the features of a better camera, which an override answers for, and
+/// the description out of memory. ReadRegisters and WriteRegisters are the device itself.
+///
+/// Without a lock: which component is selected, and the availability of pixel formats, follow the consumer's
+/// writes on the consumer's thread.
 class RemotePort final : public ProxyModule
 {
 public:
@@ -29,6 +36,8 @@ public:
     RemotePort(const std::shared_ptr<IGenTLProxy> &proxy, PORT_HANDLE handle,
                std::shared_ptr<IProcessor> processor);
 
+    void ReadPort(uint64_t iAddress, void *pBuffer, size_t *piSize) override;
+    void WritePort(uint64_t iAddress, const void *pBuffer, size_t *piSize) override;
     ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
 
     /// A node of the device's description.
@@ -37,7 +46,30 @@ public:
     std::optional<nodemap::NodeInfo> TryFindNode(const std::string &name) const;
 
 private:
+    using NodeInfo = nodemap::NodeInfo;
+    using ReadCallback = std::function<bool(void *buffer, size_t *size)>;
+    using WriteCallback = std::function<bool(const void *buffer, size_t *size)>;
+
     void LoadDescription();
+    void ReadFromDevice(uint64_t address, void *buffer, size_t size);
+    void WriteToDevice(uint64_t address, const void *buffer, size_t size);
+    void ReadGap(uint64_t address, uint8_t *buffer, size_t size);
+
+    void AddReadCallback(const NodeInfo &node, ReadCallback read);
+    void AddWriteCallback(const NodeInfo &node, WriteCallback write);
+    void AddCallbacks(const NodeInfo &node, ReadCallback read, WriteCallback write);
+    void InjectOverrides();
+    void OverridePayloadSize();
+    void OverridePixelFormat();
+    void OverrideComponents();
+    void OverrideAvailability();
+    void VisitComponent(const NodeInfo &selector, const std::string &name, const std::string &original);
+    void UpdatePixelFormatEntries(const NodeInfo &pixelFormat, Component component);
+    bool WritePixelFormat(const NodeInfo &node, nodemap::Endianess endianess, const void *buffer,
+                          size_t *size);
+    bool WriteComponentSelector(const NodeInfo &node, const void *buffer, size_t *size);
+    bool ReadAvailability(const NodeInfo &node, void *buffer, size_t *size);
+
     const nodemap::NodeMapParser &Parser() const;
     tarn::common::Size ImageSize();
     uint64_t DevicePayloadSize();
@@ -47,6 +79,10 @@ private:
     std::vector<uint8_t> m_description;               ///< as read, compressed or not
     std::vector<uint8_t> m_unzippedDescription;       ///< empty for a plain document
     uint64_t m_descriptionAddress = 0;
+    PortOverrides m_overrides;
+    Component m_currentComponent = Component::Image2D;
+    /// Register address to the bits of the formats that are available after processing, by component.
+    std::unordered_map<uint64_t, std::unordered_map<Component, uint64_t>> m_pixelFormatMasks;
 };
 
 /// Where a port's URL says that the description is: local:///name;address;size?query, numbers in base 16.

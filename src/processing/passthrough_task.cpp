@@ -2,6 +2,7 @@
 
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
+#include "utils/map_at.h"
 
 #include <algorithm>
 #include <cstring>
@@ -42,13 +43,7 @@ void PassthroughTask::SetOutputFormat(Component component, PixelFormat format)
 
 PixelFormat PassthroughTask::OutputFormat(Component component) const
 {
-    const auto format = m_formats.find(component);
-    if (format == m_formats.end())
-    {
-        // The text that the standard library in use gives is the one that consumers know.
-        throw std::out_of_range("unordered_map::at: key not found");
-    }
-    return format->second;
+    return utils::MapAt(m_formats, component);
 }
 
 uint64_t PassthroughTask::ImagePayloadSize(Component component, Size size) const

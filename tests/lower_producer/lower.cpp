@@ -156,9 +156,12 @@ const std::string &XmlOf(Producer &self, void *handle)
     }
     if (self.deviceXml.empty())
     {
-        self.deviceXml =
-            Description(IntegerNode("Width", 0x100, 4, "RW") + IntegerNode("Height", 0x104, 4, "RW") +
-                        IntegerNode("PayloadSize", 0x108, 4, "RO"));
+        self.deviceXml = Description(
+            IntegerNode("Width", 0x100, 4, "RW") + IntegerNode("Height", 0x104, 4, "RW") +
+            IntegerNode("PayloadSize", 0x108, 4, "RO") + IntegerNode("PixelFormatCode", 0x10C, 4, "RW") +
+            "<Enumeration Name=\"PixelFormat\"><EnumEntry Name=\"Mono8\">"
+            "<Value>0x01080001</Value></EnumEntry>"
+            "<pValue>PixelFormatCodeReg</pValue></Enumeration>");
     }
     return Is(handle, System) ? self.systemXml : Is(handle, Stream) ? self.streamXml : self.deviceXml;
 }
@@ -184,6 +187,8 @@ uint64_t RegisterValue(Producer &self, void *handle, uint64_t address)
         return 4;
     case 0x108:
         return self.payloadSize;
+    case 0x10C:
+        return 0x01080001;
     default:
         return 1;
     }

@@ -15,7 +15,8 @@ namespace GenTL::internal
 {
 
 /// A description with the nodes that opening a device needs: Width at 0x100, Height at 0x104, PayloadSize at
-/// 0x108, each a little-endian register of 4 bytes behind an Integer.
+/// 0x108, each a little-endian register of 4 bytes behind an Integer; PixelFormat at 0x10C, with Mono8 as the
+/// one entry.
 inline std::string SmallDeviceDescription()
 {
     const auto integer = [](std::string_view name, int address)
@@ -27,7 +28,10 @@ inline std::string SmallDeviceDescription()
                            name, address);
     };
     return "<RegisterDescription>" + integer("Width", 0x100) + integer("Height", 0x104) +
-           integer("PayloadSize", 0x108) + "<Port Name=\"Device\"/></RegisterDescription>";
+           integer("PayloadSize", 0x108) + integer("PixelFormatCode", 0x10C) +
+           "<Enumeration Name=\"PixelFormat\"><EnumEntry Name=\"Mono8\"><Value>0x01080001</Value>"
+           "</EnumEntry><pValue>PixelFormatCodeReg</pValue></Enumeration>"
+           "<Port Name=\"Device\"/></RegisterDescription>";
 }
 
 /// The port of a lower remote device: registers from address 0 and, elsewhere, a description.
@@ -55,6 +59,7 @@ struct FakeRemoteDevice
         : url(fmt::format("local:///Device.xml;10000;{:X}?SchemaVersion=1.1.0", document.size())),
           description(std::move(document))
     {
+        SetRegister(0x10C, 0x01080001);
     }
 
     void SetRegister(size_t address, uint32_t value)

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace GenTL::internal::utils
+{
+
+/// The value of a key.
+/// @throws std::out_of_range "unordered_map::at: key not found": the text that consumers know, which differs
+/// from the standard library's own here
+template <typename Map>
+auto &MapAt(Map &map, const typename Map::key_type &key)
+{
+    const auto entry = map.find(key);
+    if (entry == map.end())
+    {
+        throw std::out_of_range("unordered_map::at: key not found");
+    }
+    return entry->second;
+}
+
+} // namespace GenTL::internal::utils
