@@ -126,16 +126,17 @@ std::string Interface::DeviceId(uint32_t index) const
     return m_cameras[index]->Model().Id();
 }
 
+// Known by their ids without an update of the list: consumers open a device that they know right away.
 size_t Interface::IndexOf(const std::string &id) const
 {
-    for (size_t i = 0; m_listed && i < m_cameras.size(); ++i)
+    for (size_t i = 0; i < m_cameras.size(); ++i)
     {
         if (m_cameras[i]->Model().Id() == id)
         {
             return i;
         }
     }
-    throw Error(GC_ERR_INVALID_ID, "There is no device " + id + " in the list");
+    throw Error(GC_ERR_INVALID_ID, "There is no device " + id);
 }
 
 std::shared_ptr<Device> Interface::OpenedDevice(size_t index) const

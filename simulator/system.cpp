@@ -179,7 +179,7 @@ std::string System::InterfaceId(uint32_t index) const
 
 size_t System::IndexOf(const std::string &id) const
 {
-    for (size_t i = 0; m_listed && i < m_opened.size(); ++i)
+    for (size_t i = 0; i < m_opened.size(); ++i)
     {
         if (InterfaceCatalog()[i].id == id)
         {

@@ -50,8 +50,6 @@ TEST(SimulatorLists, AreEmptyBeforeTheirFirstUpdate)
     EXPECT_OK(Tl().TLGetNumInterfaces(system, &count));
     EXPECT_EQ(0U, count);
     IF_HANDLE opened = nullptr;
-    EXPECT_CODE(GC_ERR_INVALID_ID, Tl().TLOpenInterface(system, "SIM-GIGE-0", &opened));
-
     bool8_t changed = 0;
     EXPECT_OK(Tl().TLUpdateInterfaceList(system, &changed, 0));
     EXPECT_EQ(1, changed);
@@ -63,10 +61,21 @@ TEST(SimulatorLists, AreEmptyBeforeTheirFirstUpdate)
     EXPECT_OK(Tl().TLOpenInterface(system, "SIM-GIGE-0", &opened));
     EXPECT_OK(Tl().IFGetNumDevices(opened, &count));
     EXPECT_EQ(0U, count);
-    DEV_HANDLE device = nullptr;
-    EXPECT_CODE(GC_ERR_INVALID_ID, Tl().IFOpenDevice(opened, "SIM-SIM0001", DEVICE_ACCESS_CONTROL, &device));
     EXPECT_OK(Tl().IFUpdateDeviceList(opened, &changed, 0));
     EXPECT_EQ(1, changed);
+    EXPECT_OK(Tl().GCCloseLib());
+}
+
+TEST(SimulatorDevices, AreOpenedByTheirIdWithoutAnUpdate)
+{
+    ASSERT_OK(Tl().GCInitLib());
+    TL_HANDLE system = nullptr;
+    ASSERT_OK(Tl().TLOpen(&system));
+    IF_HANDLE opened = nullptr;
+    EXPECT_CODE(GC_ERR_INVALID_ID, Tl().TLOpenInterface(system, "SIM-GIGE-9", &opened));
+    ASSERT_OK(Tl().TLOpenInterface(system, "SIM-GIGE-0", &opened));
+    DEV_HANDLE device = nullptr;
+    EXPECT_CODE(GC_ERR_INVALID_ID, Tl().IFOpenDevice(opened, "SIM-SIM9999", DEVICE_ACCESS_CONTROL, &device));
     EXPECT_OK(Tl().IFOpenDevice(opened, "SIM-SIM0001", DEVICE_ACCESS_CONTROL, &device));
     EXPECT_OK(Tl().GCCloseLib());
 }
