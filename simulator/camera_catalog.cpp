@@ -1,5 +1,6 @@
 #include "camera_model.h"
 #include "pattern_source.h"
+#include "replay_source.h"
 #include "scene_source.h"
 
 namespace GenTL::simulator
@@ -10,6 +11,12 @@ namespace
 
 // Features of the image layout can not change while frames may be under way.
 constexpr const char *frozen = "ParametersLocked";
+
+std::unique_ptr<FrameSource> MakeMonoSource()
+{
+    std::unique_ptr<FrameSource> replay = MakeReplaySource();
+    return replay ? std::move(replay) : std::make_unique<SceneSource>();
+}
 
 /** What tells one 2D camera from another. */
 struct AreaSensor
@@ -272,7 +279,7 @@ CameraModel MonoM5()
     camera.macAddress = 0x020000000101;
     camera.productGuid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E01";
     camera.versionGuid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E02";
-    camera.makeSource = [] { return std::make_unique<SceneSource>(); };
+    camera.makeSource = MakeMonoSource;
     return AreaCamera(std::move(camera), {2448, 2048, 4, 2});
 }
 
@@ -288,7 +295,7 @@ CameraModel MonoM1()
     camera.macAddress = 0x020000000102;
     camera.productGuid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A301";
     camera.versionGuid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A302";
-    camera.makeSource = [] { return std::make_unique<SceneSource>(); };
+    camera.makeSource = MakeMonoSource;
     return AreaCamera(std::move(camera), {1280, 1024, 1, 1});
 }
 
@@ -305,7 +312,7 @@ CameraModel Foreign()
     camera.macAddress = 0x020000000103;
     camera.productGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B01";
     camera.versionGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B02";
-    camera.makeSource = [] { return std::make_unique<SceneSource>(); };
+    camera.makeSource = MakeMonoSource;
     return AreaCamera(std::move(camera), {640, 480, 1, 1});
 }
 

@@ -53,6 +53,19 @@ void RequireAnnounced(const Buffer &buffer)
     }
 }
 
+/** Nothing when there is no memory to make the frame: it is lost like one without a buffer. */
+std::optional<Frame> TryWrite(FrameWriter &writer, const FrameOrder &order, std::span<uint8_t> memory)
+{
+    try
+    {
+        return writer.Write(order, memory);
+    }
+    catch (const std::bad_alloc &)
+    {
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 Pacer::Clock::time_point Pacer::Due(double rate) const
@@ -368,12 +381,14 @@ void DataStream::Start(ACQ_START_FLAGS flags, uint64_t frames)
         }
     }
     Join();
+    auto writer = std::make_unique<FrameWriter>(m_camera->Model());
+    const std::unique_lock lock(*m_mutex);
     *m_counters = {};
     m_remaining = frames;
     m_discard = false;
     m_started = true;
     m_grabbing = true;
-    m_thread = std::thread([this] { Run(); });
+    m_thread = std::thread([this, writer = std::move(writer)] { Run(*writer); });
 }
 
 void DataStream::Stop(ACQ_STOP_FLAGS flags)
@@ -424,9 +439,8 @@ void DataStream::OnClose()
     EmptyOutput();
 }
 
-void DataStream::Run()
+void DataStream::Run(FrameWriter &writer)
 {
-    FrameWriter writer(m_camera->Model());
     Pacer pacer;
     std::unique_lock lock(*m_mutex);
     while (m_grabbing && m_remaining > 0)
@@ -479,11 +493,11 @@ void DataStream::SendFrame(std::unique_lock<std::mutex> &lock, FrameWriter &writ
     std::optional<Frame> frame;
     if (order && buffer)
     {
-        frame = writer.Write(*order, buffer->Memory());
+        frame = TryWrite(writer, *order, buffer->Memory());
     }
     lock.lock();
     m_counters->started += frame ? 1 : 0;
-    m_counters->dropped += order && !buffer ? 1 : 0;
+    m_counters->dropped += order && !frame ? 1 : 0;
     if (frame && !m_discard)
     {
         Deliver(buffer, std::move(*frame));

@@ -96,7 +96,7 @@ private:
     size_t Count(Buffer::State state) const;
 
     // The acquisition thread
-    void Run();
+    void Run(FrameWriter &writer);
     bool WaitForTurn(std::unique_lock<std::mutex> &lock, Pacer &pacer);
     void SendFrame(std::unique_lock<std::mutex> &lock, FrameWriter &writer);
     void Deliver(const std::shared_ptr<Buffer> &buffer, Frame frame);

@@ -3,11 +3,15 @@
 
 #include "pixel_format.h"
 
+#include <algorithm>
 #include <memory>
 #include <span>
 
 namespace GenTL::simulator
 {
+
+/** The light of a scene goes from 0 to this. */
+constexpr uint32_t white = 65535;
 
 /** All that decides what an image looks like. Lengths in pixels. */
 struct ImageSettings
@@ -27,6 +31,13 @@ struct ImageSettings
     int64_t testPattern;
 
     bool operator==(const ImageSettings &) const = default;
+
+    /** The sample that light from 0 to `white` gives, rounded to the nearest. */
+    uint16_t SampleOf(double light) const
+    {
+        const double maximum = format->MaximumSample();
+        return static_cast<uint16_t>(std::min(light * brightness * maximum / white + 0.5, maximum));
+    }
 
     size_t Pixels() const { return size_t{width} * height; }
     size_t Bytes() const { return format->SizeOf(Pixels()); }

@@ -11,9 +11,7 @@ namespace GenTL::simulator
 namespace
 {
 
-// Light of the scene: 0 is black, 65535 white at brightness 1.
 using Light = uint32_t;
-constexpr Light white = 65535;
 
 /** Rows of 5 bits, the left pixel in the highest bit. */
 using Glyph = std::array<uint8_t, 7>;
@@ -37,13 +35,18 @@ constexpr Glyph glyphR = {0x1E, 0x11, 0x11, 0x1E, 0x14, 0x12, 0x11};
 
 constexpr uint32_t glyphWidth = 5;
 constexpr uint32_t glyphHeight = 7;
-constexpr uint32_t numberScale = 4;
 constexpr uint32_t numberMargin = 8;
 constexpr uint32_t numberDigits = 8;
 
 bool GlyphHas(const Glyph &glyph, uint32_t x, uint32_t y)
 {
     return ((glyph[y] >> (glyphWidth - 1 - x)) & 1) != 0;
+}
+
+/** Pixels of a glyph's dot, so that the number takes a good third of the image's width. */
+uint32_t NumberScale(const ImageSettings &settings)
+{
+    return std::clamp(settings.width / 128, 1U, 12U);
 }
 
 /** The chart's layout for one sensor, and its light at a place. */
@@ -121,12 +124,6 @@ private:
     uint32_t m_unit;
 };
 
-uint16_t ToSample(double light, const ImageSettings &settings)
-{
-    const double scaled = light * settings.brightness * settings.format->MaximumSample() / white;
-    return static_cast<uint16_t>(std::min<double>(scaled, settings.format->MaximumSample()));
-}
-
 } // namespace
 
 void SceneSource::Prepare(const ImageSettings &settings)
@@ -154,7 +151,7 @@ void SceneSource::RenderChart()
             {
                 sum += chart.At(x + i % s.binningX, y + i / s.binningX);
             }
-            *out++ = ToSample(static_cast<double>(sum) / (s.binningX * s.binningY), s);
+            *out++ = s.SampleOf(static_cast<double>(sum) / (s.binningX * s.binningY));
         }
     }
 }
@@ -167,7 +164,7 @@ void SceneSource::DrawDisc(uint64_t number, std::vector<uint16_t> &rows, uint32_
     const int64_t travel = int64_t{s.sensorWidth} + 2 * radius;
     const int64_t centreX = static_cast<int64_t>(number * 8 % static_cast<uint64_t>(travel)) - radius;
     const int64_t centreY = s.sensorHeight / 2;
-    const uint16_t bright = ToSample(white, s);
+    const uint16_t bright = s.SampleOf(white);
     for (uint32_t row = 0; row < count; ++row)
     {
         const int64_t dy = int64_t{s.offsetY + firstRow + row} * s.stepY - centreY;
@@ -186,19 +183,20 @@ void SceneSource::DrawDisc(uint64_t number, std::vector<uint16_t> &rows, uint32_
 void SceneSource::DrawNumber(const std::string &digits, std::vector<uint16_t> &rows, uint32_t firstRow,
                              uint32_t count) const
 {
-    const uint16_t bright = ToSample(white, m_settings);
-    const uint32_t boxWidth = (glyphWidth + 1) * numberScale * static_cast<uint32_t>(digits.size());
+    const uint16_t bright = m_settings.SampleOf(white);
+    const uint32_t scale = NumberScale(m_settings);
+    const uint32_t boxWidth = (glyphWidth + 1) * scale * static_cast<uint32_t>(digits.size());
     for (uint32_t row = firstRow; row < firstRow + count; ++row)
     {
-        if (row < numberMargin || row >= numberMargin + glyphHeight * numberScale)
+        if (row < numberMargin || row >= numberMargin + glyphHeight * scale)
         {
             continue;
         }
-        const uint32_t y = (row - numberMargin) / numberScale;
+        const uint32_t y = (row - numberMargin) / scale;
         for (uint32_t i = 0; i < boxWidth && numberMargin + i < m_settings.width; ++i)
         {
-            const uint32_t x = i / numberScale % (glyphWidth + 1);
-            const auto digit = static_cast<size_t>(digits[i / numberScale / (glyphWidth + 1)] - '0');
+            const uint32_t x = i / scale % (glyphWidth + 1);
+            const auto digit = static_cast<size_t>(digits[i / scale / (glyphWidth + 1)] - '0');
             const bool lit = x < glyphWidth && GlyphHas(digitGlyphs[digit], x, y);
             rows[size_t{row - firstRow} * m_settings.width + numberMargin + i] = lit ? bright : uint16_t{0};
         }
@@ -235,7 +233,7 @@ void SceneSource::Render(uint64_t number, std::span<uint8_t> image)
     { return static_cast<uint32_t>(std::clamp<int64_t>(y / s.stepY - s.offsetY, 0, s.height)); };
     const uint32_t discFirst = toRow(s.sensorHeight / 2 - radius);
     const uint32_t discEnd = toRow(s.sensorHeight / 2 + radius + s.stepY);
-    const uint32_t numberEnd = std::min(s.height, numberMargin + glyphHeight * numberScale);
+    const uint32_t numberEnd = std::min(s.height, numberMargin + glyphHeight * NumberScale(s));
     PatchRows(number, 0, numberEnd, image);
     PatchRows(number, discFirst, discEnd, image);
 }

@@ -1,9 +1,7 @@
 #include "system.h"
 
 #include "description.h"
-
-#include <dlfcn.h>
-#include <filesystem>
+#include "own_path.h"
 
 namespace GenTL::simulator
 {
@@ -14,17 +12,9 @@ namespace
 constexpr const char *systemId = "QVR-SIMULATOR";
 constexpr const char *systemModel = "Simulated cameras";
 
-/** Where this library was loaded from. */
-std::string OwnPath()
-{
-    static const char anchor = 0;
-    Dl_info info{};
-    return dladdr(&anchor, &info) != 0 && info.dli_fname != nullptr ? info.dli_fname : "";
-}
-
 std::string FileName()
 {
-    return std::filesystem::path(OwnPath()).filename();
+    return OwnPath().filename();
 }
 
 std::vector<Feature> SystemFeatures()
@@ -44,7 +34,7 @@ std::vector<Feature> SystemFeatures()
         text("TLVersion", "Version of the producer.", 32, producerVersion),
         text("TLFileName", "File of the producer.", 64, FileName()),
         text("TLDisplayName", "Name to show to a user.", 64, systemModel),
-        text("TLPath", "Path of the producer's file.", 512, OwnPath()),
+        text("TLPath", "Path of the producer's file.", 512, OwnPath().string()),
         Enumeration(information, "TLType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
         number("GenTLVersionMajor", "Major version of GenTL.", 1),
         number("GenTLVersionMinor", "Minor version of GenTL.", 6),
@@ -109,7 +99,7 @@ Info SystemInfo(TL_INFO_CMD command)
     case TL_INFO_NAME:
         return Info::Text(FileName());
     case TL_INFO_PATHNAME:
-        return Info::Text(OwnPath());
+        return Info::Text(OwnPath().string());
     case TL_INFO_CHAR_ENCODING:
         return Info::Int32(TL_CHAR_ENCODING_UTF8);
     case TL_INFO_GENTL_VER_MAJOR:
