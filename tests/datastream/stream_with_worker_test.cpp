@@ -57,6 +57,7 @@ protected:
         }
     }
 
+    /// Frames whose counts matter are delivered afterwards: the counters begin again when the thread runs.
     void Start(uint64_t numToAcquire) { stream->DSStartAcquisition(ACQ_START_FLAGS_DEFAULT, numToAcquire); }
     void Stop() { stream->DSStopAcquisition(ACQ_STOP_FLAGS_DEFAULT); }
 
@@ -88,8 +89,8 @@ TEST_F(StreamWithWorker, DeliversTheFramesAskedForAndStopsByItself)
 {
     QueueMany(4);
     auto *const event = RegisterEvent();
-    DeliverAll(4);
     Start(3);
+    DeliverAll(4);
     Ids ids;
     for (int i = 0; i < 3; ++i)
     {
@@ -108,8 +109,8 @@ TEST_F(StreamWithWorker, CountsAnIncompleteFrameOfALimitedAcquisition)
 {
     Frame(1).infos[BUFFER_INFO_IS_INCOMPLETE] = TypedAnswer::Bool(true);
     const auto handles = QueueMany(4);
-    DeliverAll(4);
     Start(3);
+    DeliverAll(4);
     ASSERT_TRUE(WaitForTheEnd());
     EXPECT_EQ(FrameId(handles[0]), 1U);
     EXPECT_EQ(FrameId(handles[2]), 3U);
@@ -122,8 +123,8 @@ TEST_F(StreamWithWorker, CountsAnIncompleteFrameOfALimitedAcquisition)
 TEST_F(StreamWithWorker, UsesUpItsLimitOnlyWithFramesThatFoundABuffer)
 {
     const auto handles = AnnounceMany(2);
-    DeliverAll(2);
     Start(2);
+    DeliverAll(2);
     ASSERT_TRUE(script->calls->WaitFor(waitCall, 3));
     EXPECT_EQ(Feature("StreamLostFrameCount"), 2U);
     EXPECT_TRUE(IsGrabbing());
@@ -139,8 +140,8 @@ TEST_F(StreamWithWorker, UsesUpItsLimitOnlyWithFramesThatFoundABuffer)
 TEST_F(StreamWithWorker, NeverEndsWithBuffersThatAreTooSmall)
 {
     const auto handles = QueueMany(2, frameSize - 1);
-    DeliverAll(2);
     Start(1);
+    DeliverAll(2);
     ASSERT_TRUE(script->calls->WaitFor(waitCall, 3));
     EXPECT_TRUE(IsGrabbing());
     for (auto *const handle : handles)
@@ -160,8 +161,8 @@ TEST_F(StreamWithWorker, CountsAFrameThatCannotBeProcessedAsIncomplete)
     const auto handles = QueueMany(2);
     processor->onProcess = [](const InputData &, std::span<uint8_t>) -> ProcessingResult
     { throw std::runtime_error("no task"); };
-    Deliver(0);
     Start(1);
+    Deliver(0);
     ASSERT_TRUE(script->calls->WaitFor(waitCall, 2));
     EXPECT_EQ(StateOf(handles[0]), BufferState::Output);
     EXPECT_EQ(BufferInfo<bool8_t>(handles[0], BUFFER_INFO_NEW_DATA), 0);
