@@ -1,0 +1,71 @@
+#pragma once
+
+#include "support/vision_library.h"
+#include "vision/exceptions.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <exception>
+#include <ostream>
+#include <string>
+#include <typeinfo>
+
+namespace GenTL::internal
+{
+
+/// What an action threw, down to its very class.
+struct VisionFailure
+{
+    std::string text;
+    int32_t code{};                             ///< 0 when it is no error of the library
+    const std::type_info *type = &typeid(void); ///< void when nothing was thrown
+
+    friend bool operator==(const VisionFailure &left, const VisionFailure &right)
+    {
+        return left.text == right.text && left.code == right.code && *left.type == *right.type;
+    }
+    friend std::ostream &operator<<(std::ostream &stream, const VisionFailure &failure)
+    {
+        return stream << '"' << failure.text << "\" (" << failure.code << ", " << failure.type->name() << ')';
+    }
+};
+
+template <typename T>
+VisionFailure Failing(std::string text, int32_t code = 0)
+{
+    return {std::move(text), code, &typeid(T)};
+}
+
+template <typename Action>
+VisionFailure VisionFailureOf(Action action)
+{
+    try
+    {
+        action();
+    }
+    catch (const tarn::cvl::Exception &exception)
+    {
+        return {exception.what(), exception.Code(), &typeid(exception)};
+    }
+    catch (const std::exception &exception)
+    {
+        return {exception.what(), 0, &typeid(exception)};
+    }
+    return {};
+}
+
+/// Over the tests' vision library, with all its objects gone at the end and no handle used behind its life.
+class VisionTest : public testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        EXPECT_EQ(vision->LiveObjects(), 0U);
+        EXPECT_EQ(vision->staleHandles, 0);
+    }
+
+    VisionLibrary vision;
+};
+
+} // namespace GenTL::internal
