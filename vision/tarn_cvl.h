@@ -6,16 +6,19 @@
  * The vision library's C interface: images in memory, conversion of pixel formats, calibrated depth.
  *
  * Every function gives a status, 0 for success. After any other status the calling thread's last error holds
- * a text that says what was expected. No function throws or ends the process for a bad argument: a null
- * handle or pointer gives TARN_CVL_NULL_POINTER, a record size that is not the one stated
- * TARN_CVL_MISMATCH, memory too small for its format TARN_CVL_OUT_OF_RANGE.
+ * a text that says what was expected; a call that succeeds leaves it as it is. No function throws or ends the
+ * process for a bad argument: a null handle or pointer gives TARN_CVL_NULL_POINTER; a handle that is of
+ * another kind, or has ended, and a record size that is not the one stated TARN_CVL_MISMATCH; memory too
+ * small for its format TARN_CVL_OUT_OF_RANGE; an unknown pixel format, and a function that this library does
+ * not offer, TARN_CVL_NOT_SUPPORTED. A call that fails changes nothing but the last error, unless stated.
  *
  * Handles are opaque. A function that makes an object gives its handle out through a `void **`, and the
- * caller owns one reference, which the object's Destroy function releases. Functions may be called from any
- * thread; one object is used by one thread at a time.
+ * caller owns one reference, which the object's Destroy function releases. A handle is never given out twice.
+ * Functions may be called from any thread; one object is used by one thread at a time.
  *
  * Pixel formats are the low 32 bits of the published codes (PFNC) and of the maker's. Rows follow each other
- * without padding; in packed formats a row may begin in mid-byte.
+ * without padding; in packed formats a row may begin in mid-byte. Pixel memory may begin at any address.
+ * Samples of more than a byte are little-endian.
  */
 
 #include <stddef.h>
@@ -70,7 +73,8 @@ extern "C"
         int32_t maximum;
     } tarn_cvl_Range;
 
-    /** The value that a region is drawn with, for up to three samples of a pixel. 24 bytes. */
+    /** The value that a region is drawn with, for up to three samples of a pixel in their order in memory.
+     * 24 bytes. */
     typedef struct tarn_cvl_Colour
     {
         double samples[3];
@@ -99,24 +103,28 @@ extern "C"
 
     /** Prepares the library. Each call is undone by one of tarn_cvl_Exit. */
     int32_t tarn_cvl_Init(void);
-    /** Ends what tarn_cvl_Init began. */
+    /** Ends what tarn_cvl_Init began. TARN_CVL_INVALID_STATE when nothing did. */
     int32_t tarn_cvl_Exit(void);
 
-    /** Gives the length of the thread's last error, with its terminator. */
+    /* These two leave the last error as it is, also when they fail. */
+
+    /** Gives the length of the thread's last error, with its terminator: 1 when nothing failed yet. */
     int32_t tarn_cvl_GetLastErrorMessage_GetCount(size_t *count);
     /**
      * Gives the text of the thread's last error, with its terminator.
-     * @param size in: room of `text`; out: bytes written
+     * @param size in: room of `text`; out: bytes written, or needed when the room is too small
+     * (TARN_CVL_OUT_OF_RANGE)
      */
     int32_t tarn_cvl_GetLastErrorMessage(char *text, size_t *size);
 
     /**
      * Makes an image over existing memory, without copying. The memory stays the caller's and must outlive
-     * the image.
+     * the image. It may be larger than the pixels, and null when there are none. A padding other than 0 is
+     * TARN_CVL_NOT_SUPPORTED.
      * @param infoSize TARN_CVL_IMAGE_INFO_SIZE
      */
     int32_t tarn_cvl_Image_CreateFromImageInfo(void **image, const tarn_cvl_ImageInfo *info, size_t infoSize);
-    /** Makes an image with zeroed memory of its own. `flag` is reserved and must be 0. */
+    /** Makes an image with zeroed memory of its own, of up to 64 GiB. `flag` is reserved and must be 0. */
     int32_t tarn_cvl_Image_CreateWithZeroInit(void **image, uint32_t pixelFormat, tarn_cvl_Size size,
                                               uint8_t flag);
     /** Gives format, size and memory of an image. `infoSize` is TARN_CVL_IMAGE_INFO_SIZE. */
@@ -126,18 +134,25 @@ extern "C"
     /** Takes an owner from an image, and frees it with the last one. */
     int32_t tarn_cvl_Image_Destroy(void *image);
     /**
-     * Converts an image into the memory of another. This is also what unpacks.
+     * Converts an image into the memory of another. This is also what unpacks. The pairs that are offered
+     * stand in docs/vision-conversions.md.
      * @param pixelFormat the format of `target`
      * @return TARN_CVL_NOT_SUPPORTED for a pair of formats that is not offered, TARN_CVL_MISMATCH when the
-     * target has another format or size
+     * target has another format or size, TARN_CVL_NOT_POSSIBLE when the two share memory and the formats
+     * differ, or when the image is too small or uneven for this conversion
      */
     int32_t tarn_cvl_Image_ConvertPixelFormat(void *image, uint32_t pixelFormat, void *target);
-    /** The same, each sample multiplied by `factor`, rounded and kept within the range of the format. */
+    /**
+     * The same, each sample of the result multiplied by `factor`, rounded and kept within the range of the
+     * format; floats are not rounded. Transparency counts as a sample.
+     * @return TARN_CVL_NOT_SUPPORTED for a packed or YUV target, too, TARN_CVL_OUT_OF_RANGE for a factor that
+     * is not finite
+     */
     int32_t tarn_cvl_Image_ConvertPixelFormatWithFactor(void *image, uint32_t pixelFormat, void *target,
                                                         double factor);
-    /** Attaches a copy of the metadata to an image. */
+    /** Attaches a copy of the metadata to an image, in place of what was attached. */
     int32_t tarn_cvl_Image_SetMetadata(void *image, void *metadata);
-    /** Attaches a copy of the region to an image. */
+    /** Attaches a copy of the region to an image, in place of what was attached. */
     int32_t tarn_cvl_Image_SetRegion(void *image, void *region);
 
     /** Makes an empty store of values by name. */
@@ -149,7 +164,8 @@ extern "C"
     int32_t tarn_cvl_Metadata_SetUInt(void *metadata, const char *key, uint64_t value);
     int32_t tarn_cvl_Metadata_SetDouble(void *metadata, const char *key, double value);
     int32_t tarn_cvl_Metadata_SetString(void *metadata, const char *key, const char *value);
-    /* Arrays: pointer to the first element and number of elements. Flags are one byte each. */
+    /* Arrays: pointer to the first element, which may be null when there is none, and number of elements.
+     * Flags are one byte each. Elements are copied. */
     int32_t tarn_cvl_Metadata_SetBoolArray(void *metadata, const char *key, const uint8_t *values,
                                            size_t count);
     int32_t tarn_cvl_Metadata_SetIntArray(void *metadata, const char *key, const int64_t *values,
@@ -164,13 +180,17 @@ extern "C"
     /** Makes an empty region, a set of pixels. */
     int32_t tarn_cvl_Region_Create(void **region);
     int32_t tarn_cvl_Region_Destroy(void *region);
-    /** Sets the region's pixels of the image to the colour; pixels outside of the image are passed over. */
+    /**
+     * Sets the region's pixels of the image to the colour; pixels outside of the image are passed over. Each
+     * sample is rounded and kept within the range of the format. Transparency stays.
+     * @return TARN_CVL_NOT_SUPPORTED when a pixel is not up to three whole samples
+     */
     int32_t tarn_cvl_Region_Draw(void *image, void *region, const tarn_cvl_Colour *colour);
     /**
      * Makes the pixels whose value lies in the range, both ends included, the region's pixels.
-     * @param image one sample for each pixel
+     * @param image one whole sample for each pixel, integer or float
      * @param rangeSize TARN_CVL_RANGE_SIZE
-     * @param region in: a region; out: the same, filled
+     * @param region in: a region; out: the same, with these pixels only
      */
     int32_t tarn_cvl_Threshold_Process(void *image, const tarn_cvl_Range *range, size_t rangeSize,
                                        void **region);
