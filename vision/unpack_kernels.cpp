@@ -17,7 +17,7 @@ namespace tarn::vision
 {
 
 /// Images that become this large or larger are written past the caches, which would not keep them anyway.
-/// The lines of a target need not be read before they are written then, which is a third of the traffic.
+/// Its cache lines need not be read before they are written then, which is a third of the traffic.
 constexpr uint64_t streamFrom = uint64_t{4} << 20;
 
 constexpr size_t cacheLine = 64;
@@ -107,6 +107,30 @@ namespace tarn::vision::HWY_NAMESPACE
 {
 
 namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET == HWY_SCALAR
+
+// No vectors: all is left to what does the rest behind the last vector.
+
+template <Packing packing, bool isStreamed>
+size_t UnpackVectors(const uint8_t *, const uint8_t *, uint64_t, uint8_t *)
+{
+    return 0;
+}
+
+template <class Sample>
+size_t CombineLineVectors(const uint8_t *, const uint8_t *, size_t, uint8_t *)
+{
+    return 0;
+}
+
+template <class Pair, class Cell>
+size_t CombineCellVectors(const uint8_t *, const uint8_t *, size_t, uint8_t *)
+{
+    return 0;
+}
+
+#else
 
 #if HWY_HAVE_SCALABLE
 using Bytes = hn::FixedTag<uint8_t, 16>;
@@ -224,6 +248,58 @@ size_t UnpackVectors<Packing::Word32, false>(const uint8_t *source, const uint8_
     return done;
 }
 
+/// CombineLines as far as vectors reach; gives the number of pixels.
+template <class Sample>
+size_t CombineLineVectors(const uint8_t *a, const uint8_t *b, size_t pixels, uint8_t *target)
+{
+    const Block d;
+    const hn::Repartition<Sample, Block> lanes;
+    constexpr auto vectorPixels = 16 / sizeof(Sample);
+    size_t done = 0;
+    for (; pixels - done >= vectorPixels; done += vectorPixels)
+    {
+        const auto fromA = hn::BitCast(lanes, hn::LoadU(d, a));
+        const auto fromB = hn::BitCast(lanes, hn::LoadU(d, b));
+        hn::StoreU(hn::BitCast(d, hn::InterleaveLower(lanes, fromA, fromB)), d, target);
+        hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(lanes, fromA, fromB)), d, target + 16);
+        a += 16;
+        b += 16;
+        target += 32;
+    }
+    return done;
+}
+
+/// CombineCells as far as vectors reach; gives the number of cells.
+/// @tparam Pair,Cell integers of the size of two samples and of four
+template <class Pair, class Cell>
+size_t CombineCellVectors(const uint8_t *ab, const uint8_t *cd, size_t cells, uint8_t *target)
+{
+    const Block d;
+    const hn::Repartition<Pair, Block> pairLanes;
+    const hn::Repartition<Cell, Block> cellLanes;
+    constexpr auto vectorCells = 16 / sizeof(Pair);
+    const auto putTwice = [&](auto pairs, uint8_t *to) HWY_ATTR
+    {
+        const auto lanes = hn::BitCast(cellLanes, pairs);
+        hn::StoreU(hn::BitCast(d, hn::InterleaveLower(cellLanes, lanes, lanes)), d, to);
+        hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(cellLanes, lanes, lanes)), d, to + 16);
+    };
+    size_t done = 0;
+    for (; cells - done >= vectorCells; done += vectorCells)
+    {
+        const auto upper = hn::BitCast(pairLanes, hn::LoadU(d, ab));
+        const auto lower = hn::BitCast(pairLanes, hn::LoadU(d, cd));
+        putTwice(hn::InterleaveLower(pairLanes, upper, lower), target);
+        putTwice(hn::InterleaveUpper(pairLanes, upper, lower), target + 32);
+        ab += 16;
+        cd += 16;
+        target += 64;
+    }
+    return done;
+}
+
+#endif
+
 template <Packing packing>
 void UnpackRunOf(const uint8_t *source, uint64_t samples, uint64_t first, uint64_t count, uint8_t *target)
 {
@@ -307,29 +383,14 @@ void UnpackRunHere(Packing packing, const uint8_t *source, uint64_t samples, uin
     }
 }
 
-template <class T>
+template <class Sample>
 void CombineLinesOf(const uint8_t *a, const uint8_t *b, size_t pixels, uint8_t *target)
 {
-    const Block d;
-    const hn::Repartition<T, Block> lanes;
-    constexpr auto vectorPixels = 16 / sizeof(T);
-    for (; pixels >= vectorPixels; pixels -= vectorPixels)
+    for (auto i = CombineLineVectors<Sample>(a, b, pixels, target); i < pixels; ++i)
     {
-        const auto fromA = hn::BitCast(lanes, hn::LoadU(d, a));
-        const auto fromB = hn::BitCast(lanes, hn::LoadU(d, b));
-        hn::StoreU(hn::BitCast(d, hn::InterleaveLower(lanes, fromA, fromB)), d, target);
-        hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(lanes, fromA, fromB)), d, target + 16);
-        a += 16;
-        b += 16;
-        target += 32;
-    }
-    for (; pixels > 0; --pixels)
-    {
-        std::memcpy(target, a, sizeof(T));
-        std::memcpy(target + sizeof(T), b, sizeof(T));
-        a += sizeof(T);
-        b += sizeof(T);
-        target += 2 * sizeof(T);
+        auto *pixel = target + i * 2 * sizeof(Sample);
+        std::memcpy(pixel, a + i * sizeof(Sample), sizeof(Sample));
+        std::memcpy(pixel + sizeof(Sample), b + i * sizeof(Sample), sizeof(Sample));
     }
 }
 
@@ -346,40 +407,15 @@ void CombineLinesHere(uint32_t bytesPerSample, const uint8_t *a, const uint8_t *
     }
 }
 
-/// @tparam Pair,Cell integers of the size of two samples and of four
 template <class Pair, class Cell>
 void CombineCellsOf(const uint8_t *ab, const uint8_t *cd, size_t cells, uint8_t *target)
 {
-    const Block d;
-    const hn::Repartition<Pair, Block> pairLanes;
-    const hn::Repartition<Cell, Block> cellLanes;
-    constexpr auto vectorCells = 16 / sizeof(Pair);
-    const auto putTwice = [&](auto pairs, uint8_t *to) HWY_ATTR
+    for (auto i = CombineCellVectors<Pair, Cell>(ab, cd, cells, target); i < cells; ++i)
     {
-        const auto lanes = hn::BitCast(cellLanes, pairs);
-        hn::StoreU(hn::BitCast(d, hn::InterleaveLower(cellLanes, lanes, lanes)), d, to);
-        hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(cellLanes, lanes, lanes)), d, to + 16);
-    };
-    for (; cells >= vectorCells; cells -= vectorCells)
-    {
-        const auto upper = hn::BitCast(pairLanes, hn::LoadU(d, ab));
-        const auto lower = hn::BitCast(pairLanes, hn::LoadU(d, cd));
-        putTwice(hn::InterleaveLower(pairLanes, upper, lower), target);
-        putTwice(hn::InterleaveUpper(pairLanes, upper, lower), target + 32);
-        ab += 16;
-        cd += 16;
-        target += 64;
-    }
-    for (; cells > 0; --cells)
-    {
-        for (int i = 0; i < 2; ++i)
-        {
-            std::memcpy(target, ab, sizeof(Pair));
-            std::memcpy(target + sizeof(Pair), cd, sizeof(Pair));
-            target += sizeof(Cell);
-        }
-        ab += sizeof(Pair);
-        cd += sizeof(Pair);
+        auto *pixels = target + i * 2 * sizeof(Cell);
+        std::memcpy(pixels, ab + i * sizeof(Pair), sizeof(Pair));
+        std::memcpy(pixels + sizeof(Pair), cd + i * sizeof(Pair), sizeof(Pair));
+        std::memcpy(pixels + sizeof(Cell), pixels, sizeof(Cell));
     }
 }
 
