@@ -25,6 +25,7 @@ struct AreaSensor
     int64_t height;
     int64_t stepX; /**< increment of Width and OffsetX */
     int64_t stepY;
+    std::set<std::string> absentFormats = {};
 };
 
 void Append(std::vector<Feature> &list, std::vector<Feature> more)
@@ -149,7 +150,7 @@ std::vector<Feature> Reduction(const std::string &name, const std::string &effec
             factor("Horizontal"), factor("Vertical")};
 }
 
-std::vector<Feature> ImageFormat()
+std::vector<Feature> ImageFormat(const AreaSensor &sensor)
 {
     const char *const category = "ImageFormatControl";
     std::vector<EnumEntry> formats;
@@ -160,7 +161,7 @@ std::vector<Feature> ImageFormat()
     return {
         Enumeration(category, "PixelFormat", "Format of the pixels that the camera sends.",
                     std::move(formats))
-            .ConditionalEntries()
+            .ConditionalEntries(sensor.absentFormats)
             .LockedBy(frozen),
         Enumeration(category, "TestPattern", "Pattern that replaces the sensor's image.", TestPatterns())};
 }
@@ -260,7 +261,7 @@ CameraModel AreaCamera(CameraModel camera, const AreaSensor &sensor)
            Reduction("Binning", "Sensor pixels that are averaged into one image pixel in this direction."));
     Append(camera.features,
            Reduction("Decimation", "Of so many pixels in this direction only the first is sent."));
-    Append(camera.features, ImageFormat());
+    Append(camera.features, ImageFormat(sensor));
     Append(camera.features, AcquisitionControl());
     Append(camera.features, ChunkControl(camera.chunks));
     Append(camera.features, TransportControl());
@@ -313,7 +314,7 @@ CameraModel Foreign()
     camera.productGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B01";
     camera.versionGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B02";
     camera.makeSource = MakeMonoSource;
-    return AreaCamera(std::move(camera), {640, 480, 1, 1});
+    return AreaCamera(std::move(camera), {640, 480, 1, 1, {"Mono10g40QVR", "Mono12g24QVR"}});
 }
 
 } // namespace

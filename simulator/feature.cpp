@@ -105,8 +105,9 @@ Feature &&Feature::Volatile() &&
     return std::move(*this);
 }
 
-Feature &&Feature::ConditionalEntries() &&
+Feature &&Feature::ConditionalEntries(std::set<std::string> absent) &&
 {
+    absentEntries = std::move(absent);
     conditionalEntries = true;
     return std::move(*this);
 }

@@ -4,6 +4,7 @@
 #include "register_space.h"
 
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -71,8 +72,9 @@ struct Feature
     std::string selector;         /**< name of the feature that selects this one */
     std::string lock;             /**< name of the feature that makes this one read-only when it is not 0 */
     bool changesByItself = false; /**< consumers must not cache it */
-    bool conditionalEntries = false; /**< an entry can be absent: bits in registers tell */
-    bool vendorSpecific = false;     /**< not named by the SFNC */
+    bool conditionalEntries = false; /**< bits in registers tell which entries there are */
+    std::set<std::string> absentEntries;
+    bool vendorSpecific = false; /**< not named by the SFNC */
 
     Feature &&Default(int64_t value) &&;
     Feature &&DefaultFloat(double value) &&;
@@ -88,7 +90,8 @@ struct Feature
     Feature &&SelectedBy(std::string value) &&;
     Feature &&LockedBy(std::string value) &&;
     Feature &&Volatile() &&;
-    Feature &&ConditionalEntries() &&;
+    /** Bits in registers tell which entries there are: all but these. */
+    Feature &&ConditionalEntries(std::set<std::string> absent) &&;
     Feature &&VendorSpecific() &&;
 };
 

@@ -128,16 +128,21 @@ void FeatureSet::AddFeature(const FeatureLayout::Place &place)
                      [this, &node] { Written(node); }});
     if (place.feature.conditionalEntries)
     {
-        AddEntryBits(place.availableAddress, place.feature.entries.size());
-        AddEntryBits(place.implementedAddress, place.feature.entries.size());
+        AddEntryBits(place.availableAddress, place.feature);
+        AddEntryBits(place.implementedAddress, place.feature);
     }
 }
 
-void FeatureSet::AddEntryBits(uint64_t address, size_t entries)
+void FeatureSet::AddEntryBits(uint64_t address, const Feature &feature)
 {
-    std::vector<uint8_t> bits(4);
-    EncodeInteger(bits, (int64_t{1} << entries) - 1);
-    m_registers.Add({address, bits, Access::ReadOnly, {}, {}, {}});
+    int64_t bits = 0;
+    for (size_t i = 0; i < feature.entries.size(); ++i)
+    {
+        bits |= feature.absentEntries.contains(feature.entries[i].name) ? 0 : int64_t{1} << i;
+    }
+    std::vector<uint8_t> value(4);
+    EncodeInteger(value, bits);
+    m_registers.Add({address, value, Access::ReadOnly, {}, {}, {}});
 }
 
 std::unique_lock<std::recursive_mutex> FeatureSet::Lock() const
@@ -196,12 +201,6 @@ void FeatureSet::SetInteger(const std::string &name, int64_t value)
     EncodeInteger(Bytes(Find(name)), value);
 }
 
-void FeatureSet::SetFloat(const std::string &name, double value)
-{
-    const auto lock = Lock();
-    EncodeInteger(Bytes(Find(name)), std::bit_cast<int32_t>(static_cast<float>(value)));
-}
-
 void FeatureSet::SetText(const std::string &name, const std::string &value)
 {
     const auto lock = Lock();
@@ -226,26 +225,6 @@ void FeatureSet::SetSelectedText(const std::string &name, int64_t selector, cons
 {
     const auto lock = Lock();
     EncodeText(Banked(Find(name), selector), value);
-}
-
-void FeatureSet::SetEntryImplemented(const std::string &name, const std::string &entry, bool implemented)
-{
-    const auto lock = Lock();
-    const FeatureLayout::Place &place = Find(name).place;
-    const auto &entries = place.feature.entries;
-    const auto found =
-        std::find_if(entries.begin(), entries.end(), [&](const EnumEntry &e) { return e.name == entry; });
-    if (found == entries.end())
-    {
-        throw std::logic_error("No entry " + entry + " of " + name);
-    }
-    const int64_t bit = int64_t{1} << (found - entries.begin());
-    for (const uint64_t address : {place.availableAddress, place.implementedAddress})
-    {
-        std::vector<uint8_t> &bits = m_registers.At(address).value;
-        const int64_t before = DecodeInteger(bits, false);
-        EncodeInteger(bits, implemented ? before | bit : before & ~bit);
-    }
 }
 
 void FeatureSet::ComputeOnRead(const std::string &name, std::function<int64_t()> source)

@@ -53,15 +53,12 @@ public:
 
     /** Values set by the module itself are not checked. */
     void SetInteger(const std::string &name, int64_t value);
-    void SetFloat(const std::string &name, double value);
     void SetText(const std::string &name, const std::string &value);
 
     /** The value of a selected feature for one value of its selector. */
     int64_t Selected(const std::string &name, int64_t selector) const;
     void SetSelected(const std::string &name, int64_t selector, int64_t value);
     void SetSelectedText(const std::string &name, int64_t selector, const std::string &value);
-
-    void SetEntryImplemented(const std::string &name, const std::string &entry, bool implemented);
 
     /** `source` gives the value at each read by a consumer. */
     void ComputeOnRead(const std::string &name, std::function<int64_t()> source);
@@ -86,7 +83,7 @@ private:
     };
 
     void AddFeature(const FeatureLayout::Place &place);
-    void AddEntryBits(uint64_t address, size_t entries);
+    void AddEntryBits(uint64_t address, const Feature &feature);
     Node &Find(const std::string &name);
     const Node &Find(const std::string &name) const;
     std::vector<uint8_t> &Bytes(Node &node);

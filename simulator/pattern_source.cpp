@@ -105,36 +105,40 @@ void PatternSource::Render(uint64_t number, std::span<uint8_t> image)
 
 void PatternSource::Draw(uint64_t number, std::span<uint8_t> image) const
 {
-    const ImageSettings &s = m_settings;
-    const Pattern &pattern = Find(s.testPattern);
-    const uint16_t maximum = s.format->MaximumSample();
-    // Bands of eight rows begin on a byte in every format. All bands of a pattern along the row are equal.
+    // Bands of so many rows begin on a byte in every format.
     constexpr uint32_t bandRows = samplesPerGroup;
+    const ImageSettings &s = m_settings;
+    const bool alongRow = Find(s.testPattern).alongRow;
     std::vector<uint16_t> band(size_t{bandRows} * s.width);
     for (uint32_t first = 0; first < s.height; first += bandRows)
     {
         const uint32_t rows = std::min(bandRows, s.height - first);
-        for (uint32_t row = 0; row < rows && (first == 0 || !pattern.alongRow); ++row)
-        {
-            uint16_t *out = band.data() + size_t{row} * s.width;
-            for (uint32_t x = 0; x < s.width; ++x)
-            {
-                out[x] = pattern.alongRow ? pattern.profile(x, s.width, number, maximum) : uint16_t{0};
-            }
-            if (!pattern.alongRow)
-            {
-                std::fill_n(out, s.width, pattern.profile(first + row, s.height, number, maximum));
-            }
-        }
         const size_t offset = s.format->SizeOf(size_t{first} * s.width);
-        if (pattern.alongRow && first > 0 && rows == bandRows)
+        if (alongRow && first > 0 && rows == bandRows)
         {
-            std::memcpy(image.data() + offset, image.data(), s.format->SizeOf(band.size()));
+            std::memcpy(image.data() + offset, image.data(), s.format->SizeOf(band.size())); // as the first
+            continue;
         }
-        else
+        for (uint32_t row = 0; row < rows; ++row)
         {
-            s.format->pack(std::span(band).first(size_t{rows} * s.width), image.data() + offset);
+            DrawRow(number, first + row, std::span(band).subspan(size_t{row} * s.width, s.width));
         }
+        s.format->pack(std::span(band).first(size_t{rows} * s.width), image.data() + offset);
+    }
+}
+
+void PatternSource::DrawRow(uint64_t number, uint32_t y, std::span<uint16_t> row) const
+{
+    const Pattern &pattern = Find(m_settings.testPattern);
+    const uint16_t maximum = m_settings.format->MaximumSample();
+    if (!pattern.alongRow)
+    {
+        std::fill(row.begin(), row.end(), pattern.profile(y, m_settings.height, number, maximum));
+        return;
+    }
+    for (size_t x = 0; x < row.size(); ++x)
+    {
+        row[x] = pattern.profile(x, row.size(), number, maximum);
     }
 }
 

@@ -19,6 +19,7 @@ public:
 
 private:
     void Draw(uint64_t number, std::span<uint8_t> image) const;
+    void DrawRow(uint64_t number, uint32_t y, std::span<uint16_t> row) const;
 
     ImageSettings m_settings{};
     bool m_moves = false;

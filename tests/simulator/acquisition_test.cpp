@@ -260,6 +260,64 @@ TEST_F(SimulatorAcquisition, KeepsAFrameReadableWhenItsDeviceIsClosed)
     EXPECT_CODE(GC_ERR_INVALID_HANDLE, Tl().DSClose(m_stream));
 }
 
+TEST_F(SimulatorAcquisition, KeepsTheFramesInTheOutputQueueWhenItStops)
+{
+    AnnounceBuffers(4);
+    Start();
+    while (StreamInfo<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY) < 4)
+    {
+        std::this_thread::yield();
+    }
+    Stop(ACQ_STOP_FLAGS_KILL);
+    for (uint64_t number = 1; number <= 4; ++number)
+    {
+        EXPECT_EQ(number, BufferInfo<uint64_t>(Receive().handle, BUFFER_INFO_FRAMEID));
+    }
+}
+
+TEST_F(SimulatorAcquisition, TellsOfItsEvent)
+{
+    AnnounceBuffers(4);
+    ASSERT_OK(Tl().DSFlushQueue(m_stream, ACQ_QUEUE_INPUT_TO_OUTPUT));
+    const auto info = [&]<typename T>(T, EVENT_INFO_CMD command)
+    {
+        return Ask<T>([&](auto *type, void *out, size_t *size)
+                      { return Tl().EventGetInfo(m_event, command, type, out, size); });
+    };
+    EXPECT_EQ(EVENT_NEW_BUFFER, info(int32_t{}, EVENT_EVENT_TYPE));
+    EXPECT_EQ(4U, info(size_t{}, EVENT_NUM_IN_QUEUE));
+    EXPECT_EQ(4U, info(uint64_t{}, EVENT_NUM_FIRED));
+    EXPECT_EQ(sizeof(EVENT_NEW_BUFFER_DATA), info(size_t{}, EVENT_SIZE_MAX));
+    EXPECT_EQ(sizeof(EVENT_NEW_BUFFER_DATA), info(size_t{}, EVENT_INFO_DATA_SIZE_MAX));
+
+    const EVENT_NEW_BUFFER_DATA data{m_buffers[0], this};
+    const auto dataInfo = [&]<typename T>(T, EVENT_DATA_INFO_CMD command)
+    {
+        return Ask<T>(
+            [&](auto *type, void *out, size_t *size)
+            { return Tl().EventGetDataInfo(m_event, &data, sizeof data, command, type, out, size); });
+    };
+    EXPECT_EQ(m_buffers[0], dataInfo(static_cast<void *>(nullptr), EVENT_DATA_ID));
+    EXPECT_EQ(this, dataInfo(static_cast<void *>(nullptr), EVENT_DATA_VALUE));
+    INFO_DATATYPE type = 0;
+    size_t size = 0;
+    EXPECT_CODE(GC_ERR_INVALID_PARAMETER,
+                Tl().EventGetDataInfo(m_event, &data, 15, EVENT_DATA_ID, &type, nullptr, &size));
+}
+
+TEST_F(SimulatorAcquisition, DeliversWhatWaitsToAnEventThatIsRegisteredLater)
+{
+    AnnounceBuffers(4);
+    ASSERT_OK(Tl().GCUnregisterEvent(m_stream, EVENT_NEW_BUFFER));
+    ASSERT_OK(Tl().DSFlushQueue(m_stream, ACQ_QUEUE_INPUT_TO_OUTPUT));
+    ASSERT_OK(Tl().GCRegisterEvent(m_stream, EVENT_NEW_BUFFER, &m_event));
+    EXPECT_EQ(m_buffers[0], Receive().handle);
+    EVENT_NEW_BUFFER_DATA data{};
+    size_t size = sizeof data - 1;
+    EXPECT_CODE(GC_ERR_BUFFER_TOO_SMALL, Tl().EventGetData(m_event, &data, &size, 0));
+    EXPECT_EQ(m_buffers[1], Receive().handle);
+}
+
 using SimulatorFlush = SimulatorAcquisition;
 
 TEST_F(SimulatorFlush, MovesBuffersBetweenTheQueues)

@@ -178,6 +178,19 @@ TEST_F(SimulatorFeatures, TellByBitsWhichPixelFormatsThereAre)
     EXPECT_EQ(bit - 1, m_camera->Get("PixelFormatImplementedReg"));
 }
 
+TEST_F(SimulatorFeatures, RefuseAPixelFormatThatThisCameraHasNot)
+{
+    ASSERT_OK(Tl().DevClose(m_device));
+    DEV_HANDLE device = nullptr;
+    PORT_HANDLE port = nullptr;
+    ASSERT_OK(Tl().IFOpenDevice(m_interface, "SIM-SIM0003", DEVICE_ACCESS_CONTROL, &device));
+    ASSERT_OK(Tl().DevGetPort(device, &port));
+    const Nodes foreign(port);
+    EXPECT_EQ(0x1F, foreign.Get("PixelFormatImplementedReg"));
+    EXPECT_CODE(GC_ERR_INVALID_VALUE, foreign.SetEntry("PixelFormat", "Mono12g24QVR"));
+    EXPECT_OK(foreign.SetEntry("PixelFormat", "Mono12p"));
+}
+
 TEST_F(SimulatorFeatures, RefuseValuesOutOfRange)
 {
     EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetFloat("ExposureTime", 0.0F));
