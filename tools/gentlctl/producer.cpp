@@ -107,15 +107,21 @@ Producer::Producer(const std::string &file) : m_proxy(std::make_shared<internal:
 
 Producer::~Producer()
 {
+    m_interfaces.clear();
     m_system = Handle();
     internal::CloseQuietly([this] { m_proxy->GCCloseLib(); });
 }
 
-Handle Producer::OpenInterface(const std::string &id)
+IF_HANDLE Producer::OpenInterface(const std::string &id)
 {
-    IF_HANDLE handle = nullptr;
-    m_proxy->TLOpenInterface(System(), id.c_str(), &handle);
-    return {handle, [this](void *closing) { m_proxy->IFClose(closing); }};
+    auto &interface = m_interfaces[id];
+    if (interface.Get() == nullptr)
+    {
+        IF_HANDLE handle = nullptr;
+        m_proxy->TLOpenInterface(System(), id.c_str(), &handle);
+        interface = Handle(handle, [this](void *closing) { m_proxy->IFClose(closing); });
+    }
+    return interface.Get();
 }
 
 std::vector<InterfaceEntry> Producer::Enumerate()
@@ -143,20 +149,20 @@ std::vector<InterfaceEntry> Producer::Enumerate()
 
 std::vector<DeviceEntry> Producer::Devices(const std::string &interfaceId)
 {
-    const auto handle = OpenInterface(interfaceId);
+    auto *const handle = OpenInterface(interfaceId);
     bool8_t changed = 0;
-    m_proxy->IFUpdateDeviceList(handle.Get(), &changed, updateTimeout);
+    m_proxy->IFUpdateDeviceList(handle, &changed, updateTimeout);
     uint32_t count = 0;
-    m_proxy->IFGetNumDevices(handle.Get(), &count);
+    m_proxy->IFGetNumDevices(handle, &count);
     std::vector<DeviceEntry> devices;
     for (uint32_t i = 0; i < count; ++i)
     {
         const auto id =
-            Text([&](char *text, size_t *size) { m_proxy->IFGetDeviceID(handle.Get(), i, text, size); });
+            Text([&](char *text, size_t *size) { m_proxy->IFGetDeviceID(handle, i, text, size); });
         const auto query = [&](DEVICE_INFO_CMD command)
         {
             return [&, command](INFO_DATATYPE *type, void *buffer, size_t *size)
-            { m_proxy->IFGetDeviceInfo(handle.Get(), id.c_str(), command, type, buffer, size); };
+            { m_proxy->IFGetDeviceInfo(handle, id.c_str(), command, type, buffer, size); };
         };
         const auto status = TryAnswer(query(DEVICE_INFO_ACCESS_STATUS));
         devices.push_back(
@@ -207,7 +213,7 @@ OpenDevice::OpenDevice(Producer &producer, const std::string &selection)
     DEV_HANDLE device = nullptr;
     try
     {
-        calls.IFOpenDevice(m_interface.Get(), m_entry.id.c_str(), DEVICE_ACCESS_EXCLUSIVE, &device);
+        calls.IFOpenDevice(m_interface, m_entry.id.c_str(), DEVICE_ACCESS_EXCLUSIVE, &device);
     }
     catch (const internal::GenTLException &exception)
     {

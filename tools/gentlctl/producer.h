@@ -4,6 +4,7 @@
 #include "port/proxy_module.h"
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -96,13 +97,15 @@ public:
     /// Updates the lists of interfaces and devices and gives them.
     std::vector<InterfaceEntry> Enumerate();
 
-    Handle OpenInterface(const std::string &id);
+    /// The interface of this id; opened the first time, and open until the producer ends.
+    GenTL::IF_HANDLE OpenInterface(const std::string &id);
 
 private:
     std::vector<DeviceEntry> Devices(const std::string &interfaceId);
 
     std::shared_ptr<GenTL::internal::IGenTLProxy> m_proxy;
     Handle m_system;
+    std::map<std::string, Handle> m_interfaces; // end before the system that they belong to
 };
 
 /// An opened device with its remote port, and its stream once it is asked for.
@@ -115,7 +118,7 @@ public:
     OpenDevice(Producer &producer, const std::string &selection);
 
     const DeviceEntry &Entry() const { return m_entry; }
-    void *InterfaceHandle() const { return m_interface.Get(); }
+    void *InterfaceHandle() const { return m_interface; }
     void *DeviceHandle() const { return m_device.Get(); }
     void *RemotePortHandle() const { return m_remotePort; }
     /// Opens the first stream the first time.
@@ -128,7 +131,7 @@ public:
 private:
     Producer &m_producer;
     DeviceEntry m_entry;
-    Handle m_interface;
+    GenTL::IF_HANDLE m_interface;
     Handle m_device;
     void *m_remotePort = nullptr;
     Handle m_stream;

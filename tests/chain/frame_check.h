@@ -1,0 +1,39 @@
+#pragma once
+
+#include <zlib.h>
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+namespace chain
+{
+
+/// The number of a frame that the simulator marked with the feature FrameCheck; none when a byte of it is
+/// not as the simulator sent it.
+inline std::optional<uint64_t> CheckedFrameNumber(const uint8_t *image, size_t size)
+{
+    struct Header
+    {
+        char magic[8];
+        uint64_t frameNumber;
+        uint64_t imageSize;
+        uint32_t checksum;
+        uint32_t headerSize;
+    } header{};
+    if (size < sizeof header)
+    {
+        return std::nullopt;
+    }
+    std::memcpy(&header, image, sizeof header);
+    if (std::string_view(header.magic, sizeof header.magic) != "QVRFRAME" || header.imageSize > size ||
+        header.headerSize != sizeof header)
+    {
+        return std::nullopt;
+    }
+    const auto checksum = crc32_z(0, image + sizeof header, header.imageSize - sizeof header);
+    return checksum == header.checksum ? std::optional(header.frameNumber) : std::nullopt;
+}
+
+} // namespace chain

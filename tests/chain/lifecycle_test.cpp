@@ -1,0 +1,189 @@
+// How hosts load, use and leave the producer.
+
+#include "chain/consumer.h"
+#include "support/failure.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <dlfcn.h>
+#include <fstream>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace chain
+{
+namespace
+{
+
+using GenTL::internal::FailureOf;
+
+void OpenGrabClose()
+{
+    gentlctl::Producer producer(proxyProducer);
+    Camera camera(producer, "OVRA-M1");
+    camera.UseSmallImages();
+    camera.AnnounceAndQueue(4);
+    camera.RegisterEvent();
+    camera.Start();
+    camera.Pass(5);
+    camera.Stop(ACQ_STOP_FLAGS_KILL);
+    camera.Calls().DSFlushQueue(camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
+}
+
+/// Bytes of memory that are this process's own.
+size_t ResidentMemory()
+{
+    std::ifstream file("/proc/self/statm");
+    size_t total = 0;
+    size_t resident = 0;
+    file >> total >> resident;
+    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool hasSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool hasSanitizer = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool hasSanitizer = false;
+#endif
+
+TEST(OpenGrabCloseCycles, DoNotGrow)
+{
+    for (int i = 0; i < 20; ++i)
+    {
+        OpenGrabClose();
+    }
+    const auto before = ResidentMemory();
+    for (int i = 0; i < 100; ++i)
+    {
+        OpenGrabClose();
+    }
+    const auto after = ResidentMemory();
+    RecordProperty("growth", std::to_string(static_cast<int64_t>(after) - static_cast<int64_t>(before)));
+    if (!hasSanitizer) // which keep freed memory
+    {
+        EXPECT_LT(after, before + (1U << 20U));
+    }
+}
+
+TEST(TheLibrary, CanBeInitialisedAndClosedAHundredTimes)
+{
+    void *library = dlopen(proxyProducer.c_str(), RTLD_NOW);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto initialise = reinterpret_cast<GC_ERROR (*)()>(dlsym(library, "GCInitLib"));
+    const auto close = reinterpret_cast<GC_ERROR (*)()>(dlsym(library, "GCCloseLib"));
+    for (int i = 0; i < 100; ++i)
+    {
+        ASSERT_EQ(initialise(), GC_ERR_SUCCESS);
+        ASSERT_EQ(close(), GC_ERR_SUCCESS);
+    }
+    EXPECT_EQ(dlclose(library), 0);
+}
+
+TEST(TheLibrary, CanBeUnloadedWhileTheHostGoesOnLogging)
+{
+    void *library = dlopen(proxyProducer.c_str(), RTLD_NOW);
+    ASSERT_NE(library, nullptr) << dlerror();
+    const auto initialise = reinterpret_cast<GC_ERROR (*)()>(dlsym(library, "GCInitLib"));
+    const auto close = reinterpret_cast<GC_ERROR (*)()>(dlsym(library, "GCCloseLib"));
+    ASSERT_EQ(initialise(), GC_ERR_SUCCESS);
+    ASSERT_EQ(close(), GC_ERR_SUCCESS);
+    ASSERT_EQ(dlclose(library), 0);
+    // Formatted by code of the library that was unloaded.
+    spdlog::set_level(spdlog::level::info);
+    spdlog::info("the host lives on");
+}
+
+/// Exit status of a child that runs the action and then ends as `main` does.
+template <typename Action>
+int StatusOfChild(Action action)
+{
+    const pid_t child = fork();
+    if (child == 0)
+    {
+        action();
+        std::exit(42);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+TEST(TheProcess, CanEndWithAStreamRunning)
+{
+    EXPECT_EQ(StatusOfChild(
+                  []
+                  {
+                      auto *producer = new gentlctl::Producer(proxyProducer);
+                      auto *camera = new Camera(*producer, "OVRA-M1");
+                      camera->UseSmallImages();
+                      camera->AnnounceAndQueue(4);
+                      camera->RegisterEvent();
+                      camera->Start();
+                      camera->Pass(5);
+                  }),
+              hasSanitizer ? StatusOfChild([] { static_cast<void>(new int(1)); }) : 42);
+}
+
+TEST(ADevice, CanBeOpenedWithoutAnyUpdate)
+{
+    const auto proxy = std::make_shared<internal::GenTLProxy>(proxyProducer);
+    proxy->GCInitLib();
+    TL_HANDLE system = nullptr;
+    IF_HANDLE interface = nullptr;
+    DEV_HANDLE device = nullptr;
+    proxy->TLOpen(&system);
+    EXPECT_EQ(FailureOf([&] { proxy->TLOpenInterface(system, "SIM-GIGE-0", &interface); }).text, "");
+    EXPECT_EQ(
+        FailureOf([&] { proxy->IFOpenDevice(interface, "SIM-SIM0001", DEVICE_ACCESS_CONTROL, &device); })
+            .text,
+        "");
+    proxy->GCCloseLib();
+}
+
+TEST(ASizeQuery, DoesNotLookAtTheSizeThatItIsGiven)
+{
+    gentlctl::Producer producer(proxyProducer);
+    Camera camera(producer, "OVRA-M1");
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    size_t size = 0xDEADBEEFDEADBEEF;
+    camera.Calls().DSGetInfo(camera.Stream(), STREAM_INFO_ID, &type, nullptr, &size);
+    EXPECT_EQ(size, 8U);
+    size = 0xDEADBEEFDEADBEEF;
+    camera.Calls().GCGetPortURL(camera.Device().RemotePortHandle(), nullptr, &size);
+    EXPECT_LT(size, 200U);
+    size = 0xDEADBEEFDEADBEEF;
+    camera.Calls().DevGetDataStreamID(camera.Device().DeviceHandle(), 0, nullptr, &size);
+    EXPECT_EQ(size, 8U);
+    size = 0xDEADBEEFDEADBEEF;
+    camera.Calls().GCGetInfo(TL_INFO_ID, &type, nullptr, &size);
+    EXPECT_EQ(size, 22U);
+}
+
+class FeaturesOf : public testing::TestWithParam<const char *>
+{
+};
+
+TEST_P(FeaturesOf, AModuleCanBeReadByName)
+{
+    gentlctl::Producer producer(proxyProducer);
+    gentlctl::OpenDevice device(producer, "OVRA-M5");
+    const gentlctl::Features features(device.PortOf(GetParam()));
+    const auto names = features.Names();
+    EXPECT_GT(names.size(), 3U);
+    size_t readable = 0;
+    for (const auto &name : names)
+    {
+        readable += FailureOf([&] { features.Get(name); }) == GenTL::internal::Failure{} ? 1 : 0;
+    }
+    EXPECT_GE(readable + 8, names.size()); // commands, and what is in chunks only
+}
+
+INSTANTIATE_TEST_SUITE_P(Modules, FeaturesOf,
+                         testing::Values("system", "interface", "device", "remote", "stream"));
+
+} // namespace
+} // namespace chain
