@@ -14,7 +14,7 @@ namespace GenTL::internal
 
 using tarn::common::PixelFormat;
 
-constexpr std::array allFormats{
+inline constexpr std::array allFormats{
 #define PIXEL_FORMAT(name, code, bits, maximum, packed, unpacked) PixelFormat::name,
 #include "common/pixel_formats.inc"
 #undef PIXEL_FORMAT
@@ -31,10 +31,11 @@ class Pixels
 public:
     Pixels(PixelFormat format, uint32_t width, uint32_t height)
         : m_format(format), m_width(width), m_height(height),
-          m_size(tarn::common::GetSizeInBytes(format, {width, height})),
-          m_memory(border + m_size + border, fence)
+          m_size(tarn::common::GetSizeInBytes(format, {width, height}))
     {
-        std::fill_n(Data(), m_size, uint8_t{0});
+        m_memory.resize(border, fence);
+        m_memory.resize(border + m_size, 0);
+        m_memory.resize(border + m_size + border, fence);
     }
 
     template <typename T>
