@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -44,6 +44,17 @@ bool IsLoaded()
     return library != nullptr;
 }
 
+const std::string &FullLibrary()
+{
+    static const std::string bytes = []
+    {
+        std::ostringstream text;
+        text << std::ifstream(QVR_LIB_DIR "/test/full/libqvr_tarn_cvl.so", std::ios::binary).rdbuf();
+        return text.str();
+    }();
+    return bytes;
+}
+
 /// The tests' library without some of its functions, loaded for the life of this object: a copy of the file
 /// in which their names are changed.
 class LibraryWithout
@@ -53,8 +64,7 @@ public:
         : m_file(std::filesystem::temp_directory_path() /
                  ("libqvr_tarn_cvl." + std::to_string(getpid()) + ".so"))
     {
-        std::ifstream full(QVR_LIB_DIR "/test/full/libqvr_tarn_cvl.so", std::ios::binary);
-        std::string bytes(std::istreambuf_iterator<char>(full), {});
+        auto bytes = FullLibrary();
         for (const auto &symbol : missing)
         {
             const std::string name = '\0' + symbol + '\0';

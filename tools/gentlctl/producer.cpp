@@ -4,6 +4,7 @@
 #include "utils/environment.h"
 #include "utils/gentl_exception.h"
 
+#include <dlfcn.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -89,7 +90,27 @@ Handle::~Handle()
     }
 }
 
-Producer::Producer(const std::string &file) : m_proxy(std::make_shared<internal::GenTLProxy>(file))
+namespace
+{
+
+std::filesystem::path LibraryFolder()
+{
+    std::error_code ignored;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored);
+    return program.parent_path().parent_path() / "lib";
+}
+
+std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
+{
+    // For the rest of the process. The proxy producer asks for the vision library by its name alone, and
+    // finds it when it is loaded or in the loader's path; other producers know nothing of it.
+    dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
+    return std::make_shared<internal::GenTLProxy>(file);
+}
+
+} // namespace
+
+Producer::Producer(const std::string &file) : m_proxy(LoadProducer(file))
 {
     m_proxy->GCInitLib();
     try
@@ -275,10 +296,8 @@ std::string FindProducerFile(const std::string &argument)
     {
         return argument;
     }
-    const auto own = fs::path("/proc/self/exe");
     std::error_code ignored;
-    const auto ours =
-        fs::read_symlink(own, ignored).parent_path().parent_path() / "lib" / "qvr_proxygentl.cti";
+    const auto ours = LibraryFolder() / "qvr_proxygentl.cti";
     if (fs::is_regular_file(ours, ignored))
     {
         return ours.string();

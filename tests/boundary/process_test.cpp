@@ -1,0 +1,130 @@
+// What begins and ends with a process: each test makes one of its own.
+
+#include "support/environment_variable.h"
+#include "support/lower_library.h"
+#include "support/vision_library.h"
+
+#include <gentl/gentl.h>
+
+#include <gtest/gtest.h>
+#include <spdlog/sinks/ostream_sink.h>
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+
+namespace GenTL::internal
+{
+namespace
+{
+
+/// Shows failures of the producer on standard error.
+void ShowFailures()
+{
+    setenv("PROXY_TL_LOG_LEVEL", "error", 1);
+    setenv("PROXY_TL_LOG_PATTERN", "%v", 1);
+    spdlog::register_logger(std::make_shared<spdlog::logger>(
+        "gentli_proxy", std::make_shared<spdlog::sinks::ostream_sink_mt>(std::cerr, true)));
+}
+
+template <typename Function>
+void Load(void *library, const char *name, Function &function)
+{
+    function = reinterpret_cast<Function>(dlsym(library, name));
+}
+
+/// The functions that these tests call, out of the producer's file.
+struct Producer
+{
+    Producer()
+    {
+        void *const library = dlopen(QVR_LIB_DIR "/qvr_proxygentl.cti", RTLD_NOW | RTLD_LOCAL);
+        Load(library, "GCInitLib", initialize);
+        Load(library, "TLOpen", openSystem);
+        Load(library, "TLOpenInterface", openInterface);
+    }
+
+    decltype(&GCInitLib) initialize{};
+    decltype(&TLOpen) openSystem{};
+    decltype(&TLOpenInterface) openInterface{};
+};
+
+class ProcessDeathTest : public testing::Test
+{
+protected:
+    LowerLibrary lower;
+    EnvironmentVariable ctiPath{"PROXY_TL_CTI_PATH", lower.Path()};
+};
+
+TEST_F(ProcessDeathTest, WithoutAVisionLibraryIsNotInitialised)
+{
+    EXPECT_EXIT(
+        {
+            ShowFailures();
+            _exit(Producer().initialize() == GC_ERR_ERROR && lower->initialized == 0 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "^Lib load failed: libqvr_tarn_cvl.so\n$");
+}
+
+TEST_F(ProcessDeathTest, WithAnIncompleteVisionLibraryIsNotInitialised)
+{
+    EXPECT_EXIT(
+        {
+            ShowFailures();
+            const VisionLibrary vision("incomplete");
+            _exit(Producer().initialize() == GC_ERR_ERROR && lower->initialized == 0 ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "^Failed to load tarn_cvl_CalibrationParameters_ToBinary\n$");
+}
+
+TEST_F(ProcessDeathTest, IsInitialisedOnceTheVisionLibraryIsThere)
+{
+    EXPECT_EXIT(
+        {
+            const Producer producer;
+            const auto withoutLibrary = producer.initialize();
+            const VisionLibrary vision;
+            const auto withLibrary = producer.initialize();
+            _exit(withoutLibrary == GC_ERR_ERROR && withLibrary == GC_ERR_SUCCESS ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+LowerLibrary *lowerAtExit;
+VisionLibrary *visionAtExit;
+
+TEST_F(ProcessDeathTest, ThatExitsClosesHandlesAndNoLibrary)
+{
+    EXPECT_EXIT(
+        {
+            lowerAtExit = &lower;
+            visionAtExit = new VisionLibrary;
+            // Registered before the producer's own, so it runs behind them.
+            std::atexit(
+                []
+                {
+                    const auto &calls = (*lowerAtExit)->calls;
+                    // The one close is that of the question for the version.
+                    _exit((*lowerAtExit)->OpenHandles() == 0 && calls.back() == "TLClose" &&
+                                  (*lowerAtExit)->CountOf("IFClose") == 1 &&
+                                  (*lowerAtExit)->CountOf("GCCloseLib") == 1 &&
+                                  (*visionAtExit)->CountOf("Exit") == 0
+                              ? 0
+                              : 1);
+                });
+            const Producer producer;
+            TL_HANDLE system = nullptr;
+            IF_HANDLE interface = nullptr;
+            if (producer.initialize() == GC_ERR_SUCCESS && producer.openSystem(&system) == GC_ERR_SUCCESS &&
+                producer.openInterface(system, "if0", &interface) == GC_ERR_SUCCESS)
+            {
+                std::exit(2);
+            }
+            _exit(3);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+} // namespace GenTL::internal
