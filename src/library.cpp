@@ -16,6 +16,7 @@
 #include "utils/environment.h"
 #include "utils/info.h"
 #include "utils/log.h"
+#include "vision/status.h"
 
 #include <spdlog/sinks/stdout_color_sinks.h>
 
@@ -104,6 +105,11 @@ void Library::Initialize()
     SetUpLogging();
     lastError = {};
     BringUpLowerProducer();
+    BringUpVisionLibrary();
+    // At exit, objects end in the reverse order of their making. What a consumer left open must be closed
+    // before the lower producer's own objects end, which are younger than this library's, and before the
+    // vision library is unloaded.
+    std::atexit([] { Instance().ReleaseMembers(); });
     m_initialized = true;
 }
 
@@ -137,9 +143,20 @@ void Library::BringUpLowerProducer()
 {
     m_proxy = std::make_shared<GenTLProxy>(FindProducer(gigeVision));
     m_proxy->GCInitLib();
-    // At exit, objects end in the reverse order of their making. What a consumer left open must be closed
-    // before the lower producer's own objects end, which are younger than this library's.
-    std::atexit([] { Instance().ReleaseMembers(); });
+}
+
+void Library::BringUpVisionLibrary()
+{
+    try
+    {
+        tarn::cvl::Call(tarn::cvl::dynamic::Init);
+    }
+    catch (...)
+    {
+        // The next attempt begins anew, and a lower producer may refuse to be initialised twice.
+        CloseQuietly([this] { m_proxy->GCCloseLib(); });
+        throw;
+    }
 }
 
 void Library::ReleaseMembers()
@@ -154,6 +171,7 @@ void Library::ReleaseMembers()
 void Library::Shutdown()
 {
     CheckLibraryInitialized();
+    tarn::cvl::Call(tarn::cvl::dynamic::Exit);
     m_instances.ClearAll();
     m_proxy->GCCloseLib();
     m_proxy.reset();

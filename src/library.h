@@ -27,9 +27,10 @@ public:
     static Library &Instance();
 
     /// @throws GenTLException "Library already initialized!", GC_ERR_RESOURCE_IN_USE; whatever the bring-up
-    /// of the lower producer throws, after which it may be tried again
+    /// of the lower producer or of the vision library throws, after which it may be tried again
     void Initialize() override;
-    /// @throws GenTLException while closed
+    /// @throws GenTLException while closed; whatever the end of the vision library throws, which leaves
+    /// all as it is
     void Shutdown() override;
 
     void OpenSystem(TL_HANDLE *phTL) override;
@@ -52,6 +53,7 @@ private:
     void SetUpLogging();
     void TearDownLogging();
     void BringUpLowerProducer();
+    void BringUpVisionLibrary();
     void ReleaseMembers();
 
     bool m_initialized = false;

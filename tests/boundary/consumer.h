@@ -2,6 +2,7 @@
 
 #include "support/environment_variable.h"
 #include "support/lower_library.h"
+#include "support/vision_library.h"
 
 #include <gentl/gentl.h>
 
@@ -47,6 +48,7 @@ struct Exports
 
 inline const Exports &Gentl()
 {
+    static const VisionLibrary foundByName;
     static const Exports exports(dlopen(QVR_LIB_DIR "/qvr_proxygentl.cti", RTLD_NOW | RTLD_LOCAL));
     return exports;
 }
@@ -106,6 +108,7 @@ protected:
     }
 
     LowerLibrary lower;
+    VisionLibrary vision;
     EnvironmentVariable ctiPath;
     const Exports &gentl = Gentl();
 };
