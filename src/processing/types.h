@@ -55,24 +55,24 @@ enum class Scan3dOutputMode : int32_t
 struct BufferMetadata
 {
     uint64_t frameId{}; ///< from 1 in each acquisition
-    std::optional<uint64_t> timestamp;
-    std::optional<size_t> width;  ///< pixels
-    std::optional<size_t> height; ///< lines
-    std::optional<size_t> xOffset;
-    std::optional<size_t> yOffset;
-    std::optional<uint64_t> pixelFormat; ///< PFNC code
+    std::optional<uint64_t> timestamp{};
+    std::optional<size_t> width{};  ///< pixels
+    std::optional<size_t> height{}; ///< lines
+    std::optional<size_t> xOffset{};
+    std::optional<size_t> yOffset{};
+    std::optional<uint64_t> pixelFormat{}; ///< PFNC code
 };
 
 /// Description of one part of a multi-part buffer.
 struct BufferPartInfo
 {
     uint8_t *base{};
-    size_t size{};                  ///< bytes
-    int32_t type{};                 ///< PARTDATATYPE_IDS
-    std::optional<uint64_t> format; ///< PFNC code
-    std::optional<size_t> width;
-    std::optional<size_t> height;
-    std::optional<uint64_t> sourceId;
+    size_t size{};                    ///< bytes
+    int32_t type{};                   ///< PARTDATATYPE_IDS
+    std::optional<uint64_t> format{}; ///< PFNC code
+    std::optional<size_t> width{};
+    std::optional<size_t> height{};
+    std::optional<uint64_t> sourceId{};
 };
 
 /// Copied to the consumer byte for byte: chunk id, offset, length.
@@ -83,7 +83,7 @@ struct ChunkList
 {
     uint64_t payloadSize{}; ///< delivered chunk payload, bytes
     uint64_t layoutId{};
-    std::vector<ChunkEntry> entries;
+    std::vector<ChunkEntry> entries{};
 };
 
 /// 3D values of the device; an absent one has no readable node.
@@ -101,20 +101,20 @@ struct Scan3dInfo
 struct InputData
 {
     uint8_t *data{};
-    uint64_t size{};                   ///< the buffer's whole memory, not the bytes delivered
-    int32_t payloadType{};             ///< PAYLOADTYPE_INFO_IDS
-    std::vector<BufferPartInfo> parts; ///< empty for a single image
-    BufferMetadata attributes;
-    std::optional<ChunkList> chunks; ///< set when the buffer holds chunk data
+    uint64_t size{};                     ///< the buffer's whole memory, not the bytes delivered
+    int32_t payloadType{};               ///< PAYLOADTYPE_INFO_IDS
+    std::vector<BufferPartInfo> parts{}; ///< empty for a single image
+    BufferMetadata attributes{};
+    std::optional<ChunkList> chunks{}; ///< set when the buffer holds chunk data
 };
 
 /// What a task wrote into the consumer's buffer.
 struct ProcessingResult
 {
     uint64_t bytesWritten{};
-    std::vector<BufferPartInfo> parts; ///< `base` points into the consumer's buffer
-    BufferMetadata attributes;
-    std::optional<ChunkList> chunks;
+    std::vector<BufferPartInfo> parts{}; ///< `base` points into the consumer's buffer
+    BufferMetadata attributes{};
+    std::optional<ChunkList> chunks{};
 };
 
 } // namespace GenTL::internal

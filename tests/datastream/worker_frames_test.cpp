@@ -101,7 +101,8 @@ TEST_F(WorkerFrames, CarryWhatTheProcessorMadeOfThem)
         result.bytesWritten = 50;
         result.attributes = {.frameId = 70, .timestamp = 71, .width = 72};
         result.parts = {BufferPartInfo{.base = output.data(), .size = 50}};
-        result.chunks = ChunkList{.payloadSize = 5, .layoutId = 6, .entries = {{.ChunkID = 7}}};
+        result.chunks = ChunkList{
+            .payloadSize = 5, .layoutId = 6, .entries = {{.ChunkID = 7, .ChunkOffset = 0, .ChunkLength = 0}}};
         return result;
     };
     Deliver(0);
@@ -147,7 +148,7 @@ TEST_F(WorkerFrames, ReplacePartsAlwaysAndChunksOnlyWhenThereAreAny)
 {
     const auto buffers = Queue(1);
     buffers[0]->SetParts({BufferPartInfo{}, BufferPartInfo{}});
-    buffers[0]->SetChunks({{.ChunkID = 7}}, 5, 6);
+    buffers[0]->SetChunks({{.ChunkID = 7, .ChunkOffset = 0, .ChunkLength = 0}}, 5, 6);
     Deliver(0);
     RunToTheEnd(1);
     EXPECT_EQ(buffers[0]->DSGetNumBufferParts(), 0U);
