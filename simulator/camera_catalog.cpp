@@ -199,6 +199,7 @@ std::vector<Feature> ChunkControl(const std::vector<Chunk> &chunks)
 {
     const char *const category = "ChunkDataControl";
     std::vector<EnumEntry> entries;
+    entries.reserve(chunks.size());
     for (const Chunk &chunk : chunks)
     {
         entries.push_back(chunk.entry);

@@ -221,7 +221,7 @@ void *DataStream::Announce(void *memory, size_t size, void *userPointer)
 
 std::shared_ptr<Buffer> DataStream::FindBuffer(const void *handle)
 {
-    const auto buffer = Handles().Find<Buffer>(handle);
+    auto buffer = Handles().Find<Buffer>(handle);
     if (buffer->Stream() != this)
     {
         throw Error(GC_ERR_INVALID_HANDLE, "The buffer belongs to another stream");

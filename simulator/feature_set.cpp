@@ -104,7 +104,7 @@ const FeatureLayout::Place &FeatureLayout::Find(const std::string &name) const
     return *found;
 }
 
-FeatureSet::FeatureSet(FeatureLayout layout, const std::string &description)
+FeatureSet::FeatureSet(const FeatureLayout &layout, const std::string &description)
 {
     for (const FeatureLayout::Place &place : layout.places)
     {

@@ -41,7 +41,7 @@ public:
     /** Address of the description, above all features. */
     static constexpr uint64_t descriptionAddress = 0x100000;
 
-    FeatureSet(FeatureLayout layout, const std::string &description);
+    FeatureSet(const FeatureLayout &layout, const std::string &description);
 
     /** The lock of all calls, to make several of them one step. */
     std::unique_lock<std::recursive_mutex> Lock() const;

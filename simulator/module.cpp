@@ -6,10 +6,10 @@
 namespace GenTL::simulator
 {
 
-Module::Module(HandleTable &handles, PortIdentity identity, FeatureLayout layout, std::string description,
-               std::vector<EVENT_TYPE> events)
+Module::Module(HandleTable &handles, PortIdentity identity, const FeatureLayout &layout,
+               const std::string &description, std::vector<EVENT_TYPE> events)
     : m_handles(handles), m_identity(std::move(identity)), m_descriptionSize(description.size()),
-      m_features(std::move(layout), description), m_eventTypes(std::move(events))
+      m_features(layout, description), m_eventTypes(std::move(events))
 {
 }
 

@@ -32,8 +32,8 @@ struct PortIdentity
 class Module : public Object, public std::enable_shared_from_this<Module>
 {
 public:
-    Module(HandleTable &handles, PortIdentity identity, FeatureLayout layout, std::string description,
-           std::vector<EVENT_TYPE> events);
+    Module(HandleTable &handles, PortIdentity identity, const FeatureLayout &layout,
+           const std::string &description, std::vector<EVENT_TYPE> events);
 
     // Port
     virtual void Read(uint64_t address, std::span<uint8_t> out);

@@ -24,7 +24,7 @@ struct PixelFormat
 };
 
 /** So many samples end on a byte, and on a group, in every format. */
-constexpr size_t samplesPerGroup = 8;
+constexpr uint32_t samplesPerGroup = 8;
 
 std::span<const PixelFormat> PixelFormats();
 
