@@ -1,6 +1,7 @@
 #include "processing/processor.h"
 
 #include "processing/passthrough_task.h"
+#include "processing/unpacker_task.h"
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
 
@@ -16,6 +17,7 @@ using tarn::common::Size;
 Processor::Processor()
 {
     m_tasks.push_back(std::make_unique<PassthroughTask>());
+    m_tasks.push_back(std::make_unique<UnpackerTask>());
     m_activeTask = m_tasks.front().get();
 }
 

@@ -114,6 +114,29 @@ TEST_F(ProcessorTest, FreezesTheFormatWhileAcquisitionRuns)
     EXPECT_EQ(FailureOf(set), Failure{});
 }
 
+TEST_F(ProcessorTest, OffersTheUnpackedFormsBehindTheDevicesOwn)
+{
+    Offer(Component::Image2D, {PixelFormat::Mono10g40QVR, PixelFormat::Mono8});
+    EXPECT_EQ(processor.AvailableOutputPixelFormats(Component::Image2D),
+              (std::vector{PixelFormat::Mono10g40QVR, PixelFormat::Mono8, PixelFormat::Mono10}));
+}
+
+TEST_F(ProcessorTest, HasThePackedFormSentForAnUnpackedOne)
+{
+    SetCallbacks(1250, {100, 10});
+    Offer(Component::Image2D, {PixelFormat::Mono10g40QVR});
+    EXPECT_EQ(processor.SetOutputPixelFormat(Component::Image2D, PixelFormat::Mono10),
+              PixelFormat::Mono10g40QVR);
+    EXPECT_EQ(processor.OutputPixelFormat(Component::Image2D), PixelFormat::Mono10);
+    EXPECT_EQ(processor.PayloadSize(), 100U * (10 + 40) * 2);
+}
+
+TEST_F(ProcessorTest, PrefersADeviceThatSendsTheFormatItself)
+{
+    Offer(Component::Image2D, {PixelFormat::Mono10p, PixelFormat::Mono10});
+    EXPECT_EQ(processor.SetOutputPixelFormat(Component::Image2D, PixelFormat::Mono10), PixelFormat::Mono10);
+}
+
 TEST_F(ProcessorTest, CopiesFramesThroughUntilAFormatIsSet)
 {
     std::vector<uint8_t> source{1, 2, 3};

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "processing/i_task.h"
+
+namespace GenTL::internal
+{
+
+/// Unpacks a 2D image into the consumer's buffer and keeps the chunks usable behind the larger image.
+///
+/// The vision library does the bit work, straight from the lower buffer into the consumer's.
+class UnpackerTask final : public ITask
+{
+public:
+    /// @throws tarn::cvl::Exception of the conversion; GenTLException for chunks without an image, and for
+    /// chunks that do not lie in the buffers. The output may be partly written then.
+    ProcessingResult Process(const InputData &input, std::span<uint8_t> output) override;
+    /// @throws GenTLException for another component than Image2D
+    void SetOutputFormat(Component component, tarn::common::PixelFormat format) override;
+    tarn::common::PixelFormat OutputFormat(Component component) const override;
+    /// More than the image needs: consumers in the field allocate by it and count on the room behind.
+    /// @throws GenTLException for another component than Image2D
+    uint64_t ImagePayloadSize(Component component, tarn::common::Size size) const override;
+    std::vector<tarn::common::PixelFormat>
+    AvailableOutputFormats(Component component, tarn::common::PixelFormat input) const override;
+    std::optional<tarn::common::PixelFormat>
+    MatchInputFormat(Component component, tarn::common::PixelFormat output,
+                     const std::vector<tarn::common::PixelFormat> &inputs) const override;
+
+private:
+    tarn::common::PixelFormat m_format = tarn::common::PixelFormat::Mono8;
+};
+
+} // namespace GenTL::internal
