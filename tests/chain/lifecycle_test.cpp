@@ -32,6 +32,18 @@ void OpenGrabClose()
     camera.Calls().DSFlushQueue(camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
 }
 
+/// As a host in whose loader's folders the vision library is.
+class TheLibrary : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        ASSERT_NE(dlopen(QVR_LIB_DIR "/libqvr_tarn_cvl.so", RTLD_NOW), nullptr) << dlerror();
+    }
+};
+
+using ADevice = TheLibrary;
+
 /// Bytes of memory that are this process's own.
 size_t ResidentMemory()
 {
@@ -69,7 +81,7 @@ TEST(OpenGrabCloseCycles, DoNotGrow)
     }
 }
 
-TEST(TheLibrary, CanBeInitialisedAndClosedAHundredTimes)
+TEST_F(TheLibrary, CanBeInitialisedAndClosedAHundredTimes)
 {
     void *library = dlopen(proxyProducer.c_str(), RTLD_NOW);
     ASSERT_NE(library, nullptr) << dlerror();
@@ -83,7 +95,7 @@ TEST(TheLibrary, CanBeInitialisedAndClosedAHundredTimes)
     EXPECT_EQ(dlclose(library), 0);
 }
 
-TEST(TheLibrary, CanBeUnloadedWhileTheHostGoesOnLogging)
+TEST_F(TheLibrary, CanBeUnloadedWhileTheHostGoesOnLogging)
 {
     void *library = dlopen(proxyProducer.c_str(), RTLD_NOW);
     ASSERT_NE(library, nullptr) << dlerror();
@@ -128,7 +140,7 @@ TEST(TheProcess, CanEndWithAStreamRunning)
               hasSanitizer ? StatusOfChild([] { static_cast<void>(new int(1)); }) : 42);
 }
 
-TEST(ADevice, CanBeOpenedWithoutAnyUpdate)
+TEST_F(ADevice, CanBeOpenedWithoutAnyUpdate)
 {
     const auto proxy = std::make_shared<internal::GenTLProxy>(proxyProducer);
     proxy->GCInitLib();
