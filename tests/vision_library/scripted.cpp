@@ -201,7 +201,9 @@ extern "C"
                         {
                             return TARN_CVL_MISMATCH;
                         }
-                        return Add(self.images, image, Image{.info = *info});
+                        Image made;
+                        made.info = *info;
+                        return Add(self.images, image, std::move(made));
                     });
     }
 
@@ -213,9 +215,11 @@ extern "C"
                     {
                         self.zeroInitFlag = flag;
                         const auto bits = (pixelFormat >> 16) & 0xFF;
-                        Image made{
-                            .info = {.pixelFormat = pixelFormat, .width = size.width, .height = size.height},
-                            .ownMemory = std::vector<uint8_t>(size_t{size.width} * size.height * bits / 8)};
+                        Image made;
+                        made.ownMemory.resize(size_t{size.width} * size.height * bits / 8);
+                        made.info.pixelFormat = pixelFormat;
+                        made.info.width = size.width;
+                        made.info.height = size.height;
                         made.info.size = made.ownMemory.size();
                         made.info.data = made.ownMemory.data();
                         return Add(self.images, image, std::move(made));
