@@ -1,11 +1,11 @@
 #include "processing/passthrough_task.h"
 
+#include "processing/frame_copy.h"
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
 #include "utils/map_at.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace GenTL::internal
 {
@@ -29,10 +29,7 @@ ProcessingResult PassthroughTask::Process(const InputData &input, std::span<uint
     {
         part.base = output.data() + (part.base - input.data);
     }
-    if (input.size != 0)
-    {
-        std::memcpy(output.data(), input.data, input.size);
-    }
+    CopyFrame(output.data(), input.data, input.size);
     return result;
 }
 
