@@ -6,7 +6,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <sstream>
 
 namespace GenTL::simulator
 {
@@ -41,6 +43,30 @@ std::string Description(const CameraModel &model)
     return model.zippedDescription ? ZipFile(model.model + ".xml", xml) : xml;
 }
 
+const Feature &PixelFormatOf(const CameraModel &model)
+{
+    return *std::find_if(model.features.begin(), model.features.end(),
+                         [](const Feature &feature) { return feature.name == "PixelFormat"; });
+}
+
+/** The names in QVR_SIM_PIXEL_FORMATS, between commas. None when the camera has none of them. */
+std::set<std::string> WantedFormats(const CameraModel &model)
+{
+    const char *const text = std::getenv("QVR_SIM_PIXEL_FORMATS");
+    std::istringstream list(text == nullptr ? "" : text);
+    std::set<std::string> names;
+    for (std::string name; std::getline(list, name, ',');)
+    {
+        names.insert(name);
+    }
+    const Feature &feature = PixelFormatOf(model);
+    const bool hasAny =
+        std::any_of(feature.entries.begin(), feature.entries.end(),
+                    [&](const EnumEntry &entry)
+                    { return names.contains(entry.name) && !feature.absentEntries.contains(entry.name); });
+    return hasAny ? names : std::set<std::string>();
+}
+
 PortIdentity Identity(const CameraModel &model)
 {
     return {model.Id(), model.model, "Device", "Device", cameraVersion, FileName(model)};
@@ -51,7 +77,7 @@ PortIdentity Identity(const CameraModel &model)
 Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
     : Module(handles, Identity(unit.Model()), FeatureLayout(unit.Model().features), Description(unit.Model()),
              {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
-      m_unit(unit), m_writable(writable)
+      m_unit(unit), m_writable(writable), m_wantedFormats(WantedFormats(unit.Model()))
 {
     ConnectFeatures();
     for (const Chunk &chunk : unit.Model().chunks)
@@ -59,6 +85,14 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
         Features().SetSelected("ChunkEnable", chunk.entry.value, chunk.value == ChunkValue::Image);
     }
     Features().SetText("DeviceUserID", unit.UserName());
+    if (unit.Model().hasMosaic)
+    {
+        for (const char *const flip : {"ReverseX", "ReverseY"})
+        {
+            Features().SetInteger(flip, unit.Kept(flip));
+            Features().AfterWrite(flip, [this, flip] { m_unit.Keep(flip, Features().Integer(flip)); });
+        }
+    }
     Update();
 }
 
@@ -128,9 +162,51 @@ void Camera::FitRegion(const char *size, const char *offset, const char *sizeMax
     Features().SetInteger(offset, std::min(Features().Integer(offset), largest - fitting));
 }
 
+bool Camera::IsReversed(const char *feature) const
+{
+    return Model().hasMosaic && Features().IsTrue(feature);
+}
+
+void Camera::UpdatePixelFormats()
+{
+    FeatureSet &features = Features();
+    constexpr std::string_view mosaics[] = {"RG", "GR", "GB", "BG"};
+    const std::string_view mosaic =
+        mosaics[(IsReversed("ReverseY") ? 2 : 0) + (IsReversed("ReverseX") ? 1 : 0)];
+    const PixelFormat *const old = &FindPixelFormat(features.Integer("PixelFormat"));
+    const PixelFormat *chosen = old->Mosaic().empty() ? old : &WithMosaic(*old, mosaic);
+    const Feature &feature = PixelFormatOf(Model());
+    std::set<std::string> unavailable;
+    const PixelFormat *first = nullptr;
+    for (const EnumEntry &entry : feature.entries)
+    {
+        if (feature.absentEntries.contains(entry.name))
+        {
+            continue;
+        }
+        const PixelFormat &format = FindPixelFormat(entry.value);
+        const bool isUnwanted = !m_wantedFormats.empty() && !m_wantedFormats.contains(entry.name);
+        if (isUnwanted || (!format.Mosaic().empty() && format.Mosaic() != mosaic))
+        {
+            unavailable.insert(entry.name);
+        }
+        else if (first == nullptr)
+        {
+            first = &format;
+        }
+    }
+    if (first != nullptr && unavailable.contains(chosen->name))
+    {
+        chosen = first;
+    }
+    features.SetUnavailable("PixelFormat", std::move(unavailable));
+    features.SetInteger("PixelFormat", chosen->code);
+}
+
 void Camera::Update()
 {
     FeatureSet &features = Features();
+    UpdatePixelFormats();
     const auto step = [&](const char *direction)
     {
         return features.Selected(std::string("Binning") + direction, 0) *
@@ -162,6 +238,8 @@ FrameSettings Camera::ReadSettings() const
     image.binningY = factor("BinningVertical");
     image.stepX = image.binningX * factor("DecimationHorizontal");
     image.stepY = image.binningY * factor("DecimationVertical");
+    image.reverseX = IsReversed("ReverseX");
+    image.reverseY = IsReversed("ReverseY");
     image.format = &FindPixelFormat(features.Integer("PixelFormat"));
     image.testPattern = features.Integer("TestPattern");
     settings.exposureTime = features.Float("ExposureTime");

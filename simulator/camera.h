@@ -46,12 +46,15 @@ private:
     void StartAcquisition();
     void StopAcquisition();
     void Update();
+    void UpdatePixelFormats();
+    bool IsReversed(const char *feature) const;
     void FitRegion(const char *size, const char *offset, const char *sizeMax, int64_t sensor, int64_t step);
     FrameSettings ReadSettings() const;
     std::vector<Chunk> EnabledChunks() const;
 
     CameraUnit &m_unit;
     const bool m_writable;
+    const std::set<std::string> m_wantedFormats; /**< by the environment; empty for all */
 
     // Guarded by the lock of the features.
     const void *m_listenerOwner = nullptr;

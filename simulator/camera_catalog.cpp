@@ -12,7 +12,7 @@ namespace
 // Features of the image layout can not change while frames may be under way.
 constexpr const char *frozen = "ParametersLocked";
 
-std::unique_ptr<FrameSource> MakeMonoSource()
+std::unique_ptr<FrameSource> MakeSceneSource()
 {
     std::unique_ptr<FrameSource> replay = MakeReplaySource();
     return replay ? std::move(replay) : std::make_unique<SceneSource>();
@@ -25,8 +25,35 @@ struct AreaSensor
     int64_t height;
     int64_t stepX; /**< increment of Width and OffsetX */
     int64_t stepY;
+    std::vector<std::string> formats;
+    /** Formats that a consumer might make of what the camera sends: the camera itself never has them. */
+    std::vector<EnumEntry> unpackedFormats = {};
     std::set<std::string> absentFormats = {};
+    bool hasMosaic = false;
+    bool mixedConditions = false;
+    size_t pixelFormatLength = 4;
 };
+
+const std::vector<std::string> &MonoFormats()
+{
+    static const std::vector<std::string> names = {"Mono8",   "Mono10",       "Mono12",      "Mono10p",
+                                                   "Mono12p", "Mono10g40QVR", "Mono12g24QVR"};
+    return names;
+}
+
+constexpr const char *mosaics[] = {"RG", "GR", "GB", "BG"};
+
+/** The formats of each mosaic, as "BayerRG8" of the ending "8". */
+void AppendMosaics(std::vector<std::string> &names, const std::vector<std::string> &endings)
+{
+    for (const char *const mosaic : mosaics)
+    {
+        for (const std::string &ending : endings)
+        {
+            names.push_back(std::string("Bayer") + mosaic + ending);
+        }
+    }
+}
 
 void Append(std::vector<Feature> &list, std::vector<Feature> more)
 {
@@ -153,17 +180,35 @@ std::vector<Feature> Reduction(const std::string &name, const std::string &effec
 std::vector<Feature> ImageFormat(const AreaSensor &sensor)
 {
     const char *const category = "ImageFormatControl";
-    std::vector<EnumEntry> formats;
-    for (const PixelFormat &format : PixelFormats())
+    std::vector<EnumEntry> entries;
+    std::set<std::string> absent = sensor.absentFormats;
+    for (const std::string &name : sensor.formats)
     {
-        formats.push_back({format.name, format.code});
+        entries.push_back({name, FindPixelFormat(name).code});
     }
-    return {
-        Enumeration(category, "PixelFormat", "Format of the pixels that the camera sends.",
-                    std::move(formats))
-            .ConditionalEntries(sensor.absentFormats)
-            .LockedBy(frozen),
-        Enumeration(category, "TestPattern", "Pattern that replaces the sensor's image.", TestPatterns())};
+    for (const EnumEntry &entry : sensor.unpackedFormats)
+    {
+        entries.push_back(entry);
+        absent.insert(entry.name);
+    }
+    Feature format = Enumeration(category, "PixelFormat", "Format of the pixels that the camera sends.",
+                                 std::move(entries))
+                         .Length(sensor.pixelFormatLength)
+                         .ConditionalEntries(std::move(absent))
+                         .LockedBy(frozen);
+    format.mixedConditions = sensor.mixedConditions;
+    format.changesByItself = sensor.hasMosaic;
+    std::vector<Feature> features;
+    if (sensor.hasMosaic)
+    {
+        features.push_back(
+            Boolean(category, "ReverseX", "Turns the image's left to its right.").LockedBy(frozen));
+        features.push_back(Boolean(category, "ReverseY", "Turns the image upside down.").LockedBy(frozen));
+    }
+    features.push_back(std::move(format));
+    features.push_back(
+        Enumeration(category, "TestPattern", "Pattern that replaces the sensor's image.", TestPatterns()));
+    return features;
 }
 
 std::vector<Feature> AcquisitionControl()
@@ -256,6 +301,7 @@ std::vector<Chunk> StandardChunks()
 CameraModel AreaCamera(CameraModel camera, const AreaSensor &sensor)
 {
     camera.chunks = StandardChunks();
+    camera.hasMosaic = sensor.hasMosaic;
     Append(camera.features, DeviceControl(camera.model, camera.serialNumber));
     Append(camera.features, SensorGeometry(sensor));
     Append(camera.features,
@@ -281,8 +327,8 @@ CameraModel MonoM5()
     camera.macAddress = 0x020000000101;
     camera.productGuid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E01";
     camera.versionGuid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E02";
-    camera.makeSource = MakeMonoSource;
-    return AreaCamera(std::move(camera), {2448, 2048, 4, 2});
+    camera.makeSource = MakeSceneSource;
+    return AreaCamera(std::move(camera), {2448, 2048, 4, 2, MonoFormats()});
 }
 
 CameraModel MonoM1()
@@ -297,8 +343,8 @@ CameraModel MonoM1()
     camera.macAddress = 0x020000000102;
     camera.productGuid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A301";
     camera.versionGuid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A302";
-    camera.makeSource = MakeMonoSource;
-    return AreaCamera(std::move(camera), {1280, 1024, 1, 1});
+    camera.makeSource = MakeSceneSource;
+    return AreaCamera(std::move(camera), {1280, 1024, 1, 1, MonoFormats()});
 }
 
 /** A camera of another family on the same network: visible, and not for every consumer. */
@@ -314,15 +360,97 @@ CameraModel Foreign()
     camera.macAddress = 0x020000000103;
     camera.productGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B01";
     camera.versionGuid = "E6B2E8F4-95B3-4C0E-A6C9-0A7D9E2F1B02";
-    camera.makeSource = MakeMonoSource;
-    return AreaCamera(std::move(camera), {640, 480, 1, 1, {"Mono10g40QVR", "Mono12g24QVR"}});
+    camera.makeSource = MakeSceneSource;
+    return AreaCamera(std::move(camera),
+                      {640, 480, 1, 1, MonoFormats(), {}, {"Mono10g40QVR", "Mono12g24QVR"}});
+}
+
+CameraModel ColourC5()
+{
+    CameraModel camera;
+    camera.model = "OVRA-C5";
+    camera.serialNumber = "SIM0004";
+    camera.toolTip = "Simulated colour camera with 5 megapixels";
+    camera.interfaceIndex = 0;
+    camera.zippedDescription = true;
+    camera.ipAddress = 0xC0A80A16;
+    camera.macAddress = 0x020000000104;
+    camera.productGuid = "0F5B1C77-4C21-4D0E-8A0B-6B1F2D9C7A01";
+    camera.versionGuid = "0F5B1C77-4C21-4D0E-8A0B-6B1F2D9C7A02";
+    camera.makeSource = MakeSceneSource;
+    AreaSensor sensor{2448, 2048, 4, 2, {}};
+    AppendMosaics(sensor.formats, {"8", "10", "12", "10p", "12p", "10g40QVR", "12g24QVR"});
+    sensor.formats.insert(sensor.formats.end(), {"RGB8", "RGB10p32", "BGR10p32"});
+    sensor.unpackedFormats = {{"RGB10", 0x02300018}, {"BGR10", 0x02300019}};
+    sensor.hasMosaic = true;
+    return AreaCamera(std::move(camera), sensor);
+}
+
+/** Sends several images in one, their lines or pixels in turn, each with another exposure. */
+CameraModel SeveralS2()
+{
+    CameraModel camera;
+    camera.model = "OVRA-S2";
+    camera.serialNumber = "SIM0005";
+    camera.toolTip = "Simulated camera with interleaved images";
+    camera.interfaceIndex = 1;
+    camera.zippedDescription = false;
+    camera.ipAddress = 0xC0A80B17;
+    camera.macAddress = 0x020000000105;
+    camera.productGuid = "B9A0A3D2-0B5E-4E1C-9D3F-2E7C5A6B8D01";
+    camera.versionGuid = "B9A0A3D2-0B5E-4E1C-9D3F-2E7C5A6B8D02";
+    camera.makeSource = MakeSceneSource;
+    AreaSensor sensor{1600, 1200, 4, 2, {}};
+    sensor.formats = {"Mono8",
+                      "Mono8_I_A_B",
+                      "Mono10p_I_A_B",
+                      "Mono12p_I_A_B",
+                      "Mono10g40QVR_I_A_B",
+                      "Mono12g24QVR_I_A_B",
+                      "Mono8_I_AB_CD",
+                      "Mono10p_I_AB_CD",
+                      "Mono12p_I_AB_CD",
+                      "Mono10g40QVR_I_AB_CD",
+                      "Mono12g24QVR_I_AB_CD"};
+    AppendMosaics(sensor.formats, {"8_I_A_B", "10p_I_A_B", "12p_I_A_B", "10g40QVR_I_A_B", "12g24QVR_I_A_B"});
+    sensor.unpackedFormats = {
+        {"Mono8_AB", 0x8110000C},     {"Mono10_AB", 0x81200022},    {"Mono12_AB", 0x81100007},
+        {"Mono10_ABCD", 0x81400012},  {"Mono12_ABCD", 0x81400013},  {"BayerRG10_AB", 0x81100003},
+        {"BayerBG10_AB", 0x81100004}, {"BayerGR10_AB", 0x81100005}, {"BayerGB10_AB", 0x81100006},
+        {"BayerRG12_AB", 0x81100008}, {"BayerBG12_AB", 0x81100009}, {"BayerGR12_AB", 0x8110000A},
+        {"BayerGB12_AB", 0x8110000B}};
+    sensor.hasMosaic = true;
+    sensor.pixelFormatLength = 8; // the codes with the highest bit would be negative in four bytes
+    return AreaCamera(std::move(camera), sensor);
+}
+
+/** Sends packed formats only, and its description asks for the bits of their entries in many forms. */
+CameraModel FormulaF1()
+{
+    CameraModel camera;
+    camera.model = "OVRA-F1";
+    camera.serialNumber = "SIM0006";
+    camera.toolTip = "Simulated mono camera with packed formats only";
+    camera.interfaceIndex = 1;
+    camera.zippedDescription = false;
+    camera.ipAddress = 0xC0A80B18;
+    camera.macAddress = 0x020000000106;
+    camera.productGuid = "7D4E9B10-6A2C-4B8F-A1E5-93C0D7F4E601";
+    camera.versionGuid = "7D4E9B10-6A2C-4B8F-A1E5-93C0D7F4E602";
+    camera.makeSource = MakeSceneSource;
+    AreaSensor sensor{640, 480, 1, 1, {}};
+    sensor.formats = {"Mono8", "Mono10p", "Mono12g24QVR", "Mono12p", "Mono10g40QVR"};
+    sensor.unpackedFormats = {{"Mono10", 0x01100003}, {"Mono12", 0x01100005}};
+    sensor.mixedConditions = true;
+    return AreaCamera(std::move(camera), sensor);
 }
 
 } // namespace
 
 const std::vector<CameraModel> &CameraCatalog()
 {
-    static const std::vector<CameraModel> catalog = {MonoM5(), MonoM1(), Foreign()};
+    static const std::vector<CameraModel> catalog = {MonoM5(),   MonoM1(),    Foreign(),
+                                                     ColourC5(), SeveralS2(), FormulaF1()};
     return catalog;
 }
 

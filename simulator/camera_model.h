@@ -5,6 +5,7 @@
 #include "frame_source.h"
 
 #include <functional>
+#include <map>
 #include <mutex>
 
 namespace GenTL::simulator
@@ -45,6 +46,7 @@ struct CameraModel
     std::string versionGuid;
     std::vector<Feature> features;
     std::vector<Chunk> chunks;
+    bool hasMosaic = false; /**< has ReverseX and ReverseY, which change the mosaic of its Bayer formats */
     std::function<std::unique_ptr<FrameSource>()> makeSource;
 
     /** "OVRA-M5 (SIM0001)"; also the id of the device is made from the serial number. */
@@ -75,6 +77,20 @@ public:
         m_userName = std::move(name);
     }
 
+    /** The value that a feature was left with, until GCCloseLib; 0 at first. */
+    int64_t Kept(const std::string &feature) const
+    {
+        const std::unique_lock lock(m_mutex);
+        const auto found = m_kept.find(feature);
+        return found == m_kept.end() ? 0 : found->second;
+    }
+
+    void Keep(const std::string &feature, int64_t value)
+    {
+        const std::unique_lock lock(m_mutex);
+        m_kept[feature] = value;
+    }
+
     /** Keeps something alive until this is called again. */
     void Retire(std::shared_ptr<void> kept)
     {
@@ -86,6 +102,7 @@ private:
     const CameraModel &m_model;
     mutable std::mutex m_mutex;
     std::string m_userName;
+    std::map<std::string, int64_t> m_kept;
     std::shared_ptr<void> m_retired;
 };
 

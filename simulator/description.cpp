@@ -42,7 +42,9 @@ private:
     void AddIntegerLimits(pugi::xml_node node, const Feature &feature);
     void AddLimit(pugi::xml_node node, const std::string &which, const Feature &feature, const Limit &limit);
     void AddEntries(pugi::xml_node node, const FeatureLayout::Place &place);
+    pugi::xml_node AddBitRegister(const BitRegister &bits);
     void AddEntryConditions(const FeatureLayout::Place &place);
+    void AddStructEntry(pugi::xml_node record, const std::string &name, const std::string &bit);
     void AddFormula(const std::string &name,
                     const std::vector<std::pair<std::string, std::string>> &variables,
                     const std::string &formula);
@@ -280,50 +282,89 @@ void Writer::AddSelected(pugi::xml_node node, const Feature &feature)
     }
 }
 
-// Whether an entry is implemented is a formula over an IntReg, whether it is available an entry of a
-// StructReg: both forms occur in real cameras.
+pugi::xml_node Writer::AddBitRegister(const BitRegister &bits)
+{
+    pugi::xml_node node = bits.isStruct ? m_root.append_child("StructReg") : Add("IntReg", bits.name, true);
+    if (bits.isStruct)
+    {
+        node.append_attribute("Comment") = bits.name.c_str();
+    }
+    else
+    {
+        Add(node, "Visibility", "Invisible");
+    }
+    AddRegisterBody(node, bits.address, bits.length, Access::ReadOnly, m_portName);
+    Add(node, "Cachable", "NoCache");
+    if (!bits.isStruct)
+    {
+        Add(node, "Sign", "Unsigned");
+    }
+    Add(node, "Endianess", bits.bigEndian ? "BigEndian" : "LittleEndian");
+    return node;
+}
+
 void Writer::AddEntryConditions(const FeatureLayout::Place &place)
 {
-    const Feature &feature = place.feature;
-    const std::string implemented = feature.name + "ImplementedReg";
-    pugi::xml_node bits = Add("IntReg", implemented, true);
-    Add(bits, "Visibility", "Invisible");
-    AddRegisterBody(bits, place.implementedAddress, 4, Access::ReadOnly, m_portName);
-    Add(bits, "Cachable", "NoCache");
-    Add(bits, "Sign", "Unsigned");
-    Add(bits, "Endianess", "LittleEndian");
-
-    pugi::xml_node record = m_root.append_child("StructReg");
-    record.append_attribute("Comment") = (feature.name + "AvailableReg").c_str();
-    AddRegisterBody(record, place.availableAddress, 4, Access::ReadOnly, m_portName);
-    Add(record, "Cachable", "NoCache");
-    Add(record, "Endianess", "LittleEndian");
-    for (size_t i = 0; i < feature.entries.size(); ++i)
+    std::vector<pugi::xml_node> nodes;
+    for (const BitRegister &bits : place.bitRegisters)
     {
-        const std::string prefix = feature.name + feature.entries[i].name;
-        const std::string bit = std::to_string(i);
-        pugi::xml_node entry = record.append_child("StructEntry");
-        entry.append_attribute("Name") = (prefix + "Available").c_str();
-        entry.append_attribute("NameSpace") = "Custom";
-        Add(entry, "Visibility", "Invisible");
-        Add(entry, "Bit", bit);
-        Add(entry, "Sign", "Unsigned");
-        AddFormula(prefix + "Implemented", {{"BITS", implemented}}, "(BITS >> " + bit + ") & 1");
+        nodes.push_back(AddBitRegister(bits));
     }
+    const auto add = [&](const EntryBit &bit, const std::string &name)
+    {
+        const std::string &bits = place.bitRegisters[bit.registerIndex].name;
+        const std::string number = std::to_string(bit.bit);
+        switch (bit.form)
+        {
+        case BitForm::ShortFormula:
+            return AddFormula(name, {{"BITS", bits}}, "BITS & 1");
+        case BitForm::Formula:
+            return AddFormula(name, {{"BITS", bits}}, "(BITS >> " + number + ") & 1");
+        case BitForm::BracketedFormula:
+            return AddFormula(name, {{"BITS", bits}}, "((BITS >> " + number + ") & 1)");
+        case BitForm::StructEntry:
+            return AddStructEntry(nodes[bit.registerIndex], name, number);
+        case BitForm::Plain:
+            break;
+        }
+    };
+    for (size_t i = 0; i < place.feature.entries.size(); ++i)
+    {
+        const std::string prefix = place.feature.name + place.feature.entries[i].name;
+        add(place.available[i], prefix + "Available");
+        add(place.implemented[i], prefix + "Implemented");
+    }
+}
+
+void Writer::AddStructEntry(pugi::xml_node record, const std::string &name, const std::string &bit)
+{
+    pugi::xml_node entry = record.append_child("StructEntry");
+    entry.append_attribute("Name") = name.c_str();
+    entry.append_attribute("NameSpace") = "Custom";
+    Add(entry, "Visibility", "Invisible");
+    Add(entry, "Bit", bit);
+    Add(entry, "Sign", "Unsigned");
+}
+
+/** The node that tells of a bit: the register itself, or what AddEntryConditions made of this name. */
+std::string NodeOfBit(const FeatureLayout::Place &place, const EntryBit &bit, const std::string &name)
+{
+    return bit.form == BitForm::Plain ? place.bitRegisters[bit.registerIndex].name : name;
 }
 
 void Writer::AddEntries(pugi::xml_node node, const FeatureLayout::Place &place)
 {
-    for (const EnumEntry &entry : place.feature.entries)
+    for (size_t i = 0; i < place.feature.entries.size(); ++i)
     {
+        const EnumEntry &entry = place.feature.entries[i];
         const std::string prefix = place.feature.name + entry.name;
         pugi::xml_node child = node.append_child("EnumEntry");
         child.append_attribute("Name") = entry.name.c_str();
         child.append_attribute("NameSpace") = place.feature.vendorSpecific ? "Custom" : "Standard";
         if (place.feature.conditionalEntries)
         {
-            Add(child, "pIsImplemented", prefix + "Implemented");
-            Add(child, "pIsAvailable", prefix + "Available");
+            Add(child, "pIsImplemented", NodeOfBit(place, place.implemented[i], prefix + "Implemented"));
+            Add(child, "pIsAvailable", NodeOfBit(place, place.available[i], prefix + "Available"));
         }
         Add(child, "Value", std::to_string(entry.value));
     }

@@ -74,7 +74,8 @@ struct Feature
     bool changesByItself = false; /**< consumers must not cache it */
     bool conditionalEntries = false; /**< bits in registers tell which entries there are */
     std::set<std::string> absentEntries;
-    bool vendorSpecific = false; /**< not named by the SFNC */
+    bool mixedConditions = false; /**< the description asks for these bits in every form there is */
+    bool vendorSpecific = false;  /**< not named by the SFNC */
 
     Feature &&Default(int64_t value) &&;
     Feature &&DefaultFloat(double value) &&;

@@ -68,6 +68,59 @@ std::vector<uint8_t> DefaultBytes(const Feature &feature)
     return bytes;
 }
 
+/** Whether an entry is implemented is a formula over a register, whether it is available a struct's entry. */
+void AddBits(FeatureLayout::Place &place)
+{
+    const Feature &feature = place.feature;
+    const auto count = static_cast<unsigned>(feature.entries.size());
+    const size_t length = count > 32 ? 8 : 4;
+    place.bitRegisters = {{feature.name + "AvailableReg", 0, length, false, true},
+                          {feature.name + "ImplementedReg", 0, length, false, false}};
+    for (unsigned i = 0; i < count; ++i)
+    {
+        place.available.push_back({BitForm::StructEntry, 0, i});
+        place.implemented.push_back({BitForm::Formula, 1, i});
+    }
+}
+
+/** Each entry in another form, in registers of either byte order; up to 16 entries. */
+void AddMixedBits(FeatureLayout::Place &place)
+{
+    struct Kind
+    {
+        BitForm form;
+        bool bigEndian;
+        bool isShared; /**< with other entries, else a register of its own */
+    };
+    constexpr Kind kinds[] = {{BitForm::ShortFormula, false, false},   {BitForm::Formula, false, true},
+                              {BitForm::BracketedFormula, true, true}, {BitForm::StructEntry, false, true},
+                              {BitForm::Formula, true, true},          {BitForm::Plain, true, false},
+                              {BitForm::ShortFormula, true, false}};
+    constexpr size_t littleShared = 0, bigShared = 1, structShared = 2;
+    constexpr unsigned firstImplementedBit = 16;
+    const Feature &feature = place.feature;
+    place.bitRegisters = {{feature.name + "LittleBitsReg", 0, 4, false, false},
+                          {feature.name + "BigBitsReg", 0, 4, true, false},
+                          {feature.name + "StructBitsReg", 0, 4, false, true}};
+    const auto bitOf = [&](const Kind &kind, unsigned bit, const std::string &name) -> EntryBit
+    {
+        if (kind.isShared)
+        {
+            const bool isStruct = kind.form == BitForm::StructEntry;
+            return {kind.form, isStruct ? structShared : kind.bigEndian ? bigShared : littleShared, bit};
+        }
+        place.bitRegisters.push_back({name, 0, 4, kind.bigEndian, false});
+        return {kind.form, place.bitRegisters.size() - 1, 0};
+    };
+    for (unsigned i = 0; i < feature.entries.size(); ++i)
+    {
+        const std::string prefix = feature.name + feature.entries[i].name;
+        place.available.push_back(bitOf(kinds[i % std::size(kinds)], i, prefix + "AvailableReg"));
+        place.implemented.push_back(
+            bitOf(kinds[(i + 3) % std::size(kinds)], i + firstImplementedBit, prefix + "ImplementedReg"));
+    }
+}
+
 [[noreturn]] void RefuseValue(const Feature &feature, const std::string &value)
 {
     throw Error(GC_ERR_INVALID_VALUE, "Value " + value + " is not allowed for " + feature.name);
@@ -86,10 +139,18 @@ FeatureLayout::FeatureLayout(std::vector<Feature> features)
     };
     for (Feature &feature : features)
     {
-        const uint64_t address = take(feature.length);
-        const uint64_t available = feature.conditionalEntries ? take(4) : 0;
-        const uint64_t implemented = feature.conditionalEntries ? take(4) : 0;
-        places.push_back({std::move(feature), address, available, implemented});
+        Place place;
+        place.feature = std::move(feature);
+        place.address = take(place.feature.length);
+        if (place.feature.conditionalEntries)
+        {
+            place.feature.mixedConditions ? AddMixedBits(place) : AddBits(place);
+        }
+        for (BitRegister &bits : place.bitRegisters)
+        {
+            bits.address = take(bits.length);
+        }
+        places.push_back(std::move(place));
     }
 }
 
@@ -126,23 +187,43 @@ void FeatureSet::AddFeature(const FeatureLayout::Place &place)
                      [this, &node](std::vector<uint8_t> &value) { Refresh(node, value); },
                      [this, &node](const std::vector<uint8_t> &value) { Check(node, value); },
                      [this, &node] { Written(node); }});
-    if (place.feature.conditionalEntries)
+    for (const BitRegister &bits : place.bitRegisters)
     {
-        AddEntryBits(place.availableAddress, place.feature);
-        AddEntryBits(place.implementedAddress, place.feature);
+        m_registers.Add({bits.address, std::vector<uint8_t>(bits.length), Access::ReadOnly, {}, {}, {}});
+    }
+    StoreEntryBits(node);
+}
+
+void FeatureSet::StoreEntryBits(const Node &node)
+{
+    const FeatureLayout::Place &place = node.place;
+    std::vector<uint64_t> values(place.bitRegisters.size());
+    const auto set = [&](const EntryBit &bit, bool isSet)
+    { values[bit.registerIndex] |= uint64_t{isSet} << bit.bit; };
+    for (size_t i = 0; i < place.available.size(); ++i)
+    {
+        const std::string &entry = place.feature.entries[i].name;
+        const bool isImplemented = !place.feature.absentEntries.contains(entry);
+        set(place.implemented[i], isImplemented);
+        set(place.available[i], isImplemented && !node.unavailable.contains(entry));
+    }
+    for (size_t i = 0; i < values.size(); ++i)
+    {
+        std::vector<uint8_t> &bytes = m_registers.At(place.bitRegisters[i].address).value;
+        EncodeInteger(bytes, static_cast<int64_t>(values[i]));
+        if (place.bitRegisters[i].bigEndian)
+        {
+            std::reverse(bytes.begin(), bytes.end());
+        }
     }
 }
 
-void FeatureSet::AddEntryBits(uint64_t address, const Feature &feature)
+void FeatureSet::SetUnavailable(const std::string &name, std::set<std::string> entries)
 {
-    int64_t bits = 0;
-    for (size_t i = 0; i < feature.entries.size(); ++i)
-    {
-        bits |= feature.absentEntries.contains(feature.entries[i].name) ? 0 : int64_t{1} << i;
-    }
-    std::vector<uint8_t> value(4);
-    EncodeInteger(value, bits);
-    m_registers.Add({address, value, Access::ReadOnly, {}, {}, {}});
+    const auto lock = Lock();
+    Node &node = Find(name);
+    node.unavailable = std::move(entries);
+    StoreEntryBits(node);
 }
 
 std::unique_lock<std::recursive_mutex> FeatureSet::Lock() const
@@ -295,26 +376,18 @@ void FeatureSet::CheckInteger(const Feature &feature, int64_t value) const
     }
 }
 
-void FeatureSet::CheckEntry(const FeatureLayout::Place &place, int64_t value) const
+void FeatureSet::CheckEntry(const Node &node, int64_t value) const
 {
-    const auto &entries = place.feature.entries;
-    const auto found =
-        std::find_if(entries.begin(), entries.end(), [&](const EnumEntry &e) { return e.value == value; });
-    if (found == entries.end())
+    const Feature &feature = node.place.feature;
+    const auto found = std::find_if(feature.entries.begin(), feature.entries.end(),
+                                    [&](const EnumEntry &e) { return e.value == value; });
+    if (found == feature.entries.end())
     {
-        RefuseValue(place.feature, std::to_string(value));
+        RefuseValue(feature, std::to_string(value));
     }
-    if (!place.feature.conditionalEntries)
+    if (feature.absentEntries.contains(found->name) || node.unavailable.contains(found->name))
     {
-        return;
-    }
-    const int64_t bit = int64_t{1} << (found - entries.begin());
-    for (const uint64_t address : {place.availableAddress, place.implementedAddress})
-    {
-        if ((DecodeInteger(m_registers.At(address).value, false) & bit) == 0)
-        {
-            RefuseValue(place.feature, found->name);
-        }
+        RefuseValue(feature, found->name);
     }
 }
 
@@ -344,7 +417,7 @@ void FeatureSet::Check(const Node &node, const std::vector<uint8_t> &value) cons
                                                     feature.minimum->number.value_or(0) < 0);
     if (feature.kind == FeatureKind::Enumeration)
     {
-        CheckEntry(node.place, number);
+        CheckEntry(node, number);
     }
     else if (feature.kind == FeatureKind::Integer)
     {

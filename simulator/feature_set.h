@@ -9,6 +9,34 @@
 namespace GenTL::simulator
 {
 
+/** How the description asks for a bit of a register. */
+enum class BitForm
+{
+    ShortFormula,     /**< "BITS & 1" */
+    Formula,          /**< "(BITS >> 3) & 1" */
+    BracketedFormula, /**< "((BITS >> 3) & 1)" */
+    StructEntry,
+    Plain /**< the register itself */
+};
+
+/** A read-only register whose bits tell which entries of an enumeration there are. */
+struct BitRegister
+{
+    std::string name;
+    uint64_t address;
+    size_t length;
+    bool bigEndian;
+    bool isStruct;
+};
+
+/** Where the bit of an entry is. */
+struct EntryBit
+{
+    BitForm form;
+    size_t registerIndex; /**< in the bit registers of the place */
+    unsigned bit;         /**< 0 is the lowest */
+};
+
 /** A list of features with their place in a register space. */
 struct FeatureLayout
 {
@@ -16,8 +44,9 @@ struct FeatureLayout
     {
         Feature feature;
         uint64_t address;
-        uint64_t availableAddress;   /**< bits of the entries; 0 without conditional entries */
-        uint64_t implementedAddress; /**< the same */
+        std::vector<BitRegister> bitRegisters; /**< none without conditional entries */
+        std::vector<EntryBit> available;       /**< of each entry; empty without conditional entries */
+        std::vector<EntryBit> implemented;     /**< the same */
     };
 
     std::vector<Place> places; /**< in the order of the list */
@@ -55,6 +84,10 @@ public:
     void SetInteger(const std::string &name, int64_t value);
     void SetText(const std::string &name, const std::string &value);
 
+    /** Which entries of a feature with conditional entries can not be chosen now; the absent ones never can.
+     */
+    void SetUnavailable(const std::string &name, std::set<std::string> entries);
+
     /** The value of a selected feature for one value of its selector. */
     int64_t Selected(const std::string &name, int64_t selector) const;
     void SetSelected(const std::string &name, int64_t selector, int64_t value);
@@ -77,13 +110,14 @@ private:
     {
         FeatureLayout::Place place;
         std::map<int64_t, std::vector<uint8_t>> bank; /**< of a selected feature: value by selector */
+        std::set<std::string> unavailable;            /**< entries that can not be chosen at the moment */
         std::function<int64_t()> source;
         std::function<void(int64_t)> check;
         std::function<void()> action;
     };
 
     void AddFeature(const FeatureLayout::Place &place);
-    void AddEntryBits(uint64_t address, const Feature &feature);
+    void StoreEntryBits(const Node &node);
     Node &Find(const std::string &name);
     const Node &Find(const std::string &name) const;
     std::vector<uint8_t> &Bytes(Node &node);
@@ -91,7 +125,7 @@ private:
     void Refresh(Node &node, std::vector<uint8_t> &value);
     void Check(const Node &node, const std::vector<uint8_t> &value) const;
     void CheckInteger(const Feature &feature, int64_t value) const;
-    void CheckEntry(const FeatureLayout::Place &place, int64_t value) const;
+    void CheckEntry(const Node &node, int64_t value) const;
     void Written(Node &node);
     int64_t Evaluate(const Limit &limit) const;
 

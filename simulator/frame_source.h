@@ -26,20 +26,24 @@ struct ImageSettings
     uint32_t binningY;
     uint32_t stepX; /**< sensor pixels from one image pixel to the next: binning times decimation */
     uint32_t stepY;
+    bool reverseX; /**< the sensor is read from right to left */
+    bool reverseY; /**< and from the bottom to the top */
     const PixelFormat *format;
     double brightness; /**< 1 shows the scene as it is */
     int64_t testPattern;
 
     bool operator==(const ImageSettings &) const = default;
 
-    /** The sample that light from 0 to `white` gives, rounded to the nearest. */
-    uint16_t SampleOf(double light) const
+    /** The sample that light from 0 to `white` gives in a place of the image, rounded to the nearest. */
+    uint16_t SampleOf(double light, uint32_t column, uint32_t row) const
     {
         const double maximum = format->MaximumSample();
-        return static_cast<uint16_t>(std::min(light * brightness * maximum / white + 0.5, maximum));
+        const double exposure = brightness * format->ExposureAt(column, row);
+        return static_cast<uint16_t>(std::min(light * exposure * maximum / white + 0.5, maximum));
     }
 
     size_t Pixels() const { return size_t{width} * height; }
+    size_t Samples() const { return Pixels() * format->components; }
     size_t Bytes() const { return format->SizeOf(Pixels()); }
 };
 

@@ -52,6 +52,19 @@ void Pack16(std::span<const uint16_t> samples, uint8_t *out)
     }
 }
 
+void PackWords(std::span<const uint16_t> samples, uint8_t *out)
+{
+    for (size_t i = 0; i + 2 < samples.size(); i += 3)
+    {
+        const uint32_t word = samples[i] | static_cast<uint32_t>(samples[i + 1]) << 10 |
+                              static_cast<uint32_t>(samples[i + 2]) << 20;
+        for (unsigned shift = 0; shift < 32; shift += 8)
+        {
+            *out++ = static_cast<uint8_t>(word >> shift);
+        }
+    }
+}
+
 void PackGroups40(std::span<const uint16_t> samples, uint8_t *out)
 {
     PackGroups<2>(samples, out);

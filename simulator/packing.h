@@ -52,6 +52,10 @@ void PackGroups40(std::span<const uint16_t> samples, uint8_t *out);
  */
 void PackGroups24(std::span<const uint16_t> samples, uint8_t *out);
 
+/** Three samples of up to 10 bits in a word of four bytes, the first in the lowest bits; the upper two are 0.
+ */
+void PackWords(std::span<const uint16_t> samples, uint8_t *out);
+
 } // namespace GenTL::simulator
 
 #endif

@@ -106,24 +106,26 @@ void PatternSource::Render(uint64_t number, std::span<uint8_t> image)
 void PatternSource::Draw(uint64_t number, std::span<uint8_t> image) const
 {
     // Bands of so many rows begin on a byte in every format.
-    constexpr uint32_t bandRows = samplesPerGroup;
+    constexpr uint32_t bandRows = pixelsPerGroup;
     const ImageSettings &s = m_settings;
     const bool alongRow = Find(s.testPattern).alongRow;
-    std::vector<uint16_t> band(size_t{bandRows} * s.width);
+    const size_t rowSamples = size_t{s.width} * s.format->components;
+    std::vector<uint16_t> band(bandRows * rowSamples);
     for (uint32_t first = 0; first < s.height; first += bandRows)
     {
         const uint32_t rows = std::min(bandRows, s.height - first);
         const size_t offset = s.format->SizeOf(size_t{first} * s.width);
         if (alongRow && first > 0 && rows == bandRows)
         {
-            std::memcpy(image.data() + offset, image.data(), s.format->SizeOf(band.size())); // as the first
+            std::memcpy(image.data() + offset, image.data(),
+                        s.format->SizeOf(size_t{bandRows} * s.width)); // as the first
             continue;
         }
         for (uint32_t row = 0; row < rows; ++row)
         {
-            DrawRow(number, first + row, std::span(band).subspan(size_t{row} * s.width, s.width));
+            DrawRow(number, first + row, std::span(band).subspan(row * rowSamples, rowSamples));
         }
-        s.format->pack(std::span(band).first(size_t{rows} * s.width), image.data() + offset);
+        s.format->pack(std::span(band).first(rows * rowSamples), image.data() + offset);
     }
 }
 
@@ -136,9 +138,10 @@ void PatternSource::DrawRow(uint64_t number, uint32_t y, std::span<uint16_t> row
         std::fill(row.begin(), row.end(), pattern.profile(y, m_settings.height, number, maximum));
         return;
     }
+    const unsigned components = m_settings.format->components;
     for (size_t x = 0; x < row.size(); ++x)
     {
-        row[x] = pattern.profile(x, row.size(), number, maximum);
+        row[x] = pattern.profile(x / components, m_settings.width, number, maximum);
     }
 }
 

@@ -104,12 +104,17 @@ void ReplaySource::RenderFile(const std::filesystem::path &file, std::span<uint8
         std::fill(light.begin(), light.end(), uint16_t{0});
     }
     std::vector<uint16_t> samples;
-    samples.reserve(s.Pixels());
+    samples.reserve(s.Samples());
     for (uint32_t row = 0; row < s.height; ++row)
     {
-        const uint16_t *const line = light.data() + size_t{s.offsetY + row} * width + s.offsetX;
-        std::transform(line, line + s.width, std::back_inserter(samples),
-                       [&](uint16_t value) { return s.SampleOf(value); });
+        const uint32_t y = s.offsetY + row;
+        const uint16_t *const line = light.data() + size_t{s.reverseY ? height - 1 - y : y} * width;
+        for (uint32_t column = 0; column < s.width; ++column)
+        {
+            const uint32_t x = s.offsetX + column;
+            const uint16_t sample = s.SampleOf(line[s.reverseX ? width - 1 - x : x], column, row);
+            samples.insert(samples.end(), s.format->components, sample);
+        }
     }
     s.format->pack(samples, image.data());
 }

@@ -49,13 +49,19 @@ uint32_t NumberScale(const ImageSettings &settings)
     return std::clamp(settings.width / 128, 1U, 12U);
 }
 
+/** Which part of the disc's light has a colour: orange. */
+double DiscColour(Colour colour)
+{
+    return colour == Colour::Blue ? 0.125 : colour == Colour::Green ? 0.5 : 1.0;
+}
+
 /** The chart's layout for one sensor, and its light at a place. */
 class Chart
 {
 public:
     Chart(uint32_t width, uint32_t height) : m_width(width), m_height(height), m_unit(height / 64 + 1) {}
 
-    Light At(uint32_t x, uint32_t y) const
+    Light At(uint32_t x, uint32_t y, Colour colour) const
     {
         if (OnBorder(x, y) || OnCircle(x, y))
         {
@@ -69,7 +75,7 @@ public:
         {
             return white / 2;
         }
-        return Ramp(x, y);
+        return y < m_height / 2 && !HasBarColour(x, colour) ? Ramp(x, y) / 4 : Ramp(x, y);
     }
 
 private:
@@ -77,6 +83,26 @@ private:
     {
         constexpr uint32_t thickness = 4;
         return x < thickness || y < thickness || x >= m_width - thickness || y >= m_height - thickness;
+    }
+
+    /** Seven bars from left to right in the upper half: white, yellow, cyan, green, magenta, red, blue. */
+    bool HasBarColour(uint32_t x, Colour colour) const
+    {
+        constexpr uint32_t bars = 7;
+        constexpr std::array<uint8_t, bars> bitsRedGreenBlue = {7, 6, 3, 2, 5, 4, 1};
+        const uint8_t bits = bitsRedGreenBlue[std::min(bars - 1, x * bars / m_width)];
+        switch (colour)
+        {
+        case Colour::Red:
+            return (bits & 4) != 0;
+        case Colour::Green:
+            return (bits & 2) != 0;
+        case Colour::Blue:
+            return (bits & 1) != 0;
+        case Colour::Grey:
+            break;
+        }
+        return true;
     }
 
     bool OnCircle(uint32_t x, uint32_t y) const
@@ -129,7 +155,7 @@ private:
 void SceneSource::Prepare(const ImageSettings &settings)
 {
     m_settings = settings;
-    m_samples.resize(settings.Pixels());
+    m_samples.resize(settings.Samples());
     RenderChart();
     m_packed.resize(settings.Bytes());
     settings.format->pack(m_samples, m_packed.data());
@@ -139,19 +165,25 @@ void SceneSource::RenderChart()
 {
     const ImageSettings &s = m_settings;
     const Chart chart(s.sensorWidth, s.sensorHeight);
+    const auto lightAt = [&](uint32_t x, uint32_t y, Colour colour) {
+        return chart.At(s.reverseX ? s.sensorWidth - 1 - x : x, s.reverseY ? s.sensorHeight - 1 - y : y,
+                        colour);
+    };
     uint16_t *out = m_samples.data();
     for (uint32_t row = 0; row < s.height; ++row)
     {
         const uint32_t y = (s.offsetY + row) * s.stepY;
-        for (uint32_t column = 0; column < s.width; ++column)
+        for (uint32_t i = 0; i < s.width * s.format->components; ++i)
         {
+            const uint32_t column = i / s.format->components;
+            const Colour colour = s.format->ColourAt(column, row, i % s.format->components);
             const uint32_t x = (s.offsetX + column) * s.stepX;
             uint64_t sum = 0;
-            for (uint32_t i = 0; i < s.binningX * s.binningY; ++i)
+            for (uint32_t j = 0; j < s.binningX * s.binningY; ++j)
             {
-                sum += chart.At(x + i % s.binningX, y + i / s.binningX);
+                sum += lightAt(x + j % s.binningX, y + j / s.binningX, colour);
             }
-            *out++ = s.SampleOf(static_cast<double>(sum) / (s.binningX * s.binningY));
+            *out++ = s.SampleOf(static_cast<double>(sum) / (s.binningX * s.binningY), column, row);
         }
     }
 }
@@ -162,9 +194,9 @@ void SceneSource::DrawDisc(uint64_t number, std::vector<uint16_t> &rows, uint32_
     const ImageSettings &s = m_settings;
     const int64_t radius = s.sensorHeight / 12;
     const int64_t travel = int64_t{s.sensorWidth} + 2 * radius;
-    const int64_t centreX = static_cast<int64_t>(number * 8 % static_cast<uint64_t>(travel)) - radius;
+    const int64_t sensorX = static_cast<int64_t>(number * 8 % static_cast<uint64_t>(travel)) - radius;
+    const int64_t centreX = s.reverseX ? int64_t{s.sensorWidth} - sensorX : sensorX;
     const int64_t centreY = s.sensorHeight / 2;
-    const uint16_t bright = s.SampleOf(white);
     for (uint32_t row = 0; row < count; ++row)
     {
         const int64_t dy = int64_t{s.offsetY + firstRow + row} * s.stepY - centreY;
@@ -174,16 +206,29 @@ void SceneSource::DrawDisc(uint64_t number, std::vector<uint16_t> &rows, uint32_
         }
         const auto half = static_cast<int64_t>(std::sqrt(double(radius * radius - dy * dy)));
         const auto toColumn = [&](int64_t x)
-        { return std::clamp<int64_t>(x / s.stepX - s.offsetX, 0, s.width); };
-        const auto begin = rows.begin() + int64_t{row} * s.width;
-        std::fill(begin + toColumn(centreX - half), begin + toColumn(centreX + half), bright);
+        { return static_cast<uint32_t>(std::clamp<int64_t>(x / s.stepX - s.offsetX, 0, s.width)); };
+        for (uint32_t column = toColumn(centreX - half); column < toColumn(centreX + half); ++column)
+        {
+            DrawPixel(rows, firstRow, column, firstRow + row, DiscColour);
+        }
+    }
+}
+
+void SceneSource::DrawPixel(std::vector<uint16_t> &rows, uint32_t firstRow, uint32_t column, uint32_t row,
+                            double (*partOf)(Colour colour)) const
+{
+    const ImageSettings &s = m_settings;
+    const unsigned components = s.format->components;
+    const size_t first = (size_t{row - firstRow} * s.width + column) * components;
+    for (unsigned i = 0; i < components; ++i)
+    {
+        rows[first + i] = s.SampleOf(white * partOf(s.format->ColourAt(column, row, i)), column, row);
     }
 }
 
 void SceneSource::DrawNumber(const std::string &digits, std::vector<uint16_t> &rows, uint32_t firstRow,
                              uint32_t count) const
 {
-    const uint16_t bright = m_settings.SampleOf(white);
     const uint32_t scale = NumberScale(m_settings);
     const uint32_t boxWidth = (glyphWidth + 1) * scale * static_cast<uint32_t>(digits.size());
     for (uint32_t row = firstRow; row < firstRow + count; ++row)
@@ -198,7 +243,9 @@ void SceneSource::DrawNumber(const std::string &digits, std::vector<uint16_t> &r
             const uint32_t x = i / scale % (glyphWidth + 1);
             const auto digit = static_cast<size_t>(digits[i / scale / (glyphWidth + 1)] - '0');
             const bool lit = x < glyphWidth && GlyphHas(digitGlyphs[digit], x, y);
-            rows[size_t{row - firstRow} * m_settings.width + numberMargin + i] = lit ? bright : uint16_t{0};
+            DrawPixel(
+                rows, firstRow, numberMargin + i, row,
+                lit ? [](Colour) { return 1.0; } : [](Colour) { return 0.0; });
         }
     }
 }
@@ -206,17 +253,18 @@ void SceneSource::DrawNumber(const std::string &digits, std::vector<uint16_t> &r
 void SceneSource::PatchRows(uint64_t number, uint32_t firstRow, uint32_t endRow, std::span<uint8_t> image)
 {
     // A row can begin in the middle of a byte: bands of eight rows never do, whatever the width.
-    firstRow -= firstRow % samplesPerGroup;
+    firstRow -= firstRow % pixelsPerGroup;
     endRow = std::min<uint32_t>(m_settings.height,
-                                (endRow + samplesPerGroup - 1) / samplesPerGroup * samplesPerGroup);
+                                (endRow + pixelsPerGroup - 1) / pixelsPerGroup * pixelsPerGroup);
     if (firstRow >= endRow)
     {
         return;
     }
     const size_t first = size_t{firstRow} * m_settings.width;
     const size_t count = size_t{endRow - firstRow} * m_settings.width;
-    std::vector<uint16_t> rows(m_samples.begin() + static_cast<ptrdiff_t>(first),
-                               m_samples.begin() + static_cast<ptrdiff_t>(first + count));
+    const unsigned components = m_settings.format->components;
+    std::vector<uint16_t> rows(m_samples.begin() + static_cast<ptrdiff_t>(first * components),
+                               m_samples.begin() + static_cast<ptrdiff_t>((first + count) * components));
     std::string digits = std::to_string(number % 100000000);
     digits.insert(0, numberDigits - digits.size(), '0');
     DrawDisc(number, rows, firstRow, endRow - firstRow);
