@@ -76,6 +76,22 @@ TEST_F(SimulatorDescription, OfEveryModuleIsConsistent)
     }
 }
 
+TEST_F(SimulatorDescription, OfEveryCameraIsConsistent)
+{
+    const std::pair<const char *, const char *> cameras[] = {
+        {"SIM-GIGE-0", "SIM-SIM0004"}, {"SIM-GIGE-1", "SIM-SIM0005"}, {"SIM-GIGE-1", "SIM-SIM0006"}};
+    ASSERT_OK(Tl().DevClose(m_device));
+    ASSERT_OK(Tl().IFClose(m_interface));
+    for (const auto &[interfaceId, deviceId] : cameras)
+    {
+        SCOPED_TRACE(deviceId);
+        OpenCamera(interfaceId, deviceId);
+        ExpectConsistent(m_port);
+        ExpectReadable(m_port);
+        ASSERT_OK(Tl().IFClose(m_interface));
+    }
+}
+
 TEST_F(SimulatorDescription, IsNamedByTheUrl)
 {
     const std::string url =
