@@ -103,7 +103,7 @@ extern "C"
 
     /** Prepares the library. Each call is undone by one of tarn_cvl_Exit. */
     int32_t tarn_cvl_Init(void);
-    /** Ends what tarn_cvl_Init began. TARN_CVL_INVALID_STATE when nothing did. */
+    /** Ends what tarn_cvl_Init began. One call too many does nothing. */
     int32_t tarn_cvl_Exit(void);
 
     /* These two leave the last error as it is, also when they fail. */

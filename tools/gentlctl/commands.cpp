@@ -1,10 +1,12 @@
 #include "gentlctl/commands.h"
 
 #include "gentlctl/features.h"
+#include "gentlctl/formats.h"
 #include "gentlctl/image_files.h"
 #include "gentlctl/producer.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <stdexcept>
 
@@ -235,6 +237,44 @@ void Set(const CommonOptions &options, const std::string &module, const std::vec
     Producer producer(options.producer);
     OpenDevice device(producer, options.device);
     Apply(Features(device.PortOf(module)), assignments);
+}
+
+void Formats(const CommonOptions &options)
+{
+    std::string id;
+    std::vector<std::string> chosen;
+    {
+        Producer producer(options.producer);
+        OpenDevice device(producer, options.device);
+        id = device.Entry().id;
+        chosen = Features(device.PortOf("remote")).AvailableEntries("PixelFormat");
+    }
+    auto sent = chosen;
+    if (const auto lower = LowerProducerFile(options.producer); !lower.empty())
+    {
+        // Past the producer, as the device itself has it.
+        Producer producer(lower);
+        OpenDevice device(producer, id);
+        sent = Features(device.PortOf("remote")).AvailableEntries("PixelFormat");
+    }
+    const auto offered = ExplainFormats(chosen, sent);
+    if (options.json)
+    {
+        auto json = Json{{"device", id}, {"sends", sent}, {"offers", Json::array()}};
+        for (const auto &format : offered)
+        {
+            json["offers"].push_back(
+                {{"format", format.name}, {"sentAs", format.sentAs}, {"task", format.task}});
+        }
+        return Print(json);
+    }
+    fmt::print("{} sends: {}\n\n{:<32}  {:<24}  {}\n", id, fmt::join(sent, " "), "application may choose",
+               "device sends", "the producer");
+    for (const auto &format : offered)
+    {
+        fmt::print("{:<32}  {:<24}  {}\n", format.name, format.sentAs,
+                   format.task == "copy" ? "copies" : "unpacks");
+    }
 }
 
 void GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,

@@ -32,6 +32,10 @@ void Get(const CommonOptions &options, const std::string &module, const std::vec
 void Set(const CommonOptions &options, const std::string &module,
          const std::vector<std::string> &assignments);
 
+/// Prints the pixel formats of a device: what it sends, what an application may choose, and how the one
+/// becomes the other.
+void Formats(const CommonOptions &options);
+
 /// Sets features of the remote device, then grabs.
 void GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
                 const GrabOptions &grab);

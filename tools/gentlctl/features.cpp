@@ -287,6 +287,11 @@ Json Features::Get(const std::string &name) const
     return GetInteger(name);
 }
 
+std::vector<std::string> Features::AvailableEntries(const std::string &name) const
+{
+    return internal::nodemap::GetAvailableEnumEntries(*m_port, *m_parser, Find(name));
+}
+
 int64_t Features::GetInteger(const std::string &name) const
 {
     using namespace internal::nodemap;

@@ -35,6 +35,9 @@ public:
     std::vector<std::string> Names() const;
     bool Has(const std::string &name) const;
 
+    /// Names of the entries of an enumeration that can be chosen now.
+    std::vector<std::string> AvailableEntries(const std::string &name) const;
+
     /// @throws std::runtime_error no such feature, or it cannot be read now
     Json Get(const std::string &name) const;
     int64_t GetInteger(const std::string &name) const;

@@ -48,6 +48,7 @@ struct CommandLine
         AddXml();
         AddGet();
         AddSet();
+        AddFormats();
         AddGrab();
     }
 
@@ -115,6 +116,12 @@ private:
             ->required();
         AddModule(command);
         AddDevice(command);
+    }
+
+    void AddFormats()
+    {
+        AddDevice(Add("formats", "Pixel formats: what the device sends, and what an application may choose",
+                      [this] { Formats(common); }));
     }
 
     void AddGrab()

@@ -1,6 +1,7 @@
 #include "gentlctl/producer.h"
 
 #include "gentl_proxy.h"
+#include "producer_discovery.h"
 #include "utils/environment.h"
 #include "utils/gentl_exception.h"
 
@@ -105,7 +106,18 @@ std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
     // For the rest of the process. The proxy producer asks for the vision library by its name alone, and
     // finds it when it is loaded or in the loader's path; other producers know nothing of it.
     dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
-    return std::make_shared<internal::GenTLProxy>(file);
+    try
+    {
+        return std::make_shared<internal::GenTLProxy>(file);
+    }
+    catch (const internal::GenTLException &exception)
+    {
+        // A producer that is not initialised has no last error to read.
+        throw std::runtime_error(
+            fmt::format("{} cannot be initialised: {} ({}). With PROXY_TL_LOG_LEVEL=error "
+                        "in the environment the proxy producer tells the reason.",
+                        file, exception.what(), exception.Code()));
+    }
 }
 
 } // namespace
@@ -315,6 +327,16 @@ std::string FindProducerFile(const std::string &argument)
     }
     throw std::runtime_error("No GenTL producer found. Name one with --producer FILE, or set "
                              "GENICAM_GENTL64_PATH to the folder that holds it.");
+}
+
+std::string LowerProducerFile(const std::string &file)
+{
+    if (std::filesystem::path(file).filename() != "qvr_proxygentl.cti")
+    {
+        return {};
+    }
+    auto configured = internal::utils::GetEnvironmentVariable("PROXY_TL_CTI_PATH");
+    return !configured.empty() ? configured : internal::FindProducerIn(internal::ProducerFolder(file));
 }
 
 } // namespace gentlctl

@@ -142,4 +142,7 @@ private:
 /// @throws std::runtime_error none found
 std::string FindProducerFile(const std::string &argument);
 
+/// File of the producer below, when `file` is the proxy producer; empty otherwise, or when there is none.
+std::string LowerProducerFile(const std::string &file);
+
 } // namespace gentlctl
