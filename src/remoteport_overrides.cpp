@@ -150,8 +150,10 @@ void RemotePort::VisitComponent(const NodeInfo &selector, const std::string &nam
 
 bool RemotePort::WriteComponentSelector(const NodeInfo &node, const void *buffer, size_t *size)
 {
+    const size_t given = *size;
     WriteRegisters(node.Address, buffer, size);
-    const auto value = nodemap::DecodeSigned(buffer, *size, node.Endianess);
+    // A lower producer may claim to have written more than it got.
+    const auto value = nodemap::DecodeSigned(buffer, std::min(*size, given), node.Endianess);
     const auto entry = std::ranges::find_if(node.EnumEntries,
                                             [&](const auto &candidate)
                                             {
@@ -223,18 +225,21 @@ bool RemotePort::ReadAvailability(const NodeInfo &node, void *buffer, size_t *si
 {
     ReadRegisters(node.Address, buffer, size);
     const auto mask = utils::MapAt(utils::MapAt(m_pixelFormatMasks, node.Address), m_currentComponent);
+    // A number of 64 bits in a register of 8 bytes and of 32 bits in any other, whatever size the lower
+    // producer says that it has read.
+    const auto length = node.Length == sizeof(uint64_t) ? sizeof(uint64_t)
+                                                        : std::min<uint64_t>(node.Length, sizeof(uint32_t));
     if (m_currentComponent == Component::Image3D)
     {
         // The mask alone, since nothing of what a 3D device sends is delivered as it is. A register of 4
         // bytes gets the first half of the 8, whatever the byte order.
-        nodemap::StoreLeadingBytes(mask, buffer, *size, node.Endianess);
+        nodemap::StoreLeadingBytes(mask, buffer, length, node.Endianess);
         return true;
     }
-    const size_t length = std::min(*size, sizeof(uint64_t));
     auto *const bytes = static_cast<uint8_t *>(buffer);
     std::array<uint8_t, sizeof(uint64_t)> maskBytes{};
     nodemap::StoreLeadingBytes(mask, maskBytes.data(), maskBytes.size(), node.Endianess);
-    // The low end of the mask meets the low end of the register in either byte order.
+    // The low end of the mask meets the low end of the number in either byte order.
     const size_t first = node.Endianess == Endianess::Little ? 0 : maskBytes.size() - length;
     for (size_t i = 0; i < length; ++i)
     {
