@@ -141,6 +141,21 @@ TEST(Gentlctl, KeepsTheBitsOfDeepPicturesInTiff)
     EXPECT_GT(maximum, 255);
 }
 
+TEST(Gentlctl, UnpacksOnTheWayToThePicture)
+{
+    const Folder folder;
+    const auto run =
+        Gentlctl("grab -d OVRA-F1 -n 1 -f tiff -s PixelFormat=Mono12 -o " + folder.Path().string());
+    EXPECT_EQ(run.status, 0) << run.output;
+    const auto image = cv::imread((folder.Path() / "frame-00001.tiff").string(), cv::IMREAD_UNCHANGED);
+    EXPECT_EQ(image.depth(), CV_16U);
+    EXPECT_EQ(image.cols, 640);
+    const auto raw =
+        Gentlctl("grab -d OVRA-F1 -n 1 -f raw -s PixelFormat=Mono12 -o " + folder.Path().string());
+    EXPECT_EQ(raw.status, 0) << raw.output;
+    EXPECT_EQ(fs::file_size(folder.Path() / "frame-00001.raw"), 640U * 480 * 2);
+}
+
 TEST(Gentlctl, TellsFailureAndWrongUsageApart)
 {
     EXPECT_EQ(Gentlctl("").status, 2);

@@ -144,8 +144,18 @@ public:
     {
         const auto base = std::stoull(m_infos.at("BUFFER_INFO_BASE").get<std::string>(), nullptr, 16);
         const auto *data = reinterpret_cast<const uint8_t *>(base);
-        return {data + Number("BUFFER_INFO_IMAGEOFFSET"), Number("BUFFER_INFO_SIZE_FILLED"),
-                Number("BUFFER_INFO_WIDTH"), Number("BUFFER_INFO_HEIGHT"), Number("BUFFER_INFO_PIXELFORMAT")};
+        const auto offset = Number("BUFFER_INFO_IMAGEOFFSET");
+        const auto size = Number("BUFFER_INFO_SIZE");
+        return {data + offset, size - std::min(size, offset), Number("BUFFER_INFO_WIDTH"),
+                Number("BUFFER_INFO_HEIGHT"), Number("BUFFER_INFO_PIXELFORMAT")};
+    }
+
+    /// Bytes of the image with all that is behind it. A producer that unpacks reports as filled what the
+    /// camera sent, which is less than the image.
+    size_t Delivered(const ImageView &image) const
+    {
+        const auto imageSize = BytesOf(image.pixelFormat, image.width, image.height);
+        return std::min(image.size, std::max<size_t>(Number("BUFFER_INFO_SIZE_FILLED"), imageSize));
     }
 
 private:
@@ -170,7 +180,7 @@ Json WriteFrame(const Frame &frame, uint64_t number, const GrabOptions &options)
         const auto file = path(options.format);
         if (options.format == "raw")
         {
-            WriteBytes(file, image.data, image.size);
+            WriteBytes(file, image.data, frame.Delivered(image));
         }
         else
         {

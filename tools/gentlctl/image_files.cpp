@@ -1,5 +1,6 @@
 #include "gentlctl/image_files.h"
 
+#include "common/exceptions.h"
 #include "common/pixel_format.h"
 #include "utils/checks.h"
 
@@ -86,7 +87,7 @@ cv::Mat Wrap(const ImageView &image, const Picture &picture)
     if (image.width == 0 || image.height == 0 || image.width > sideLimit || image.height > sideLimit ||
         !GenTL::internal::utils::RangeFits(0, image.width * image.height * sample, image.size))
     {
-        throw std::runtime_error(fmt::format("A {} image of {} x {} does not fit the {} bytes delivered",
+        throw std::runtime_error(fmt::format("A {} image of {} x {} does not fit the buffer of {} bytes",
                                              FormatName(image.pixelFormat), image.width, image.height,
                                              image.size));
     }
@@ -95,6 +96,19 @@ cv::Mat Wrap(const ImageView &image, const Picture &picture)
 }
 
 } // namespace
+
+size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height)
+{
+    try
+    {
+        return GetSizeInBytes(static_cast<PixelFormat>(pixelFormat),
+                              {static_cast<unsigned int>(width), static_cast<unsigned int>(height)});
+    }
+    catch (const tarn::common::InvalidParameterException &)
+    {
+        return 0;
+    }
+}
 
 bool CanWritePicture(uint64_t pixelFormat)
 {

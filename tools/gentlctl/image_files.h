@@ -11,11 +11,14 @@ namespace gentlctl
 struct ImageView
 {
     const uint8_t *data;
-    size_t size;          ///< bytes
+    size_t size;          ///< bytes of the memory
     size_t width;         ///< pixels
     size_t height;        ///< lines
     uint64_t pixelFormat; ///< PFNC code
 };
+
+/// Bytes of an image of this format; 0 for a format that the project does not know.
+size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height);
 
 /// Whether an image of this format can be written as a picture; others can be written raw.
 bool CanWritePicture(uint64_t pixelFormat);
