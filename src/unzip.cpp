@@ -5,6 +5,7 @@
 
 #include <zip.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -100,11 +101,19 @@ std::vector<uint8_t> Unzip(const uint8_t *data, size_t size)
     {
         LogAndFail("Opening xml file file within zip failed!");
     }
-    std::vector<uint8_t> content(fileSize);
-    const auto count = zip_fread(file.get(), content.data(), content.size());
-    if (count < 0 || static_cast<uint64_t>(count) != fileSize)
+    // In steps, so that the memory follows what the file holds and not what a broken archive claims.
+    std::vector<uint8_t> content;
+    while (content.size() < fileSize)
     {
-        LogAndFail("Unzipped file does not match it's size according to the statistics!");
+        constexpr uint64_t leastStep = 1U << 20U;
+        const size_t begin = content.size();
+        const auto step = std::min(fileSize - begin, std::max<uint64_t>(begin, leastStep));
+        content.resize(begin + step);
+        const auto count = zip_fread(file.get(), content.data() + begin, step);
+        if (count < 0 || static_cast<uint64_t>(count) != step)
+        {
+            LogAndFail("Unzipped file does not match it's size according to the statistics!");
+        }
     }
     return content;
 }

@@ -195,6 +195,13 @@ TEST_F(RemotePortLoading, FailsForAUrlWithAnEmptyAddress)
     EXPECT_EQ(proxy->CountOf("GCReadPort"), 0U);
 }
 
+TEST_F(RemotePortLoading, FailsForASizeThatNoMemoryHolds)
+{
+    remoteDevice.url = "local:///a.xml;10000;FFFFFFFFFFFFFFFF";
+    EXPECT_THROW(Make(), std::length_error);
+    EXPECT_EQ(proxy->CountOf("GCReadPort"), 0U);
+}
+
 TEST_F(RemotePortLoading, KeepsTheCodeOfALowerFailure)
 {
     proxy->onGCReadPort = [](PORT_HANDLE, uint64_t, void *, size_t *) -> GC_ERROR

@@ -147,6 +147,60 @@ TEST(Unzip, FailsWhenTheFileIsShorterThanItsStatistics)
     EXPECT_THAT(log.Lines(), ElementsAre(std::string("error: ") + text));
 }
 
+/// An archive whose directory claims that the file has this many bytes.
+std::vector<uint8_t> ArchiveThatClaims(uint64_t size)
+{
+    auto archive = MakeZip({{"a.xml", LongText()}});
+    const auto record = FirstDirectoryRecord(archive);
+    const auto put = [&archive](size_t at, uint64_t value, size_t count)
+    {
+        for (size_t i = 0; i < count; ++i)
+        {
+            archive.at(at + i) = static_cast<uint8_t>(value >> (8 * i));
+        }
+    };
+    // The size stands in an extra field behind the name, at whose end the directory gets longer.
+    constexpr size_t extraSize = 12;
+    const size_t nameLength = archive.at(record + 28);
+    const size_t extraLength = archive.at(record + 30);
+    const auto extra = record + 46 + nameLength + extraLength;
+    archive.insert(archive.begin() + static_cast<std::ptrdiff_t>(extra), extraSize, uint8_t{0});
+    put(record + 24, 0xFFFFFFFF, 4);
+    put(record + 30, extraLength + extraSize, 2);
+    put(extra, 1, 2);
+    put(extra + 2, sizeof size, 2);
+    put(extra + 4, size, sizeof size);
+    const auto end = archive.size() - 22;
+    put(end + 12, end - record, 4);
+    return archive;
+}
+
+TEST(Unzip, TakesTheSizeOfALargeArchivesDirectory)
+{
+    EXPECT_EQ(UnzippedText(ArchiveThatClaims(LongText().size())), LongText());
+}
+
+TEST(Unzip, FailsForAFileThatClaimsMoreThanAnyMemory)
+{
+    const LogCapture log;
+    for (const auto size : {uint64_t{0xFFFFFFF0}, uint64_t{1} << 50U, uint64_t{0x7FFFFFFFFFFFFFFF}})
+    {
+        EXPECT_EQ(UnzipFailure(ArchiveThatClaims(size)),
+                  (Failure{"Unzipped file does not match it's size according to the statistics!", GC_ERR_IO}))
+            << size;
+    }
+}
+
+TEST(Unzip, GivesAFileOfSeveralMegabytes)
+{
+    std::string text;
+    for (int i = 0; i < 300; ++i)
+    {
+        text += LongText();
+    }
+    EXPECT_EQ(UnzippedText(MakeZip({{"a.xml", text}})), text);
+}
+
 TEST(Unzip, FailsWhenTheContentIsDamaged)
 {
     const LogCapture log;
