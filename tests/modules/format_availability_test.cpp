@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <ostream>
 
 namespace GenTL::internal
 {
@@ -86,6 +87,11 @@ struct AvailabilityCase
     Bytes device; ///< what the register holds
     Bytes image;  ///< what the consumer reads
     Bytes range;  ///< with the component Range selected
+
+    friend std::ostream &operator<<(std::ostream &stream, const AvailabilityCase &value)
+    {
+        return stream << value.layout.length << " bytes, " << value.layout.order;
+    }
 };
 
 class AvailabilityOverride : public FormatAvailability, public testing::WithParamInterface<AvailabilityCase>

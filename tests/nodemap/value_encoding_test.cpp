@@ -31,8 +31,9 @@ Bytes Encoded(uint64_t value, size_t size, Endianess endianess)
 
 Bytes Leading(uint64_t value, size_t size, Endianess endianess)
 {
-    Bytes bytes(size, 0xEE);
+    Bytes bytes(size + 1, 0xEE); // one more, so that there is a buffer for no bytes, too
     StoreLeadingBytes(value, bytes.data(), size, endianess);
+    bytes.pop_back();
     return bytes;
 }
 
