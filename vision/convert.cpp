@@ -9,7 +9,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <functional>
 
 namespace tarn::vision
 {
@@ -113,10 +112,7 @@ void RequireTarget(const Image &image, PixelFormat format, const Image &target)
 /// Only what keeps the bytes can do so in place.
 void RequireMemoryOfItsOwn(const Image &image, const Image &target)
 {
-    const std::less_equal<> isUpTo;
-    const auto *sourceEnd = image.data + PixelBytes(image.format, image.width, image.height);
-    const auto *targetEnd = target.data + PixelBytes(target.format, target.width, target.height);
-    if (!isUpTo(sourceEnd, target.data) && !isUpTo(targetEnd, image.data))
+    if (ShareMemory(image, target))
     {
         throw Failure(TARN_CVL_NOT_POSSIBLE, "The target shares memory with the image; expected memory of "
                                              "its own for " +

@@ -1,11 +1,13 @@
+#include "vision/calibration.h"
 #include "vision/convert.h"
+#include "vision/coordinates.h"
 #include "vision/error.h"
 #include "vision/handles.h"
 #include "vision/image.h"
 #include "vision/interface.h"
 #include "vision/metadata.h"
-#include "vision/not_offered.h"
 #include "vision/region.h"
+#include "vision/undistortion.h"
 
 #include <atomic>
 #include <cstring>
@@ -34,6 +36,21 @@ int32_t Create(void **handle, Make make) noexcept
             RequirePointer(handle, "the new handle");
             *handle = AddHandle(make());
         });
+}
+
+void RequireParameters(const tarn_cvl_CalibrationParameters *parameters, size_t size)
+{
+    RequirePointer(parameters, "the calibration parameters");
+    RequireRecordSize(size, TARN_CVL_CALIBRATION_SIZE, "the calibration parameters");
+}
+
+std::span<const uint8_t> BytesOf(const uint8_t *bytes, size_t count)
+{
+    if (count > 0)
+    {
+        RequirePointer(bytes, "the bytes");
+    }
+    return {bytes, count};
 }
 
 template <typename T>
@@ -277,41 +294,155 @@ int32_t tarn_cvl_Threshold_Process(void *image, const tarn_cvl_Range *range, siz
         });
 }
 
-int32_t tarn_cvl_Transform_Undistortion_CreateWithImageMetadata(void **, void *,
-                                                                const tarn_cvl_CalibrationParameters *,
-                                                                size_t, void *)
+int32_t tarn_cvl_Transform_Undistortion_CreateWithImageMetadata(void **undistortion, void *metadata,
+                                                                const tarn_cvl_CalibrationParameters *camera,
+                                                                size_t cameraSize, void *adjusted)
 {
-    return NotOffered("Transform_Undistortion_CreateWithImageMetadata");
+    return Create(undistortion,
+                  [&]
+                  {
+                      const auto found = FindHandle<Metadata>(metadata);
+                      return MakeUndistortion(GeometryOf(*found), camera, cameraSize, adjusted);
+                  });
 }
 
-int32_t tarn_cvl_Transform_Undistortion_SetInterpolation(void *, int32_t)
+int32_t tarn_cvl_Transform_Undistortion_Create(void **undistortion,
+                                               const tarn_cvl_CalibrationParameters *camera,
+                                               size_t cameraSize, void *adjusted)
 {
-    return NotOffered("Transform_Undistortion_SetInterpolation");
+    return Create(undistortion, [&] { return MakeUndistortion({}, camera, cameraSize, adjusted); });
 }
 
-int32_t tarn_cvl_Transform_Undistortion_Process(void *, void *, void *)
+int32_t tarn_cvl_Transform_Undistortion_IncreaseUseCount(void *undistortion)
 {
-    return NotOffered("Transform_Undistortion_Process");
+    return Answer([&] { handles::AddOwner(Undistortion::kind, undistortion); });
 }
 
-int32_t tarn_cvl_Transform_Undistortion_Destroy(void *)
+int32_t tarn_cvl_Transform_Undistortion_SetInterpolation(void *undistortion, int32_t interpolation)
 {
-    return NotOffered("Transform_Undistortion_Destroy");
+    return Answer([&] { FindHandle<Undistortion>(undistortion)->SetInterpolation(interpolation); });
 }
 
-int32_t tarn_cvl_Transform_DepthMap_To_XYZImage(void *, const tarn_cvl_CalibrationParameters *, size_t,
-                                                void *)
+int32_t tarn_cvl_Transform_Undistortion_GetInterpolation(void *undistortion, int32_t *interpolation)
 {
-    return NotOffered("Transform_DepthMap_To_XYZImage");
+    return Answer(
+        [&]
+        {
+            const auto found = FindHandle<Undistortion>(undistortion);
+            RequirePointer(interpolation, "the interpolation");
+            *interpolation = static_cast<int32_t>(found->GetInterpolation());
+        });
 }
 
-int32_t tarn_cvl_ValidateBinary(const uint8_t *, size_t, uint8_t *)
+int32_t tarn_cvl_Transform_Undistortion_Process(void *undistortion, void *source, void *target)
 {
-    return NotOffered("ValidateBinary");
+    return Answer(
+        [&]
+        {
+            const auto found = FindHandle<Undistortion>(undistortion);
+            const auto image = FindHandle<Image>(source);
+            found->Process(*image, *FindHandle<Image>(target));
+        });
 }
 
-int32_t tarn_cvl_CalibrationParameters_CreateFromBinary(const uint8_t *, size_t,
-                                                        tarn_cvl_CalibrationParameters *, size_t)
+int32_t tarn_cvl_Transform_Undistortion_Destroy(void *undistortion)
 {
-    return NotOffered("CalibrationParameters_CreateFromBinary");
+    return Destroy<Undistortion>(undistortion);
+}
+
+int32_t tarn_cvl_Transform_DepthMap_To_XYZImage(void *target, const tarn_cvl_CalibrationParameters *camera,
+                                                size_t cameraSize, void *source)
+{
+    return Answer(
+        [&]
+        {
+            const auto coordinates = FindHandle<Image>(target);
+            const auto known = CameraOf(camera, cameraSize);
+            MakeCoordinates(*FindHandle<Image>(source), known, *coordinates);
+        });
+}
+
+int32_t tarn_cvl_ValidateBinary(const uint8_t *bytes, size_t count, uint8_t *isValid)
+{
+    return Answer(
+        [&]
+        {
+            const auto data = BytesOf(bytes, count);
+            RequirePointer(isValid, "the answer");
+            *isValid = FromBinary(data) ? 1 : 0;
+        });
+}
+
+int32_t tarn_cvl_CalibrationParameters_CreateFromBinary(const uint8_t *bytes, size_t count,
+                                                        tarn_cvl_CalibrationParameters *parameters,
+                                                        size_t parametersSize)
+{
+    return Answer(
+        [&]
+        {
+            const auto data = BytesOf(bytes, count);
+            RequireParameters(parameters, parametersSize);
+            *parameters = ValidFromBinary(data);
+        });
+}
+
+int32_t
+tarn_cvl_CalibrationParameters_ToBinaryGetSizeInBytes(const tarn_cvl_CalibrationParameters *parameters,
+                                                      size_t parametersSize, size_t *size)
+{
+    return Answer(
+        [&]
+        {
+            RequireParameters(parameters, parametersSize);
+            RequirePointer(size, "the size");
+            *size = ToBinary(*parameters).size();
+        });
+}
+
+int32_t tarn_cvl_CalibrationParameters_ToBinary(const tarn_cvl_CalibrationParameters *parameters,
+                                                size_t parametersSize, uint8_t *bytes, size_t *size)
+{
+    return Answer(
+        [&]
+        {
+            RequireParameters(parameters, parametersSize);
+            RequirePointer(size, "the size");
+            RequirePointer(bytes, "the bytes");
+            const auto data = ToBinary(*parameters);
+            const auto room = *size;
+            *size = data.size();
+            if (room < data.size())
+            {
+                throw Failure(TARN_CVL_OUT_OF_RANGE, "The room is " + std::to_string(room) +
+                                                         " bytes, expected at least " +
+                                                         std::to_string(data.size()));
+            }
+            std::memcpy(bytes, data.data(), data.size());
+        });
+}
+
+int32_t tarn_cvl_CalibrationParameters_CreateFromFile(const char *path,
+                                                      tarn_cvl_CalibrationParameters *parameters,
+                                                      size_t parametersSize)
+{
+    return Answer(
+        [&]
+        {
+            RequirePointer(path, "the path");
+            RequireParameters(parameters, parametersSize);
+            *parameters = FromFile(path);
+        });
+}
+
+int32_t tarn_cvl_CalibrationParameters_SaveToFile(const char *path,
+                                                  const tarn_cvl_CalibrationParameters *parameters,
+                                                  size_t parametersSize)
+{
+    return Answer(
+        [&]
+        {
+            RequirePointer(path, "the path");
+            RequireParameters(parameters, parametersSize);
+            ToFile(*parameters, path);
+        });
 }

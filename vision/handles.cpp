@@ -37,6 +37,8 @@ std::string Name(Kind kind)
         return "metadata";
     case Kind::Region:
         return "a region";
+    case Kind::Undistortion:
+        return "an undistortion";
     }
     return "nothing";
 }

@@ -10,7 +10,8 @@ enum class Kind
 {
     Image,
     Metadata,
-    Region
+    Region,
+    Undistortion
 };
 
 /// The live handles. A handle is a number that is never given out twice, so that one that has ended is always

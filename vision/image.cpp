@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstdio>
+#include <functional>
 #include <new>
 
 namespace tarn::vision
@@ -104,6 +105,14 @@ std::shared_ptr<Image> MakeZeroedImage(uint32_t pixelFormat, tarn_cvl_Size size)
     }
     image->data = image->memory.get();
     return image;
+}
+
+bool ShareMemory(const Image &one, const Image &other)
+{
+    const std::less_equal<> isUpTo;
+    const auto *oneEnd = one.data + PixelBytes(one.format, one.width, one.height);
+    const auto *otherEnd = other.data + PixelBytes(other.format, other.width, other.height);
+    return !isUpTo(oneEnd, other.data) && !isUpTo(otherEnd, one.data);
 }
 
 tarn_cvl_ImageInfo InfoOf(const Image &image)

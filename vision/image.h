@@ -57,6 +57,9 @@ std::shared_ptr<Image> MakeImage(const tarn_cvl_ImageInfo &info);
 /// @throws Failure for a bad format, or for more than maximumOwnSize
 std::shared_ptr<Image> MakeZeroedImage(uint32_t pixelFormat, tarn_cvl_Size size);
 
+/// Whether pixels of the two lie in the same bytes.
+bool ShareMemory(const Image &one, const Image &other);
+
 tarn_cvl_ImageInfo InfoOf(const Image &image);
 
 } // namespace tarn::vision

@@ -22,6 +22,7 @@ int32_t NotOffered(const char *name) noexcept
 extern "C"
 {
 #define CVL_CALLED(name)
+#define CVL_OFFERED(name)
 #define CVL_OTHER(name)                                                                                      \
     int32_t tarn_cvl_##name(void)                                                                            \
     {                                                                                                        \

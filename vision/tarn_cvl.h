@@ -80,12 +80,27 @@ extern "C"
         double samples[3];
     } tarn_cvl_Colour;
 
-    /** Lens calibration: the first TARN_CVL_CAMERA_SIZE bytes describe the camera. 176 bytes. */
+    /**
+     * Lens calibration: the first TARN_CVL_CAMERA_SIZE bytes describe the camera. 176 bytes.
+     *
+     * A point that the lens without distortion would show at focalLengthX * x + principalPointX and
+     * focalLengthY * y + principalPointY is shown, with r2 = x * x + y * y, at the same for x' and y':
+     *
+     *     radial = (1 + k1 * r2 + k2 * r2^2 + k3 * r2^3) / (1 + k4 * r2 + k5 * r2^2 + k6 * r2^3)
+     *     x' = x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x)
+     *     y' = y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y
+     *
+     * Whole numbers are the middles of pixels.
+     *
+     * `opaque` begins with eight 32-bit floats in the machine's byte order, which are those of OpenCV's
+     * distCoeffs in their order: offset 8 k1, 12 k2, 16 p1, 20 p2, 24 k3, 28 k4, 32 k5, 36 k6. The bytes from
+     * offset 40 on and those of `opaqueBehind` are 0, and nothing reads them.
+     */
     typedef struct tarn_cvl_CalibrationParameters
     {
         uint32_t width;           /**< pixels of the calibrated image */
         uint32_t height;          /**< lines of the calibrated image */
-        uint8_t opaque[120];      /**< this library's own */
+        uint8_t opaque[120];      /**< the lens distortion, as above */
         float focalLengthX;       /**< pixels */
         float focalLengthY;       /**< pixels */
         float principalPointX;    /**< pixels */
@@ -196,35 +211,128 @@ extern "C"
                                        void **region);
 
     /**
-     * Makes a rectifier for images of the geometry that the metadata tells ("ROIX", "ROIY", "ROIWidth",
-     * "ROIHeight", "BinningHorizontal", "BinningVertical").
+     * Makes a rectifier for images of the geometry that the metadata tells, in numbers without a fraction:
+     *
+     * - "BinningHorizontal" and "BinningVertical": how many pixels of the calibrated image make one pixel, 1
+     *   when not there. This scales focal length and principal point.
+     * - "ROIX" and "ROIY": the image's first pixel, counted after binning, 0 when not there. This moves the
+     *   principal point.
+     * - "ROIWidth" and "ROIHeight": the image's size, when not there that of the calibrated image after
+     *   binning.
+     *
      * @param cameraSize TARN_CVL_CAMERA_SIZE
-     * @param adjusted out: TARN_CVL_CAMERA_SIZE bytes, the camera as it sees undistorted images
+     * @param adjusted out: TARN_CVL_CAMERA_SIZE bytes, the camera as it sees undistorted images: with their
+     * size and without distortion
+     * @return TARN_CVL_MISMATCH for metadata that are no such number, TARN_CVL_OUT_OF_RANGE for a camera or a
+     * geometry that cannot be; an image has up to 32766 x 32766 pixels
      */
     int32_t
     tarn_cvl_Transform_Undistortion_CreateWithImageMetadata(void **undistortion, void *metadata,
                                                             const tarn_cvl_CalibrationParameters *camera,
                                                             size_t cameraSize, void *adjusted);
-    /** Sets how values between pixels are made: 0 for intensity images, 1 for depth images. */
+    /** The same for whole images without binning. */
+    int32_t tarn_cvl_Transform_Undistortion_Create(void **undistortion,
+                                                   const tarn_cvl_CalibrationParameters *camera,
+                                                   size_t cameraSize, void *adjusted);
+    /** Adds an owner to a rectifier. */
+    int32_t tarn_cvl_Transform_Undistortion_IncreaseUseCount(void *undistortion);
+    /**
+     * Sets how values between pixels are made: 0, as at first, for intensity images, from the four pixels
+     * around (bilinear); 1 for depth images, as the nearest pixel has it, so that no depth is made up between
+     * an object and what is behind it.
+     * @return TARN_CVL_OUT_OF_RANGE for another number
+     */
     int32_t tarn_cvl_Transform_Undistortion_SetInterpolation(void *undistortion, int32_t interpolation);
-    /** Undistorts an image into another of the same format and size. */
+    int32_t tarn_cvl_Transform_Undistortion_GetInterpolation(void *undistortion, int32_t *interpolation);
+    /**
+     * Undistorts an image into another of the same format and size, whose pixels are 0 where the image does
+     * not reach.
+     *
+     * A region of the source limits it to these pixels: all others count as 0. The target's region becomes
+     * the pixels whose nearest pixel of the source exists and is of the source's region; with interpolation 0
+     * and a source without a region, the target has none either.
+     *
+     * The first image of each interpolation takes longer, since the rectifier then makes its map.
+     * @return TARN_CVL_NOT_SUPPORTED for formats other than Mono8, Mono10, Mono12, Mono16, Mono32f, RGB8,
+     * BGR8, Coord3D_C8, Coord3D_C16, Coord3D_C32f, Confidence8 and Confidence16; TARN_CVL_MISMATCH when the
+     * target has another format or size, or the source another size than the geometry; TARN_CVL_NOT_POSSIBLE
+     * when the two share memory
+     */
     int32_t tarn_cvl_Transform_Undistortion_Process(void *undistortion, void *source, void *target);
+    /** Takes an owner from a rectifier, and frees it with the last one. */
     int32_t tarn_cvl_Transform_Undistortion_Destroy(void *undistortion);
     /**
-     * Makes three coordinates for each pixel of an undistorted depth image.
+     * Makes three coordinates for each pixel of an undistorted depth image, in the unit of the depth Z:
+     * X = (x - principalPointX) * Z / focalLengthX, Y = (y - principalPointY) * Z / focalLengthY, and Z. They
+     * are not-a-number, all three, for pixels outside of a region of the depth image.
      * @param target of format Coord3D_ABC32f
+     * @param camera of the size of the image; a distortion is passed over
      * @param cameraSize TARN_CVL_CAMERA_SIZE
+     * @param source of format Coord3D_C32f
+     * @return TARN_CVL_MISMATCH for other formats and sizes, TARN_CVL_OUT_OF_RANGE for a camera that cannot
+     * be, TARN_CVL_NOT_POSSIBLE when the images share memory
      */
     int32_t tarn_cvl_Transform_DepthMap_To_XYZImage(void *target,
                                                     const tarn_cvl_CalibrationParameters *camera,
                                                     size_t cameraSize, void *source);
 
-    /** Tells whether the bytes carry lens calibration data. */
+    /*
+     * Lens calibration data as bytes, the same on every machine. All numbers are of 32 bits and
+     * little-endian, floats by IEEE 754:
+     *
+     *     offset 0   the letters TCAL
+     *     offset 4   version of this form, 1
+     *     offset 8   number of all bytes, 72
+     *     offset 12  width, height
+     *     offset 20  focal length x, y, principal point x, y
+     *     offset 36  k1 k2 p1 p2 k3 k4 k5 k6
+     *     offset 68  CRC-32 of all bytes before, as of zip files
+     *
+     * Data are valid when they are of this form, nothing follows, all numbers are finite, and size and focal
+     * lengths are greater than 0.
+     */
+
+    /** Tells whether the bytes carry lens calibration data: 1 or 0. The pointer may be null for no bytes. */
     int32_t tarn_cvl_ValidateBinary(const uint8_t *bytes, size_t count, uint8_t *isValid);
-    /** Reads lens calibration data. `parametersSize` is TARN_CVL_CALIBRATION_SIZE. */
+    /**
+     * Reads lens calibration data.
+     * @param parametersSize TARN_CVL_CALIBRATION_SIZE
+     * @return TARN_CVL_CORRUPTED for bytes that are not valid
+     */
     int32_t tarn_cvl_CalibrationParameters_CreateFromBinary(const uint8_t *bytes, size_t count,
                                                             tarn_cvl_CalibrationParameters *parameters,
                                                             size_t parametersSize);
+    /** Gives the number of bytes that tarn_cvl_CalibrationParameters_ToBinary writes. */
+    int32_t
+    tarn_cvl_CalibrationParameters_ToBinaryGetSizeInBytes(const tarn_cvl_CalibrationParameters *parameters,
+                                                          size_t parametersSize, size_t *size);
+    /**
+     * Writes lens calibration data.
+     * @param parametersSize TARN_CVL_CALIBRATION_SIZE
+     * @param size in: room of `bytes`; out: bytes written, or needed when the room is too small
+     * (TARN_CVL_OUT_OF_RANGE)
+     * @return TARN_CVL_OUT_OF_RANGE for parameters that would not be valid
+     */
+    int32_t tarn_cvl_CalibrationParameters_ToBinary(const tarn_cvl_CalibrationParameters *parameters,
+                                                    size_t parametersSize, uint8_t *bytes, size_t *size);
+    /**
+     * Reads a file of lens calibration data.
+     * @param parametersSize TARN_CVL_CALIBRATION_SIZE
+     * @return TARN_CVL_TARGET_NOT_FOUND when there is no such file, TARN_CVL_IO when it cannot be read,
+     * TARN_CVL_CORRUPTED when its bytes are not valid
+     */
+    int32_t tarn_cvl_CalibrationParameters_CreateFromFile(const char *path,
+                                                          tarn_cvl_CalibrationParameters *parameters,
+                                                          size_t parametersSize);
+    /**
+     * Writes a file of lens calibration data, in place of one that is there.
+     * @param parametersSize TARN_CVL_CALIBRATION_SIZE
+     * @return TARN_CVL_OUT_OF_RANGE for parameters that would not be valid, TARN_CVL_IO when the file cannot
+     * be written; what was there may be lost then
+     */
+    int32_t tarn_cvl_CalibrationParameters_SaveToFile(const char *path,
+                                                      const tarn_cvl_CalibrationParameters *parameters,
+                                                      size_t parametersSize);
 
 #ifdef __cplusplus
 }

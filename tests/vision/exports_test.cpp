@@ -14,6 +14,7 @@ namespace
 
 const std::vector<std::string> others{
 #define CVL_CALLED(name)
+#define CVL_OFFERED(name)
 #define CVL_OTHER(name) #name,
 #include "vision/functions.inc"
 #undef CVL_CALLED
@@ -67,36 +68,11 @@ TEST_F(VisionExports, AreJustTheFunctionsOfTheList)
 
 TEST_F(VisionExports, SayWhichFunctionIsNotOffered)
 {
-    ASSERT_EQ(others.size(), 266U);
+    ASSERT_EQ(others.size(), 259U);
     for (const auto &name : others)
     {
         EXPECT_EQ(AnswerOf(vision.CallOther(name)), NotOffered(name));
     }
-}
-
-TEST_F(VisionExports, DoNotOfferUndistortionCoordinatesAndCalibrationData)
-{
-    tarn_cvl_CalibrationParameters parameters{};
-    void *handle = nullptr;
-    uint8_t isValid = 1;
-    const uint8_t byte = 0;
-    EXPECT_EQ(AnswerOf(vision.Transform_Undistortion_CreateWithImageMetadata(
-                  &handle, nullptr, &parameters, TARN_CVL_CAMERA_SIZE, &parameters)),
-              NotOffered("Transform_Undistortion_CreateWithImageMetadata"));
-    EXPECT_EQ(handle, nullptr);
-    EXPECT_EQ(AnswerOf(vision.Transform_Undistortion_SetInterpolation(nullptr, 0)),
-              NotOffered("Transform_Undistortion_SetInterpolation"));
-    EXPECT_EQ(AnswerOf(vision.Transform_Undistortion_Process(nullptr, nullptr, nullptr)),
-              NotOffered("Transform_Undistortion_Process"));
-    EXPECT_EQ(AnswerOf(vision.Transform_Undistortion_Destroy(nullptr)),
-              NotOffered("Transform_Undistortion_Destroy"));
-    EXPECT_EQ(
-        AnswerOf(vision.Transform_DepthMap_To_XYZImage(nullptr, &parameters, TARN_CVL_CAMERA_SIZE, nullptr)),
-        NotOffered("Transform_DepthMap_To_XYZImage"));
-    EXPECT_EQ(AnswerOf(vision.ValidateBinary(&byte, 1, &isValid)), NotOffered("ValidateBinary"));
-    EXPECT_EQ(
-        AnswerOf(vision.CalibrationParameters_CreateFromBinary(&byte, 1, &parameters, sizeof parameters)),
-        NotOffered("CalibrationParameters_CreateFromBinary"));
 }
 
 TEST_F(VisionExports, TakeOneExitTooManyForNoFailure)

@@ -46,6 +46,7 @@ public:
     }
 
 #define CVL_CALLED(name) decltype(&::tarn_cvl_##name) name = Load<decltype(name)>("tarn_cvl_" #name);
+#define CVL_OFFERED(name) CVL_CALLED(name)
 #define CVL_OTHER(name)
 #include "vision/functions.inc"
 #undef CVL_CALLED

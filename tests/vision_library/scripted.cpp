@@ -144,6 +144,14 @@ extern "C"
     {                                                                                                        \
         return Call(#name, [](Script &) { return TARN_CVL_NOT_SUPPORTED; });                                 \
     }
+// Declared with parameters, which differ from function to function: defined under another name for the same
+// symbol.
+#define CVL_OFFERED(name)                                                                                    \
+    int32_t scripted_##name() __asm__("tarn_cvl_" #name);                                                    \
+    int32_t scripted_##name()                                                                                \
+    {                                                                                                        \
+        return Call(#name, [](Script &) { return TARN_CVL_NOT_SUPPORTED; });                                 \
+    }
 #include <functions.inc>
 #undef CVL_CALLED
 #undef CVL_OTHER

@@ -1,0 +1,101 @@
+#include "vision/coordinates.h"
+
+#include "vision/coordinates_kernel.h"
+#include "vision/error.h"
+#include "vision/samples.h"
+
+#include <limits>
+
+namespace tarn::vision
+{
+
+using enum common::PixelFormat;
+
+namespace
+{
+
+constexpr uint32_t coordinatesOfPixel = 3;
+
+void RequireFormat(const Image &image, const std::string &name, PixelFormat format)
+{
+    if (image.format != format)
+    {
+        throw Failure(TARN_CVL_MISMATCH, "The " + name + " is of " + common::PixelFormatName(image.format) +
+                                             ", expected " + common::PixelFormatName(format));
+    }
+}
+
+void RequireSize(const std::string &name, uint32_t width, uint32_t height, const Image &depth)
+{
+    if (width != depth.width || height != depth.height)
+    {
+        throw Failure(TARN_CVL_MISMATCH, "The " + name + " has " + std::to_string(width) + " x " +
+                                             std::to_string(height) + " pixels, expected " +
+                                             std::to_string(depth.width) + " x " +
+                                             std::to_string(depth.height));
+    }
+}
+
+void Invalidate(Image &target, uint64_t begin, uint64_t end)
+{
+    for (auto i = begin * coordinatesOfPixel; i < end * coordinatesOfPixel; ++i)
+    {
+        Store(target.data, i, std::numeric_limits<float>::quiet_NaN());
+    }
+}
+
+/// Makes not-a-number of all that lies between the runs.
+void InvalidateOutside(Image &target, const Region &region)
+{
+    uint64_t done = 0;
+    for (const auto &run : region.runs)
+    {
+        const auto end = std::min(run.end, target.width);
+        if (run.line >= target.height || run.begin >= end)
+        {
+            continue;
+        }
+        const auto line = uint64_t{run.line} * target.width;
+        Invalidate(target, done, line + run.begin);
+        done = line + end;
+    }
+    Invalidate(target, done, target.PixelCount());
+}
+
+} // namespace
+
+void MakeCoordinates(const Image &depth, const tarn_cvl_CalibrationParameters &camera, Image &target)
+{
+    RequireFormat(depth, "depth image", Coord3D_C32f);
+    RequireFormat(target, "target", Coord3D_ABC32f);
+    RequireSize("target", target.width, target.height, depth);
+    RequireSize("camera", camera.width, camera.height, depth);
+    if (depth.PixelCount() == 0)
+    {
+        return;
+    }
+    if (ShareMemory(depth, target))
+    {
+        throw Failure(TARN_CVL_NOT_POSSIBLE,
+                      "The target shares memory with the depth image; expected memory of its own");
+    }
+    std::vector<float> offsetsX(depth.width);
+    for (uint32_t x = 0; x < depth.width; ++x)
+    {
+        offsetsX[x] = static_cast<float>(x) - camera.principalPointX;
+    }
+    for (uint32_t y = 0; y < depth.height; ++y)
+    {
+        const LineGeometry line{offsetsX.data(), camera.focalLengthX,
+                                static_cast<float>(y) - camera.principalPointY, camera.focalLengthY};
+        const auto first = uint64_t{y} * depth.width;
+        CoordinatesOfLine(line, depth.data + first * sizeof(float), depth.width,
+                          target.data + first * coordinatesOfPixel * sizeof(float));
+    }
+    if (depth.region)
+    {
+        InvalidateOutside(target, *depth.region);
+    }
+}
+
+} // namespace tarn::vision

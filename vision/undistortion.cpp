@@ -1,0 +1,321 @@
+#include "vision/undistortion.h"
+
+#include "vision/error.h"
+#include "vision/samples.h"
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+namespace tarn::vision
+{
+
+using enum common::PixelFormat;
+
+namespace
+{
+
+constexpr std::array formats{Mono8, Mono10,     Mono12,      Mono16,       Mono32f,     RGB8,
+                             BGR8,  Coord3D_C8, Coord3D_C16, Coord3D_C32f, Confidence8, Confidence16};
+
+/// A number among the metadata, kept within its ends.
+std::optional<uint32_t> NumberOf(const Metadata &metadata, const std::string &key, uint32_t least)
+{
+    const auto entry = metadata.values.find(key);
+    if (entry == metadata.values.end())
+    {
+        return std::nullopt;
+    }
+    uint64_t number = 0;
+    if (const auto *whole = std::get_if<uint64_t>(&entry->second))
+    {
+        number = *whole;
+    }
+    else if (const auto *integer = std::get_if<int64_t>(&entry->second))
+    {
+        // A negative one becomes larger than any that is allowed.
+        number = static_cast<uint64_t>(*integer);
+    }
+    else
+    {
+        throw Failure(TARN_CVL_MISMATCH,
+                      "The metadata " + key + " are of another type, expected a number without a fraction");
+    }
+    if (number < least || number > mostPixels)
+    {
+        throw Failure(TARN_CVL_OUT_OF_RANGE, "The metadata " + key + " are out of range, expected from " +
+                                                 std::to_string(least) + " to " + std::to_string(mostPixels));
+    }
+    return static_cast<uint32_t>(number);
+}
+
+/// The camera as it sees images of the geometry.
+tarn_cvl_CalibrationParameters Adjusted(tarn_cvl_CalibrationParameters camera, const Geometry &geometry)
+{
+    // The middle of the first pixel after binning lies between those of the pixels that make it.
+    const auto point = [](float calibrated, uint32_t binning, uint32_t first)
+    {
+        constexpr double half = 0.5;
+        return static_cast<float>((calibrated - (binning - 1) * half) / binning - first);
+    };
+    camera.principalPointX = point(camera.principalPointX, geometry.binningX, geometry.x);
+    camera.principalPointY = point(camera.principalPointY, geometry.binningY, geometry.y);
+    camera.focalLengthX /= static_cast<float>(geometry.binningX);
+    camera.focalLengthY /= static_cast<float>(geometry.binningY);
+    camera.width = geometry.width.value_or(camera.width / geometry.binningX);
+    camera.height = geometry.height.value_or(camera.height / geometry.binningY);
+    if (camera.width == 0 || camera.width > mostPixels || camera.height == 0 || camera.height > mostPixels)
+    {
+        throw Failure(TARN_CVL_OUT_OF_RANGE,
+                      "Images have " + std::to_string(camera.width) + " x " + std::to_string(camera.height) +
+                          " pixels, expected from 1 x 1 to " + std::to_string(mostPixels) + " x " +
+                          std::to_string(mostPixels));
+    }
+    return camera;
+}
+
+/// Calls `use` with line, begin and end of the runs, as far as they are in an image of this size.
+template <typename Use>
+void ForEachRunWithin(const Region &region, uint32_t width, uint32_t height, Use use)
+{
+    for (const auto &run : region.runs)
+    {
+        const auto end = std::min(run.end, width);
+        if (run.line < height && run.begin < end)
+        {
+            const auto line = uint64_t{run.line} * width;
+            use(line + run.begin, line + end);
+        }
+    }
+}
+
+/// The pixels of the image's region, all others 0.
+std::vector<uint8_t> Masked(const Image &image, uint32_t pixelBytes)
+{
+    std::vector<uint8_t> pixels(image.PixelCount() * pixelBytes);
+    ForEachRunWithin(*image.region, image.width, image.height,
+                     [&](uint64_t begin, uint64_t end)
+                     {
+                         std::memcpy(pixels.data() + begin * pixelBytes, image.data + begin * pixelBytes,
+                                     (end - begin) * pixelBytes);
+                     });
+    return pixels;
+}
+
+template <uint32_t pixelBytes>
+void TakeNearest(const NearestMap &map, const uint8_t *source, Image &target)
+{
+    uint64_t done = 0;
+    const auto clearUpTo = [&](uint64_t begin)
+    { std::memset(target.data + done * pixelBytes, 0, (begin - done) * pixelBytes); };
+    ForEachRunWithin(map.inside, target.width, target.height,
+                     [&](uint64_t begin, uint64_t end)
+                     {
+                         clearUpTo(begin);
+                         for (auto pixel = begin; pixel < end; ++pixel)
+                         {
+                             std::memcpy(target.data + pixel * pixelBytes,
+                                         source + uint64_t{map.sources[pixel]} * pixelBytes, pixelBytes);
+                         }
+                         done = end;
+                     });
+    clearUpTo(target.PixelCount());
+}
+
+void TakeNearest(const NearestMap &map, const uint8_t *source, Image &target, uint32_t pixelBytes)
+{
+    switch (pixelBytes)
+    {
+    case 1:
+        TakeNearest<1>(map, source, target);
+        break;
+    case 2:
+        TakeNearest<2>(map, source, target);
+        break;
+    case 3:
+        TakeNearest<3>(map, source, target);
+        break;
+    default:
+        TakeNearest<4>(map, source, target);
+        break;
+    }
+}
+
+void TakeBilinear(const BilinearMap &map, const uint8_t *source, Image &target, const Samples &samples)
+{
+    const int depth = samples.type == SampleType::Unsigned8    ? CV_8U
+                      : samples.type == SampleType::Unsigned16 ? CV_16U
+                                                               : CV_32F;
+    const int type = CV_MAKETYPE(depth, static_cast<int>(samples.count));
+    const int width = static_cast<int>(target.width);
+    const int height = static_cast<int>(target.height);
+    // Nothing writes into what is read.
+    const cv::Mat from(height, width, type, const_cast<uint8_t *>(source));
+    const cv::Mat positions(height, width, CV_16SC2, const_cast<int16_t *>(map.positions.data()));
+    const cv::Mat fractions(height, width, CV_16UC1, const_cast<uint16_t *>(map.fractions.data()));
+    cv::Mat to(height, width, type, target.data);
+    cv::remap(from, to, positions, fractions, cv::INTER_LINEAR, cv::BORDER_CONSTANT, cv::Scalar());
+    CV_Assert(to.data == target.data);
+}
+
+uint32_t BytesOf(SampleType type)
+{
+    switch (type)
+    {
+    case SampleType::Unsigned8:
+        return 1;
+    case SampleType::Unsigned16:
+        return 2;
+    case SampleType::Float32:
+        break;
+    }
+    return 4;
+}
+
+std::string SizeText(uint32_t width, uint32_t height)
+{
+    return std::to_string(width) + " x " + std::to_string(height) + " pixels";
+}
+
+} // namespace
+
+Geometry GeometryOf(const Metadata &metadata)
+{
+    Geometry geometry;
+    geometry.binningX = NumberOf(metadata, "BinningHorizontal", 1).value_or(geometry.binningX);
+    geometry.binningY = NumberOf(metadata, "BinningVertical", 1).value_or(geometry.binningY);
+    geometry.x = NumberOf(metadata, "ROIX", 0).value_or(geometry.x);
+    geometry.y = NumberOf(metadata, "ROIY", 0).value_or(geometry.y);
+    geometry.width = NumberOf(metadata, "ROIWidth", 1);
+    geometry.height = NumberOf(metadata, "ROIHeight", 1);
+    return geometry;
+}
+
+void Undistortion::SetInterpolation(int32_t code)
+{
+    if (code != static_cast<int32_t>(Interpolation::Bilinear) &&
+        code != static_cast<int32_t>(Interpolation::Nearest))
+    {
+        throw Failure(TARN_CVL_OUT_OF_RANGE,
+                      "The interpolation is " + std::to_string(code) + ", expected 0 or 1");
+    }
+    m_interpolation = static_cast<Interpolation>(code);
+}
+
+void Undistortion::RequireImages(const Image &source, const Image &target) const
+{
+    if (std::ranges::find(formats, source.format) == formats.end())
+    {
+        throw Failure(TARN_CVL_NOT_SUPPORTED,
+                      "The undistortion of " + common::PixelFormatName(source.format) + " is not offered");
+    }
+    if (source.width != m_camera.width || source.height != m_camera.height)
+    {
+        throw Failure(TARN_CVL_MISMATCH, "The image has " + SizeText(source.width, source.height) +
+                                             ", expected " + SizeText(m_camera.width, m_camera.height));
+    }
+    if (target.format != source.format)
+    {
+        throw Failure(TARN_CVL_MISMATCH, "The target is of " + common::PixelFormatName(target.format) +
+                                             ", expected " + common::PixelFormatName(source.format));
+    }
+    if (target.width != source.width || target.height != source.height)
+    {
+        throw Failure(TARN_CVL_MISMATCH, "The target has " + SizeText(target.width, target.height) +
+                                             ", expected " + SizeText(source.width, source.height));
+    }
+    if (ShareMemory(source, target))
+    {
+        throw Failure(TARN_CVL_NOT_POSSIBLE,
+                      "The target shares memory with the image; expected memory of its own");
+    }
+}
+
+const NearestMap &Undistortion::Nearest()
+{
+    return m_nearest ? *m_nearest : m_nearest.emplace(MakeNearestMap(m_camera));
+}
+
+const BilinearMap &Undistortion::Bilinear()
+{
+    return m_bilinear ? *m_bilinear : m_bilinear.emplace(MakeBilinearMap(m_camera));
+}
+
+Region Undistortion::RegionOf(const Image &source)
+{
+    const auto &map = Nearest();
+    if (!source.region)
+    {
+        return map.inside;
+    }
+    std::vector<uint8_t> isIn(source.PixelCount());
+    ForEachRunWithin(*source.region, source.width, source.height,
+                     [&](uint64_t begin, uint64_t end) { std::memset(isIn.data() + begin, 1, end - begin); });
+    Region region;
+    for (const auto &run : map.inside.runs)
+    {
+        const auto *sources = map.sources.data() + uint64_t{run.line} * source.width;
+        bool wasIn = false;
+        for (auto column = run.begin; column < run.end; ++column)
+        {
+            const bool is = isIn[sources[column]] != 0;
+            if (is && !wasIn)
+            {
+                region.runs.push_back({run.line, column, run.end});
+            }
+            else if (!is && wasIn)
+            {
+                region.runs.back().end = column;
+            }
+            wasIn = is;
+        }
+    }
+    return region;
+}
+
+void Undistortion::Process(const Image &source, Image &target)
+{
+    RequireImages(source, target);
+    const auto samples = *SamplesOf(source.format);
+    const auto pixelBytes = BytesOf(samples.type) * samples.count;
+    std::vector<uint8_t> masked;
+    const uint8_t *pixels = source.data;
+    if (source.region)
+    {
+        masked = Masked(source, pixelBytes);
+        pixels = masked.data();
+    }
+    std::optional<Region> region;
+    if (source.region || m_interpolation == Interpolation::Nearest)
+    {
+        region = RegionOf(source);
+    }
+    if (m_interpolation == Interpolation::Nearest)
+    {
+        TakeNearest(Nearest(), pixels, target, pixelBytes);
+    }
+    else
+    {
+        TakeBilinear(Bilinear(), pixels, target, samples);
+    }
+    target.region = std::move(region);
+}
+
+std::shared_ptr<Undistortion> MakeUndistortion(const Geometry &geometry,
+                                               const tarn_cvl_CalibrationParameters *camera,
+                                               size_t cameraSize, void *adjusted)
+{
+    const auto known = CameraOf(camera, cameraSize);
+    RequirePointer(adjusted, "the adjusted camera");
+    const auto distorted = Adjusted(known, geometry);
+    auto undistortion = std::make_shared<Undistortion>(distorted);
+    auto undistorted = distorted;
+    SetDistortion(undistorted, {});
+    std::memcpy(adjusted, &undistorted, TARN_CVL_CAMERA_SIZE);
+    return undistortion;
+}
+
+} // namespace tarn::vision
