@@ -73,7 +73,7 @@ int64_t DecodeSigned(const void *buffer, size_t size, Endianess endianess)
 void StoreLeadingBytes(uint64_t value, void *buffer, size_t size, Endianess endianess)
 {
     const auto bytes = BytesOf(value, endianess);
-    std::memcpy(buffer, bytes.data(), std::min(size, bytes.size()));
+    std::copy_n(bytes.begin(), std::min(size, bytes.size()), static_cast<uint8_t *>(buffer));
 }
 
 } // namespace GenTL::internal::nodemap
