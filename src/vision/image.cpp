@@ -87,8 +87,20 @@ UndistortedImage::UndistortedImage(const Image &undistorted, const CameraParamet
 XYZImage::XYZImage(const UndistortedImage &depth)
     : Image(common::PixelFormat::Coord3D_ABC32f, depth.GetSize()), m_camera(depth.GetCamera())
 {
+    Fill(depth);
+}
+
+XYZImage::XYZImage(const UndistortedImage &depth, common::PixelFormat format, common::Size size, void *memory,
+                   uint64_t byteSize)
+    : Image(format, size, memory, byteSize), m_camera(depth.GetCamera())
+{
+    Fill(depth);
+}
+
+void XYZImage::Fill(const Image &depth)
+{
     Call(dynamic::Transform_DepthMap_To_XYZImage, Backend::HandleOf<Image>(*this),
-         AsLibraryParameters(m_camera), sizeof m_camera, Backend::HandleOf<Image>(depth));
+         AsLibraryParameters(m_camera), sizeof m_camera, Backend::HandleOf(depth));
 }
 
 } // namespace tarn::cvl

@@ -81,10 +81,17 @@ class XYZImage : public Image
 {
 public:
     explicit XYZImage(const UndistortedImage &depth);
+    /// Over existing memory, which stays the caller's and must outlive the image. The library decides whether
+    /// the format will do.
+    /// @param byteSize of the memory
+    XYZImage(const UndistortedImage &depth, common::PixelFormat format, common::Size size, void *memory,
+             uint64_t byteSize);
 
     const CameraParameters &GetCamera() const { return m_camera; }
 
 private:
+    void Fill(const Image &depth);
+
     CameraParameters m_camera;
 };
 

@@ -23,10 +23,15 @@ void Undistortion::SetInterpolation(int32_t code)
 UndistortedImage Undistortion::Undistort(const Image &source) const
 {
     Image target(source.GetPixelFormat(), source.GetSize());
-    Call(dynamic::Transform_Undistortion_Process, GetHandle(), Backend::HandleOf(source),
-         Backend::HandleOf(target));
+    Undistort(source, target);
     target.Refresh();
     return {target, m_camera};
+}
+
+void Undistortion::Undistort(const Image &source, const Image &target) const
+{
+    Call(dynamic::Transform_Undistortion_Process, GetHandle(), Backend::HandleOf(source),
+         Backend::HandleOf(target));
 }
 
 } // namespace tarn::cvl

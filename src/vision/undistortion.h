@@ -26,6 +26,8 @@ public:
     void SetInterpolation(int32_t code);
 
     UndistortedImage Undistort(const Image &source) const;
+    /// Into an image of the same format and size.
+    void Undistort(const Image &source, const Image &target) const;
 
     /// The camera as it sees undistorted images.
     const CameraParameters &GetCamera() const { return m_camera; }
