@@ -1,9 +1,11 @@
 #include "processing/processor.h"
 
+#include "processing/coord_task.h"
 #include "processing/passthrough_task.h"
 #include "processing/unpacker_task.h"
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
+#include "utils/map_at.h"
 
 #include <algorithm>
 #include <utility>
@@ -18,8 +20,13 @@ Processor::Processor()
 {
     m_tasks.push_back(std::make_unique<PassthroughTask>());
     m_tasks.push_back(std::make_unique<UnpackerTask>());
+    auto coordTask = std::make_unique<CoordTask>();
+    m_coordTask = coordTask.get();
+    m_tasks.push_back(std::move(coordTask));
     m_activeTask = m_tasks.front().get();
 }
+
+Processor::~Processor() = default;
 
 uint64_t Processor::PayloadSize()
 {
@@ -74,15 +81,15 @@ PixelFormat Processor::SetOutputPixelFormat(Component component, PixelFormat for
 {
     CheckNotRunning("Cannot change PixelFormat while acquisition is running!");
     const auto &inputs = GetAvailableInputFormats(component);
+    if (Is3dDevice())
+    {
+        return SetOutputPixelFormat3d(component, format, inputs);
+    }
     for (const auto &task : m_tasks)
     {
         if (const auto input = task->MatchInputFormat(component, format, inputs))
         {
-            task->SetOutputFormat(component, format);
-            m_activeTask = task.get();
-            m_inputFormats.insert_or_assign(component, *input);
-            m_outputFormats.insert_or_assign(component, format);
-            return *input;
+            return Activate(*task, component, *input, format);
         }
     }
     throw GenTLException(
@@ -90,11 +97,94 @@ PixelFormat Processor::SetOutputPixelFormat(Component component, PixelFormat for
         GC_ERR_INVALID_VALUE);
 }
 
+PixelFormat Processor::SetOutputPixelFormat3d(Component component, PixelFormat format,
+                                              const std::vector<PixelFormat> &inputs)
+{
+    const auto fail = [&]
+    {
+        throw GenTLException(fmt::format("Cannot set pixel format {} for component {}!",
+                                         tarn::common::PixelFormatName(format), component),
+                             GC_ERR_ERROR);
+    };
+    const auto input = m_coordTask->MatchInputFormat(component, format, inputs);
+    if (!input)
+    {
+        SPDLOG_ERROR("Unknown component: {}, PixelFormat: {}", component,
+                     tarn::common::PixelFormatName(format));
+        fail();
+    }
+    m_activeTask = m_coordTask;
+    const auto outputs = m_coordTask->AvailableOutputFormats(component, *input);
+    if (outputs.empty())
+    {
+        fail();
+    }
+    // Not refused: what the mode makes of the input takes the place of what it does not make.
+    const bool isMade = std::ranges::find(outputs, format) != outputs.end();
+    return Activate(*m_coordTask, component, *input, isMade ? format : outputs.front());
+}
+
+PixelFormat Processor::Activate(ITask &task, Component component, PixelFormat input, PixelFormat output)
+{
+    task.SetOutputFormat(component, output);
+    m_activeTask = &task;
+    m_inputFormats.insert_or_assign(component, input);
+    m_outputFormats.insert_or_assign(component, output);
+    return input;
+}
+
+Scan3dOutputMode Processor::GetScan3dOutputMode()
+{
+    return m_coordTask->GetMode();
+}
+
+void Processor::SetScan3dOutputMode(Scan3dOutputMode mode)
+{
+    CheckNotRunning("Cannot change Scan3dOutputMode while acquisition is running!");
+    m_coordTask->SetMode(mode);
+    const auto input = utils::MapAt(m_inputFormats, Component::Image3D);
+    const auto outputs = m_coordTask->AvailableOutputFormats(Component::Image3D, input);
+    if (outputs.empty())
+    {
+        const auto text = fmt::format("No output format available for {} with pixel format {}!",
+                                      ToString(mode), tarn::common::PixelFormatName(input));
+        SPDLOG_ERROR(text);
+        throw GenTLException(text, GC_ERR_ERROR);
+    }
+    m_coordTask->SetOutputFormat(Component::Image3D, outputs.front());
+}
+
+std::pair<double, double> Processor::GetScan3dAxisMinMax(Scan3dCoordinate coordinate)
+{
+    return m_coordTask->GetScan3dAxisMinMax(coordinate);
+}
+
+void Processor::SetScan3dInfo(const Scan3dInfo &info)
+{
+    m_coordTask->SetScan3dInfo(info);
+}
+
+void Processor::SetLensCalibrationData(const std::vector<uint8_t> &bytes)
+{
+    m_coordTask->SetCalibration(tarn::cvl::ParseCalibrationParameters(bytes.data(), bytes.size()), {});
+}
+
+void Processor::SetMetadata(const tarn::common::Metadata &metadata)
+{
+    m_coordTask->SetMetadata(metadata);
+}
+
+bool Processor::Is3dDevice() const
+{
+    return m_coordTask->HasScale();
+}
+
 std::vector<PixelFormat> Processor::AvailableOutputPixelFormats(Component component)
 {
     const auto &inputs = GetAvailableInputFormats(component);
+    const std::span tasks(m_tasks);
     std::vector<PixelFormat> outputs;
-    for (const auto &task : m_tasks)
+    for (const auto &task : Is3dDevice() ? tasks.last(1) : tasks.first(tasks.size() - 1))
     {
         for (const auto input : inputs)
         {
@@ -132,9 +222,19 @@ void Processor::SetImageSizeCallback(std::function<Size()> callback)
     m_imageSize = std::move(callback);
 }
 
+void Processor::SetMetadataCallback(std::function<tarn::common::Metadata()> callback)
+{
+    m_metadata = std::move(callback);
+}
+
 void Processor::AcquisitionStarted()
 {
     m_running = true;
+    // The consumer may have changed the region of interest since the last time.
+    if (Is3dDevice() && m_metadata)
+    {
+        SetMetadata(m_metadata());
+    }
 }
 
 void Processor::AcquisitionStopped()

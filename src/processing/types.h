@@ -51,6 +51,13 @@ enum class Scan3dOutputMode : int32_t
     DisparityC_Linescan = 10,
 };
 
+/// The enumerator's name; a value outside of the enumeration as a decimal number.
+std::string ToString(Scan3dOutputMode mode);
+
+/// The mode of this name.
+/// @throws std::out_of_range "unordered_map::at: key not found"
+Scan3dOutputMode Scan3dOutputModeOf(const std::string &name);
+
 /// Description of a frame.
 struct BufferMetadata
 {

@@ -40,6 +40,12 @@ public:
     void SetAvailableInputFormats(Component, const PixelFormat *, size_t) override {}
     PixelFormat OutputPixelFormat(Component) override { return {}; }
     PixelFormat SetOutputPixelFormat(Component, PixelFormat format) override { return format; }
+    Scan3dOutputMode GetScan3dOutputMode() override { return {}; }
+    void SetScan3dOutputMode(Scan3dOutputMode) override {}
+    std::pair<double, double> GetScan3dAxisMinMax(Scan3dCoordinate) override { return {}; }
+    void SetScan3dInfo(const Scan3dInfo &) override {}
+    void SetLensCalibrationData(const std::vector<uint8_t> &) override {}
+    void SetMetadata(const tarn::common::Metadata &) override {}
     std::vector<PixelFormat> AvailableOutputPixelFormats(Component) override { return {}; }
     ProcessingResult Process(const InputData &, std::span<uint8_t>) override { return {}; }
     void SetPayloadSizeCallback(std::function<uint64_t()> callback) override
@@ -54,6 +60,7 @@ public:
             imageSize();
         }
     }
+    void SetMetadataCallback(std::function<tarn::common::Metadata()>) override {}
     void AcquisitionStarted() override {}
     void AcquisitionStopped() override {}
 };

@@ -1,5 +1,7 @@
 #include "processing/types.h"
 
+#include "support/failure.h"
+
 #include <gtest/gtest.h>
 
 namespace GenTL::internal
@@ -20,6 +22,33 @@ TEST(Scan3dCoordinate, PrintsItsLetter)
     EXPECT_EQ(ToString(Scan3dCoordinate::CoordinateA), "Scan3dCoordinateA");
     EXPECT_EQ(ToString(Scan3dCoordinate::CoordinateC), "Scan3dCoordinateC");
     EXPECT_EQ(ToString(static_cast<Scan3dCoordinate>(3)), "Scan3dCoordinate");
+}
+
+TEST(Scan3dOutputModeName, IsTheEntrysAndLeadsBackToIt)
+{
+    EXPECT_EQ(ToString(Scan3dOutputMode::UncalibratedC), "UncalibratedC");
+    EXPECT_EQ(ToString(Scan3dOutputMode::CalibratedABC_Grid), "CalibratedABC_Grid");
+    EXPECT_EQ(ToString(Scan3dOutputMode::CalibratedABC_PointCloud), "CalibratedABC_PointCloud");
+    EXPECT_EQ(ToString(Scan3dOutputMode::CalibratedAC), "CalibratedAC");
+    EXPECT_EQ(ToString(Scan3dOutputMode::CalibratedAC_Linescan), "CalibratedAC_Linescan");
+    EXPECT_EQ(ToString(Scan3dOutputMode::CalibratedC), "CalibratedC");
+    EXPECT_EQ(ToString(Scan3dOutputMode::CalibratedC_Linescan), "CalibratedC_Linescan");
+    EXPECT_EQ(ToString(Scan3dOutputMode::RectifiedC), "RectifiedC");
+    EXPECT_EQ(ToString(Scan3dOutputMode::RectifiedC_Linescan), "RectifiedC_Linescan");
+    EXPECT_EQ(ToString(Scan3dOutputMode::DisparityC), "DisparityC");
+    EXPECT_EQ(ToString(Scan3dOutputMode::DisparityC_Linescan), "DisparityC_Linescan");
+    EXPECT_EQ(ToString(static_cast<Scan3dOutputMode>(11)), "11");
+    for (int32_t value = 0; value < 11; ++value)
+    {
+        const auto mode = static_cast<Scan3dOutputMode>(value);
+        EXPECT_EQ(Scan3dOutputModeOf(ToString(mode)), mode);
+    }
+}
+
+TEST(Scan3dOutputModeName, OutsideOfTheTableIsAKeyThatIsNotFound)
+{
+    EXPECT_EQ(FailureOf([] { Scan3dOutputModeOf("ProjectedC"); }),
+              PlainFailure("unordered_map::at: key not found"));
 }
 
 } // namespace

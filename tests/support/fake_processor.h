@@ -40,6 +40,12 @@ public:
     {
         return format;
     }
+    Scan3dOutputMode GetScan3dOutputMode() override { return {}; }
+    void SetScan3dOutputMode(Scan3dOutputMode) override {}
+    std::pair<double, double> GetScan3dAxisMinMax(Scan3dCoordinate) override { return {}; }
+    void SetScan3dInfo(const Scan3dInfo &) override {}
+    void SetLensCalibrationData(const std::vector<uint8_t> &) override {}
+    void SetMetadata(const tarn::common::Metadata &) override {}
     std::vector<tarn::common::PixelFormat> AvailableOutputPixelFormats(Component) override { return {}; }
     ProcessingResult Process(const InputData &input, std::span<uint8_t> output) override
     {
@@ -58,6 +64,7 @@ public:
     }
     void SetPayloadSizeCallback(std::function<uint64_t()>) override {}
     void SetImageSizeCallback(std::function<tarn::common::Size()>) override {}
+    void SetMetadataCallback(std::function<tarn::common::Metadata()>) override {}
     void AcquisitionStarted() override
     {
         calls->Add("AcquisitionStarted");

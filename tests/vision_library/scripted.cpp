@@ -420,6 +420,8 @@ extern "C"
                         {
                             return TARN_CVL_MISMATCH;
                         }
+                        self.range = *range;
+                        self.thresholded = *found;
                         if (self.exchangesRegions)
                         {
                             Remove(self, self.regions, *region);
@@ -477,10 +479,14 @@ extern "C"
         return Call("Transform_Undistortion_Process",
                     [&](Script &self) -> int32_t
                     {
-                        if (Find(self, self.undistortions, undistortion) == nullptr)
+                        const auto *found = Find(self, self.undistortions, undistortion);
+                        const auto *image = Find(self, self.images, source);
+                        if (found == nullptr || image == nullptr)
                         {
                             return TARN_CVL_NULL_POINTER;
                         }
+                        self.undistorted = *image;
+                        self.undistortedWith = found->interpolation;
                         return Copy(self, source, target, 1);
                     });
     }
@@ -503,6 +509,10 @@ extern "C"
                             return TARN_CVL_MISMATCH;
                         }
                         std::memcpy(self.camera.data(), camera, cameraSize);
+                        if (const auto *image = Find(self, self.images, target))
+                        {
+                            self.xyz = image->info;
+                        }
                         return Copy(self, source, target, 0);
                     });
     }

@@ -87,6 +87,11 @@ struct Script
     uint32_t convertedFormat = 0;
     std::array<double, 3> colour{};
     std::array<uint8_t, TARN_CVL_CAMERA_SIZE> camera{};
+    tarn_cvl_Range range{};
+    Image thresholded;            ///< the image that a threshold was taken of
+    Image undistorted;            ///< the image that was undistorted
+    int32_t undistortedWith = -1; ///< its interpolation
+    tarn_cvl_ImageInfo xyz{};     ///< the image that coordinates were written into
     std::vector<uint8_t> calibration;
     bool wasRecordZero = false; ///< the record that calibration data were to be read into
     bool wasTextZero = false;   ///< the buffer that the last error was to be read into
