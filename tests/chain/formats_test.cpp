@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <ostream>
 #include <set>
 
 namespace chain
@@ -37,6 +38,11 @@ struct TestedCamera
     int offsetX; // into the scene's colours and ramps
     int offsetY;
 };
+
+void PrintTo(const TestedCamera &tested, std::ostream *stream)
+{
+    *stream << tested.model;
+}
 
 constexpr TestedCamera testedCameras[] = {{"OVRA-M5", false, 68, 22, 1200, 900},
                                           {"OVRA-M1", false, 67, 19, 601, 431},
