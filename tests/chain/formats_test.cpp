@@ -275,7 +275,7 @@ TEST_P(FormatsOf, AreUnpackedToTheBit)
                 continue;
             }
             const auto target = FormatByName(format).UnpackedName();
-            SCOPED_TRACE(format + " to " + target);
+            SCOPED_TRACE(testing::Message() << format << " to " << target);
             const EnvironmentVariable only("QVR_SIM_PIXEL_FORMATS", format);
             Camera camera(producer, tested.model);
             UseRegion(camera.Remote(), tested);
@@ -429,7 +429,7 @@ TEST_P(FormatsOf, AreFollowedByTheirChunks)
     {
         const bool isPacked = FormatByName(format).IsPacked();
         const auto target = isPacked ? FormatByName(format).UnpackedName() : format;
-        SCOPED_TRACE(format + " to " + target);
+        SCOPED_TRACE(testing::Message() << format << " to " << target);
         const EnvironmentVariable only("QVR_SIM_PIXEL_FORMATS", format);
         Camera camera(producer, tested.model);
         UseRegion(camera.Remote(), tested);
@@ -476,7 +476,7 @@ TEST_P(FormatsOf, AreFollowedByTheirChunks)
 }
 
 INSTANTIATE_TEST_SUITE_P(Cameras, FormatsOf, testing::ValuesIn(testedCameras),
-                         [](const auto &info) { return std::string(info.param.model).substr(5); });
+                         [](const auto &tested) { return std::string(tested.param.model).substr(5); });
 
 } // namespace
 } // namespace chain
