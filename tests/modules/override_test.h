@@ -47,7 +47,7 @@ struct Layout
     uint64_t length = 4;
     std::string order = "LittleEndian";
     std::string access = "RW";
-    std::string conditions; ///< pIsAvailable and pIsImplemented
+    std::string conditions{}; ///< pIsAvailable and pIsImplemented
 };
 
 inline std::string Register(const std::string &name, uint64_t address, const Layout &layout)

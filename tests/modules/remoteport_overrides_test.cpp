@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -49,10 +50,7 @@ TEST_F(RemotePortOverrides, ReadABlockWithTheFormatInItsPlace)
     device.SetRegister(pixelFormatAddress, 0x01080001);
     device.SetRegister(pixelFormatAddress + 4, 77);
     processor->output[Component::Image2D] = PixelFormat::RGB8;
-    auto expected = BytesOf(uint64_t{480} << 32U | 640);
-    const auto rest = BytesOf(uint64_t{77} << 32U | 0x02180014);
-    expected.insert(expected.end(), rest.begin(), rest.end());
-    EXPECT_EQ(Read(widthAddress, 16), expected);
+    EXPECT_EQ(Read(widthAddress, 16), BytesOf(std::array<uint32_t, 4>{640, 480, 0x02180014, 77}));
     EXPECT_THAT(device.reads, ElementsAre(DeviceRead(widthAddress, 8), DeviceRead(0x10C, 4)));
 }
 
@@ -170,10 +168,8 @@ TEST_F(RemotePortOverrides, ReadTheDeviceAheadOfTheDescriptionAndBehindIt)
     Open();
     FillTheAddressSpace(0x5A);
     const auto text = device.description;
-    Bytes expected(2, 0x5A);
-    expected.insert(expected.end(), text.begin(), text.end());
-    expected.resize(expected.size() + 3, 0x5A);
-    EXPECT_EQ(Read(0xFFFE, text.size() + 5), expected);
+    const auto expected = "ZZ" + text + "ZZZ"; // 'Z' is 0x5A
+    EXPECT_EQ(Read(0xFFFE, text.size() + 5), Bytes(expected.begin(), expected.end()));
     EXPECT_THAT(device.reads, ElementsAre(DeviceRead(0xFFFE, 2), DeviceRead(0x10000 + text.size(), 3)));
     EXPECT_THAT(Read(0xFFFE, 2), ElementsAre(0x5A, 0x5A));
     EXPECT_THAT(Read(0xFFFF, 2), ElementsAre(0x5A, '<'));
