@@ -75,7 +75,8 @@ TEST_P(FramesOf, TenThousandArriveWholeAndInOrder)
     camera.Stop(ACQ_STOP_FLAGS_KILL);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cameras, FramesOf, testing::Values("OVRA-M5", "OVRA-M1"),
+INSTANTIATE_TEST_SUITE_P(Cameras, FramesOf,
+                         testing::Values("OVRA-M5", "OVRA-M1", "OVRA-C5", "OVRA-S2", "OVRA-F1"),
                          [](const auto &info) { return std::string(info.param).substr(5); });
 
 TEST(TwoDevices, StreamAtOnce)
