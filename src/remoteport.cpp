@@ -52,6 +52,12 @@ RemotePort::RemotePort(const std::shared_ptr<IGenTLProxy> &proxy, PORT_HANDLE ha
     LoadDescription();
     m_processor->SetImageSizeCallback([this] { return ImageSize(); });
     m_processor->SetPayloadSizeCallback([this] { return DevicePayloadSize(); });
+    // Ahead of the overrides, for what the device itself tells. A description that cannot be read fails
+    // there.
+    if (!m_parser || m_parser->IsValid())
+    {
+        ReadScan3dInfo();
+    }
     InjectOverrides();
 }
 

@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace GenTL::internal
@@ -70,6 +71,14 @@ private:
     bool WriteComponentSelector(const NodeInfo &node, const void *buffer, size_t *size);
     bool ReadAvailability(const NodeInfo &node, void *buffer, size_t *size);
 
+    void ReadScan3dInfo();
+    void ReadOutputModes();
+    void ReadLensCalibration();
+    bool IsReadable(const NodeInfo &node);
+    std::optional<double> ReadOptionalFloat(const std::string &name);
+    tarn::common::Metadata ReadMetadata();
+    std::pair<uint32_t, uint32_t> ReadFactors(const std::string &prefix);
+
     const nodemap::NodeMapParser &Parser() const;
     tarn::common::Size ImageSize();
     uint64_t DevicePayloadSize();
@@ -83,6 +92,8 @@ private:
     Component m_currentComponent = Component::Image2D;
     /// Register address to the bits of the formats that are available after processing, by component.
     std::unordered_map<uint64_t, std::unordered_map<Component, uint64_t>> m_pixelFormatMasks;
+    /// The modes that the device has, with its values for them.
+    std::vector<std::pair<Scan3dOutputMode, int64_t>> m_outputModes;
 };
 
 /// Where a port's URL says that the description is: local:///name;address;size?query, numbers in base 16.

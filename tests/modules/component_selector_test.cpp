@@ -182,7 +182,8 @@ TEST_F(ComponentSelector, GoOnWithTheNextComponentWhenTheDeviceRefusesOne)
         return write(handle, address, buffer, size);
     };
     Open();
-    EXPECT_THAT(log.Lines(), ElementsAre("error: Could not set ComponentSelector to Range, with exception: "
+    EXPECT_THAT(log.Lines(), ElementsAre("error: Did not find node FileSelector!",
+                                         "error: Could not set ComponentSelector to Range, with exception: "
                                          "locked. Original Selector Value: Intensity"));
     EXPECT_EQ(processor->offered.count(Component::Image3D), 0U);
     EXPECT_EQ(processor->offered.count(Component::Confidence), 1U);
@@ -203,7 +204,8 @@ TEST_F(ComponentSelector, GoOnWithTheNextComponentWhenTheProcessorRefusesOne)
     };
     Open();
     EXPECT_THAT(log.Lines(),
-                ElementsAre("error: Could not set ComponentSelector to Intensity, with exception: "
+                ElementsAre("error: Did not find node FileSelector!",
+                            "error: Could not set ComponentSelector to Intensity, with exception: "
                             "no such format. Original Selector Value: Confidence",
                             "error: Could not set ComponentSelector to Range, with exception: "
                             "no such format. Original Selector Value: Confidence"));
