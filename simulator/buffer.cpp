@@ -35,6 +35,28 @@ const std::string &BufferDescription()
     return description;
 }
 
+/** What parts have each of their own, so that a buffer of several has no answer. */
+bool IsOfOneImage(BUFFER_INFO_CMD command)
+{
+    switch (command)
+    {
+    case BUFFER_INFO_WIDTH:
+    case BUFFER_INFO_HEIGHT:
+    case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
+    case BUFFER_INFO_XOFFSET:
+    case BUFFER_INFO_YOFFSET:
+    case BUFFER_INFO_XPADDING:
+    case BUFFER_INFO_YPADDING:
+    case BUFFER_INFO_IMAGEOFFSET:
+    case BUFFER_INFO_PIXELFORMAT:
+    case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
+    case BUFFER_INFO_PIXEL_ENDIANNESS:
+        return true;
+    default:
+        return false;
+    }
+}
+
 Info PfncNamespace()
 {
     return Info::UInt64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
@@ -100,7 +122,11 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
     }
     const Frame &filled = RequireFrame();
     const FrameSettings &settings = *filled.order.settings;
-    const ImageSettings &image = settings.image;
+    const ImageSettings &image = settings.parts.front().image;
+    if (settings.parts.size() > 1 && IsOfOneImage(command))
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, "The parts of the buffer tell that");
+    }
     switch (command)
     {
     case BUFFER_INFO_TIMESTAMP:
@@ -124,7 +150,7 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
     case BUFFER_INFO_IMAGEPRESENT:
         return Info::Bool(true);
     case BUFFER_INFO_PAYLOADTYPE:
-        return Info::Size(PAYLOAD_TYPE_IMAGE);
+        return Info::Size(settings.parts.size() > 1 ? PAYLOAD_TYPE_MULTI_PART : PAYLOAD_TYPE_IMAGE);
     case BUFFER_INFO_PIXELFORMAT:
         return Info::UInt64(static_cast<uint64_t>(image.format->code));
     case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
@@ -148,15 +174,16 @@ Info Buffer::GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const
     {
         throw Error(GC_ERR_INVALID_INDEX, "The buffer has no part " + std::to_string(index));
     }
-    const ImageSettings &image = frame->order.settings->image;
+    const FramePart &part = frame->order.settings->parts[index];
+    const ImageSettings &image = part.image;
     switch (command)
     {
     case BUFFER_PART_INFO_BASE:
-        return Info::Pointer(m_base);
+        return Info::Pointer(static_cast<uint8_t *>(m_base) + part.offset);
     case BUFFER_PART_INFO_DATA_SIZE:
-        return Info::Size(std::min(image.Bytes(), frame->filled));
+        return Info::Size(std::min(image.Bytes(), frame->filled - std::min(part.offset, frame->filled)));
     case BUFFER_PART_INFO_DATA_TYPE:
-        return Info::Size(PART_DATATYPE_2D_IMAGE);
+        return Info::Size(part.Type());
     case BUFFER_PART_INFO_DATA_FORMAT:
         return Info::UInt64(static_cast<uint64_t>(image.format->code));
     case BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE:

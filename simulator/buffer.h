@@ -43,7 +43,10 @@ public:
 
     /** What a frame gave is GC_ERR_NOT_AVAILABLE without one. */
     Info GetInfo(BUFFER_INFO_CMD command) const;
-    uint32_t NumParts() const { return frame ? 1 : 0; }
+    uint32_t NumParts() const
+    {
+        return frame ? static_cast<uint32_t>(frame->order.settings->parts.size()) : 0;
+    }
     /** GC_ERR_INVALID_INDEX: no such part. */
     Info GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const;
     /** The buffer is one segment. */

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 #include <sstream>
 
@@ -84,6 +85,7 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
     {
         Features().SetSelected("ChunkEnable", chunk.entry.value, chunk.value == ChunkValue::Image);
     }
+    ConnectDepth();
     Features().SetText("DeviceUserID", unit.UserName());
     if (unit.Model().hasMosaic)
     {
@@ -169,6 +171,10 @@ bool Camera::IsReversed(const char *feature) const
 
 void Camera::UpdatePixelFormats()
 {
+    if (!Model().components.empty())
+    {
+        return UpdateComponentFormats();
+    }
     FeatureSet &features = Features();
     constexpr std::string_view mosaics[] = {"RG", "GR", "GB", "BG"};
     const std::string_view mosaic =
@@ -227,7 +233,7 @@ FrameSettings Camera::ReadSettings() const
         return static_cast<uint32_t>(features.Selected(name, 0)); // there is the one selector value
     };
     FrameSettings settings{};
-    ImageSettings &image = settings.image;
+    ImageSettings image{};
     image.sensorWidth = number("SensorWidth");
     image.sensorHeight = number("SensorHeight");
     image.width = number("Width");
@@ -240,15 +246,138 @@ FrameSettings Camera::ReadSettings() const
     image.stepY = image.binningY * factor("DecimationVertical");
     image.reverseX = IsReversed("ReverseX");
     image.reverseY = IsReversed("ReverseY");
-    image.format = &FindPixelFormat(features.Integer("PixelFormat"));
     image.testPattern = features.Integer("TestPattern");
     settings.exposureTime = features.Float("ExposureTime");
     settings.gain = features.Float("Gain");
     image.brightness = settings.exposureTime / 10000.0 * std::pow(10.0, settings.gain / 20.0);
+    settings.parts = ReadParts(image);
     settings.frameCheck = features.IsTrue("FrameCheck");
     settings.chunks = EnabledChunks();
     settings.payloadSize = simulator::PayloadSize(settings);
     return settings;
+}
+
+std::vector<FramePart> Camera::ReadParts(const ImageSettings &common) const
+{
+    const FeatureSet &features = Features();
+    std::vector<FramePart> parts;
+    if (Model().components.empty())
+    {
+        parts.push_back({common, 0});
+        parts.back().image.format = &FindPixelFormat(features.Integer("PixelFormat"));
+        return parts;
+    }
+    size_t offset = 0;
+    for (const ImageComponent &component : Model().components)
+    {
+        if (features.Selected("ComponentEnable", component.entry.value) != 0)
+        {
+            FramePart part{common, offset};
+            part.image.format = &FindPixelFormat(features.Selected("PixelFormat", component.entry.value));
+            part.image.depth = {component.quantity, ReadScan3dValues(), features.Float("DepthNoise")};
+            offset += part.image.Bytes();
+            parts.push_back(part);
+        }
+    }
+    return parts;
+}
+
+Scan3dValues Camera::ReadScan3dValues() const
+{
+    const FeatureSet &features = Features();
+    const auto divided = [&](const char *name)
+    { return static_cast<double>(features.Integer(name)) / scan3dDivisor; };
+    return {features.Float("Scan3dCoordinateScale"), divided("Scan3dCoordinateOffset"),
+            divided("Scan3dAxisMin"), divided("Scan3dAxisMax"), features.Float("Scan3dInvalidDataValue")};
+}
+
+void Camera::LoadUserSet(const UserSet &set)
+{
+    FeatureSet &features = Features();
+    const auto multiply = [&](const char *name, double value)
+    { features.SetInteger(name, std::llround(value * scan3dDivisor)); };
+    features.SetFloat("Scan3dCoordinateScale", set.scan.scale);
+    multiply("Scan3dCoordinateOffset", set.scan.offset);
+    multiply("Scan3dAxisMin", set.scan.axisMin);
+    multiply("Scan3dAxisMax", set.scan.axisMax);
+    features.SetFloat("Scan3dInvalidDataValue", set.scan.invalidValue);
+}
+
+void Camera::ConnectDepth()
+{
+    FeatureSet &features = Features();
+    const auto &components = Model().components;
+    if (components.empty())
+    {
+        return;
+    }
+    for (const ImageComponent &component : components)
+    {
+        const int64_t key = component.entry.value;
+        features.SetSelected("ComponentEnable", key, &component == &components.front());
+        features.SetSelected("PixelFormat", key, FindPixelFormat(component.formats.front()).code);
+    }
+    features.CheckOnWrite("ComponentEnable",
+                          [this](int64_t value)
+                          {
+                              const int64_t selected = Features().Integer("ComponentSelector");
+                              const auto isOther = [&](const ImageComponent &component)
+                              {
+                                  const int64_t key = component.entry.value;
+                                  return key != selected && Features().Selected("ComponentEnable", key) != 0;
+                              };
+                              const auto &all = Model().components;
+                              if (value == 0 && std::none_of(all.begin(), all.end(), isOther))
+                              {
+                                  throw Error(GC_ERR_INVALID_VALUE, "One component at least is always sent");
+                              }
+                          });
+    LoadUserSet(Model().userSets.front());
+    features.AfterWrite("UserSetLoad",
+                        [this]
+                        {
+                            const int64_t selected = Features().Integer("UserSetSelector");
+                            const auto &sets = Model().userSets;
+                            LoadUserSet(*std::find_if(sets.begin(), sets.end(),
+                                                      [&](const UserSet &set)
+                                                      { return set.entry.value == selected; }));
+                        });
+}
+
+void Camera::UpdateComponentFormats()
+{
+    FeatureSet &features = Features();
+    const auto isWanted = [&](const std::string &name) { return m_wantedFormats.contains(name); };
+    std::set<std::string> available;
+    for (const ImageComponent &component : Model().components)
+    {
+        std::vector<std::string> formats;
+        std::copy_if(component.formats.begin(), component.formats.end(), std::back_inserter(formats),
+                     isWanted);
+        if (formats.empty())
+        {
+            formats = component.formats;
+        }
+        const int64_t key = component.entry.value;
+        const std::string chosen = FindPixelFormat(features.Selected("PixelFormat", key)).name;
+        if (std::find(formats.begin(), formats.end(), chosen) == formats.end())
+        {
+            features.SetSelected("PixelFormat", key, FindPixelFormat(formats.front()).code);
+        }
+        if (key == features.Integer("ComponentSelector"))
+        {
+            available.insert(formats.begin(), formats.end());
+        }
+    }
+    std::set<std::string> unavailable;
+    for (const EnumEntry &entry : PixelFormatOf(Model()).entries)
+    {
+        if (!available.contains(entry.name))
+        {
+            unavailable.insert(entry.name);
+        }
+    }
+    features.SetUnavailable("PixelFormat", std::move(unavailable));
 }
 
 std::vector<Chunk> Camera::EnabledChunks() const

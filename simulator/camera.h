@@ -47,6 +47,11 @@ private:
     void StopAcquisition();
     void Update();
     void UpdatePixelFormats();
+    void UpdateComponentFormats();
+    void ConnectDepth();
+    void LoadUserSet(const UserSet &set);
+    std::vector<FramePart> ReadParts(const ImageSettings &common) const;
+    Scan3dValues ReadScan3dValues() const;
     bool IsReversed(const char *feature) const;
     void FitRegion(const char *size, const char *offset, const char *sizeMax, int64_t sensor, int64_t step);
     FrameSettings ReadSettings() const;

@@ -1,4 +1,6 @@
 #include "camera_model.h"
+#include "depth_scene.h"
+#include "depth_source.h"
 #include "pattern_source.h"
 #include "replay_source.h"
 #include "scene_source.h"
@@ -32,6 +34,7 @@ struct AreaSensor
     bool hasMosaic = false;
     bool mixedConditions = false;
     size_t pixelFormatLength = 4;
+    bool hasComponents = false;
 };
 
 const std::vector<std::string> &MonoFormats()
@@ -196,6 +199,10 @@ std::vector<Feature> ImageFormat(const AreaSensor &sensor)
                          .Length(sensor.pixelFormatLength)
                          .ConditionalEntries(std::move(absent))
                          .LockedBy(frozen);
+    if (sensor.hasComponents)
+    {
+        format.selector = "ComponentSelector";
+    }
     format.mixedConditions = sensor.mixedConditions;
     format.changesByItself = sensor.hasMosaic;
     std::vector<Feature> features;
@@ -445,12 +452,119 @@ CameraModel FormulaF1()
     return AreaCamera(std::move(camera), sensor);
 }
 
+std::vector<Feature> ComponentControl(const std::vector<ImageComponent> &components)
+{
+    const char *const category = "ImageFormatControl";
+    std::vector<EnumEntry> entries;
+    for (const ImageComponent &component : components)
+    {
+        entries.push_back(component.entry);
+    }
+    return {
+        Enumeration(category, "ComponentSelector", "Image that ComponentEnable and PixelFormat are about.",
+                    std::move(entries)),
+        Boolean(category, "ComponentEnable", "Sends the selected image.")
+            .SelectedBy("ComponentSelector")
+            .LockedBy(frozen),
+    };
+}
+
+/** Each number in another form that a description may have: a register, or one divided in two ways. */
+std::vector<Feature> Scan3dControl()
+{
+    const char *const category = "Scan3dControl";
+    const std::string divisor = std::to_string(scan3dDivisor);
+    return {
+        Enumeration(category, "Scan3dDistanceUnit", "Unit of the coordinates.", {{"Millimeter", 0}})
+            .ReadOnly(),
+        Enumeration(
+            category, "Scan3dOutputMode", "What the camera makes of its measurement.",
+            {{"UncalibratedC", 16}, {"CalibratedABC_Grid", 17}, {"CalibratedC", 18}, {"RectifiedC", 19}})
+            .ConditionalEntries({"CalibratedABC_Grid", "CalibratedC", "RectifiedC"})
+            .LockedBy(frozen),
+        Enumeration(category, "Scan3dCoordinateSelector", "Coordinate that the features below are about.",
+                    {{"CoordinateA", 0}, {"CoordinateB", 1}, {"CoordinateC", 2}})
+            .Default(2)
+            .ConditionalEntries({"CoordinateA", "CoordinateB"}),
+        Float(category, "Scan3dCoordinateScale", "Millimetres of a step of the value.").ReadOnly().Volatile(),
+        Integer(category, "Scan3dCoordinateOffset", "Millimetres at the value 0.")
+            .DividedBy(divisor)
+            .ReadOnly()
+            .Volatile()
+            .Unit("mm"),
+        Integer("", "Scan3dAxisDivisor", "What the register of Scan3dAxisMax is divided by.")
+            .Default(scan3dDivisor)
+            .ReadOnly()
+            .VendorSpecific(),
+        Integer(category, "Scan3dAxisMin", "The least value that is valid.")
+            .DividedBy(divisor)
+            .ReadOnly()
+            .Volatile(),
+        Integer(category, "Scan3dAxisMax", "The largest value that is valid.")
+            .DividedBy("Scan3dAxisDivisor")
+            .ReadOnly()
+            .Volatile(),
+        Boolean(category, "Scan3dInvalidDataFlag", "Whether a value stands for pixels without depth.")
+            .Default(1)
+            .ReadOnly(),
+        Float(category, "Scan3dInvalidDataValue", "The value of pixels without depth.").ReadOnly().Volatile(),
+        Float(category, "DepthNoise", "Standard deviation of the depth.")
+            .FloatRange(0.0, 100.0)
+            .Unit("mm")
+            .VendorSpecific(),
+    };
+}
+
+std::vector<Feature> UserSetControl(const std::vector<UserSet> &sets)
+{
+    const char *const category = "UserSetControl";
+    std::vector<EnumEntry> entries;
+    for (const UserSet &set : sets)
+    {
+        entries.push_back(set.entry);
+    }
+    return {Enumeration(category, "UserSetSelector", "Set that UserSetLoad is about.", std::move(entries)),
+            Command(category, "UserSetLoad", "Puts the selected set in force.").LockedBy(frozen)};
+}
+
+/** Measures depth through a lens with distortion, and sends up to three images of it in a buffer. */
+CameraModel DepthD1()
+{
+    CameraModel camera;
+    camera.model = "OVRA-D1";
+    camera.serialNumber = "SIM0007";
+    camera.toolTip = "Simulated depth camera";
+    camera.interfaceIndex = 1;
+    camera.zippedDescription = false;
+    camera.ipAddress = 0xC0A80B19;
+    camera.macAddress = 0x020000000107;
+    camera.productGuid = "3A9D6F52-8C1E-4B7A-9E04-5D2F81C7B601";
+    camera.versionGuid = "3A9D6F52-8C1E-4B7A-9E04-5D2F81C7B602";
+    camera.makeSource = [] { return std::make_unique<DepthSource>(); };
+    camera.components = {{{"Range", 4}, Quantity::Range, {"Coord3D_C16", "Coord3D_C8"}}};
+    camera.userSets = {{{"Default", 0}, {0.5, 0.0, 1.0, 4095.0, 0.0}},
+                       {{"UserSet0", 1}, {0.125, 0.0, 1.0, 16383.0, 0.0}},
+                       {{"UserSet1", 2}, {8.0, 0.0, 1.0, 255.0, 0.0}},
+                       {{"UserSet2", 3}, {0.5, 200.0, 2.0, 4000.0, 1.0}}};
+    AreaSensor sensor{DepthLens().width, DepthLens().height, 1, 1, {}};
+    for (const ImageComponent &component : camera.components)
+    {
+        sensor.formats.insert(sensor.formats.end(), component.formats.begin(), component.formats.end());
+    }
+    sensor.unpackedFormats = {{"Coord3D_C32f", 0x012000BF}, {"Coord3D_ABC32f", 0x026000C0}};
+    sensor.hasComponents = true;
+    camera.features = ComponentControl(camera.components);
+    Append(camera.features, Scan3dControl());
+    Append(camera.features, UserSetControl(camera.userSets));
+    return AreaCamera(std::move(camera), sensor);
+}
+
 } // namespace
 
 const std::vector<CameraModel> &CameraCatalog()
 {
-    static const std::vector<CameraModel> catalog = {MonoM5(),   MonoM1(),    Foreign(),
-                                                     ColourC5(), SeveralS2(), FormulaF1()};
+    static const std::vector<CameraModel> catalog = {MonoM5(),    MonoM1(),    Foreign(), ColourC5(),
+                                                     SeveralS2(), FormulaF1(), DepthD1()};
     return catalog;
 }
 

@@ -32,6 +32,31 @@ struct Chunk
     size_t length; /**< bytes; 0 for the image, which has its own */
 };
 
+/** An image that a camera can send beside others: entry of ComponentSelector, and what it holds. */
+struct ImageComponent
+{
+    EnumEntry entry;
+    Quantity quantity;
+    std::vector<std::string> formats; /**< the default first */
+};
+
+/** What the registers of the Scan3d features with a converter are divided by. */
+constexpr int64_t scan3dDivisor = 1000;
+
+/** A set of settings that UserSetLoad puts in force: those of the depth. */
+struct UserSet
+{
+    EnumEntry entry;
+    Scan3dValues scan;
+};
+
+/** A file that the camera's file access reads. */
+struct CameraFile
+{
+    EnumEntry entry;
+    std::vector<uint8_t> content;
+};
+
 /** A camera as data. What it does with its features is the same for all: see Camera. */
 struct CameraModel
 {
@@ -47,6 +72,9 @@ struct CameraModel
     std::vector<Feature> features;
     std::vector<Chunk> chunks;
     bool hasMosaic = false; /**< has ReverseX and ReverseY, which change the mosaic of its Bayer formats */
+    std::vector<ImageComponent> components; /**< none for a camera of one kind of image */
+    std::vector<UserSet> userSets;          /**< the default first; the camera has the Scan3d features then */
+    std::vector<CameraFile> files;          /**< the camera has the file access features then */
     std::function<std::unique_ptr<FrameSource>()> makeSource;
 
     /** "OVRA-M5 (SIM0001)"; also the id of the device is made from the serial number. */

@@ -1,6 +1,7 @@
 #include "description.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <pugixml.hpp>
 #include <sstream>
@@ -18,6 +19,12 @@ std::string Hex(uint64_t value)
     return text;
 }
 
+/** Whether the feature is a register itself and has no node for its value. */
+bool IsRegister(const Feature &feature)
+{
+    return feature.kind == FeatureKind::String || feature.kind == FeatureKind::Bytes;
+}
+
 /** The schema demands the children of a node in a fixed order: each function adds its share in turn. */
 class Writer
 {
@@ -33,7 +40,7 @@ private:
     void AddRoot(const DescriptionIdentity &identity);
     void AddCategories(const std::vector<ChunkPort> &chunks);
     void AddFeature(const FeatureLayout::Place &place);
-    void AddStringRegister(const FeatureLayout::Place &place);
+    void AddOwnRegister(const FeatureLayout::Place &place);
     void AddRegister(const FeatureLayout::Place &place);
     void AddRegisterBody(pugi::xml_node node, uint64_t address, size_t length, Access access,
                          const std::string &port);
@@ -48,6 +55,8 @@ private:
     void AddFormula(const std::string &name,
                     const std::vector<std::pair<std::string, std::string>> &variables,
                     const std::string &formula);
+    /** The name of the converter that divides what is in the feature's register. */
+    std::string AddDivision(const Feature &feature);
     void AddUnit(pugi::xml_node node, const Feature &feature);
     void AddSelected(pugi::xml_node node, const Feature &feature);
     void AddChunk(const ChunkPort &chunk);
@@ -77,7 +86,7 @@ void Writer::Add(pugi::xml_node parent, const std::string &element, const std::s
 
 std::string Writer::RegisterName(const Feature &feature)
 {
-    return feature.kind == FeatureKind::String ? feature.name : feature.name + "Reg";
+    return IsRegister(feature) ? feature.name : feature.name + "Reg";
 }
 
 void Writer::AddRoot(const DescriptionIdentity &identity)
@@ -185,9 +194,11 @@ void AddBase(pugi::xml_node node, const Feature &feature)
     }
 }
 
-void Writer::AddStringRegister(const FeatureLayout::Place &place)
+void Writer::AddOwnRegister(const FeatureLayout::Place &place)
 {
-    pugi::xml_node node = Add("StringReg", place.feature.name, place.feature.vendorSpecific);
+    const bool isText = place.feature.kind == FeatureKind::String;
+    pugi::xml_node node =
+        Add(isText ? "StringReg" : "Register", place.feature.name, place.feature.vendorSpecific);
     AddBase(node, place.feature);
     AddRegisterBody(node, place.address, place.feature.length, place.feature.access, m_portName);
     AddCaching(node, place.feature);
@@ -222,6 +233,21 @@ void Writer::AddFormula(const std::string &name,
         child.text().set(target.c_str());
     }
     Add(node, "Formula", formula);
+}
+
+std::string Writer::AddDivision(const Feature &feature)
+{
+    const std::string name = feature.name + "Converter";
+    pugi::xml_node node = Add("Converter", name, true);
+    Add(node, "Visibility", "Invisible");
+    const bool isNumber = std::isdigit(static_cast<unsigned char>(feature.divisor.front())) != 0;
+    pugi::xml_node divisor = node.append_child(isNumber ? "Constant" : "pVariable");
+    divisor.append_attribute("Name") = "DIVISOR";
+    divisor.text().set(feature.divisor.c_str());
+    Add(node, "FormulaTo", "FROM * DIVISOR");
+    Add(node, "FormulaFrom", "TO / DIVISOR");
+    Add(node, "pValue", RegisterName(feature));
+    return name;
 }
 
 void Writer::AddLimit(pugi::xml_node node, const std::string &which, const Feature &feature,
@@ -378,15 +404,17 @@ void Writer::AddValueNode(const FeatureLayout::Place &place)
     {
         AddEntryConditions(place);
     }
-    pugi::xml_node node =
-        Add(elements[static_cast<size_t>(feature.kind)], feature.name, feature.vendorSpecific);
+    const bool isDivided = !feature.divisor.empty();
+    const std::string source = isDivided ? AddDivision(feature) : RegisterName(feature);
+    const FeatureKind shown = isDivided ? FeatureKind::Float : feature.kind;
+    pugi::xml_node node = Add(elements[static_cast<size_t>(shown)], feature.name, feature.vendorSpecific);
     AddBase(node, feature);
     if (feature.kind == FeatureKind::Enumeration)
     {
         AddEntries(node, place);
     }
-    Add(node, "pValue", RegisterName(feature));
-    switch (feature.kind)
+    Add(node, "pValue", source);
+    switch (shown)
     {
     case FeatureKind::Integer:
         AddIntegerLimits(node, feature);
@@ -413,7 +441,7 @@ void Writer::AddValueNode(const FeatureLayout::Place &place)
     default:
         break;
     }
-    if (feature.kind == FeatureKind::Integer || feature.kind == FeatureKind::Enumeration)
+    if (shown == FeatureKind::Integer || shown == FeatureKind::Enumeration)
     {
         AddSelected(node, feature);
     }
@@ -421,9 +449,9 @@ void Writer::AddValueNode(const FeatureLayout::Place &place)
 
 void Writer::AddFeature(const FeatureLayout::Place &place)
 {
-    if (place.feature.kind == FeatureKind::String)
+    if (IsRegister(place.feature))
     {
-        AddStringRegister(place);
+        AddOwnRegister(place);
         return;
     }
     AddRegister(place);

@@ -118,6 +118,12 @@ Feature &&Feature::VendorSpecific() &&
     return std::move(*this);
 }
 
+Feature &&Feature::DividedBy(std::string numberOrFeature) &&
+{
+    divisor = std::move(numberOrFeature);
+    return std::move(*this);
+}
+
 Feature Integer(std::string category, std::string name, std::string toolTip)
 {
     return Make(FeatureKind::Integer, std::move(category), std::move(name), std::move(toolTip));
@@ -151,6 +157,11 @@ Feature Command(std::string category, std::string name, std::string toolTip)
 Feature Text(std::string category, std::string name, std::string toolTip, size_t length)
 {
     return Make(FeatureKind::String, std::move(category), std::move(name), std::move(toolTip)).Length(length);
+}
+
+Feature Bytes(std::string category, std::string name, std::string toolTip, size_t length)
+{
+    return Make(FeatureKind::Bytes, std::move(category), std::move(name), std::move(toolTip)).Length(length);
 }
 
 Limit ValueOf(std::string feature)

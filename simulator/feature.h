@@ -18,7 +18,8 @@ enum class FeatureKind
     Boolean,
     Enumeration,
     Command,
-    String
+    String,
+    Bytes /**< a register of the consumer's view, without a value of its own */
 };
 
 /** Bound of an integer: a number, or the value of one feature less that of another. */
@@ -74,6 +75,8 @@ struct Feature
     bool changesByItself = false; /**< consumers must not cache it */
     bool conditionalEntries = false; /**< bits in registers tell which entries there are */
     std::set<std::string> absentEntries;
+    /** Not empty: the description shows the integer as a float, divided by this number or feature. */
+    std::string divisor;
     bool mixedConditions = false; /**< the description asks for these bits in every form there is */
     bool vendorSpecific = false;  /**< not named by the SFNC */
 
@@ -94,6 +97,7 @@ struct Feature
     /** Bits in registers tell which entries there are: all but these. */
     Feature &&ConditionalEntries(std::set<std::string> absent) &&;
     Feature &&VendorSpecific() &&;
+    Feature &&DividedBy(std::string numberOrFeature) &&;
 };
 
 Feature Integer(std::string category, std::string name, std::string toolTip);
@@ -103,6 +107,7 @@ Feature Enumeration(std::string category, std::string name, std::string toolTip,
                     std::vector<EnumEntry> entries);
 Feature Command(std::string category, std::string name, std::string toolTip);
 Feature Text(std::string category, std::string name, std::string toolTip, size_t length);
+Feature Bytes(std::string category, std::string name, std::string toolTip, size_t length);
 
 /** The value of a feature as an upper limit. */
 Limit ValueOf(std::string feature);

@@ -282,6 +282,20 @@ void FeatureSet::SetInteger(const std::string &name, int64_t value)
     EncodeInteger(Bytes(Find(name)), value);
 }
 
+void FeatureSet::SetFloat(const std::string &name, double value)
+{
+    const auto lock = Lock();
+    EncodeInteger(Bytes(Find(name)), std::bit_cast<int32_t>(static_cast<float>(value)));
+}
+
+void FeatureSet::SetBytes(const std::string &name, std::span<const uint8_t> value)
+{
+    const auto lock = Lock();
+    std::vector<uint8_t> &bytes = Bytes(Find(name));
+    std::fill(bytes.begin(), bytes.end(), uint8_t{0});
+    std::copy_n(value.begin(), std::min(value.size(), bytes.size()), bytes.begin());
+}
+
 void FeatureSet::SetText(const std::string &name, const std::string &value)
 {
     const auto lock = Lock();
@@ -398,7 +412,7 @@ void FeatureSet::Check(const Node &node, const std::vector<uint8_t> &value) cons
     {
         throw Error(GC_ERR_ACCESS_DENIED, feature.name + " is locked while " + feature.lock + " is not 0");
     }
-    if (feature.kind == FeatureKind::String)
+    if (feature.kind == FeatureKind::String || feature.kind == FeatureKind::Bytes)
     {
         return;
     }

@@ -82,7 +82,10 @@ public:
 
     /** Values set by the module itself are not checked. */
     void SetInteger(const std::string &name, int64_t value);
+    void SetFloat(const std::string &name, double value);
     void SetText(const std::string &name, const std::string &value);
+    /** Fills the rest with zeros. */
+    void SetBytes(const std::string &name, std::span<const uint8_t> value);
 
     /** Which entries of a feature with conditional entries can not be chosen now; the absent ones never can.
      */

@@ -47,29 +47,47 @@ uint64_t ValueOfChunk(ChunkValue value, const FrameOrder &order, std::span<const
 
 } // namespace
 
-size_t ImageChunkSize(const ImageSettings &image)
+PARTDATATYPE_IDS FramePart::Type() const
 {
-    return (image.Bytes() + 3) / 4 * 4;
+    switch (image.depth.quantity)
+    {
+    case Quantity::Range:
+        return PART_DATATYPE_3D_IMAGE;
+    case Quantity::Confidence:
+        return PART_DATATYPE_CONFIDENCE_MAP;
+    case Quantity::Light:
+        break;
+    }
+    return PART_DATATYPE_2D_IMAGE;
+}
+
+size_t ImageChunkSize(const FrameSettings &settings)
+{
+    return (settings.ImageBytes() + 3) / 4 * 4;
 }
 
 size_t PayloadSize(const FrameSettings &settings)
 {
     if (settings.chunks.empty())
     {
-        return settings.image.Bytes();
+        return settings.ImageBytes();
     }
     size_t size = 0;
     for (const Chunk &chunk : settings.chunks)
     {
-        size +=
-            trailerSize + (chunk.value == ChunkValue::Image ? ImageChunkSize(settings.image) : chunk.length);
+        size += trailerSize + (chunk.value == ChunkValue::Image ? ImageChunkSize(settings) : chunk.length);
     }
     return size;
 }
 
-FrameWriter::FrameWriter(const CameraModel &model)
-    : m_camera(model.makeSource()), m_pattern(std::make_unique<PatternSource>())
+FrameWriter::FrameWriter(const CameraModel &model) : m_model(model)
 {
+    AddSources();
+}
+
+void FrameWriter::AddSources()
+{
+    m_sources.push_back({m_model.makeSource(), std::make_unique<PatternSource>(), nullptr});
 }
 
 Frame FrameWriter::Write(const FrameOrder &order, std::span<uint8_t> buffer)
@@ -91,26 +109,36 @@ Frame FrameWriter::Write(const FrameOrder &order, std::span<uint8_t> buffer)
 
 void FrameWriter::WriteWhole(Frame &frame, std::span<uint8_t> payload)
 {
-    WriteImage(frame.order, payload.first(frame.order.settings->image.Bytes()));
+    WriteImages(frame.order, payload.first(frame.order.settings->ImageBytes()));
     WriteChunks(frame, payload);
 }
 
-void FrameWriter::WriteImage(const FrameOrder &order, std::span<uint8_t> image)
+void FrameWriter::WriteImages(const FrameOrder &order, std::span<uint8_t> images)
 {
-    SourceFor(order.settings->image).Render(order.number, image);
+    const std::vector<FramePart> &parts = order.settings->parts;
+    for (size_t i = 0; i < parts.size(); ++i)
+    {
+        SourceFor(parts[i].image, i)
+            .Render(order.number, images.subspan(parts[i].offset, parts[i].image.Bytes()));
+    }
     if (order.settings->frameCheck)
     {
-        WriteFrameCheck(order.number, image);
+        WriteFrameCheck(order.number, images);
     }
 }
 
-FrameSource &FrameWriter::SourceFor(const ImageSettings &settings)
+FrameSource &FrameWriter::SourceFor(const ImageSettings &settings, size_t part)
 {
-    FrameSource &source = settings.testPattern == 0 ? *m_camera : *m_pattern;
-    if (!m_prepared || *m_prepared != settings)
+    while (m_sources.size() <= part)
+    {
+        AddSources();
+    }
+    PartSources &sources = m_sources[part];
+    FrameSource &source = settings.testPattern == 0 ? *sources.camera : *sources.pattern;
+    if (!sources.prepared || *sources.prepared != settings)
     {
         source.Prepare(settings);
-        m_prepared = std::make_unique<ImageSettings>(settings);
+        sources.prepared = std::make_unique<ImageSettings>(settings);
     }
     return source;
 }
@@ -118,12 +146,12 @@ FrameSource &FrameWriter::SourceFor(const ImageSettings &settings)
 void FrameWriter::WriteChunks(Frame &frame, std::span<uint8_t> payload) const
 {
     const FrameSettings &settings = *frame.order.settings;
-    const size_t imageSize = settings.image.Bytes();
+    const size_t imageSize = settings.ImageBytes();
     size_t offset = 0;
     for (const Chunk &chunk : settings.chunks)
     {
         const bool isImage = chunk.value == ChunkValue::Image;
-        const size_t length = isImage ? ImageChunkSize(settings.image) : chunk.length;
+        const size_t length = isImage ? ImageChunkSize(settings) : chunk.length;
         if (isImage)
         {
             std::fill_n(payload.begin() + static_cast<ptrdiff_t>(imageSize), length - imageSize, uint8_t{0});

@@ -10,19 +10,31 @@
 namespace GenTL::simulator
 {
 
+/** An image of a frame. Several follow each other without gaps. */
+struct FramePart
+{
+    ImageSettings image;
+    size_t offset; /**< bytes from the beginning of the frame */
+
+    PARTDATATYPE_IDS Type() const;
+};
+
 /** What a camera sends for a frame, as its features say. Constant once made. */
 struct FrameSettings
 {
-    ImageSettings image;
-    double exposureTime; /**< us */
-    double gain;         /**< dB */
+    std::vector<FramePart> parts; /**< at least one */
+    double exposureTime;          /**< us */
+    double gain;                  /**< dB */
     bool frameCheck;
     std::vector<Chunk> chunks; /**< in the order of the buffer; empty without chunk mode */
     size_t payloadSize;
+
+    /** Of all parts together. */
+    size_t ImageBytes() const { return parts.back().offset + parts.back().image.Bytes(); }
 };
 
-/** Bytes of the image as a chunk: GigE Vision keeps chunks at multiples of four bytes. */
-size_t ImageChunkSize(const ImageSettings &image);
+/** Bytes of the images as a chunk: GigE Vision keeps chunks at multiples of four bytes. */
+size_t ImageChunkSize(const FrameSettings &settings);
 
 /** Bytes of a frame with its chunks. */
 size_t PayloadSize(const FrameSettings &settings);
@@ -55,14 +67,22 @@ public:
 
 private:
     void WriteWhole(Frame &frame, std::span<uint8_t> payload);
-    void WriteImage(const FrameOrder &order, std::span<uint8_t> image);
+    void WriteImages(const FrameOrder &order, std::span<uint8_t> images);
     void WriteChunks(Frame &frame, std::span<uint8_t> payload) const;
-    FrameSource &SourceFor(const ImageSettings &settings);
+    void AddSources();
+    FrameSource &SourceFor(const ImageSettings &settings, size_t part);
 
-    std::unique_ptr<FrameSource> m_camera;
-    std::unique_ptr<FrameSource> m_pattern;
-    std::unique_ptr<ImageSettings> m_prepared; /**< what the source in use was prepared for */
-    std::vector<uint8_t> m_oversize;           /**< for frames that do not fit their buffer */
+    /** Where the images of a part come from. */
+    struct PartSources
+    {
+        std::unique_ptr<FrameSource> camera;
+        std::unique_ptr<FrameSource> pattern;
+        std::unique_ptr<ImageSettings> prepared; /**< what the source in use was prepared for */
+    };
+
+    const CameraModel &m_model;
+    std::vector<PartSources> m_sources; /**< of as many parts as a frame had so far */
+    std::vector<uint8_t> m_oversize;    /**< for frames that do not fit their buffer */
 };
 
 } // namespace GenTL::simulator

@@ -13,6 +13,35 @@ namespace GenTL::simulator
 /** The light of a scene goes from 0 to this. */
 constexpr uint32_t white = 65535;
 
+/** What the pixels of an image measure. */
+enum class Quantity
+{
+    Light,
+    Range,
+    Confidence
+};
+
+/** How a depth camera writes depth: depth in mm = value * scale + offset. */
+struct Scan3dValues
+{
+    double scale;
+    double offset;       /**< mm */
+    double axisMin;      /**< the least valid value */
+    double axisMax;      /**< the largest */
+    double invalidValue; /**< stands for no depth */
+
+    bool operator==(const Scan3dValues &) const = default;
+};
+
+struct DepthSettings
+{
+    Quantity quantity;
+    Scan3dValues scan;
+    double noise; /**< standard deviation, mm */
+
+    bool operator==(const DepthSettings &) const = default;
+};
+
 /** All that decides what an image looks like. Lengths in pixels. */
 struct ImageSettings
 {
@@ -31,6 +60,7 @@ struct ImageSettings
     const PixelFormat *format;
     double brightness; /**< 1 shows the scene as it is */
     int64_t testPattern;
+    DepthSettings depth; /**< of depth cameras */
 
     bool operator==(const ImageSettings &) const = default;
 

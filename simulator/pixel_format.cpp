@@ -73,6 +73,9 @@ constexpr PixelFormat formats[] = {
     MOSAICS("10p_I_A_B", 0x920A0058, 0x920A0056, 0x920A0054, 0x920A0052, 10, 10, PackBits<10>, lines),
     MOSAICS("12p_I_A_B", 0x920C0059, 0x920C0057, 0x920C0055, 0x920C0053, 12, 12, PackBits<12>, lines),
     MOSAICS("10g40QVR_I_A_B", 0x92000001, 0x92000003, 0x92000002, 0x92000004, 10, 10, PackGroups40, lines),
+    {"Coord3D_C8", 0x010800B1, 8, 8, 1, Pack8, grey, whole},
+    {"Coord3D_C16", 0x011000B8, 16, 16, 1, Pack16, grey, whole},
+    {"Confidence8", 0x010800C6, 8, 8, 1, Pack8, grey, whole},
     MOSAICS("12g24QVR_I_A_B", 0x92000011, 0x92000013, 0x92000012, 0x92000014, 12, 12, PackGroups24, lines),
 };
 // clang-format on

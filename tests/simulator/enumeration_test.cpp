@@ -102,9 +102,9 @@ TEST_F(SimulatorEnumeration, ListsTheCamerasOnTheirInterfaces)
         size_t size = 0;
         EXPECT_CODE(GC_ERR_INVALID_INDEX, Tl().IFGetDeviceID(opened, devices, nullptr, &size));
     }
-    EXPECT_EQ(
-        (std::vector<std::string>{"OVRA-M5", "OVRA-C5", "OVRA-M1", "SIM-FOREIGN", "OVRA-S2", "OVRA-F1"}),
-        models);
+    EXPECT_EQ((std::vector<std::string>{"OVRA-M5", "OVRA-C5", "OVRA-M1", "SIM-FOREIGN", "OVRA-S2", "OVRA-F1",
+                                        "OVRA-D1"}),
+              models);
 }
 
 TEST_F(SimulatorEnumeration, ShowsTheSelectedInterfaceInTheSystemsFeatures)

@@ -1,0 +1,129 @@
+#include "depth_source.h"
+
+#include "depth_scene.h"
+
+#include <cmath>
+#include <random>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+constexpr double noDepth = -1.0;
+
+/** The middle of the sensor pixels that make a pixel of the image. */
+double SensorPlace(uint32_t pixel, uint32_t offset, uint32_t step, uint32_t binning)
+{
+    return (static_cast<double>(offset) + pixel) * step + (binning - 1) / 2.0;
+}
+
+Ray RayOf(const ImageSettings &s, uint32_t column, uint32_t row)
+{
+    return DepthLens().DirectionOf(SensorPlace(column, s.offsetX, s.stepX, s.binningX),
+                                   SensorPlace(row, s.offsetY, s.stepY, s.binningY));
+}
+
+/** Calls `use` with each pixel of the image, row by row. */
+template <typename Use>
+void ForEachPixel(const ImageSettings &s, Use use)
+{
+    for (uint32_t row = 0; row < s.height; ++row)
+    {
+        for (uint32_t column = 0; column < s.width; ++column)
+        {
+            use(column, row);
+        }
+    }
+}
+
+/** Light of a pixel of the image: the mean over places spread evenly over its area. */
+double LightOf(const ImageSettings &s, uint32_t column, uint32_t row)
+{
+    constexpr int places = 2; // in each direction
+    double sum = 0;
+    for (int i = 0; i < places * places; ++i)
+    {
+        const auto inPixel = [](int place) { return (place + 0.5) / places - 0.5; };
+        const double x =
+            SensorPlace(column, s.offsetX, s.stepX, s.binningX) + inPixel(i % places) * s.binningX;
+        const double y = SensorPlace(row, s.offsetY, s.stepY, s.binningY) + inPixel(i / places) * s.binningY;
+        sum += SceneAt(DepthLens().DirectionOf(x, y)).light;
+    }
+    return sum / (places * places);
+}
+
+} // namespace
+
+uint16_t DepthSource::RawOf(double depth) const
+{
+    const Scan3dValues &scan = m_settings.depth.scan;
+    const double raw = std::round((depth - scan.offset) / scan.scale);
+    const double highest = std::min<double>(scan.axisMax, m_settings.format->MaximumSample());
+    const bool isShown = depth > 0 && raw >= scan.axisMin && raw <= highest;
+    return static_cast<uint16_t>(isShown ? raw : scan.invalidValue);
+}
+
+void DepthSource::PrepareRange()
+{
+    ForEachPixel(m_settings,
+                 [&](uint32_t column, uint32_t row)
+                 {
+                     const DepthPoint point = SceneAt(RayOf(m_settings, column, row));
+                     m_depths.push_back(point.isValid ? point.depth : noDepth);
+                     m_samples.push_back(RawOf(m_depths.back()));
+                 });
+}
+
+void DepthSource::PrepareLight()
+{
+    ForEachPixel(m_settings,
+                 [&](uint32_t column, uint32_t row) {
+                     m_samples.push_back(m_settings.SampleOf(LightOf(m_settings, column, row), column, row));
+                 });
+}
+
+void DepthSource::PrepareConfidence()
+{
+    ForEachPixel(m_settings,
+                 [&](uint32_t column, uint32_t row)
+                 {
+                     const double confidence = SceneAt(RayOf(m_settings, column, row)).confidence;
+                     const double highest = m_settings.format->MaximumSample();
+                     m_samples.push_back(static_cast<uint16_t>(std::round(confidence * highest)));
+                 });
+}
+
+void DepthSource::Prepare(const ImageSettings &settings)
+{
+    m_settings = settings;
+    m_depths.clear();
+    m_samples.clear();
+    switch (settings.depth.quantity)
+    {
+    case Quantity::Range:
+        return PrepareRange();
+    case Quantity::Light:
+        return PrepareLight();
+    case Quantity::Confidence:
+        return PrepareConfidence();
+    }
+}
+
+void DepthSource::Render(uint64_t number, std::span<uint8_t> image)
+{
+    if (m_settings.depth.quantity == Quantity::Range && m_settings.depth.noise > 0)
+    {
+        std::mt19937_64 random(number);
+        std::normal_distribution<double> noise(0.0, m_settings.depth.noise);
+        for (size_t i = 0; i < m_depths.size(); ++i)
+        {
+            const double error = noise(random);
+            m_samples[i] = RawOf(m_depths[i] < 0 ? noDepth : m_depths[i] + error);
+        }
+    }
+    m_settings.format->pack(m_samples, image.data());
+}
+
+} // namespace GenTL::simulator

@@ -1,0 +1,201 @@
+// The depth camera's range image, and what its Scan3d features say about it.
+
+#include "depth_camera.h"
+
+namespace simulator_test
+{
+namespace
+{
+
+constexpr size_t width = 640;
+constexpr size_t height = 480;
+
+using SimulatorDepth = DepthCameraTest;
+
+TEST_F(SimulatorDepth, HasTheScan3dFeaturesInEachForm)
+{
+    EXPECT_EQ(0.5F, m_camera->GetFloat("Scan3dCoordinateScale"));
+    EXPECT_EQ(0.0F, m_camera->GetFloat("Scan3dInvalidDataValue"));
+    EXPECT_EQ(1, m_camera->Get("Scan3dInvalidDataFlag"));
+    EXPECT_EQ(0, m_camera->Get("Scan3dCoordinateOffsetReg"));
+    EXPECT_EQ(1000, m_camera->Get("Scan3dAxisMinReg"));
+    EXPECT_EQ(4095000, m_camera->Get("Scan3dAxisMaxReg"));
+    EXPECT_EQ(1000, m_camera->Get("Scan3dAxisDivisor"));
+    EXPECT_STREQ("FloatReg", m_camera->Node("Scan3dCoordinateScaleReg").name());
+    for (const char *const name : {"Scan3dCoordinateOffset", "Scan3dAxisMin", "Scan3dAxisMax"})
+    {
+        EXPECT_STREQ("Float", m_camera->Node(name).name());
+        const pugi::xml_node converter = m_camera->Node(m_camera->Node(name).child("pValue").text().get());
+        EXPECT_STREQ("Converter", converter.name()) << name;
+        EXPECT_STREQ("TO / DIVISOR", converter.child("FormulaFrom").text().get()) << name;
+        EXPECT_EQ(std::string(name) + "Reg", converter.child("pValue").text().get());
+    }
+    EXPECT_STREQ("1000", m_camera->Node("Scan3dAxisMinConverter").child("Constant").text().get());
+    EXPECT_STREQ("Scan3dAxisDivisor",
+                 m_camera->Node("Scan3dAxisMaxConverter").child("pVariable").text().get());
+}
+
+TEST_F(SimulatorDepth, OffersWhatItDoesItselfOnly)
+{
+    EXPECT_OK(m_camera->SetEntry("Scan3dOutputMode", "UncalibratedC"));
+    for (const char *const mode : {"CalibratedC", "CalibratedABC_Grid", "RectifiedC"})
+    {
+        EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetEntry("Scan3dOutputMode", mode)) << mode;
+    }
+    EXPECT_EQ(1, m_camera->Get("Scan3dOutputModeImplementedReg"));
+    EXPECT_EQ(2, m_camera->Get("Scan3dCoordinateSelector"));
+    EXPECT_EQ(4, m_camera->Get("Scan3dCoordinateSelectorImplementedReg"));
+    EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetEntry("Scan3dCoordinateSelector", "CoordinateA"));
+    for (const char *const format : {"Coord3D_C32f", "Coord3D_ABC32f"})
+    {
+        EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetEntry("PixelFormat", format)) << format;
+    }
+}
+
+TEST_F(SimulatorDepth, ShowsThePlaneAndTheSphereThroughTheLens)
+{
+    const std::vector<unsigned> values = GrabRange();
+    ASSERT_EQ(width * height, values.size());
+    size_t ofPlane = 0;
+    size_t ofSphere = 0;
+    for (size_t i = 0; i < values.size(); i += 7)
+    {
+        const double column = static_cast<double>(i % width);
+        const double row = static_cast<double>(i / width);
+        const Direction direction = DirectionAt(column, row);
+        if (const auto depth = SphereDepth(direction))
+        {
+            ++ofSphere;
+            ASSERT_NEAR(*depth / 0.5, values[i], 0.501) << column << ", " << row;
+        }
+        else if (column < 380 && row < 330)
+        {
+            ++ofPlane;
+            ASSERT_NEAR(PlaneDepth(direction) / 0.5, values[i], 0.501) << column << ", " << row;
+        }
+    }
+    EXPECT_GT(ofSphere, 2000U);
+    EXPECT_GT(ofPlane, 10000U);
+}
+
+TEST_F(SimulatorDepth, HasAStepAtTheEdgesOfThePlate)
+{
+    const std::vector<unsigned> values = GrabRange();
+    const Direction edge = PlaceOf({0.15, 0.0});
+    const size_t row = 238 * width;
+    ASSERT_NEAR(238.5, edge.y, 0.5);
+    const auto first = static_cast<size_t>(std::ceil(edge.x));
+    EXPECT_EQ(2000U, values[row + first]);
+    EXPECT_EQ(2000U, values[row + first + 10]);
+    EXPECT_GT(values[row + first - 1], 3000U);
+}
+
+TEST_F(SimulatorDepth, HasABandWithoutDepth)
+{
+    const std::vector<unsigned> values = GrabRange();
+    const auto valueAt = [&](double y)
+    {
+        const double z = 1500 + 0.10 * y; // on the plane at x = 0
+        const Direction place = PlaceOf({0.0, y / z});
+        return values[static_cast<size_t>(std::lround(place.y)) * width +
+                      static_cast<size_t>(std::lround(place.x))];
+    };
+    EXPECT_GT(valueAt(325), 3000U);
+    EXPECT_EQ(0U, valueAt(335));
+    EXPECT_EQ(0U, valueAt(395));
+    EXPECT_GT(valueAt(405), 3000U);
+}
+
+TEST_F(SimulatorDepth, ShowsTheMiddleOfBinnedPixels)
+{
+    ASSERT_OK(m_camera->Set("BinningHorizontal", 2));
+    ASSERT_OK(m_camera->Set("BinningVertical", 2));
+    SetRegion(100, 60, 20, 10);
+    const std::vector<unsigned> values = GrabRange();
+    ASSERT_EQ(6000U, values.size());
+    for (size_t i = 0; i < values.size(); i += 11)
+    {
+        const double column = 2.0 * static_cast<double>(i % 100 + 20) + 0.5;
+        const double row = 2.0 * static_cast<double>(i / 100 + 10) + 0.5;
+        const Direction direction = DirectionAt(column, row);
+        const double depth = SphereDepth(direction).value_or(PlaneDepth(direction));
+        ASSERT_NEAR(depth / 0.5, values[i], 0.501) << i;
+    }
+}
+
+TEST_F(SimulatorDepth, ChangesItsValuesWithTheUserSet)
+{
+    const Direction direction = DirectionAt(320, 20);
+    const size_t pixel = 20 * width + 320;
+    const auto load = [&](const char *set)
+    {
+        EXPECT_OK(m_camera->SetEntry("UserSetSelector", set));
+        EXPECT_OK(m_camera->Set("UserSetLoad", 1));
+    };
+    load("UserSet0");
+    EXPECT_EQ(0.125F, m_camera->GetFloat("Scan3dCoordinateScale"));
+    EXPECT_EQ(16383000, m_camera->Get("Scan3dAxisMaxReg"));
+    EXPECT_NEAR(PlaneDepth(direction) / 0.125, GrabRange()[pixel], 0.501);
+    load("UserSet2");
+    EXPECT_EQ(200000, m_camera->Get("Scan3dCoordinateOffsetReg"));
+    EXPECT_EQ(2000, m_camera->Get("Scan3dAxisMinReg"));
+    EXPECT_EQ(1.0F, m_camera->GetFloat("Scan3dInvalidDataValue"));
+    const std::vector<unsigned> shifted = GrabRange();
+    EXPECT_NEAR((PlaneDepth(direction) - 200) / 0.5, shifted[pixel], 0.501);
+    const Direction inBand = PlaceOf({0.0, 360.0 / 1536.0});
+    EXPECT_EQ(1U, shifted[static_cast<size_t>(inBand.y) * width + 320]);
+    load("Default");
+    EXPECT_EQ(0.5F, m_camera->GetFloat("Scan3dCoordinateScale"));
+    EXPECT_NEAR(PlaneDepth(direction) / 0.5, GrabRange()[pixel], 0.501);
+}
+
+TEST_F(SimulatorDepth, MarksDepthInvalidThatTheFormatCanNotHold)
+{
+    const size_t pixel = 20 * width + 320;
+    ASSERT_OK(m_camera->SetEntry("PixelFormat", "Coord3D_C8"));
+    EXPECT_EQ(static_cast<int64_t>(width * height), m_camera->Get("PayloadSize"));
+    EXPECT_EQ(0U, GrabRange(1)[pixel]);
+    ASSERT_OK(m_camera->SetEntry("UserSetSelector", "UserSet1"));
+    ASSERT_OK(m_camera->Set("UserSetLoad", 1));
+    EXPECT_NEAR(PlaneDepth(DirectionAt(320, 20)) / 8.0, GrabRange(1)[pixel], 0.501);
+}
+
+TEST_F(SimulatorDepth, HasNoiseOnRequest)
+{
+    const std::vector<unsigned> still = GrabRange();
+    EXPECT_EQ(still, GrabRange());
+    ASSERT_OK(m_camera->SetFloat("DepthNoise", 5.0F));
+    const std::vector<unsigned> noisy = GrabRange();
+    double sum = 0;
+    double squares = 0;
+    size_t count = 0;
+    for (size_t i = 0; i < still.size(); ++i)
+    {
+        ASSERT_EQ(still[i] == 0, noisy[i] == 0) << i;
+        if (still[i] != 0)
+        {
+            const double error = 0.5 * (static_cast<double>(noisy[i]) - static_cast<double>(still[i]));
+            sum += error;
+            squares += error * error;
+            ++count;
+        }
+    }
+    EXPECT_NEAR(0.0, sum / static_cast<double>(count), 0.1);
+    EXPECT_NEAR(5.0, std::sqrt(squares / static_cast<double>(count)), 0.1);
+    EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetFloat("DepthNoise", -1.0F));
+}
+
+TEST_F(SimulatorDepth, IsAnImageOfThreeDimensions)
+{
+    AnnounceBuffers(4);
+    Start(1);
+    const Received received = Receive();
+    EXPECT_EQ(size_t{PAYLOAD_TYPE_IMAGE}, BufferInfo<size_t>(received.handle, BUFFER_INFO_PAYLOADTYPE));
+    EXPECT_EQ(0x011000B8U, BufferInfo<uint64_t>(received.handle, BUFFER_INFO_PIXELFORMAT));
+    EXPECT_EQ(size_t{PART_DATATYPE_3D_IMAGE},
+              PartInfo<size_t>(received.handle, 0, BUFFER_PART_INFO_DATA_TYPE));
+    Stop();
+}
+
+} // namespace
+} // namespace simulator_test
