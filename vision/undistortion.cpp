@@ -106,20 +106,29 @@ std::vector<uint8_t> Masked(const Image &image, uint32_t pixelBytes)
 }
 
 template <uint32_t pixelBytes>
+void CopyPixels(const uint8_t *source, const uint32_t *sources, uint64_t count, uint8_t *target)
+{
+    for (uint64_t pixel = 0; pixel < count; ++pixel)
+    {
+        std::memcpy(target + pixel * pixelBytes, source + uint64_t{sources[pixel]} * pixelBytes, pixelBytes);
+    }
+}
+
+template <uint32_t pixelBytes>
 void TakeNearest(const NearestMap &map, const uint8_t *source, Image &target)
 {
+    // Here, since the target's bytes could be those of the map for all that the compiler knows.
+    const uint32_t *sources = map.sources.data();
+    uint8_t *pixels = target.data;
     uint64_t done = 0;
     const auto clearUpTo = [&](uint64_t begin)
-    { std::memset(target.data + done * pixelBytes, 0, (begin - done) * pixelBytes); };
+    { std::memset(pixels + done * pixelBytes, 0, (begin - done) * pixelBytes); };
     ForEachRunWithin(map.inside, target.width, target.height,
                      [&](uint64_t begin, uint64_t end)
                      {
                          clearUpTo(begin);
-                         for (auto pixel = begin; pixel < end; ++pixel)
-                         {
-                             std::memcpy(target.data + pixel * pixelBytes,
-                                         source + uint64_t{map.sources[pixel]} * pixelBytes, pixelBytes);
-                         }
+                         CopyPixels<pixelBytes>(source, sources + begin, end - begin,
+                                                pixels + begin * pixelBytes);
                          done = end;
                      });
     clearUpTo(target.PixelCount());
@@ -244,6 +253,13 @@ const BilinearMap &Undistortion::Bilinear()
     return m_bilinear ? *m_bilinear : m_bilinear.emplace(MakeBilinearMap(m_camera));
 }
 
+const BilinearBlocks &Undistortion::Blocks()
+{
+    return m_blocks
+               ? *m_blocks
+               : m_blocks.emplace(MakeBlocks(MakeBilinearMap(m_camera), m_camera.width, m_camera.height));
+}
+
 Region Undistortion::RegionOf(const Image &source)
 {
     const auto &map = Nearest();
@@ -296,6 +312,10 @@ void Undistortion::Process(const Image &source, Image &target)
     if (m_interpolation == Interpolation::Nearest)
     {
         TakeNearest(Nearest(), pixels, target, pixelBytes);
+    }
+    else if (pixelBytes == 1 && HasBlocks(m_camera.width, m_camera.height))
+    {
+        TakeBlocks(Blocks(), pixels, target.data);
     }
     else
     {

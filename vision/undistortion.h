@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vision/bilinear.h"
 #include "vision/calibration.h"
 #include "vision/handles.h"
 #include "vision/image.h"
@@ -54,6 +55,7 @@ private:
     void RequireImages(const Image &source, const Image &target) const;
     const NearestMap &Nearest();
     const BilinearMap &Bilinear();
+    const BilinearBlocks &Blocks();
     Region RegionOf(const Image &source);
 
     tarn_cvl_CalibrationParameters m_camera;
@@ -61,6 +63,7 @@ private:
     // Made when first used.
     std::optional<NearestMap> m_nearest;
     std::optional<BilinearMap> m_bilinear;
+    std::optional<BilinearBlocks> m_blocks;
 };
 
 /// @param adjusted out: the camera as it sees undistorted images
