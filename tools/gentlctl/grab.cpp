@@ -1,7 +1,7 @@
 #include "gentlctl/grab.h"
 
 #include "gentlctl/features.h"
-#include "gentlctl/image_files.h"
+#include "gentlctl/frame.h"
 #include "gentlctl/producer.h"
 
 #include <fmt/format.h>
@@ -126,74 +126,6 @@ private:
     std::vector<BUFFER_HANDLE> m_buffers;
 };
 
-/// One delivered buffer and its infos.
-class Frame
-{
-public:
-    Frame(IGenTLProxy &calls, void *stream, BUFFER_HANDLE buffer)
-        : m_infos(Answers(BufferInfoCommands(),
-                          [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
-                          { calls.DSGetBufferInfo(stream, buffer, command, type, data, size); }))
-    {
-    }
-
-    const Json &Infos() const { return m_infos; }
-    bool Incomplete() const { return m_infos.value("BUFFER_INFO_IS_INCOMPLETE", Json(false)) == true; }
-
-    ImageView Image() const
-    {
-        const auto base = std::stoull(m_infos.at("BUFFER_INFO_BASE").get<std::string>(), nullptr, 16);
-        const auto *data = reinterpret_cast<const uint8_t *>(base);
-        const auto offset = Number("BUFFER_INFO_IMAGEOFFSET");
-        const auto size = Number("BUFFER_INFO_SIZE");
-        return {data + offset, size - std::min(size, offset), Number("BUFFER_INFO_WIDTH"),
-                Number("BUFFER_INFO_HEIGHT"), Number("BUFFER_INFO_PIXELFORMAT")};
-    }
-
-    /// Bytes of the image with all that is behind it. A producer that unpacks reports as filled what the
-    /// camera sent, which is less than the image.
-    size_t Delivered(const ImageView &image) const
-    {
-        const auto imageSize = BytesOf(image.pixelFormat, image.width, image.height);
-        return std::min(image.size, std::max<size_t>(Number("BUFFER_INFO_SIZE_FILLED"), imageSize));
-    }
-
-private:
-    uint64_t Number(const char *name) const
-    {
-        const auto info = m_infos.find(name);
-        return info != m_infos.end() && info->is_number() ? info->get<uint64_t>() : 0;
-    }
-
-    Json m_infos;
-};
-
-/// Writes the frame's image and infos; gives the names of the files.
-Json WriteFrame(const Frame &frame, uint64_t number, const GrabOptions &options)
-{
-    auto files = Json::array();
-    const auto path = [&](const std::string &extension)
-    { return options.folder / fmt::format("frame-{:05}.{}", number, extension); };
-    const auto image = frame.Image();
-    if (!frame.Incomplete())
-    {
-        const auto file = path(options.format);
-        if (options.format == "raw")
-        {
-            WriteBytes(file, image.data, frame.Delivered(image));
-        }
-        else
-        {
-            WritePicture(file, image);
-        }
-        files.push_back(file.string());
-    }
-    const auto text = frame.Infos().dump(2) + "\n";
-    WriteBytes(path("json"), text.data(), text.size());
-    files.push_back(path("json").string());
-    return files;
-}
-
 void ShowProgress(const GrabReport &report, uint64_t frames, bool last)
 {
     constexpr int width = 30;
@@ -233,7 +165,7 @@ GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, 
         report.incomplete += frame.Incomplete() ? 1 : 0;
         if (!options.folder.empty())
         {
-            for (const auto &file : WriteFrame(frame, report.delivered, options))
+            for (const auto &file : frame.Write(options.folder, report.delivered, options.format))
             {
                 report.files.push_back(file);
             }

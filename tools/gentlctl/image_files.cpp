@@ -1,5 +1,7 @@
 #include "gentlctl/image_files.h"
 
+#include "gentlctl/depth_files.h"
+
 #include "common/exceptions.h"
 #include "common/pixel_format.h"
 #include "utils/checks.h"
@@ -20,13 +22,14 @@ namespace
 using tarn::common::PixelFormat;
 
 constexpr int asItIs = -1;
+constexpr int depth = -2;
 
 /// How a format becomes an OpenCV image.
 struct Picture
 {
     PixelFormat format;
     int type;       ///< of the delivered samples
-    int conversion; ///< to what OpenCV writes, or asItIs
+    int conversion; ///< to what OpenCV writes, or asItIs, or depth
     double maximum; ///< largest sample
 };
 
@@ -54,6 +57,12 @@ constexpr std::array pictures{
     Picture{PixelFormat::BGR10, CV_16UC3, asItIs, 1023},
     Picture{PixelFormat::RGB12, CV_16UC3, cv::COLOR_RGB2BGR, 4095},
     Picture{PixelFormat::BGR12, CV_16UC3, asItIs, 4095},
+    Picture{PixelFormat::Confidence8, CV_8UC1, asItIs, 255},
+    Picture{PixelFormat::Confidence16, CV_16UC1, asItIs, 65535},
+    Picture{PixelFormat::Coord3D_C8, CV_8UC1, depth, 255},
+    Picture{PixelFormat::Coord3D_C16, CV_16UC1, depth, 65535},
+    Picture{PixelFormat::Coord3D_C32f, CV_32FC1, depth, 0},
+    Picture{PixelFormat::Coord3D_ABC32f, CV_32FC3, depth, 0},
 };
 
 const Picture *FindPicture(uint64_t pixelFormat)
@@ -125,11 +134,23 @@ void WritePicture(const std::filesystem::path &file, const ImageView &image)
                         FormatName(image.pixelFormat)));
     }
     cv::Mat pixels = Wrap(image, *picture);
-    if (picture->conversion != asItIs)
+    if (picture->conversion == depth)
+    {
+        if (file.extension() == ".png")
+        {
+            cv::Mat z = pixels;
+            if (pixels.channels() == 3)
+            {
+                cv::extractChannel(pixels, z, 2);
+            }
+            pixels = ColourDepth(z);
+        }
+    }
+    else if (picture->conversion != asItIs)
     {
         cv::cvtColor(pixels, pixels, picture->conversion);
     }
-    if (file.extension() == ".png" && CV_MAT_DEPTH(picture->type) == CV_16U && picture->maximum < 65535)
+    if (file.extension() == ".png" && pixels.depth() == CV_16U && picture->maximum < 65535)
     {
         pixels.convertTo(pixels, -1, 65535.0 / picture->maximum);
     }

@@ -25,7 +25,7 @@ bool CanWritePicture(uint64_t pixelFormat);
 
 /// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 and 12 bits
 /// are scaled to the full 16, so that every viewer shows them right; in a TIFF they keep their values.
-/// Bayer images are written in colour.
+/// Bayer images are written in colour. Depth is coloured in a PNG and keeps its values in a TIFF.
 /// @throws std::runtime_error format not supported, image larger than its memory, or the file cannot be
 /// written
 void WritePicture(const std::filesystem::path &file, const ImageView &image);

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "gentlctl/image_files.h"
+
+#include <opencv2/core.hpp>
+
+#include <filesystem>
+
+namespace gentlctl
+{
+
+/// Whether an image holds three coordinates for each pixel.
+bool IsPointGrid(const ImageView &image);
+
+/// Depth in colours, near red and far blue, with a bar at the right edge that says which value is which.
+/// Pixels without depth (0, or not a number) are black.
+/// @param depth one channel of any type
+/// @return 8-bit BGR, wider than the depth by the bar
+cv::Mat ColourDepth(const cv::Mat &depth);
+
+/// Writes the points that have coordinates as a binary PLY, in their order in the image.
+/// @param intensity grey values of the same size; null without
+/// @throws std::runtime_error the file cannot be written
+void WritePly(const std::filesystem::path &file, const ImageView &points, const ImageView *intensity);
+
+} // namespace gentlctl

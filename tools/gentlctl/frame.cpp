@@ -1,0 +1,130 @@
+#include "gentlctl/frame.h"
+
+#include "gentlctl/depth_files.h"
+
+#include "port/proxy_module.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace gentlctl
+{
+
+using namespace GenTL;
+
+namespace
+{
+
+uint64_t Number(const Json &infos, const char *name)
+{
+    const auto info = infos.find(name);
+    return info != infos.end() && info->is_number() ? info->get<uint64_t>() : 0;
+}
+
+const uint8_t *Address(const Json &infos, const char *name)
+{
+    return reinterpret_cast<const uint8_t *>(std::stoull(infos.at(name).get<std::string>(), nullptr, 16));
+}
+
+std::string NameOfPart(uint64_t type, size_t index)
+{
+    static constexpr std::array names{std::pair{uint64_t{PART_DATATYPE_2D_IMAGE}, "intensity"},
+                                      std::pair{uint64_t{PART_DATATYPE_3D_IMAGE}, "range"},
+                                      std::pair{uint64_t{PART_DATATYPE_CONFIDENCE_MAP}, "confidence"}};
+    const auto *name = std::ranges::find(names, type, [](const auto &entry) { return entry.first; });
+    return name != names.end() ? name->second : "part" + std::to_string(index);
+}
+
+Json PartInfos(internal::IGenTLProxy &calls, void *stream, void *buffer)
+{
+    uint32_t count = 0;
+    internal::CloseQuietly([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
+    auto parts = Json::array();
+    for (uint32_t part = 0; part < count; ++part)
+    {
+        parts.push_back(Answers(
+            BufferPartInfoCommands(), [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
+            { calls.DSGetBufferPartInfo(stream, buffer, part, command, type, data, size); }));
+    }
+    return parts;
+}
+
+} // namespace
+
+Frame::Frame(internal::IGenTLProxy &calls, void *stream, void *buffer)
+    : m_infos(Answers(BufferInfoCommands(),
+                      [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
+                      { calls.DSGetBufferInfo(stream, buffer, command, type, data, size); }))
+{
+    m_infos["parts"] = PartInfos(calls, stream, buffer);
+}
+
+bool Frame::Incomplete() const
+{
+    return m_infos.value("BUFFER_INFO_IS_INCOMPLETE", Json(false)) == true;
+}
+
+std::vector<NamedImage> Frame::Images() const
+{
+    const auto &parts = m_infos.at("parts");
+    if (Number(m_infos, "BUFFER_INFO_PAYLOADTYPE") != PAYLOAD_TYPE_MULTI_PART)
+    {
+        const auto offset = Number(m_infos, "BUFFER_INFO_IMAGEOFFSET");
+        const auto size = Number(m_infos, "BUFFER_INFO_SIZE");
+        return {{"",
+                 {Address(m_infos, "BUFFER_INFO_BASE") + offset, size - std::min(size, offset),
+                  Number(m_infos, "BUFFER_INFO_WIDTH"), Number(m_infos, "BUFFER_INFO_HEIGHT"),
+                  Number(m_infos, "BUFFER_INFO_PIXELFORMAT")}}};
+    }
+    std::vector<NamedImage> images;
+    for (const auto &part : parts)
+    {
+        images.push_back({NameOfPart(Number(part, "BUFFER_PART_INFO_DATA_TYPE"), images.size()),
+                          {Address(part, "BUFFER_PART_INFO_BASE"), Number(part, "BUFFER_PART_INFO_DATA_SIZE"),
+                           Number(part, "BUFFER_PART_INFO_WIDTH"), Number(part, "BUFFER_PART_INFO_HEIGHT"),
+                           Number(part, "BUFFER_PART_INFO_DATA_FORMAT")}});
+    }
+    return images;
+}
+
+// A producer that unpacks reports as filled what the camera sent, which is less than the image.
+size_t Frame::Delivered(const ImageView &image) const
+{
+    const auto imageSize = BytesOf(image.pixelFormat, image.width, image.height);
+    return std::min(image.size, std::max<size_t>(Number(m_infos, "BUFFER_INFO_SIZE_FILLED"), imageSize));
+}
+
+Json Frame::Write(const std::filesystem::path &folder, uint64_t number, const std::string &format) const
+{
+    auto files = Json::array();
+    const auto path = [&](const std::string &part, const std::string &extension)
+    {
+        auto file =
+            folder / fmt::format("frame-{:05}{}{}.{}", number, part.empty() ? "" : "-", part, extension);
+        files.push_back(file.string());
+        return file;
+    };
+    const auto images = Incomplete() ? std::vector<NamedImage>() : Images();
+    for (const auto &[name, view] : images)
+    {
+        if (format == "raw")
+        {
+            WriteBytes(path(name, format), view.data, Delivered(view));
+            continue;
+        }
+        WritePicture(path(name, format), view);
+        if (IsPointGrid(view))
+        {
+            const auto intensity = std::ranges::find(images, std::string("intensity"), &NamedImage::name);
+            WritePly(path(name, "ply"), view, intensity != images.end() ? &intensity->view : nullptr);
+        }
+    }
+    const auto text = m_infos.dump(2) + "\n";
+    WriteBytes(path("", "json"), text.data(), text.size());
+    return files;
+}
+
+} // namespace gentlctl

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "gentlctl/image_files.h"
+#include "gentlctl/info.h"
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+
+/// An image in a buffer: the whole payload, or one part of it.
+struct NamedImage
+{
+    std::string name; ///< of the part, as "range"; empty for a buffer that is one image
+    ImageView view;
+};
+
+/// One delivered buffer, with its infos and those of its parts. Valid until the buffer is queued again.
+class Frame
+{
+public:
+    Frame(GenTL::internal::IGenTLProxy &calls, void *stream, void *buffer);
+
+    const Json &Infos() const { return m_infos; }
+    bool Incomplete() const;
+    std::vector<NamedImage> Images() const;
+
+    /// Writes the images, in the form of `format` ("png", "tiff", "raw"), and the infos; a grid of points as
+    /// PLY, too, with the intensity if the frame has it.
+    /// @return the names of the files
+    Json Write(const std::filesystem::path &folder, uint64_t number, const std::string &format) const;
+
+private:
+    size_t Delivered(const ImageView &image) const;
+
+    Json m_infos;
+};
+
+} // namespace gentlctl
