@@ -15,9 +15,8 @@ class Any
 public:
     Any() = default;
     template <typename T>
-    requires(!std::is_same_v<std::decay_t<T>, Any>)
-        Any(T &&value) // NOLINT(google-explicit-constructor): a value is an Any
-        : m_content(std::make_unique<Holder<std::decay_t<T>>>(std::forward<T>(value)))
+    Any(T value) // NOLINT(google-explicit-constructor): a value is an Any
+        : m_content(std::make_unique<Holder<T>>(std::move(value)))
     {
     }
     Any(const Any &other) : m_content(other.m_content ? other.m_content->Clone() : nullptr) {}
@@ -61,10 +60,7 @@ private:
     class Holder final : public Placeholder
     {
     public:
-        template <typename Value>
-        explicit Holder(Value &&initial) : value(std::forward<Value>(initial))
-        {
-        }
+        explicit Holder(T initial) : value(std::move(initial)) {}
         const std::type_info &Type() const override { return typeid(T); }
         std::unique_ptr<Placeholder> Clone() const override { return std::make_unique<Holder>(value); }
 
