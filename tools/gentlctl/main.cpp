@@ -38,9 +38,10 @@ struct CommandLine
     {
         app.require_subcommand(1);
         app.fallthrough();
-        app.add_option("--producer", common.producer,
-                       "The producer's file; else the proxy producer beside this program, else the first in "
-                       "GENICAM_GENTL64_PATH");
+        app.add_option(
+            "--producer", common.producer,
+            "The producer's file; else the proxy producer that belongs to this program, else the first "
+            "in GENICAM_GENTL64_PATH");
         app.add_flag("--json", common.json, "Print JSON");
         app.footer("Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong usage.");
         AddList();

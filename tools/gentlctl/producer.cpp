@@ -98,7 +98,7 @@ std::filesystem::path LibraryFolder()
 {
     std::error_code ignored;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored);
-    return program.parent_path().parent_path() / "lib";
+    return program.parent_path().parent_path() / QVR_INSTALL_LIBDIR;
 }
 
 std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
@@ -309,10 +309,13 @@ std::string FindProducerFile(const std::string &argument)
         return argument;
     }
     std::error_code ignored;
-    const auto ours = LibraryFolder() / "qvr_proxygentl.cti";
-    if (fs::is_regular_file(ours, ignored))
+    // Where the build puts it, and where an installation has it.
+    for (const auto *ours : {"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"})
     {
-        return ours.string();
+        if (const auto file = LibraryFolder() / ours; fs::is_regular_file(file, ignored))
+        {
+            return file.string();
+        }
     }
     std::istringstream folders(internal::utils::GetEnvironmentVariable("GENICAM_GENTL64_PATH"));
     for (std::string folder; std::getline(folders, folder, ':');)

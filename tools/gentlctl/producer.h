@@ -137,8 +137,8 @@ private:
     Handle m_stream;
 };
 
-/// File of the producer to use: the argument, else the proxy producer beside this program, else the first
-/// producer in the folders of GENICAM_GENTL64_PATH.
+/// File of the producer to use: the argument, else the proxy producer of the build or the installation that
+/// this program is of, else the first producer in the folders of GENICAM_GENTL64_PATH.
 /// @throws std::runtime_error none found
 std::string FindProducerFile(const std::string &argument);
 
