@@ -5,6 +5,8 @@
 #include "gentlctl/image_files.h"
 #include "gentlctl/producer.h"
 
+#include "vision/calibration_parameters.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -274,6 +276,70 @@ void Formats(const CommonOptions &options)
     {
         fmt::print("{:<32}  {:<24}  {}\n", format.name, format.sentAs,
                    format.task == "copy" ? "copies" : "unpacks");
+    }
+}
+
+namespace
+{
+
+std::vector<uint8_t> Fetch(const Features &remote, const std::string &name)
+{
+    auto content = remote.Files().ReadFile(name);
+    if (content.empty())
+    {
+        throw std::runtime_error(
+            fmt::format("The file {} cannot be read from the device, or is empty", name));
+    }
+    return content;
+}
+
+} // namespace
+
+void Files(const CommonOptions &options, const std::vector<std::string> &names, const std::string &folder)
+{
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    const Features remote(device.PortOf("remote"));
+    auto result = Json::object();
+    if (names.empty())
+    {
+        for (const auto &name : remote.Files().AvailableFiles())
+        {
+            result[name] = remote.Files().FileSize(name);
+        }
+    }
+    else
+    {
+        std::filesystem::create_directories(folder);
+        for (const auto &name : names)
+        {
+            const auto file = std::filesystem::path(folder) / name;
+            const auto content = Fetch(remote, name);
+            WriteBytes(file, content.data(), content.size());
+            result[name] = file.string();
+        }
+    }
+    options.json ? Print(result) : PrintTable(result, "");
+}
+
+void Calibration(const CommonOptions &options, const std::string &file)
+{
+    constexpr auto calibrationFile = "LensCalibrationData";
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    const auto content = Fetch(Features(device.PortOf("remote")), calibrationFile);
+    const auto calibration = tarn::cvl::ParseCalibrationParameters(content.data(), content.size());
+    const Json result{{"bytes", content.size()},
+                      {"width", calibration->width},
+                      {"height", calibration->height},
+                      {"focalLengthX", calibration->focalLengthX},
+                      {"focalLengthY", calibration->focalLengthY},
+                      {"principalPointX", calibration->principalPointX},
+                      {"principalPointY", calibration->principalPointY}};
+    options.json ? Print(result) : PrintTable(result, "");
+    if (!file.empty())
+    {
+        WriteBytes(file, content.data(), content.size());
     }
 }
 

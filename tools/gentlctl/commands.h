@@ -36,6 +36,13 @@ void Set(const CommonOptions &options, const std::string &module,
 /// becomes the other.
 void Formats(const CommonOptions &options);
 
+/// Lists the files on a device with their sizes, or fetches those named into a folder.
+void Files(const CommonOptions &options, const std::vector<std::string> &names, const std::string &folder);
+
+/// Prints the lens calibration of a device, and writes it to a file when one is named.
+/// @throws tarn::cvl::CorruptedException the device's data are no lens calibration
+void Calibration(const CommonOptions &options, const std::string &file);
+
 /// Sets features of the remote device, then grabs.
 void GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
                 const GrabOptions &grab);

@@ -2,6 +2,7 @@
 
 #include "gentlctl/info.h"
 #include "gentlctl/producer.h"
+#include "utils/file_access.h"
 
 #include <memory>
 #include <string>
@@ -46,6 +47,9 @@ public:
     /// @throws std::runtime_error no such feature, not a value of its type, or it cannot be written now
     void Set(const std::string &name, const std::string &value) const;
     void Execute(const std::string &command) const { Set(command, "1"); }
+
+    /// Access to the files of a device.
+    GenTL::internal::utils::FileAccess Files() const { return {*m_port, *m_parser}; }
 
 private:
     const GenTL::internal::nodemap::NodeInfo &Find(const std::string &name) const;

@@ -50,6 +50,8 @@ struct CommandLine
         AddGet();
         AddSet();
         AddFormats();
+        AddFiles();
+        AddCalibration();
         AddGrab();
     }
 
@@ -123,6 +125,23 @@ private:
     {
         AddDevice(Add("formats", "Pixel formats: what the device sends, and what an application may choose",
                       [this] { Formats(common); }));
+    }
+
+    void AddFiles()
+    {
+        auto *command =
+            Add("files", "Files on the device", [this] { Files(common, names, file.empty() ? "." : file); });
+        command->add_option("names", names, "Files to fetch; all are listed when none is given");
+        command->add_option("-o,--output", file, "Folder for the files")->default_str(".");
+        AddDevice(command);
+    }
+
+    void AddCalibration()
+    {
+        auto *command = Add("calibration", "Lens calibration of the device, checked",
+                            [this] { Calibration(common, file); });
+        command->add_option("-o,--output", file, "Write the calibration data to this file");
+        AddDevice(command);
     }
 
     void AddGrab()
