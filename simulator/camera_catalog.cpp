@@ -541,7 +541,9 @@ CameraModel DepthD1()
     camera.productGuid = "3A9D6F52-8C1E-4B7A-9E04-5D2F81C7B601";
     camera.versionGuid = "3A9D6F52-8C1E-4B7A-9E04-5D2F81C7B602";
     camera.makeSource = [] { return std::make_unique<DepthSource>(); };
-    camera.components = {{{"Range", 4}, Quantity::Range, {"Coord3D_C16", "Coord3D_C8"}}};
+    camera.components = {{{"Range", 4}, Quantity::Range, {"Coord3D_C16", "Coord3D_C8"}},
+                         {{"Intensity", 1}, Quantity::Light, {"Mono8"}},
+                         {{"Confidence", 9}, Quantity::Confidence, {"Confidence8"}}};
     camera.userSets = {{{"Default", 0}, {0.5, 0.0, 1.0, 4095.0, 0.0}},
                        {{"UserSet0", 1}, {0.125, 0.0, 1.0, 16383.0, 0.0}},
                        {{"UserSet1", 2}, {8.0, 0.0, 1.0, 255.0, 0.0}},
