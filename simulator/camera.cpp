@@ -86,6 +86,10 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
         Features().SetSelected("ChunkEnable", chunk.entry.value, chunk.value == ChunkValue::Image);
     }
     ConnectDepth();
+    if (!unit.Model().files.empty())
+    {
+        m_files = std::make_unique<FileAccess>(Features(), unit.Model().files);
+    }
     Features().SetText("DeviceUserID", unit.UserName());
     if (unit.Model().hasMosaic)
     {

@@ -1,6 +1,7 @@
 #ifndef QVR_SIMULATOR_CAMERA_H
 #define QVR_SIMULATOR_CAMERA_H
 
+#include "file_access.h"
 #include "frame.h"
 #include "module.h"
 
@@ -60,6 +61,8 @@ private:
     CameraUnit &m_unit;
     const bool m_writable;
     const std::set<std::string> m_wantedFormats; /**< by the environment; empty for all */
+
+    std::unique_ptr<FileAccess> m_files; /**< none for a camera without files */
 
     // Guarded by the lock of the features.
     const void *m_listenerOwner = nullptr;

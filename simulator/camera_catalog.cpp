@@ -1,6 +1,7 @@
 #include "camera_model.h"
 #include "depth_scene.h"
 #include "depth_source.h"
+#include "file_access.h"
 #include "pattern_source.h"
 #include "replay_source.h"
 #include "scene_source.h"
@@ -548,6 +549,7 @@ CameraModel DepthD1()
                        {{"UserSet0", 1}, {0.125, 0.0, 1.0, 16383.0, 0.0}},
                        {{"UserSet1", 2}, {8.0, 0.0, 1.0, 255.0, 0.0}},
                        {{"UserSet2", 3}, {0.5, 200.0, 2.0, 4000.0, 1.0}}};
+    camera.files = {{{"LensCalibrationData", 0}, DepthLens().File()}};
     AreaSensor sensor{DepthLens().width, DepthLens().height, 1, 1, {}};
     for (const ImageComponent &component : camera.components)
     {
@@ -558,6 +560,7 @@ CameraModel DepthD1()
     camera.features = ComponentControl(camera.components);
     Append(camera.features, Scan3dControl());
     Append(camera.features, UserSetControl(camera.userSets));
+    Append(camera.features, FileAccessFeatures(camera.files));
     return AreaCamera(std::move(camera), sensor);
 }
 
