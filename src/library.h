@@ -24,6 +24,8 @@ namespace GenTL::internal
 class Library final : public ILibrary, public ISystemInformationProvider
 {
 public:
+    ~Library() override = default;
+
     static Library &Instance();
 
     /// @throws GenTLException "Library already initialized!", GC_ERR_RESOURCE_IN_USE; whatever the bring-up
@@ -48,7 +50,6 @@ public:
 
 private:
     Library();
-    ~Library() override = default;
 
     void SetUpLogging();
     void TearDownLogging();
