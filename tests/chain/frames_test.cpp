@@ -77,7 +77,7 @@ TEST_P(FramesOf, TenThousandArriveWholeAndInOrder)
 
 INSTANTIATE_TEST_SUITE_P(Cameras, FramesOf,
                          testing::Values("OVRA-M5", "OVRA-M1", "OVRA-C5", "OVRA-S2", "OVRA-F1"),
-                         [](const auto &info) { return std::string(info.param).substr(5); });
+                         [](const auto &camera) { return std::string(camera.param).substr(5); });
 
 TEST(TwoDevices, StreamAtOnce)
 {
