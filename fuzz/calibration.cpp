@@ -73,7 +73,7 @@ void Read(std::span<const uint8_t> bytes)
     {
         return;
     }
-    if (!std::ranges::equal(ToBinary(*parameters), bytes))
+    if (!std::ranges::equal(tarn::vision::ToBinary(*parameters), bytes))
     {
         std::abort();
     }
