@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
@@ -71,6 +72,23 @@ private:
     bool WriteComponentSelector(const NodeInfo &node, const void *buffer, size_t *size);
     bool ReadAvailability(const NodeInfo &node, void *buffer, size_t *size);
 
+    bool IsUsable(const NodeInfo &node);
+    void OverrideScan3d();
+    void OverrideUserSetLoad();
+    void EnableScan3dOutputModes(const NodeInfo &node);
+    void EnableCoordinateSelectorEntries();
+    void InjectScan3dOverrides();
+    void ForceBits(const NodeInfo &enumeration, std::initializer_list<std::string_view> entries,
+                   bool inTheGridOnly);
+    bool ReadOutputMode(nodemap::Endianess endianess, void *buffer, const size_t *size);
+    bool WriteOutputMode(nodemap::Endianess endianess, const void *buffer, size_t *size);
+    bool ReadCoordinate(nodemap::Endianess endianess, void *buffer, const size_t *size);
+    bool WriteCoordinate(nodemap::Endianess endianess, const void *buffer, const size_t *size);
+    void OverrideConstant(const std::string &feature, int64_t constant);
+    void OverrideAxis(const std::string &feature, bool isMaximum);
+    void OverrideInvalidDataFlag();
+    void AddCalibratedRead(const NodeInfo &node, std::function<void(void *buffer, size_t size)> store);
+
     void ReadScan3dInfo();
     void ReadOutputModes();
     void ReadLensCalibration();
@@ -94,6 +112,9 @@ private:
     std::unordered_map<uint64_t, std::unordered_map<Component, uint64_t>> m_pixelFormatMasks;
     /// The modes that the device has, with its values for them.
     std::vector<std::pair<Scan3dOutputMode, int64_t>> m_outputModes;
+    /// The coordinates that the device has, with its values for them.
+    std::vector<std::pair<Scan3dCoordinate, int64_t>> m_coordinates;
+    Scan3dCoordinate m_currentCoordinate = Scan3dCoordinate::CoordinateC;
 };
 
 /// Where a port's URL says that the description is: local:///name;address;size?query, numbers in base 16.

@@ -61,7 +61,9 @@ void RemotePort::InjectOverrides()
     OverridePayloadSize();
     OverridePixelFormat();
     OverrideComponents();
+    OverrideScan3d();
     OverrideAvailability();
+    OverrideUserSetLoad();
 }
 
 void RemotePort::OverridePayloadSize()
@@ -104,16 +106,18 @@ bool RemotePort::WritePixelFormat(const NodeInfo &node, Endianess endianess, con
     return true;
 }
 
+bool RemotePort::IsUsable(const NodeInfo &node)
+{
+    return (node.AccessMode == nodemap::AccessMode::RW || node.AccessMode == nodemap::AccessMode::None) &&
+           nodemap::IsTrue(*this, Parser(), node.pIsAvailable) &&
+           nodemap::IsTrue(*this, Parser(), node.pIsImplemented);
+}
+
 void RemotePort::OverrideComponents()
 {
     const auto &pixelFormat = FindNode("PixelFormat");
     const auto selector = TryFindNode("ComponentSelector");
-    const bool isUsable = selector &&
-                          (selector->AccessMode == nodemap::AccessMode::RW ||
-                           selector->AccessMode == nodemap::AccessMode::None) &&
-                          nodemap::IsTrue(*this, Parser(), selector->pIsAvailable) &&
-                          nodemap::IsTrue(*this, Parser(), selector->pIsImplemented);
-    if (!isUsable)
+    if (!selector || !IsUsable(*selector))
     {
         return UpdatePixelFormatEntries(pixelFormat, Component::Image2D);
     }
