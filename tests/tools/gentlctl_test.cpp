@@ -156,6 +156,33 @@ TEST(Gentlctl, UnpacksOnTheWayToThePicture)
     EXPECT_EQ(fs::file_size(folder.Path() / "frame-00001.raw"), 640U * 480 * 2);
 }
 
+TEST(Gentlctl, FetchesTheLensCalibration)
+{
+    const Folder folder;
+    fs::create_directories(folder.Path());
+    const auto file = folder.Path() / "calibration.bin";
+    const auto calibration = JsonOf("calibration -d OVRA-D1 -o " + file.string());
+    EXPECT_EQ(calibration["width"], 640);
+    EXPECT_EQ(calibration["focalLengthX"], 525.5);
+    EXPECT_EQ(fs::file_size(file), calibration["bytes"].get<size_t>());
+    EXPECT_EQ(JsonOf("files -d OVRA-D1"), (Json{{"LensCalibrationData", calibration["bytes"]}}));
+    EXPECT_EQ(Gentlctl("files -d OVRA-D1 LensCalibrationData -o " + folder.Path().string()).status, 0);
+    EXPECT_EQ(fs::file_size(folder.Path() / "LensCalibrationData"), calibration["bytes"].get<size_t>());
+    EXPECT_EQ(Gentlctl("calibration -d OVRA-M5").status, 1);
+}
+
+TEST(Gentlctl, WritesPointsOfTheDepthCamera)
+{
+    const Folder folder;
+    const auto run = Gentlctl("grab -d OVRA-D1 -n 1 -s AcquisitionFrameRate=20 -o " + folder.Path().string());
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_TRUE(fs::exists(folder.Path() / "frame-00001.png"));
+    std::ifstream file(folder.Path() / "frame-00001.ply");
+    std::string line;
+    std::getline(file, line);
+    EXPECT_EQ(line, "ply");
+}
+
 TEST(Gentlctl, TellsFailureAndWrongUsageApart)
 {
     EXPECT_EQ(Gentlctl("").status, 2);
