@@ -487,7 +487,18 @@ std::vector<Feature> Scan3dControl()
                     {{"CoordinateA", 0}, {"CoordinateB", 1}, {"CoordinateC", 2}})
             .Default(2)
             .ConditionalEntries({"CoordinateA", "CoordinateB"}),
-        Float(category, "Scan3dCoordinateScale", "Millimetres of a step of the value.").ReadOnly().Volatile(),
+        Float("", "Scan3dCoordinateScaleMin", "The least scale of all user sets.")
+            .DefaultFloat(0.125)
+            .ReadOnly()
+            .VendorSpecific(),
+        Float("", "Scan3dCoordinateScaleMax", "The largest scale of all user sets.")
+            .DefaultFloat(8.0)
+            .ReadOnly()
+            .VendorSpecific(),
+        Float(category, "Scan3dCoordinateScale", "Millimetres of a step of the value.")
+            .FloatBounds("Scan3dCoordinateScaleMin", "Scan3dCoordinateScaleMax")
+            .ReadOnly()
+            .Volatile(),
         Integer(category, "Scan3dCoordinateOffset", "Millimetres at the value 0.")
             .DividedBy(divisor)
             .ReadOnly()

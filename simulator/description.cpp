@@ -52,7 +52,7 @@ private:
     pugi::xml_node AddBitRegister(const BitRegister &bits);
     void AddEntryConditions(const FeatureLayout::Place &place);
     void AddStructEntry(pugi::xml_node record, const std::string &name, const std::string &bit);
-    void AddFormula(const std::string &name,
+    void AddFormula(const char *element, const std::string &name,
                     const std::vector<std::pair<std::string, std::string>> &variables,
                     const std::string &formula);
     /** The name of the converter that divides what is in the feature's register. */
@@ -220,11 +220,11 @@ void Writer::AddRegister(const FeatureLayout::Place &place)
     Add(node, "Endianess", "LittleEndian");
 }
 
-void Writer::AddFormula(const std::string &name,
+void Writer::AddFormula(const char *element, const std::string &name,
                         const std::vector<std::pair<std::string, std::string>> &variables,
                         const std::string &formula)
 {
-    pugi::xml_node node = Add("IntSwissKnife", name, true);
+    pugi::xml_node node = Add(element, name, true);
     Add(node, "Visibility", "Invisible");
     for (const auto &[variable, target] : variables)
     {
@@ -264,7 +264,8 @@ void Writer::AddLimit(pugi::xml_node node, const std::string &which, const Featu
     else
     {
         const std::string formula = feature.name + which + "Limit";
-        AddFormula(formula, {{"WHOLE", limit.feature}, {"PART", limit.minus}}, "WHOLE - PART");
+        AddFormula("IntSwissKnife", formula, {{"WHOLE", limit.feature}, {"PART", limit.minus}},
+                   "WHOLE - PART");
         Add(node, "p" + which, formula);
     }
 }
@@ -343,11 +344,11 @@ void Writer::AddEntryConditions(const FeatureLayout::Place &place)
         switch (bit.form)
         {
         case BitForm::ShortFormula:
-            return AddFormula(name, {{"BITS", bits}}, "BITS & 1");
+            return AddFormula("IntSwissKnife", name, {{"BITS", bits}}, "BITS & 1");
         case BitForm::Formula:
-            return AddFormula(name, {{"BITS", bits}}, "(BITS >> " + number + ") & 1");
+            return AddFormula("IntSwissKnife", name, {{"BITS", bits}}, "(BITS >> " + number + ") & 1");
         case BitForm::BracketedFormula:
-            return AddFormula(name, {{"BITS", bits}}, "((BITS >> " + number + ") & 1)");
+            return AddFormula("IntSwissKnife", name, {{"BITS", bits}}, "((BITS >> " + number + ") & 1)");
         case BitForm::StructEntry:
             return AddStructEntry(nodes[bit.registerIndex], name, number);
         case BitForm::Plain:
@@ -428,6 +429,13 @@ void Writer::AddValueNode(const FeatureLayout::Place &place)
             high << feature.floatRange->second;
             Add(node, "Min", low.str());
             Add(node, "Max", high.str());
+        }
+        else if (feature.floatBounds)
+        {
+            const std::string formula = feature.name + "MaxFormula";
+            AddFormula("SwissKnife", formula, {{"LIMIT", feature.floatBounds->second}}, "LIMIT");
+            Add(node, "pMin", feature.floatBounds->first);
+            Add(node, "pMax", formula);
         }
         AddUnit(node, feature);
         break;

@@ -57,6 +57,12 @@ Feature &&Feature::FloatRange(double low, double high) &&
     return std::move(*this);
 }
 
+Feature &&Feature::FloatBounds(std::string low, std::string high) &&
+{
+    floatBounds = {std::move(low), std::move(high)};
+    return std::move(*this);
+}
+
 Feature &&Feature::ReadOnly() &&
 {
     access = Access::ReadOnly;

@@ -66,6 +66,8 @@ struct Feature
     std::optional<Limit> maximum;
     int64_t increment = 1;
     std::optional<std::pair<double, double>> floatRange;
+    /** Of a float, instead of floatRange: features with the bounds, the upper one behind a formula. */
+    std::optional<std::pair<std::string, std::string>> floatBounds;
     std::vector<EnumEntry> entries;
     std::string unit;
     std::string representation;
@@ -86,6 +88,7 @@ struct Feature
     Feature &&Range(int64_t low, int64_t high, int64_t step = 1) &&;
     Feature &&Range(int64_t low, Limit high, int64_t step = 1) &&;
     Feature &&FloatRange(double low, double high) &&;
+    Feature &&FloatBounds(std::string low, std::string high) &&;
     Feature &&ReadOnly() &&;
     Feature &&Length(size_t bytes) &&;
     Feature &&Unit(std::string value) &&;

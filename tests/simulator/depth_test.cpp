@@ -31,6 +31,11 @@ TEST_F(SimulatorDepth, HasTheScan3dFeaturesInEachForm)
         EXPECT_EQ(std::string(name) + "Reg", converter.child("pValue").text().get());
     }
     EXPECT_STREQ("1000", m_camera->Node("Scan3dAxisMinConverter").child("Constant").text().get());
+    const pugi::xml_node scale = m_camera->Node("Scan3dCoordinateScale");
+    EXPECT_EQ(0.125F, m_camera->GetFloat(scale.child("pMin").text().get()));
+    const pugi::xml_node largest = m_camera->Node(scale.child("pMax").text().get());
+    EXPECT_STREQ("SwissKnife", largest.name());
+    EXPECT_EQ(8.0F, m_camera->GetFloat(largest.child("pVariable").text().get()));
     EXPECT_STREQ("Scan3dAxisDivisor",
                  m_camera->Node("Scan3dAxisMaxConverter").child("pVariable").text().get());
 }
