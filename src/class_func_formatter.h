@@ -3,7 +3,6 @@
 #include <spdlog/pattern_formatter.h>
 
 #include <memory>
-#include <string>
 #include <string_view>
 
 namespace GenTL::internal

@@ -2,8 +2,6 @@
 
 #include "common/pixel_format.h"
 
-#include <string_view>
-
 namespace tarn::vision
 {
 

@@ -15,7 +15,7 @@ class Any
 public:
     Any() = default;
     template <typename T>
-    Any(T value) // NOLINT(google-explicit-constructor): a value is an Any
+    Any(T value) // not explicit: a value is an Any
         : m_content(std::make_unique<Holder<T>>(std::move(value)))
     {
     }

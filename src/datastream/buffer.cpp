@@ -4,7 +4,6 @@
 #include "utils/checks.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace GenTL::internal
 {

@@ -6,7 +6,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 namespace GenTL::internal

@@ -8,7 +8,6 @@
 
 #include <cstring>
 #include <utility>
-#include <vector>
 
 namespace GenTL::internal::nodemap
 {

@@ -5,7 +5,6 @@
 #include <functional>
 #include <mutex>
 #include <span>
-#include <utility>
 #include <vector>
 
 namespace GenTL::internal::nodemap

@@ -11,7 +11,6 @@
 #include <bit>
 #include <charconv>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>

@@ -101,7 +101,7 @@ cv::Mat Wrap(const ImageView &image, const Picture &picture)
                                              image.size));
     }
     return {static_cast<int>(image.height), static_cast<int>(image.width), picture.type,
-            const_cast<uint8_t *>(image.data)}; // NOLINT(cppcoreguidelines-pro-type-const-cast): only read
+            const_cast<uint8_t *>(image.data)}; // only read
 }
 
 } // namespace
