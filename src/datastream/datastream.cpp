@@ -98,7 +98,7 @@ Datastream::Buffers Datastream::CopyOfBuffers()
     return m_buffers;
 }
 
-void Datastream::Announce(std::shared_ptr<Buffer> buffer, BUFFER_HANDLE *phBuffer)
+void Datastream::Announce(const std::shared_ptr<Buffer> &buffer, BUFFER_HANDLE *phBuffer)
 {
     m_buffers.push_back(buffer);
     ++m_numAnnounced;

@@ -75,7 +75,7 @@ public:
 private:
     using Buffers = std::vector<std::shared_ptr<Buffer>>;
 
-    void Announce(std::shared_ptr<Buffer> buffer, BUFFER_HANDLE *phBuffer);
+    void Announce(const std::shared_ptr<Buffer> &buffer, BUFFER_HANDLE *phBuffer);
     BUFFER_HANDLE HandleOf(const Buffer &buffer);
     Buffers CopyOfBuffers();
     size_t CountBuffers(BufferState first, BufferState second);
