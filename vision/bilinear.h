@@ -3,6 +3,7 @@
 #include "vision/undistortion_map.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -22,7 +23,7 @@ struct BilinearBlocks
     struct OddBlock
     {
         uint64_t pixel;
-        std::array<int16_t, 2 * blockPixels> positions;
+        std::array<int16_t, size_t{2} * blockPixels> positions;
         std::array<uint16_t, blockPixels> fractions;
     };
 
