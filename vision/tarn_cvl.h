@@ -264,7 +264,7 @@ extern "C"
     /**
      * Makes three coordinates for each pixel of an undistorted depth image, in the unit of the depth Z:
      * X = (x - principalPointX) * Z / focalLengthX, Y = (y - principalPointY) * Z / focalLengthY, and Z. They
-     * are not-a-number, all three, for pixels outside of a region of the depth image.
+     * are 0, all three, for pixels outside of a region of the depth image.
      * @param target of format Coord3D_ABC32f
      * @param camera of the size of the image; a distortion is passed over
      * @param cameraSize TARN_CVL_CAMERA_SIZE
