@@ -27,8 +27,9 @@ struct Run
 Run Gentlctl(const std::string &arguments)
 {
     // The library behind OpenCV's image files takes its own locks in both orders.
-    setenv("TSAN_OPTIONS", "suppressions=" QVR_SOURCE_DIR "/tests/tools/tsan.supp", 0);
-    const auto command = std::string(QVR_BIN_DIR "/gentlctl ") + arguments + " 2>&1";
+    const auto command = "TSAN_OPTIONS=\"$TSAN_OPTIONS suppressions=" QVR_SOURCE_DIR
+                         "/tests/tools/tsan.supp\" " +
+                         std::string(QVR_BIN_DIR "/gentlctl ") + arguments + " 2>&1";
     auto *const pipe = popen(command.c_str(), "r");
     Run run;
     std::array<char, 4096> part{};
