@@ -2,8 +2,8 @@
 
 #include "chain/consumer.h"
 
+#include <array>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 namespace chain
@@ -77,22 +77,36 @@ inline Shot Describe(Camera &camera, BUFFER_HANDLE buffer)
     return shot;
 }
 
+/// The depth camera of a producer; one at a time of those with the same lower producer.
+struct DepthCamera
+{
+    explicit DepthCamera(const std::string &file) : producer(file), camera(producer, depthCamera) {}
+
+    gentlctl::Producer producer;
+    Camera camera;
+};
+
 /// One frame of an acquisition of its own.
 inline Shot TakeShot(Camera &camera)
 {
     camera.Remote().Set("AcquisitionMode", "SingleFrame");
-    camera.AnnounceAndQueue(2);
+    const auto size = static_cast<size_t>(camera.Remote().GetInteger("PayloadSize"));
+    std::array<BUFFER_HANDLE, 4> buffers{}; // no fewer will do
+    for (auto &buffer : buffers)
+    {
+        camera.Calls().DSAllocAndAnnounceBuffer(camera.Stream(), size, nullptr, &buffer);
+        camera.Calls().DSQueueBuffer(camera.Stream(), buffer);
+    }
     camera.RegisterEvent();
     camera.Start();
     auto shot = Describe(camera, camera.Take());
     camera.Stop(ACQ_STOP_FLAGS_KILL);
     camera.UnregisterEvent();
     camera.Calls().DSFlushQueue(camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
-    for (auto *const buffer : camera.Buffers())
+    for (auto *const buffer : buffers)
     {
         camera.Calls().DSRevokeBuffer(camera.Stream(), buffer, nullptr, nullptr);
     }
-    camera.ForgetBuffers();
     return shot;
 }
 

@@ -165,8 +165,8 @@ protected:
         return m_camera.Remote().Get("Scan3dInvalidDataValue").get<double>();
     }
 
-    gentlctl::Producer m_producer{proxyProducer};
-    Camera m_camera{m_producer, depthCamera};
+    DepthCamera m_opened{proxyProducer};
+    Camera &m_camera{m_opened.camera};
     std::vector<Point> m_points;
 };
 

@@ -1,4 +1,5 @@
 #include "undistorter.h"
+
 namespace GenTL::internal
 {
 

@@ -1,0 +1,259 @@
+// What the producer tells of its 3D output by the standard features, held against the data that it delivers
+// in each mode, and that mode and format stand still while frames come.
+
+#include "chain/depth_shot.h"
+#include "support/failure.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <ostream>
+#include <string>
+
+namespace chain
+{
+namespace
+{
+
+using internal::FailureOf;
+
+constexpr uint64_t coord3dC16 = 0x011000B8;
+constexpr uint64_t coord3dC32f = 0x012000BF;
+constexpr uint64_t coord3dAbc32f = 0x026000C0;
+constexpr size_t sensorWidth = 640;
+
+/// The standard features of one coordinate.
+struct Axis
+{
+    Axis(const gentlctl::Features &remote, const std::string &coordinate)
+    {
+        remote.Set("Scan3dCoordinateSelector", coordinate);
+        EXPECT_EQ(remote.Get("Scan3dCoordinateSelector"), coordinate);
+        const auto number = [&remote](const char *name) { return remote.Get(name).get<double>(); };
+        scale = number("Scan3dCoordinateScale");
+        offset = number("Scan3dCoordinateOffset");
+        minimum = number("Scan3dAxisMin");
+        maximum = number("Scan3dAxisMax");
+        hasInvalid = remote.Get("Scan3dInvalidDataFlag").get<bool>();
+        invalid = number("Scan3dInvalidDataValue");
+    }
+
+    bool IsValid(double value) const { return !hasInvalid || value != invalid; }
+    bool Covers(double value) const { return value >= minimum && value <= maximum; }
+    double Of(double value) const { return value * scale + offset; }
+
+    double scale;
+    double offset;
+    double minimum;
+    double maximum;
+    bool hasInvalid;
+    double invalid;
+};
+
+template <typename T>
+T ValueAt(const ShotPart &part, size_t index)
+{
+    T value{};
+    EXPECT_LE((index + 1) * sizeof value, part.bytes.size());
+    std::memcpy(&value, part.bytes.data() + index * sizeof value, sizeof value);
+    return value;
+}
+
+/// Depth of the tilted plane at a pixel without distortion; of pixels that show only it.
+double PlaneDepth(size_t column, size_t row)
+{
+    const double x = (static_cast<double>(column) - 322.75) / 525.5;
+    const double y = (static_cast<double>(row) - 238.5) / 524.25;
+    return 1500 / (1 - 0.25 * x - 0.10 * y);
+}
+
+constexpr size_t planeFirstRow = 300; // below sphere and plate
+constexpr size_t planeLastRow = 330;  // above the band without depth
+constexpr double allowedError = 0.002;
+
+/// Whether a pixel without distortion shows the band without depth, and nothing beside it.
+bool ShowsBand(size_t column, size_t row)
+{
+    const double y = (static_cast<double>(row) - 238.5) / 524.25 * PlaneDepth(column, row);
+    return y > 336 && y < 394;
+}
+
+class DepthModes : public testing::Test
+{
+protected:
+    const gentlctl::Features &Remote() const { return m_camera.Remote(); }
+
+    void UseMode(const std::string &mode)
+    {
+        Remote().Set("Scan3dOutputMode", mode);
+        ASSERT_EQ(Remote().Get("Scan3dOutputMode"), mode);
+    }
+
+    DepthCamera m_opened{proxyProducer};
+    Camera &m_camera{m_opened.camera};
+};
+
+TEST_F(DepthModes, OfTheProducerAreTheThreeThatItMakes)
+{
+    EXPECT_EQ(Remote().AvailableEntries("Scan3dOutputMode"),
+              (std::vector<std::string>{"UncalibratedC", "CalibratedABC_Grid", "CalibratedC"}));
+    EXPECT_EQ(Remote().Get("Scan3dOutputMode"), "CalibratedABC_Grid");
+}
+
+TEST_F(DepthModes, GridAgreesWithTheFeaturesOfItsThreeCoordinates)
+{
+    UseMode("CalibratedABC_Grid");
+    EXPECT_EQ(Remote().Get("PixelFormat"), "Coord3D_ABC32f");
+    const Axis a(Remote(), "CoordinateA");
+    const Axis b(Remote(), "CoordinateB");
+    const Axis c(Remote(), "CoordinateC");
+    EXPECT_TRUE(c.hasInvalid);
+    const auto shot = TakeShot(m_camera);
+    const auto &image = shot.parts.at(0);
+    ASSERT_EQ(image.pixelFormat, coord3dAbc32f);
+    size_t invalid = 0;
+    size_t uncovered = 0;
+    for (size_t i = 0; i < image.width * image.height; ++i)
+    {
+        const double x = ValueAt<float>(image, 3 * i);
+        const double y = ValueAt<float>(image, 3 * i + 1);
+        const double z = ValueAt<float>(image, 3 * i + 2);
+        if (!a.IsValid(x) || !b.IsValid(y) || !c.IsValid(z))
+        {
+            ++invalid;
+            continue;
+        }
+        uncovered += a.Covers(x) && b.Covers(y) && c.Covers(z) ? 0 : 1;
+        const size_t row = i / sensorWidth;
+        if (row >= planeFirstRow && row <= planeLastRow)
+        {
+            const double plane = 1500 + 0.25 * a.Of(x) + 0.10 * b.Of(y);
+            ASSERT_NEAR(c.Of(z), plane, allowedError * plane) << i;
+            ASSERT_NEAR(c.Of(z), PlaneDepth(i % sensorWidth, row), allowedError * plane) << i;
+        }
+        ASSERT_FALSE(ShowsBand(i % sensorWidth, row)) << i;
+    }
+    EXPECT_EQ(uncovered, 0U);
+    EXPECT_GT(invalid, 10000U);
+    EXPECT_LT(invalid, 20000U);
+}
+
+TEST_F(DepthModes, CalibratedDepthAgreesWithTheFeaturesOfItsCoordinate)
+{
+    UseMode("CalibratedC");
+    EXPECT_EQ(Remote().Get("PixelFormat"), "Coord3D_C32f");
+    EXPECT_EQ(Remote().AvailableEntries("Scan3dCoordinateSelector"), std::vector<std::string>{"CoordinateC"});
+    const Axis c(Remote(), "CoordinateC");
+    EXPECT_TRUE(c.hasInvalid);
+    const auto shot = TakeShot(m_camera);
+    const auto &image = shot.parts.at(0);
+    ASSERT_EQ(image.pixelFormat, coord3dC32f);
+    ASSERT_EQ(image.bytes.size(), image.width * image.height * sizeof(float));
+    size_t invalid = 0;
+    for (size_t i = 0; i < image.width * image.height; ++i)
+    {
+        const double z = ValueAt<float>(image, i);
+        if (!c.IsValid(z))
+        {
+            ++invalid;
+            continue;
+        }
+        ASSERT_TRUE(c.Covers(z)) << i;
+        const size_t row = i / sensorWidth;
+        if (row >= planeFirstRow && row <= planeLastRow)
+        {
+            const double plane = PlaneDepth(i % sensorWidth, row);
+            ASSERT_NEAR(c.Of(z), plane, allowedError * plane) << i;
+        }
+        ASSERT_FALSE(ShowsBand(i % sensorWidth, row)) << i;
+    }
+    EXPECT_GT(invalid, 10000U);
+    EXPECT_LT(invalid, 20000U);
+}
+
+TEST(UncalibratedDepth, IsTheCamerasOwnWithItsFeatures)
+{
+    const auto sent = []
+    {
+        DepthCamera opened(lowerProducer);
+        return TakeShot(opened.camera);
+    }();
+    DepthCamera opened(proxyProducer);
+    const auto &remote = opened.camera.Remote();
+    remote.Set("Scan3dOutputMode", "UncalibratedC");
+    EXPECT_EQ(remote.Get("PixelFormat"), "Coord3D_C16");
+    const Axis c(remote, "CoordinateC");
+    EXPECT_EQ(c.scale, 0.5);
+    EXPECT_EQ(c.offset, 0);
+    EXPECT_EQ(c.minimum, 1);
+    EXPECT_EQ(c.maximum, 4095);
+    EXPECT_TRUE(c.hasInvalid);
+    EXPECT_EQ(c.invalid, 0);
+    const auto shot = TakeShot(opened.camera);
+    ASSERT_EQ(shot.parts.at(0).pixelFormat, coord3dC16);
+    EXPECT_EQ(shot.parts.at(0).bytes, sent.parts.at(0).bytes);
+    for (size_t i = 0; i < shot.parts.at(0).bytes.size() / sizeof(uint16_t); ++i)
+    {
+        const auto value = ValueAt<uint16_t>(shot.parts.at(0), i);
+        ASSERT_TRUE(!c.IsValid(value) || c.Covers(value)) << i;
+    }
+}
+
+struct Change
+{
+    const char *feature;
+    const char *value;
+};
+
+void PrintTo(const Change &change, std::ostream *stream)
+{
+    *stream << change.feature << " to " << change.value;
+}
+
+class ChangeWhileStreaming : public DepthModes, public testing::WithParamInterface<Change>
+{
+};
+
+TEST_P(ChangeWhileStreaming, IsDeniedAndLeavesAllAsItWas)
+{
+    const auto &change = GetParam();
+    const auto payloadSize = Remote().GetInteger("PayloadSize");
+    m_camera.AnnounceAndQueue(4);
+    m_camera.RegisterEvent();
+    m_camera.Start();
+    m_camera.Pass(1);
+    EXPECT_EQ(FailureOf([&] { Remote().Set(change.feature, change.value); }).code, GC_ERR_ACCESS_DENIED);
+    EXPECT_EQ(Remote().Get("Scan3dOutputMode"), "CalibratedABC_Grid");
+    EXPECT_EQ(Remote().Get("PixelFormat"), "Coord3D_ABC32f");
+    EXPECT_EQ(Remote().GetInteger("PayloadSize"), payloadSize);
+    EXPECT_EQ(Axis(Remote(), "CoordinateC").scale, 1);
+    // More frames than there are buffers, so that some are begun after the attempt.
+    Shot last;
+    for (int i = 0; i < 6; ++i)
+    {
+        auto *const buffer = m_camera.Take();
+        last = Describe(m_camera, buffer);
+        EXPECT_EQ(last.parts.at(0).pixelFormat, coord3dAbc32f);
+        EXPECT_EQ(last.sizeFilled, static_cast<size_t>(payloadSize));
+        m_camera.Give(buffer);
+    }
+    const auto middle = 320 * sensorWidth + sensorWidth / 2;
+    EXPECT_NEAR(ValueAt<float>(last.parts.at(0), 3 * middle + 2), PlaneDepth(320, 320),
+                allowedError * PlaneDepth(320, 320));
+    m_camera.Stop(ACQ_STOP_FLAGS_KILL);
+    // Now it is possible.
+    Remote().Set(change.feature, change.value);
+    EXPECT_EQ(Remote().Get(change.feature), change.value);
+}
+
+INSTANTIATE_TEST_SUITE_P(Changes, ChangeWhileStreaming,
+                         testing::Values(Change{"Scan3dOutputMode", "UncalibratedC"},
+                                         Change{"Scan3dOutputMode", "CalibratedC"},
+                                         Change{"Scan3dOutputMode", "CalibratedABC_Grid"},
+                                         Change{"PixelFormat", "Coord3D_ABC32f"}),
+                         [](const auto &change)
+                         { return std::string(change.param.feature) + "To" + change.param.value; });
+
+} // namespace
+} // namespace chain

@@ -1,0 +1,178 @@
+// The depth camera's images side by side in one buffer, and its intensity without the lens's distortion.
+
+#include "chain/depth_shot.h"
+
+#include <gtest/gtest.h>
+
+#include <opencv2/calib3d.hpp>
+#include <opencv2/core.hpp>
+
+#include <cstring>
+#include <ostream>
+#include <string>
+
+namespace chain
+{
+namespace
+{
+
+constexpr uint64_t coord3dAbc32f = 0x026000C0;
+constexpr uint64_t mono8 = 0x01080001;
+constexpr uint64_t confidence8 = 0x010800C6;
+
+/// What the camera shows: a region of the sensor's pixels after binning.
+struct View
+{
+    const char *name;
+    int binning;
+    int width;
+    int height;
+    int offsetX;
+    int offsetY;
+};
+
+void PrintTo(const View &view, std::ostream *stream)
+{
+    *stream << view.name;
+}
+
+/// With all three images on.
+void Use(Camera &camera, const View &view)
+{
+    const auto &remote = camera.Remote();
+    remote.Set("BinningHorizontal", std::to_string(view.binning));
+    remote.Set("BinningVertical", std::to_string(view.binning));
+    remote.Set("Width", std::to_string(view.width));
+    remote.Set("Height", std::to_string(view.height));
+    remote.Set("OffsetX", std::to_string(view.offsetX));
+    remote.Set("OffsetY", std::to_string(view.offsetY));
+    for (const auto *component : {"Range", "Intensity", "Confidence"})
+    {
+        remote.Set("ComponentSelector", component);
+        remote.Set("ComponentEnable", "1");
+    }
+}
+
+/// The lens as the camera's file tells it, for pixels of the view.
+struct Lens
+{
+    Lens(const std::vector<uint8_t> &file, const View &view)
+    {
+        const auto number = [&file](size_t index)
+        {
+            float value = 0;
+            std::memcpy(&value, &file.at(20 + 4 * index), sizeof value);
+            return double{value};
+        };
+        const auto middle = [&view](double onSensor, int offset)
+        { return (onSensor - (view.binning - 1) / 2.0) / view.binning - offset; };
+        matrix = {number(0) / view.binning,
+                  0,
+                  middle(number(2), view.offsetX),
+                  0,
+                  number(1) / view.binning,
+                  middle(number(3), view.offsetY),
+                  0,
+                  0,
+                  1};
+        for (int i = 0; i < distortion.rows; ++i) // k1 k2 p1 p2 k3 k4 k5 k6 in both
+        {
+            distortion(i) = number(4 + static_cast<size_t>(i));
+        }
+    }
+
+    cv::Matx33d matrix;
+    cv::Vec<double, 8> distortion;
+};
+
+cv::Mat ImageOf(const ShotPart &part)
+{
+    return cv::Mat(static_cast<int>(part.height), static_cast<int>(part.width), CV_8UC1,
+                   const_cast<uint8_t *>(part.bytes.data()))
+        .clone();
+}
+
+struct Sent
+{
+    Shot shot;
+    std::vector<uint8_t> lensFile;
+};
+
+/// Straight from the lower producer.
+Sent SentOf(const View &view)
+{
+    DepthCamera opened(lowerProducer);
+    auto &camera = opened.camera;
+    Use(camera, view);
+    auto file = camera.Remote().Files().ReadFile("LensCalibrationData");
+    return {TakeShot(camera), std::move(file)};
+}
+
+class DepthPartsOf : public testing::TestWithParam<View>
+{
+};
+
+TEST_P(DepthPartsOf, StandInOneBufferWithTypeFormatAndSize)
+{
+    const auto &view = GetParam();
+    DepthCamera opened(proxyProducer);
+    Use(opened.camera, view);
+    const auto shot = TakeShot(opened.camera);
+    ASSERT_EQ(shot.payloadType, static_cast<size_t>(PAYLOAD_TYPE_MULTI_PART));
+    ASSERT_EQ(shot.parts.size(), 3U);
+    const size_t pixels = static_cast<size_t>(view.width) * static_cast<size_t>(view.height);
+    struct Expected
+    {
+        size_t dataType;
+        uint64_t pixelFormat;
+        size_t size;
+        size_t offset;
+    };
+    const Expected expected[] = {{PART_DATATYPE_3D_IMAGE, coord3dAbc32f, 12 * pixels, 0},
+                                 {PART_DATATYPE_2D_IMAGE, mono8, pixels, 12 * pixels},
+                                 {PART_DATATYPE_CONFIDENCE_MAP, confidence8, pixels, 13 * pixels}};
+    for (size_t i = 0; i < shot.parts.size(); ++i)
+    {
+        const auto &part = shot.parts[i];
+        EXPECT_EQ(part.dataType, expected[i].dataType) << i;
+        EXPECT_EQ(part.pixelFormat, expected[i].pixelFormat) << i;
+        EXPECT_EQ(part.bytes.size(), expected[i].size) << i;
+        EXPECT_EQ(part.offset, expected[i].offset) << i;
+        EXPECT_EQ(part.width, static_cast<size_t>(view.width)) << i;
+        EXPECT_EQ(part.height, static_cast<size_t>(view.height)) << i;
+    }
+    EXPECT_EQ(shot.sizeFilled, 14 * pixels);
+    EXPECT_EQ(opened.camera.PayloadSize(), 14 * pixels);
+    EXPECT_EQ(opened.camera.Remote().GetInteger("PayloadSize"), static_cast<int64_t>(14 * pixels));
+}
+
+TEST_P(DepthPartsOf, ShowTheIntensityWithoutDistortion)
+{
+    const auto &view = GetParam();
+    const auto sent = SentOf(view);
+    ASSERT_EQ(sent.lensFile.size(), 72U);
+    ASSERT_EQ(sent.shot.parts.size(), 3U);
+    const auto raw = ImageOf(sent.shot.parts[1]);
+    const Lens lens(sent.lensFile, view);
+    cv::Mat expected;
+    cv::undistort(raw, expected, lens.matrix, lens.distortion);
+
+    DepthCamera opened(proxyProducer);
+    Use(opened.camera, view);
+    const auto shot = TakeShot(opened.camera);
+    ASSERT_EQ(shot.parts.size(), 3U);
+    const auto delivered = ImageOf(shot.parts[1]);
+    ASSERT_EQ(delivered.size(), expected.size());
+    EXPECT_LE(cv::norm(delivered, expected, cv::NORM_INF), 1);
+    EXPECT_GT(cv::norm(raw, expected, cv::NORM_INF), 50); // there was something to take out
+}
+
+INSTANTIATE_TEST_SUITE_P(Views, DepthPartsOf,
+                         testing::Values(View{"Whole", 1, 640, 480, 0, 0},
+                                         View{"Region", 1, 256, 200, 320, 240},
+                                         View{"Binned", 2, 320, 240, 0, 0},
+                                         View{"BinnedRegion", 2, 128, 100, 160, 20}),
+                         [](const auto &view) { return std::string(view.param.name); });
+
+} // namespace
+} // namespace chain
