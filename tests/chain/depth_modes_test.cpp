@@ -200,6 +200,32 @@ TEST(UncalibratedDepth, IsTheCamerasOwnWithItsFeatures)
     }
 }
 
+// Another scale of the camera's values; what is delivered has none of it.
+TEST_F(DepthModes, GiveTheSameDepthWhateverUserSetIsLoaded)
+{
+    UseMode("CalibratedC");
+    for (const auto *userSet : {"UserSet0", "Default"})
+    {
+        SCOPED_TRACE(userSet);
+        Remote().Set("UserSetSelector", userSet);
+        Remote().Execute("UserSetLoad");
+        const Axis c(Remote(), "CoordinateC");
+        const auto shot = TakeShot(m_camera);
+        const auto &image = shot.parts.at(0);
+        ASSERT_EQ(image.pixelFormat, coord3dC32f);
+        for (size_t row = planeFirstRow; row <= planeLastRow; ++row)
+        {
+            for (size_t column = 0; column < sensorWidth; ++column)
+            {
+                const double z = ValueAt<float>(image, row * sensorWidth + column);
+                const double plane = PlaneDepth(column, row);
+                ASSERT_TRUE(c.IsValid(z) && c.Covers(z)) << column << ' ' << row;
+                ASSERT_NEAR(c.Of(z), plane, allowedError * plane) << column << ' ' << row;
+            }
+        }
+    }
+}
+
 struct Change
 {
     const char *feature;
