@@ -65,7 +65,11 @@ protected:
         input.attributes.width = 4;
         input.attributes.height = 2;
         input.attributes.pixelFormat = static_cast<uint64_t>(PixelFormat::Coord3D_C16);
-        task.SetScan3dInfo({.scan3dCoordinateScale = 0.5, .scan3dAxisMax = 1000, .scan3dAxisMin = 1});
+        Scan3dInfo info;
+        info.scan3dCoordinateScale = 0.5;
+        info.scan3dAxisMax = 1000;
+        info.scan3dAxisMin = 1;
+        task.SetScan3dInfo(info);
     }
 
     std::vector<float> Run(PixelFormat format, Scan3dOutputMode mode, size_t numbers)
