@@ -111,6 +111,8 @@ TEST(Gentlctl, ExplainsPixelFormats)
     EXPECT_EQ(json["device"], "SIM-SIM0001");
     EXPECT_FALSE(json["sends"].empty());
     EXPECT_GE(json["offers"].size(), json["sends"].size());
+    const auto depth = JsonOf("formats -d OVRA-D1");
+    EXPECT_EQ(depth["offers"][0]["task"], "calibrate") << depth.dump();
 }
 
 TEST(Gentlctl, WritesFramesAsPicturesWithTheirInfos)

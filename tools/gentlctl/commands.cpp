@@ -275,7 +275,9 @@ void Formats(const CommonOptions &options)
     for (const auto &format : offered)
     {
         fmt::print("{:<32}  {:<24}  {}\n", format.name, format.sentAs,
-                   format.task == "copy" ? "copies" : "unpacks");
+                   format.task == "copy"     ? "copies"
+                   : format.task == "unpack" ? "unpacks"
+                                             : "calibrates");
     }
 }
 

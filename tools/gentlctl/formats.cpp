@@ -2,6 +2,7 @@
 
 #include "common/pixel_format.h"
 #include "processing/processor.h"
+#include "utils/gentl_exception.h"
 
 #include <algorithm>
 #include <array>
@@ -30,6 +31,25 @@ std::optional<PixelFormat> FormatOf(std::string_view name)
     return entry != formats.end() ? std::optional(entry->second) : std::nullopt;
 }
 
+OfferedFormat Explain(GenTL::internal::Processor &processor, const std::string &name, bool isCopied)
+{
+    const auto format = FormatOf(name);
+    if (!format || isCopied)
+    {
+        return {name, name, "copy"};
+    }
+    try
+    {
+        const auto sent = PixelFormatName(processor.SetOutputPixelFormat(Component::Image2D, *format));
+        return {name, sent, sent == name ? "copy" : "unpack"};
+    }
+    catch (const GenTL::internal::GenTLException &)
+    {
+        // What no task for images makes is made of depth.
+        return {name, "raw depth", "calibrate"};
+    }
+}
+
 } // namespace
 
 // The producer's own choice of a task, on the list of formats that the device itself sends.
@@ -49,12 +69,7 @@ std::vector<OfferedFormat> ExplainFormats(const std::vector<std::string> &chosen
     std::vector<OfferedFormat> offered;
     for (const auto &name : chosen)
     {
-        auto sentAs = name;
-        if (const auto format = FormatOf(name); format && !inputs.empty())
-        {
-            sentAs = PixelFormatName(processor.SetOutputPixelFormat(Component::Image2D, *format));
-        }
-        offered.push_back({name, sentAs, sentAs == name ? "copy" : "unpack"});
+        offered.push_back(Explain(processor, name, inputs.empty()));
     }
     return offered;
 }

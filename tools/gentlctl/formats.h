@@ -11,7 +11,7 @@ struct OfferedFormat
 {
     std::string name;
     std::string sentAs; ///< what the device is told to send
-    std::string task;   ///< "copy", or "unpack"
+    std::string task;   ///< "copy", "unpack", or "calibrate" for depth
 };
 
 /// How the producer makes each of the chosen formats of what the device sends. A format that the project does
