@@ -114,7 +114,7 @@ private:
     std::vector<std::pair<Scan3dOutputMode, int64_t>> m_outputModes;
     /// The coordinates that the device has, with its values for them.
     std::vector<std::pair<Scan3dCoordinate, int64_t>> m_coordinates;
-    Scan3dCoordinate m_currentCoordinate = Scan3dCoordinate::CoordinateC;
+    Scan3dCoordinate m_currentCoordinate = Scan3dCoordinate::CoordinateA;
 };
 
 /// Where a port's URL says that the description is: local:///name;address;size?query, numbers in base 16.
