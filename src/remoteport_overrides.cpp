@@ -20,7 +20,6 @@ namespace
 {
 
 using nodemap::Endianess;
-using nodemap::NodeInfo;
 using tarn::common::PixelFormat;
 
 Component ComponentOf(std::string_view entry)
