@@ -315,7 +315,8 @@ CameraModel AreaCamera(CameraModel camera, const AreaSensor &sensor)
     Append(camera.features,
            Reduction("Binning", "Sensor pixels that are averaged into one image pixel in this direction."));
     Append(camera.features,
-           Reduction("Decimation", "Of so many pixels in this direction only the first is sent."));
+           Reduction("Decimation", std::string("Of so many pixels in this direction only ") +
+                                       (sensor.hasComponents ? "the middle" : "the first") + " is sent."));
     Append(camera.features, ImageFormat(sensor));
     Append(camera.features, AcquisitionControl());
     Append(camera.features, ChunkControl(camera.chunks));

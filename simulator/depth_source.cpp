@@ -13,16 +13,16 @@ namespace
 
 constexpr double noDepth = -1.0;
 
-/** The middle of the sensor pixels that make a pixel of the image. */
-double SensorPlace(uint32_t pixel, uint32_t offset, uint32_t step, uint32_t binning)
+/** The middle of the sensor pixels that a pixel of the image stands for, binned or decimated. */
+double SensorPlace(uint32_t pixel, uint32_t offset, uint32_t step)
 {
-    return (static_cast<double>(offset) + pixel) * step + (binning - 1) / 2.0;
+    return (static_cast<double>(offset) + pixel) * step + (step - 1) / 2.0;
 }
 
 Ray RayOf(const ImageSettings &s, uint32_t column, uint32_t row)
 {
-    return DepthLens().DirectionOf(SensorPlace(column, s.offsetX, s.stepX, s.binningX),
-                                   SensorPlace(row, s.offsetY, s.stepY, s.binningY));
+    return DepthLens().DirectionOf(SensorPlace(column, s.offsetX, s.stepX),
+                                   SensorPlace(row, s.offsetY, s.stepY));
 }
 
 /** Calls `use` with each pixel of the image, row by row. */
@@ -46,9 +46,8 @@ double LightOf(const ImageSettings &s, uint32_t column, uint32_t row)
     for (int i = 0; i < places * places; ++i)
     {
         const auto inPixel = [](int place) { return (place + 0.5) / places - 0.5; };
-        const double x =
-            SensorPlace(column, s.offsetX, s.stepX, s.binningX) + inPixel(i % places) * s.binningX;
-        const double y = SensorPlace(row, s.offsetY, s.stepY, s.binningY) + inPixel(i / places) * s.binningY;
+        const double x = SensorPlace(column, s.offsetX, s.stepX) + inPixel(i % places) * s.binningX;
+        const double y = SensorPlace(row, s.offsetY, s.stepY) + inPixel(i / places) * s.binningY;
         sum += SceneAt(DepthLens().DirectionOf(x, y)).light;
     }
     return sum / (places * places);
