@@ -4,7 +4,9 @@
 #include "vision/error.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
+#include <limits>
 
 namespace tarn::vision
 {
@@ -36,15 +38,22 @@ void RequireSize(const std::string &name, uint32_t width, uint32_t height, const
     }
 }
 
-/// Pixels without depth are 0, as they are in a depth image.
-void Clear(Image &target, uint64_t begin, uint64_t end)
+constexpr uint64_t pointBytes = coordinatesOfPixel * sizeof(float);
+
+/// A pixel without depth: Z is 0, as it is in a depth image, and what would follow from it is not a number.
+void SetNoPoints(Image &target, uint64_t begin, uint64_t end)
 {
-    constexpr uint64_t pixelBytes = coordinatesOfPixel * sizeof(float);
-    std::memset(target.data + begin * pixelBytes, 0, (end - begin) * pixelBytes);
+    constexpr auto nan = std::numeric_limits<float>::quiet_NaN();
+    constexpr std::array<float, coordinatesOfPixel> noPoint{nan, nan, 0};
+    for (auto *point = target.data + begin * pointBytes; point < target.data + end * pointBytes;
+         point += pointBytes)
+    {
+        std::memcpy(point, noPoint.data(), pointBytes);
+    }
 }
 
-/// Clears all that lies between the runs.
-void ClearOutside(Image &target, const Region &region)
+/// Sets all that lies between the runs.
+void SetNoPointsOutside(Image &target, const Region &region)
 {
     uint64_t done = 0;
     for (const auto &run : region.runs)
@@ -55,10 +64,10 @@ void ClearOutside(Image &target, const Region &region)
             continue;
         }
         const auto line = uint64_t{run.line} * target.width;
-        Clear(target, done, line + run.begin);
+        SetNoPoints(target, done, line + run.begin);
         done = line + end;
     }
-    Clear(target, done, target.PixelCount());
+    SetNoPoints(target, done, target.PixelCount());
 }
 
 } // namespace
@@ -89,11 +98,11 @@ void MakeCoordinates(const Image &depth, const tarn_cvl_CalibrationParameters &c
                                 static_cast<float>(y) - camera.principalPointY, camera.focalLengthY};
         const auto first = uint64_t{y} * depth.width;
         CoordinatesOfLine(line, depth.data + first * sizeof(float), depth.width,
-                          target.data + first * coordinatesOfPixel * sizeof(float));
+                          target.data + first * pointBytes);
     }
     if (depth.region)
     {
-        ClearOutside(target, *depth.region);
+        SetNoPointsOutside(target, *depth.region);
     }
 }
 

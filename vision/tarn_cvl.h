@@ -263,8 +263,9 @@ extern "C"
     int32_t tarn_cvl_Transform_Undistortion_Destroy(void *undistortion);
     /**
      * Makes three coordinates for each pixel of an undistorted depth image, in the unit of the depth Z:
-     * X = (x - principalPointX) * Z / focalLengthX, Y = (y - principalPointY) * Z / focalLengthY, and Z. They
-     * are 0, all three, for pixels outside of a region of the depth image.
+     * X = (x - principalPointX) * Z / focalLengthX, Y = (y - principalPointY) * Z / focalLengthY, and Z.
+     * For a pixel outside of a region of the depth image, Z is 0, as its depth is, and X and Y are not a
+     * number: whoever goes by the depth and whoever tests for numbers find the same pixels without a point.
      * @param target of format Coord3D_ABC32f
      * @param camera of the size of the image; a distortion is passed over
      * @param cameraSize TARN_CVL_CAMERA_SIZE

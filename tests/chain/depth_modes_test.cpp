@@ -121,6 +121,7 @@ TEST_F(DepthModes, GridAgreesWithTheFeaturesOfItsThreeCoordinates)
         const double z = ValueAt<float>(image, 3 * i + 2);
         if (!a.IsValid(x) || !b.IsValid(y) || !c.IsValid(z))
         {
+            ASSERT_TRUE(std::isnan(x) && std::isnan(y)) << i;
             ++invalid;
             continue;
         }

@@ -1,5 +1,7 @@
 #include "undistorter.h"
 
+#include <cmath>
+
 namespace GenTL::internal
 {
 
@@ -12,7 +14,7 @@ struct Coordinates
     float y;
     float z;
 
-    bool IsNone() const { return x == 0 && y == 0 && z == 0; }
+    bool IsNone() const { return std::isnan(x) && std::isnan(y) && z == 0; }
 };
 
 } // namespace
@@ -86,7 +88,7 @@ TEST_F(VisionCoordinates, OfDepthZeroWithoutARegionAreZero)
     EXPECT_EQ(target.As<float>(), std::vector<float>(6, 0.0F));
 }
 
-TEST_F(VisionCoordinates, AreZeroOutsideOfTheRegion)
+TEST_F(VisionCoordinates, AreNotNumbersAtDepthZeroOutsideOfTheRegion)
 {
     Pixels depth(PixelFormat::Coord3D_C32f, 3, 2, {1.0F, 2.0F, 3.0F, 4.0F, 5.0F, 6.0F});
     // Larger than the image.
@@ -159,7 +161,7 @@ TEST_F(VisionCoordinates, FollowTheRegionThroughTheUndistortion)
     EXPECT_LT(valid, points.size() * 3 / 4);
 }
 
-TEST_F(VisionCoordinates, AreZeroWhereTheUndistortionFoundNothing)
+TEST_F(VisionCoordinates, AreNoneWhereTheUndistortionFoundNothing)
 {
     const Undistorter undistorter(vision, Camera(64, 48, 40, 40, 31.5F, 23.5F, {0.4F}));
     Pixels depth(PixelFormat::Coord3D_C32f, 64, 48);
