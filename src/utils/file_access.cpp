@@ -1,10 +1,10 @@
 #include "utils/file_access.h"
 
 #include "nodemap/node_access.h"
+#include "utils/gentl_exception.h"
 #include "utils/log.h"
 
 #include <algorithm>
-#include <stdexcept>
 
 namespace GenTL::internal::utils
 {
@@ -101,7 +101,7 @@ bool FileAccess::Transfer(const Nodes &nodes, int64_t size, std::vector<uint8_t>
     if (size > 0 && block < 1)
     {
         // Would never come to an end.
-        throw std::runtime_error("Device transfers no file data!");
+        throw GenTLException("Device transfers no file data!", GC_ERR_ERROR);
     }
     for (int64_t offset = 0; offset < size;)
     {

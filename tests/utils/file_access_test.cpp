@@ -1,13 +1,6 @@
-#include "utils/file_access.h"
-
-#include "support/failure.h"
-#include "support/fake_file_device.h"
-#include "support/log_capture.h"
+#include "utils/file_access_fixture.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <numeric>
 
 namespace GenTL::internal::utils
 {
@@ -16,62 +9,6 @@ namespace
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-class FilePort final : public IPort
-{
-public:
-    explicit FilePort(FakeFileDevice &device) : m_device(device) {}
-
-    void ReadRegisters(uint64_t iAddress, void *pBuffer, size_t *piSize) override
-    {
-        m_device.Read(iAddress, pBuffer, piSize);
-    }
-    void WriteRegisters(uint64_t iAddress, const void *pBuffer, size_t *piSize) override
-    {
-        m_device.Write(iAddress, pBuffer, piSize);
-    }
-
-    void ReadPort(uint64_t, void *, size_t *) override { Unused(); }
-    void WritePort(uint64_t, const void *, size_t *) override { Unused(); }
-    void GetPortURL(char *, size_t *) override { Unused(); }
-    void GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE *, void *, size_t *) override { Unused(); }
-    void GetNumPortURLs(uint32_t *) override { Unused(); }
-    void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE *, void *, size_t *) override { Unused(); }
-    void ReadPortStacked(PORT_REGISTER_STACK_ENTRY *, size_t *) override { Unused(); }
-    void WritePortStacked(PORT_REGISTER_STACK_ENTRY *, size_t *) override { Unused(); }
-    ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
-
-private:
-    [[noreturn]] static void Unused() { throw std::logic_error("plain register access only"); }
-
-    FakeFileDevice &m_device;
-};
-
-class FileAccessTest : public testing::Test
-{
-protected:
-    FileAccessTest()
-    {
-        device.file.resize(10);
-        std::iota(device.file.begin(), device.file.end(), uint8_t{1});
-    }
-
-    void Describe(const std::string &nodes)
-    {
-        parser.emplace("<RegisterDescription>" + nodes + "</RegisterDescription>");
-    }
-
-    FileAccess Access() { return {port, *parser}; }
-    std::vector<uint8_t> Read(std::string_view name = "LensCalibrationData")
-    {
-        return Access().ReadFile(name);
-    }
-
-    FakeFileDevice device;
-    FilePort port{device};
-    std::optional<nodemap::NodeMapParser> parser{
-        std::in_place, "<RegisterDescription>" + FakeFileDevice::Nodes() + "</RegisterDescription>"};
-};
 
 TEST_F(FileAccessTest, NamesTheFilesOfTheDevice)
 {
@@ -169,6 +106,8 @@ TEST_F(FileAccessTest, PassesOnWhatIsNoException)
 {
     device.onTransfer = [](int) { throw 7; };
     EXPECT_THROW(Read(), int);
+    device.toldSize = []() -> int64_t { throw 7; };
+    EXPECT_THROW(Access().FileSize("UserSet"), int);
 }
 
 TEST_F(FileAccessTest, NeedsEveryNode)
@@ -183,6 +122,64 @@ TEST_F(FileAccessTest, NeedsEveryNode)
         EXPECT_THAT(log.Lines(), ElementsAre(fmt::format("error: Exception: Did not find node {}!", name)));
     }
     EXPECT_THAT(device.operations, IsEmpty());
+}
+
+TEST_F(FileAccessTest, LooksForItsNodesInOrder)
+{
+    std::string nodes;
+    for (const auto *name :
+         {"FileSelector", "FileSize", "FileOperationSelector", "FileOpenMode", "FileOperationExecute",
+          "FileAccessLength", "FileAccessOffset", "FileAccessBuffer", "FileOperationStatus"})
+    {
+        const LogCapture log;
+        Describe(nodes);
+        EXPECT_THAT(Read(), IsEmpty());
+        EXPECT_THAT(log.Lines(), ElementsAre(fmt::format("error: Exception: Did not find node {}!", name)));
+        nodes += fmt::format("<Integer Name=\"{}\"><Value>1</Value></Integer>", name);
+    }
+    EXPECT_THAT(port.accesses, IsEmpty());
+}
+
+TEST_F(FileAccessTest, LooksForTheNodesOfASizeInOrder)
+{
+    const LogCapture log;
+    Describe("");
+    EXPECT_EQ(Access().FileSize("UserSet"), 0U);
+    Describe(FakeFileDevice::Nodes("<Max>4</Max>", "FileSize"));
+    EXPECT_EQ(Access().FileSize("UserSet"), 0U);
+    EXPECT_THAT(log.Lines(), ElementsAre("error: Exception: Did not find node FileSelector!",
+                                         "error: Exception: Did not find node FileSize!"));
+    EXPECT_THAT(port.accesses, IsEmpty());
+}
+
+TEST_F(FileAccessTest, TakesItsStepsInOrder)
+{
+    Describe(FakeFileDevice::Nodes("<pMax>FileOpenMode</pMax>"));
+    device.file.resize(3);
+    EXPECT_EQ(Read(), device.file);
+    EXPECT_THAT(port.accesses,
+                ElementsAre("write 1000 = 2", "read 1004+8", "write 100C = 10", "write 1010 = 2",
+                            "write 1014 = 1", "write 100C = 12", "read 1010+4", "write 101C = 0",
+                            "write 1018 = 2", "write 1014 = 1", "read 2000+2", "read 1020+4",
+                            "write 101C = 2", "write 1018 = 1", "write 1014 = 1", "read 2000+1",
+                            "read 1020+4", "write 100C = 11", "write 1014 = 1"));
+}
+
+TEST_F(FileAccessTest, NamesJustTheFilesThatAreThere)
+{
+    auto nodes = FakeFileDevice::Nodes();
+    const std::string entry = "<EnumEntry Name=\"UserSet\">";
+    nodes.insert(nodes.find(entry) + entry.size(), "<pIsAvailable>FileOpenMode</pIsAvailable>");
+    Describe(nodes);
+    EXPECT_THAT(Access().AvailableFiles(), ElementsAre("LensCalibrationData"));
+    const LogCapture log;
+    EXPECT_EQ(Access().FileSize("UserSet"), 0U);
+    EXPECT_THAT(Read("UserSet"), IsEmpty());
+    EXPECT_THAT(log.Lines(), testing::Each("error: Exception: Enumeration entry not available"));
+    EXPECT_EQ(log.Lines().size(), 2U);
+    port.onAccess = [] { throw GenTLException("cable pulled", GC_ERR_IO); };
+    EXPECT_EQ(FailureOf([&] { Access().AvailableFiles(); }), (Failure{"cable pulled", GC_ERR_IO}))
+        << "the caller's to handle";
 }
 
 TEST_F(FileAccessTest, ReadsNoUnknownFile)
@@ -207,49 +204,6 @@ TEST_F(FileAccessTest, TakesTheLargestLengthFromANode)
     Describe(FakeFileDevice::Nodes("<pMax>FileOpenMode</pMax>"));
     EXPECT_EQ(Read(), device.file);
     EXPECT_EQ(device.operations.size(), 7U) << "five transfers of 2 bytes";
-}
-
-TEST_F(FileAccessTest, EndsWhereTheDeviceTransfersNothing)
-{
-    for (const auto *maximum : {"<Max>0</Max>", "<Max>-1</Max>"})
-    {
-        const LogCapture log;
-        Describe(FakeFileDevice::Nodes(maximum));
-        EXPECT_THAT(Read(), IsEmpty());
-        EXPECT_EQ(log.Lines().size(), 1U);
-    }
-}
-
-TEST_F(FileAccessTest, RefusesANegativeSize)
-{
-    const LogCapture log;
-    device.toldSize = [] { return int64_t{-1}; };
-    EXPECT_THAT(Read(), IsEmpty());
-    EXPECT_EQ(log.Lines().size(), 1U);
-    EXPECT_THAT(device.operations, IsEmpty());
-}
-
-TEST_F(FileAccessTest, ReadsZerosForBytesThatTheDeviceDoesNotGive)
-{
-    device.bytesPerAnswer = 3;
-    EXPECT_THAT(Read(), ElementsAre(1, 2, 3, 0, 5, 6, 7, 0, 9, 10));
-}
-
-TEST_F(FileAccessTest, KeepsToTheSizeThatItWasTold)
-{
-    device.onTransfer = [&](int) { device.file.resize(3); };
-    EXPECT_THAT(Read(), ElementsAre(1, 2, 3, 0, 0, 0, 0, 0, 0, 0));
-    device.file = {1, 2, 3};
-    device.onTransfer = [&](int) { device.file.resize(100); };
-    EXPECT_THAT(Read(), ElementsAre(1, 2, 3));
-}
-
-TEST_F(FileAccessTest, AsksForTheSizeOnce)
-{
-    int asked = 0;
-    device.toldSize = [&] { return ++asked == 1 ? int64_t{5} : int64_t{10}; };
-    EXPECT_THAT(Read(), ElementsAre(1, 2, 3, 4, 5));
-    EXPECT_EQ(asked, 1);
 }
 
 } // namespace
