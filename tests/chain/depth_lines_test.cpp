@@ -1,0 +1,252 @@
+// The straight lines of the depth camera's scene: bent by its lens, straight in the undistorted intensity.
+
+#include "chain/depth_shot.h"
+#include "chain/depth_view.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace chain
+{
+namespace
+{
+
+constexpr double straight = 0.3; // pixels
+constexpr double bent = 2.0;
+
+/// A grey value by place along a line and across it, so that upright and level lines are searched alike.
+struct Picture
+{
+    double At(int along, int across) const
+    {
+        const auto column = static_cast<size_t>(isUpright ? across : along);
+        const auto row = static_cast<size_t>(isUpright ? along : across);
+        return part->bytes[row * part->width + column];
+    }
+
+    int Length() const { return static_cast<int>(isUpright ? part->height : part->width); }
+    int Breadth() const { return static_cast<int>(isUpright ? part->width : part->height); }
+
+    const ShotPart *part;
+    bool isUpright;
+};
+
+/// The middle of the dark line near a place, where there is one with light on both sides.
+std::optional<double> MiddleOfLine(const Picture &picture, int along, double near)
+{
+    constexpr int reach = 7;
+    const int middle = static_cast<int>(std::lround(near));
+    const int first = middle - reach;
+    const int last = middle + reach;
+    if (first < 0 || last >= picture.Breadth())
+    {
+        return std::nullopt;
+    }
+    const double begin = picture.At(along, first);
+    const double end = picture.At(along, last);
+    constexpr double dark = 80; // the light of the lines is below, the light beside them above
+    constexpr double leastDarkness = 5;
+    if (begin < dark || end < dark || std::abs(begin - end) > leastDarkness)
+    {
+        return std::nullopt;
+    }
+    double weights = 0;
+    double sum = 0;
+    for (int across = first; across <= last; ++across)
+    {
+        const double background = begin + (end - begin) * (across - first) / (last - first);
+        const double darkness = background - picture.At(along, across);
+        const double weight = darkness > leastDarkness ? darkness : 0;
+        weights += weight;
+        sum += weight * across;
+    }
+    // One line, and all of it: neither the crossing of two nor the end of one.
+    constexpr double leastWeight = 150;
+    return weights > leastWeight ? std::optional(sum / weights) : std::nullopt;
+}
+
+struct Place
+{
+    double along;
+    double across;
+};
+
+/// The mean of each place and those beside it: the camera looks at four places of a pixel, which leaves a
+/// quarter of a pixel open. Only of places with others on both sides, as beside a crossing the other line
+/// darkens the surroundings.
+std::vector<Place> Smoothed(std::vector<Place> places)
+{
+    constexpr size_t beside = 3;
+    constexpr size_t together = 2 * beside + 1;
+    std::ranges::sort(places, {}, &Place::along);
+    std::vector<Place> smoothed;
+    for (size_t first = 0; first + together <= places.size(); ++first)
+    {
+        if (places[first + together - 1].along - places[first].along != together - 1.0)
+        {
+            continue;
+        }
+        double sum = 0;
+        for (size_t i = first; i < first + together; ++i)
+        {
+            sum += places[i].across;
+        }
+        smoothed.push_back({places[first + beside].along, sum / together});
+    }
+    return smoothed;
+}
+
+/// The line that is at a place, followed from there to both sides for as far as it is seen.
+std::vector<Place> Follow(const Picture &picture, const Place &start)
+{
+    std::vector<Place> places;
+    constexpr int longestGap = 12; // where other lines cross
+    for (const int step : {1, -1})
+    {
+        double near = start.across;
+        int gap = 0;
+        for (int along = static_cast<int>(start.along) + (step < 0 ? -1 : 0);
+             along >= 0 && along < picture.Length() && gap <= longestGap; along += step)
+        {
+            const auto middle = MiddleOfLine(picture, along, near);
+            gap = middle ? 0 : gap + 1;
+            if (middle)
+            {
+                near = *middle;
+                places.push_back({static_cast<double>(along), near});
+            }
+        }
+    }
+    return Smoothed(std::move(places));
+}
+
+/// The largest distance from the straight line with the least square error.
+double Bend(const std::vector<Place> &places)
+{
+    const auto count = static_cast<double>(places.size());
+    Place mean{0, 0};
+    for (const auto &place : places)
+    {
+        mean.along += place.along / count;
+        mean.across += place.across / count;
+    }
+    double slopeAbove = 0;
+    double slopeBelow = 0;
+    for (const auto &place : places)
+    {
+        slopeAbove += (place.along - mean.along) * (place.across - mean.across);
+        slopeBelow += (place.along - mean.along) * (place.along - mean.along);
+    }
+    const double slope = slopeAbove / slopeBelow;
+    double worst = 0;
+    for (const auto &place : places)
+    {
+        const double off = place.across - mean.across - slope * (place.along - mean.along);
+        worst = std::max(worst, std::abs(off) / std::hypot(1, slope));
+    }
+    return worst;
+}
+
+/// A line of the plane's grid, and a place on it in the undistorted picture.
+struct GridLine
+{
+    std::string name;
+    bool isUpright;
+    double x; // mm on the plane
+    double y;
+};
+
+void PrintTo(const GridLine &line, std::ostream *stream)
+{
+    *stream << line.name;
+}
+
+struct Pixel
+{
+    double column;
+    double row;
+};
+
+/// Where a lens without distortion shows the place.
+Pixel Shown(const GridLine &line)
+{
+    const double z = 1500 + 0.25 * line.x + 0.10 * line.y;
+    return {525.5 * line.x / z + 322.75, 524.25 * line.y / z + 238.5};
+}
+
+/// Where the camera's lens does.
+Pixel ShownBent(const GridLine &line)
+{
+    const double z = 1500 + 0.25 * line.x + 0.10 * line.y;
+    const double x = line.x / z;
+    const double y = line.y / z;
+    const double r2 = x * x + y * y;
+    const double radial = 1 + r2 * (-0.21 + r2 * (0.065 + r2 * -0.008));
+    constexpr double p1 = 0.0011;
+    constexpr double p2 = -0.0007;
+    return {525.5 * (x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x)) + 322.75,
+            524.25 * (y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y) + 238.5};
+}
+
+/// The intensity alone.
+ShotPart IntensityOf(const std::string &producer)
+{
+    DepthCamera opened(producer);
+    const auto &remote = opened.camera.Remote();
+    const auto enable = [&remote](const char *component, const char *on)
+    {
+        remote.Set("ComponentSelector", component);
+        remote.Set("ComponentEnable", on);
+    };
+    enable("Intensity", "1");
+    enable("Range", "0");
+    return TakeShot(opened.camera).parts.at(0);
+}
+
+std::vector<Place> LineIn(const ShotPart &intensity, bool isUpright, const Pixel &start)
+{
+    const Place place = isUpright ? Place{start.row, start.column} : Place{start.column, start.row};
+    return Follow({&intensity, isUpright}, place);
+}
+
+class LineOfTheScene : public testing::TestWithParam<GridLine>
+{
+};
+
+TEST_P(LineOfTheScene, IsStraightWithoutDistortionOnly)
+{
+    const auto &line = GetParam();
+    constexpr size_t longEnough = 200;
+    const auto raw = IntensityOf(lowerProducer);
+    ASSERT_EQ(raw.bytes.size(), raw.width * raw.height);
+    const auto bentLine = LineIn(raw, line.isUpright, ShownBent(line));
+    ASSERT_GT(bentLine.size(), longEnough);
+    EXPECT_GT(Bend(bentLine), bent);
+
+    const auto undistorted = IntensityOf(proxyProducer);
+    ASSERT_EQ(undistorted.bytes.size(), raw.bytes.size());
+    const auto straightLine = LineIn(undistorted, line.isUpright, Shown(line));
+    ASSERT_GT(straightLine.size(), longEnough);
+    EXPECT_LT(Bend(straightLine), straight);
+    RecordProperty("BendRaw", std::to_string(Bend(bentLine)));
+    RecordProperty("Bend", std::to_string(Bend(straightLine)));
+}
+
+// Beside sphere and plate; each from one edge of the picture to the other or to the band without light.
+INSTANTIATE_TEST_SUITE_P(Grid, LineOfTheScene,
+                         testing::Values(GridLine{"FarLeft", true, -700, 50},
+                                         GridLine{"Left", true, -600, 50}, GridLine{"Right", true, 800, 50},
+                                         GridLine{"FarRight", true, 900, 50},
+                                         GridLine{"Top", false, 50, -600}, GridLine{"Upper", false, 50, -500},
+                                         GridLine{"Lower", false, 50, 500},
+                                         GridLine{"Bottom", false, 50, 600}),
+                         [](const auto &info) { return info.param.name; });
+
+} // namespace
+} // namespace chain
