@@ -111,9 +111,9 @@ private:
     /// Register address to the bits of the formats that are available after processing, by component.
     std::unordered_map<uint64_t, std::unordered_map<Component, uint64_t>> m_pixelFormatMasks;
     /// The modes that the device has, with its values for them.
-    std::vector<std::pair<Scan3dOutputMode, int64_t>> m_outputModes;
+    std::vector<std::pair<Scan3dOutputMode, uint32_t>> m_outputModes;
     /// The coordinates that the device has, with its values for them.
-    std::vector<std::pair<Scan3dCoordinate, int64_t>> m_coordinates;
+    std::vector<std::pair<Scan3dCoordinate, int32_t>> m_coordinates;
     Scan3dCoordinate m_currentCoordinate = Scan3dCoordinate::CoordinateA;
 };
 

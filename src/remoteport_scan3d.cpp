@@ -162,14 +162,18 @@ private:
 
 void RemotePort::OverrideScan3d()
 {
-    if (const auto node = TryFindNode("Scan3dOutputMode"); HasRegister(node) && IsUsable(*node))
+    if (const auto node = TryFindNode("Scan3dOutputMode"); node && IsUsable(*node))
     {
         const auto endianess = FindNode("PayloadSize").Endianess;
-        AddCallbacks(
-            *node,
-            [this, endianess](void *buffer, size_t *size) { return ReadOutputMode(endianess, buffer, size); },
-            [this, endianess](const void *buffer, size_t *size)
-            { return WriteOutputMode(endianess, buffer, size); });
+        if (HasRegister(node))
+        {
+            AddCallbacks(
+                *node,
+                [this, endianess](void *buffer, size_t *size)
+                { return ReadOutputMode(endianess, buffer, size); },
+                [this, endianess](const void *buffer, size_t *size)
+                { return WriteOutputMode(endianess, buffer, size); });
+        }
         EnableScan3dOutputModes(*node);
     }
     EnableCoordinateSelectorEntries();
@@ -199,11 +203,15 @@ void RemotePort::EnableScan3dOutputModes(const NodeInfo &node)
 void RemotePort::EnableCoordinateSelectorEntries()
 {
     const auto node = TryFindNode("Scan3dCoordinateSelector");
-    if (!HasRegister(node))
+    if (!node)
     {
         return;
     }
     ForceBits(*node, {"CoordinateA", "CoordinateB"}, true);
+    if (!HasRegister(node))
+    {
+        return;
+    }
     AddCallbacks(
         *node,
         [this, endianess = node->Endianess](void *buffer, size_t *size)
@@ -214,7 +222,7 @@ void RemotePort::EnableCoordinateSelectorEntries()
     {
         if (const auto coordinate = CoordinateOf(entry.Name))
         {
-            m_coordinates.emplace_back(*coordinate, std::get<int64_t>(entry.Value));
+            m_coordinates.emplace_back(*coordinate, static_cast<int32_t>(std::get<int64_t>(entry.Value)));
         }
     }
 }
@@ -244,7 +252,8 @@ void RemotePort::ForceBits(const NodeInfo &enumeration, std::initializer_list<st
             AddReadCallback(*node,
                             [this, node = *node, bits = mask, inTheGridOnly](void *buffer, size_t *size)
                             {
-                                ReadRegisters(node.Address, buffer, size);
+                                // A lower producer may claim to have read more than it was asked for.
+                                ReadFromDevice(node.Address, buffer, *size);
                                 if (!inTheGridOnly || m_processor->GetScan3dOutputMode() ==
                                                           Scan3dOutputMode::CalibratedABC_Grid)
                                 {
@@ -259,20 +268,20 @@ void RemotePort::ForceBits(const NodeInfo &enumeration, std::initializer_list<st
 bool RemotePort::ReadOutputMode(Endianess endianess, void *buffer, const size_t *size)
 {
     const auto mode = m_processor->GetScan3dOutputMode();
-    const auto entry = std::ranges::find(m_outputModes, mode, &std::pair<Scan3dOutputMode, int64_t>::first);
+    const auto entry = std::ranges::find(m_outputModes, mode, &std::pair<Scan3dOutputMode, uint32_t>::first);
     if (entry == m_outputModes.end())
     {
         throw GenTLException(fmt::format("Unexpected Scan3dOutputMode {}!", ToString(mode)), GC_ERR_ERROR);
     }
-    nodemap::EncodeValue(static_cast<uint64_t>(entry->second), buffer, *size, endianess);
+    nodemap::EncodeValue(entry->second, buffer, *size, endianess);
     return true;
 }
 
 bool RemotePort::WriteOutputMode(Endianess endianess, const void *buffer, size_t *size)
 {
     const auto value = nodemap::DecodeUnsigned(buffer, std::min(*size, sizeof(uint32_t)), endianess);
-    const auto entry = std::ranges::find(m_outputModes, static_cast<int64_t>(value),
-                                         &std::pair<Scan3dOutputMode, int64_t>::second);
+    const auto entry =
+        std::ranges::find(m_outputModes, value, &std::pair<Scan3dOutputMode, uint32_t>::second);
     if (entry == m_outputModes.end())
     {
         throw GenTLException(fmt::format("Unexpected Scan3dOutputMode value {}!", value), GC_ERR_ERROR);
@@ -293,7 +302,7 @@ bool RemotePort::WriteOutputMode(Endianess endianess, const void *buffer, size_t
 bool RemotePort::ReadCoordinate(Endianess endianess, void *buffer, const size_t *size)
 {
     const auto entry =
-        std::ranges::find(m_coordinates, m_currentCoordinate, &std::pair<Scan3dCoordinate, int64_t>::first);
+        std::ranges::find(m_coordinates, m_currentCoordinate, &std::pair<Scan3dCoordinate, int32_t>::first);
     if (entry != m_coordinates.end())
     {
         nodemap::EncodeValue(static_cast<uint64_t>(entry->second), buffer, *size, endianess);
@@ -304,7 +313,7 @@ bool RemotePort::ReadCoordinate(Endianess endianess, void *buffer, const size_t 
 bool RemotePort::WriteCoordinate(Endianess endianess, const void *buffer, const size_t *size)
 {
     const auto value = nodemap::DecodeSigned(buffer, *size, endianess);
-    const auto entry = std::ranges::find(m_coordinates, value, &std::pair<Scan3dCoordinate, int64_t>::second);
+    const auto entry = std::ranges::find(m_coordinates, value, &std::pair<Scan3dCoordinate, int32_t>::second);
     if (entry != m_coordinates.end())
     {
         m_currentCoordinate = entry->first;
@@ -469,7 +478,8 @@ void RemotePort::ReadOutputModes()
     m_outputModes.clear();
     for (const auto &entry : node->EnumEntries)
     {
-        m_outputModes.emplace_back(Scan3dOutputModeOf(entry.Name), std::get<int64_t>(entry.Value));
+        m_outputModes.emplace_back(Scan3dOutputModeOf(entry.Name),
+                                   static_cast<uint32_t>(std::get<int64_t>(entry.Value)));
     }
 }
 

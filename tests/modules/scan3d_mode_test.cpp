@@ -133,6 +133,55 @@ TEST_F(Scan3dModeTest, SelectsTheDepthOutsideOfTheGrid)
     }
 }
 
+TEST_F(Scan3dModeTest, IsKnownByTheNamesOfAllModes)
+{
+    const std::vector<std::string> names{
+        "UncalibratedC",         "CalibratedABC_Grid", "CalibratedABC_PointCloud", "CalibratedAC",
+        "CalibratedAC_Linescan", "CalibratedC",        "CalibratedC_Linescan",     "RectifiedC",
+        "RectifiedC_Linescan",   "DisparityC",         "DisparityC_Linescan"};
+    std::string entries;
+    for (size_t i = names.size(); i > 0; --i)
+    {
+        entries += Entry(names[i - 1], static_cast<int64_t>(1000 + i - 1));
+    }
+    UseModes(entries);
+    OpenAndForget();
+    for (uint32_t i = 0; i < names.size(); ++i)
+    {
+        scan3d->mode = static_cast<Mode>(i);
+        EXPECT_EQ(ReadNumber(modeAddress), 1000 + i) << names[i];
+        scan3d->mode = Mode::CalibratedABC_Grid;
+        WriteNumber(modeAddress, 1000 + i);
+        EXPECT_EQ(scan3d->mode, static_cast<Mode>(i)) << names[i];
+    }
+}
+
+TEST_F(Scan3dModeTest, HasValuesOf32Bits)
+{
+    UseModes(Entry("UncalibratedC", -2) + Entry("CalibratedC", 0x100000007) + Entry("CalibratedABC_Grid", 1));
+    OpenAndForget();
+    for (const auto &[mode, value] :
+         {std::pair{Mode::UncalibratedC, 0xFFFFFFFEU}, std::pair{Mode::CalibratedC, 7U}})
+    {
+        WriteNumber(modeAddress, value);
+        EXPECT_EQ(scan3d->mode, mode);
+        EXPECT_EQ(ReadNumber(modeAddress), value);
+    }
+    EXPECT_EQ(FailureOf([&] { WriteNumber(modeAddress, 0xFFFFFFFF); }),
+              (Failure{"Unexpected Scan3dOutputMode value 4294967295!", GC_ERR_ERROR}));
+}
+
+TEST_F(Scan3dModeTest, TakesTheFirst4BytesOfALongerRegister)
+{
+    UseModes(Entry("UncalibratedC", 10) + Entry("CalibratedC", 15) + Entry("CalibratedABC_Grid", 11),
+             {.length = 8});
+    OpenAndForget();
+    EXPECT_EQ(Read(modeAddress, 8), BytesOf(uint64_t{11}));
+    WriteBytes(modeAddress, BytesOf(uint64_t{0x1'0000000F}));
+    EXPECT_EQ(scan3d->mode, Mode::CalibratedC);
+    EXPECT_THAT(writes, ElementsAre(OverrideTest::Write{modeAddress + 4, BytesOf(1)})) << "the other 4 bytes";
+}
+
 TEST_F(Scan3dModeTest, IsLeftToTheDeviceWhenItCannotBeUsed)
 {
     for (const auto &layout : {Layout{.access = "RO"}, Layout{.conditions = Available("Nowhere")},
@@ -154,6 +203,18 @@ TEST_F(Scan3dModeTest, WithoutARegisterChangesNothing)
     SetValue(0, 0x01020304);
     OpenAndForget();
     EXPECT_EQ(ReadNumber(0), 0x01020304U);
+}
+
+TEST_F(Scan3dModeTest, OffersItsEntriesWithoutARegisterToo)
+{
+    extra = "<Enumeration Name=\"Scan3dOutputMode\">" + Entry("UncalibratedC", 0, Available("ModeBit")) +
+            "<Value>0</Value></Enumeration><Enumeration Name=\"Scan3dCoordinateSelector\">" +
+            Entry("CoordinateA", 2, Available("CoordinateBit")) + "<Value>2</Value></Enumeration>" +
+            BitOf("ModeBit", "ModeBits", 1) + BitOf("CoordinateBit", "CoordinateBits", 2) +
+            Register("ModeBits", 0x190, {}) + Register("CoordinateBits", 0x194, {});
+    OpenAndForget();
+    EXPECT_EQ(ReadNumber(0x190), 2U);
+    EXPECT_EQ(ReadNumber(0x194), 4U);
 }
 
 /// Conditions of the entries in registers of 4 and of 8 bytes.
@@ -222,7 +283,71 @@ TEST_F(Scan3dEntries, OfAAndBAreOfferedInTheGrid)
     }
 }
 
+TEST_F(Scan3dEntries, StayInTheirRegisterWhateverSizeTheDeviceClaims)
+{
+    UseBits("BigEndian");
+    UseModes(Entry("UncalibratedC", 0, Conditions(1)));
+    OpenAndForget();
+    for (const size_t claimed : {size_t{0}, size_t{1}, size_t{8}, size_t{1000}})
+    {
+        proxy->onGCReadPort = [this, claimed](PORT_HANDLE, uint64_t address, void *buffer, size_t *size)
+        {
+            std::memcpy(buffer, device.registers.data() + address, *size);
+            *size = claimed;
+            return GC_ERR_SUCCESS;
+        };
+        SetValue(0x190, 0x40);
+        SetValue(0x194, 0x55);
+        EXPECT_EQ(Read(0x190, 4), (Bytes{0x40, 0, 0, 2})) << claimed;
+        EXPECT_EQ(Read(0x190, 8), (Bytes{0x40, 0, 0, 2, 0x55, 0, 0, 0})) << claimed;
+    }
+}
+
+TEST_F(Scan3dEntries, OfOneRegisterAreForcedTogether)
+{
+    extra += Register("OneReg", 0x190, {});
+    for (const int bit : {0, 1, 2, 3})
+    {
+        extra += BitOf(fmt::format("One{}", bit), "OneReg", bit);
+    }
+    UseModes(Entry("UncalibratedC", 0, Available("One0") + Implemented("One1")) +
+             Entry("CalibratedC", 1, Available("One2")) + Entry("DisparityC", 2, Available("One3")));
+    OpenAndForget();
+    EXPECT_EQ(Read(0x190, 4), BytesOf(7));
+}
+
+TEST_F(Scan3dEntries, CannotBeReadWhenTheDeviceFails)
+{
+    UseBits();
+    UseModes(Entry("UncalibratedC", 0, Conditions(0)));
+    OpenAndForget();
+    proxy->onGCReadPort = [](PORT_HANDLE, uint64_t, void *, size_t *) -> GC_ERROR
+    { LowerFailure(GC_ERR_IO, "cable pulled"); };
+    EXPECT_EQ(FailureOf([&] { Read(0x190, 4); }), (Failure{"cable pulled", GC_ERR_IO}));
+}
+
 using Scan3dCoordinateSelection = Scan3dModeTest;
+
+TEST_F(Scan3dCoordinateSelection, BeginsWithA)
+{
+    UseCoordinates();
+    OpenAndForget();
+    EXPECT_EQ(Coordinate(), 30U);
+}
+
+TEST_F(Scan3dCoordinateSelection, ExtendsTheSignOfAShortRegister)
+{
+    UseCoordinates({.length = 2, .order = "BigEndian"});
+    UseModes();
+    extra += "<Boolean Name=\"Scan3dInvalidDataFlag\"><pValue>FlagReg</pValue></Boolean>" +
+             Register("FlagReg", invalidFlagAddress, {});
+    OpenAndForget();
+    EXPECT_EQ(ReadNumber(invalidFlagAddress), 0U);
+    WriteBytes(coordinateAddress, {0xFF, 0xFE});
+    EXPECT_EQ(ReadNumber(invalidFlagAddress), 1U) << "coordinate C";
+    EXPECT_EQ(FailureOf([&] { Read(coordinateAddress, 2); }),
+              (Failure{"Value will not fit in the buffer and would be truncated!", GC_ERR_ERROR}));
+}
 
 TEST_F(Scan3dCoordinateSelection, StaysOffTheDevice)
 {
@@ -294,6 +419,48 @@ TEST_F(Scan3dUserSet, IsLoadedByTheDeviceAndReadAgain)
     EXPECT_THAT(scan3d->calls->All(), ElementsAre("SetScan3dInfo", "SetMetadata", "SetMetadataCallback"));
     EXPECT_EQ(scan3d->info->scan3dCoordinateOffset, 9.0);
     EXPECT_EQ(ReadNumber(modeAddress), 11U);
+}
+
+TEST_F(Scan3dUserSet, KeepsTheModesWhileTheyCannotBeUsed)
+{
+    UseModes(Entry("UncalibratedC", 10) + Entry("CalibratedC", 15) + Entry("CalibratedABC_Grid", 11),
+             {.conditions = Available("Usable")});
+    extra += Integer("Usable", 0x190, {});
+    SetValue(0x190, 1);
+    OpenAndForget();
+    SetValue(0x190, 0);
+    WriteNumber(userSetLoadAddress, 1);
+    EXPECT_EQ(ReadNumber(modeAddress), 11U);
+    WriteNumber(modeAddress, 15);
+    EXPECT_EQ(scan3d->mode, Mode::CalibratedC);
+}
+
+TEST_F(Scan3dUserSet, ChangesTheRangeOfTheAxes)
+{
+    extra += "<Float Name=\"Scan3dAxisMax\"><pValue>Conv</pValue></Float><Converter Name=\"Conv\">"
+             "<Constant Name=\"S\">10</Constant><FormulaFrom>TO / S</FormulaFrom><pValue>RawReg</pValue>"
+             "</Converter>" +
+             Register("RawReg", axisMaxAddress, {});
+    SetValue(axisMaxAddress, 40);
+    OpenAndForget();
+    EXPECT_EQ(scan3d->info->scan3dAxisMax, 4.0);
+    EXPECT_EQ(ReadNumber(axisMaxAddress), 21U);
+    SetValue(axisMaxAddress, 70);
+    scan3d->range.second = 3.0;
+    WriteNumber(userSetLoadAddress, 1);
+    EXPECT_EQ(scan3d->info->scan3dAxisMax, 7.0) << "the device's own, whatever the consumer reads";
+    EXPECT_EQ(ReadNumber(axisMaxAddress), 30U);
+}
+
+TEST_F(Scan3dUserSet, IsLoadedWithoutAUsableCalibration)
+{
+    OpenAndForget();
+    scan3d->info.reset();
+    WriteNumber(userSetLoadAddress, 1);
+    EXPECT_TRUE(scan3d->info.has_value());
+    EXPECT_THAT(log.Lines(), ElementsAre("error: Did not find node FileSelector!",
+                                         "error: Did not find node FileSelector!"))
+        << "of the opening and of the load";
 }
 
 TEST_F(Scan3dUserSet, TellsAFailureThoughItIsLoaded)
