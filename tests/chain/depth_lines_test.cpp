@@ -1,7 +1,6 @@
 // The straight lines of the depth camera's scene: bent by its lens, straight in the undistorted intensity.
 
-#include "chain/depth_shot.h"
-#include "chain/depth_view.h"
+#include "chain/depth_points.h"
 
 #include <gtest/gtest.h>
 
@@ -167,31 +166,9 @@ void PrintTo(const GridLine &line, std::ostream *stream)
     *stream << line.name;
 }
 
-struct Pixel
+Point OnPlane(const GridLine &line)
 {
-    double column;
-    double row;
-};
-
-/// Where a lens without distortion shows the place.
-Pixel Shown(const GridLine &line)
-{
-    const double z = 1500 + 0.25 * line.x + 0.10 * line.y;
-    return {525.5 * line.x / z + 322.75, 524.25 * line.y / z + 238.5};
-}
-
-/// Where the camera's lens does.
-Pixel ShownBent(const GridLine &line)
-{
-    const double z = 1500 + 0.25 * line.x + 0.10 * line.y;
-    const double x = line.x / z;
-    const double y = line.y / z;
-    const double r2 = x * x + y * y;
-    const double radial = 1 + r2 * (-0.21 + r2 * (0.065 + r2 * -0.008));
-    constexpr double p1 = 0.0011;
-    constexpr double p2 = -0.0007;
-    return {525.5 * (x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x)) + 322.75,
-            524.25 * (y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y) + 238.5};
+    return {line.x, line.y, 1500 + 0.25 * line.x + 0.10 * line.y};
 }
 
 /// The intensity alone.
@@ -209,7 +186,7 @@ ShotPart IntensityOf(const std::string &producer)
     return TakeShot(opened.camera).parts.at(0);
 }
 
-std::vector<Place> LineIn(const ShotPart &intensity, bool isUpright, const Pixel &start)
+std::vector<Place> LineIn(const ShotPart &intensity, bool isUpright, const SensorPlace &start)
 {
     const Place place = isUpright ? Place{start.row, start.column} : Place{start.column, start.row};
     return Follow({&intensity, isUpright}, place);
@@ -225,13 +202,13 @@ TEST_P(LineOfTheScene, IsStraightWithoutDistortionOnly)
     constexpr size_t longEnough = 200;
     const auto raw = IntensityOf(lowerProducer);
     ASSERT_EQ(raw.bytes.size(), raw.width * raw.height);
-    const auto bentLine = LineIn(raw, line.isUpright, ShownBent(line));
+    const auto bentLine = LineIn(raw, line.isUpright, Shown(OnPlane(line)));
     ASSERT_GT(bentLine.size(), longEnough);
     EXPECT_GT(Bend(bentLine), bent);
 
     const auto undistorted = IntensityOf(proxyProducer);
     ASSERT_EQ(undistorted.bytes.size(), raw.bytes.size());
-    const auto straightLine = LineIn(undistorted, line.isUpright, Shown(line));
+    const auto straightLine = LineIn(undistorted, line.isUpright, ShownStraight(OnPlane(line)));
     ASSERT_GT(straightLine.size(), longEnough);
     EXPECT_LT(Bend(straightLine), straight);
     RecordProperty("BendRaw", std::to_string(Bend(bentLine)));

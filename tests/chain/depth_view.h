@@ -62,8 +62,8 @@ inline std::vector<View> Regions()
     return {{"Whole"},
             {"LeftHalf", 1, 1, 1, 1, 320, 480, 0, 0},
             {"LowerRight", 1, 1, 1, 1, 256, 200, 320, 240},
-            {"AcrossTheMiddle", 1, 1, 1, 1, 401, 301, 77, 33},
-            {"BinnedRegion", 2, 2, 1, 1, 128, 100, 160, 20},
+            {"AcrossTheMiddle", 1, 1, 1, 1, 401, 360, 77, 93},
+            {"BinnedRegion", 2, 2, 1, 1, 128, 100, 160, 120},
             {"BinnedDecimatedRegion", 2, 1, 1, 2, 250, 180, 20, 10}};
 }
 
