@@ -186,6 +186,39 @@ TEST(Gentlctl, WritesPointsOfTheDepthCamera)
     EXPECT_EQ(line, "ply");
 }
 
+TEST(Gentlctl, PicturesPointsFromTheSide)
+{
+    const Folder folder;
+    const auto grab = "grab -d OVRA-D1 -n 1 -s AcquisitionFrameRate=20 -o " + folder.Path().string();
+    const auto json = JsonOf(grab + " --view -s ComponentSelector=Intensity -s ComponentEnable=1");
+    const auto view = (folder.Path() / "frame-00001-view.png").string();
+    EXPECT_NE(json["files"].dump().find(view), std::string::npos) << json.dump();
+    const auto picture = cv::imread(view, cv::IMREAD_UNCHANGED);
+    ASSERT_EQ(picture.type(), CV_8UC3);
+    EXPECT_EQ(Gentlctl(grab + " --view=-40,10").status, 0);
+    const auto turned = cv::imread(view, cv::IMREAD_UNCHANGED);
+    ASSERT_EQ(turned.size(), picture.size());
+    EXPECT_GT(cv::norm(picture, turned, cv::NORM_L1) / static_cast<double>(picture.total()), 3);
+}
+
+TEST(Gentlctl, PicturesNothingWithoutPoints)
+{
+    const Folder folder;
+    const auto run = Gentlctl("grab -d OVRA-M1 -n 1 --view -o " + folder.Path().string());
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("gentlctl: A view needs a grid of points"), std::string::npos) << run.output;
+    EXPECT_EQ(Gentlctl("grab -d OVRA-D1 -n 1 --view").status, 2) << "nowhere to write it to";
+    for (const std::string angles : {"5", "5,", ",5", "5,95", "-90,5", "5;5", "5,5,5", "x,5", "nan,5"})
+    {
+        const auto refused =
+            Gentlctl("grab -d OVRA-D1 -n 1 -o " + folder.Path().string() + " '--view=" + angles + "'");
+        EXPECT_EQ(refused.status, 2) << angles;
+        EXPECT_NE(refused.output.find("\"" + angles + "\" is not two angles from -89 to 89"),
+                  std::string::npos)
+            << refused.output;
+    }
+}
+
 TEST(Gentlctl, TellsFailureAndWrongUsageApart)
 {
     EXPECT_EQ(Gentlctl("").status, 2);

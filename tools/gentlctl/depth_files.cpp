@@ -1,12 +1,13 @@
 #include "gentlctl/depth_files.h"
 
+#include "gentlctl/point_view.h"
+
 #include "common/pixel_format.h"
 
 #include <fmt/format.h>
 #include <opencv2/imgproc.hpp>
 
 #include <bit>
-#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
@@ -25,17 +26,35 @@ constexpr int barWidth = 96;
 constexpr int barMargin = 12;
 constexpr int barStrip = 20;
 
-/// The bar: the colours from the largest value at the top to the smallest, and five values beside it.
+} // namespace
+
+bool IsPointGrid(const ImageView &image)
+{
+    return image.pixelFormat == static_cast<uint64_t>(PixelFormat::Coord3D_ABC32f);
+}
+
+cv::Mat ColoursOf(const cv::Mat &values, double minimum, double maximum)
+{
+    // The ends of the map are nearly black.
+    constexpr double far = 22;
+    constexpr double near = 238;
+    const double slope = maximum > minimum ? (near - far) / (maximum - minimum) : 0;
+    cv::Mat levels;
+    values.convertTo(levels, CV_8U, -slope, near + slope * minimum);
+    cv::Mat colours;
+    cv::applyColorMap(levels, colours, cv::COLORMAP_TURBO);
+    return colours;
+}
+
 cv::Mat ScaleBar(int height, double minimum, double maximum)
 {
     cv::Mat bar(height, barWidth, CV_8UC3, cv::Scalar::all(0));
-    cv::Mat ramp(std::max(1, height - 2 * barMargin), 1, CV_8UC1);
+    cv::Mat ramp(std::max(1, height - 2 * barMargin), 1, CV_32FC1);
     for (int y = 0; y < ramp.rows; ++y)
     {
-        ramp.at<uint8_t>(y, 0) = cv::saturate_cast<uint8_t>(255.0 * y / std::max(1, ramp.rows - 1));
+        ramp.at<float>(y, 0) = static_cast<float>(ramp.rows - 1 - y);
     }
-    cv::Mat colours;
-    cv::applyColorMap(ramp, colours, cv::COLORMAP_TURBO);
+    auto colours = ColoursOf(ramp, 0, ramp.rows - 1);
     cv::resize(colours, colours, {barStrip, ramp.rows}, 0, 0, cv::INTER_NEAREST);
     if (height > 2 * barMargin)
     {
@@ -52,18 +71,6 @@ cv::Mat ScaleBar(int height, double minimum, double maximum)
     return bar;
 }
 
-bool HasCoordinates(const cv::Vec3f &point)
-{
-    return std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]) && point[2] != 0;
-}
-
-} // namespace
-
-bool IsPointGrid(const ImageView &image)
-{
-    return image.pixelFormat == static_cast<uint64_t>(PixelFormat::Coord3D_ABC32f);
-}
-
 cv::Mat ColourDepth(const cv::Mat &depth)
 {
     cv::Mat values;
@@ -76,24 +83,24 @@ cv::Mat ColourDepth(const cv::Mat &depth)
     {
         cv::minMaxLoc(values, &minimum, &maximum, nullptr, nullptr, valid);
     }
-    const double range = maximum > minimum ? maximum - minimum : 1;
-    cv::Mat levels;
-    // Near is red, at the upper end of the colour map.
-    values.convertTo(levels, CV_8U, -255.0 / range, 255.0 * maximum / range);
-    cv::Mat colours;
-    cv::applyColorMap(levels, colours, cv::COLORMAP_TURBO);
+    auto colours = ColoursOf(values, minimum, maximum);
     colours.setTo(cv::Scalar::all(0), ~valid);
     cv::Mat picture;
     cv::hconcat(colours, ScaleBar(depth.rows, minimum, maximum), picture);
     return picture;
 }
 
+bool IsIntensityOf(const ImageView &points, const ImageView *intensity)
+{
+    return intensity != nullptr && intensity->size >= points.width * points.height &&
+           intensity->pixelFormat == static_cast<uint64_t>(PixelFormat::Mono8) &&
+           intensity->width == points.width && intensity->height == points.height;
+}
+
 void WritePly(const std::filesystem::path &file, const ImageView &points, const ImageView *intensity)
 {
     const size_t pixels = points.width * points.height;
-    const bool hasIntensity = intensity != nullptr && intensity->size >= pixels &&
-                              intensity->pixelFormat == static_cast<uint64_t>(PixelFormat::Mono8) &&
-                              intensity->width == points.width && intensity->height == points.height;
+    const bool hasIntensity = IsIntensityOf(points, intensity);
     std::string body;
     size_t count = 0;
     for (size_t i = 0; i < pixels && (i + 1) * sizeof(cv::Vec3f) <= points.size; ++i)

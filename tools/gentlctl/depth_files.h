@@ -12,6 +12,18 @@ namespace gentlctl
 /// Whether an image holds three coordinates for each pixel.
 bool IsPointGrid(const ImageView &image);
 
+/// Whether an image holds a grey value of eight bits for each pixel of a grid of points.
+bool IsIntensityOf(const ImageView &points, const ImageView *intensity);
+
+/// Colours of depth: the minimum red, the maximum blue.
+/// @return 8-bit BGR
+cv::Mat ColoursOf(const cv::Mat &values, double minimum, double maximum);
+
+/// A bar of the colours of depth: the largest value at the top, the least at the bottom, five values beside
+/// it.
+/// @return 8-bit BGR
+cv::Mat ScaleBar(int height, double minimum, double maximum);
+
 /// Depth in colours, near red and far blue, with a bar at the right edge that says which value is which.
 /// Pixels without depth (0, or not a number) are black.
 /// @param depth one channel of any type

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 #include <utility>
 
 namespace gentlctl
@@ -97,7 +98,8 @@ size_t Frame::Delivered(const ImageView &image) const
     return std::min(image.size, std::max<size_t>(Number(m_infos, "BUFFER_INFO_SIZE_FILLED"), imageSize));
 }
 
-Json Frame::Write(const std::filesystem::path &folder, uint64_t number, const std::string &format) const
+Json Frame::Write(const std::filesystem::path &folder, uint64_t number, const std::string &format,
+                  const std::optional<ViewAngles> &angles) const
 {
     auto files = Json::array();
     const auto path = [&](const std::string &part, const std::string &extension)
@@ -113,14 +115,31 @@ Json Frame::Write(const std::filesystem::path &folder, uint64_t number, const st
         if (format == "raw")
         {
             WriteBytes(path(name, format), view.data, Delivered(view));
-            continue;
         }
-        WritePicture(path(name, format), view);
-        if (IsPointGrid(view))
+        else
         {
-            const auto intensity = std::ranges::find(images, std::string("intensity"), &NamedImage::name);
-            WritePly(path(name, "ply"), view, intensity != images.end() ? &intensity->view : nullptr);
+            WritePicture(path(name, format), view);
         }
+    }
+    const auto points =
+        std::ranges::find_if(images, [](const NamedImage &image) { return IsPointGrid(image.view); });
+    if (points != images.end())
+    {
+        const auto found = std::ranges::find(images, std::string("intensity"), &NamedImage::name);
+        const auto *intensity = found != images.end() ? &found->view : nullptr;
+        if (format != "raw")
+        {
+            WritePly(path(points->name, "ply"), points->view, intensity);
+        }
+        if (angles)
+        {
+            WriteView(path("view", "png"), points->view, intensity, *angles);
+        }
+    }
+    else if (angles && !images.empty())
+    {
+        throw std::runtime_error("A view needs a grid of points, which these frames are not: choose a depth "
+                                 "camera, with -s PixelFormat=Coord3D_ABC32f");
     }
     const auto text = m_infos.dump(2) + "\n";
     WriteBytes(path("", "json"), text.data(), text.size());

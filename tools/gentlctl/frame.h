@@ -2,8 +2,10 @@
 
 #include "gentlctl/image_files.h"
 #include "gentlctl/info.h"
+#include "gentlctl/point_view.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,8 +31,11 @@ public:
 
     /// Writes the images, in the form of `format` ("png", "tiff", "raw"), and the infos; a grid of points as
     /// PLY, too, with the intensity if the frame has it.
+    /// @param angles from where to picture a grid of points, too
     /// @return the names of the files
-    Json Write(const std::filesystem::path &folder, uint64_t number, const std::string &format) const;
+    /// @throws std::runtime_error a view of a frame without a grid of points, or what WritePicture throws
+    Json Write(const std::filesystem::path &folder, uint64_t number, const std::string &format,
+               const std::optional<ViewAngles> &angles = {}) const;
 
 private:
     size_t Delivered(const ImageView &image) const;

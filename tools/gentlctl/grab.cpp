@@ -165,7 +165,8 @@ GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, 
         report.incomplete += frame.Incomplete() ? 1 : 0;
         if (!options.folder.empty())
         {
-            for (const auto &file : frame.Write(options.folder, report.delivered, options.format))
+            for (const auto &file :
+                 frame.Write(options.folder, report.delivered, options.format, options.view))
             {
                 report.files.push_back(file);
             }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include "gentlctl/info.h"
+#include "gentlctl/point_view.h"
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace gentlctl
@@ -17,9 +19,10 @@ struct GrabOptions
 {
     uint64_t frames = 10;
     uint32_t buffers = 4;
-    uint64_t timeoutMs = 5000;    ///< longest wait for one frame
-    std::filesystem::path folder; ///< where files go; empty: nothing is written
-    std::string format = "png";   ///< "png", "tiff" or "raw"
+    uint64_t timeoutMs = 5000;      ///< longest wait for one frame
+    std::filesystem::path folder;   ///< where files go; empty: nothing is written
+    std::string format = "png";     ///< "png", "tiff" or "raw"
+    std::optional<ViewAngles> view; ///< also picture the points from here
     bool showProgress = false;
 };
 
@@ -34,7 +37,8 @@ struct GrabReport
 
 /// Grabs frames from the device's stream: announces and queues buffers, starts, writes each frame, stops.
 ///
-/// Writes each frame as `frame-NNNNN.png` (or .tiff, .raw) and its infos beside it as `frame-NNNNN.json`.
+/// Writes each frame as `frame-NNNNN.png` (or .tiff, .raw) and its infos beside it as `frame-NNNNN.json`; a
+/// grid of points as `frame-NNNNN.ply` and, with a view, `frame-NNNNN-view.png`, too.
 /// @throws GenTLException a failure of the producer, such as a frame that does not come in time
 GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options);
 

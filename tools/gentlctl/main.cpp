@@ -7,6 +7,8 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <charconv>
+#include <cmath>
 #include <exception>
 #include <string>
 #include <unistd.h>
@@ -22,6 +24,28 @@ constexpr int failed = 1;
 constexpr int wrongUsage = 2;
 
 const std::vector<std::string> modules{"system", "interface", "device", "remote", "stream"};
+
+/// "RIGHT,UP" in degrees; the usual ones of an empty text.
+ViewAngles ParseAngles(const std::string &text)
+{
+    if (text.empty())
+    {
+        return {};
+    }
+    constexpr double limit = 89;
+    ViewAngles angles;
+    const char *end = text.data() + text.size();
+    const auto right = std::from_chars(text.data(), end, angles.right);
+    const bool hasRight = right.ec == std::errc() && right.ptr != end && *right.ptr == ',';
+    const auto up = hasRight ? std::from_chars(right.ptr + 1, end, angles.up) : right;
+    if (!hasRight || up.ec != std::errc() || up.ptr != end || !(std::abs(angles.right) <= limit) ||
+        !(std::abs(angles.up) <= limit))
+    {
+        throw CLI::ValidationError(
+            "--view", fmt::format("\"{}\" is not two angles from -89 to 89, as --view=28,20", text));
+    }
+    return angles;
+}
 
 /// The command line: options, and what to run once they are read.
 struct CommandLine
@@ -152,11 +176,19 @@ private:
         command->add_option("-n,--frames", grab.frames, "How many frames")
             ->check(CLI::PositiveNumber)
             ->capture_default_str();
-        command->add_option("-o,--output", grab.folder,
-                            "Folder for the files; nothing is written without one");
+        auto *output = command->add_option("-o,--output", grab.folder,
+                                           "Folder for the files; nothing is written without one");
         command->add_option("-f,--format", grab.format, "Form of the images")
             ->check(CLI::IsMember({"png", "tiff", "raw"}))
             ->capture_default_str();
+        command
+            ->add_option_function<std::string>(
+                "-v,--view", [this](const std::string &angles) { grab.view = ParseAngles(angles); },
+                "Picture points from the side, too, as frame-NNNNN-view.png: degrees by which the viewpoint "
+                "is turned to the right and up (28,20 when none are given)")
+            ->expected(0, 1)
+            ->type_name("RIGHT,UP")
+            ->needs(output);
         command->add_option("-b,--buffers", grab.buffers, "Buffers to queue")
             ->check(CLI::Range(2, 1024))
             ->capture_default_str();

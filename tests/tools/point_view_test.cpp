@@ -1,0 +1,314 @@
+#include "gentlctl/point_view.h"
+
+#include "common/pixel_format.h"
+
+#include <gtest/gtest.h>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+namespace gentlctl
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+using tarn::common::PixelFormat;
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+
+// A camera of 41 x 31 pixels whose axis goes through pixel (20, 15).
+constexpr int width = 41;
+constexpr int height = 31;
+constexpr double focalLength = 40;
+
+/// The grid that this camera delivers of a scene, which gives z for a direction (x/z, y/z); 0: nothing there.
+cv::Mat Grid(const std::function<double(double, double)> &scene)
+{
+    cv::Mat points(height, width, CV_32FC3);
+    for (int row = 0; row < height; ++row)
+    {
+        for (int column = 0; column < width; ++column)
+        {
+            const double x = (column - width / 2) / focalLength;
+            const double y = (row - height / 2) / focalLength;
+            const double z = scene(x, y);
+            points.at<cv::Vec3f>(row, column) =
+                z != 0 ? cv::Vec3f(cv::Vec3d(x * z, y * z, z)) : cv::Vec3f(nan, nan, 0);
+        }
+    }
+    return points;
+}
+
+/// As the camera itself sees it, with ten times its pixels.
+Viewpoint AtTheCamera()
+{
+    Viewpoint viewpoint;
+    viewpoint.focalLength = 10 * focalLength;
+    viewpoint.principalPoint = {200, 150};
+    viewpoint.size = {401, 301};
+    return viewpoint;
+}
+
+/// Around (0, 0, 1000), from 1000 away.
+Viewpoint Turned(double degreesToTheRight)
+{
+    auto viewpoint = AtTheCamera();
+    viewpoint.centre = {0, 0, 1000};
+    viewpoint.distance = 1000;
+    const double angle = degreesToTheRight * CV_PI / 180;
+    viewpoint.rotation = {std::cos(angle), 0, std::sin(angle), 0, 1, 0, -std::sin(angle), 0, std::cos(angle)};
+    return viewpoint;
+}
+
+cv::Mat Single(const cv::Vec3f &point)
+{
+    return {1, 1, CV_32FC3, cv::Scalar(point[0], point[1], point[2])};
+}
+
+cv::Point PixelOf(const PointView &view)
+{
+    cv::Point pixel(-1, -1);
+    double largest = 0;
+    cv::minMaxLoc(view.distance, nullptr, &largest, nullptr, &pixel);
+    EXPECT_EQ(cv::countNonZero(view.distance), 1);
+    return largest > 0 ? pixel : cv::Point(-1, -1);
+}
+
+TEST(PointViewOfSinglePoints, ShowsEachAtItsPixel)
+{
+    const auto viewpoint = AtTheCamera();
+    EXPECT_EQ(PixelOf(RenderPoints(Single({0, 0, 500}), {}, viewpoint)), cv::Point(200, 150));
+    EXPECT_EQ(PixelOf(RenderPoints(Single({100, -50, 1000}), {}, viewpoint)), cv::Point(240, 130));
+    const auto view = RenderPoints(Single({-100, 50, 400}), {}, viewpoint);
+    EXPECT_EQ(PixelOf(view), cv::Point(100, 200));
+    EXPECT_FLOAT_EQ(view.distance.at<float>(200, 100), 400);
+    EXPECT_EQ(view.depth.at<float>(200, 100), 400);
+}
+
+TEST(PointViewOfSinglePoints, ShowsNoneThatHasNoCoordinates)
+{
+    for (const auto &point : {cv::Vec3f(nan, nan, 0), cv::Vec3f(0, 0, 0), cv::Vec3f(1, 1, nan),
+                              cv::Vec3f(nan, 1, 500), cv::Vec3f(1, nan, 500)})
+    {
+        EXPECT_EQ(cv::countNonZero(RenderPoints(Single(point), {}, AtTheCamera()).distance), 0)
+            << cv::Mat(point);
+    }
+    EXPECT_EQ(cv::countNonZero(RenderPoints(Single({1, 1, 500}), {}, AtTheCamera()).distance), 1);
+}
+
+TEST(PointViewOfSinglePoints, ShowsNoneOutsideThePictureOrBehindTheViewpoint)
+{
+    for (const auto &point : {cv::Vec3f(600, 0, 1000), cv::Vec3f(0, -600, 1000), cv::Vec3f(0, 0, -1000)})
+    {
+        EXPECT_EQ(cv::countNonZero(RenderPoints(Single(point), {}, AtTheCamera()).distance), 0);
+    }
+}
+
+TEST(PointViewOfSinglePoints, TurnsThemAroundTheCentre)
+{
+    // From the right, what is behind the centre goes to the right, and what is before it to the left.
+    const auto viewpoint = Turned(90);
+    EXPECT_EQ(PixelOf(RenderPoints(Single({0, 0, 1000}), {}, viewpoint)), cv::Point(200, 150));
+    EXPECT_EQ(PixelOf(RenderPoints(Single({0, 0, 1250}), {}, viewpoint)), cv::Point(300, 150));
+    const auto view = RenderPoints(Single({200, 100, 800}), {}, viewpoint);
+    EXPECT_EQ(PixelOf(view), cv::Point(100, 200));
+    EXPECT_NEAR(view.distance.at<float>(200, 100), 800, 1e-3);
+}
+
+TEST(PointViewOfAPlane, FillsThePixelsBetweenItsPoints)
+{
+    const auto plane = Grid([](double, double) { return 1000; });
+    const auto view = RenderPoints(plane, {}, AtTheCamera());
+    EXPECT_EQ(cv::countNonZero(view.distance), 401 * 301);
+    cv::Mat exact;
+    cv::absdiff(view.depth, 1000, exact);
+    EXPECT_LE(cv::norm(exact, cv::NORM_INF), 1e-3);
+}
+
+TEST(PointViewOfAPlane, IsWhereItIsSeenFromTheSide)
+{
+    const auto plane = Grid([](double x, double) { return x >= 0 ? 1000.0 : 0.0; });
+    const auto viewpoint = Turned(45);
+    const auto view = RenderPoints(plane, {}, viewpoint);
+    // Turned, the plane's point (x, y, 1000) is (x cos, y, 1000 - x sin): column 400 x cos / (1000 - x sin).
+    const double half = std::sqrt(0.5);
+    const double right = 200 + 400 * 500 * half / (1000 - 500 * half);
+    ASSERT_GT(right, 401);
+    EXPECT_EQ(view.distance.at<float>(150, 199), 0);
+    for (const int column : {200, 300, 400})
+    {
+        const double tangent = (column - 200) / 400.0;
+        const double x = 1000 * tangent / (half * (1 + tangent));
+        EXPECT_NEAR(view.distance.at<float>(150, column), 1000 - x * half, 0.01) << column;
+        EXPECT_NEAR(view.depth.at<float>(150, column), 1000, 0.01) << column;
+    }
+}
+
+TEST(PointViewOfAPlane, HasAHoleWherePointsHaveNoDepth)
+{
+    const auto plane = Grid([](double x, double) { return std::abs(x) < 0.13 ? 0.0 : 1000.0; });
+    const auto view = RenderPoints(plane, {}, AtTheCamera());
+    // The columns of x = -0.15 and 0.15 are the last ones that have points.
+    EXPECT_NE(view.distance.at<float>(150, 140), 0);
+    EXPECT_EQ(view.distance.at<float>(150, 141), 0);
+    EXPECT_EQ(view.distance.at<float>(150, 259), 0);
+    EXPECT_NE(view.distance.at<float>(150, 260), 0);
+}
+
+TEST(PointViewOfAStep, HasNoSurfaceBetweenItsSides)
+{
+    const auto step = Grid([](double x, double) { return x < 0 ? 600.0 : 1200.0; });
+    const auto view = RenderPoints(step, {}, AtTheCamera());
+    EXPECT_EQ(view.depth.at<float>(150, 100), 600);
+    EXPECT_EQ(view.depth.at<float>(150, 300), 1200);
+    // Between the last column of the one and the first of the other.
+    EXPECT_EQ(cv::countNonZero(view.distance.colRange(191, 200)), 0);
+}
+
+TEST(PointViewOfAStep, HidesWhatIsBehindIt)
+{
+    // A plate before a wall; from the side it stands before another part of the wall.
+    const auto scene =
+        Grid([](double x, double y) { return std::abs(x) < 0.14 && std::abs(y) < 0.14 ? 700.0 : 1300.0; });
+    const auto viewpoint = Turned(30);
+    const auto pixel = [&](const cv::Vec3d &point)
+    { return cv::Point(viewpoint.Project(viewpoint.Turn(point))); };
+    const auto plate = pixel({0, 0, 700});
+    // The wall is seen there, too: without the plate it is in the same pixel.
+    const auto wall = Grid([](double, double) { return 1300.0; });
+    const auto nothingBefore = RenderPoints(wall, {}, viewpoint);
+    ASSERT_NEAR(nothingBefore.depth.at<float>(plate), 1300, 0.01);
+    const auto view = RenderPoints(scene, {}, viewpoint);
+    EXPECT_NEAR(view.depth.at<float>(plate), 700, 0.01);
+    EXPECT_LT(view.distance.at<float>(plate), nothingBefore.distance.at<float>(plate));
+    // And where the camera saw the plate before the wall, there is a hole in the wall.
+    EXPECT_EQ(view.distance.at<float>(pixel({0, 0, 1300})), 0);
+
+    // The order of the points does not matter.
+    cv::Mat reversed;
+    cv::flip(scene, reversed, -1);
+    EXPECT_NEAR(RenderPoints(reversed, {}, viewpoint).depth.at<float>(plate), 700, 0.01);
+}
+
+TEST(PointViewWithLight, IsDarkerWhereTheIntensityIs)
+{
+    const auto plane = Grid([](double, double) { return 1000; });
+    cv::Mat intensity(height, width, CV_8UC1, cv::Scalar(200));
+    intensity.colRange(0, width / 2).setTo(20);
+    const auto view = RenderPoints(plane, intensity, AtTheCamera());
+    EXPECT_GT(view.brightness.at<float>(150, 300), 1.5 * view.brightness.at<float>(150, 100));
+    double brightest = 0;
+    cv::minMaxLoc(view.brightness, nullptr, &brightest);
+    EXPECT_LE(brightest, 1.0001);
+}
+
+TEST(PointViewWithLight, IsDarkerWhereTheSurfaceTurnsAway)
+{
+    // A roof whose ridge runs down the middle; the light comes from the upper left.
+    const auto roof = Grid([](double x, double) { return 1000 / (1 - std::abs(x)); });
+    const auto view = RenderPoints(roof, {}, AtTheCamera());
+    EXPECT_GT(view.brightness.at<float>(150, 100), view.brightness.at<float>(150, 300) + 0.05);
+}
+
+TEST(PointViewpoint, HasAllPointsInSight)
+{
+    const auto scene = Grid([](double x, double y) { return x * x + y * y < 0.04 ? 500.0 : 900 + 400 * x; });
+    for (const auto &angles : {ViewAngles{0, 0}, ViewAngles{30, 20}, ViewAngles{-80, 0}, ViewAngles{10, -80}})
+    {
+        const cv::Size size(320, 200);
+        const auto viewpoint = LookAt(scene, angles, size);
+        cv::Rect2d seen;
+        for (int i = 0; i < width * height; ++i)
+        {
+            const auto turned = viewpoint.Turn(scene.at<cv::Vec3f>(i / width, i % width));
+            ASSERT_GT(turned[2], 0);
+            const cv::Rect2d pixel(viewpoint.Project(turned), cv::Size2d(1e-6, 1e-6));
+            seen = i == 0 ? pixel : seen | pixel;
+        }
+        EXPECT_GE(seen.x, 0);
+        EXPECT_GE(seen.y, 0);
+        EXPECT_LE(seen.br().x, size.width);
+        EXPECT_LE(seen.br().y, size.height);
+        // They fill it, in one direction at least.
+        EXPECT_GT(std::max(seen.width / size.width, seen.height / size.height), 0.8);
+    }
+}
+
+TEST(PointViewpoint, LooksFromTheRightAndFromAbove)
+{
+    // A near point before a wall goes to the left when seen from the right, and down when seen from above.
+    const auto scene = Grid([](double x, double y) { return x == 0 && y == 0 ? 500.0 : 1000.0; });
+    const auto nearPoint = [&](const ViewAngles &angles)
+    {
+        const auto viewpoint = LookAt(scene, angles, {400, 300});
+        return viewpoint.Project(viewpoint.Turn({0, 0, 500})) -
+               viewpoint.Project(viewpoint.Turn({0, 0, 1000}));
+    };
+    EXPECT_LT(nearPoint({30, 0}).x, -10);
+    EXPECT_GT(nearPoint({-30, 0}).x, 10);
+    EXPECT_GT(nearPoint({0, 30}).y, 10);
+    EXPECT_LT(nearPoint({0, -30}).y, -10);
+}
+
+TEST(PointViewpoint, NeedsAPoint)
+{
+    const auto nothing = Grid([](double, double) { return 0; });
+    EXPECT_THROW(LookAt(nothing, {}, {400, 300}), std::runtime_error);
+    EXPECT_EQ(PixelOf(RenderPoints(Single({3, 4, 500}), {}, LookAt(Single({3, 4, 500}), {}, {400, 300}))),
+              cv::Point(200, 150));
+}
+
+class PointViewFile : public testing::Test
+{
+protected:
+    PointViewFile() : folder(fs::temp_directory_path() / ("view-" + std::to_string(getpid())))
+    {
+        fs::create_directories(folder);
+    }
+    ~PointViewFile() override { fs::remove_all(folder); }
+
+    static ImageView View(const cv::Mat &points)
+    {
+        return {points.data, points.total() * points.elemSize(), static_cast<size_t>(points.cols),
+                static_cast<size_t>(points.rows), static_cast<uint64_t>(PixelFormat::Coord3D_ABC32f)};
+    }
+
+    fs::path folder;
+};
+
+TEST_F(PointViewFile, IsAPictureInColours)
+{
+    const auto file = folder / "view.png";
+    // The nearer half is at the left.
+    const auto scene = Grid([](double x, double) { return 1000 + 400 * x; });
+    WriteView(file, View(scene), nullptr, {});
+    const auto picture = cv::imread(file.string(), cv::IMREAD_UNCHANGED);
+    ASSERT_EQ(picture.type(), CV_8UC3);
+    const auto left = picture.at<cv::Vec3b>(picture.rows / 2, picture.cols / 4);
+    const auto right = picture.at<cv::Vec3b>(picture.rows / 2, picture.cols * 3 / 4);
+    EXPECT_GT(left[2], left[0]);
+    EXPECT_GT(right[0], right[2]);
+}
+
+TEST_F(PointViewFile, IsRefusedWithoutPointsOrMemoryOrFolder)
+{
+    const auto scene = Grid([](double, double) { return 1000; });
+    const auto nothing = Grid([](double, double) { return 0; });
+    auto tooSmall = View(scene);
+    --tooSmall.size;
+    EXPECT_THROW(WriteView(folder / "view.png", tooSmall, nullptr, {}), std::runtime_error);
+    EXPECT_THROW(WriteView(folder / "view.png", View(nothing), nullptr, {}), std::runtime_error);
+    EXPECT_THROW(WriteView(folder / "no" / "view.png", View(scene), nullptr, {}), std::runtime_error);
+    EXPECT_TRUE(fs::is_empty(folder));
+}
+
+} // namespace
+} // namespace gentlctl
