@@ -107,6 +107,73 @@ TEST_F(Scan3dInformation, TakesALiteralWithoutTheDevice)
     }
 }
 
+TEST_F(Scan3dInformation, WidensAFloat)
+{
+    extra = Float("Scan3dCoordinateScale", scaleAddress, {.order = "BigEndian"}) +
+            "<Float Name=\"Scan3dCoordinateOffset\"><Value>0.1</Value></Float>";
+    SetRegisters(scaleAddress, Reversed(BytesOf(0.2F)));
+    Open();
+    EXPECT_EQ(scan3d->info->scan3dCoordinateScale, static_cast<double>(0.2F));
+    EXPECT_EQ(scan3d->info->scan3dCoordinateOffset, static_cast<double>(0.1F));
+}
+
+TEST_F(Scan3dInformation, TakesAValueOfAFormula)
+{
+    UseConverter("Scan3dAxisMax", "TO / SCALE", axisMaxAddress, Constant("SCALE", "1000"));
+    SetValue(axisMaxAddress, 2500);
+    Open();
+    EXPECT_EQ(scan3d->info->scan3dAxisMax, 2.5);
+}
+
+TEST_F(Scan3dInformation, IsReadInOrder)
+{
+    extra = Integer("Scan3dInvalidDataFlag", invalidFlagAddress, {}) +
+            Float("Scan3dInvalidDataValue", invalidValueAddress) +
+            Float("Scan3dCoordinateOffset", offsetAddress) + Float("Scan3dAxisMin", axisMinAddress) +
+            Float("Scan3dAxisMax", axisMaxAddress) + Float("Scan3dCoordinateScale", scaleAddress);
+    std::vector<uint64_t> asked;
+    Open();
+    for (const auto &read : device.reads)
+    {
+        if (read.address >= scaleAddress && read.address <= invalidFlagAddress)
+        {
+            asked.push_back(read.address);
+        }
+    }
+    EXPECT_THAT(asked, ElementsAre(scaleAddress, axisMaxAddress, axisMinAddress, offsetAddress,
+                                   invalidValueAddress, invalidFlagAddress));
+}
+
+TEST_F(Scan3dInformation, IsReadFromWhatIsReadOnly)
+{
+    extra = Float("Scan3dCoordinateScale", scaleAddress, {.access = "RO"}) +
+            Integer("Scan3dInvalidDataFlag", invalidFlagAddress, {.access = "RO"});
+    SetValue(scaleAddress, 0.5F);
+    SetValue(invalidFlagAddress, 1);
+    Open();
+    EXPECT_EQ(scan3d->info->scan3dCoordinateScale, 0.5);
+    EXPECT_EQ(scan3d->info->scan3dInvalidDataFlag, true);
+}
+
+TEST_F(Scan3dInformation, FollowsTheConditionsOfTheDevice)
+{
+    for (const bool isAvailable : {false, true})
+    {
+        for (const bool isImplemented : {false, true})
+        {
+            const Layout layout{.conditions = Available("A") + Implemented("I")};
+            extra = Float("Scan3dAxisMin", axisMinAddress, layout) +
+                    Integer("Scan3dInvalidDataFlag", invalidFlagAddress, layout) + Integer("A", 0x190, {}) +
+                    Integer("I", 0x194, {});
+            SetValue(0x190, isAvailable ? 1 : 0);
+            SetValue(0x194, isImplemented ? 1 : 0);
+            Open();
+            EXPECT_EQ(scan3d->info->scan3dAxisMin.has_value(), isAvailable && isImplemented);
+            EXPECT_EQ(scan3d->info->scan3dInvalidDataFlag.has_value(), isAvailable && isImplemented);
+        }
+    }
+}
+
 TEST_F(Scan3dInformation, ReadsADoubleWrongly)
 {
     extra = Float("Scan3dCoordinateScale", scaleAddress, {.length = 8});
@@ -128,8 +195,25 @@ TEST_F(Scan3dInformation, StopsTheOpeningWhenANodeCannotBeRead)
 
 TEST_F(Scan3dInformation, StopsTheOpeningAtAModeThatIsUnknown)
 {
-    UseModes(Entry("UncalibratedC", 0) + Entry("ProjectedC", 1));
-    EXPECT_EQ(OpenFailure(), PlainFailure("unordered_map::at: key not found"));
+    for (const auto *access : {"RW", "RO"})
+    {
+        extra.clear();
+        UseModes(Entry("UncalibratedC", 0) + Entry("ProjectedC", 1), {.access = access});
+        EXPECT_EQ(OpenFailure(), PlainFailure("unordered_map::at: key not found")) << access;
+        EXPECT_THAT(scan3d->calls->All(), ElementsAre("SetScan3dInfo"));
+        scan3d->calls->Clear();
+    }
+}
+
+TEST_F(Scan3dInformation, StopsTheOpeningWhenAConditionCannotBeRead)
+{
+    for (const auto *feature : {"Scan3dCoordinateScale", "Scan3dInvalidDataFlag", "Scan3dOutputMode"})
+    {
+        extra = Enumeration(feature, modeAddress, {.conditions = Available("Condition")},
+                            Entry("UncalibratedC", 0)) +
+                Integer("Condition", 0x800, {});
+        EXPECT_EQ(OpenFailure(), (Failure{"no register there", GC_ERR_INVALID_ADDRESS})) << feature;
+    }
 }
 
 TEST_F(Scan3dInformation, PassesOverModesThatCannotBeRead)
@@ -153,9 +237,54 @@ TEST_F(Scan3dMetadata, HoldsTheRegionOfInterest)
 
 TEST_F(Scan3dMetadata, HasNoRegionWhenAnythingOfItIsMissing)
 {
-    extra = Integer("OffsetX", 0x140, {});
+    for (const auto *only : {"OffsetX", "OffsetY"})
+    {
+        extra = Integer(only, 0x140, {});
+        Open();
+        EXPECT_EQ(scan3d->metadata->Find("Roi"), nullptr);
+    }
+}
+
+TEST_F(Scan3dMetadata, StopsTheOpeningWhenTheRegionCannotBeRead)
+{
+    extra = Integer("OffsetX", 0x140, {}) + Integer("OffsetY", 0x800, {});
+    EXPECT_EQ(OpenFailure(), (Failure{"no register there", GC_ERR_INVALID_ADDRESS}));
+    EXPECT_THAT(scan3d->calls->All(), ElementsAre("SetScan3dInfo"));
+}
+
+TEST_F(Scan3dMetadata, StopsTheOpeningWhenAFactorCannotBeRead)
+{
+    for (const auto &[horizontal, vertical] : {std::pair{0x800, 0x144}, std::pair{0x144, 0x800}})
+    {
+        extra = Enumeration("DecimationSelector", 0x140, {}, Entry("All", 7)) +
+                Integer("DecimationHorizontal", static_cast<uint64_t>(horizontal), {}) +
+                Integer("DecimationVertical", static_cast<uint64_t>(vertical), {});
+        EXPECT_EQ(OpenFailure(), (Failure{"no register there", GC_ERR_INVALID_ADDRESS}));
+        EXPECT_EQ(DeviceBytes(0x140, 4), BytesOf(7)) << "selected before";
+    }
+}
+
+TEST_F(Scan3dMetadata, SelectsJustWhatIsAvailable)
+{
+    extra = Enumeration("BinningSelector", 0x140, {},
+                        Entry("Sensor", 3) + Entry("Region0", 5, Available("Nowhere")) +
+                            Entry("Region1", 6, Implemented("Nowhere")) + Entry("Region2", 7)) +
+            Integer("BinningHorizontal", 0x144, {}) + Integer("BinningVertical", 0x148, {});
+    SetValue(0x144, 3);
+    SetValue(0x148, 2);
     Open();
-    EXPECT_EQ(scan3d->metadata->Find("Roi"), nullptr);
+    EXPECT_EQ(ValueOf<uint64_t>(*scan3d->metadata, "BinningHorizontal"), 9U);
+    EXPECT_EQ(ValueOf<uint64_t>(*scan3d->metadata, "BinningVertical"), 4U);
+    EXPECT_THAT(writes, ElementsAre(Write{0x140, BytesOf(3)}, Write{0x140, BytesOf(7)}));
+}
+
+TEST_F(Scan3dMetadata, FailsToItsCallerWhenItIsReadAnew)
+{
+    extra = Integer("OffsetX", 0x140, {}) + Integer("OffsetY", 0x144, {});
+    Open();
+    proxy->onGCReadPort = [](PORT_HANDLE, uint64_t, void *, size_t *) -> GC_ERROR
+    { LowerFailure(GC_ERR_IO, "cable pulled"); };
+    EXPECT_EQ(FailureOf([&] { scan3d->metadataCallback(); }), (Failure{"cable pulled", GC_ERR_IO}));
 }
 
 TEST_F(Scan3dMetadata, MultipliesTheFactorsOfAllSelections)

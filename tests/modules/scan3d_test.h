@@ -154,6 +154,26 @@ protected:
     {
         extra += Enumeration("Scan3dOutputMode", modeAddress, layout, entries);
     }
+
+    /// A feature behind a formula over the register "<name>Raw".
+    void UseConverter(const std::string &name, const std::string &formula, uint64_t address,
+                      const std::string &children = "", const Layout &layout = {})
+    {
+        extra += fmt::format("<Float Name=\"{0}\"><pValue>{0}Conv</pValue></Float>"
+                             "<Converter Name=\"{0}Conv\">{2}<FormulaTo>FROM</FormulaTo>"
+                             "<FormulaFrom>{1}</FormulaFrom><pValue>{0}RawReg</pValue></Converter>",
+                             name, formula, children) +
+                 Register(name + "RawReg", address, layout);
+    }
+
+    static std::string Constant(const std::string &name, const std::string &value)
+    {
+        return "<Constant Name=\"" + name + "\">" + value + "</Constant>";
+    }
+    static std::string Variable(const std::string &name, const std::string &node)
+    {
+        return "<pVariable Name=\"" + name + "\">" + node + "</pVariable>";
+    }
 };
 
 } // namespace GenTL::internal::overrides
