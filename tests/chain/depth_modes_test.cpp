@@ -1,13 +1,13 @@
 // What the producer tells of its 3D output by the standard features, held against the data that it delivers
 // in each mode, and that mode and format stand still while frames come.
 
-#include "chain/depth_shot.h"
+#include "chain/depth_axis.h"
+#include "chain/depth_points.h"
 #include "support/failure.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <ostream>
 #include <string>
 
@@ -18,47 +18,7 @@ namespace
 
 using internal::FailureOf;
 
-constexpr uint64_t coord3dC16 = 0x011000B8;
-constexpr uint64_t coord3dC32f = 0x012000BF;
-constexpr uint64_t coord3dAbc32f = 0x026000C0;
 constexpr size_t sensorWidth = 640;
-
-/// The standard features of one coordinate.
-struct Axis
-{
-    Axis(const gentlctl::Features &remote, const std::string &coordinate)
-    {
-        remote.Set("Scan3dCoordinateSelector", coordinate);
-        EXPECT_EQ(remote.Get("Scan3dCoordinateSelector"), coordinate);
-        const auto number = [&remote](const char *name) { return remote.Get(name).get<double>(); };
-        scale = number("Scan3dCoordinateScale");
-        offset = number("Scan3dCoordinateOffset");
-        minimum = number("Scan3dAxisMin");
-        maximum = number("Scan3dAxisMax");
-        hasInvalid = remote.Get("Scan3dInvalidDataFlag").get<bool>();
-        invalid = number("Scan3dInvalidDataValue");
-    }
-
-    bool IsValid(double value) const { return !hasInvalid || value != invalid; }
-    bool Covers(double value) const { return value >= minimum && value <= maximum; }
-    double Of(double value) const { return value * scale + offset; }
-
-    double scale;
-    double offset;
-    double minimum;
-    double maximum;
-    bool hasInvalid;
-    double invalid;
-};
-
-template <typename T>
-T ValueAt(const ShotPart &part, size_t index)
-{
-    T value{};
-    EXPECT_LE((index + 1) * sizeof value, part.bytes.size());
-    std::memcpy(&value, part.bytes.data() + index * sizeof value, sizeof value);
-    return value;
-}
 
 /// Depth of the tilted plane at a pixel without distortion; of pixels that show only it.
 double PlaneDepth(size_t column, size_t row)
