@@ -10,6 +10,7 @@
 #include <iterator>
 #include <limits>
 #include <sstream>
+#include <tuple>
 
 namespace GenTL::simulator
 {
@@ -68,6 +69,22 @@ std::set<std::string> WantedFormats(const CameraModel &model)
     return hasAny ? names : std::set<std::string>();
 }
 
+std::optional<DepthReplay> FindReplay(const CameraModel &model)
+{
+    return model.userSets.empty() ? std::nullopt : FindDepthReplay(model.userSets.front().scan.scale);
+}
+
+/** Of replayed pictures the default set shows every value as it is. */
+std::vector<UserSet> UserSets(const CameraModel &model, const std::optional<DepthReplay> &replay)
+{
+    std::vector<UserSet> sets = model.userSets;
+    if (replay)
+    {
+        sets.front().scan = {replay->scale, 0.0, 1.0, std::numeric_limits<uint16_t>::max(), 0.0};
+    }
+    return sets;
+}
+
 PortIdentity Identity(const CameraModel &model)
 {
     return {model.Id(), model.model, "Device", "Device", cameraVersion, FileName(model)};
@@ -78,7 +95,9 @@ PortIdentity Identity(const CameraModel &model)
 Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
     : Module(handles, Identity(unit.Model()), FeatureLayout(unit.Model().features), Description(unit.Model()),
              {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
-      m_unit(unit), m_writable(writable), m_wantedFormats(WantedFormats(unit.Model()))
+      m_unit(unit), m_writable(writable), m_wantedFormats(WantedFormats(unit.Model())),
+      m_depthReplay(FindReplay(unit.Model())), m_userSets(UserSets(unit.Model(), m_depthReplay)),
+      m_fileContents(unit.Model().files)
 {
     ConnectFeatures();
     for (const Chunk &chunk : unit.Model().chunks)
@@ -86,9 +105,13 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
         Features().SetSelected("ChunkEnable", chunk.entry.value, chunk.value == ChunkValue::Image);
     }
     ConnectDepth();
-    if (!unit.Model().files.empty())
+    if (m_depthReplay)
     {
-        m_files = std::make_unique<FileAccess>(Features(), unit.Model().files);
+        ShowReplayedSensor();
+    }
+    if (!m_fileContents.empty())
+    {
+        m_files = std::make_unique<FileAccess>(Features(), m_fileContents);
     }
     Features().SetText("DeviceUserID", unit.UserName());
     if (unit.Model().hasMosaic)
@@ -336,16 +359,33 @@ void Camera::ConnectDepth()
                                   throw Error(GC_ERR_INVALID_VALUE, "One component at least is always sent");
                               }
                           });
-    LoadUserSet(Model().userSets.front());
+    LoadUserSet(m_userSets.front());
     features.AfterWrite("UserSetLoad",
                         [this]
                         {
                             const int64_t selected = Features().Integer("UserSetSelector");
-                            const auto &sets = Model().userSets;
-                            LoadUserSet(*std::find_if(sets.begin(), sets.end(),
+                            LoadUserSet(*std::find_if(m_userSets.begin(), m_userSets.end(),
                                                       [&](const UserSet &set)
                                                       { return set.entry.value == selected; }));
                         });
+}
+
+void Camera::ShowReplayedSensor()
+{
+    FeatureSet &features = Features();
+    const Lens &lens = m_depthReplay->lens;
+    for (const auto &[sensor, size, side] :
+         {std::tuple("SensorWidth", "Width", lens.width), std::tuple("SensorHeight", "Height", lens.height)})
+    {
+        features.SetInteger(sensor, side);
+        features.SetInteger(size, side); // made smaller by Update where it must be
+    }
+    const auto [least, largest] =
+        std::minmax_element(m_userSets.begin(), m_userSets.end(),
+                            [](const UserSet &a, const UserSet &b) { return a.scan.scale < b.scan.scale; });
+    features.SetFloat("Scan3dCoordinateScaleMin", least->scan.scale);
+    features.SetFloat("Scan3dCoordinateScaleMax", largest->scan.scale);
+    m_fileContents.front().content = lens.File();
 }
 
 void Camera::UpdateComponentFormats()
@@ -424,6 +464,11 @@ bool Camera::IsAcquiring() const
 double Camera::FrameRate() const
 {
     return Features().Float("AcquisitionFrameRate");
+}
+
+std::function<std::unique_ptr<FrameSource>()> Camera::Sources() const
+{
+    return m_depthReplay ? DepthReplaySources(*m_depthReplay) : Model().makeSource;
 }
 
 size_t Camera::PayloadSize() const

@@ -1,6 +1,7 @@
 #ifndef QVR_SIMULATOR_CAMERA_H
 #define QVR_SIMULATOR_CAMERA_H
 
+#include "depth_replay.h"
 #include "file_access.h"
 #include "frame.h"
 #include "module.h"
@@ -34,6 +35,9 @@ public:
 
     size_t PayloadSize() const;
 
+    /** Makes sources of the camera's images. Fails when what the environment wants replayed can not be. */
+    std::function<std::unique_ptr<FrameSource>()> Sources() const;
+
     /** `listener` is told when the camera starts, stops or changes its rate. */
     void SetListener(const void *owner, std::function<void()> listener);
     /** Ends that, if the listener is still the owner's. */
@@ -50,6 +54,7 @@ private:
     void UpdatePixelFormats();
     void UpdateComponentFormats();
     void ConnectDepth();
+    void ShowReplayedSensor();
     void LoadUserSet(const UserSet &set);
     std::vector<FramePart> ReadParts(const ImageSettings &common) const;
     Scan3dValues ReadScan3dValues() const;
@@ -62,6 +67,10 @@ private:
     const bool m_writable;
     const std::set<std::string> m_wantedFormats; /**< by the environment; empty for all */
 
+    const std::optional<DepthReplay> m_depthReplay; /**< of depth cameras, by the environment */
+    const std::vector<UserSet> m_userSets;          /**< those of the model or of the replay */
+
+    std::vector<CameraFile> m_fileContents;
     std::unique_ptr<FileAccess> m_files; /**< none for a camera without files */
 
     // Guarded by the lock of the features.

@@ -53,7 +53,10 @@ void RequireAnnounced(const Buffer &buffer)
     }
 }
 
-/** Nothing when there is no memory to make the frame: it is lost like one without a buffer. */
+/**
+ * Nothing when there is no memory to make the frame, or no picture to show any more: it is lost like one
+ * without a buffer.
+ */
 std::optional<Frame> TryWrite(FrameWriter &writer, const FrameOrder &order, std::span<uint8_t> memory)
 {
     try
@@ -61,6 +64,10 @@ std::optional<Frame> TryWrite(FrameWriter &writer, const FrameOrder &order, std:
         return writer.Write(order, memory);
     }
     catch (const std::bad_alloc &)
+    {
+        return std::nullopt;
+    }
+    catch (const Error &)
     {
         return std::nullopt;
     }
@@ -381,7 +388,7 @@ void DataStream::Start(ACQ_START_FLAGS flags, uint64_t frames)
         }
     }
     Join();
-    auto writer = std::make_unique<FrameWriter>(m_camera->Model());
+    auto writer = std::make_unique<FrameWriter>(m_camera->Sources());
     const std::unique_lock lock(*m_mutex);
     *m_counters = {};
     m_remaining = frames;

@@ -11,8 +11,6 @@ namespace GenTL::simulator
 namespace
 {
 
-constexpr double noDepth = -1.0;
-
 /** The middle of the sensor pixels that a pixel of the image stands for, binned or decimated. */
 double SensorPlace(uint32_t pixel, uint32_t offset, uint32_t step)
 {
@@ -23,19 +21,6 @@ Ray RayOf(const ImageSettings &s, uint32_t column, uint32_t row)
 {
     return DepthLens().DirectionOf(SensorPlace(column, s.offsetX, s.stepX),
                                    SensorPlace(row, s.offsetY, s.stepY));
-}
-
-/** Calls `use` with each pixel of the image, row by row. */
-template <typename Use>
-void ForEachPixel(const ImageSettings &s, Use use)
-{
-    for (uint32_t row = 0; row < s.height; ++row)
-    {
-        for (uint32_t column = 0; column < s.width; ++column)
-        {
-            use(column, row);
-        }
-    }
 }
 
 /** Light of a pixel of the image: the mean over places spread evenly over its area. */
@@ -53,15 +38,38 @@ double LightOf(const ImageSettings &s, uint32_t column, uint32_t row)
     return sum / (places * places);
 }
 
-} // namespace
-
-uint16_t DepthSource::RawOf(double depth) const
+/** The value that stands for a depth; of none, or one that can not be shown, the invalid value. */
+uint16_t RawOf(const ImageSettings &settings, double depth)
 {
-    const Scan3dValues &scan = m_settings.depth.scan;
+    const Scan3dValues &scan = settings.depth.scan;
     const double raw = std::round((depth - scan.offset) / scan.scale);
-    const double highest = std::min<double>(scan.axisMax, m_settings.format->MaximumSample());
+    const double highest = std::min<double>(scan.axisMax, settings.format->MaximumSample());
     const bool isShown = depth > 0 && raw >= scan.axisMin && raw <= highest;
     return static_cast<uint16_t>(isShown ? raw : scan.invalidValue);
+}
+
+} // namespace
+
+void WriteRange(const ImageSettings &settings, uint64_t frame, std::span<const double> depths,
+                std::vector<uint16_t> &samples)
+{
+    samples.clear();
+    samples.reserve(depths.size());
+    if (settings.depth.noise <= 0)
+    {
+        for (const double depth : depths)
+        {
+            samples.push_back(RawOf(settings, depth));
+        }
+        return;
+    }
+    std::mt19937_64 random(frame);
+    std::normal_distribution<double> noise(0.0, settings.depth.noise);
+    for (const double depth : depths)
+    {
+        const double error = noise(random);
+        samples.push_back(RawOf(settings, depth == noDepth ? noDepth : depth + error));
+    }
 }
 
 void DepthSource::PrepareRange()
@@ -71,8 +79,8 @@ void DepthSource::PrepareRange()
                  {
                      const DepthPoint point = SceneAt(RayOf(m_settings, column, row));
                      m_depths.push_back(point.isValid ? point.depth : noDepth);
-                     m_samples.push_back(RawOf(m_depths.back()));
                  });
+    WriteRange(m_settings, 0, m_depths, m_samples);
 }
 
 void DepthSource::PrepareLight()
@@ -114,13 +122,7 @@ void DepthSource::Render(uint64_t number, std::span<uint8_t> image)
 {
     if (m_settings.depth.quantity == Quantity::Range && m_settings.depth.noise > 0)
     {
-        std::mt19937_64 random(number);
-        std::normal_distribution<double> noise(0.0, m_settings.depth.noise);
-        for (size_t i = 0; i < m_depths.size(); ++i)
-        {
-            const double error = noise(random);
-            m_samples[i] = RawOf(m_depths[i] < 0 ? noDepth : m_depths[i] + error);
-        }
+        WriteRange(m_settings, number, m_depths, m_samples);
     }
     m_settings.format->pack(m_samples, image.data());
 }

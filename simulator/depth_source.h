@@ -8,6 +8,26 @@
 namespace GenTL::simulator
 {
 
+/** Stands for no depth where depths are mm. */
+constexpr double noDepth = -1.0;
+
+/** Calls `use` with column and row of each pixel of the image, row by row. */
+template <typename Use>
+void ForEachPixel(const ImageSettings &s, Use use)
+{
+    for (uint32_t row = 0; row < s.height; ++row)
+    {
+        for (uint32_t column = 0; column < s.width; ++column)
+        {
+            use(column, row);
+        }
+    }
+}
+
+/** Makes the values of a range image from the depths of its pixels, with the noise of this frame. */
+void WriteRange(const ImageSettings &settings, uint64_t frame, std::span<const double> depths,
+                std::vector<uint16_t> &samples);
+
 /** The images of a depth camera: range, light and confidence of the scene of SceneAt through DepthLens. */
 class DepthSource : public FrameSource
 {
@@ -19,10 +39,9 @@ private:
     void PrepareRange();
     void PrepareLight();
     void PrepareConfidence();
-    uint16_t RawOf(double depth) const;
 
     ImageSettings m_settings{};
-    std::vector<double> m_depths;    /**< of a range image with noise; below 0 for none */
+    std::vector<double> m_depths;    /**< of a range image */
     std::vector<uint16_t> m_samples; /**< the image without noise */
 };
 

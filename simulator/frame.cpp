@@ -80,14 +80,14 @@ size_t PayloadSize(const FrameSettings &settings)
     return size;
 }
 
-FrameWriter::FrameWriter(const CameraModel &model) : m_model(model)
+FrameWriter::FrameWriter(MakeSource makeSource) : m_makeSource(std::move(makeSource))
 {
     AddSources();
 }
 
 void FrameWriter::AddSources()
 {
-    m_sources.push_back({m_model.makeSource(), std::make_unique<PatternSource>(), nullptr});
+    m_sources.push_back({m_makeSource(), std::make_unique<PatternSource>(), nullptr});
 }
 
 Frame FrameWriter::Write(const FrameOrder &order, std::span<uint8_t> buffer)

@@ -60,7 +60,10 @@ struct Frame
 class FrameWriter
 {
 public:
-    explicit FrameWriter(const CameraModel &model);
+    /** Makes a source of the camera's images for each part of a frame. */
+    using MakeSource = std::function<std::unique_ptr<FrameSource>()>;
+
+    explicit FrameWriter(MakeSource makeSource);
 
     /** Fills the buffer; of a frame that does not fit it writes the beginning. */
     Frame Write(const FrameOrder &order, std::span<uint8_t> buffer);
@@ -80,7 +83,7 @@ private:
         std::unique_ptr<ImageSettings> prepared; /**< what the source in use was prepared for */
     };
 
-    const CameraModel &m_model;
+    MakeSource m_makeSource;
     std::vector<PartSources> m_sources; /**< of as many parts as a frame had so far */
     std::vector<uint8_t> m_oversize;    /**< for frames that do not fit their buffer */
 };

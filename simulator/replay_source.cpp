@@ -1,74 +1,22 @@
 #include "replay_source.h"
 
 #include "error.h"
-#include "images/image_file.h"
-#include "own_path.h"
+#include "image_library.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <dlfcn.h>
-#include <set>
 
 namespace GenTL::simulator
 {
 
-namespace
+ReplaySource::ReplaySource(const std::filesystem::path &folder)
+    : m_readImage(LoadImageLibrary().readGreyImage), m_files(ImageFiles(folder)), m_kept(m_files.size())
 {
-
-decltype(&qvrReadGreyImage) LoadReader()
-{
-    const std::filesystem::path path = OwnPath().parent_path() / "qvr_sim_images.so";
-    // The decoders start threads and keep per-thread data: they stay loaded.
-    void *const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
-    if (library == nullptr)
-    {
-        throw Error(GC_ERR_NOT_AVAILABLE, std::string("Images can not be read: ") + dlerror());
-    }
-    const auto function = reinterpret_cast<decltype(&qvrReadGreyImage)>(dlsym(library, "qvrReadGreyImage"));
-    dlclose(library);
-    if (function == nullptr)
-    {
-        throw Error(GC_ERR_NOT_AVAILABLE, "Images can not be read: " + path.string() + " has no reader");
-    }
-    return function;
-}
-
-bool IsImageFile(const std::filesystem::directory_entry &entry)
-{
-    static const std::set<std::string> extensions = {".png",  ".jpg", ".jpeg", ".tif",
-                                                     ".tiff", ".pgm", ".ppm",  ".bmp"};
-    std::string extension = entry.path().extension();
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return entry.is_regular_file() && extensions.contains(extension);
-}
-
-std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder)
-{
-    std::vector<std::filesystem::path> files;
-    std::error_code ignored; // a folder that can not be read has no files
-    for (const auto &entry : std::filesystem::directory_iterator(folder, ignored))
-    {
-        if (IsImageFile(entry))
-        {
-            files.push_back(entry.path());
-        }
-    }
-    std::sort(files.begin(), files.end());
-    if (files.empty())
+    if (m_files.empty())
     {
         throw Error(GC_ERR_IO, "There are no images in " + folder.string());
     }
-    return files;
-}
-
-} // namespace
-
-ReplaySource::ReplaySource(const std::filesystem::path &folder)
-    : m_readImage(LoadReader()), m_files(ImageFiles(folder)), m_kept(m_files.size())
-{
 }
 
 void ReplaySource::Prepare(const ImageSettings &settings)

@@ -1,0 +1,65 @@
+#include "image_library.h"
+
+#include "error.h"
+#include "own_path.h"
+
+#include <algorithm>
+#include <cctype>
+#include <dlfcn.h>
+#include <set>
+
+namespace GenTL::simulator
+{
+
+ImageLibrary LoadImageLibrary()
+{
+    const std::filesystem::path path = OwnPath().parent_path() / "qvr_sim_images.so";
+    // The decoders start threads and keep per-thread data: they stay loaded.
+    void *const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (library == nullptr)
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, std::string("Images can not be read: ") + dlerror());
+    }
+    ImageLibrary functions{};
+    const auto find = [&](auto &function, const char *name)
+    {
+        function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(library, name));
+        return function != nullptr;
+    };
+    const bool hasAll = find(functions.readGreyImage, "qvrReadGreyImage") &&
+                        find(functions.readPicture, "qvrReadPicture") &&
+                        find(functions.readCalibration, "qvrReadCalibration");
+    dlclose(library);
+    if (!hasAll)
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, "Images can not be read: " + path.string() + " has no reader");
+    }
+    return functions;
+}
+
+std::string ExtensionOf(const std::filesystem::path &file)
+{
+    std::string extension = file.extension();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder)
+{
+    static const std::set<std::string> extensions = {".png",  ".jpg", ".jpeg", ".tif",
+                                                     ".tiff", ".pgm", ".ppm",  ".bmp"};
+    std::vector<std::filesystem::path> files;
+    std::error_code ignored; // a folder that can not be read has no files
+    for (const auto &entry : std::filesystem::directory_iterator(folder, ignored))
+    {
+        if (entry.is_regular_file() && extensions.contains(ExtensionOf(entry.path())))
+        {
+            files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+} // namespace GenTL::simulator
