@@ -71,9 +71,24 @@ template <typename From, typename To>
 void WidenAs(const Image &image, Image &target)
 {
     const auto pixels = image.PixelCount();
+    // Here, since the bytes written could be those of the images for all that the compiler knows.
+    const auto *const from = image.data;
+    auto *const to = target.data;
     for (uint64_t i = 0; i < pixels; ++i)
     {
-        Store(target.data, i, static_cast<To>(Load<From>(image.data, i)));
+        Store(to, i, static_cast<To>(Load<From>(from, i)));
+    }
+}
+
+template <typename T>
+void Multiply(Image &image, const Samples &samples, double factor)
+{
+    const auto count = image.PixelCount() * samples.count;
+    const auto maximum = samples.maximum;
+    auto *const data = image.data;
+    for (uint64_t i = 0; i < count; ++i)
+    {
+        Store(data, i, SampleOf<T>(Load<T>(data, i) * factor, maximum));
     }
 }
 
@@ -187,17 +202,7 @@ void ConvertWithFactor(const Image &image, PixelFormat format, Image &target, do
     }
     Convert(image, format, target);
     const auto samples = *SamplesOf(format);
-    const auto count = target.PixelCount() * samples.count;
-    WithSampleType(samples.type,
-                   [&](auto sample)
-                   {
-                       using T = decltype(sample);
-                       for (uint64_t i = 0; i < count; ++i)
-                       {
-                           const double value = Load<T>(target.data, i);
-                           Store(target.data, i, SampleOf<T>(value * factor, samples.maximum));
-                       }
-                   });
+    WithSampleType(samples.type, [&](auto sample) { Multiply<decltype(sample)>(target, samples, factor); });
 }
 
 } // namespace tarn::vision

@@ -6,7 +6,6 @@
 #include <array>
 #include <cstdio>
 #include <functional>
-#include <new>
 
 namespace tarn::vision
 {
@@ -96,12 +95,7 @@ std::shared_ptr<Image> MakeZeroedImage(uint32_t pixelFormat, tarn_cvl_Size size)
     image->size = bytes;
     if (bytes > 0)
     {
-        // calloc takes pages that are zero already, where a vector would write each byte.
-        image->memory.reset(static_cast<uint8_t *>(std::calloc(bytes, 1)));
-        if (!image->memory)
-        {
-            throw std::bad_alloc();
-        }
+        image->memory = PixelMemoryStore::Instance()->Take(bytes);
     }
     image->data = image->memory.get();
     return image;

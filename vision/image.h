@@ -4,9 +4,9 @@
 #include "vision/handles.h"
 #include "vision/interface.h"
 #include "vision/metadata.h"
+#include "vision/pixel_memory.h"
 #include "vision/region.h"
 
-#include <cstdlib>
 #include <optional>
 
 namespace tarn::vision
@@ -32,12 +32,8 @@ struct Image
     Metadata metadata;
     std::optional<Region> region;
 
-    struct Free
-    {
-        void operator()(uint8_t *own) const { std::free(own); }
-    };
     /// Empty when the memory is the caller's.
-    std::unique_ptr<uint8_t, Free> memory;
+    PixelMemory memory;
 
     uint64_t PixelCount() const { return uint64_t{width} * height; }
 };

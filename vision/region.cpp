@@ -5,6 +5,8 @@
 #include "vision/samples.h"
 
 #include <algorithm>
+#include <cstring>
+#include <type_traits>
 
 namespace tarn::vision
 {
@@ -17,29 +19,21 @@ constexpr uint32_t colourSamples = sizeof(tarn_cvl_Colour::samples) / sizeof(dou
 template <typename T>
 std::vector<Run> RunsInRange(const Image &image, const tarn_cvl_Range &range)
 {
+    using Number = std::conditional_t<std::is_same_v<T, float>, double, int32_t>;
+    const Number minimum = range.minimum;
+    const Number maximum = range.maximum;
     std::vector<Run> runs;
+    std::vector<uint8_t> isIn(image.width);
     for (uint32_t line = 0; line < image.height; ++line)
     {
-        const uint8_t *row = image.data + uint64_t{line} * image.width * sizeof(T);
-        const auto isIn = [&](uint32_t column)
+        const uint8_t *const row = image.data + uint64_t{line} * image.width * sizeof(T);
+        for (uint32_t column = 0; column < image.width; ++column)
         {
-            const double value = Load<T>(row, column);
-            return value >= range.minimum && value <= range.maximum;
-        };
-        for (uint32_t column = 0; column < image.width;)
-        {
-            if (!isIn(column))
-            {
-                ++column;
-                continue;
-            }
-            const auto begin = column;
-            while (column < image.width && isIn(column))
-            {
-                ++column;
-            }
-            runs.push_back({line, begin, column});
+            const Number value = Load<T>(row, column);
+            // Without a branch, for many pixels at once.
+            isIn[column] = static_cast<uint8_t>((value >= minimum) & (value <= maximum));
         }
+        AddOnes(runs, {line, 0, image.width}, isIn.data());
     }
     return runs;
 }
@@ -67,6 +61,24 @@ void SetPixels(Image &image, const Region &region, const tarn_cvl_Colour &colour
 }
 
 } // namespace
+
+void AddOnes(std::vector<Run> &runs, const Run &within, const uint8_t *bytes)
+{
+    const auto *const end = bytes + (within.end - within.begin);
+    const auto next = [end](const uint8_t *from, int value)
+    {
+        const void *found = std::memchr(from, value, static_cast<size_t>(end - from));
+        return found != nullptr ? static_cast<const uint8_t *>(found) : end;
+    };
+    const auto columnOf = [&](const uint8_t *byte)
+    { return within.begin + static_cast<uint32_t>(byte - bytes); };
+    for (const auto *first = next(bytes, 1); first != end;)
+    {
+        const auto *const last = next(first, 0);
+        runs.push_back({within.line, columnOf(first), columnOf(last)});
+        first = next(last, 1);
+    }
+}
 
 Region PixelsInRange(const Image &image, const tarn_cvl_Range &range)
 {

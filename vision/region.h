@@ -27,6 +27,9 @@ struct Region
     std::vector<Run> runs;
 };
 
+/// Adds the stretches of ones among the bytes, 0 or 1, of the pixels of a run.
+void AddOnes(std::vector<Run> &runs, const Run &within, const uint8_t *bytes);
+
 /// The pixels with a value in the closed range.
 /// @throws Failure with TARN_CVL_NOT_SUPPORTED when a pixel is not one whole sample
 Region PixelsInRange(const Image &image, const tarn_cvl_Range &range);

@@ -114,8 +114,9 @@ void CopyPixels(const uint8_t *source, const uint32_t *sources, uint64_t count, 
     }
 }
 
+/// The pixels of the region from where the map says, all others 0.
 template <uint32_t pixelBytes>
-void TakeNearest(const NearestMap &map, const uint8_t *source, Image &target)
+void TakeNearest(const NearestMap &map, const Region &region, const uint8_t *source, Image &target)
 {
     // Here, since the target's bytes could be those of the map for all that the compiler knows.
     const uint32_t *sources = map.sources.data();
@@ -123,7 +124,7 @@ void TakeNearest(const NearestMap &map, const uint8_t *source, Image &target)
     uint64_t done = 0;
     const auto clearUpTo = [&](uint64_t begin)
     { std::memset(pixels + done * pixelBytes, 0, (begin - done) * pixelBytes); };
-    ForEachRunWithin(map.inside, target.width, target.height,
+    ForEachRunWithin(region, target.width, target.height,
                      [&](uint64_t begin, uint64_t end)
                      {
                          clearUpTo(begin);
@@ -134,21 +135,22 @@ void TakeNearest(const NearestMap &map, const uint8_t *source, Image &target)
     clearUpTo(target.PixelCount());
 }
 
-void TakeNearest(const NearestMap &map, const uint8_t *source, Image &target, uint32_t pixelBytes)
+void TakeNearest(const NearestMap &map, const Region &region, const uint8_t *source, Image &target,
+                 uint32_t pixelBytes)
 {
     switch (pixelBytes)
     {
     case 1:
-        TakeNearest<1>(map, source, target);
+        TakeNearest<1>(map, region, source, target);
         break;
     case 2:
-        TakeNearest<2>(map, source, target);
+        TakeNearest<2>(map, region, source, target);
         break;
     case 3:
-        TakeNearest<3>(map, source, target);
+        TakeNearest<3>(map, region, source, target);
         break;
     default:
-        TakeNearest<4>(map, source, target);
+        TakeNearest<4>(map, region, source, target);
         break;
     }
 }
@@ -267,27 +269,17 @@ Region Undistortion::RegionOf(const Image &source)
     {
         return map.inside;
     }
-    std::vector<uint8_t> isIn(source.PixelCount());
+    m_isIn.assign(source.PixelCount(), 0);
     ForEachRunWithin(*source.region, source.width, source.height,
-                     [&](uint64_t begin, uint64_t end) { std::memset(isIn.data() + begin, 1, end - begin); });
+                     [&](uint64_t begin, uint64_t end)
+                     { std::memset(m_isIn.data() + begin, 1, end - begin); });
     Region region;
+    std::vector<uint8_t> line(source.width);
     for (const auto &run : map.inside.runs)
     {
-        const auto *sources = map.sources.data() + uint64_t{run.line} * source.width;
-        bool wasIn = false;
-        for (auto column = run.begin; column < run.end; ++column)
-        {
-            const bool is = isIn[sources[column]] != 0;
-            if (is && !wasIn)
-            {
-                region.runs.push_back({run.line, column, run.end});
-            }
-            else if (!is && wasIn)
-            {
-                region.runs.back().end = column;
-            }
-            wasIn = is;
-        }
+        const auto *const sources = map.sources.data() + uint64_t{run.line} * source.width + run.begin;
+        CopyPixels<1>(m_isIn.data(), sources, run.end - run.begin, line.data());
+        AddOnes(region.runs, run, line.data());
     }
     return region;
 }
@@ -297,23 +289,27 @@ void Undistortion::Process(const Image &source, Image &target)
     RequireImages(source, target);
     const auto samples = *SamplesOf(source.format);
     const auto pixelBytes = BytesOf(samples.type) * samples.count;
-    std::vector<uint8_t> masked;
-    const uint8_t *pixels = source.data;
-    if (source.region)
-    {
-        masked = Masked(source, pixelBytes);
-        pixels = masked.data();
-    }
-    std::optional<Region> region;
-    if (source.region || m_interpolation == Interpolation::Nearest)
-    {
-        region = RegionOf(source);
-    }
     if (m_interpolation == Interpolation::Nearest)
     {
-        TakeNearest(Nearest(), pixels, target, pixelBytes);
+        auto region = RegionOf(source);
+        TakeNearest(Nearest(), region, source.data, target, pixelBytes);
+        target.region = std::move(region);
+        return;
     }
-    else if (pixelBytes == 1 && HasBlocks(m_camera.width, m_camera.height))
+    if (!source.region)
+    {
+        TakeBetween(source.data, samples, target);
+        target.region.reset();
+        return;
+    }
+    TakeBetween(Masked(source, pixelBytes).data(), samples, target);
+    target.region = RegionOf(source);
+}
+
+void Undistortion::TakeBetween(const uint8_t *pixels, const Samples &samples, Image &target)
+{
+    if (samples.type == SampleType::Unsigned8 && samples.count == 1 &&
+        HasBlocks(m_camera.width, m_camera.height))
     {
         TakeBlocks(Blocks(), pixels, target.data);
     }
@@ -321,7 +317,6 @@ void Undistortion::Process(const Image &source, Image &target)
     {
         TakeBilinear(Bilinear(), pixels, target, samples);
     }
-    target.region = std::move(region);
 }
 
 std::shared_ptr<Undistortion> MakeUndistortion(const Geometry &geometry,

@@ -4,6 +4,7 @@
 #include "vision/calibration.h"
 #include "vision/handles.h"
 #include "vision/image.h"
+#include "vision/samples.h"
 #include "vision/undistortion_map.h"
 
 #include <memory>
@@ -57,9 +58,11 @@ private:
     const BilinearMap &Bilinear();
     const BilinearBlocks &Blocks();
     Region RegionOf(const Image &source);
+    void TakeBetween(const uint8_t *pixels, const Samples &samples, Image &target);
 
     tarn_cvl_CalibrationParameters m_camera;
     Interpolation m_interpolation = Interpolation::Bilinear;
+    std::vector<uint8_t> m_isIn; ///< each image's, kept as memory; one byte for each pixel
     // Made when first used.
     std::optional<NearestMap> m_nearest;
     std::optional<BilinearMap> m_bilinear;
