@@ -6,6 +6,7 @@
 
 #include "vision/unpack.h"
 #include "common/pixel_format.h"
+#include "median.h"
 #include "vision/unpack_scalar.h"
 
 #include <benchmark/benchmark.h>
@@ -123,13 +124,6 @@ private:
     size_t _passes = 1;
     std::vector<Images> _images;
 };
-
-double MedianOf(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
 
 void UnpackImages(benchmark::State &state, PixelFormat from, Caches caches)
 {

@@ -2,6 +2,7 @@
 // turns: undistortion against cv::remap with ready maps, coordinates from depth against a memcpy that writes
 // as many bytes. One thread.
 
+#include "median.h"
 #include "vision/coordinates.h"
 #include "vision/undistortion.h"
 
@@ -11,7 +12,6 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
@@ -23,13 +23,6 @@ namespace
 
 using tarn::common::PixelFormat;
 using tarn::vision::Image;
-
-double MedianOf(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
 
 /// Seconds of one pass, of as many as take some milliseconds.
 template <class Action>
