@@ -5,6 +5,7 @@
 
 #include <exception>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,6 +21,14 @@ inline std::string Float(const std::string &name, uint64_t address, const Layout
         "<FloatReg Name=\"{0}Reg\">{1}<Address>0x{2:X}</Address><Length>{3}</Length>"
         "<AccessMode>{4}</AccessMode><pPort>Device</pPort><Endianess>{5}</Endianess></FloatReg>",
         name, layout.conditions, address, layout.length, layout.access, layout.order);
+}
+
+/// A value that a remote port tells of the image's geometry.
+template <typename T>
+T ValueOf(const tarn::common::Metadata &metadata, const std::string &name)
+{
+    const auto *value = metadata.Find(name);
+    return value != nullptr ? value->Cast<T>() : throw std::runtime_error("no value named " + name);
 }
 
 /// Notes what a remote port tells of 3D, and answers what a test scripts.
