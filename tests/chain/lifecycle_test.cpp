@@ -1,13 +1,13 @@
 // How hosts load, use and leave the producer.
 
 #include "chain/consumer.h"
+#include "chain/resident_memory.h"
 #include "support/failure.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <dlfcn.h>
-#include <fstream>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,24 +44,6 @@ protected:
 
 using ADevice = TheLibrary;
 
-/// Bytes of memory that are this process's own.
-size_t ResidentMemory()
-{
-    std::ifstream file("/proc/self/statm");
-    size_t total = 0;
-    size_t resident = 0;
-    file >> total >> resident;
-    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
-}
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool hasSanitizer = true;
-#elif defined(__has_feature)
-constexpr bool hasSanitizer = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool hasSanitizer = false;
-#endif
-
 TEST(OpenGrabCloseCycles, DoNotGrow)
 {
     for (int i = 0; i < 20; ++i)
@@ -75,7 +57,7 @@ TEST(OpenGrabCloseCycles, DoNotGrow)
     }
     const auto after = ResidentMemory();
     RecordProperty("growth", std::to_string(static_cast<int64_t>(after) - static_cast<int64_t>(before)));
-    if (!hasSanitizer) // which keep freed memory
+    if (!hasSanitizer)
     {
         EXPECT_LT(after, before + (1U << 20U));
     }
