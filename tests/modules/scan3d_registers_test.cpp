@@ -179,7 +179,8 @@ TEST_F(Scan3dRegisters, HoldAFloatForAFloatOnly)
 
 TEST_F(Scan3dRegisters, OfTheFlagAreThoseOfItsFormula)
 {
-    extra = "<Boolean Name=\"Scan3dInvalidDataFlag\"><pValue>Knife</pValue></Boolean>"
+    extra = "<Boolean Name=\"Scan3dInvalidDataFlag\"><pIsAvailable>Nowhere</pIsAvailable>"
+            "<pValue>Knife</pValue></Boolean>"
             "<IntSwissKnife Name=\"Knife\"><pVariable Name=\"A\">AReg</pVariable>"
             "<pVariable Name=\"B\">BReg</pVariable><Formula>A &amp; B</Formula></IntSwissKnife>" +
             Register("AReg", first, {}) + Register("BReg", second, {.length = 1});
