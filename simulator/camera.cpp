@@ -85,6 +85,25 @@ std::vector<UserSet> UserSets(const CameraModel &model, const std::optional<Dept
     return sets;
 }
 
+/**
+ * Depth values in a format: where the values of 16 bits do not fit, steps that are larger by a power of two
+ * cover the same depth.
+ */
+Scan3dValues InFormat(const Scan3dValues &scan, const PixelFormat &format)
+{
+    double factor = 1;
+    while (std::floor(scan.axisMax / factor) > format.MaximumSample())
+    {
+        factor *= 2;
+    }
+    double least = std::ceil(scan.axisMin / factor);
+    if (scan.axisMin > scan.invalidValue)
+    {
+        least = std::max(least, scan.invalidValue + 1);
+    }
+    return {scan.scale * factor, scan.offset, least, std::floor(scan.axisMax / factor), scan.invalidValue};
+}
+
 PortIdentity Identity(const CameraModel &model)
 {
     return {model.Id(), model.model, "Device", "Device", cameraVersion, FileName(model)};
@@ -123,6 +142,10 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
         }
     }
     Update();
+    if (!m_userSets.empty())
+    {
+        ConnectUserSets();
+    }
 }
 
 void Camera::ConnectFeatures()
@@ -247,6 +270,10 @@ void Camera::Update()
     };
     FitRegion("Width", "OffsetX", "WidthMax", features.Integer("SensorWidth"), step("Horizontal"));
     FitRegion("Height", "OffsetY", "HeightMax", features.Integer("SensorHeight"), step("Vertical"));
+    if (!m_userSets.empty())
+    {
+        ShowScan3dValues();
+    }
     m_settings = std::make_shared<FrameSettings>(ReadSettings());
     features.SetInteger("PayloadSize", static_cast<int64_t>(m_settings->payloadSize));
 }
@@ -318,16 +345,73 @@ Scan3dValues Camera::ReadScan3dValues() const
             divided("Scan3dAxisMin"), divided("Scan3dAxisMax"), features.Float("Scan3dInvalidDataValue")};
 }
 
-void Camera::LoadUserSet(const UserSet &set)
+void Camera::ShowScan3dValues()
 {
     FeatureSet &features = Features();
+    const auto &components = Model().components;
+    const auto range =
+        std::find_if(components.begin(), components.end(),
+                     [](const ImageComponent &component) { return component.quantity == Quantity::Range; });
+    const int64_t format = features.Selected("PixelFormat", range->entry.value);
+    const Scan3dValues scan = InFormat(m_scan, FindPixelFormat(format));
     const auto multiply = [&](const char *name, double value)
     { features.SetInteger(name, std::llround(value * scan3dDivisor)); };
-    features.SetFloat("Scan3dCoordinateScale", set.scan.scale);
-    multiply("Scan3dCoordinateOffset", set.scan.offset);
-    multiply("Scan3dAxisMin", set.scan.axisMin);
-    multiply("Scan3dAxisMax", set.scan.axisMax);
-    features.SetFloat("Scan3dInvalidDataValue", set.scan.invalidValue);
+    features.SetFloat("Scan3dCoordinateScale", scan.scale);
+    multiply("Scan3dCoordinateOffset", scan.offset);
+    multiply("Scan3dAxisMin", scan.axisMin);
+    multiply("Scan3dAxisMax", scan.axisMax);
+    features.SetFloat("Scan3dInvalidDataValue", scan.invalidValue);
+}
+
+void Camera::ConnectUserSets()
+{
+    FeatureSet &features = Features();
+    for (const Feature &feature : Model().features)
+    {
+        if (IsOfUserSets(feature))
+        {
+            m_factory[feature.name] = features.Value(feature.name);
+        }
+    }
+    features.AfterWrite("UserSetLoad", [this] { LoadUserSet(); });
+    features.AfterWrite("UserSetSave", [this] { SaveUserSet(); });
+    features.CheckOnWrite("UserSetSave",
+                          [this](int64_t)
+                          {
+                              if (&SelectedUserSet() == &m_userSets.front())
+                              {
+                                  throw Error(GC_ERR_ACCESS_DENIED, "The user set Default can not be saved");
+                              }
+                          });
+}
+
+const UserSet &Camera::SelectedUserSet() const
+{
+    const int64_t selected = Features().Integer("UserSetSelector");
+    return *std::find_if(m_userSets.begin(), m_userSets.end(),
+                         [&](const UserSet &set) { return set.entry.value == selected; });
+}
+
+void Camera::LoadUserSet()
+{
+    const UserSet &set = SelectedUserSet();
+    const SavedSet content = m_unit.Saved(set.entry.value).value_or(SavedSet{set.scan, m_factory});
+    for (const auto &[name, value] : content.features)
+    {
+        Features().SetValue(name, value);
+    }
+    m_scan = content.scan;
+    TellListener(); // of the frame rate
+}
+
+void Camera::SaveUserSet()
+{
+    SavedSet content{m_scan, {}};
+    for (const auto &[name, value] : m_factory)
+    {
+        content.features[name] = Features().Value(name);
+    }
+    m_unit.Save(SelectedUserSet().entry.value, std::move(content));
 }
 
 void Camera::ConnectDepth()
@@ -359,15 +443,7 @@ void Camera::ConnectDepth()
                                   throw Error(GC_ERR_INVALID_VALUE, "One component at least is always sent");
                               }
                           });
-    LoadUserSet(m_userSets.front());
-    features.AfterWrite("UserSetLoad",
-                        [this]
-                        {
-                            const int64_t selected = Features().Integer("UserSetSelector");
-                            LoadUserSet(*std::find_if(m_userSets.begin(), m_userSets.end(),
-                                                      [&](const UserSet &set)
-                                                      { return set.entry.value == selected; }));
-                        });
+    m_scan = m_userSets.front().scan;
 }
 
 void Camera::ShowReplayedSensor()

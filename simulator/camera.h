@@ -55,7 +55,11 @@ private:
     void UpdateComponentFormats();
     void ConnectDepth();
     void ShowReplayedSensor();
-    void LoadUserSet(const UserSet &set);
+    void ConnectUserSets();
+    const UserSet &SelectedUserSet() const;
+    void LoadUserSet();
+    void SaveUserSet();
+    void ShowScan3dValues();
     std::vector<FramePart> ReadParts(const ImageSettings &common) const;
     Scan3dValues ReadScan3dValues() const;
     bool IsReversed(const char *feature) const;
@@ -73,7 +77,10 @@ private:
     std::vector<CameraFile> m_fileContents;
     std::unique_ptr<FileAccess> m_files; /**< none for a camera without files */
 
+    std::map<std::string, FeatureValue> m_factory; /**< of the features that user sets cover */
+
     // Guarded by the lock of the features.
+    Scan3dValues m_scan{}; /**< of the user set in force, for 16 bits */
     const void *m_listenerOwner = nullptr;
     std::function<void()> m_listener;
     std::shared_ptr<const FrameSettings> m_settings;

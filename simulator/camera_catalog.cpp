@@ -536,8 +536,11 @@ std::vector<Feature> UserSetControl(const std::vector<UserSet> &sets)
     {
         entries.push_back(set.entry);
     }
-    return {Enumeration(category, "UserSetSelector", "Set that UserSetLoad is about.", std::move(entries)),
-            Command(category, "UserSetLoad", "Puts the selected set in force.").LockedBy(frozen)};
+    return {Enumeration(category, "UserSetSelector", "Set that UserSetLoad and UserSetSave are about.",
+                        std::move(entries)),
+            Command(category, "UserSetLoad", "Puts the selected set in force.").LockedBy(frozen),
+            Command(category, "UserSetSave", "Makes the features as they are the selected set.")
+                .LockedBy(frozen)};
 }
 
 /** Measures depth through a lens with distortion, and sends up to three images of it in a buffer. */

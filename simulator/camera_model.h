@@ -1,7 +1,7 @@
 #ifndef QVR_SIMULATOR_CAMERA_MODEL_H
 #define QVR_SIMULATOR_CAMERA_MODEL_H
 
-#include "feature.h"
+#include "feature_set.h"
 #include "frame_source.h"
 
 #include <functional>
@@ -43,11 +43,18 @@ struct ImageComponent
 /** What the registers of the Scan3d features with a converter are divided by. */
 constexpr int64_t scan3dDivisor = 1000;
 
-/** A set of settings that UserSetLoad puts in force: those of the depth. */
+/** A set of settings that UserSetLoad puts in force, as it comes from the factory: all defaults but these. */
 struct UserSet
 {
     EnumEntry entry;
+    Scan3dValues scan; /**< of 16 bits; formats of fewer bits have larger steps */
+};
+
+/** What UserSetSave keeps. */
+struct SavedSet
+{
     Scan3dValues scan;
+    std::map<std::string, FeatureValue> features;
 };
 
 /** A file that the camera's file access reads. */
@@ -119,6 +126,20 @@ public:
         m_kept[feature] = value;
     }
 
+    /** What was saved as the user set of this value, until GCCloseLib; none at first. */
+    std::optional<SavedSet> Saved(int64_t set) const
+    {
+        const std::unique_lock lock(m_mutex);
+        const auto found = m_saved.find(set);
+        return found == m_saved.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    void Save(int64_t set, SavedSet content)
+    {
+        const std::unique_lock lock(m_mutex);
+        m_saved[set] = std::move(content);
+    }
+
     /** Keeps something alive until this is called again. */
     void Retire(std::shared_ptr<void> kept)
     {
@@ -131,6 +152,7 @@ private:
     mutable std::mutex m_mutex;
     std::string m_userName;
     std::map<std::string, int64_t> m_kept;
+    std::map<int64_t, SavedSet> m_saved;
     std::shared_ptr<void> m_retired;
 };
 

@@ -12,6 +12,8 @@ namespace GenTL::simulator
 namespace
 {
 
+constexpr const char *userSetLoad = "UserSetLoad";
+
 std::string Hex(uint64_t value)
 {
     char text[24];
@@ -177,6 +179,10 @@ void Writer::AddCaching(pugi::xml_node node, const Feature &feature)
     if (!feature.selector.empty())
     {
         Add(node, "pInvalidator", RegisterName(m_layout.Find(feature.selector).feature));
+    }
+    if (m_layout.Has(userSetLoad) && IsOfUserSets(feature))
+    {
+        Add(node, "pInvalidator", RegisterName(m_layout.Find(userSetLoad).feature));
     }
 }
 

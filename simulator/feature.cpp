@@ -170,6 +170,15 @@ Feature Bytes(std::string category, std::string name, std::string toolTip, size_
     return Make(FeatureKind::Bytes, std::move(category), std::move(name), std::move(toolTip)).Length(length);
 }
 
+bool IsOfUserSets(const Feature &feature)
+{
+    const bool hasValue = feature.kind != FeatureKind::Command && feature.kind != FeatureKind::String &&
+                          feature.kind != FeatureKind::Bytes;
+    const bool isOfTheMoment = feature.name.ends_with("Selector") || feature.name == "TLParamsLocked" ||
+                               feature.category == "FileAccessControl";
+    return feature.access == Access::ReadWrite && hasValue && !isOfTheMoment;
+}
+
 Limit ValueOf(std::string feature)
 {
     return {{}, std::move(feature), {}};

@@ -112,6 +112,9 @@ Feature Command(std::string category, std::string name, std::string toolTip);
 Feature Text(std::string category, std::string name, std::string toolTip, size_t length);
 Feature Bytes(std::string category, std::string name, std::string toolTip, size_t length);
 
+/** Whether user sets cover it: what a consumer can set, but for what goes on at the moment. */
+bool IsOfUserSets(const Feature &feature);
+
 /** The value of a feature as an upper limit. */
 Limit ValueOf(std::string feature);
 /** The value of one feature less that of another as an upper limit. */

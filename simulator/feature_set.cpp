@@ -154,6 +154,12 @@ FeatureLayout::FeatureLayout(std::vector<Feature> features)
     }
 }
 
+bool FeatureLayout::Has(const std::string &name) const
+{
+    return std::any_of(places.begin(), places.end(),
+                       [&](const Place &place) { return place.feature.name == name; });
+}
+
 const FeatureLayout::Place &FeatureLayout::Find(const std::string &name) const
 {
     const auto found = std::find_if(places.begin(), places.end(),
@@ -320,6 +326,21 @@ void FeatureSet::SetSelectedText(const std::string &name, int64_t selector, cons
 {
     const auto lock = Lock();
     EncodeText(Banked(Find(name), selector), value);
+}
+
+FeatureValue FeatureSet::Value(const std::string &name) const
+{
+    const auto lock = Lock();
+    const Node &node = Find(name);
+    return {m_registers.At(node.place.address).value, node.bank};
+}
+
+void FeatureSet::SetValue(const std::string &name, const FeatureValue &value)
+{
+    const auto lock = Lock();
+    Node &node = Find(name);
+    Bytes(node) = value.bytes;
+    node.bank = value.bank;
 }
 
 void FeatureSet::ComputeOnRead(const std::string &name, std::function<int64_t()> source)

@@ -53,7 +53,15 @@ struct FeatureLayout
 
     explicit FeatureLayout(std::vector<Feature> features);
 
+    bool Has(const std::string &name) const;
     const Place &Find(const std::string &name) const;
+};
+
+/** What a feature has at some time, with the values of all values of its selector. */
+struct FeatureValue
+{
+    std::vector<uint8_t> bytes;
+    std::map<int64_t, std::vector<uint8_t>> bank;
 };
 
 /**
@@ -95,6 +103,10 @@ public:
     int64_t Selected(const std::string &name, int64_t selector) const;
     void SetSelected(const std::string &name, int64_t selector, int64_t value);
     void SetSelectedText(const std::string &name, int64_t selector, const std::string &value);
+
+    /** All that a feature holds, to be put back. Neither checks nor hooks take part. */
+    FeatureValue Value(const std::string &name) const;
+    void SetValue(const std::string &name, const FeatureValue &value);
 
     /** `source` gives the value at each read by a consumer. */
     void ComputeOnRead(const std::string &name, std::function<int64_t()> source);

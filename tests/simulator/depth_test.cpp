@@ -149,43 +149,6 @@ INSTANTIATE_TEST_SUITE_P(BinningAndDecimation, SimulatorDepthReduced,
                          ::testing::Values(std::pair(2U, 1U), std::pair(1U, 2U), std::pair(1U, 3U),
                                            std::pair(2U, 2U)));
 
-TEST_F(SimulatorDepth, ChangesItsValuesWithTheUserSet)
-{
-    const Direction direction = DirectionAt(320, 20);
-    const size_t pixel = 20 * width + 320;
-    const auto load = [&](const char *set)
-    {
-        EXPECT_OK(m_camera->SetEntry("UserSetSelector", set));
-        EXPECT_OK(m_camera->Set("UserSetLoad", 1));
-    };
-    load("UserSet0");
-    EXPECT_EQ(0.125F, m_camera->GetFloat("Scan3dCoordinateScale"));
-    EXPECT_EQ(16383000, m_camera->Get("Scan3dAxisMaxReg"));
-    EXPECT_NEAR(PlaneDepth(direction) / 0.125, GrabRange()[pixel], 0.501);
-    load("UserSet2");
-    EXPECT_EQ(200000, m_camera->Get("Scan3dCoordinateOffsetReg"));
-    EXPECT_EQ(2000, m_camera->Get("Scan3dAxisMinReg"));
-    EXPECT_EQ(1.0F, m_camera->GetFloat("Scan3dInvalidDataValue"));
-    const std::vector<unsigned> shifted = GrabRange();
-    EXPECT_NEAR((PlaneDepth(direction) - 200) / 0.5, shifted[pixel], 0.501);
-    const Direction inBand = PlaceOf({0.0, 360.0 / 1536.0});
-    EXPECT_EQ(1U, shifted[static_cast<size_t>(inBand.y) * width + 320]);
-    load("Default");
-    EXPECT_EQ(0.5F, m_camera->GetFloat("Scan3dCoordinateScale"));
-    EXPECT_NEAR(PlaneDepth(direction) / 0.5, GrabRange()[pixel], 0.501);
-}
-
-TEST_F(SimulatorDepth, MarksDepthInvalidThatTheFormatCanNotHold)
-{
-    const size_t pixel = 20 * width + 320;
-    ASSERT_OK(m_camera->SetEntry("PixelFormat", "Coord3D_C8"));
-    EXPECT_EQ(static_cast<int64_t>(width * height), m_camera->Get("PayloadSize"));
-    EXPECT_EQ(0U, GrabRange(1)[pixel]);
-    ASSERT_OK(m_camera->SetEntry("UserSetSelector", "UserSet1"));
-    ASSERT_OK(m_camera->Set("UserSetLoad", 1));
-    EXPECT_NEAR(PlaneDepth(DirectionAt(320, 20)) / 8.0, GrabRange(1)[pixel], 0.501);
-}
-
 TEST_F(SimulatorDepth, HasNoiseOnRequest)
 {
     const std::vector<unsigned> still = GrabRange();
