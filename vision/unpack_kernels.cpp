@@ -348,6 +348,7 @@ void UnpackRunOf(const uint8_t *source, uint64_t samples, uint64_t first, uint64
             unpack(UnpackVectors<packing, false>);
         }
     }
+    // NOLINTNEXTLINE(bugprone-infinite-loop): `one` counts down.
     while (count > 0)
     {
         one();
