@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 #include <string>
 
 namespace
@@ -217,6 +218,194 @@ TEST(Gentlctl, PicturesNothingWithoutPoints)
                   std::string::npos)
             << refused.output;
     }
+}
+
+TEST(Gentlctl, ShowsThatChunksHaveValuesOnlyWithAFrame)
+{
+    const auto all = JsonOf("get -d OVRA-D1");
+    for (const auto *chunk :
+         {"ChunkFrameID", "ChunkTimestamp", "ChunkExposureTime", "ChunkGain", "ChunkImageChecksum"})
+    {
+        EXPECT_EQ(all[chunk], (Json{{"text", "only with a frame"}})) << chunk;
+    }
+    EXPECT_EQ(all["ChunkModeActive"], false);
+    EXPECT_EQ(all["Width"], 640);
+    const auto text = Gentlctl("get -d OVRA-D1");
+    EXPECT_NE(text.output.find("ChunkGain                  - (only with a frame)\n"), std::string::npos)
+        << text.output;
+    const auto named = Gentlctl("get -d OVRA-D1 ChunkGain");
+    EXPECT_EQ(named.status, 1);
+    EXPECT_EQ(named.output, "gentlctl: ChunkGain: only with a frame\n");
+    EXPECT_EQ(Gentlctl("set -d OVRA-D1 ChunkFrameID=5").output,
+              "gentlctl: Cannot set ChunkFrameID: only with a frame\n");
+}
+
+TEST(Gentlctl, ShowsAFeatureThatAModuleDoesNotHaveAsSuch)
+{
+    EXPECT_EQ(JsonOf("get -d OVRA-M1 -m stream")["StreamDiscardedFrameCount"],
+              (Json{{"text", "not available now"}}));
+}
+
+TEST(Gentlctl, ShowsAddressesOfTheNetworkAsTheyAreWritten)
+{
+    const auto device = JsonOf("get -d OVRA-M5 -m device");
+    EXPECT_EQ(device["GevDeviceIPAddress"], "192.168.10.21");
+    EXPECT_EQ(device["GevDeviceMACAddress"], "02:00:00:00:01:01");
+    EXPECT_EQ(JsonOf("get -d OVRA-M5 -m system")["GevInterfaceDefaultSubnetMask"], "255.255.255.0");
+}
+
+TEST(Gentlctl, ShowsBytesAsHexadecimal)
+{
+    const auto bytes = JsonOf("get -d OVRA-D1 FileAccessBuffer")["FileAccessBuffer"];
+    ASSERT_TRUE(bytes.is_string()) << bytes;
+    EXPECT_EQ(bytes.get<std::string>().size(), 2 + 2 * 32U);
+    EXPECT_EQ(bytes.get<std::string>().substr(0, 2), "0x");
+}
+
+TEST(Gentlctl, NamesTheModesThatTheFormatsOfDepthHangOn)
+{
+    const auto json = JsonOf("formats -d OVRA-D1");
+    EXPECT_EQ(json["Scan3dOutputMode"]["is"], "CalibratedABC_Grid");
+    EXPECT_EQ(json["Scan3dOutputMode"]["canBe"],
+              (Json{"UncalibratedC", "CalibratedABC_Grid", "CalibratedC"}));
+    EXPECT_EQ(json["ComponentSelector"]["canBe"], (Json{"Range", "Intensity", "Confidence"}));
+    EXPECT_FALSE(JsonOf("formats -d OVRA-M5").contains("Scan3dOutputMode"));
+    EXPECT_NE(Gentlctl("formats -d OVRA-D1")
+                  .output.find("This is for Scan3dOutputMode=CalibratedABC_Grid; it can be UncalibratedC, "
+                               "CalibratedABC_Grid, CalibratedC\n"),
+              std::string::npos);
+}
+
+TEST(Gentlctl, TellsThatADeviceHasNoFiles)
+{
+    EXPECT_EQ(Gentlctl("files -d OVRA-M1").output, "The device has no files.\n");
+    EXPECT_EQ(JsonOf("files -d OVRA-M1"), Json::object());
+}
+
+struct Wrong
+{
+    std::string arguments;
+    int status;
+    std::string output; ///< the beginning of the only line
+};
+
+void PrintTo(const Wrong &wrong, std::ostream *stream)
+{
+    *stream << wrong.arguments;
+}
+
+class GentlctlWithWrongInput : public testing::TestWithParam<Wrong>
+{
+};
+
+TEST_P(GentlctlWithWrongInput, SaysInOneLineWhatToDo)
+{
+    const auto &wrong = GetParam();
+    const auto run = Gentlctl(wrong.arguments);
+    EXPECT_EQ(run.status, wrong.status);
+    EXPECT_EQ(run.output.substr(0, wrong.output.size()), wrong.output);
+    EXPECT_EQ(run.output.find('\n'), run.output.size() - 1) << run.output;
+}
+
+const std::string noDevice = "gentlctl: There is no device \"NOPE\". Known: SIM-SIM0001 (OVRA-M5), ";
+
+INSTANTIATE_TEST_SUITE_P(
+    Device, GentlctlWithWrongInput,
+    testing::Values(Wrong{"info -d NOPE", 1, noDevice}, Wrong{"xml -d NOPE", 1, noDevice},
+                    Wrong{"get -d NOPE Width", 1, noDevice}, Wrong{"set -d NOPE Width=64", 1, noDevice},
+                    Wrong{"formats -d NOPE", 1, noDevice}, Wrong{"files -d NOPE", 1, noDevice},
+                    Wrong{"calibration -d NOPE", 1, noDevice}, Wrong{"grab -d NOPE", 1, noDevice}));
+
+INSTANTIATE_TEST_SUITE_P(
+    File, GentlctlWithWrongInput,
+    testing::Values(
+        Wrong{"xml -o /proc/x", 1, "gentlctl: Cannot write /proc/x: No such file or directory\n"},
+        Wrong{"calibration -d OVRA-D1 -o /proc/x", 1,
+              "gentlctl: Cannot write /proc/x: No such file or directory\n"},
+        Wrong{"files -d OVRA-D1 LensCalibrationData -o /dev/null", 1,
+              "gentlctl: Cannot make the folder /dev/null: Not a directory. Choose another one with "
+              "--output\n"},
+        Wrong{"grab -d OVRA-D1 -n 1 -o /proc/x", 1,
+              "gentlctl: Cannot make the folder /proc/x: No such file or directory. Choose another one with "
+              "--output\n"},
+        Wrong{"files -d OVRA-D1 Nope", 1,
+              "gentlctl: The device has no file \"Nope\"; it has LensCalibrationData\n"},
+        Wrong{"files -d OVRA-M1 Nope", 1, "gentlctl: The device has no files, and so no Nope\n"},
+        Wrong{"calibration -d OVRA-M1", 1,
+              "gentlctl: The device has no files, and so no LensCalibrationData\n"},
+        Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Value, GentlctlWithWrongInput,
+    testing::Values(
+        Wrong{"get -d OVRA-M1 Nope", 1,
+              "gentlctl: There is no feature \"Nope\"; `gentlctl get` without a name lists all\n"},
+        Wrong{"get -d OVRA-M1 width", 1, "gentlctl: There is no feature \"width\"; there is Width\n"},
+        Wrong{"get -d OVRA-M1 Binning", 1,
+              "gentlctl: There is no feature \"Binning\"; there is BinningSelector, BinningHorizontal, "
+              "BinningVertical\n"},
+        Wrong{"set -d OVRA-M1 Width=abc", 1,
+              "gentlctl: Cannot set Width to \"abc\": not a number; it takes 16 to 1280\n"},
+        Wrong{"set -d OVRA-M5 OffsetX=3", 1, "gentlctl: Cannot set OffsetX to \"3\": "},
+        Wrong{"set -d OVRA-M1 SensorWidth=5", 1, "gentlctl: Cannot set SensorWidth: it is read only\n"},
+        Wrong{"set -d OVRA-M1 ChunkModeActive=maybe", 1,
+              "gentlctl: Cannot set ChunkModeActive to \"maybe\": not a number; it takes true or false\n"},
+        Wrong{"set -d OVRA-M1 ExposureTime=fast", 1,
+              "gentlctl: Cannot set ExposureTime to \"fast\": not a number; it takes 10 to 1000000\n"},
+        Wrong{
+            "set -d OVRA-M1 DeviceUserID=012345678901234567890123456789012", 1,
+            "gentlctl: Cannot set DeviceUserID to \"012345678901234567890123456789012\": it takes at most 32 "
+            "characters\n"},
+        Wrong{"grab -d OVRA-D1 -n 1 -s Scan3dOutputMode=RectifiedC", 1,
+              "gentlctl: Cannot set Scan3dOutputMode to \"RectifiedC\": Enumeration entry not available; it "
+              "takes "
+              "UncalibratedC, CalibratedABC_Grid, CalibratedC\n"},
+        Wrong{"grab -d OVRA-M1 -n 2 -s AcquisitionFrameRate=0.1 -t 50", 1,
+              "gentlctl: No frame within 50 ms. "}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Usage, GentlctlWithWrongInput,
+    testing::Values(
+        Wrong{"", 2, "gentlctl: A command is missing; there is list, info, "},
+        Wrong{"nonsense", 2, "gentlctl: There is no command \"nonsense\"; there is list, info, "},
+        Wrong{"list extra", 2,
+              "gentlctl: The following argument was not expected: extra (see gentlctl list --help)\n"},
+        Wrong{"xml nonsense", 2,
+              "gentlctl: module: nonsense not in {system,interface,device,remote,stream} (see "},
+        Wrong{"get -m nonsense", 2, "gentlctl: --module: nonsense not in "},
+        Wrong{"set", 2, "gentlctl: assignments is required (see gentlctl set --help)\n"},
+        Wrong{"set Width", 2, "gentlctl: assignments: \"Width\" is not of the form NAME=VALUE (see "},
+        Wrong{"set =5", 2, "gentlctl: assignments: \"=5\" is not of the form NAME=VALUE (see "},
+        Wrong{"grab -s Width", 2, "gentlctl: --set: \"Width\" is not of the form NAME=VALUE (see "},
+        Wrong{"grab -n 0", 2,
+              "gentlctl: --frames: Value 0 not in range 1 to 1000000000 (see gentlctl grab --help)\n"},
+        Wrong{"grab -n -3", 2, "gentlctl: --frames: Value -3 not in range 1 to 1000000000 (see "},
+        Wrong{"grab -n many", 2, "gentlctl: --frames: Value many not in range 1 to 1000000000 (see "},
+        Wrong{"grab -n 1.5", 2, "gentlctl: --frames: Value 1.5 not in range 1 to 1000000000 (see "},
+        Wrong{"grab -b 1", 2, "gentlctl: --buffers: Value 1 not in range 2 to 1024 (see "},
+        Wrong{"grab -t 0", 2, "gentlctl: --timeout: Value 0 not in range 1 to 86400000 (see "},
+        Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,raw} (see "},
+        Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}));
+
+TEST(Gentlctl, FailsWhenNoFrameIsComplete)
+{
+    const Folder folder;
+    const auto run = Gentlctl("grab -d OVRA-D1 -n 1 -s ChunkModeActive=true -o " + folder.Path().string());
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("gentlctl: No frame is complete"), std::string::npos) << run.output;
+    EXPECT_TRUE(fs::exists(folder.Path() / "frame-00001.json"));
+    EXPECT_FALSE(fs::exists(folder.Path() / "frame-00001.png"));
+}
+
+TEST(Gentlctl, FailsWhenAPictureCannotBeWritten)
+{
+    const Folder folder;
+    fs::create_directories(folder.Path() / "frame-00001.png");
+    const auto run = Gentlctl("grab -d OVRA-D1 -n 1 -o " + folder.Path().string());
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("gentlctl: Cannot write " + (folder.Path() / "frame-00001.png").string()),
+              std::string::npos)
+        << run.output;
 }
 
 TEST(Gentlctl, TellsFailureAndWrongUsageApart)

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace gentlctl
@@ -81,10 +82,6 @@ void Apply(const Features &features, const std::vector<std::string> &assignments
     for (const auto &assignment : assignments)
     {
         const auto split = assignment.find('=');
-        if (split == std::string::npos)
-        {
-            throw std::runtime_error(fmt::format("\"{}\" is not of the form NAME=VALUE", assignment));
-        }
         features.Set(assignment.substr(0, split), assignment.substr(split + 1));
     }
 }
@@ -213,6 +210,11 @@ void Get(const CommonOptions &options, const std::string &module, const std::vec
     {
         for (const auto &name : features.Names())
         {
+            if (const auto why = features.WhyWithoutValue(name))
+            {
+                values[name] = {{"text", *why}};
+                continue;
+            }
             // In a list of everything a feature that cannot be read now is an answer, not a failure.
             try
             {
@@ -245,11 +247,21 @@ void Formats(const CommonOptions &options)
 {
     std::string id;
     std::vector<std::string> chosen;
+    auto depth = Json::object();
     {
         Producer producer(options.producer);
         OpenDevice device(producer, options.device);
         id = device.Entry().id;
-        chosen = Features(device.PortOf("remote")).AvailableEntries("PixelFormat");
+        const Features remote(device.PortOf("remote"));
+        chosen = remote.AvailableEntries("PixelFormat");
+        for (const auto *decisive : {"ComponentSelector", "Scan3dOutputMode"})
+        {
+            if (remote.Has(decisive))
+            {
+                depth[decisive] = {{"is", remote.Get(decisive)},
+                                   {"canBe", remote.AvailableEntries(decisive)}};
+            }
+        }
     }
     auto sent = chosen;
     if (const auto lower = LowerProducerFile(options.producer); !lower.empty())
@@ -268,6 +280,7 @@ void Formats(const CommonOptions &options)
             json["offers"].push_back(
                 {{"format", format.name}, {"sentAs", format.sentAs}, {"task", format.task}});
         }
+        json.update(depth);
         return Print(json);
     }
     fmt::print("{} sends: {}\n\n{:<32}  {:<24}  {}\n", id, fmt::join(sent, " "), "application may choose",
@@ -279,13 +292,32 @@ void Formats(const CommonOptions &options)
                    : format.task == "unpack" ? "unpacks"
                                              : "calibrates");
     }
+    for (const auto &decisive : depth.items())
+    {
+        fmt::print("{}This is for {}={}; it can be {}\n", decisive.key() == depth.begin().key() ? "\n" : "",
+                   decisive.key(), decisive.value()["is"].get<std::string>(),
+                   fmt::join(decisive.value()["canBe"].get<std::vector<std::string>>(), ", "));
+    }
 }
 
 namespace
 {
 
+/// Files on a device; none when it has no access to files.
+std::vector<std::string> FilesOf(const Features &remote)
+{
+    return remote.Has("FileSelector") ? remote.Files().AvailableFiles() : std::vector<std::string>();
+}
+
 std::vector<uint8_t> Fetch(const Features &remote, const std::string &name)
 {
+    const auto known = FilesOf(remote);
+    if (std::ranges::find(known, name) == known.end())
+    {
+        throw std::runtime_error(known.empty() ? fmt::format("The device has no files, and so no {}", name)
+                                               : fmt::format("The device has no file \"{}\"; it has {}", name,
+                                                             fmt::join(known, ", ")));
+    }
     auto content = remote.Files().ReadFile(name);
     if (content.empty())
     {
@@ -305,14 +337,14 @@ void Files(const CommonOptions &options, const std::vector<std::string> &names, 
     auto result = Json::object();
     if (names.empty())
     {
-        for (const auto &name : remote.Files().AvailableFiles())
+        for (const auto &name : FilesOf(remote))
         {
             result[name] = remote.Files().FileSize(name);
         }
     }
     else
     {
-        std::filesystem::create_directories(folder);
+        MakeFolder(folder);
         for (const auto &name : names)
         {
             const auto file = std::filesystem::path(folder) / name;
@@ -320,6 +352,11 @@ void Files(const CommonOptions &options, const std::vector<std::string> &names, 
             WriteBytes(file, content.data(), content.size());
             result[name] = file.string();
         }
+    }
+    if (result.empty() && !options.json)
+    {
+        fmt::print("The device has no files.\n");
+        return;
     }
     options.json ? Print(result) : PrintTable(result, "");
 }
@@ -338,11 +375,11 @@ void Calibration(const CommonOptions &options, const std::string &file)
                       {"focalLengthY", calibration->focalLengthY},
                       {"principalPointX", calibration->principalPointX},
                       {"principalPointY", calibration->principalPointY}};
-    options.json ? Print(result) : PrintTable(result, "");
     if (!file.empty())
     {
         WriteBytes(file, content.data(), content.size());
     }
+    options.json ? Print(result) : PrintTable(result, "");
 }
 
 void GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
@@ -362,13 +399,21 @@ void GrabFrames(const CommonOptions &options, const std::vector<std::string> &as
                {"lost", report.lost},
                {"framesPerSecond", rate},
                {"files", report.files}});
-        return;
     }
-    fmt::print("{}: {} frames, {} incomplete, {} lost, {:.1f} frames/s\n", device.Entry().id,
-               report.delivered, report.incomplete, report.lost, rate);
-    if (!grab.folder.empty())
+    else
     {
-        fmt::print("Written to {}\n", grab.folder.string());
+        fmt::print("{}: {} frame{}, {} incomplete, {} lost{}\n", device.Entry().id, report.delivered,
+                   report.delivered == 1 ? "" : "s", report.incomplete, report.lost,
+                   rate > 0 ? fmt::format(", {:.1f} frames/s", rate) : "");
+        if (!grab.folder.empty())
+        {
+            fmt::print("Written to {}\n", grab.folder.string());
+        }
+    }
+    if (report.incomplete == report.delivered)
+    {
+        throw std::runtime_error("No frame is complete, so there is no picture. PROXY_TL_LOG_LEVEL=error in "
+                                 "the environment makes the proxy producer tell why");
     }
 }
 

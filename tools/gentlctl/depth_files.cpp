@@ -9,8 +9,6 @@
 
 #include <bit>
 #include <cstring>
-#include <fstream>
-#include <stdexcept>
 
 namespace gentlctl
 {
@@ -118,15 +116,11 @@ void WritePly(const std::filesystem::path &file, const ImageView &points, const 
         }
         ++count;
     }
-    std::ofstream stream(file, std::ios::binary);
-    stream << fmt::format("ply\nformat binary_little_endian 1.0\nelement vertex {}\n"
-                          "property float x\nproperty float y\nproperty float z\n{}end_header\n",
-                          count, hasIntensity ? "property uchar intensity\n" : "")
-           << body;
-    if (!stream.flush())
-    {
-        throw std::runtime_error(fmt::format("Cannot write {}", file.string()));
-    }
+    const auto header = fmt::format("ply\nformat binary_little_endian 1.0\nelement vertex {}\n"
+                                    "property float x\nproperty float y\nproperty float z\n{}end_header\n",
+                                    count, hasIntensity ? "property uchar intensity\n" : "");
+    const auto content = header + body;
+    WriteBytes(file, content.data(), content.size());
 }
 
 } // namespace gentlctl

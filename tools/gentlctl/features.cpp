@@ -4,11 +4,15 @@
 #include "nodemap/node_access.h"
 #include "nodemap/nodemap_parser.h"
 #include "unzip.h"
+#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <pugixml.hpp>
 
 #include <algorithm>
 #include <bit>
+#include <cctype>
 #include <charconv>
 #include <cstring>
 #include <fstream>
@@ -90,7 +94,7 @@ bool IsArchive(const std::vector<uint8_t> &bytes)
 
 /// A whole text as a number.
 template <typename T>
-T ParseNumber(const std::string &text, const std::string &feature)
+T ParseNumber(const std::string &text)
 {
     T value{};
     const bool hexadecimal = text.starts_with("0x") || text.starts_with("0X");
@@ -107,7 +111,7 @@ T ParseNumber(const std::string &text, const std::string &feature)
     }
     if (result.ec != std::errc() || result.ptr != end || begin == end)
     {
-        throw std::runtime_error(fmt::format("{} takes a number; \"{}\" is none", feature, text));
+        throw std::runtime_error("not a number");
     }
     return value;
 }
@@ -122,7 +126,7 @@ void WriteText(Port &port, const NodeInfo &node, const std::string &text)
 {
     if (text.size() > node.Length || node.Length > descriptionLimit)
     {
-        throw std::runtime_error(fmt::format("{} takes at most {} characters", node.Name, node.Length));
+        throw std::runtime_error(fmt::format("it takes at most {} characters", node.Length));
     }
     std::vector<char> bytes(node.Length);
     std::copy(text.begin(), text.end(), bytes.begin());
@@ -159,6 +163,80 @@ double ReadNumber(Port &port, const NodeMapParser &parser, const NodeInfo &node)
     return static_cast<double>(internal::nodemap::ReadFloat(port, parser, node));
 }
 
+/// Ports of chunks and events, by name.
+std::map<std::string, std::string> PassingPorts(const pugi::xml_document &description)
+{
+    std::map<std::string, std::string> ports;
+    for (const auto &found : description.select_nodes("//Port"))
+    {
+        const auto port = found.node();
+        const std::string name = port.attribute("Name").value();
+        if (port.child("ChunkID") || port.child("pChunkID"))
+        {
+            ports[name] = "only with a frame";
+        }
+        else if (port.child("EventID"))
+        {
+            ports[name] = "only with an event";
+        }
+    }
+    return ports;
+}
+
+std::string Ipv4Address(uint64_t value)
+{
+    return fmt::format("{}.{}.{}.{}", (value >> 24U) & 0xFFU, (value >> 16U) & 0xFFU, (value >> 8U) & 0xFFU,
+                       value & 0xFFU);
+}
+
+std::string MacAddress(uint64_t value)
+{
+    std::vector<uint64_t> bytes;
+    for (int shift = 40; shift >= 0; shift -= 8)
+    {
+        bytes.push_back((value >> static_cast<unsigned>(shift)) & 0xFFU);
+    }
+    return fmt::format("{:02x}", fmt::join(bytes, ":"));
+}
+
+/// Features that are read as addresses, by name.
+std::map<std::string, std::string (*)(uint64_t)> Forms(const pugi::xml_document &description)
+{
+    std::map<std::string, std::string (*)(uint64_t)> forms;
+    for (const auto &found : description.select_nodes("//Representation"))
+    {
+        const std::string name = found.node().parent().attribute("Name").value();
+        const std::string_view form = found.node().text().get();
+        if (form == "IPV4Address")
+        {
+            forms[name] = Ipv4Address;
+        }
+        else if (form == "MACAddress")
+        {
+            forms[name] = MacAddress;
+        }
+    }
+    return forms;
+}
+
+bool Resembles(const std::string &name, const std::string &wanted)
+{
+    const auto same = [](char a, char b)
+    { return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b)); };
+    const auto contains = [&](const std::string &longer, const std::string &shorter) {
+        return std::search(longer.begin(), longer.end(), shorter.begin(), shorter.end(), same) !=
+               longer.end();
+    };
+    constexpr size_t leastLength = 3;
+    return std::min(name.size(), wanted.size()) >= leastLength &&
+           (contains(name, wanted) || contains(wanted, name));
+}
+
+std::string Hexadecimal(const std::vector<uint8_t> &bytes)
+{
+    return fmt::format("0x{:02x}", fmt::join(bytes, ""));
+}
+
 void WriteNumber(Port &port, const NodeInfo &node, double value)
 {
     const auto write = [&](auto bits)
@@ -177,8 +255,7 @@ void WriteNumber(Port &port, const NodeInfo &node, double value)
     }
     else
     {
-        throw std::runtime_error(
-            fmt::format("{} has no register that takes a floating-point number", node.Name));
+        throw std::runtime_error("it has no register that takes a floating-point number");
     }
 }
 
@@ -199,13 +276,18 @@ std::string LoadDescription(Port &port)
     return {bytes.begin(), std::find(bytes.begin(), bytes.end(), uint8_t{0})};
 }
 
-Features::Features(std::shared_ptr<Port> port)
-    : m_port(std::move(port)), m_parser(std::make_unique<NodeMapParser>(LoadDescription(*m_port)))
+Features::Features(std::shared_ptr<Port> port) : m_port(std::move(port))
 {
+    const auto description = LoadDescription(*m_port);
+    m_parser = std::make_unique<NodeMapParser>(description);
     if (!m_parser->IsValid())
     {
         throw std::runtime_error("The module's description is not a GenICam description");
     }
+    pugi::xml_document document;
+    document.load_buffer(description.data(), description.size());
+    m_passingPorts = PassingPorts(document);
+    m_forms = Forms(document);
 }
 
 Features::~Features() = default;
@@ -250,30 +332,116 @@ const NodeInfo &Features::Find(const std::string &name) const
 {
     if (!m_parser->HasNode(name))
     {
-        throw std::runtime_error(fmt::format("There is no feature \"{}\"", name));
+        const auto similar = Similar(name);
+        throw std::runtime_error(
+            similar.empty()
+                ? fmt::format("There is no feature \"{}\"; `gentlctl get` without a name lists all", name)
+                : fmt::format("There is no feature \"{}\"; there is {}", name, fmt::join(similar, ", ")));
     }
     return m_parser->FindNode(name);
+}
+
+std::vector<std::string> Features::Similar(const std::string &name) const
+{
+    constexpr size_t most = 8;
+    auto names = Names();
+    std::erase_if(names, [&](const std::string &candidate) { return !Resembles(candidate, name); });
+    const auto sameLength = std::ranges::find_if(names, [&](const std::string &candidate)
+                                                 { return candidate.size() == name.size(); });
+    if (sameLength != names.end())
+    {
+        // It differs in upper and lower case only.
+        return {*sameLength};
+    }
+    names.resize(std::min(names.size(), most));
+    return names;
+}
+
+// What is behind a feature may be a register, a formula over others, or another feature.
+std::optional<std::string> Features::WhyOfPort(const std::string &node, int depth) const
+{
+    constexpr int deepest = 16;
+    if (node.empty() || depth > deepest)
+    {
+        return std::nullopt;
+    }
+    if (const auto found = m_parser->TryFindNode(node))
+    {
+        const auto port = m_passingPorts.find(found->pPort);
+        return port != m_passingPorts.end() ? std::optional(port->second)
+                                            : WhyOfPort(found->pValue, depth + 1);
+    }
+    if (const auto converter = m_parser->TryFindConverter(node))
+    {
+        if (auto why = WhyOfPort(converter->pValue, depth + 1))
+        {
+            return why;
+        }
+        for (const auto &[variable, behind] : converter->Variables)
+        {
+            if (auto why = WhyOfPort(behind, depth + 1))
+            {
+                return why;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> Features::WhyWithoutValue(const std::string &name) const
+{
+    using namespace internal::nodemap;
+    const auto &node = Find(name);
+    if (auto why = WhyOfPort(name, 0))
+    {
+        return why;
+    }
+    return Holds(node.pIsImplemented) && Holds(node.pIsAvailable) ? std::nullopt
+                                                                  : std::optional("not available now");
+}
+
+bool Features::Holds(const std::string &condition) const
+{
+    const auto node = m_parser->TryFindNode(condition);
+    // A constant has no register.
+    return node && node->Length == 0 && node->Value && !node->Value->IsReference
+               ? Integer(*node) != 0
+               : internal::nodemap::IsTrue(*m_port, *m_parser, condition);
 }
 
 Json Features::Get(const std::string &name) const
 {
     using namespace internal::nodemap;
     const auto &node = Find(name);
+    if (const auto why = WhyWithoutValue(name))
+    {
+        throw std::runtime_error(fmt::format("{}: {}", name, *why));
+    }
+    return Value(node);
+}
+
+Json Features::Value(const NodeInfo &node) const
+{
+    using namespace internal::nodemap;
     if (node.Type == "Enumeration")
     {
         return GetEnumEntry(*m_port, *m_parser, node);
-    }
-    if (!IsTrue(*m_port, *m_parser, node.pIsImplemented) || !IsTrue(*m_port, *m_parser, node.pIsAvailable))
-    {
-        throw std::runtime_error(fmt::format("{} is not available now", name));
     }
     if (node.Type == "Command")
     {
         return "(command)";
     }
+    if (node.AccessMode == AccessMode::WO)
+    {
+        return "(write only)";
+    }
     if (node.Type == "StringReg")
     {
         return ReadText(*m_port, node);
+    }
+    if (node.Type == "Register")
+    {
+        return Hexadecimal(ReadWhole(*m_port, node.Address, node.Length));
     }
     if (node.Type == "Float" || node.Type == "FloatReg")
     {
@@ -281,9 +449,17 @@ Json Features::Get(const std::string &name) const
     }
     if (node.Type == "Boolean")
     {
-        return GetInteger(name) != 0;
+        return Integer(node) != 0;
     }
-    return GetInteger(name);
+    // The register behind a feature may say it for the feature.
+    for (const auto &name : {node.Name, node.pValue})
+    {
+        if (const auto form = m_forms.find(name); form != m_forms.end())
+        {
+            return form->second(static_cast<uint64_t>(Integer(node)));
+        }
+    }
+    return Integer(node);
 }
 
 std::vector<std::string> Features::AvailableEntries(const std::string &name) const
@@ -293,8 +469,12 @@ std::vector<std::string> Features::AvailableEntries(const std::string &name) con
 
 int64_t Features::GetInteger(const std::string &name) const
 {
+    return Integer(Find(name));
+}
+
+int64_t Features::Integer(const NodeInfo &node) const
+{
     using namespace internal::nodemap;
-    const auto &node = Find(name);
     if (node.Address == 0 && !node.pValue.empty() && m_parser->TryFindConverter(node.pValue))
     {
         return static_cast<int64_t>(FormulaEvaluator(*m_port, *m_parser).Evaluate(node.pValue));
@@ -303,23 +483,50 @@ int64_t Features::GetInteger(const std::string &name) const
     {
         return GetBoundValue(*m_port, *m_parser, node.Value);
     }
-    return ReadInteger(*m_port, node);
+    return node.Sign == Sign::Unsigned ? static_cast<int64_t>(ReadUnsigned(*m_port, node))
+                                       : ReadInteger(*m_port, node);
 }
 
 void Features::Set(const std::string &name, const std::string &value) const
 {
-    using namespace internal::nodemap;
+    using internal::nodemap::AccessMode;
     const auto &node = Find(name);
-    if (node.Type == "Enumeration")
+    if (const auto why = WhyWithoutValue(name))
     {
-        SetEnumEntry(*m_port, *m_parser, node, value);
-        return;
+        throw std::runtime_error(fmt::format("Cannot set {}: {}", name, *why));
     }
-    if (node.Length == 0)
+    if (node.Type != "Enumeration" && node.Length == 0)
     {
         throw std::runtime_error(fmt::format("{} has no register of its own and cannot be written", name));
     }
-    if (node.Type == "Command")
+    if (node.AccessMode == AccessMode::RO)
+    {
+        throw std::runtime_error(fmt::format("Cannot set {}: it is read only", name));
+    }
+    try
+    {
+        Write(node, value);
+    }
+    catch (const internal::GenTLException &exception)
+    {
+        throw std::runtime_error(fmt::format("Cannot set {} to \"{}\": {} ({}){}", name, value,
+                                             exception.what(), exception.Code(), Allowed(node)));
+    }
+    catch (const std::exception &exception)
+    {
+        throw std::runtime_error(
+            fmt::format("Cannot set {} to \"{}\": {}{}", name, value, exception.what(), Allowed(node)));
+    }
+}
+
+void Features::Write(const NodeInfo &node, const std::string &value) const
+{
+    using namespace internal::nodemap;
+    if (node.Type == "Enumeration")
+    {
+        SetEnumEntry(*m_port, *m_parser, node, value);
+    }
+    else if (node.Type == "Command")
     {
         WriteCommand(*m_port, node, 1);
     }
@@ -327,9 +534,13 @@ void Features::Set(const std::string &name, const std::string &value) const
     {
         WriteText(*m_port, node, value);
     }
+    else if (node.Type == "Register")
+    {
+        throw std::runtime_error("it holds bytes, which gentlctl does not write");
+    }
     else if (node.Type == "Float" || node.Type == "FloatReg")
     {
-        WriteNumber(*m_port, node, ParseNumber<double>(value, name));
+        WriteNumber(*m_port, node, ParseNumber<double>(value));
     }
     else if (node.Type == "Boolean" && (value == "true" || value == "false"))
     {
@@ -337,8 +548,59 @@ void Features::Set(const std::string &name, const std::string &value) const
     }
     else
     {
-        WriteInteger(*m_port, node, ParseNumber<int64_t>(value, name));
+        WriteInteger(*m_port, node, ParseNumber<int64_t>(value));
     }
+}
+
+/// What a feature takes, as the end of a sentence; empty when the description does not say.
+std::string Features::Allowed(const NodeInfo &node) const
+{
+    using namespace internal::nodemap;
+    if (node.Type == "Enumeration")
+    {
+        return fmt::format("; it takes {}",
+                           fmt::join(GetAvailableEnumEntries(*m_port, *m_parser, node), ", "));
+    }
+    if (node.Type == "Boolean")
+    {
+        return "; it takes true or false";
+    }
+    const auto limit = [&](const std::optional<Bound> &bound) -> std::optional<std::string>
+    {
+        if (!bound)
+        {
+            return std::nullopt;
+        }
+        if (!bound->IsReference && std::holds_alternative<double>(bound->Value))
+        {
+            return fmt::format("{}", std::get<double>(bound->Value));
+        }
+        try
+        {
+            if (const auto *name = std::get_if<std::string>(&bound->Value);
+                name != nullptr && m_parser->TryFindConverter(*name))
+            {
+                return fmt::format("{}", FormulaEvaluator(*m_port, *m_parser).Evaluate(*name));
+            }
+            const auto *known = std::get_if<VectorPtr>(&bound->Value);
+            const auto value =
+                known != nullptr ? Value(**known) : Json(GetBoundValue(*m_port, *m_parser, bound));
+            return value.dump();
+        }
+        catch (const std::exception &)
+        {
+            return std::nullopt;
+        }
+    };
+    const auto minimum = limit(node.Min);
+    const auto maximum = limit(node.Max);
+    const auto increment = limit(node.Inc);
+    if (!minimum || !maximum)
+    {
+        return "";
+    }
+    return fmt::format("; it takes {} to {}{}", *minimum, *maximum,
+                       increment && *increment != "1" ? " in steps of " + *increment : "");
 }
 
 } // namespace gentlctl

@@ -4,7 +4,9 @@
 #include "gentlctl/producer.h"
 #include "utils/file_access.h"
 
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,12 +41,18 @@ public:
     /// Names of the entries of an enumeration that can be chosen now.
     std::vector<std::string> AvailableEntries(const std::string &name) const;
 
+    /// Why a feature has no value now, as "only with a frame" for the features of chunks; nothing when it has
+    /// one.
+    /// @throws std::runtime_error no such feature
+    std::optional<std::string> WhyWithoutValue(const std::string &name) const;
+
     /// @throws std::runtime_error no such feature, or it cannot be read now
     Json Get(const std::string &name) const;
     int64_t GetInteger(const std::string &name) const;
 
     /// Writes a value given as text; a command takes any value, "1" by custom.
-    /// @throws std::runtime_error no such feature, not a value of its type, or it cannot be written now
+    /// @throws std::runtime_error no such feature, not a value of its type, or it cannot be written now; the
+    /// text says what it takes
     void Set(const std::string &name, const std::string &value) const;
     void Execute(const std::string &command) const { Set(command, "1"); }
 
@@ -52,10 +60,23 @@ public:
     GenTL::internal::utils::FileAccess Files() const { return {*m_port, *m_parser}; }
 
 private:
-    const GenTL::internal::nodemap::NodeInfo &Find(const std::string &name) const;
+    using NodeInfo = GenTL::internal::nodemap::NodeInfo;
+
+    const NodeInfo &Find(const std::string &name) const;
+    std::vector<std::string> Similar(const std::string &name) const;
+    std::optional<std::string> WhyOfPort(const std::string &node, int depth) const;
+    bool Holds(const std::string &condition) const;
+    Json Value(const NodeInfo &node) const;
+    int64_t Integer(const NodeInfo &node) const;
+    void Write(const NodeInfo &node, const std::string &value) const;
+    std::string Allowed(const NodeInfo &node) const;
 
     std::shared_ptr<Port> m_port;
     std::unique_ptr<GenTL::internal::nodemap::NodeMapParser> m_parser;
+    /// Ports that are there with a frame or an event only, and the text that says so.
+    std::map<std::string, std::string> m_passingPorts;
+    /// Of features that are more than a number, as the address of a network.
+    std::map<std::string, std::string (*)(uint64_t)> m_forms;
 };
 
 } // namespace gentlctl

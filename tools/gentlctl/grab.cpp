@@ -2,13 +2,17 @@
 
 #include "gentlctl/features.h"
 #include "gentlctl/frame.h"
+#include "gentlctl/image_files.h"
 #include "gentlctl/producer.h"
+
+#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <stdexcept>
 #include <vector>
 
 namespace gentlctl
@@ -73,7 +77,21 @@ public:
     {
         EVENT_NEW_BUFFER_DATA data{};
         size_t size = sizeof data;
-        m_calls.EventGetData(m_event, &data, &size, timeoutMs);
+        try
+        {
+            m_calls.EventGetData(m_event, &data, &size, timeoutMs);
+        }
+        catch (const internal::GenTLException &exception)
+        {
+            if (exception.Code() != GC_ERR_TIMEOUT)
+            {
+                throw;
+            }
+            throw std::runtime_error(
+                fmt::format("No frame within {} ms. Does the device wait for a trigger, or is its "
+                            "AcquisitionFrameRate lower? --timeout waits longer",
+                            timeoutMs));
+        }
         return data.BufferHandle;
     }
 
@@ -148,7 +166,7 @@ GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, 
     auto *stream = device.Stream();
     if (!options.folder.empty())
     {
-        std::filesystem::create_directories(options.folder);
+        MakeFolder(options.folder);
     }
     GrabReport report;
     RunningStream running(calls, stream, remote, options);

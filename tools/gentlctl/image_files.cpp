@@ -11,8 +11,10 @@
 #include <opencv2/imgproc.hpp>
 
 #include <array>
+#include <cerrno>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 
 namespace gentlctl
 {
@@ -130,7 +132,8 @@ void WritePicture(const std::filesystem::path &file, const ImageView &image)
     if (picture == nullptr)
     {
         throw std::runtime_error(
-            fmt::format("Images of format {} cannot be written as a picture; use --format raw",
+            fmt::format("Images of format {} cannot be written as a picture: use --format raw, or "
+                        "a PixelFormat of `gentlctl formats` that the producer unpacks",
                         FormatName(image.pixelFormat)));
     }
     cv::Mat pixels = Wrap(image, *picture);
@@ -154,20 +157,45 @@ void WritePicture(const std::filesystem::path &file, const ImageView &image)
     {
         pixels.convertTo(pixels, -1, 65535.0 / picture->maximum);
     }
+    WriteImage(file, pixels);
+}
+
+void WriteImage(const std::filesystem::path &file, const cv::Mat &pixels)
+{
+    errno = 0;
     if (!cv::imwrite(file.string(), pixels))
     {
-        throw std::runtime_error(fmt::format("Cannot write {}", file.string()));
+        throw std::runtime_error(CannotWrite(file));
     }
 }
 
 void WriteBytes(const std::filesystem::path &file, const void *data, size_t size)
 {
+    errno = 0;
     std::ofstream stream(file, std::ios::binary);
     stream.write(static_cast<const char *>(data), static_cast<std::streamsize>(size));
     if (!stream.flush())
     {
-        throw std::runtime_error(fmt::format("Cannot write {}", file.string()));
+        throw std::runtime_error(CannotWrite(file));
     }
+}
+
+void MakeFolder(const std::filesystem::path &folder)
+{
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error)
+    {
+        throw std::runtime_error(
+            fmt::format("Cannot make the folder {}: {}. Choose another one with --output", folder.string(),
+                        error.message()));
+    }
+}
+
+std::string CannotWrite(const std::filesystem::path &file)
+{
+    return fmt::format("Cannot write {}{}", file.string(),
+                       errno != 0 ? ": " + std::generic_category().message(errno) : "");
 }
 
 } // namespace gentlctl

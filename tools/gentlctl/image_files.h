@@ -1,7 +1,10 @@
 #pragma once
 
+#include <opencv2/core.hpp>
+
 #include <cstdint>
 #include <filesystem>
+#include <string>
 
 namespace gentlctl
 {
@@ -32,5 +35,16 @@ void WritePicture(const std::filesystem::path &file, const ImageView &image);
 /// Writes bytes as they are.
 /// @throws std::runtime_error the file cannot be written
 void WriteBytes(const std::filesystem::path &file, const void *data, size_t size);
+
+/// Writes an image in the format of the file's extension.
+/// @throws std::runtime_error the file cannot be written
+void WriteImage(const std::filesystem::path &file, const cv::Mat &pixels);
+
+/// Makes a folder, and those above it, if it is not there.
+/// @throws std::runtime_error it cannot be made
+void MakeFolder(const std::filesystem::path &folder);
+
+/// Text for a file that cannot be written, with the reason in errno.
+std::string CannotWrite(const std::filesystem::path &file);
 
 } // namespace gentlctl

@@ -6,6 +6,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <charconv>
 #include <cmath>
@@ -47,6 +48,40 @@ ViewAngles ParseAngles(const std::string &text)
     return angles;
 }
 
+CLI::Validator Assignment()
+{
+    return {[](std::string &text)
+            {
+                const auto split = text.find('=');
+                return split != std::string::npos && split != 0
+                           ? std::string()
+                           : fmt::format("\"{}\" is not of the form NAME=VALUE", text);
+            },
+            ""};
+}
+
+/// What is wrong with the command line, in one line, and where to read more.
+std::string FailureText(const CLI::App *app, const CLI::Error &error)
+{
+    const auto unknown = app->remaining();
+    const auto chosen = app->get_subcommands();
+    std::string what = error.what();
+    if (chosen.empty())
+    {
+        std::vector<std::string> commands;
+        for (const auto *command : app->get_subcommands([](const CLI::App *) { return true; }))
+        {
+            commands.push_back(command->get_name());
+        }
+        what = fmt::format("{}; there is {}",
+                           unknown.empty() ? "A command is missing"
+                                           : fmt::format("There is no command \"{}\"", unknown[0]),
+                           fmt::join(commands, ", "));
+    }
+    return fmt::format("gentlctl: {} (see gentlctl {}--help)\n", what,
+                       chosen.empty() ? "" : chosen[0]->get_name() + " ");
+}
+
 /// The command line: options, and what to run once they are read.
 struct CommandLine
 {
@@ -61,11 +96,13 @@ struct CommandLine
     CommandLine()
     {
         app.require_subcommand(1);
+        app.failure_message(FailureText);
         app.fallthrough();
         app.add_option(
-            "--producer", common.producer,
-            "The producer's file; else the proxy producer that belongs to this program, else the first "
-            "in GENICAM_GENTL64_PATH");
+               "--producer", common.producer,
+               "The producer's file; else the proxy producer that belongs to this program, else the first "
+               "in GENICAM_GENTL64_PATH")
+            ->type_name("FILE");
         app.add_flag("--json", common.json, "Print JSON");
         app.footer("Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong usage.");
         AddList();
@@ -95,8 +132,10 @@ private:
 
     void AddDevice(CLI::App *command)
     {
-        command->add_option("-d,--device", common.device,
-                            "Id, model, serial number or user name; else the first that can be opened");
+        command
+            ->add_option("-d,--device", common.device,
+                         "Id, model, serial number or user name; else the first that can be opened")
+            ->type_name("DEVICE");
     }
 
     void AddModule(CLI::App *command)
@@ -124,14 +163,14 @@ private:
         command->add_option("module", module, "Whose description")
             ->check(CLI::IsMember(modules))
             ->capture_default_str();
-        command->add_option("-o,--output", file, "Write to this file");
+        command->add_option("-o,--output", file, "Write to this file")->type_name("FILE");
         AddDevice(command);
     }
 
     void AddGet()
     {
         auto *command = Add("get", "Values of features", [this] { Get(common, module, names); });
-        command->add_option("features", names, "Names; all features when none is given");
+        command->add_option("features", names, "Names; all features when none is given")->type_name("NAME");
         AddModule(command);
         AddDevice(command);
     }
@@ -139,7 +178,9 @@ private:
     void AddSet()
     {
         auto *command = Add("set", "Write features", [this] { Set(common, module, assignments); });
-        command->add_option("assignments", assignments, "NAME=VALUE, in the order in which they are written")
+        command->add_option("assignments", assignments, "In the order in which they are written")
+            ->type_name("NAME=VALUE")
+            ->check(Assignment())
             ->required();
         AddModule(command);
         AddDevice(command);
@@ -155,8 +196,11 @@ private:
     {
         auto *command =
             Add("files", "Files on the device", [this] { Files(common, names, file.empty() ? "." : file); });
-        command->add_option("names", names, "Files to fetch; all are listed when none is given");
-        command->add_option("-o,--output", file, "Folder for the files")->default_str(".");
+        command->add_option("names", names, "Files to fetch; all are listed when none is given")
+            ->type_name("NAME");
+        command->add_option("-o,--output", file, "Folder for the files")
+            ->type_name("FOLDER")
+            ->default_str(".");
         AddDevice(command);
     }
 
@@ -164,7 +208,8 @@ private:
     {
         auto *command = Add("calibration", "Lens calibration of the device, checked",
                             [this] { Calibration(common, file); });
-        command->add_option("-o,--output", file, "Write the calibration data to this file");
+        command->add_option("-o,--output", file, "Write the calibration data to this file")
+            ->type_name("FILE");
         AddDevice(command);
     }
 
@@ -174,10 +219,12 @@ private:
         auto *command = Add("grab", "Grab frames and write them to files",
                             [this] { GrabFrames(common, assignments, grab); });
         command->add_option("-n,--frames", grab.frames, "How many frames")
-            ->check(CLI::PositiveNumber)
+            ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}).description(""))
             ->capture_default_str();
-        auto *output = command->add_option("-o,--output", grab.folder,
-                                           "Folder for the files; nothing is written without one");
+        auto *output = command
+                           ->add_option("-o,--output", grab.folder,
+                                        "Folder for the files; nothing is written without one")
+                           ->type_name("FOLDER");
         command->add_option("-f,--format", grab.format, "Form of the images")
             ->check(CLI::IsMember({"png", "tiff", "raw"}))
             ->capture_default_str();
@@ -190,12 +237,24 @@ private:
             ->type_name("RIGHT,UP")
             ->needs(output);
         command->add_option("-b,--buffers", grab.buffers, "Buffers to queue")
-            ->check(CLI::Range(2, 1024))
+            ->check(CLI::Range(2, 1024).description(""))
             ->capture_default_str();
         command->add_option("-t,--timeout", grab.timeoutMs, "Longest wait for a frame, ms")
+            ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
             ->capture_default_str();
-        command->add_option("-s,--set", assignments, "Set a feature before: NAME=VALUE (may be repeated)");
+        command
+            ->add_option("-s,--set", assignments,
+                         "Set a feature before; may be repeated, in the order that counts")
+            ->type_name("NAME=VALUE")
+            ->check(Assignment());
         AddDevice(command);
+        command->footer(
+            "Writes frame-NNNNN.png (.tiff, .raw) and .json with all that is known of the frame; of points "
+            "also "
+            ".ply.\n\n"
+            "  gentlctl grab -d OVRA-M5 -n 10 -s PixelFormat=Mono12 -f tiff -o frames\n"
+            "  gentlctl grab -d OVRA-D1 -n 1 -s ComponentSelector=Intensity -s ComponentEnable=true -o depth "
+            "--view");
     }
 };
 

@@ -5,7 +5,6 @@
 #include "common/pixel_format.h"
 
 #include <fmt/format.h>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -435,10 +434,7 @@ void WriteView(const std::filesystem::path &file, const ImageView &points, const
     cv::inRange(bar, cv::Scalar::all(0), cv::Scalar::all(0), isEmpty);
     bar.setTo(ground, isEmpty);
     cv::hconcat(picture, bar, picture);
-    if (!cv::imwrite(file.string(), picture))
-    {
-        throw std::runtime_error(fmt::format("Cannot write {}", file.string()));
-    }
+    WriteImage(file, picture);
 }
 
 } // namespace gentlctl
