@@ -328,12 +328,26 @@ std::vector<FramePart> Camera::ReadParts(const ImageSettings &common) const
         {
             FramePart part{common, offset};
             part.image.format = &FindPixelFormat(features.Selected("PixelFormat", component.entry.value));
-            part.image.depth = {component.quantity, ReadScan3dValues(), features.Float("DepthNoise")};
+            part.image.depth = {component.quantity, ReadScan3dValues(), NoiseOf(component.quantity)};
             offset += part.image.Bytes();
             parts.push_back(part);
         }
     }
     return parts;
+}
+
+double Camera::NoiseOf(Quantity quantity) const
+{
+    switch (quantity)
+    {
+    case Quantity::Range:
+        return Features().Float("DepthNoise");
+    case Quantity::Light:
+        return Features().Float("IntensityNoise");
+    case Quantity::Confidence:
+        break;
+    }
+    return 0.0;
 }
 
 Scan3dValues Camera::ReadScan3dValues() const

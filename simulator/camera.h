@@ -62,6 +62,7 @@ private:
     void ShowScan3dValues();
     std::vector<FramePart> ReadParts(const ImageSettings &common) const;
     Scan3dValues ReadScan3dValues() const;
+    double NoiseOf(Quantity quantity) const;
     bool IsReversed(const char *feature) const;
     void FitRegion(const char *size, const char *offset, const char *sizeMax, int64_t sensor, int64_t step);
     FrameSettings ReadSettings() const;

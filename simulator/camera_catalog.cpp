@@ -573,6 +573,10 @@ CameraModel DepthD1()
     sensor.unpackedFormats = {{"Coord3D_C32f", 0x012000BF}, {"Coord3D_ABC32f", 0x026000C0}};
     sensor.hasComponents = true;
     camera.features = ComponentControl(camera.components);
+    camera.features.push_back(
+        Float("AnalogControl", "IntensityNoise", "Standard deviation of the intensity in grey levels.")
+            .FloatRange(0.0, 100.0)
+            .VendorSpecific());
     Append(camera.features, Scan3dControl());
     Append(camera.features, UserSetControl(camera.userSets));
     Append(camera.features, FileAccessFeatures(camera.files));

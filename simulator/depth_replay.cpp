@@ -54,7 +54,7 @@ public:
             ShowRange(picture, number);
             break;
         case Quantity::Light:
-            ShowLight(picture);
+            ShowLight(picture, number);
             break;
         case Quantity::Confidence:
             ShowConfidence(picture);
@@ -102,13 +102,12 @@ private:
         WriteRange(m_settings, number, m_depths, m_samples);
     }
 
-    void ShowLight(const DepthPictures::Picture &picture)
+    void ShowLight(const DepthPictures::Picture &picture, uint64_t number)
     {
-        m_samples.clear();
-        ForEachPixel(m_settings,
-                     [&](uint32_t column, uint32_t row) {
-                         m_samples.push_back(m_settings.SampleOf(LightAt(picture, column, row), column, row));
-                     });
+        m_light.clear();
+        ForEachPixel(m_settings, [&](uint32_t column, uint32_t row)
+                     { m_light.push_back(m_settings.SampleOf(LightAt(picture, column, row), column, row)); });
+        WriteLight(m_settings, number, m_light, m_samples);
     }
 
     void ShowConfidence(const DepthPictures::Picture &picture)
@@ -125,6 +124,7 @@ private:
     std::shared_ptr<DepthPictures> m_pictures;
     ImageSettings m_settings{};
     std::vector<double> m_depths;
+    std::vector<uint16_t> m_light; /**< without noise */
     std::vector<uint16_t> m_samples;
 };
 

@@ -2,6 +2,7 @@
 
 #include "depth_scene.h"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -72,6 +73,23 @@ void WriteRange(const ImageSettings &settings, uint64_t frame, std::span<const d
     }
 }
 
+void WriteLight(const ImageSettings &settings, uint64_t frame, std::span<const uint16_t> light,
+                std::vector<uint16_t> &samples)
+{
+    samples.assign(light.begin(), light.end());
+    if (settings.depth.noise <= 0)
+    {
+        return;
+    }
+    std::mt19937_64 random(~frame); // not the numbers of the depth
+    std::normal_distribution<double> noise(0.0, settings.depth.noise);
+    const double highest = settings.format->MaximumSample();
+    for (uint16_t &sample : samples)
+    {
+        sample = static_cast<uint16_t>(std::clamp(std::round(sample + noise(random)), 0.0, highest));
+    }
+}
+
 void DepthSource::PrepareRange()
 {
     ForEachPixel(m_settings,
@@ -80,15 +98,16 @@ void DepthSource::PrepareRange()
                      const DepthPoint point = SceneAt(RayOf(m_settings, column, row));
                      m_depths.push_back(point.isValid ? point.depth : noDepth);
                  });
-    WriteRange(m_settings, 0, m_depths, m_samples);
+    if (m_settings.depth.noise <= 0)
+    {
+        WriteRange(m_settings, 0, m_depths, m_still);
+    }
 }
 
 void DepthSource::PrepareLight()
 {
-    ForEachPixel(m_settings,
-                 [&](uint32_t column, uint32_t row) {
-                     m_samples.push_back(m_settings.SampleOf(LightOf(m_settings, column, row), column, row));
-                 });
+    ForEachPixel(m_settings, [&](uint32_t column, uint32_t row)
+                 { m_still.push_back(m_settings.SampleOf(LightOf(m_settings, column, row), column, row)); });
 }
 
 void DepthSource::PrepareConfidence()
@@ -98,7 +117,7 @@ void DepthSource::PrepareConfidence()
                  {
                      const double confidence = SceneAt(RayOf(m_settings, column, row)).confidence;
                      const double highest = m_settings.format->MaximumSample();
-                     m_samples.push_back(static_cast<uint16_t>(std::round(confidence * highest)));
+                     m_still.push_back(static_cast<uint16_t>(std::round(confidence * highest)));
                  });
 }
 
@@ -106,7 +125,7 @@ void DepthSource::Prepare(const ImageSettings &settings)
 {
     m_settings = settings;
     m_depths.clear();
-    m_samples.clear();
+    m_still.clear();
     switch (settings.depth.quantity)
     {
     case Quantity::Range:
@@ -120,11 +139,16 @@ void DepthSource::Prepare(const ImageSettings &settings)
 
 void DepthSource::Render(uint64_t number, std::span<uint8_t> image)
 {
-    if (m_settings.depth.quantity == Quantity::Range && m_settings.depth.noise > 0)
+    const bool hasNoise = m_settings.depth.noise > 0;
+    if (hasNoise && m_settings.depth.quantity == Quantity::Range)
     {
-        WriteRange(m_settings, number, m_depths, m_samples);
+        WriteRange(m_settings, number, m_depths, m_noisy);
     }
-    m_settings.format->pack(m_samples, image.data());
+    else if (hasNoise)
+    {
+        WriteLight(m_settings, number, m_still, m_noisy);
+    }
+    m_settings.format->pack(hasNoise ? m_noisy : m_still, image.data());
 }
 
 } // namespace GenTL::simulator

@@ -28,6 +28,10 @@ void ForEachPixel(const ImageSettings &s, Use use)
 void WriteRange(const ImageSettings &settings, uint64_t frame, std::span<const double> depths,
                 std::vector<uint16_t> &samples);
 
+/** Makes an intensity image of its pixels without noise, with the noise of this frame. */
+void WriteLight(const ImageSettings &settings, uint64_t frame, std::span<const uint16_t> light,
+                std::vector<uint16_t> &samples);
+
 /** The images of a depth camera: range, light and confidence of the scene of SceneAt through DepthLens. */
 class DepthSource : public FrameSource
 {
@@ -41,8 +45,9 @@ private:
     void PrepareConfidence();
 
     ImageSettings m_settings{};
-    std::vector<double> m_depths;    /**< of a range image */
-    std::vector<uint16_t> m_samples; /**< the image without noise */
+    std::vector<double> m_depths;  /**< of a range image */
+    std::vector<uint16_t> m_still; /**< the image without noise */
+    std::vector<uint16_t> m_noisy; /**< that of one frame, when there is noise */
 };
 
 } // namespace GenTL::simulator

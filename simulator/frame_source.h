@@ -37,7 +37,7 @@ struct DepthSettings
 {
     Quantity quantity;
     Scan3dValues scan;
-    double noise; /**< standard deviation, mm */
+    double noise; /**< standard deviation: of a range in mm, of light in grey levels */
 
     bool operator==(const DepthSettings &) const = default;
 };

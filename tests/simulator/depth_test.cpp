@@ -149,31 +149,6 @@ INSTANTIATE_TEST_SUITE_P(BinningAndDecimation, SimulatorDepthReduced,
                          ::testing::Values(std::pair(2U, 1U), std::pair(1U, 2U), std::pair(1U, 3U),
                                            std::pair(2U, 2U)));
 
-TEST_F(SimulatorDepth, HasNoiseOnRequest)
-{
-    const std::vector<unsigned> still = GrabRange();
-    EXPECT_EQ(still, GrabRange());
-    ASSERT_OK(m_camera->SetFloat("DepthNoise", 5.0F));
-    const std::vector<unsigned> noisy = GrabRange();
-    double sum = 0;
-    double squares = 0;
-    size_t count = 0;
-    for (size_t i = 0; i < still.size(); ++i)
-    {
-        ASSERT_EQ(still[i] == 0, noisy[i] == 0) << i;
-        if (still[i] != 0)
-        {
-            const double error = 0.5 * (static_cast<double>(noisy[i]) - static_cast<double>(still[i]));
-            sum += error;
-            squares += error * error;
-            ++count;
-        }
-    }
-    EXPECT_NEAR(0.0, sum / static_cast<double>(count), 0.1);
-    EXPECT_NEAR(5.0, std::sqrt(squares / static_cast<double>(count)), 0.1);
-    EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetFloat("DepthNoise", -1.0F));
-}
-
 TEST_F(SimulatorDepth, IsAnImageOfThreeDimensions)
 {
     AnnounceBuffers(4);

@@ -51,7 +51,7 @@ protected:
             state[name] = static_cast<double>(m_camera->Get(name));
         }
         for (const char *const name : {"AcquisitionFrameRate", "ExposureTime", "Gain", "DepthNoise",
-                                       "Scan3dCoordinateScale", "Scan3dInvalidDataValue"})
+                                       "IntensityNoise", "Scan3dCoordinateScale", "Scan3dInvalidDataValue"})
         {
             state[name] = static_cast<double>(m_camera->GetFloat(name));
         }
@@ -86,6 +86,7 @@ protected:
         ASSERT_OK(m_camera->SetFloat("ExposureTime", 5000.0F));
         ASSERT_OK(m_camera->SetFloat("Gain", 3.0F));
         ASSERT_OK(m_camera->SetFloat("DepthNoise", 2.0F));
+        ASSERT_OK(m_camera->SetFloat("IntensityNoise", 3.0F));
         ASSERT_OK(m_camera->Set("ChunkModeActive", 1));
         for (const char *const chunk : {"FrameID", "Gain"})
         {
