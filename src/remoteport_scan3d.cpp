@@ -389,9 +389,9 @@ void RemotePort::OverrideAxis(const std::string &feature, bool isMaximum)
     {
         return;
     }
-    const auto tokens = nodemap::Tokenize(converter->Formula);
+    const auto tokens = nodemap::Tokenize(converter->Formula); // the last one is End
     if (tokens.size() != 4 || tokens[0].Type != TokenType::Identifier || tokens[0].Name != "TO" ||
-        tokens[1].Type != TokenType::Divide || tokens[3].Type != TokenType::End)
+        tokens[1].Type != TokenType::Divide)
     {
         return;
     }

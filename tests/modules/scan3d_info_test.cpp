@@ -186,9 +186,10 @@ TEST_F(Scan3dInformation, StopsTheOpeningAtAModeThatIsUnknown)
 {
     for (const auto *access : {"RW", "RO"})
     {
-        extra.clear();
+        extra = FakeFileDevice::Nodes();
         UseModes(Entry("UncalibratedC", 0) + Entry("ProjectedC", 1), {.access = access});
         EXPECT_EQ(OpenFailure(), PlainFailure("unordered_map::at: key not found")) << access;
+        EXPECT_THAT(files.operations, testing::IsEmpty());
         EXPECT_THAT(scan3d->calls->All(), ElementsAre("SetScan3dInfo"));
         scan3d->calls->Clear();
     }

@@ -197,12 +197,20 @@ TEST_F(Scan3dModeTest, IsLeftToTheDeviceWhenItCannotBeUsed)
 
 TEST_F(Scan3dModeTest, WithoutARegisterChangesNothing)
 {
-    extra = "<Enumeration Name=\"Scan3dOutputMode\">" + Entry("UncalibratedC", 0) +
-            "<Value>0</Value></Enumeration><Enumeration Name=\"Scan3dCoordinateSelector\">" +
-            Entry("CoordinateC", 2) + "<Value>2</Value></Enumeration>";
-    SetValue(0, 0x01020304);
-    OpenAndForget();
-    EXPECT_EQ(ReadNumber(0), 0x01020304U);
+    for (const auto &node : {"<Enumeration Name=\"Scan3dOutputMode\">" + Entry("CalibratedABC_Grid", 0) +
+                                 "<Value>0</Value></Enumeration>",
+                             "<Enumeration Name=\"Scan3dCoordinateSelector\">" + Entry("CoordinateA", 2) +
+                                 "<Value>2</Value></Enumeration>",
+                             std::string("<Command Name=\"UserSetLoad\"><Value>1</Value></Command>")})
+    {
+        extra = node;
+        SetValue(0, 0x01020304);
+        OpenAndForget();
+        EXPECT_EQ(ReadNumber(0), 0x01020304U);
+        WriteNumber(0, 0x05060708);
+        EXPECT_THAT(writes, ElementsAre(OverrideTest::Write{0, BytesOf(0x05060708)}));
+        EXPECT_THAT(scan3d->calls->All(), IsEmpty());
+    }
 }
 
 TEST_F(Scan3dModeTest, OffersItsEntriesWithoutARegisterToo)

@@ -239,17 +239,22 @@ TEST_F(Scan3dAxis, NeedsADivisorThatTheConverterKnows)
 
 TEST_F(Scan3dAxis, IsLeftAloneBehindAnyOtherFormula)
 {
-    for (const auto *formula : {"TO * SCALE", "TO / SCALE + 1", "SCALE / SCALE", "TO", "(TO / SCALE)"})
+    for (const auto *formula : {"TO * SCALE", "TO * 2", "TO / SCALE + 1", "SCALE / SCALE", "FROM / SCALE",
+                                "TO", "TO /", "", "/ TO SCALE", "(TO / SCALE)", "TO ** SCALE", "to / SCALE"})
     {
-        extra.clear();
-        UseConverter("Scan3dAxisMax", formula, axisMaxAddress, Constant("SCALE", "2"));
-        SetValue(axisMaxAddress, 5);
+        // Not all of them can be computed, so that the device's value is not to be asked for at the opening.
+        extra = fmt::format("<Float Name=\"Scan3dAxisMax\"><pIsAvailable>Nowhere</pIsAvailable>"
+                            "<pValue>Conv</pValue></Float><Converter Name=\"Conv\">{}"
+                            "<FormulaFrom>{}</FormulaFrom><pValue>RawReg</pValue></Converter>",
+                            Constant("SCALE", "2"), formula) +
+                Register("RawReg", axisMaxAddress, {});
+        SetValue(axisMaxAddress, 77);
         OpenAndForget();
-        EXPECT_EQ(ReadSigned(axisMaxAddress), 5) << formula;
+        EXPECT_EQ(ReadSigned(axisMaxAddress), 77) << formula;
     }
     extra = Float("Scan3dAxisMax", axisMaxAddress);
     OpenAndForget();
-    EXPECT_EQ(ReadSigned(axisMaxAddress), 5) << "no formula at all";
+    EXPECT_EQ(ReadSigned(axisMaxAddress), 77) << "no formula at all";
 }
 
 TEST_F(Scan3dAxis, IsLeftAloneWithoutARegisterBehindIt)
