@@ -67,6 +67,7 @@ std::vector<OfferedFormat> ExplainFormats(const std::vector<std::string> &chosen
     GenTL::internal::Processor processor;
     processor.SetAvailableInputFormats(Component::Image2D, inputs.data(), inputs.size());
     std::vector<OfferedFormat> offered;
+    offered.reserve(chosen.size());
     for (const auto &name : chosen)
     {
         offered.push_back(Explain(processor, name, inputs.empty()));
