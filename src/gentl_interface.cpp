@@ -71,15 +71,33 @@ InstanceManager &Instances()
 }
 
 template <typename T>
-std::shared_ptr<T> Lookup(InstanceManager::Registry<void *, T> InstanceManager::*registry,
-                          std::string_view name, void *handle)
+using RegistryOf = InstanceManager::Registry<void *, T> InstanceManager::*;
+
+[[noreturn]] void ThrowInvalidHandle(std::string_view name)
+{
+    throw GenTLException(fmt::format("{} is an invalid handle", name), GC_ERR_INVALID_HANDLE);
+}
+
+template <typename T>
+std::shared_ptr<T> Lookup(RegistryOf<T> registry, std::string_view name, void *handle)
 {
     auto object = (Instances().*registry).Find(handle);
     if (!object)
     {
-        throw GenTLException(fmt::format("{} is an invalid handle", name), GC_ERR_INVALID_HANDLE);
+        ThrowInvalidHandle(name);
     }
     return object;
+}
+
+/// For functions that do not use the object: holding it, even for a moment, could make this thread the one
+/// that ends it.
+template <typename T>
+void CheckKnown(RegistryOf<T> registry, std::string_view name, void *handle)
+{
+    if (!(Instances().*registry).Contains(handle))
+    {
+        ThrowInvalidHandle(name);
+    }
 }
 
 std::shared_ptr<System> SystemOf(TL_HANDLE handle)
@@ -102,11 +120,22 @@ std::shared_ptr<Datastream> StreamOf(DS_HANDLE handle)
     return Lookup(&InstanceManager::datastreams, "hDataStream", handle);
 }
 
+void CheckStream(DS_HANDLE handle)
+{
+    CheckKnown(&InstanceManager::datastreams, "hDataStream", handle);
+}
+
 /// The buffer, after a check of the stream that it is said to belong to.
 std::shared_ptr<Buffer> BufferOf(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer)
 {
-    StreamOf(hDataStream);
+    CheckStream(hDataStream);
     return Lookup(&InstanceManager::buffers, "hBuffer", hBuffer);
+}
+
+void CheckStreamAndBuffer(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer)
+{
+    CheckStream(hDataStream);
+    CheckKnown(&InstanceManager::buffers, "hBuffer", hBuffer);
 }
 
 std::shared_ptr<IPort> PortOf(PORT_HANDLE handle)
@@ -114,7 +143,7 @@ std::shared_ptr<IPort> PortOf(PORT_HANDLE handle)
     auto port = Library::Instance().FindPort(handle);
     if (!port)
     {
-        throw GenTLException("hPort is an invalid handle", GC_ERR_INVALID_HANDLE);
+        ThrowInvalidHandle("hPort");
     }
     return port;
 }
@@ -640,7 +669,7 @@ extern "C"
             "DSAnnounceCompositeBuffer",
             [&]
             {
-                StreamOf(hDataStream);
+                CheckStream(hDataStream);
                 CheckNotNull({{"ppSegments", ppSegments}, {"piSizes", piSizes}, {"phBuffer", phBuffer}});
                 CheckNotZero("iNumSegments", iNumSegments);
                 for (size_t i = 0; i < iNumSegments; ++i)
@@ -656,7 +685,7 @@ extern "C"
         return GenTLCall("DSGetNumFlows",
                          [&]
                          {
-                             StreamOf(hDataStream);
+                             CheckStream(hDataStream);
                              CheckNotNull("piNumFlows", piNumFlows);
                              ThrowNotImplemented();
                          });
@@ -668,7 +697,7 @@ extern "C"
         return GenTLCall("DSGetFlowInfo",
                          [&]
                          {
-                             StreamOf(hDataStream);
+                             CheckStream(hDataStream);
                              CheckNotNull({{"piType", piType}, {"piSize", piSize}});
                              ThrowNotImplemented();
                          });
@@ -680,7 +709,7 @@ extern "C"
         return GenTLCall("DSGetNumBufferSegments",
                          [&]
                          {
-                             BufferOf(hDataStream, hBuffer);
+                             CheckStreamAndBuffer(hDataStream, hBuffer);
                              CheckNotNull("piNumSegments", piNumSegments);
                              *piNumSegments = 0;
                              ThrowNotImplemented();
@@ -694,7 +723,7 @@ extern "C"
         return GenTLCall("DSGetBufferSegmentInfo",
                          [&]
                          {
-                             BufferOf(hDataStream, hBuffer);
+                             CheckStreamAndBuffer(hDataStream, hBuffer);
                              CheckNotNull({{"piType", piType}, {"piSize", piSize}});
                              ThrowNotImplemented();
                          });

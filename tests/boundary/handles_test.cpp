@@ -1,5 +1,6 @@
 #include "boundary/consumer.h"
 
+#include <algorithm>
 #include <functional>
 #include <vector>
 
@@ -166,12 +167,25 @@ TEST_F(Handles, AreInvalidWhileTheLibraryIsClosed)
 TEST_F(Handles, OfBuffersAreCheckedAfterThatOfTheStream)
 {
     auto *const stream = OpenStream(OpenDevice(OpenInterface(OpenSystem())));
-    Arguments a;
+    for (const auto *name : {"DSGetBufferInfo", "DSGetBufferChunkData", "DSGetNumBufferParts",
+                             "DSGetBufferPartInfo", "DSGetBufferInfoStacked", "DSGetBufferPartInfoStacked",
+                             "DSGetNumBufferSegments", "DSGetBufferSegmentInfo"})
+    {
+        const auto call =
+            std::ranges::find_if(handleCalls, [&](const auto &entry) { return entry.name == name; });
+        Arguments arguments;
+        EXPECT_EQ(call->call(gentl, arguments, stream), GC_ERR_INVALID_HANDLE);
+        EXPECT_EQ(GetLastError().text, std::string(name) + " Error: hBuffer is an invalid handle");
+    }
+}
+
+TEST_F(Handles, OfBuffersAreCheckedBeforeOtherArguments)
+{
+    auto *const stream = OpenStream(OpenDevice(OpenInterface(OpenSystem())));
     EXPECT_EQ(gentl.DSGetNumBufferParts(stream, this, nullptr), GC_ERR_INVALID_HANDLE);
-    EXPECT_EQ(GetLastError().text, "DSGetNumBufferParts Error: hBuffer is an invalid handle");
-    EXPECT_EQ(gentl.DSGetBufferInfo(stream, this, BUFFER_INFO_SIZE, &a.type, a.text, &a.size),
+    EXPECT_EQ(gentl.DSGetNumBufferSegments(stream, this, nullptr), GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(gentl.DSGetBufferSegmentInfo(stream, this, 0, 0, nullptr, nullptr, nullptr),
               GC_ERR_INVALID_HANDLE);
-    EXPECT_EQ(GetLastError().text, "DSGetBufferInfo Error: hBuffer is an invalid handle");
 }
 
 TEST_F(Handles, AreGoneAfterClosing)
