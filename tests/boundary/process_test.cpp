@@ -40,11 +40,13 @@ struct Producer
     Producer()
     {
         void *const library = dlopen(QVR_LIB_DIR "/qvr_proxygentl.cti", RTLD_NOW | RTLD_LOCAL);
+        Load(library, "GCGetInfo", info);
         Load(library, "GCInitLib", initialize);
         Load(library, "TLOpen", openSystem);
         Load(library, "TLOpenInterface", openInterface);
     }
 
+    decltype(&GCGetInfo) info{};
     decltype(&GCInitLib) initialize{};
     decltype(&TLOpen) openSystem{};
     decltype(&TLOpenInterface) openInterface{};
@@ -89,6 +91,23 @@ TEST_F(ProcessDeathTest, IsInitialisedOnceTheVisionLibraryIsThere)
             _exit(withoutLibrary == GC_ERR_ERROR && withLibrary == GC_ERR_SUCCESS ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ProcessDeathTest, HasNoTransportTypeBeforeTheSystemIsOpen)
+{
+    EXPECT_EXIT(
+        {
+            const VisionLibrary vision;
+            const Producer producer;
+            producer.initialize();
+            INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+            char text[] = "unchanged";
+            size_t size = sizeof text;
+            const auto result = producer.info(TL_INFO_TLTYPE, &type, text, &size);
+            std::cerr << result << ' ' << type << ' ' << size << " \"" << text << '"';
+            _exit(0);
+        },
+        testing::ExitedWithCode(0), "^0 1 1 \"\"$");
 }
 
 LowerLibrary *lowerAtExit;
