@@ -5,6 +5,7 @@
 #include "gentlctl/image_files.h"
 #include "gentlctl/producer.h"
 
+#include "utils/gentl_exception.h"
 #include "vision/calibration_parameters.h"
 
 #include <fmt/format.h>
@@ -77,12 +78,43 @@ Json ToJson(const InterfaceEntry &interface)
             {"devices", devices}};
 }
 
+/// Sets a feature; a failure says what was refused, and what the feature takes.
+void Apply(const Features &features, const std::string &name, const std::string &value)
+{
+    if (const auto why = features.WhyWithoutValue(name))
+    {
+        throw std::runtime_error(fmt::format("Cannot set {}: {}", name, *why));
+    }
+    if (features.IsReadOnly(name))
+    {
+        throw std::runtime_error(fmt::format("Cannot set {}: it is read only", name));
+    }
+    const auto refused = [&](const std::string &reason)
+    {
+        const auto allowed = features.Allowed(name);
+        return std::runtime_error(fmt::format("Cannot set {} to \"{}\": {}{}{}", name, value, reason,
+                                              allowed.empty() ? "" : "; ", allowed));
+    };
+    try
+    {
+        features.Set(name, value);
+    }
+    catch (const internal::GenTLException &exception)
+    {
+        throw refused(fmt::format("{} ({})", exception.what(), exception.Code()));
+    }
+    catch (const std::exception &exception)
+    {
+        throw refused(exception.what());
+    }
+}
+
 void Apply(const Features &features, const std::vector<std::string> &assignments)
 {
     for (const auto &assignment : assignments)
     {
         const auto split = assignment.find('=');
-        features.Set(assignment.substr(0, split), assignment.substr(split + 1));
+        Apply(features, assignment.substr(0, split), assignment.substr(split + 1));
     }
 }
 

@@ -4,7 +4,6 @@
 #include "nodemap/node_access.h"
 #include "nodemap/nodemap_parser.h"
 #include "unzip.h"
-#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -489,34 +488,21 @@ int64_t Features::Integer(const NodeInfo &node) const
 
 void Features::Set(const std::string &name, const std::string &value) const
 {
-    using internal::nodemap::AccessMode;
     const auto &node = Find(name);
-    if (const auto why = WhyWithoutValue(name))
+    if (const auto why = WhyOfPort(name, 0))
     {
-        throw std::runtime_error(fmt::format("Cannot set {}: {}", name, *why));
+        throw std::runtime_error(*why);
     }
     if (node.Type != "Enumeration" && node.Length == 0)
     {
-        throw std::runtime_error(fmt::format("{} has no register of its own and cannot be written", name));
+        throw std::runtime_error("it has no register of its own");
     }
-    if (node.AccessMode == AccessMode::RO)
-    {
-        throw std::runtime_error(fmt::format("Cannot set {}: it is read only", name));
-    }
-    try
-    {
-        Write(node, value);
-    }
-    catch (const internal::GenTLException &exception)
-    {
-        throw std::runtime_error(fmt::format("Cannot set {} to \"{}\": {} ({}){}", name, value,
-                                             exception.what(), exception.Code(), Allowed(node)));
-    }
-    catch (const std::exception &exception)
-    {
-        throw std::runtime_error(
-            fmt::format("Cannot set {} to \"{}\": {}{}", name, value, exception.what(), Allowed(node)));
-    }
+    Write(node, value);
+}
+
+bool Features::IsReadOnly(const std::string &name) const
+{
+    return Find(name).AccessMode == internal::nodemap::AccessMode::RO;
 }
 
 void Features::Write(const NodeInfo &node, const std::string &value) const
@@ -552,18 +538,17 @@ void Features::Write(const NodeInfo &node, const std::string &value) const
     }
 }
 
-/// What a feature takes, as the end of a sentence; empty when the description does not say.
-std::string Features::Allowed(const NodeInfo &node) const
+std::string Features::Allowed(const std::string &name) const
 {
     using namespace internal::nodemap;
+    const auto &node = Find(name);
     if (node.Type == "Enumeration")
     {
-        return fmt::format("; it takes {}",
-                           fmt::join(GetAvailableEnumEntries(*m_port, *m_parser, node), ", "));
+        return fmt::format("it takes {}", fmt::join(GetAvailableEnumEntries(*m_port, *m_parser, node), ", "));
     }
     if (node.Type == "Boolean")
     {
-        return "; it takes true or false";
+        return "it takes true or false";
     }
     const auto limit = [&](const std::optional<Bound> &bound) -> std::optional<std::string>
     {
@@ -599,7 +584,7 @@ std::string Features::Allowed(const NodeInfo &node) const
     {
         return "";
     }
-    return fmt::format("; it takes {} to {}{}", *minimum, *maximum,
+    return fmt::format("it takes {} to {}{}", *minimum, *maximum,
                        increment && *increment != "1" ? " in steps of " + *increment : "");
 }
 

@@ -51,9 +51,12 @@ public:
     int64_t GetInteger(const std::string &name) const;
 
     /// Writes a value given as text; a command takes any value, "1" by custom.
-    /// @throws std::runtime_error no such feature, not a value of its type, or it cannot be written now; the
-    /// text says what it takes
+    /// @throws std::runtime_error no such feature, not a value of its type, or it cannot be written now
+    /// @throws GenTLException the port refuses it
     void Set(const std::string &name, const std::string &value) const;
+    bool IsReadOnly(const std::string &name) const;
+    /// What a feature takes now, as "it takes 16 to 1280"; empty when the description does not say.
+    std::string Allowed(const std::string &name) const;
     void Execute(const std::string &command) const { Set(command, "1"); }
 
     /// Access to the files of a device.
@@ -69,7 +72,6 @@ private:
     Json Value(const NodeInfo &node) const;
     int64_t Integer(const NodeInfo &node) const;
     void Write(const NodeInfo &node, const std::string &value) const;
-    std::string Allowed(const NodeInfo &node) const;
 
     std::shared_ptr<Port> m_port;
     std::unique_ptr<GenTL::internal::nodemap::NodeMapParser> m_parser;
