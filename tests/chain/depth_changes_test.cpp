@@ -287,7 +287,7 @@ INSTANTIATE_TEST_SUITE_P(Goals, ChangesTo,
                                          Goal{
                                              "UncalibratedTwo", "UncalibratedC", {"Intensity", "Confidence"}},
                                          Goal{"GridConfidence", "CalibratedABC_Grid", {"Confidence"}}),
-                         [](const auto &info) { return info.param.name; });
+                         [](const auto &instance) { return instance.param.name; });
 
 /// What can not be changed while frames may be under way.
 struct Change
@@ -389,8 +389,9 @@ INSTANTIATE_TEST_SUITE_P(Changes, ChangeInFlight,
                                          Change{"Height", "32"}, Change{"OffsetX", "100"},
                                          Change{"OffsetY", "272"}, Change{"BinningHorizontal", "2"},
                                          Change{"DecimationVertical", "2"}, Change{"UserSetLoad", "1"}),
-                         [](const auto &info)
-                         { return info.param.feature + info.param.component + info.param.value; });
+                         [](const auto &instance) {
+                             return instance.param.feature + instance.param.component + instance.param.value;
+                         });
 
 class LoadedUserSet : public testing::TestWithParam<std::string>
 {
@@ -424,7 +425,7 @@ TEST_P(LoadedUserSet, RefreshesWhatEveryModeDelivers)
 
 INSTANTIATE_TEST_SUITE_P(Modes, LoadedUserSet,
                          testing::Values("UncalibratedC", "CalibratedC", "CalibratedABC_Grid"),
-                         [](const auto &info) { return info.param; });
+                         [](const auto &instance) { return instance.param; });
 
 } // namespace
 } // namespace chain

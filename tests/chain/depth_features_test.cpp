@@ -306,7 +306,8 @@ std::vector<Situation> Situations()
 }
 
 INSTANTIATE_TEST_SUITE_P(Situations, DepthFeatures, testing::ValuesIn(Situations()),
-                         [](const auto &info) { return info.param.userSet + info.param.view.name; });
+                         [](const auto &instance)
+                         { return instance.param.userSet + instance.param.view.name; });
 
 } // namespace
 } // namespace chain

@@ -223,7 +223,7 @@ INSTANTIATE_TEST_SUITE_P(Grid, LineOfTheScene,
                                          GridLine{"Top", false, 50, -600}, GridLine{"Upper", false, 50, -500},
                                          GridLine{"Lower", false, 50, 500},
                                          GridLine{"Bottom", false, 50, 600}),
-                         [](const auto &info) { return info.param.name; });
+                         [](const auto &instance) { return instance.param.name; });
 
 } // namespace
 } // namespace chain
