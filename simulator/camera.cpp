@@ -470,11 +470,15 @@ void Camera::ShowReplayedSensor()
         features.SetInteger(sensor, side);
         features.SetInteger(size, side); // made smaller by Update where it must be
     }
-    const auto [least, largest] =
-        std::minmax_element(m_userSets.begin(), m_userSets.end(),
-                            [](const UserSet &a, const UserSet &b) { return a.scan.scale < b.scan.scale; });
-    features.SetFloat("Scan3dCoordinateScaleMin", least->scan.scale);
-    features.SetFloat("Scan3dCoordinateScaleMax", largest->scan.scale);
+    double least = m_userSets.front().scan.scale;
+    double largest = least;
+    for (const UserSet &set : m_userSets)
+    {
+        least = std::min(least, set.scan.scale);
+        largest = std::max(largest, InFormat(set.scan, FindPixelFormat("Coord3D_C8")).scale);
+    }
+    features.SetFloat("Scan3dCoordinateScaleMin", least);
+    features.SetFloat("Scan3dCoordinateScaleMax", largest);
     m_fileContents.front().content = lens.File();
 }
 

@@ -219,6 +219,65 @@ TEST_F(SimulatorDepthReplay, TakesTheScaleOfTheCalibrationFile)
     EXPECT_EQ(0U, finer[1]);
 }
 
+TEST_F(SimulatorDepthReplay, ShowsTheSameDepthInEightBits)
+{
+    SaveCalibration();
+    const cv::Mat depth = Depth(1);
+    Save("a.png", depth);
+    Open();
+    ASSERT_OK(m_camera->SetEntry("PixelFormat", "Coord3D_C8"));
+    EXPECT_EQ(128.0F, m_camera->GetFloat("Scan3dCoordinateScale"));
+    EXPECT_LE(m_camera->GetFloat("Scan3dCoordinateScaleMin"), 0.125F);
+    EXPECT_GE(m_camera->GetFloat("Scan3dCoordinateScaleMax"), 128.0F);
+    EXPECT_EQ(255000, m_camera->Get("Scan3dAxisMaxReg"));
+    const std::vector<unsigned> values = GrabRange(1);
+    ASSERT_EQ(depth.total(), values.size());
+    size_t shown = 0;
+    for (size_t i = 0; i < values.size(); ++i)
+    {
+        const unsigned value = depth.at<uint16_t>(static_cast<int>(i) / width, static_cast<int>(i) % width);
+        const double expected = value * 0.5 / 128.0;
+        if (value == 0 || expected < 0.5 || expected >= 255.5) // none, or beyond the axis
+        {
+            ASSERT_EQ(0U, values[i]) << i;
+        }
+        else
+        {
+            ASSERT_NEAR(expected, values[i], 0.501) << i;
+            ++shown;
+        }
+    }
+    EXPECT_GT(shown, 60000U);
+}
+
+TEST_F(SimulatorDepthReplay, HasNoiseOnRequest)
+{
+    SaveCalibration();
+    Save("a.png", cv::Mat(height, width, CV_16U, cv::Scalar(3000)));
+    Save("a_intensity.png", cv::Mat(height, width, CV_8U, cv::Scalar(90)));
+    Open();
+    ASSERT_OK(m_camera->SetEntry("ComponentSelector", "Intensity"));
+    ASSERT_OK(m_camera->Set("ComponentEnable", 1));
+    ASSERT_OK(m_camera->SetFloat("DepthNoise", 5.0F)); // 10 steps
+    ASSERT_OK(m_camera->SetFloat("IntensityNoise", 4.0F));
+    const std::vector<uint8_t> bytes = GrabOne();
+    constexpr size_t pixels = size_t{width} * height;
+    ASSERT_EQ(3 * pixels, bytes.size());
+    const auto deviation = [](double mean, auto valueAt)
+    {
+        double squares = 0;
+        for (size_t i = 0; i < pixels; ++i)
+        {
+            squares += (valueAt(i) - mean) * (valueAt(i) - mean);
+        }
+        return std::sqrt(squares / pixels);
+    };
+    EXPECT_NEAR(10.0, deviation(3000, [&](size_t i) { return bytes[2 * i] + 256.0 * bytes[2 * i + 1]; }),
+                0.1);
+    EXPECT_NEAR(4.0, deviation(90, [&](size_t i) { return 1.0 * bytes[2 * pixels + i]; }), 0.05);
+    EXPECT_EQ(bytes, GrabOne());
+}
+
 TEST_F(SimulatorDepthReplay, ShowsTheIntensityBesideTheDepth)
 {
     SaveCalibration();
