@@ -363,7 +363,7 @@ TEST_P(ChangeInFlight, IsRefusedAndPossibleAfterwards)
         acquisition.ExpectFrames(announced);
         remote.Set("ComponentSelector", change.component);
         const auto failure = FailureOf([&] { remote.Set(change.feature, change.value); });
-        EXPECT_EQ(failure.code, GC_ERR_ACCESS_DENIED);
+        EXPECT_EQ(failure.code, GC_ERR_ACCESS_DENIED) << failure;
         EXPECT_NE(failure.text.find(change.text), std::string::npos) << failure.text;
         EXPECT_EQ(remote.GetInteger("PayloadSize"), payloadSize);
         acquisition.ExpectFrames(Announced(remote));
