@@ -538,8 +538,10 @@ Metadata RemotePort::ReadMetadata()
     }
     const auto binning = ReadFactors("Binning");
     const auto decimation = ReadFactors("Decimation");
-    metadata.Set("BinningHorizontal", uint64_t{binning.first * decimation.first});
-    metadata.Set("BinningVertical", uint64_t{binning.second * decimation.second});
+    const uint32_t horizontal = binning.first * decimation.first;
+    const uint32_t vertical = binning.second * decimation.second;
+    metadata.Set("BinningHorizontal", uint64_t{horizontal});
+    metadata.Set("BinningVertical", uint64_t{vertical});
     return metadata;
 }
 
