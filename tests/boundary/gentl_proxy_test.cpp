@@ -27,6 +27,7 @@ TEST(LoadingALowerProducer, InitialisesItForTheLengthOfTheVersionQuery)
     const LowerLibrary lower;
     const GenTLProxy proxy(lower.Path());
     EXPECT_THAT(lower->calls, ElementsAre("GCInitLib", "GCGetInfo", "GCGetInfo", "GCCloseLib"));
+    EXPECT_THAT(lower->infoCommands, ElementsAre(TL_INFO_GENTL_VER_MAJOR, TL_INFO_GENTL_VER_MINOR));
     EXPECT_EQ(lower->initialized, 0);
 }
 

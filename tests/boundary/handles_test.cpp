@@ -196,6 +196,19 @@ TEST_F(Handles, AreGoneAfterClosing)
     EXPECT_EQ(GetLastError().text, "IFClose Error: Handle not found!");
 }
 
+TEST_F(Handles, OfStreamsAreGoneAfterClosingAndTheirDeviceOpensAnother)
+{
+    auto *const device = OpenDevice(OpenInterface(OpenSystem()));
+    auto *const stream = OpenStream(device);
+    void *second = nullptr;
+    EXPECT_EQ(gentl.DevOpenDataStream(device, "Stream1", &second), GC_ERR_RESOURCE_IN_USE);
+    EXPECT_EQ(gentl.DSClose(stream), GC_ERR_SUCCESS);
+    EXPECT_EQ(lower->CountOf("DSClose"), 1U);
+    EXPECT_EQ(gentl.DSClose(stream), GC_ERR_INVALID_HANDLE);
+    EXPECT_EQ(GetLastError().text, "DSClose Error: hDataStream is an invalid handle");
+    EXPECT_EQ(gentl.DevOpenDataStream(device, "Stream1", &second), GC_ERR_SUCCESS) << GetLastError();
+}
+
 TEST_F(Handles, OfParentsAreThoseThatTheConsumerGot)
 {
     auto *const system = OpenSystem();
@@ -262,7 +275,7 @@ TEST_F(FunctionsThatAreNotImplemented, TellOfAWrongArgumentFirst)
         EXPECT_EQ(result, expected);
         EXPECT_EQ(GetLastError().text, text);
     };
-    expect(gentl.DSAnnounceCompositeBuffer(stream, 1, nullptr, nullptr, nullptr, nullptr),
+    expect(gentl.DSAnnounceCompositeBuffer(stream, 0, nullptr, nullptr, nullptr, nullptr),
            GC_ERR_INVALID_PARAMETER, "DSAnnounceCompositeBuffer Error: ppSegments must not be NULL");
     expect(gentl.DSAnnounceCompositeBuffer(stream, 1, a.segments, nullptr, nullptr, nullptr),
            GC_ERR_INVALID_PARAMETER, "DSAnnounceCompositeBuffer Error: piSizes must not be NULL");
@@ -292,6 +305,8 @@ TEST_F(FunctionsThatAreNotImplemented, TellOfAWrongArgumentFirst)
     EXPECT_EQ(a.number, 0U);
     expect(gentl.DSGetBufferSegmentInfo(stream, buffer, 0, 0, nullptr, nullptr, &a.size),
            GC_ERR_INVALID_PARAMETER, "DSGetBufferSegmentInfo Error: piType must not be NULL");
+    expect(gentl.DSGetBufferSegmentInfo(stream, buffer, 0, 0, &a.type, nullptr, nullptr),
+           GC_ERR_INVALID_PARAMETER, "DSGetBufferSegmentInfo Error: piSize must not be NULL");
     expect(gentl.DSGetBufferSegmentInfo(stream, buffer, 0, 0, &a.type, nullptr, &a.size),
            GC_ERR_NOT_IMPLEMENTED, "DSGetBufferSegmentInfo Error: not implemented");
     expect(gentl.DSGetNumBufferParts(stream, buffer, nullptr), GC_ERR_INVALID_PARAMETER,

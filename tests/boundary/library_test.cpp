@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <barrier>
+#include <functional>
 #include <thread>
 
 namespace GenTL::internal
@@ -200,6 +202,58 @@ TEST_F(LastErrorTest, BelongsToAThread)
     EXPECT_EQ(GetLastError().code, GC_ERR_INVALID_HANDLE);
 }
 
+/// A second thread that does something, waits until this one did its part, and then asks for its last error.
+LastError LastErrorOfAThread(const std::function<void()> &first, const std::function<void()> &meanwhile)
+{
+    std::barrier meeting(2);
+    LastError error;
+    std::thread other(
+        [&]
+        {
+            first();
+            meeting.arrive_and_wait();
+            meeting.arrive_and_wait();
+            error = GetLastError();
+        });
+    meeting.arrive_and_wait();
+    meanwhile();
+    meeting.arrive_and_wait();
+    other.join();
+    return error;
+}
+
+TEST_F(LastErrorTest, OfAnotherThreadOutlivesClosingAndInitialisation)
+{
+    const auto error = LastErrorOfAThread([&] { gentl.TLClose(this); },
+                                          [&]
+                                          {
+                                              gentl.GCCloseLib();
+                                              gentl.GCInitLib();
+                                          });
+    EXPECT_EQ(error, (LastError{GC_ERR_SUCCESS, GC_ERR_INVALID_HANDLE, "TLClose Error: Handle not found!"}));
+}
+
+TEST_F(LastErrorTest, LosesItsTextButNotItsCodeForTheThreadThatCloses)
+{
+    const auto error = LastErrorOfAThread(
+        [&]
+        {
+            gentl.TLClose(this);
+            gentl.GCCloseLib();
+        },
+        [&] { gentl.GCInitLib(); });
+    EXPECT_EQ(error, (LastError{GC_ERR_SUCCESS, GC_ERR_INVALID_HANDLE, "No Error"}));
+}
+
+TEST_F(LastErrorTest, IsAlsoThatOfACallWhileTheLibraryWasClosed)
+{
+    ASSERT_EQ(gentl.GCCloseLib(), GC_ERR_SUCCESS);
+    const auto error =
+        LastErrorOfAThread([&] { gentl.TLGetNumInterfaces(this, nullptr); }, [&] { gentl.GCInitLib(); });
+    EXPECT_EQ(error, (LastError{GC_ERR_SUCCESS, GC_ERR_NOT_INITIALIZED,
+                                "TLGetNumInterfaces Error: Library not initialized"}));
+}
+
 TEST_F(LastErrorTest, TellsItsCodeAlsoInABufferThatIsTooShort)
 {
     EXPECT_EQ(gentl.TLClose(this), GC_ERR_INVALID_HANDLE);
@@ -213,6 +267,18 @@ TEST_F(LastErrorTest, TellsItsCodeAlsoInABufferThatIsTooShort)
     EXPECT_EQ(code, GC_ERR_INVALID_HANDLE);
     EXPECT_EQ(size, text.size() - 1);
     EXPECT_EQ(text, std::string(text.size(), 'x'));
+}
+
+TEST_F(LastErrorTest, TellsItsSizeAlsoWithMoreRoomThanItNeeds)
+{
+    EXPECT_EQ(gentl.TLClose(this), GC_ERR_INVALID_HANDLE);
+    const std::string expected = "TLClose Error: Handle not found!";
+    GC_ERROR code = 0;
+    std::string text(100, 'x');
+    size_t size = text.size();
+    EXPECT_EQ(gentl.GCGetLastError(&code, text.data(), &size), GC_ERR_SUCCESS);
+    EXPECT_EQ(size, expected.size() + 1);
+    EXPECT_EQ(text, expected + '\0' + std::string(100 - size, 'x'));
 }
 
 TEST_F(LastErrorTest, HasTheCodeOfTheLowerProducer)

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <spdlog/sinks/ostream_sink.h>
+#include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
 #include <sstream>
@@ -12,6 +13,9 @@ namespace
 {
 
 using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::StartsWith;
 
 /// A host with a logger of its own under the name that the producer looks for.
 class Logging : public testing::Test
@@ -58,9 +62,95 @@ TEST_F(Logging, TakesItsLevelInAnyCase)
 
 TEST_F(Logging, IsOffForAnUnknownLevel)
 {
-    const EnvironmentVariable level("PROXY_TL_LOG_LEVEL", "verbose");
+    for (const auto *name : {"verbose", "warning", "err", "2", " info", ""})
+    {
+        const EnvironmentVariable level("PROXY_TL_LOG_LEVEL", name);
+        spdlog::drop("gentli_proxy");
+        spdlog::register_logger(logger);
+        ASSERT_EQ(Gentl().GCInitLib(), GC_ERR_SUCCESS);
+        EXPECT_EQ(logger->level(), spdlog::level::off) << name;
+        Gentl().GCCloseLib();
+    }
+}
+
+TEST_F(Logging, SetsLevelAndPatternOfAllLoggers)
+{
+    const EnvironmentVariable level("PROXY_TL_LOG_LEVEL", "warn");
+    const EnvironmentVariable pattern("PROXY_TL_LOG_PATTERN", "<%*> %v");
+    std::ostringstream otherText;
+    const auto other = std::make_shared<spdlog::logger>(
+        "other", std::make_shared<spdlog::sinks::ostream_sink_mt>(otherText));
+    spdlog::register_logger(other);
     ASSERT_EQ(Gentl().GCInitLib(), GC_ERR_SUCCESS);
-    EXPECT_EQ(logger->level(), spdlog::level::off);
+    EXPECT_EQ(other->level(), spdlog::level::warn);
+    other->log(spdlog::source_loc{"f.cpp", 1, "void A::B::C()"}, spdlog::level::warn, "text");
+    EXPECT_EQ(otherText.str(), "<B::C> text\n");
+}
+
+TEST_F(Logging, GoesToStandardOutputWhenTheHostHasNoLoggerForIt)
+{
+    spdlog::drop("gentli_proxy");
+    const EnvironmentVariable level("PROXY_TL_LOG_LEVEL", "error");
+    const EnvironmentVariable pattern("PROXY_TL_LOG_PATTERN", "%l: %v");
+    testing::internal::CaptureStdout();
+    const auto result = Gentl().GCInitLib();
+    Gentl().TLClose(this);
+    const auto own = spdlog::get("gentli_proxy");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "error: Handle not found!\n");
+    ASSERT_EQ(result, GC_ERR_SUCCESS);
+    ASSERT_NE(own, nullptr);
+    ASSERT_EQ(own->sinks().size(), 1U);
+    EXPECT_NE(dynamic_cast<spdlog::sinks::stdout_color_sink_mt *>(own->sinks().front().get()), nullptr);
+}
+
+/// Writes the part of a line that is to be coloured between braces.
+class ColourSink final : public spdlog::sinks::sink
+{
+public:
+    void log(const spdlog::details::log_msg &message) override
+    {
+        spdlog::memory_buf_t line;
+        m_formatter->format(message, line);
+        text.assign(line.data(), line.size());
+        text.insert(message.color_range_end, "}");
+        text.insert(message.color_range_start, "{");
+    }
+    void flush() override {}
+    void set_pattern(const std::string &) override {}
+    void set_formatter(std::unique_ptr<spdlog::formatter> formatter) override
+    {
+        m_formatter = std::move(formatter);
+    }
+
+    std::string text;
+
+private:
+    std::unique_ptr<spdlog::formatter> m_formatter;
+};
+
+TEST_F(Logging, TellsTimeLevelFunctionAndTextUnlessThePatternIsGiven)
+{
+    const EnvironmentVariable level("PROXY_TL_LOG_LEVEL", "error");
+    const auto sink = std::make_shared<ColourSink>();
+    logger->sinks() = {sink};
+    ASSERT_EQ(Gentl().GCInitLib(), GC_ERR_SUCCESS);
+    Gentl().TLClose(this);
+    EXPECT_THAT(sink->text, MatchesRegex("\\[[0-9]{2}:[0-9]{2}:[0-9]{2}\\] \\[\\{error\\}\\] "
+                                         "\\([^(]*GC_ERROR [^()]*\\) Handle not found!\n"));
+}
+
+TEST_F(Logging, IsSetUpBeforeTheLowerProducerAndStaysWhenThatFails)
+{
+    const EnvironmentVariable level("PROXY_TL_LOG_LEVEL", "error");
+    const EnvironmentVariable pattern("PROXY_TL_LOG_PATTERN", "%l %v");
+    {
+        const EnvironmentVariable nowhere("PROXY_TL_CTI_PATH", "/nowhere/x.cti");
+        EXPECT_EQ(Gentl().GCInitLib(), GC_ERR_ERROR);
+    }
+    EXPECT_THAT(text.str(), StartsWith("critical Loading CTI /nowhere/x.cti failed! Code: "));
+    EXPECT_EQ(spdlog::default_logger(), logger);
+    const EnvironmentVariable path("PROXY_TL_CTI_PATH", lower.Path());
+    EXPECT_EQ(Gentl().GCInitLib(), GC_ERR_SUCCESS);
 }
 
 TEST_F(Logging, TakesEachLevel)

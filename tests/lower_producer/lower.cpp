@@ -297,7 +297,7 @@ extern "C"
     GC_API GC_ERROR GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
     {
         LOWER(
-            GCGetInfo, switch (iInfoCmd) {
+            GCGetInfo, self.infoCommands.push_back(iInfoCmd); switch (iInfoCmd) {
                 case TL_INFO_GENTL_VER_MAJOR:
                     return AnswerValue(INFO_DATATYPE_UINT32, self.versionMajor, piType, pBuffer, piSize);
                 case TL_INFO_GENTL_VER_MINOR:
@@ -359,30 +359,35 @@ extern "C"
         LOWER(GCUnregisterEvent, std::erase_if(self.open, [](void *handle) { return Is(handle, Event); }););
     }
 
-    GC_API GC_ERROR EventGetData(EVENT_HANDLE, void *pBuffer, size_t *piSize, uint64_t iTimeout)
+    GC_API GC_ERROR EventGetData(EVENT_HANDLE hEvent, void *pBuffer, size_t *piSize, uint64_t iTimeout)
     {
-        LOWER(EventGetData, WaitForFrame(self, lock, pBuffer, piSize, iTimeout););
+        LOWER(EventGetData, self.eventCalls.push_back({"EventGetData", hEvent, iTimeout});
+              WaitForFrame(self, lock, pBuffer, piSize, iTimeout););
     }
 
-    GC_API GC_ERROR EventGetDataInfo(EVENT_HANDLE, const void *, size_t, EVENT_DATA_INFO_CMD, INFO_DATATYPE *,
-                                     void *, size_t *)
+    GC_API GC_ERROR EventGetDataInfo(EVENT_HANDLE hEvent, const void *, size_t, EVENT_DATA_INFO_CMD iInfoCmd,
+                                     INFO_DATATYPE *, void *, size_t *)
     {
-        LOWER(EventGetDataInfo, );
+        LOWER(EventGetDataInfo,
+              self.eventCalls.push_back({"EventGetDataInfo", hEvent, static_cast<uint64_t>(iInfoCmd)}););
     }
 
-    GC_API GC_ERROR EventGetInfo(EVENT_HANDLE, EVENT_INFO_CMD, INFO_DATATYPE *, void *, size_t *)
+    GC_API GC_ERROR EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE *, void *,
+                                 size_t *)
     {
-        LOWER(EventGetInfo, );
+        LOWER(EventGetInfo,
+              self.eventCalls.push_back({"EventGetInfo", hEvent, static_cast<uint64_t>(iInfoCmd)}););
     }
 
-    GC_API GC_ERROR EventFlush(EVENT_HANDLE)
+    GC_API GC_ERROR EventFlush(EVENT_HANDLE hEvent)
     {
-        LOWER(EventFlush, );
+        LOWER(EventFlush, self.eventCalls.push_back({"EventFlush", hEvent}););
     }
 
-    GC_API GC_ERROR EventKill(EVENT_HANDLE)
+    GC_API GC_ERROR EventKill(EVENT_HANDLE hEvent)
     {
-        LOWER(EventKill, ++self.kills; self.changed.notify_all(););
+        LOWER(EventKill, self.eventCalls.push_back({"EventKill", hEvent}); ++self.kills;
+              self.changed.notify_all(););
     }
 
     GC_API GC_ERROR TLOpen(TL_HANDLE *phTL)

@@ -31,6 +31,16 @@ struct Frame
     bool isIncomplete = false;
 };
 
+/// A call of a function of events: the handle, and the timeout or the command where there is one.
+struct EventCall
+{
+    std::string function;
+    void *event = nullptr;
+    uint64_t argument = 0;
+
+    friend bool operator==(const EventCall &, const EventCall &) = default;
+};
+
 struct DeviceEntry
 {
     std::string id;
@@ -65,7 +75,9 @@ struct Producer
     // What happened.
     int initialized = 0;
     std::vector<std::string> calls;
-    std::set<void *> open; ///< handles of modules that are open now
+    std::vector<EventCall> eventCalls;
+    std::vector<TL_INFO_CMD> infoCommands; ///< what GCGetInfo was asked for
+    std::set<void *> open;                 ///< handles of modules that are open now
 
     size_t CountOf(std::string_view name) const
     {
