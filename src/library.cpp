@@ -37,13 +37,33 @@ constexpr auto loggerName = "gentli_proxy";
 constexpr auto defaultPattern = "[%T] [%^%l%$] (%*) %v";
 constexpr int32_t gigeVision = 1;
 
+// Consumers close the library, and may fail at it, when their static objects end, and those of the main
+// thread outlive its thread-local ones. Without a destructor, so it can be read until the very end.
+thread_local bool isLastErrorGone = false;
+
 struct LastError
 {
     std::string message; ///< empty: no error
     GC_ERROR code = GC_ERR_SUCCESS;
+
+    ~LastError() { isLastErrorGone = true; }
 };
 
-thread_local LastError lastError;
+/// The calling thread's last error; null at the end of the thread.
+LastError *CurrentLastError()
+{
+    thread_local LastError lastError;
+    return isLastErrorGone ? nullptr : &lastError;
+}
+
+void SetCurrentLastError(std::string message, GC_ERROR code)
+{
+    if (auto *const lastError = CurrentLastError())
+    {
+        lastError->message = std::move(message);
+        lastError->code = code;
+    }
+}
 
 std::string LowerCaseVariable(const std::string &name)
 {
@@ -103,7 +123,7 @@ void Library::Initialize()
         throw GenTLException(text, GC_ERR_RESOURCE_IN_USE);
     }
     SetUpLogging();
-    lastError = {};
+    SetCurrentLastError({}, GC_ERR_SUCCESS);
     BringUpLowerProducer();
     BringUpVisionLibrary();
     // At exit, objects end in the reverse order of their making. What a consumer left open must be closed
@@ -176,7 +196,7 @@ void Library::Shutdown()
     m_proxy->GCCloseLib();
     m_proxy.reset();
     // The code stays: only GCInitLib makes a thread forget it.
-    lastError.message.clear();
+    SetCurrentLastError({}, GetLastErrorCode());
     TearDownLogging();
     m_initialized = false;
 }
@@ -299,18 +319,19 @@ InstanceManager &Library::GetInstanceManager()
 
 void Library::SetLastError(std::string_view function, std::string_view message, GC_ERROR code)
 {
-    lastError.code = code;
-    lastError.message = fmt::format("{} Error: {}", function, message);
+    SetCurrentLastError(fmt::format("{} Error: {}", function, message), code);
 }
 
 std::string_view Library::GetLastErrorMessage() const
 {
-    return lastError.message;
+    const auto *const lastError = CurrentLastError();
+    return lastError != nullptr ? std::string_view(lastError->message) : std::string_view();
 }
 
 GC_ERROR Library::GetLastErrorCode() const
 {
-    return lastError.code;
+    const auto *const lastError = CurrentLastError();
+    return lastError != nullptr ? lastError->code : GC_ERR_SUCCESS;
 }
 
 IGenTLProxy &Library::GetProxy()

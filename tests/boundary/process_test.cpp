@@ -42,13 +42,21 @@ struct Producer
         void *const library = dlopen(QVR_LIB_DIR "/qvr_proxygentl.cti", RTLD_NOW | RTLD_LOCAL);
         Load(library, "GCGetInfo", info);
         Load(library, "GCInitLib", initialize);
+        Load(library, "GCGetLastError", lastError);
+        Load(library, "EventFlush", flushEvent);
+        Load(library, "GCCloseLib", close);
         Load(library, "TLOpen", openSystem);
+        Load(library, "TLClose", closeSystem);
         Load(library, "TLOpenInterface", openInterface);
     }
 
     decltype(&GCGetInfo) info{};
     decltype(&GCInitLib) initialize{};
+    decltype(&GCGetLastError) lastError{};
+    decltype(&EventFlush) flushEvent{};
+    decltype(&GCCloseLib) close{};
     decltype(&TLOpen) openSystem{};
+    decltype(&TLClose) closeSystem{};
     decltype(&TLOpenInterface) openInterface{};
 };
 
@@ -108,6 +116,66 @@ TEST_F(ProcessDeathTest, HasNoTransportTypeBeforeTheSystemIsOpen)
             _exit(0);
         },
         testing::ExitedWithCode(0), "^0 1 1 \"\"$");
+}
+
+TEST_F(ProcessDeathTest, SharesTheSymbolsOfTheLowerProducerWithAll)
+{
+    EXPECT_EXIT(
+        {
+            const VisionLibrary vision;
+            const Producer producer;
+            const auto *const before = dlsym(RTLD_DEFAULT, "LowerProducer");
+            producer.initialize();
+            const auto *const after = dlsym(RTLD_DEFAULT, "LowerProducer");
+            _exit(before == nullptr && after != nullptr ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+const Producer *producerAtExit;
+
+TEST_F(ProcessDeathTest, ThatExitsHasNoLowerProducerForAConsumerThatStillCalls)
+{
+    EXPECT_EXIT(
+        {
+            ShowFailures();
+            const VisionLibrary vision;
+            const Producer producer;
+            producerAtExit = &producer;
+            // The library comes into being here, so it ends behind the consumer's part.
+            producer.flushEvent(nullptr);
+            std::atexit([] { _exit(producerAtExit->flushEvent(nullptr) == GC_ERR_ERROR ? 0 : 1); });
+            std::exit(producer.initialize() == GC_ERR_SUCCESS ? 2 : 3);
+        },
+        testing::ExitedWithCode(0), "^Proxy is not available!\n$");
+}
+
+TEST_F(ProcessDeathTest, ThatExitsMayFailAndCloseTheLibraryBehindTheEndOfItsThread)
+{
+    EXPECT_EXIT(
+        {
+            const VisionLibrary vision;
+            const Producer producer;
+            producerAtExit = &producer;
+            if (producer.initialize() != GC_ERR_SUCCESS || producer.closeSystem(nullptr) == GC_ERR_SUCCESS)
+            {
+                _exit(2);
+            }
+            std::atexit(
+                []
+                {
+                    const auto failure = producerAtExit->closeSystem(nullptr);
+                    GC_ERROR code = GC_ERR_ERROR;
+                    size_t size = 0;
+                    const auto told = producerAtExit->lastError(&code, nullptr, &size);
+                    const auto closed = producerAtExit->close();
+                    std::cerr << failure << ' ' << told << ' ' << code << ' ' << size << ' ' << closed;
+                    _exit(0);
+                });
+            std::exit(3);
+        },
+        // The thread's last error is gone by then.
+        testing::ExitedWithCode(0), "^-1006 0 0 9 0$");
 }
 
 LowerLibrary *lowerAtExit;
