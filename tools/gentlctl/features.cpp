@@ -562,10 +562,10 @@ std::string Features::Allowed(const std::string &name) const
         }
         try
         {
-            if (const auto *name = std::get_if<std::string>(&bound->Value);
-                name != nullptr && m_parser->TryFindConverter(*name))
+            if (const auto *formula = std::get_if<std::string>(&bound->Value);
+                formula != nullptr && m_parser->TryFindConverter(*formula))
             {
-                return fmt::format("{}", FormulaEvaluator(*m_port, *m_parser).Evaluate(*name));
+                return fmt::format("{}", FormulaEvaluator(*m_port, *m_parser).Evaluate(*formula));
             }
             const auto *known = std::get_if<VectorPtr>(&bound->Value);
             const auto value =
