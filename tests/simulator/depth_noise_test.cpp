@@ -156,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(Images, SimulatorDepthNoise,
                          ::testing::Values(NoisyImage{"Range", "Coord3D_C16", 2, "DepthNoise", 0.5},
                                            NoisyImage{"Range", "Coord3D_C8", 1, "DepthNoise", 8.0},
                                            NoisyImage{"Intensity", "Mono8", 1, "IntensityNoise", 1.0}),
-                         [](const auto &info) { return std::string(info.param.format); });
+                         [](const auto &image) { return std::string(image.param.format); });
 
 } // namespace
 } // namespace simulator_test
