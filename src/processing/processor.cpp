@@ -1,5 +1,6 @@
 #include "processing/processor.h"
 
+#include "common/exceptions.h"
 #include "processing/coord_task.h"
 #include "processing/passthrough_task.h"
 #include "processing/unpacker_task.h"
@@ -8,6 +9,7 @@
 #include "utils/map_at.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
 
 namespace GenTL::internal
@@ -15,6 +17,24 @@ namespace GenTL::internal
 
 using tarn::common::PixelFormat;
 using tarn::common::Size;
+
+namespace
+{
+
+/// The name of a format, or the number of what has none: a consumer may ask for anything.
+std::string Describe(PixelFormat format)
+{
+    try
+    {
+        return tarn::common::PixelFormatName(format);
+    }
+    catch (const tarn::common::InvalidParameterException &)
+    {
+        return std::to_string(static_cast<int64_t>(format));
+    }
+}
+
+} // namespace
 
 Processor::Processor()
 {
@@ -92,9 +112,8 @@ PixelFormat Processor::SetOutputPixelFormat(Component component, PixelFormat for
             return Activate(*task, component, *input, format);
         }
     }
-    throw GenTLException(
-        fmt::format("Output format {} is not available!", tarn::common::PixelFormatName(format)),
-        GC_ERR_INVALID_VALUE);
+    throw GenTLException(fmt::format("Output format {} is not available!", Describe(format)),
+                         GC_ERR_INVALID_VALUE);
 }
 
 PixelFormat Processor::SetOutputPixelFormat3d(Component component, PixelFormat format,
@@ -102,15 +121,14 @@ PixelFormat Processor::SetOutputPixelFormat3d(Component component, PixelFormat f
 {
     const auto fail = [&]
     {
-        throw GenTLException(fmt::format("Cannot set pixel format {} for component {}!",
-                                         tarn::common::PixelFormatName(format), component),
-                             GC_ERR_ERROR);
+        throw GenTLException(
+            fmt::format("Cannot set pixel format {} for component {}!", Describe(format), component),
+            GC_ERR_ERROR);
     };
     const auto input = m_coordTask->MatchInputFormat(component, format, inputs);
     if (!input)
     {
-        SPDLOG_ERROR("Unknown component: {}, PixelFormat: {}", component,
-                     tarn::common::PixelFormatName(format));
+        SPDLOG_ERROR("Unknown component: {}, PixelFormat: {}", component, Describe(format));
         fail();
     }
     m_activeTask = m_coordTask;

@@ -74,11 +74,26 @@ TEST_F(Processor3dTest, RefusesA3dDeviceThatOffersNothingToProcess)
     EXPECT_EQ(
         FailureOf([&] { processor->AvailableOutputPixelFormats(Component::Image3D); }),
         (Failure{"Could not find suitable output pixel formats for component: Image3D!", GC_ERR_ERROR}));
-    EXPECT_EQ(FailureOf([&] { processor->SetOutputPixelFormat(Component::Image3D, PixelFormat::Mono8); }),
+    const auto set = [&](PixelFormat format) { processor->SetOutputPixelFormat(Component::Image3D, format); };
+    EXPECT_EQ(FailureOf([&] { set(PixelFormat::Mono8); }),
               (Failure{"Cannot set pixel format Mono8 for component Image3D!", GC_ERR_ERROR}));
+    EXPECT_EQ(FailureOf([&] { set(static_cast<PixelFormat>(4711)); }),
+              (Failure{"Cannot set pixel format 4711 for component Image3D!", GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(),
                 ElementsAre("error: Could not find suitable output pixel formats for component: Image3D",
-                            "error: Unknown component: Image3D, PixelFormat: Mono8"));
+                            "error: Unknown component: Image3D, PixelFormat: Mono8",
+                            "error: Unknown component: Image3D, PixelFormat: 4711"));
+}
+
+TEST_F(Processor3dTest, KeepsItsTaskWhenNoInputGivesTheFormat)
+{
+    Offer(Component::Image2D, {PixelFormat::Mono8});
+    processor->SetOutputPixelFormat(Component::Image2D, PixelFormat::Mono8);
+    SetScale();
+    EXPECT_EQ(FailureOf([&] { processor->SetOutputPixelFormat(Component::Image2D, PixelFormat::Mono16); }),
+              (Failure{"Cannot set pixel format Mono16 for component Image2D!", GC_ERR_ERROR}));
+    EXPECT_EQ(processor->OutputPixelFormat(Component::Image2D), PixelFormat::Mono8)
+        << "which the last task knows nothing of";
 }
 
 TEST_F(Processor3dTest, GivesTheFormatOfTheModeInPlaceOfAnother)
@@ -147,6 +162,7 @@ TEST_F(Processor3dTest, NeedsAnInputFormatForAMode)
     SetScale();
     EXPECT_EQ(FailureOf([&] { processor->SetScan3dOutputMode(Mode::CalibratedC); }),
               PlainFailure(keyNotFound));
+    EXPECT_EQ(processor->GetScan3dOutputMode(), Mode::CalibratedC) << "the mode is set before";
 }
 
 TEST_F(Processor3dTest, RefusesAModeThatMakesNothingOfTheInput)
@@ -214,6 +230,23 @@ TEST_F(Processor3dTest, AsksForTheGeometryWhenAcquisitionStarts)
     ASSERT_EQ(vision->undistortions.size(), 1U);
     EXPECT_THAT(vision->undistortions.begin()->second.metadata,
                 ElementsAre(scripted::Entry{"UInt", "BinningVertical", "3"}));
+}
+
+TEST_F(Processor3dTest, IsFrozenBeforeItAsksForTheGeometry)
+{
+    SetScale();
+    const auto set = [&] { processor->SetScan3dOutputMode(Mode::CalibratedC); };
+    const Failure frozen{"Cannot change Scan3dOutputMode while acquisition is running!",
+                         GC_ERR_ACCESS_DENIED};
+    Failure whileAsked;
+    processor->SetMetadataCallback(
+        [&]
+        {
+            whileAsked = FailureOf(set);
+            return Metadata();
+        });
+    processor->AcquisitionStarted();
+    EXPECT_EQ(whileAsked, frozen);
 }
 
 TEST_F(Processor3dTest, StartsWithoutACallbackForTheGeometry)

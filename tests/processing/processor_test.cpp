@@ -1,9 +1,12 @@
 #include "processing/processor.h"
 
 #include "support/failure.h"
+#include "support/log_capture.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 namespace GenTL::internal
@@ -13,6 +16,7 @@ namespace
 
 using tarn::common::PixelFormat;
 using tarn::common::Size;
+using testing::ElementsAre;
 
 class ProcessorTest : public testing::Test
 {
@@ -47,6 +51,25 @@ TEST_F(ProcessorTest, GivesTheDevicesPayloadSizeBeforeAnyFormatIsSet)
     EXPECT_EQ(processor.PayloadSize(), 12345U);
 }
 
+TEST_F(ProcessorTest, AsksForThePayloadSizeAndThenForTheImageSizeInAnyCase)
+{
+    std::string asked;
+    processor.SetPayloadSizeCallback(
+        [&]
+        {
+            asked += "payload ";
+            return uint64_t{7};
+        });
+    processor.SetImageSizeCallback(
+        [&]
+        {
+            asked += "image";
+            return Size{1, 1};
+        });
+    EXPECT_EQ(processor.PayloadSize(), 7U);
+    EXPECT_EQ(asked, "payload image");
+}
+
 TEST_F(ProcessorTest, KeepsWhatElseIsInThePayloadCounted)
 {
     SetCallbacks(10000 + 64, {100, 100});
@@ -79,21 +102,62 @@ TEST_F(ProcessorTest, KeepsAnOutputFormatPerComponent)
     EXPECT_EQ(processor.OutputPixelFormat(Component::Confidence), PixelFormat::Confidence8);
 }
 
+TEST_F(ProcessorTest, AnswersForEachComponentWithTheTaskOfTheLastFormat)
+{
+    SetCallbacks(100, {10, 10});
+    Offer(Component::Image2D, {PixelFormat::Mono10p});
+    Offer(Component::Confidence, {PixelFormat::Confidence8});
+    processor.SetOutputPixelFormat(Component::Confidence, PixelFormat::Confidence8);
+    processor.SetOutputPixelFormat(Component::Image2D, PixelFormat::Mono10);
+    EXPECT_EQ(processor.OutputPixelFormat(Component::Confidence), PixelFormat::Mono10);
+    EXPECT_EQ(FailureOf([&] { processor.PayloadSize(); }),
+              (Failure{"Querying components other than Image2D currently not supported!", GC_ERR_ERROR}));
+}
+
+TEST_F(ProcessorTest, IsLeftAsItWasByAFormatThatItsTaskRefuses)
+{
+    SetCallbacks(100, {10, 10});
+    Offer(Component::Image2D, {PixelFormat::Mono8});
+    Offer(Component::Confidence, {PixelFormat::Mono10p});
+    processor.SetOutputPixelFormat(Component::Image2D, PixelFormat::Mono8);
+    EXPECT_EQ(FailureOf([&] { processor.SetOutputPixelFormat(Component::Confidence, PixelFormat::Mono10); }),
+              (Failure{"Setting components other than Image2D currently not supported!", GC_ERR_ERROR}));
+    EXPECT_EQ(FailureOf([&] { processor.OutputPixelFormat(Component::Confidence); }),
+              (Failure{"Output pixel format not set for component Confidence!", GC_ERR_ERROR}));
+    EXPECT_EQ(processor.PayloadSize(), 100U) << "copied through as before";
+}
+
+TEST_F(ProcessorTest, RefusesAFormatWithoutANameByItsNumber)
+{
+    Offer(Component::Image2D, {PixelFormat::Mono8, PixelFormat::Mono10p});
+    const auto set = [&](int64_t code)
+    { processor.SetOutputPixelFormat(Component::Image2D, static_cast<PixelFormat>(code)); };
+    EXPECT_EQ(FailureOf([&] { set(4711); }),
+              (Failure{"Output format 4711 is not available!", GC_ERR_INVALID_VALUE}));
+    EXPECT_EQ(FailureOf([&] { set(0xFFFFFFFF); }),
+              (Failure{"Output format 4294967295 is not available!", GC_ERR_INVALID_VALUE}));
+}
+
 TEST_F(ProcessorTest, RefusesAFormatThatNoTaskMakes)
 {
+    const LogCapture log;
     Offer(Component::Image2D, {PixelFormat::Mono8});
     EXPECT_EQ(FailureOf([&] { processor.SetOutputPixelFormat(Component::Image2D, PixelFormat::RGB8); }),
               (Failure{"Output format RGB8 is not available!", GC_ERR_INVALID_VALUE}));
     EXPECT_EQ(FailureOf([&] { processor.OutputPixelFormat(Component::Image2D); }),
               (Failure{"Output pixel format not set for component Image2D!", GC_ERR_ERROR}));
+    EXPECT_THAT(log.Lines(), ElementsAre("error: Output pixel format not set for component Image2D!"));
 }
 
 TEST_F(ProcessorTest, RefusesAComponentThatWasNotOffered)
 {
+    const LogCapture log;
     const Failure expected{"Unknown component Confidence!", GC_ERR_ERROR};
     EXPECT_EQ(FailureOf([&] { processor.SetOutputPixelFormat(Component::Confidence, PixelFormat::Mono8); }),
               expected);
     EXPECT_EQ(FailureOf([&] { processor.AvailableOutputPixelFormats(Component::Confidence); }), expected);
+    EXPECT_THAT(log.Lines(),
+                ElementsAre("error: Unknown component: Confidence", "error: Unknown component: Confidence"));
 }
 
 TEST_F(ProcessorTest, RefusesAComponentWithoutFormats)
@@ -108,8 +172,11 @@ TEST_F(ProcessorTest, FreezesTheFormatWhileAcquisitionRuns)
     Offer(Component::Image2D, {PixelFormat::Mono8});
     const auto set = [&] { processor.SetOutputPixelFormat(Component::Image2D, PixelFormat::Mono8); };
     processor.AcquisitionStarted();
-    EXPECT_EQ(FailureOf(set),
-              (Failure{"Cannot change PixelFormat while acquisition is running!", GC_ERR_ACCESS_DENIED}));
+    const Failure frozen{"Cannot change PixelFormat while acquisition is running!", GC_ERR_ACCESS_DENIED};
+    EXPECT_EQ(FailureOf(set), frozen);
+    EXPECT_EQ(FailureOf([&] { processor.SetOutputPixelFormat(Component::Image3D, PixelFormat::Mono8); }),
+              frozen)
+        << "ahead of the question whether the component is known";
     processor.AcquisitionStopped();
     EXPECT_EQ(FailureOf(set), Failure{});
 }
