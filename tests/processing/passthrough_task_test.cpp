@@ -1,7 +1,9 @@
 #include "processing/passthrough_task.h"
 
 #include "support/failure.h"
+#include "support/log_capture.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <numeric>
@@ -13,6 +15,7 @@ namespace
 {
 
 using tarn::common::PixelFormat;
+using testing::ElementsAre;
 
 class PassthroughTaskTest : public testing::Test
 {
@@ -39,10 +42,12 @@ TEST_F(PassthroughTaskTest, CopiesIntoAnOutputOfExactlyTheInputsSize)
 
 TEST_F(PassthroughTaskTest, RefusesAnOutputThatIsOneByteShortAndCopiesNothing)
 {
+    const LogCapture log;
     destination.assign(99, 0);
     EXPECT_EQ(FailureOf([&] { task.Process(input, destination); }),
               (Failure{"Output buffer is smaller than input buffer!", GC_ERR_ERROR}));
     EXPECT_EQ(destination, std::vector<uint8_t>(99, 0));
+    EXPECT_THAT(log.Lines(), ElementsAre("critical: Output buffer is smaller than input buffer!"));
 }
 
 TEST_F(PassthroughTaskTest, MovesThePartsToTheOutput)
@@ -87,6 +92,7 @@ TEST_F(PassthroughTaskTest, WritesAnImageOfItsOutputFormat)
 
 TEST_F(PassthroughTaskTest, KnowsNoFormatOfAComponentThatWasNotSet)
 {
+    const LogCapture log;
     EXPECT_EQ(FailureOf([&] { task.OutputFormat(Component::Image3D); }),
               PlainFailure("unordered_map::at: key not found"));
     EXPECT_EQ(FailureOf(
@@ -94,6 +100,7 @@ TEST_F(PassthroughTaskTest, KnowsNoFormatOfAComponentThatWasNotSet)
                       task.ImagePayloadSize(Component::Image3D, {1, 1});
                   }),
               (Failure{"Unknown component Image3D!", GC_ERR_ERROR}));
+    EXPECT_THAT(log.Lines(), ElementsAre("error: Unknown component: Image3D"));
 }
 
 TEST_F(PassthroughTaskTest, GivesWhatItGets)

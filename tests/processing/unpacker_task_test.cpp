@@ -5,7 +5,10 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
 namespace GenTL::internal
@@ -40,6 +43,24 @@ protected:
         std::vector<uint16_t> samples(count);
         std::memcpy(samples.data(), output.data(), count * 2);
         return samples;
+    }
+
+    using Entry = std::tuple<uint64_t, ptrdiff_t, size_t>; ///< id, offset, length
+
+    static std::vector<Entry> EntriesOf(const ProcessingResult &result)
+    {
+        std::vector<Entry> entries;
+        for (const ChunkEntry entry : result.chunks.value().entries)
+        {
+            entries.emplace_back(entry.ChunkID, entry.ChunkOffset, entry.ChunkLength);
+        }
+        return entries;
+    }
+
+    std::vector<uint8_t> OutputAt(size_t offset, size_t count) const
+    {
+        const auto first = output.begin() + static_cast<ptrdiff_t>(offset);
+        return {first, first + static_cast<ptrdiff_t>(count)};
     }
 
     // Upper eight bits 1, 2, 3, 255; lower two 0, 1, 2, 3. Behind the image a trailer and a chunk.
@@ -80,22 +101,49 @@ TEST_F(UnpackerTaskTest, WritesATrailerBehindAnImageChunk)
     ASSERT_TRUE(result.chunks);
     EXPECT_EQ(result.chunks->payloadSize, 0U);
     EXPECT_EQ(result.chunks->layoutId, 0U);
-    ASSERT_EQ(result.chunks->entries.size(), 1U);
-    const auto entry = result.chunks->entries.front();
-    EXPECT_EQ(size_t{entry.ChunkLength}, 8U);
-    EXPECT_EQ((std::vector<uint8_t>(output.begin() + 8, output.begin() + 17)),
-              (std::vector<uint8_t>{0x11, 0, 0, 0, 8, 0, 0, 0, 0xAA}));
+    EXPECT_EQ(EntriesOf(result), (std::vector<Entry>{{0x11, 0, 8}}));
+    EXPECT_EQ(OutputAt(8, 9), (std::vector<uint8_t>{0x11, 0, 0, 0, 8, 0, 0, 0, 0xAA}));
 }
 
 TEST_F(UnpackerTaskTest, MovesTheChunksBehindTheLargerImage)
 {
     input.chunks = ChunkList{.entries = {{0x11, 0, 5}, {0x22, 13, 3}}};
     const auto result = task.Process(input, output);
-    ASSERT_EQ(result.chunks->entries.size(), 2U);
-    const auto entry = result.chunks->entries.back();
-    EXPECT_EQ(ptrdiff_t{entry.ChunkOffset}, 16);
-    EXPECT_EQ((std::vector<uint8_t>(output.begin() + 16, output.begin() + 27)),
-              (std::vector<uint8_t>{7, 8, 9, 0x22, 0, 0, 0, 3, 0, 0, 0}));
+    EXPECT_EQ(EntriesOf(result), (std::vector<Entry>{{0x11, 0, 8}, {0x22, 16, 3}}));
+    EXPECT_EQ(OutputAt(8, 19), (std::vector<uint8_t>{0x11, 0, 0, 0, 8, 0, 0, 0, 7, 8, 9, //
+                                                     0x22, 0, 0, 0, 3, 0, 0, 0}));
+}
+
+TEST_F(UnpackerTaskTest, MovesTheChunksForwardBehindASmallerImage)
+{
+    input.chunks = ChunkList{.entries = {{0x11, 0, 10}, {0x22, 13, 3}}};
+    EXPECT_EQ(EntriesOf(task.Process(input, output)), (std::vector<Entry>{{0x11, 0, 8}, {0x22, 11, 3}}));
+    EXPECT_EQ(OutputAt(11, 3), (std::vector<uint8_t>{7, 8, 9}));
+}
+
+TEST_F(UnpackerTaskTest, GoesThroughTheChunksInTheOrderOfTheirList)
+{
+    input.chunks = ChunkList{.entries = {{0x22, 13, 3}, {0x11, 0, 5}}};
+    EXPECT_EQ(EntriesOf(task.Process(input, output)), (std::vector<Entry>{{0x22, 16, 3}, {0x11, 0, 8}}));
+    // The trailers stand as far behind each other as the chunks are long, wherever the chunks are.
+    EXPECT_EQ(OutputAt(3, 8), (std::vector<uint8_t>{0x22, 0, 0, 0, 3, 0, 0, 0}));
+    EXPECT_EQ(OutputAt(16, 3), (std::vector<uint8_t>{7, 8, 9}));
+    EXPECT_EQ(OutputAt(19, 8), (std::vector<uint8_t>{0x11, 0, 0, 0, 8, 0, 0, 0}));
+}
+
+TEST_F(UnpackerTaskTest, MovesTheChunksByTheFirstOfTwoImages)
+{
+    output.resize(60);
+    input.chunks = ChunkList{.entries = {{0x11, 0, 5}, {0x12, 0, 4}, {0x22, 13, 3}}};
+    EXPECT_EQ(EntriesOf(task.Process(input, output)),
+              (std::vector<Entry>{{0x11, 0, 8}, {0x12, 0, 8}, {0x22, 16, 3}}));
+}
+
+TEST_F(UnpackerTaskTest, WritesTheLowHalfOfALongId)
+{
+    input.chunks = ChunkList{.entries = {{0x9988776655443322, 0, 5}}};
+    EXPECT_EQ(EntriesOf(task.Process(input, output)), (std::vector<Entry>{{0x9988776655443322, 0, 8}}));
+    EXPECT_EQ(OutputAt(8, 8), (std::vector<uint8_t>{0x22, 0x33, 0x44, 0x55, 8, 0, 0, 0}));
 }
 
 TEST_F(UnpackerTaskTest, RefusesChunksWithoutAnImageAfterTheConversion)
@@ -135,6 +183,10 @@ TEST_F(UnpackerTaskTest, TakesAnUnknownSizeForAnEmptyImage)
     input.attributes.width.reset();
     task.Process(input, output);
     EXPECT_EQ(output, std::vector<uint8_t>(40, 0xAA));
+    input.attributes.width = 4;
+    input.attributes.height.reset();
+    task.Process(input, output);
+    EXPECT_EQ(output, std::vector<uint8_t>(40, 0xAA));
 }
 
 TEST(UnpackerTask, NeedsRoomForFortyLinesMore)
@@ -142,6 +194,7 @@ TEST(UnpackerTask, NeedsRoomForFortyLinesMore)
     UnpackerTask task;
     task.SetOutputFormat(Component::Image2D, PixelFormat::Mono10);
     EXPECT_EQ(task.ImagePayloadSize(Component::Image2D, {1000, 1000}), 2080000U);
+    EXPECT_EQ(task.ImagePayloadSize(Component::Image2D, {1, 0xFFFFFFFF}), 39U * 2) << "counted in 32 bits";
 }
 
 TEST(UnpackerTask, KnowsOneComponent)
@@ -163,9 +216,14 @@ TEST(UnpackerTask, OffersTheUnpackedFormOfAPackedFormatOnly)
     EXPECT_EQ(task.AvailableOutputFormats(Component::Image2D, PixelFormat::BayerRG12g24QVR_I_A_B),
               std::vector{PixelFormat::BayerRG12_AB});
     EXPECT_TRUE(task.AvailableOutputFormats(Component::Image2D, PixelFormat::Mono8_I_A_B).empty());
+    EXPECT_EQ(task.AvailableOutputFormats(Component::Confidence, PixelFormat::Mono10p),
+              std::vector{PixelFormat::Mono10})
+        << "whatever the component";
     const std::vector inputs{PixelFormat::Mono8, PixelFormat::Mono10p, PixelFormat::Mono10g40QVR};
     EXPECT_EQ(task.MatchInputFormat(Component::Image2D, PixelFormat::Mono10, inputs), PixelFormat::Mono10p);
     EXPECT_EQ(task.MatchInputFormat(Component::Image2D, PixelFormat::Mono8, inputs), std::nullopt);
+    EXPECT_EQ(task.MatchInputFormat(Component::Image2D, PixelFormat::Mono8_AB, {PixelFormat::Mono8_I_A_B}),
+              std::nullopt);
 }
 
 } // namespace
