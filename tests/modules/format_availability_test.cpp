@@ -18,7 +18,16 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::SizeIs;
 
-using FormatAvailability = OverrideTest;
+class FormatAvailability : public OverrideTest
+{
+protected:
+    static constexpr uint64_t modeAddress = 0x170;
+
+    void UseModes(const std::string &entries)
+    {
+        extra += Enumeration("Scan3dOutputMode", modeAddress, {}, entries);
+    }
+};
 
 TEST_F(FormatAvailability, TellTheProcessorAboutTheFormatsOfTheDevice)
 {
@@ -169,6 +178,38 @@ TEST_F(FormatAvailability, LeaveConditionsAloneThatNoOutputFormatHas)
     EXPECT_EQ(Read(implementedAddress, 4), BytesOf(uint32_t{0x70}));
     WriteBytes(availableAddress, {1, 2, 3, 4});
     EXPECT_THAT(writes, ElementsAre(Write{availableAddress, {1, 2, 3, 4}}));
+}
+
+TEST_F(FormatAvailability, FollowWhatAnother3dModeMakes)
+{
+    UseConditions();
+    UseSelector();
+    UseModes(Entry("CalibratedC", 15));
+    processor->available[Component::Image2D] = {PixelFormat::Mono8};
+    processor->available[Component::Image3D] = {PixelFormat::Mono8};
+    Open();
+    Select(range);
+    EXPECT_EQ(Read(availableAddress, 4), BytesOf(uint32_t{0b0011}));
+    processor->available[Component::Image3D] = {PixelFormat::RGB8};
+    Forget();
+    WriteBytes(modeAddress, BytesOf(uint32_t{15}));
+    EXPECT_THAT(writes, testing::IsEmpty()) << "no component is selected for it";
+    EXPECT_EQ(Read(availableAddress, 4), BytesOf(uint32_t{0b0100})) << "Mono8 is not made any more";
+    EXPECT_EQ(Read(implementedAddress, 4), BytesOf(uint32_t{0})) << "a new register has no override";
+    Select(intensity);
+    EXPECT_EQ(Read(availableAddress, 4), BytesOf(uint32_t{0b0011})) << "of another component";
+}
+
+TEST_F(FormatAvailability, WinOverTheEntriesOf3dModesInTheSameRegister)
+{
+    UseConditions();
+    UseModes(Entry("CalibratedC", 15, Available("Bit3")));
+    processor->available[Component::Image2D] = {PixelFormat::RGB8};
+    Open();
+    EXPECT_EQ(Read(availableAddress, 4), BytesOf(uint32_t{0b0100}));
+    processor->available.clear();
+    Open();
+    EXPECT_EQ(Read(availableAddress, 4), BytesOf(uint32_t{0b1000})) << "theirs otherwise";
 }
 
 TEST_F(FormatAvailability, FailForTheConditionsOfAComponentWithoutFormats)
