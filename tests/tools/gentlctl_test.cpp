@@ -1,5 +1,6 @@
 // The command-line consumer as a user runs it, over the producer and the simulator.
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -185,6 +186,41 @@ TEST(Gentlctl, WritesPointsOfTheDepthCamera)
     std::string line;
     std::getline(file, line);
     EXPECT_EQ(line, "ply");
+}
+
+TEST(Gentlctl, ReceivesAllFramesBeforeItWritesThem)
+{
+    // This camera sends as fast as it gets buffers, thousands of frames for each that is written.
+    const Folder folder;
+    const auto json = JsonOf("grab -d OVRA-M1 -n 12 -o " + folder.Path().string());
+    EXPECT_EQ(json["files"].size(), 24U);
+    for (int frame = 1; frame <= 12; ++frame)
+    {
+        const auto name = fmt::format("frame-{:05}.json", frame);
+        EXPECT_EQ(Json::parse(std::ifstream(folder.Path() / name))["BUFFER_INFO_FRAMEID"], frame);
+    }
+}
+
+TEST(Gentlctl, WritesMoreFramesThanThereAreBuffers)
+{
+    const Folder folder;
+    const auto json =
+        JsonOf("grab -d OVRA-M1 -n 7 -b 2 -s Width=64 -s Height=32 -s AcquisitionFrameRate=20 -o " +
+               folder.Path().string());
+    EXPECT_EQ(json["delivered"], 7);
+    EXPECT_EQ(json["files"].size(), 14U);
+    EXPECT_TRUE(fs::exists(folder.Path() / "frame-00007.png"));
+}
+
+TEST(Gentlctl, WritesWhatCameBeforeTheCameraFellSilent)
+{
+    const Folder folder;
+    const auto run = Gentlctl("grab -d OVRA-M1 -n 5 -t 300 -s AcquisitionMode=MultiFrame "
+                              "-s AcquisitionFrameCount=3 -o " +
+                              folder.Path().string());
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(fs::exists(folder.Path() / "frame-00003.png"));
+    EXPECT_FALSE(fs::exists(folder.Path() / "frame-00004.png"));
 }
 
 TEST(Gentlctl, PicturesPointsFromTheSide)

@@ -18,11 +18,11 @@ class Features;
 struct GrabOptions
 {
     uint64_t frames = 10;
-    uint32_t buffers = 4;
-    uint64_t timeoutMs = 5000;      ///< longest wait for one frame
-    std::filesystem::path folder;   ///< where files go; empty: nothing is written
-    std::string format = "png";     ///< "png", "tiff" or "raw"
-    std::optional<ViewAngles> view; ///< also picture the points from here
+    std::optional<uint32_t> buffers; ///< when not told, as many as the frames need, within limits
+    uint64_t timeoutMs = 5000;       ///< longest wait for one frame
+    std::filesystem::path folder;    ///< where files go; empty: nothing is written
+    std::string format = "png";      ///< "png", "tiff" or "raw"
+    std::optional<ViewAngles> view;  ///< also picture the points from here
     bool showProgress = false;
 };
 
@@ -35,7 +35,8 @@ struct GrabReport
     Json files = Json::array();
 };
 
-/// Grabs frames from the device's stream: announces and queues buffers, starts, writes each frame, stops.
+/// Grabs frames from the device's stream: announces and queues buffers, starts, receives and writes the
+/// frames, stops. As many frames as have room in the buffers arrive before the first is written.
 ///
 /// Writes each frame as `frame-NNNNN.png` (or .tiff, .raw) and its infos beside it as `frame-NNNNN.json`; a
 /// grid of points as `frame-NNNNN.ply` and, with a view, `frame-NNNNN-view.png`, too.

@@ -236,7 +236,9 @@ private:
             ->expected(0, 1)
             ->type_name("RIGHT,UP")
             ->needs(output);
-        command->add_option("-b,--buffers", grab.buffers, "Buffers to queue")
+        command
+            ->add_option("-b,--buffers", grab.buffers,
+                         "Buffers to queue; when not told, as many as the frames need, within 512 MiB")
             ->check(CLI::Range(2, 1024).description(""))
             ->capture_default_str();
         command->add_option("-t,--timeout", grab.timeoutMs, "Longest wait for a frame, ms")
