@@ -34,7 +34,7 @@ std::string Description(const CameraModel &model)
     {
         if (chunk.value != ChunkValue::Image)
         {
-            chunks.push_back({chunk.id, "Chunk" + chunk.entry.name, chunk.kind, chunk.length});
+            chunks.push_back({chunk.id, "Chunk" + chunk.entry.name, chunk.kind, chunk.length, chunk.toolTip});
         }
     }
     std::string name = model.model;

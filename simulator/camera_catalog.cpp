@@ -296,12 +296,27 @@ std::vector<Feature> TransportControl()
 std::vector<Chunk> StandardChunks()
 {
     return {
-        {{"Image", 0}, 1, ChunkValue::Image, FeatureKind::Integer, 0},
-        {{"FrameID", 1}, 2, ChunkValue::FrameId, FeatureKind::Integer, 8},
-        {{"Timestamp", 2}, 3, ChunkValue::Timestamp, FeatureKind::Integer, 8},
-        {{"ExposureTime", 3}, 4, ChunkValue::ExposureTime, FeatureKind::Float, 4},
-        {{"Gain", 4}, 5, ChunkValue::Gain, FeatureKind::Float, 4},
-        {{"ImageChecksum", 5}, 6, ChunkValue::ImageChecksum, FeatureKind::Integer, 4},
+        {{"Image", 0}, 1, ChunkValue::Image, FeatureKind::Integer, 0, ""},
+        {{"FrameID", 1}, 2, ChunkValue::FrameId, FeatureKind::Integer, 8, "Number of the frame, from 1 on."},
+        {{"Timestamp", 2},
+         3,
+         ChunkValue::Timestamp,
+         FeatureKind::Integer,
+         8,
+         "When the frame was exposed, in ns."},
+        {{"ExposureTime", 3},
+         4,
+         ChunkValue::ExposureTime,
+         FeatureKind::Float,
+         4,
+         "Exposure time of the frame in us."},
+        {{"Gain", 4}, 5, ChunkValue::Gain, FeatureKind::Float, 4, "Gain of the frame in dB."},
+        {{"ImageChecksum", 5},
+         6,
+         ChunkValue::ImageChecksum,
+         FeatureKind::Integer,
+         4,
+         "CRC-32 of the image without its filling."},
     };
 }
 

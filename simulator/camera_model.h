@@ -30,6 +30,7 @@ struct Chunk
     ChunkValue value;
     FeatureKind kind;
     size_t length; /**< bytes; 0 for the image, which has its own */
+    std::string toolTip;
 };
 
 /** An image that a camera can send beside others: entry of ComponentSelector, and what it holds. */

@@ -493,6 +493,8 @@ void Writer::AddChunk(const ChunkPort &chunk)
     Add(reg, "Endianess", "LittleEndian");
 
     pugi::xml_node value = Add(isFloat ? "Float" : "Integer", chunk.feature, false);
+    Add(value, "ToolTip", chunk.toolTip);
+    Add(value, "Description", chunk.toolTip);
     Add(value, "DisplayName", DisplayName(chunk.feature));
     Add(value, "Visibility", "Expert");
     Add(value, "pValue", chunk.feature + "Reg");

@@ -43,6 +43,7 @@ struct ChunkPort
     std::string feature; /**< name of the feature that reads the chunk, e.g. "ChunkFrameID" */
     FeatureKind kind;
     size_t length;
+    std::string toolTip;
 };
 
 /**

@@ -36,6 +36,29 @@ void ExpectConsistent(PORT_HANDLE port)
     EXPECT_GT(references, 0U);
 }
 
+/** What a feature tree shows has texts for its reader. */
+void ExpectTexts(PORT_HANDLE port)
+{
+    const Nodes nodes(port);
+    const pugi::xml_node root = nodes.Document().child("RegisterDescription");
+    size_t features = 0;
+    for (const pugi::xpath_node found : root.select_nodes("Category/pFeature"))
+    {
+        const std::string name = found.node().text().get();
+        const pugi::xml_node node = root.find_node([&](pugi::xml_node candidate)
+                                                   { return candidate.attribute("Name").value() == name; });
+        if (std::string(node.name()) != "Category")
+        {
+            ++features;
+            for (const char *text : {"ToolTip", "Description", "DisplayName"})
+            {
+                EXPECT_STRNE("", node.child(text).text().get()) << text << " of " << name;
+            }
+        }
+    }
+    EXPECT_GT(features, 0U);
+}
+
 /** Each register of the module can be read at its address with its length. */
 void ExpectReadable(PORT_HANDLE port)
 {
@@ -72,6 +95,7 @@ TEST_F(SimulatorDescription, OfEveryModuleIsConsistent)
                     { return Tl().GCGetPortInfo(port, PORT_INFO_MODULE, type, out, size); });
         SCOPED_TRACE(module);
         ExpectConsistent(port);
+        ExpectTexts(port);
         ExpectReadable(port);
     }
 }
