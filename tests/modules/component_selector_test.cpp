@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <stdexcept>
@@ -243,6 +244,29 @@ TEST_F(ComponentSelector, TakeADeviceForA2DCameraWhoseSelectorIsNotUsable)
         EXPECT_EQ(Read(pixelFormatAddress, 4), BytesOf(uint32_t{0x01080001}))
             << "the selector's register is the device's";
     }
+}
+
+TEST_F(ComponentSelector, AskWhetherItIsThereThenWhatIsSelectedThenWhatThereIs)
+{
+    extra =
+        Register("FirstReg", 0x140, {}) + Register("SecondReg", 0x144, {}) + Register("ThirdReg", 0x148, {});
+    UseSelector({.conditions = Available("FirstReg") + Implemented("SecondReg")},
+                Entry("Intensity", intensity, Available("ThirdReg")) + Entry("Range", range));
+    device.SetRegister(0x140, 1);
+    device.SetRegister(0x144, 1);
+    std::vector<uint64_t> asked;
+    proxy->onGCReadPort =
+        [&, read = proxy->onGCReadPort](PORT_HANDLE handle, uint64_t address, void *buffer, size_t *size)
+    {
+        const bool isNew = std::ranges::find(asked, address) == asked.end();
+        if (isNew && (address == selectorAddress || (address >= 0x140 && address <= 0x148)))
+        {
+            asked.push_back(address);
+        }
+        return read(handle, address, buffer, size);
+    };
+    EXPECT_EQ(OpenFailure(), PlainFailure("Enumeration entry not available")) << "of the selected one";
+    EXPECT_THAT(asked, ElementsAre(0x140, 0x144, selectorAddress, 0x148));
 }
 
 TEST_F(ComponentSelector, UseASelectorThatIsANumberOfTheDescription)

@@ -1,6 +1,7 @@
 #include "processing/unpacker_task.h"
 
 #include "support/failure.h"
+#include "vision/exceptions.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <span>
 #include <tuple>
 #include <vector>
 
@@ -176,6 +178,22 @@ TEST_F(UnpackerTaskTest, TakesAnImageOfUnknownFormatForBayerBG8)
     task.Process(input, output);
     EXPECT_EQ((std::vector<uint8_t>(output.begin(), output.begin() + 4)),
               (std::vector<uint8_t>{1, 2, 3, 255}));
+}
+
+TEST_F(UnpackerTaskTest, PassesOnThatTheImageIsLargerThanTheBuffers)
+{
+    input.size = 4;
+    EXPECT_THROW(task.Process(input, output), tarn::cvl::OutOfRangeException);
+    input.size = source.size();
+    EXPECT_THROW(task.Process(input, std::span(output).first(7)), tarn::cvl::OutOfRangeException);
+    EXPECT_EQ(output, std::vector<uint8_t>(40, 0xAA));
+}
+
+TEST_F(UnpackerTaskTest, PassesOnThatAFormatCannotBeUnpacked)
+{
+    task.SetOutputFormat(Component::Image2D, PixelFormat::RGB32f);
+    input.attributes.width = 1;
+    EXPECT_THROW(task.Process(input, output), tarn::cvl::NotSupportedException);
 }
 
 TEST_F(UnpackerTaskTest, TakesAnUnknownSizeForAnEmptyImage)

@@ -1,5 +1,6 @@
 #include "vision_binding/vision_test.h"
 
+#include "vision/backend.h"
 #include "vision/dynamic.h"
 #include "vision/status.h"
 
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <barrier>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -163,6 +165,19 @@ TEST(VisionLoadingDeathTest, IsTriedAgainAfterAFailure)
             ExitWith(wasAbsent && wasIncomplete && status == 0 && library->initialized == 1);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST(VisionLoadingDeathTest, EndsTheProcessWhenAnOwnerFindsNoLibrary)
+{
+    EXPECT_EXIT(
+        {
+            int object = 0;
+            {
+                const tarn::cvl::detail::Handle<dynamic::Image_Destroy> owner(&object);
+            }
+            std::exit(0);
+        },
+        testing::KilledBySignal(SIGABRT), "");
 }
 
 TEST(VisionLoadingDeathTest, KeepsTheLibraryLoadedAfterItsEnd)
