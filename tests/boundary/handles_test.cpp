@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <latch>
+#include <thread>
 #include <vector>
 
 namespace GenTL::internal
@@ -207,6 +209,36 @@ TEST_F(Handles, OfStreamsAreGoneAfterClosingAndTheirDeviceOpensAnother)
     EXPECT_EQ(gentl.DSClose(stream), GC_ERR_INVALID_HANDLE);
     EXPECT_EQ(GetLastError().text, "DSClose Error: hDataStream is an invalid handle");
     EXPECT_EQ(gentl.DevOpenDataStream(device, "Stream1", &second), GC_ERR_SUCCESS) << GetLastError();
+}
+
+TEST_F(Handles, ThatAreClosedDuringACallKeepTheirObjectUntilItsEnd)
+{
+    auto *const interface = OpenInterface(OpenSystem());
+    std::latch entered(1);
+    std::latch closed(1);
+    lower->onCall = [&](std::string_view name)
+    {
+        if (name == "IFGetNumDevices")
+        {
+            entered.count_down();
+            closed.wait();
+        }
+    };
+    GC_ERROR result = GC_ERR_ERROR;
+    std::thread caller(
+        [&]
+        {
+            uint32_t count = 0;
+            result = gentl.IFGetNumDevices(interface, &count);
+        });
+    entered.wait();
+    EXPECT_EQ(gentl.IFClose(interface), GC_ERR_SUCCESS);
+    EXPECT_EQ(lower->CountOf("IFClose"), 0U);
+    closed.count_down();
+    caller.join();
+    EXPECT_EQ(result, GC_ERR_SUCCESS);
+    EXPECT_EQ(lower->CountOf("IFClose"), 1U);
+    lower->onCall = nullptr;
 }
 
 TEST_F(Handles, OfParentsAreThoseThatTheConsumerGot)

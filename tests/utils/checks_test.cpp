@@ -77,8 +77,45 @@ TEST(InfoQuery, LeavesAShortBufferAlone)
                       WriteStringInfo("four", {&type, buffer.data(), &size});
                   }),
               (Failure{"Buffer is too small. Needed 5, got 4!", GC_ERR_BUFFER_TOO_SMALL}));
+    EXPECT_EQ(type, INFO_DATATYPE_STRING);
     EXPECT_EQ(size, 4U);
     EXPECT_THAT(buffer, testing::Each('x'));
+}
+
+TEST(InfoQuery, NeedsRoomForTheWholeNumber)
+{
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    std::array<char, 4> buffer{'x', 'x', 'x', 'x'};
+    size_t size = 3;
+    EXPECT_EQ(FailureOf(
+                  [&] {
+                      InfoQuery{&type, buffer.data(), &size}.AnswerUint32(7);
+                  }),
+              (Failure{"Buffer is too small. Needed 4, got 3!", GC_ERR_BUFFER_TOO_SMALL}));
+    EXPECT_EQ(type, INFO_DATATYPE_UINT32);
+    EXPECT_EQ(size, 3U);
+    EXPECT_THAT(buffer, testing::Each('x'));
+}
+
+TEST(InfoQuery, TellsTheSizeAlsoWithMoreRoomThanItNeeds)
+{
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    std::array<char, 8> buffer{};
+    buffer.fill('x');
+    size_t size = buffer.size();
+    InfoQuery{&type, buffer.data(), &size}.AnswerUint32(0x01020304);
+    EXPECT_EQ(size, 4U);
+    EXPECT_THAT(buffer, testing::ElementsAre(4, 3, 2, 1, 'x', 'x', 'x', 'x'));
+}
+
+TEST(InfoQuery, AnswersAnEmptyTextWithItsTerminator)
+{
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    char end = 'x';
+    size_t size = 1;
+    WriteStringInfo("", {&type, &end, &size});
+    EXPECT_EQ(size, 1U);
+    EXPECT_EQ(end, '\0');
 }
 
 TEST(InfoQuery, TerminatesATextAndNotRawBytes)
@@ -101,6 +138,11 @@ TEST(InfoQuery, NamesTheNullArgument)
 {
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     size_t size = 0;
+    EXPECT_EQ(FailureOf(
+                  [] {
+                      WriteStringInfo("", {nullptr, nullptr, nullptr});
+                  }),
+              (Failure{"pType must not be NULL", GC_ERR_INVALID_PARAMETER}));
     EXPECT_EQ(FailureOf(
                   [&] {
                       InfoQuery{nullptr, nullptr, &size}.AnswerBool(true);
