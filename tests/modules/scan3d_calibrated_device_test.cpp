@@ -124,8 +124,8 @@ TEST_F(Scan3dDeviceWithoutCalibration, SaysSoOnceWhereTheFileCannotBeRead)
 
 TEST_F(Scan3dDeviceWithoutCalibration, SaysSoOnceWhereThereIsNoFileAccess)
 {
-    const std::string selector = "Name=\"FileSelector\"";
-    extra.replace(extra.find(selector), selector.size(), "Name=\"Other\"");
+    const std::string node = "Name=\"FileSelector\"";
+    extra.replace(extra.find(node), node.size(), "Name=\"Other\"");
     Open();
     EXPECT_THAT(log.Lines(), ElementsAre("error: Did not find node FileSelector!"));
 }
