@@ -91,11 +91,11 @@ void AcquisitionWorker::StartAcquisition(uint64_t iNumToAcquire)
 
 void AcquisitionWorker::StopAcquisition()
 {
-    if (!m_running)
+    // In one step: of two stops at a time only one may join the thread.
+    if (!m_running.exchange(false))
     {
         throw GenTLException("Acquisition is already stopped!", GC_ERR_ERROR);
     }
-    m_running = false;
     m_proxyStream->StopAcquisition();
     JoinThread();
     m_processor->AcquisitionStopped();

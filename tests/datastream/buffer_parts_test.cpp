@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <stdexcept>
 #include <vector>
 
 namespace GenTL::internal
@@ -259,6 +260,19 @@ TEST_F(BufferInfoStacked, FillsTheOthersWhenOneCommandIsWrong)
     EXPECT_EQ(int(entries[3].iResult), GC_ERR_NOT_AVAILABLE);
     EXPECT_EQ(int(entries[4].iResult), GC_ERR_SUCCESS);
     EXPECT_EQ(base, buffer.GetBase());
+}
+
+TEST_F(BufferInfoStacked, EndsWithWhatIsNoGenTLException)
+{
+    library.onGetTLType = [] { throw std::runtime_error("no type"); };
+    std::array<DS_BUFFER_INFO_STACKED, 3> entries{};
+    entries[0].iInfoCmd = BUFFER_INFO_SIZE;
+    entries[1].iInfoCmd = BUFFER_INFO_TLTYPE;
+    entries[2].iInfoCmd = BUFFER_INFO_SIZE;
+    EXPECT_EQ(FailureOf([&] { buffer.DSGetBufferInfoStacked(entries.data(), entries.size()); }),
+              PlainFailure("no type"));
+    EXPECT_EQ(size_t(entries[0].iSize), sizeof(size_t));
+    EXPECT_EQ(size_t(entries[2].iSize), 0U);
 }
 
 TEST_F(BufferInfoStacked, GivesTheSizeForANullBuffer)

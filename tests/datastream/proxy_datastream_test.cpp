@@ -13,6 +13,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <future>
 #include <memory>
 #include <string>
 #include <vector>
@@ -398,6 +399,20 @@ TEST_F(ProxyDataStreamBuffers, StayAnnouncedWhenOneFails)
     calls.clear();
     opened->RevokeBuffers();
     EXPECT_EQ(calls, (Calls{"DSFlushQueue 0x20 4", "DSRevokeBuffer 0x20 0x100 null null"}));
+}
+
+TEST_F(ProxyDataStreamBuffers, AreRevokedOnceByTwoThreads)
+{
+    minimum = 500;
+    const auto opened = Opened();
+    opened->AnnounceBuffers();
+    proxy->onDSFlushQueue = {};
+    proxy->onDSRevokeBuffer = {};
+    auto other = std::async(std::launch::async, [&] { opened->RevokeBuffers(); });
+    opened->RevokeBuffers();
+    other.get();
+    EXPECT_EQ(proxy->CountOf("DSFlushQueue"), 2U);
+    EXPECT_EQ(proxy->CountOf("DSRevokeBuffer"), minimum);
 }
 
 TEST_F(ProxyDataStreamBuffers, AreNotRevokedWhenTheFlushFails)

@@ -202,6 +202,54 @@ TEST_F(StreamWithWorker, StartsRightAfterItEndedByItself)
     EXPECT_EQ(NumStarted(), 20U);
 }
 
+/// The thread has done its last frame and is held in its own stop of the lower stream.
+class StreamThatEndsByItself : public StreamWithWorker
+{
+protected:
+    void SetUp() override
+    {
+        script->on["StopAcquisition"] = [this]
+        {
+            if (script->calls->CountOf("StopAcquisition") == 1)
+            {
+                isReleased.wait();
+            }
+        };
+        QueueMany(2);
+        Deliver(0);
+        Start(1);
+        ASSERT_TRUE(script->calls->WaitFor("StopAcquisition"));
+    }
+
+    std::promise<void> released;
+    std::shared_future<void> isReleased = released.get_future().share();
+};
+
+TEST_F(StreamThatEndsByItself, CanNeitherBeStoppedNorStartedUntilItHasEnded)
+{
+    EXPECT_TRUE(IsGrabbing());
+    EXPECT_EQ(FailureOf([&] { Stop(); }), (Failure{"Acquisition is already stopped!", GC_ERR_ERROR}));
+    EXPECT_EQ(FailureOf([&] { Start(1); }),
+              (Failure{"Acquisition is already running!", GC_ERR_RESOURCE_IN_USE}));
+    released.set_value();
+    ASSERT_TRUE(WaitForTheEnd());
+    EXPECT_EQ(script->calls->CountOf("RevokeBuffers"), 1);
+    EXPECT_NO_THROW(Start(1));
+    Stop();
+}
+
+TEST_F(StreamThatEndsByItself, CanBeClosed)
+{
+    stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);
+    auto end = std::async(std::launch::async, [&] { stream.reset(); });
+    ASSERT_TRUE(script->calls->WaitFor("RevokeBuffers"));
+    released.set_value();
+    end.get();
+    EXPECT_EQ(script->calls->CountOf("StopAcquisition"), 2);
+    EXPECT_EQ(script->calls->CountOf("AcquisitionStopped"), 1);
+    EXPECT_EQ(script->calls->All().back(), "Close");
+}
+
 TEST_F(StreamWithWorker, EndsWhileFramesAreComing)
 {
     QueueMany(4);

@@ -280,6 +280,14 @@ TEST_F(WorkerKill, PassesWhatIsNoStandardException)
     EXPECT_EQ(calls->CountOf("RevokeBuffers"), 0);
 }
 
+TEST_F(WorkerKill, PassesWhatIsNoStandardExceptionOfTheRevoke)
+{
+    script->on["RevokeBuffers"] = [] { throw 5; };
+    worker->StartAcquisition(GENTL_INFINITE);
+    EXPECT_THROW(worker->KillAcquisition(), int);
+    EXPECT_EQ(calls->CountOf("AcquisitionStopped"), 0);
+}
+
 TEST_F(WorkerKill, TouchesNothingWhenALowerBufferArrivesMeanwhile)
 {
     Queue(1);

@@ -4,6 +4,7 @@
 #include "port/i_library.h"
 #include "utils/gentl_exception.h"
 
+#include <functional>
 #include <string>
 
 namespace GenTL::internal
@@ -15,6 +16,7 @@ class FakeLibrary final : public ILibrary
 public:
     InstanceManager instances;
     std::string tlType = "GEV";
+    std::function<void()> onGetTLType;
     IGenTLProxy *proxy = nullptr;
 
     void Initialize() override {}
@@ -30,7 +32,14 @@ public:
     std::string_view GetLastErrorMessage() const override { return {}; }
     GC_ERROR GetLastErrorCode() const override { return GC_ERR_SUCCESS; }
     IGenTLProxy &GetProxy() override { return *proxy; }
-    const std::string &GetTLType() const override { return tlType; }
+    const std::string &GetTLType() const override
+    {
+        if (onGetTLType)
+        {
+            onGetTLType();
+        }
+        return tlType;
+    }
 };
 
 } // namespace GenTL::internal

@@ -1,0 +1,158 @@
+// What threads do to one stream beside each other: to be watched by a sanitizer.
+
+#include "datastream/stream_fixture.h"
+
+#include <functional>
+#include <stdexcept>
+#include <thread>
+
+namespace GenTL::internal
+{
+namespace
+{
+
+using enum BufferState;
+
+/// Between start and stop a thread fills buffers, as the worker's does. Buffers that others pull away from it
+/// are refused; that would end the process in the worker and goes by here.
+class StreamThreads : public DatastreamFixture
+{
+protected:
+    static constexpr int rounds = 200;
+
+    StreamThreads()
+    {
+        worker->onStart = [this]
+        {
+            isStopping = false;
+            filler = std::jthread([this] { Fill(); });
+        };
+        worker->onStop = [this]
+        {
+            isStopping = true;
+            filler.join();
+        };
+    }
+
+    void Fill()
+    {
+        while (!isStopping)
+        {
+            const auto buffer = worker->source();
+            if (!buffer)
+            {
+                std::this_thread::yield();
+                continue;
+            }
+            buffer->SetResult(true, 8, true);
+            const auto failure = FailureOf([&] { worker->sink(buffer); });
+            EXPECT_TRUE(failure == Failure{} ||
+                        failure ==
+                            PlainFailure("Cannot push a buffer that is not in the input or filling state!"));
+        }
+    }
+
+    /// A thread that does this again and again while the test's own thread starts and stops.
+    void Beside(std::function<void()> action)
+    {
+        threads.emplace_back(
+            [action = std::move(action)]
+            {
+                for (int i = 0; i < rounds; ++i)
+                {
+                    action();
+                }
+            });
+    }
+
+    void StartAndStop()
+    {
+        for (int i = 0; i < rounds; ++i)
+        {
+            Start();
+            std::this_thread::yield();
+            stream->DSStopAcquisition(i % 2 == 0 ? ACQ_STOP_FLAGS_KILL : ACQ_STOP_FLAGS_DEFAULT);
+        }
+    }
+
+    const LogCapture log; // keeps what is refused from the terminal
+    std::atomic<bool> isStopping = false;
+    std::jthread filler;
+    std::vector<std::jthread> threads;
+};
+
+TEST_F(StreamThreads, MayAnnounceRevokeListAndFlushWhileOthersStartAndStop)
+{
+    const auto handles = QueueMany(3);
+    auto *const event = RegisterEvent();
+    Beside(
+        [&]
+        {
+            auto *const handle = Announce();
+            for (Failure failure{"", GC_ERR_BUSY}; failure != Failure{};)
+            {
+                failure = FailureOf([&] { stream->DSRevokeBuffer(handle, nullptr, nullptr); });
+                EXPECT_TRUE(failure == Failure{} || failure.code == GC_ERR_BUSY);
+                stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);
+            }
+        });
+    Beside(
+        [&]
+        {
+            for (const ACQ_QUEUE_TYPE operation : {ACQ_QUEUE_UNQUEUED_TO_INPUT, ACQ_QUEUE_INPUT_TO_OUTPUT,
+                                                   ACQ_QUEUE_OUTPUT_DISCARD, ACQ_QUEUE_ALL_TO_INPUT})
+            {
+                stream->DSFlushQueue(operation);
+            }
+        });
+    Beside(
+        [&]
+        {
+            BUFFER_HANDLE handle = nullptr;
+            stream->DSGetBufferID(2, &handle);
+            EXPECT_EQ(handle, handles[2]);
+            EXPECT_LE(NumQueued(), 4U);
+            EXPECT_LE(NumAwaiting(), 4U);
+        });
+    Beside(
+        [&]
+        {
+            size_t size = 0;
+            const auto code = FailureOf([&] { EventOf(event)->Data(nullptr, &size, 0); }).code;
+            EXPECT_TRUE(code == GC_ERR_SUCCESS || code == GC_ERR_TIMEOUT || code == GC_ERR_ERROR);
+            FailureOf([&] { stream->QueueBuffer(handles[0]); });
+        });
+    StartAndStop();
+    threads.clear();
+    stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);
+    EXPECT_EQ(Info<size_t>(STREAM_INFO_NUM_ANNOUNCED), 3U);
+    for (auto *const handle : handles)
+    {
+        EXPECT_EQ(StateOf(handle), Announced);
+    }
+}
+
+TEST_F(StreamThreads, MayRegisterUnregisterAndKillTheEventWhileBuffersArePushed)
+{
+    QueueMany(4);
+    Beside(
+        [&]
+        {
+            auto *const event = RegisterEvent();
+            size_t size = 0;
+            const auto wait = [&] { EventOf(event)->Data(nullptr, &size, GENTL_INFINITE); };
+            EventOf(event)->Kill();
+            EXPECT_EQ(FailureOf(wait).code, GC_ERR_ABORT);
+            stream->UnregisterEvent(EVENT_NEW_BUFFER);
+            EXPECT_TRUE(EventOf(event));
+        });
+    Beside([&] { stream->DSFlushQueue(ACQ_QUEUE_OUTPUT_DISCARD); });
+    Beside([&] { stream->DSFlushQueue(ACQ_QUEUE_UNQUEUED_TO_INPUT); });
+    Beside([&] { NumDelivered(); });
+    StartAndStop();
+    threads.clear();
+    EXPECT_EQ(NumDelivered(), 0U);
+}
+
+} // namespace
+} // namespace GenTL::internal
