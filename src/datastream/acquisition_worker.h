@@ -17,8 +17,8 @@ namespace GenTL::internal
 /// Owned by its Datastream. Idle, then acquiring from StartAcquisition until StopAcquisition, KillAcquisition
 /// or the last frame asked for, which the thread notices itself; after a kill it is not started again.
 /// Stops may come from several consumer threads at a time: the first one counts. A start or a kill must not
-/// run beside another of these calls. Nothing leaves the thread: a frame that fails is logged, and the consumer
-/// sees it in the buffer's flags and in the counters.
+/// run beside another of these calls. Nothing leaves the thread: a frame that fails is logged, and the
+/// consumer sees it in the buffer's flags and in the counters.
 class AcquisitionWorker final : public IAcquisitionWorker
 {
 public:

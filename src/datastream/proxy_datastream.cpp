@@ -35,18 +35,37 @@ ProxyDataStream::ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy>
                                  std::shared_ptr<RemotePort> remotePort)
     : ProxyModule(std::move(proxy), handle), m_remotePort(std::move(remotePort)), m_library(&library)
 {
-    RegisterEvent(EVENT_NEW_BUFFER, &m_newBufferEvent);
-    const auto bytes = ReadDescription(*this);
-    m_lowerNodeMap = std::make_unique<nodemap::NodeMapParser>(
-        std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()));
+    bool hasEvent = false;
+    try
+    {
+        RegisterEvent(EVENT_NEW_BUFFER, &m_newBufferEvent);
+        hasEvent = true;
+        const auto bytes = ReadDescription(*this);
+        m_lowerNodeMap = std::make_unique<nodemap::NodeMapParser>(
+            std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()));
+    }
+    catch (...)
+    {
+        // A lower stream that stays open refuses to be opened again.
+        Close(hasEvent);
+        throw;
+    }
 }
 
 ProxyDataStream::~ProxyDataStream()
 {
+    Close(true);
+}
+
+void ProxyDataStream::Close(bool hasEvent) noexcept
+{
     CloseQuietly(
-        [this]
+        [this, hasEvent]
         {
-            UnregisterEvent(EVENT_NEW_BUFFER);
+            if (hasEvent)
+            {
+                UnregisterEvent(EVENT_NEW_BUFFER);
+            }
             Proxy()->DSClose(GetLowerHandle());
         });
 }

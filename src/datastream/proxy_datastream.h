@@ -44,6 +44,7 @@ public:
     std::optional<uint64_t> GetDroppedFrameCount() override;
 
 private:
+    void Close(bool hasEvent) noexcept;
     template <typename T>
     T StreamInfo(STREAM_INFO_CMD command, INFO_DATATYPE type);
     bool DefinesPayloadSize();

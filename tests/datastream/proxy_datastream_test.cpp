@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -278,6 +279,31 @@ TEST_F(ProxyDataStreamOpen, PassesTheFailuresOfTheLowerDevice)
     proxy->onGCGetPortURLInfo = urlInfo;
     proxy->onGCReadPort = fail;
     EXPECT_EQ(FailureOf([&] { Open(); }), failure);
+}
+
+TEST_F(ProxyDataStreamOpen, ClosesTheLowerStreamAgainWhenItFails)
+{
+    const auto fail = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_IO, "cable"); };
+    const auto callsAfterOpening = [this]
+    {
+        calls.clear();
+        EXPECT_EQ(FailureOf([&] { Open(); }), (Failure{"cable", GC_ERR_IO}));
+        const auto opening = std::ranges::find(calls, "DevOpenDataStream 0x10 LowerStream");
+        return Calls(opening + 1, calls.end());
+    };
+    const auto registerEvent = std::exchange(proxy->onGCRegisterEvent, fail);
+    EXPECT_EQ(callsAfterOpening(), Calls{"DSClose 0x20"});
+    proxy->onGCRegisterEvent = registerEvent;
+    const auto urlInfo = std::exchange(proxy->onGCGetPortURLInfo, fail);
+    EXPECT_EQ(callsAfterOpening(),
+              (Calls{"GCRegisterEvent 0x20 1", "GCUnregisterEvent 0x20 1", "DSClose 0x20"}));
+    proxy->onGCGetPortURLInfo = urlInfo;
+    proxy->onGCReadPort = fail;
+    EXPECT_EQ(callsAfterOpening(),
+              (Calls{"GCRegisterEvent 0x20 1", "GCGetPortURLInfo 0x20 0 7", "GCGetPortURLInfo 0x20 0 8",
+                     "GCUnregisterEvent 0x20 1", "DSClose 0x20"}));
+    proxy->onDSClose = [](auto &&...) -> GC_ERROR { throw std::runtime_error("gone"); };
+    EXPECT_EQ(FailureOf([&] { Open(); }), (Failure{"cable", GC_ERR_IO}));
 }
 
 TEST_F(ProxyDataStreamOpen, WorksWithABadDescription)
