@@ -18,8 +18,6 @@ using enum BufferState;
 class StreamThreads : public DatastreamFixture
 {
 protected:
-    static constexpr int rounds = 200;
-
     StreamThreads()
     {
         worker->onStart = [this]
@@ -52,22 +50,23 @@ protected:
         }
     }
 
-    /// A thread that does this again and again while the test's own thread starts and stops.
+    /// A thread that does this again and again until the test's own thread has done with starting and
+    /// stopping.
     void Beside(std::function<void()> action)
     {
         threads.emplace_back(
-            [action = std::move(action)]
+            [action = std::move(action)](const std::stop_token &done)
             {
-                for (int i = 0; i < rounds; ++i)
+                do
                 {
                     action();
-                }
+                } while (!done.stop_requested());
             });
     }
 
     void StartAndStop()
     {
-        for (int i = 0; i < rounds; ++i)
+        for (int i = 0; i < 100; ++i)
         {
             Start();
             std::this_thread::yield();

@@ -199,7 +199,7 @@ TEST_F(WorkerFrames, AreNotTakenByABufferThatIsTooSmall)
 {
     const LogCapture log;
     const auto small = Queue(2, frameSize - 1);
-    small[0]->SetResult(false, 77, false);
+    small[0]->SetResult(true, 77, true);
     DeliverAll(2);
     worker->StartAcquisition(1);
     ASSERT_TRUE(calls->WaitFor(waitCall, 3));
