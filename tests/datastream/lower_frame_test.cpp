@@ -132,6 +132,17 @@ TEST_F(ReadLowerFrameOf, AnIncompleteFrameTellsSo)
     EXPECT_TRUE(Read().isIncomplete);
 }
 
+TEST_F(ReadLowerFrameOf, AnyTruthButZeroIsTrue)
+{
+    frame.infos[BUFFER_INFO_IS_INCOMPLETE] = TypedAnswer::Of(INFO_DATATYPE_BOOL8, bool8_t{2});
+    frame.infos[BUFFER_INFO_CONTAINS_CHUNKDATA] = TypedAnswer::Of(INFO_DATATYPE_BOOL8, bool8_t{2});
+    frame.infos[BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE] = TypedAnswer::Size(9);
+    frame.chunks = {{.ChunkID = 1, .ChunkOffset = 2, .ChunkLength = 3}};
+    const auto result = Read();
+    EXPECT_TRUE(result.isIncomplete);
+    EXPECT_TRUE(result.input.chunks);
+}
+
 TEST_F(ReadLowerFrameOf, AFrameWithUnknownGeometryLeavesItUnset)
 {
     for (const int32_t missing : {BUFFER_INFO_PIXELFORMAT, BUFFER_INFO_WIDTH, BUFFER_INFO_HEIGHT,

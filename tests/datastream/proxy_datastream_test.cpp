@@ -133,7 +133,7 @@ protected:
             switch (command)
             {
             case STREAM_INFO_DEFINES_PAYLOADSIZE:
-                return Write<bool8_t>(buffer, size, definesPayloadSize ? 1 : 0);
+                return Write<bool8_t>(buffer, size, definesPayloadSize);
             case STREAM_INFO_PAYLOAD_SIZE:
                 return Write<size_t>(buffer, size, 5000);
             case STREAM_INFO_BUF_ANNOUNCE_MIN:
@@ -212,7 +212,7 @@ protected:
     FakeLibrary library;
     Calls calls;
     uint32_t numStreams = 1;
-    bool definesPayloadSize = true;
+    bool8_t definesPayloadSize = 1;
     size_t minimum = 3;
     uintptr_t nextBuffer = 0x100;
     std::string description = "<RegisterDescription/>";
@@ -521,13 +521,15 @@ TEST_F(ProxyDataStreamPayloadSize, IsTheLowerStreamsOwn)
 {
     MakeRemotePort();
     EXPECT_EQ(Opened()->GetLowerPayloadSize(), 5000U);
+    definesPayloadSize = 2;
+    EXPECT_EQ(Opened()->GetLowerPayloadSize(), 5000U);
     EXPECT_TRUE(remoteDevice.reads.empty());
 }
 
 TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWhenTheStreamDefinesNone)
 {
     MakeRemotePort();
-    definesPayloadSize = false;
+    definesPayloadSize = 0;
     const auto opened = Opened();
     EXPECT_EQ(opened->GetLowerPayloadSize(), 7000U);
     EXPECT_EQ(calls, Calls{"DSGetInfo 0x20 9 1"});
@@ -567,7 +569,7 @@ TEST_F(ProxyDataStreamPayloadSize, FailsWhenTheStreamDefinesItAndDoesNotTell)
 TEST_F(ProxyDataStreamPayloadSize, PassesAFailureOfTheDevice)
 {
     MakeRemotePort();
-    definesPayloadSize = false;
+    definesPayloadSize = 0;
     remoteProxy->onGCReadPort = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_IO, "cable"); };
     EXPECT_EQ(FailureOf([&] { Opened()->GetLowerPayloadSize(); }), (Failure{"cable", GC_ERR_IO}));
 }

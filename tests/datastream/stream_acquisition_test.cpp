@@ -284,6 +284,14 @@ TEST_F(StreamEnd, RevokesItsBuffersAndItsEvent)
     EXPECT_EQ(calls->CountOf("Close"), 1);
 }
 
+TEST_F(StreamEnd, DoesNotWakeAConsumer)
+{
+    const auto event = EventOf(RegisterEvent());
+    stream.reset();
+    size_t size = 0;
+    EXPECT_EQ(FailureOf([&] { event->Data(nullptr, &size, 0); }).code, GC_ERR_TIMEOUT);
+}
+
 TEST_F(StreamEnd, KillsARunningAcquisition)
 {
     const auto handles = AnnounceMany(2);

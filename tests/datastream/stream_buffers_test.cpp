@@ -75,6 +75,14 @@ TEST_F(StreamAnnounce, RefusesTheSamePointerTwice)
     EXPECT_NO_THROW(stream->DSAnnounceBuffer(memory.data(), 8, nullptr, &second));
 }
 
+TEST_F(StreamAnnounce, RefusesMemoryThatTheStreamAllocated)
+{
+    BUFFER_HANDLE handle = nullptr;
+    void *const base = BufferOf(Announce())->GetBase();
+    EXPECT_EQ(FailureOf([&] { stream->DSAnnounceBuffer(base, 8, nullptr, &handle); }),
+              (Failure{"Buffer is already in use!", GC_ERR_RESOURCE_IN_USE}));
+}
+
 TEST_F(StreamAnnounce, DoesNotNoticeAnOverlapOrAnotherStream)
 {
     BUFFER_HANDLE handle = nullptr;
@@ -232,6 +240,55 @@ TEST_F(StreamRevoke, LeavesTheMinimumDuringAcquisition)
     EXPECT_EQ(FailureFor(handles[2]).code, GC_ERR_BUSY);
     stream->DSStopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
     EXPECT_EQ(FailureFor(handles[1]), Failure{});
+}
+
+/// The library's clean-up takes the handles before the streams.
+class StreamBufferWithoutHandle : public DatastreamFixture
+{
+protected:
+    void QueueAndForget()
+    {
+        handles = QueueMany(2);
+        library.instances.buffers.Remove(handles[0]);
+    }
+
+    Handles handles;
+};
+
+TEST_F(StreamBufferWithoutHandle, HasNoId)
+{
+    QueueAndForget();
+    BUFFER_HANDLE handle = LowerHandle(0x123);
+    stream->DSGetBufferID(0, &handle);
+    EXPECT_EQ(handle, nullptr);
+}
+
+TEST_F(StreamBufferWithoutHandle, IsNotFoundByARevoke)
+{
+    QueueAndForget();
+    EXPECT_EQ(FailureOf([&] { stream->DSRevokeBuffer(handles[0], nullptr, nullptr); }),
+              (Failure{"Buffer not found", GC_ERR_INVALID_HANDLE}));
+}
+
+TEST_F(StreamBufferWithoutHandle, IsPushedWithoutOne)
+{
+    QueueAndForget();
+    auto *const event = RegisterEvent();
+    Start();
+    PassFrame();
+    const LogCapture log;
+    EXPECT_EQ(FailureOf([&] { Fetch(event); }),
+              (Failure{"Failed to get buffer for new buffer event!", GC_ERR_ERROR}));
+    EXPECT_EQ(log.Lines(),
+              std::vector<std::string>{"error: Failed to get buffer for new buffer event! Handle: 0x0"});
+}
+
+TEST_F(StreamBufferWithoutHandle, DoesNotKeepTheOthersAtTheEndOfTheStream)
+{
+    QueueAndForget();
+    stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);
+    stream.reset();
+    EXPECT_FALSE(library.instances.buffers.Contains(handles[1]));
 }
 
 class StreamPool : public DatastreamFixture
