@@ -473,6 +473,7 @@ std::vector<Feature> ComponentControl(const std::vector<ImageComponent> &compone
 {
     const char *const category = "ImageFormatControl";
     std::vector<EnumEntry> entries;
+    entries.reserve(components.size());
     for (const ImageComponent &component : components)
     {
         entries.push_back(component.entry);
@@ -547,6 +548,7 @@ std::vector<Feature> UserSetControl(const std::vector<UserSet> &sets)
 {
     const char *const category = "UserSetControl";
     std::vector<EnumEntry> entries;
+    entries.reserve(sets.size());
     for (const UserSet &set : sets)
     {
         entries.push_back(set.entry);

@@ -243,7 +243,7 @@ void Writer::AddFormula(const char *element, const std::string &name,
 
 std::string Writer::AddDivision(const Feature &feature)
 {
-    const std::string name = feature.name + "Converter";
+    std::string name = feature.name + "Converter";
     pugi::xml_node node = Add("Converter", name, true);
     Add(node, "Visibility", "Invisible");
     const bool isNumber = std::isdigit(static_cast<unsigned char>(feature.divisor.front())) != 0;

@@ -24,6 +24,7 @@ std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files)
 {
     const char *const category = "FileAccessControl";
     std::vector<EnumEntry> entries;
+    entries.reserve(files.size());
     for (const CameraFile &file : files)
     {
         entries.push_back(file.entry);

@@ -54,7 +54,7 @@ private:
     /// Reads what the library knows of the image.
     void Refresh();
 
-    void *GetHandle() const override { return m_handle.Get(); }
+    void *GetHandle() const final { return m_handle.Get(); }
 
     detail::Handle<dynamic::Image_Destroy> m_handle;
     common::Size m_size;
