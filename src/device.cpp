@@ -93,6 +93,7 @@ void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStrea
         throw GenTLException(fmt::format("Invalid stream id {} supplied", sDataStreamID),
                              GC_ERR_INVALID_PARAMETER);
     }
+    const std::lock_guard guard(m_dataStreamMutex);
     if (m_dataStream)
     {
         throw GenTLException(fmt::format("Datastream {} is already in use ", sDataStreamID),
@@ -113,7 +114,10 @@ void Device::DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *p
 
 void Device::ReleaseDataStream()
 {
-    m_dataStream.reset();
+    // Ends after the lock, should this be the last that holds it.
+    std::shared_ptr<Datastream> released;
+    const std::lock_guard guard(m_dataStreamMutex);
+    released.swap(m_dataStream);
     m_dataStreamHandle = nullptr;
 }
 

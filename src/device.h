@@ -4,6 +4,7 @@
 #include "processing/i_processor.h"
 
 #include <memory>
+#include <mutex>
 #include <string>
 
 namespace GenTL::internal
@@ -17,8 +18,8 @@ class RemotePort;
 /// it, and the one data stream that a consumer may open on it.
 ///
 /// Made by Interface::IFOpenDevice, owned by the Device registry. Two states: without a stream, where
-/// DevOpenDataStream is allowed, and with one, where it is refused until DSClose. Without a lock: opening
-/// and closing a stream must not run beside each other.
+/// DevOpenDataStream is allowed, and with one, where it is refused until DSClose. Streams may be opened and
+/// closed by several threads at a time; all else is without a lock.
 class Device final : public ProxyModule
 {
 public:
@@ -50,6 +51,7 @@ private:
     InstanceManager *m_manager;
     std::shared_ptr<RemotePort> m_remotePort;
     std::shared_ptr<Datastream> m_dataStream;
+    std::mutex m_dataStreamMutex; ///< of several closes at a time one finds the stream
     std::shared_ptr<IProcessor> m_processor;
     PORT_HANDLE m_lowerPortHandle = nullptr;
     PORT_HANDLE m_remotePortHandle = nullptr;

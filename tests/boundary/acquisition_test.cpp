@@ -1,5 +1,7 @@
 #include "boundary/consumer.h"
 
+#include <atomic>
+#include <barrier>
 #include <numeric>
 #include <set>
 #include <thread>
@@ -217,6 +219,39 @@ TEST_F(Acquisition, EndsWithItsDevice)
     EXPECT_FALSE(lower->isGrabbing);
     EXPECT_EQ(gentl.DSClose(stream), GC_ERR_INVALID_HANDLE);
     EXPECT_EQ(lower->CountOf("DSClose"), 1U);
+}
+
+TEST_F(Acquisition, IsClosedByOneOfSeveralThreads)
+{
+    void *device = nullptr;
+    ASSERT_EQ(gentl.DSGetParentDev(stream, &device), GC_ERR_SUCCESS);
+    for (int round = 0; round < 50; ++round)
+    {
+        Announce(2);
+        Start();
+        ASSERT_EQ(gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
+        constexpr int numThreads = 3;
+        std::atomic<int> numClosed = 0;
+        std::barrier together(numThreads);
+        {
+            std::vector<std::jthread> threads;
+            for (int i = 0; i < numThreads; ++i)
+            {
+                threads.emplace_back(
+                    [&]
+                    {
+                        together.arrive_and_wait();
+                        const auto code = gentl.DSClose(stream);
+                        EXPECT_TRUE(code == GC_ERR_SUCCESS || code == GC_ERR_INVALID_HANDLE);
+                        numClosed += code == GC_ERR_SUCCESS ? 1 : 0;
+                    });
+            }
+        }
+        EXPECT_EQ(numClosed, 1);
+        EXPECT_FALSE(lower->isGrabbing);
+        stream = OpenStream(device);
+    }
+    EXPECT_EQ(lower->CountOf("DSClose"), 50U);
 }
 
 /// Opens, grabs one frame and closes, whatever fails on the way.

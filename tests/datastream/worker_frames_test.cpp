@@ -342,9 +342,10 @@ TEST_F(WorkerFrames, GoOnWhenARequeueFails)
     const LogCapture log;
     const auto buffers = Queue(2);
     script->on[RequeueCall(0)] = [] { LowerFailure(GC_ERR_INVALID_BUFFER, "no such buffer"); };
+    script->on[RequeueCall(1)] = [] { throw std::runtime_error("not a GenTL failure"); };
     DeliverAll(2);
     RunToTheEnd(2);
-    EXPECT_EQ(log.Lines(), Calls{"error: no such buffer"});
+    EXPECT_EQ(log.Lines(), (Calls{"error: no such buffer", "error: not a GenTL failure"}));
     EXPECT_EQ(FrameIds(buffers), (Ids{1, 2}));
 }
 

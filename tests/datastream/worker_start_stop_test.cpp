@@ -249,7 +249,7 @@ TEST_F(WorkerKill, GoesOnWhenTheLowerStopFails)
     script->on["StopAcquisition"] = [&]
     {
         script->Kill();
-        LowerFailure(GC_ERR_IO, "cable");
+        throw std::runtime_error("cable");
     };
     worker->StartAcquisition(GENTL_INFINITE);
     worker->KillAcquisition();
