@@ -4,6 +4,7 @@
 #include "interface.h"
 #include "nodemap/descriptions.h"
 #include "system_features.h"
+#include "utils/checks.h"
 #include "utils/gentl_exception.h"
 #include "utils/lower_info.h"
 
@@ -105,6 +106,7 @@ void System::TLGetInterfaceInfo(const char *sIfaceID, INTERFACE_INFO_CMD iInfoCm
 
 void System::TLOpenInterface(const char *sIfaceID, IF_HANDLE *phIface)
 {
+    utils::CheckNotNull("phIface", phIface);
     IF_HANDLE lowerHandle = nullptr;
     m_proxySystem->TLOpenInterface(sIfaceID, &lowerHandle);
     auto &manager = m_library.GetInstanceManager();

@@ -643,6 +643,16 @@ TEST_F(SystemForwarding, GivesNoHandleWhenTheLowerInterfaceDoesNotOpen)
     EXPECT_EQ(handle, nullptr);
 }
 
+TEST_F(SystemForwarding, OpensNoLowerInterfaceWithoutAPlaceForItsHandle)
+{
+    const auto system = Make();
+    bool wasAsked = false;
+    lower->onTLOpenInterface = [&wasAsked](const char *, IF_HANDLE *) { wasAsked = true; };
+    EXPECT_EQ(FailureOf([&] { system->TLOpenInterface("x", nullptr); }),
+              (Failure{"phIface must not be NULL", GC_ERR_INVALID_PARAMETER}));
+    EXPECT_FALSE(wasAsked);
+}
+
 TEST_F(SystemForwarding, LeavesItsInterfacesOpenAtItsEnd)
 {
     auto system = Make();
