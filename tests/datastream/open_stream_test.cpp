@@ -138,6 +138,34 @@ TEST_F(OpenStream, RefusesASecondOneUntilTheFirstIsClosed)
     EXPECT_EQ(lastClosed, LowerHandle(0x21));
 }
 
+TEST_F(OpenStream, EndsWithItsDeviceAfterTheLowerDeviceIsClosed)
+{
+    device->DevOpenDataStream("Stream1", &handle);
+    proxy->ForgetCalls();
+    size_t streamsClosedBefore = 1;
+    proxy->onDevClose = [&](DEV_HANDLE)
+    {
+        streamsClosedBefore = proxy->CountOf("DSClose");
+        return GC_ERR_SUCCESS;
+    };
+    device.reset();
+    EXPECT_EQ(proxy->CountOf("DevClose"), 1U);
+    EXPECT_EQ(streamsClosedBefore, 0U);
+    EXPECT_EQ(proxy->CountOf("DSClose"), 1U);
+    EXPECT_FALSE(library.instances.datastreams.Contains(handle));
+}
+
+TEST_F(OpenStream, StaysRegisteredWhenTheLowerDeviceDoesNotClose)
+{
+    device->DevOpenDataStream("Stream1", &handle);
+    proxy->onDevClose = [](DEV_HANDLE) -> GC_ERROR { LowerFailure(GC_ERR_IO); };
+    device.reset();
+    EXPECT_TRUE(library.instances.datastreams.Contains(handle));
+    EXPECT_EQ(proxy->CountOf("DSClose"), 0U);
+    library.instances.datastreams.Remove(handle);
+    EXPECT_EQ(lastClosed, LowerHandle(0x20));
+}
+
 TEST_F(OpenStream, FailsWithoutALowerStreamAndCanBeTriedAgain)
 {
     numStreams = 0;

@@ -300,6 +300,12 @@ TEST_F(InterfaceFilter, FailsWithTheModelQuery)
     EXPECT_EQ(FailureOf([&] { interface->IFGetDeviceInfo("device", DEVICE_INFO_ID, &type, nullptr, &size); }),
               (Failure{"no answer", GC_ERR_TIMEOUT}));
     EXPECT_EQ(proxy->CountOf("IFGetDeviceInfo"), 1U);
+    EXPECT_EQ(
+        FailureOf(
+            [&]
+            { interface->IFGetDeviceInfo("device", DEVICE_INFO_ACCESS_STATUS, nullptr, nullptr, nullptr); }),
+        (Failure{"no answer", GC_ERR_TIMEOUT}))
+        << "the arguments of the status are not looked at yet";
     // Neither the flags nor the family come to be looked at.
     EXPECT_EQ(OpenFailure(99), (Failure{"no answer", GC_ERR_TIMEOUT}));
 }

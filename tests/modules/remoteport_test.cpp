@@ -219,6 +219,15 @@ TEST_F(RemotePortLoading, KeepsTheCodeOfALowerFailure)
     EXPECT_EQ(MakeFailure(), (Failure{"no URL", GC_ERR_NOT_AVAILABLE}));
 }
 
+TEST_F(RemotePortLoading, GivesTheProcessorNothingBeforeItHasTheDescription)
+{
+    proxy->onGCReadPort = [](PORT_HANDLE, uint64_t, void *, size_t *) -> GC_ERROR
+    { LowerFailure(GC_ERR_IO, "no answer"); };
+    MakeFailure();
+    EXPECT_FALSE(processor->imageSize);
+    EXPECT_FALSE(processor->payloadSize);
+}
+
 TEST_F(RemotePortTest, IsARemoteDeviceOverTheLowerPort)
 {
     const auto port = Make();
@@ -245,6 +254,16 @@ TEST_F(RemotePortTest, GivesTheProcessorThePayloadSizeAsItIsNow)
     EXPECT_EQ(processor->payloadSize(), 307200U);
     remoteDevice.SetRegister(0x108, 0xFFFFFFFF);
     EXPECT_EQ(processor->payloadSize(), 0xFFFFFFFFU);
+}
+
+TEST_F(RemotePortTest, GivesAPayloadSizeOfEightBytesWhole)
+{
+    auto &text = remoteDevice.description;
+    text.replace(text.find("<Length>4", text.find("0x108")), 9, "<Length>8");
+    const auto port = Make();
+    remoteDevice.SetRegister(0x108, 7);
+    remoteDevice.SetRegister(0x10C, 0x80000000);
+    EXPECT_EQ(processor->payloadSize(), 0x8000000000000007U);
 }
 
 TEST_F(RemotePortTest, HasNoImageSizeWithoutAValidDescription)

@@ -81,6 +81,13 @@ TEST_F(FormulaEvaluatorTest, KeepsTheFirstValueOfAName)
     EXPECT_EQ(
         Evaluate(reg + Knife("K", Variable("A", "AReg") + "<Constant Name=\"A\">1</Constant>", "A"), "K"),
         7.0);
+    EXPECT_EQ(Evaluate(reg +
+                           "<IntReg Name=\"BReg\"><Address>6</Address><Length>2</Length></IntReg>"
+                           "<Converter Name=\"C\">" +
+                           Variable("TO", "AReg") +
+                           "<FormulaFrom>TO</FormulaFrom><pValue>BReg</pValue></Converter>",
+                       "C"),
+              7.0);
 }
 
 TEST_F(FormulaEvaluatorTest, SkipsAVariableWithoutAName)

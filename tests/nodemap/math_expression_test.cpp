@@ -94,8 +94,10 @@ INSTANTIATE_TEST_SUITE_P(Comparison, Formula,
                                          Example{"3 <= 2", 0}, Example{"2 >= 3", 0}, Example{"2 >= 2", 1},
                                          Example{"1/10 + 2/10 = 3/10", 1}, // with tolerance
                                          Example{"1/10 + 2/10 > 3/10", 1}, // without
-                                         Example{"3 & 6 = 6", 1}, Example{"1 < 2 = 1", 1},
-                                         Example{"3 > 2 > 1", 0}, Example{"0/0 = 0/0", 0}));
+                                         Example{"3/10 < 1/10 + 2/10", 1}, Example{"1/10 + 2/10 <= 3/10", 0},
+                                         Example{"3/10 >= 1/10 + 2/10", 0}, Example{"3 & 6 = 6", 1},
+                                         Example{"1 < 2 = 1", 1}, Example{"3 > 2 > 1", 0},
+                                         Example{"0/0 = 0/0", 0}));
 
 INSTANTIATE_TEST_SUITE_P(Shift, Formula,
                          testing::Values(Example{"(1 << 63) >> 63", -1}, Example{"1 << 64", 1},

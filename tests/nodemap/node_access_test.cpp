@@ -288,6 +288,14 @@ TEST_F(NodeAccess, ReadsAFloatFromALiteralARegisterOrAFormula)
     }
 }
 
+TEST_F(NodeAccess, PrefersTheLiteralOfAFloatToItsRegister)
+{
+    Use("<FloatReg Name=\"FReg\"><Address>4</Address><Length>4</Length></FloatReg>"
+        "<Float Name=\"Both\"><Value>0.1</Value><pValue>FReg</pValue></Float>");
+    EXPECT_EQ(ReadFloat(port, Parser(), Node("Both")), 0.1F);
+    EXPECT_THAT(port.reads, IsEmpty());
+}
+
 TEST_F(NodeAccess, ReadsTheLowHalfOfAFloatOfEightBytes)
 {
     Use("<FloatReg Name=\"FReg\"><Address>8</Address><Length>8</Length></FloatReg>");

@@ -401,7 +401,9 @@ TEST(NodeMapParserNodeType, IsDecidedByTheNameAmongNodes)
         Description(Element("Integer", "RegionSelector", "") + Element("IntReg", "Width", place) +
                     Element("SwissKnife", "KnifeReg", "<Formula>1</Formula>") + "<StructReg>" + place +
                     "<StructEntry Name=\"E\"><Bit>1</Bit></StructEntry></StructReg>" +
-                    Element("SwissKnife", "Width", "<Formula>1</Formula>")));
+                    Element("SwissKnife", "Width", "<Formula>1</Formula>") + "<StructReg>" + place +
+                    "<StructEntry Name=\"Width\"><Bit>1</Bit></StructEntry>"
+                    "<StructEntry Name=\"KnifeReg\"><Bit>1</Bit></StructEntry></StructReg>"));
     EXPECT_EQ(parser.GetNodeType("RegionSelector"), GenNodeType::Register);
     EXPECT_EQ(parser.GetNodeType("Width"), GenNodeType::Interface);
     EXPECT_EQ(parser.GetNodeType("KnifeReg"), GenNodeType::Converter);
