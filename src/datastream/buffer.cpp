@@ -84,12 +84,34 @@ void Buffer::SetState(BufferState state)
 void Buffer::SetResult(bool complete, size_t sizeFilled, bool newData)
 {
     m_complete = complete;
-    m_sizeFilled = sizeFilled;
+    {
+        const std::lock_guard lock(m_descriptionMutex);
+        m_sizeFilled = sizeFilled;
+    }
     m_newData = newData;
+}
+
+BufferMetadata Buffer::GetMetadata() const
+{
+    const std::lock_guard lock(m_descriptionMutex);
+    return m_metadata;
+}
+
+void Buffer::SetMetadata(const BufferMetadata &metadata)
+{
+    const std::lock_guard lock(m_descriptionMutex);
+    m_metadata = metadata;
+}
+
+void Buffer::SetParts(std::vector<BufferPartInfo> &&parts)
+{
+    const std::lock_guard lock(m_descriptionMutex);
+    m_parts = std::move(parts);
 }
 
 void Buffer::SetChunks(const std::vector<ChunkEntry> &chunks, size_t chunkPayloadSize, uint64_t chunkLayoutId)
 {
+    const std::lock_guard lock(m_descriptionMutex);
     m_chunks = chunks;
     m_chunkPayloadSize = chunkPayloadSize;
     m_chunkLayoutId = chunkLayoutId;
@@ -136,16 +158,17 @@ void Buffer::AnswerAlways(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &quer
     case BUFFER_INFO_TLTYPE:
         return utils::WriteStringInfo(m_library->GetTLType(), query);
     case BUFFER_INFO_PAYLOADTYPE:
-        return query.AnswerSize(m_parts.empty() ? PAYLOAD_TYPE_IMAGE : PAYLOAD_TYPE_MULTI_PART);
+        return query.AnswerSize(DSGetNumBufferParts() == 0 ? PAYLOAD_TYPE_IMAGE : PAYLOAD_TYPE_MULTI_PART);
     case BUFFER_INFO_PIXEL_ENDIANNESS:
         return query.AnswerInt32(PIXELENDIANNESS_LITTLE);
     default: // BUFFER_INFO_CONTAINS_CHUNKDATA
-        return query.AnswerBool(!m_chunks.empty());
+        return query.AnswerBool(HasChunks());
     }
 }
 
 void Buffer::AnswerFrameInfo(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const
 {
+    const std::lock_guard lock(m_descriptionMutex);
     switch (iInfoCmd)
     {
     case BUFFER_INFO_TIMESTAMP:
@@ -189,8 +212,15 @@ void Buffer::AnswerFrameInfo(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &q
     }
 }
 
+bool Buffer::HasChunks() const
+{
+    const std::lock_guard lock(m_descriptionMutex);
+    return !m_chunks.empty();
+}
+
 void Buffer::DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const
 {
+    const std::lock_guard lock(m_descriptionMutex);
     if (m_chunks.empty())
     {
         throw GenTLException("No chunks in the buffer", GC_ERR_NO_DATA);
@@ -204,10 +234,17 @@ void Buffer::DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumCh
     *piNumChunks = m_chunks.size();
 }
 
+uint32_t Buffer::DSGetNumBufferParts() const
+{
+    const std::lock_guard lock(m_descriptionMutex);
+    return static_cast<uint32_t>(m_parts.size());
+}
+
 void Buffer::DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                                  void *pBuffer, size_t *piSize) const
 {
     utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
+    const std::lock_guard lock(m_descriptionMutex);
     if (m_parts.empty())
     {
         throw GenTLException("No Parts in the buffer", GC_ERR_NO_DATA);

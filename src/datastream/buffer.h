@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <vector>
 
 namespace GenTL::internal
@@ -37,8 +38,9 @@ enum class BufferState : int32_t
 /// Made by the stream when it is announced; the stream and the Buffer registry own it until it is revoked.
 /// As a port it has neither description nor registers.
 ///
-/// Without a lock. State and flags are atomic; the plain fields belong to the acquisition thread while the
-/// buffer is in Filling, and are published by the step to Output: a consumer reads them after EventGetData.
+/// State and flags are atomic. The description of the frame is written by the acquisition thread while the
+/// buffer is in Filling, and a consumer reads it after EventGetData. One that asks earlier reads whatever is
+/// there; for its sake alone the description has a lock, under which nothing else is called.
 class Buffer final : public IPort
 {
 public:
@@ -51,15 +53,15 @@ public:
     size_t GetSize() const { return m_size; }
     void *GetBase() const { return m_base; }
     void *GetUserPointer() const { return m_userPointer; }
-    const BufferMetadata &GetMetadata() const { return m_metadata; }
+    BufferMetadata GetMetadata() const;
     bool OwnsMemory() const { return !m_ownMemory.empty(); }
     bool IsComplete() const { return m_complete; }
 
     /// A step to Input ends the validity of the last frame.
     void SetState(BufferState state);
     void SetResult(bool complete, size_t sizeFilled, bool newData);
-    void SetMetadata(const BufferMetadata &metadata) { m_metadata = metadata; }
-    void SetParts(std::vector<BufferPartInfo> &&parts) { m_parts = std::move(parts); }
+    void SetMetadata(const BufferMetadata &metadata);
+    void SetParts(std::vector<BufferPartInfo> &&parts);
     void SetChunks(const std::vector<ChunkEntry> &chunks, size_t chunkPayloadSize, uint64_t chunkLayoutId);
 
     /// @throws GenTLException GC_ERR_NOT_AVAILABLE for what the last frame does not tell, before the
@@ -69,7 +71,7 @@ public:
     /// @throws GenTLException GC_ERR_NO_DATA, before the arguments are looked at
     void DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const;
     /// 0 for a frame that is a single image.
-    uint32_t DSGetNumBufferParts() const { return static_cast<uint32_t>(m_parts.size()); }
+    uint32_t DSGetNumBufferParts() const;
     void DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                              void *pBuffer, size_t *piSize) const;
     /// A GenTLException of one entry becomes its result, and the walk goes on.
@@ -90,16 +92,19 @@ public:
 private:
     void AnswerAlways(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const;
     void AnswerFrameInfo(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const;
+    bool HasChunks() const;
 
     ILibrary *m_library;
     void *m_base;
     size_t m_size;
-    size_t m_sizeFilled = 0;
     void *m_userPointer;
     std::vector<uint8_t> m_ownMemory; ///< empty for consumer memory
     std::atomic<bool> m_complete = false;
     std::atomic<bool> m_newData = false;
     std::atomic<BufferState> m_state = BufferState::Announced;
+
+    mutable std::mutex m_descriptionMutex; ///< guards all that follows
+    size_t m_sizeFilled = 0;
     BufferMetadata m_metadata;
     std::vector<BufferPartInfo> m_parts; ///< empty for a single image
     uint64_t m_chunkLayoutId = 0;
