@@ -1,6 +1,6 @@
 #pragma once
 
-#include "port/i_port.h"
+#include "support/registers_only_port.h"
 #include "utils/checks.h"
 #include "utils/gentl_exception.h"
 
@@ -20,7 +20,7 @@ inline std::string Description(const std::string &nodes)
 }
 
 /// A port over a few bytes. It records its accesses and takes one of 0 bytes as well.
-class MemoryPort final : public IPort
+class MemoryPort final : public RegistersOnlyPort
 {
 public:
     struct Access
@@ -59,17 +59,6 @@ public:
         }
     }
 
-    // Nothing but the plain registers may be used below the consumer's view.
-    void ReadPort(uint64_t, void *, size_t *) override { Unused(); }
-    void WritePort(uint64_t, const void *, size_t *) override { Unused(); }
-    void GetPortURL(char *, size_t *) override { Unused(); }
-    void GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE *, void *, size_t *) override { Unused(); }
-    void GetNumPortURLs(uint32_t *) override { Unused(); }
-    void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE *, void *, size_t *) override { Unused(); }
-    void ReadPortStacked(PORT_REGISTER_STACK_ENTRY *, size_t *) override { Unused(); }
-    void WritePortStacked(PORT_REGISTER_STACK_ENTRY *, size_t *) override { Unused(); }
-    ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
-
 private:
     void CheckRange(uint64_t address, size_t size) const
     {
@@ -78,7 +67,6 @@ private:
             throw GenTLException("no such register", GC_ERR_INVALID_ADDRESS);
         }
     }
-    [[noreturn]] static void Unused() { throw std::logic_error("not an access to registers"); }
 };
 
 } // namespace GenTL::internal::nodemap

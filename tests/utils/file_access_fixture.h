@@ -5,6 +5,7 @@
 #include "support/failure.h"
 #include "support/fake_file_device.h"
 #include "support/log_capture.h"
+#include "support/registers_only_port.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -14,7 +15,6 @@
 #include <functional>
 #include <numeric>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -22,7 +22,7 @@ namespace GenTL::internal::utils
 {
 
 /// The registers of a file device, and a note of each access to them.
-class FilePort final : public IPort
+class FilePort final : public RegistersOnlyPort
 {
 public:
     explicit FilePort(FakeFileDevice &device) : m_device(device) {}
@@ -46,19 +46,7 @@ public:
         m_device.Write(iAddress, pBuffer, piSize);
     }
 
-    void ReadPort(uint64_t, void *, size_t *) override { Unused(); }
-    void WritePort(uint64_t, const void *, size_t *) override { Unused(); }
-    void GetPortURL(char *, size_t *) override { Unused(); }
-    void GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE *, void *, size_t *) override { Unused(); }
-    void GetNumPortURLs(uint32_t *) override { Unused(); }
-    void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE *, void *, size_t *) override { Unused(); }
-    void ReadPortStacked(PORT_REGISTER_STACK_ENTRY *, size_t *) override { Unused(); }
-    void WritePortStacked(PORT_REGISTER_STACK_ENTRY *, size_t *) override { Unused(); }
-    ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
-
 private:
-    [[noreturn]] static void Unused() { throw std::logic_error("plain register access only"); }
-
     FakeFileDevice &m_device;
 };
 
