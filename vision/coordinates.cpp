@@ -87,15 +87,15 @@ void MakeCoordinates(const Image &depth, const tarn_cvl_CalibrationParameters &c
         throw Failure(TARN_CVL_NOT_POSSIBLE,
                       "The target shares memory with the depth image; expected memory of its own");
     }
-    std::vector<float> offsetsX(depth.width);
+    std::vector<float> slopesX(depth.width);
     for (uint32_t x = 0; x < depth.width; ++x)
     {
-        offsetsX[x] = static_cast<float>(x) - camera.principalPointX;
+        slopesX[x] = (static_cast<float>(x) - camera.principalPointX) / camera.focalLengthX;
     }
     for (uint32_t y = 0; y < depth.height; ++y)
     {
-        const LineGeometry line{offsetsX.data(), camera.focalLengthX,
-                                static_cast<float>(y) - camera.principalPointY, camera.focalLengthY};
+        const float slopeY = (static_cast<float>(y) - camera.principalPointY) / camera.focalLengthY;
+        const LineGeometry line{slopesX.data(), slopeY};
         const auto first = uint64_t{y} * depth.width;
         CoordinatesOfLine(line, depth.data + first * sizeof(float), depth.width,
                           target.data + first * pointBytes);

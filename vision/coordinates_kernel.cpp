@@ -21,9 +21,8 @@ HWY_INLINE void Pixels(D d, const LineGeometry &geometry, const uint8_t *depths,
                        uint8_t *coordinates)
 {
     const auto z = hn::LoadU(d, reinterpret_cast<const float *>(depths) + pixel);
-    const auto offsetX = hn::LoadU(d, geometry.offsetsX + pixel);
-    const auto x = hn::Div(hn::Mul(offsetX, z), hn::Set(d, geometry.focalLengthX));
-    const auto y = hn::Div(hn::Mul(hn::Set(d, geometry.offsetY), z), hn::Set(d, geometry.focalLengthY));
+    const auto x = hn::Mul(hn::LoadU(d, geometry.slopesX + pixel), z);
+    const auto y = hn::Mul(hn::Set(d, geometry.slopeY), z);
     hn::StoreInterleaved3(x, y, z, d, reinterpret_cast<float *>(coordinates) + 3 * pixel);
 }
 
@@ -42,8 +41,7 @@ void CoordinatesOfLineHere(const LineGeometry &geometry, const uint8_t *depths, 
         {
             float z = 0;
             std::memcpy(&z, depths + pixel * sizeof z, sizeof z);
-            const float point[] = {geometry.offsetsX[pixel] * z / geometry.focalLengthX,
-                                   geometry.offsetY * z / geometry.focalLengthY, z};
+            const float point[] = {geometry.slopesX[pixel] * z, geometry.slopeY * z, z};
             std::memcpy(coordinates + pixel * sizeof point, point, sizeof point);
         }
         return;

@@ -6,14 +6,14 @@
 namespace tarn::vision
 {
 
-/// The same for all pixels of a line: Y is `offsetY` * Z / `focalLengthY`.
+/// Where the pixels of a line look to. Slopes, not offsets and focal lengths, since a division for each
+/// coordinate takes longer than to write it.
 struct LineGeometry
 {
-    /// For each pixel: X is its offset * Z / `focalLengthX`.
-    const float *offsetsX;
-    float focalLengthX;
-    float offsetY;
-    float focalLengthY;
+    /// For each pixel: X is its slope * Z.
+    const float *slopesX;
+    /// Y is this * Z.
+    float slopeY;
 };
 
 /// Makes X, Y, Z for each depth Z. Depths and coordinates may begin at any address.

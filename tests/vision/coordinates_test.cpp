@@ -1,6 +1,7 @@
 #include "undistorter.h"
 
 #include <cmath>
+#include <limits>
 
 namespace GenTL::internal
 {
@@ -70,10 +71,13 @@ TEST_F(VisionCoordinates, AreTheDepthAlongTheRayOfEachPixel)
         const auto points = PointsOf(target);
         for (uint32_t i = 0; i < width * 5; ++i)
         {
-            const auto x = static_cast<float>(i % width);
-            const auto y = static_cast<float>(i / width);
-            ASSERT_EQ(points[i].x, (x - 3.25F) * depths[i] / 410.5F) << i << " of " << width;
-            ASSERT_EQ(points[i].y, (y - 1.75F) * depths[i] / 377.25F) << i << " of " << width;
+            // Two roundings, of half a unit in the last place each.
+            constexpr double rounding = std::numeric_limits<float>::epsilon();
+            const double z = depths[i];
+            const double x = (i % width - 3.25) * z / 410.5;
+            const double y = (i / width - 1.75) * z / 377.25;
+            ASSERT_NEAR(points[i].x, x, std::abs(x) * rounding) << i << " of " << width;
+            ASSERT_NEAR(points[i].y, y, std::abs(y) * rounding) << i << " of " << width;
             ASSERT_EQ(points[i].z, depths[i]);
         }
     }
