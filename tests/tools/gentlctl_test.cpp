@@ -215,8 +215,8 @@ TEST(Gentlctl, WritesMoreFramesThanThereAreBuffers)
 TEST(Gentlctl, WritesWhatCameBeforeTheCameraFellSilent)
 {
     const Folder folder;
-    const auto run = Gentlctl("grab -d OVRA-M1 -n 5 -t 300 -s AcquisitionMode=MultiFrame "
-                              "-s AcquisitionFrameCount=3 -o " +
+    const auto run = Gentlctl("grab -d OVRA-M1 -n 5 -t 3000 -s AcquisitionMode=MultiFrame "
+                              "-s AcquisitionFrameCount=3 -s Width=64 -s Height=32 -o " +
                               folder.Path().string());
     EXPECT_EQ(run.status, 1);
     EXPECT_TRUE(fs::exists(folder.Path() / "frame-00003.png"));
