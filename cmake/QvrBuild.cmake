@@ -21,7 +21,15 @@ option(QVR_FUZZ "Build the fuzzers; needs clang" OFF)
 
 find_program(QVR_CCACHE ccache)
 if(QVR_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${QVR_CCACHE}")
+    # What ccache asks for before it keeps anything that is compiled with precompiled headers.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${QVR_CCACHE}")
+endif()
+
+# Links in a fraction of the time that the system's linker takes.
+find_program(QVR_LLD ld.lld)
+if(QVR_LLD)
+    add_link_options(-fuse-ld=lld)
 endif()
 
 add_library(qvr_build_settings INTERFACE)
@@ -30,7 +38,7 @@ target_compile_options(qvr_build_settings INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
 if(QVR_SANITIZE)
     target_compile_options(qvr_build_settings INTERFACE
-        -fsanitize=${QVR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -O1)
+        -fsanitize=${QVR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(qvr_build_settings INTERFACE -fsanitize=${QVR_SANITIZE})
 endif()
 
