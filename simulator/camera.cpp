@@ -158,23 +158,30 @@ void Camera::ConnectFeatures()
     features.AfterWrite(
         "TimestampLatch",
         [this] { Features().SetInteger("TimestampLatchValue", static_cast<int64_t>(Nanoseconds())); });
-    features.ComputeOnRead(
-        "ParametersLocked",
-        [this] { return static_cast<int64_t>(m_acquiring || Features().IsTrue("TLParamsLocked")); });
-    features.CheckOnWrite("ChunkEnable",
-                          [this](int64_t value)
-                          {
-                              const auto &chunks = Model().chunks;
-                              const int64_t selected = Features().Integer("ChunkSelector");
-                              const auto chunk =
-                                  std::find_if(chunks.begin(), chunks.end(),
-                                               [&](const Chunk &c) { return c.entry.value == selected; });
-                              if (chunk->value == ChunkValue::Image && value == 0)
-                              {
-                                  throw Error(GC_ERR_INVALID_VALUE, "The image is always sent");
-                              }
-                          });
+    features.ComputeOnRead("ParametersLocked", [this] { return static_cast<int64_t>(IsFrozen()); });
+    features.ComputeOnRead("ChunkEnableLocked",
+                           [this]
+                           {
+                               return static_cast<int64_t>(IsFrozen() ||
+                                                           Features().Integer("ChunkSelector") ==
+                                                               ImageChunk().entry.value);
+                           });
+    // The image is always sent. The description says so by the lock; a consumer that writes 0 to every chunk
+    // without a look at it changes nothing here and meets no error.
+    features.AfterWrite("ChunkEnable",
+                        [this] { Features().SetSelected("ChunkEnable", ImageChunk().entry.value, 1); });
     features.AfterAnyWrite([this] { Update(); });
+}
+
+bool Camera::IsFrozen() const
+{
+    return m_acquiring || Features().IsTrue("TLParamsLocked");
+}
+
+const Chunk &Camera::ImageChunk() const
+{
+    return *std::find_if(Model().chunks.begin(), Model().chunks.end(),
+                         [](const Chunk &chunk) { return chunk.value == ChunkValue::Image; });
 }
 
 void Camera::StartAcquisition()

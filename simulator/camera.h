@@ -48,6 +48,9 @@ private:
     void ConnectFeatures();
     void OnClose() override { StopAcquisition(); }
     void TellListener();
+    /** Whether the image layout can not be changed now. */
+    bool IsFrozen() const;
+    const Chunk &ImageChunk() const;
     void StartAcquisition();
     void StopAcquisition();
     void Update();

@@ -266,7 +266,13 @@ std::vector<Feature> ChunkControl(const std::vector<Chunk> &chunks)
         Boolean(category, "ChunkEnable", "Sends the selected chunk when the chunk mode is active.")
             .SelectedBy("ChunkSelector")
             .LockedBy(frozen)
+            .ShownLockedBy("ChunkEnableLocked")
             .Visibility("Expert"),
+        Integer("", "ChunkEnableLocked",
+                "1 while the image layout is frozen, and for the chunk that is always sent.")
+            .ReadOnly()
+            .Volatile()
+            .VendorSpecific(),
     };
 }
 

@@ -21,6 +21,13 @@ std::string Hex(uint64_t value)
     return text;
 }
 
+/** As the schema's type hexBinary, which takes whole bytes alone. */
+std::string HexBinary(uint64_t value)
+{
+    const std::string digits = Hex(value).substr(2);
+    return digits.size() % 2 == 0 ? digits : "0" + digits;
+}
+
 /** Whether the feature is a register itself and has no node for its value. */
 bool IsRegister(const Feature &feature)
 {
@@ -194,9 +201,9 @@ void AddBase(pugi::xml_node node, const Feature &feature)
     node.append_child("Visibility")
         .text()
         .set(feature.category.empty() ? "Invisible" : feature.visibility.c_str());
-    if (!feature.lock.empty())
+    if (const std::string &lock = feature.shownLock.empty() ? feature.lock : feature.shownLock; !lock.empty())
     {
-        node.append_child("pIsLocked").text().set(feature.lock.c_str());
+        node.append_child("pIsLocked").text().set(lock.c_str());
     }
 }
 
@@ -477,9 +484,7 @@ void Writer::AddChunk(const ChunkPort &chunk)
     const std::string port = chunk.feature + "Port";
     pugi::xml_node portNode = Add("Port", port, true);
     Add(portNode, "Visibility", "Invisible");
-    char id[16];
-    std::snprintf(id, sizeof id, "%llX", static_cast<unsigned long long>(chunk.id));
-    Add(portNode, "ChunkID", id);
+    Add(portNode, "ChunkID", HexBinary(chunk.id));
 
     const bool isFloat = chunk.kind == FeatureKind::Float;
     pugi::xml_node reg = Add(isFloat ? "FloatReg" : "IntReg", chunk.feature + "Reg", true);

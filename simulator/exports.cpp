@@ -51,10 +51,9 @@ template <typename Byte>
 std::span<Byte> CheckedBytes(Byte *bytes, const size_t *size)
 {
     RequireNotNull(size, "piSize");
-    RequireNotNull(bytes, "pBuffer");
-    if (*size == 0)
+    if (*size != 0)
     {
-        throw Error(GC_ERR_INVALID_PARAMETER, "*piSize must not be 0");
+        RequireNotNull(bytes, "pBuffer");
     }
     return {bytes, *size};
 }
@@ -73,8 +72,11 @@ std::span<const uint8_t> Readable(const void *bytes, const size_t *size)
 template <typename Access>
 void ForEachEntry(PORT_REGISTER_STACK_ENTRY *entries, size_t *count, Access &&access)
 {
-    RequireNotNull(entries, "pEntries");
     RequireNotNull(count, "piNumEntries");
+    if (*count != 0)
+    {
+        RequireNotNull(entries, "pEntries");
+    }
     const size_t total = std::exchange(*count, 0);
     for (; *count < total; ++*count)
     {

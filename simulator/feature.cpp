@@ -105,6 +105,12 @@ Feature &&Feature::LockedBy(std::string value) &&
     return std::move(*this);
 }
 
+Feature &&Feature::ShownLockedBy(std::string value) &&
+{
+    shownLock = std::move(value);
+    return std::move(*this);
+}
+
 Feature &&Feature::Volatile() &&
 {
     changesByItself = true;

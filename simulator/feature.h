@@ -75,6 +75,7 @@ struct Feature
     std::string visibility = "Beginner";
     std::string selector;         /**< name of the feature that selects this one */
     std::string lock;             /**< name of the feature that makes this one read-only when it is not 0 */
+    std::string shownLock;        /**< the same in the description, where its reader is told of more */
     bool changesByItself = false; /**< consumers must not cache it */
     bool conditionalEntries = false; /**< bits in registers tell which entries there are */
     std::set<std::string> absentEntries;
@@ -97,6 +98,7 @@ struct Feature
     Feature &&Visibility(std::string value) &&;
     Feature &&SelectedBy(std::string value) &&;
     Feature &&LockedBy(std::string value) &&;
+    Feature &&ShownLockedBy(std::string value) &&;
     Feature &&Volatile() &&;
     /** Bits in registers tell which entries there are: all but these. */
     Feature &&ConditionalEntries(std::set<std::string> absent) &&;

@@ -144,6 +144,19 @@ TEST_F(SimulatorDescription, OfTheStreamHasTheDroppedFrames)
     EXPECT_EQ(4, stream.Get("StreamAnnounceBufferMinimum"));
 }
 
+TEST_F(SimulatorDescription, WritesChunkIdsAsWholeBytes)
+{
+    size_t ids = 0;
+    for (const pugi::xpath_node found : m_camera->Document().select_nodes("//ChunkID"))
+    {
+        const std::string id = found.node().text().get();
+        EXPECT_EQ(0U, id.size() % 2) << id;
+        EXPECT_EQ(std::string::npos, id.find_first_not_of("0123456789ABCDEF")) << id;
+        ++ids;
+    }
+    EXPECT_EQ(5U, ids);
+}
+
 using SimulatorFeatures = CameraTest;
 
 TEST_F(SimulatorFeatures, TellWhichCameraItIs)
@@ -255,7 +268,29 @@ TEST_F(SimulatorFeatures, KeepAValueForEachSelection)
     EXPECT_EQ(1, m_camera->Get("ChunkEnable"));
     ASSERT_OK(m_camera->SetEntry("ChunkSelector", "Image"));
     EXPECT_EQ(1, m_camera->Get("ChunkEnable"));
-    EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->Set("ChunkEnable", 0));
+}
+
+TEST_F(SimulatorFeatures, KeepTheImageWhenEveryChunkIsDisabled)
+{
+    const std::string lock = m_camera->Node("ChunkEnable").child("pIsLocked").text().get();
+    for (const pugi::xml_node entry : m_camera->Node("ChunkSelector").children("EnumEntry"))
+    {
+        const std::string chunk = entry.attribute("Name").value();
+        ASSERT_OK(m_camera->SetEntry("ChunkSelector", chunk));
+        ASSERT_OK(m_camera->Set("ChunkEnable", 1)) << chunk;
+        EXPECT_OK(m_camera->Set("ChunkEnable", 0)) << chunk;
+        EXPECT_EQ(chunk == "Image" ? 1 : 0, m_camera->Get("ChunkEnable")) << chunk;
+        EXPECT_EQ(chunk == "Image" ? 1 : 0, m_camera->Get(lock)) << chunk;
+    }
+}
+
+TEST_F(SimulatorFeatures, LockEveryChunkWhileTheLayoutIsFrozen)
+{
+    const std::string lock = m_camera->Node("ChunkEnable").child("pIsLocked").text().get();
+    ASSERT_OK(m_camera->SetEntry("ChunkSelector", "Gain"));
+    ASSERT_OK(m_camera->Set("TLParamsLocked", 1));
+    EXPECT_EQ(1, m_camera->Get(lock));
+    EXPECT_CODE(GC_ERR_ACCESS_DENIED, m_camera->Set("ChunkEnable", 1));
 }
 
 } // namespace

@@ -174,8 +174,25 @@ TEST_F(SimulatorArguments, OfAPortAreChecked)
     EXPECT_CODE(GC_ERR_INVALID_ADDRESS, Tl().GCReadPort(m_port, UINT64_MAX - 1, bytes, &size));
     EXPECT_CODE(GC_ERR_INVALID_ADDRESS, Tl().GCWritePort(m_port, UINT64_MAX, bytes, &size));
     EXPECT_CODE(GC_ERR_ACCESS_DENIED, Tl().GCWritePort(m_port, m_camera->Address("WidthMax"), bytes, &size));
-    size = 0;
-    EXPECT_CODE(GC_ERR_INVALID_PARAMETER, Tl().GCReadPort(m_port, 0x1000, bytes, &size));
+    EXPECT_CODE(GC_ERR_INVALID_PARAMETER, Tl().GCReadPort(m_port, 0x1000, nullptr, &size));
+    EXPECT_CODE(GC_ERR_INVALID_PARAMETER, Tl().GCWritePort(m_port, 0x1000, nullptr, &size));
+    size = 1;
+    EXPECT_CODE(GC_ERR_INVALID_PARAMETER, Tl().GCReadPortStacked(m_port, nullptr, &size));
+}
+
+TEST_F(SimulatorArguments, MayAskForNothingWithoutABuffer)
+{
+    size_t size = 0;
+    EXPECT_OK(Tl().GCReadPort(m_port, 0x1000, nullptr, &size));
+    EXPECT_OK(Tl().GCWritePort(m_port, 0x1000, nullptr, &size));
+    EXPECT_EQ(0U, size);
+    EXPECT_OK(Tl().GCReadPortStacked(m_port, nullptr, &size));
+    EXPECT_OK(Tl().GCWritePortStacked(m_port, nullptr, &size));
+    PORT_REGISTER_STACK_ENTRY nothing = {0x1000, nullptr, 0};
+    size = 1;
+    EXPECT_OK(Tl().GCReadPortStacked(m_port, &nothing, &size));
+    EXPECT_OK(Tl().GCWritePortStacked(m_port, &nothing, &size));
+    EXPECT_EQ(1U, size);
 }
 
 TEST_F(SimulatorArguments, OfAStackTellHowFarItCame)
