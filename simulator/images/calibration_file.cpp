@@ -1,14 +1,17 @@
 #include "image_file.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
-#include <opencv2/core.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
+#include <yaml-cpp/yaml.h>
 
 namespace
 {
@@ -17,7 +20,7 @@ using Names = std::initializer_list<const char *>;
 
 constexpr int largestSide = 16384;
 
-/** The file's text, with the first line that OpenCV asks for and other programs leave out. */
+/** Without the first line "%YAML:1.0" that OpenCV writes, which is no directive of YAML. */
 std::string ReadText(const char *path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -26,47 +29,66 @@ std::string ReadText(const char *path)
         throw std::runtime_error("can not be read");
     }
     const std::string text((std::istreambuf_iterator<char>(file)), {});
-    return text.starts_with("%YAML") ? text : "%YAML:1.0\n---\n" + text;
+    return text.starts_with("%YAML") ? text.substr(std::min(text.find('\n'), text.size())) : text;
 }
 
-cv::FileStorage Parse(const std::string &text)
+YAML::Node Parse(const std::string &text)
 {
     try
     {
-        return {text, cv::FileStorage::READ | cv::FileStorage::MEMORY | cv::FileStorage::FORMAT_YAML};
+        if (const YAML::Node file = YAML::Load(text); file.IsMap())
+        {
+            return file;
+        }
     }
-    catch (const cv::Exception &)
+    catch (const YAML::Exception &)
     {
-        throw std::runtime_error("is no YAML file");
     }
+    throw std::runtime_error("is no YAML file");
 }
 
-cv::FileNode TryFind(const cv::FileStorage &file, Names names)
+/** An undefined node when there is none of these. */
+YAML::Node TryFind(const YAML::Node &file, Names names)
 {
     for (const char *const name : names)
     {
-        if (const cv::FileNode node = file[name]; !node.empty())
+        if (const YAML::Node node = file[name])
         {
             return node;
         }
     }
-    return {};
+    return YAML::Node(YAML::NodeType::Undefined);
 }
 
-cv::FileNode Find(const cv::FileStorage &file, Names names)
+YAML::Node Find(const YAML::Node &file, Names names)
 {
-    const cv::FileNode node = TryFind(file, names);
-    if (node.empty())
+    YAML::Node node = TryFind(file, names);
+    if (!node)
     {
         throw std::runtime_error(std::string("has no ") + *names.begin());
     }
     return node;
 }
 
-uint32_t ReadSide(const cv::FileStorage &file, Names names)
+/** Nothing when the node is no finite number; what is in quotes is a text. */
+std::optional<double> NumberOf(const YAML::Node &node)
 {
-    const cv::FileNode node = Find(file, names);
-    const double value = node.isInt() || node.isReal() ? static_cast<double>(node) : 0.0;
+    if (!node.IsScalar() || node.Tag() == "!")
+    {
+        return std::nullopt;
+    }
+    const std::string &text = node.Scalar();
+    const char *const begin = text.data() + (text.starts_with('+') ? 1 : 0);
+    const char *const end = text.data() + text.size();
+    double value = 0;
+    const auto [stop, error] = std::from_chars(begin, end, value);
+    const bool isNumber = error == std::errc() && stop == end && std::isfinite(value);
+    return isNumber ? std::optional(value) : std::nullopt;
+}
+
+uint32_t ReadSide(const YAML::Node &file, Names names)
+{
+    const double value = NumberOf(Find(file, names)).value_or(0);
     if (!(value >= 16 && value <= largestSide) || value != std::floor(value))
     {
         throw std::runtime_error(std::string(*names.begin()) + " is not from 16 to " +
@@ -76,22 +98,23 @@ uint32_t ReadSide(const cv::FileStorage &file, Names names)
 }
 
 /** The numbers of a matrix row by row, also of one that is not marked as OpenCV's. */
-std::vector<double> ReadMatrix(const cv::FileStorage &file, Names names)
+std::vector<double> ReadMatrix(const YAML::Node &file, Names names)
 {
-    const cv::FileNode data = Find(file, names)["data"];
+    const YAML::Node matrix = Find(file, names);
     std::vector<double> values;
-    for (const cv::FileNode &value : data)
+    for (const YAML::Node &node : matrix.IsMap() ? matrix["data"] : YAML::Node())
     {
-        if ((!value.isInt() && !value.isReal()) || !std::isfinite(static_cast<double>(value)))
+        const std::optional<double> value = NumberOf(node);
+        if (!value)
         {
             throw std::runtime_error(std::string(*names.begin()) + " has something else than numbers");
         }
-        values.push_back(value);
+        values.push_back(*value);
     }
     return values;
 }
 
-void ReadCameraMatrix(const cv::FileStorage &file, QvrCalibration &lens)
+void ReadCameraMatrix(const YAML::Node &file, QvrCalibration &lens)
 {
     const std::vector<double> m =
         ReadMatrix(file, {"camera_matrix", "Camera_Matrix", "cameraMatrix", "CameraMatrix"});
@@ -106,7 +129,7 @@ void ReadCameraMatrix(const cv::FileStorage &file, QvrCalibration &lens)
     lens.cy = m[5];
 }
 
-void ReadDistortion(const cv::FileStorage &file, QvrCalibration &lens)
+void ReadDistortion(const YAML::Node &file, QvrCalibration &lens)
 {
     const std::vector<double> d = ReadMatrix(file, {"distortion_coefficients", "Distortion_Coefficients",
                                                     "distCoeffs", "dist_coeffs", "DistCoeffs"});
@@ -122,8 +145,8 @@ void ReadDistortion(const cv::FileStorage &file, QvrCalibration &lens)
             throw std::runtime_error("distortion_coefficients has more than k1, k2, p1, p2, k3, k4, k5, k6");
         }
     }
-    const cv::FileNode model = file["distortion_model"];
-    const std::string name = model.isString() ? static_cast<std::string>(model) : "plumb_bob";
+    const YAML::Node model = file["distortion_model"];
+    const std::string name = model && model.IsScalar() ? model.Scalar() : "plumb_bob";
     if (name != "plumb_bob" && name != "rational_polynomial")
     {
         throw std::runtime_error("distortion_model " + name + " is not known");
@@ -132,20 +155,15 @@ void ReadDistortion(const cv::FileStorage &file, QvrCalibration &lens)
 
 QvrCalibration Read(const char *path)
 {
-    const std::string text = ReadText(path);
-    const cv::FileStorage file = Parse(text);
-    if (!file.isOpened())
-    {
-        throw std::runtime_error("is no YAML file");
-    }
+    const YAML::Node file = Parse(ReadText(path));
     QvrCalibration lens{};
     lens.width = ReadSide(file, {"image_width", "image_Width"});
     lens.height = ReadSide(file, {"image_height", "image_Height"});
     ReadCameraMatrix(file, lens);
     ReadDistortion(file, lens);
-    if (const cv::FileNode scale = file["depth_scale"]; !scale.empty())
+    if (const YAML::Node scale = file["depth_scale"])
     {
-        lens.depthScale = scale.isInt() || scale.isReal() ? static_cast<double>(scale) : 0.0;
+        lens.depthScale = NumberOf(scale).value_or(0);
         if (!(lens.depthScale >= 0.001 && lens.depthScale <= 1000.0))
         {
             throw std::runtime_error("depth_scale is not from 0.001 to 1000");

@@ -1,66 +1,49 @@
 #include "image_file.h"
 
+#include "picture.h"
+
 #include <algorithm>
 #include <cstdio>
-#include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
-#include <stdexcept>
-#include <string>
+
+using namespace GenTL::simulator;
 
 namespace
 {
 
-/** Full scale of the file's samples to 65535. */
-cv::Mat ToSixteenBits(const cv::Mat &image)
-{
-    cv::Mat result;
-    switch (image.depth())
-    {
-    case CV_8U:
-        image.convertTo(result, CV_16U, 257.0);
-        return result;
-    case CV_16U:
-        return image;
-    default: // floating point files hold 0 to 1
-        image.convertTo(result, CV_16U, 65535.0);
-        return result;
-    }
-}
-
-void Fit(const cv::Mat &image, cv::Mat &out)
-{
-    const double scale = std::max(double(out.cols) / image.cols, double(out.rows) / image.rows);
-    const cv::Size size(std::max(out.cols, cvRound(image.cols * scale)),
-                        std::max(out.rows, cvRound(image.rows * scale)));
-    cv::Mat scaled;
-    cv::resize(image, scaled, size, 0, 0, scale < 1.0 ? cv::INTER_AREA : cv::INTER_LINEAR);
-    scaled(cv::Rect((size.width - out.cols) / 2, (size.height - out.rows) / 2, out.cols, out.rows))
-        .copyTo(out);
-}
-
-std::string SizeText(int width, int height)
+std::string SizeText(uint32_t width, uint32_t height)
 {
     return std::to_string(width) + " x " + std::to_string(height);
 }
 
-void ReadPicture(const char *path, bool isDepth, cv::Mat &out)
+/** Full scale of the file's values to 65535. */
+void SpreadToSixteenBits(Picture &picture)
 {
-    cv::Mat image =
-        cv::imread(path, isDepth ? cv::IMREAD_UNCHANGED : cv::IMREAD_ANYDEPTH | cv::IMREAD_GRAYSCALE);
-    if (image.empty())
+    const uint32_t white = picture.white;
+    for (uint16_t &value : picture.values)
     {
-        throw std::runtime_error("is no picture that can be read");
+        const uint32_t known = std::min<uint32_t>(value, white);
+        value = static_cast<uint16_t>((known * 65535 + white / 2) / white);
     }
-    if (isDepth && image.type() != CV_16UC1)
+    picture.white = 65535;
+}
+
+Picture ReadOfSize(const char *path, bool isDepth, uint32_t width, uint32_t height)
+{
+    Picture picture = ReadAnyPicture(path);
+    if (isDepth && !picture.canBeDepth)
     {
         throw std::runtime_error("has not one value of 16 bits for each pixel");
     }
-    if (image.size() != out.size())
+    if (picture.width != width || picture.height != height)
     {
-        throw std::runtime_error("has " + SizeText(image.cols, image.rows) + " pixels instead of " +
-                                 SizeText(out.cols, out.rows));
+        throw std::runtime_error("has " + SizeText(picture.width, picture.height) + " pixels instead of " +
+                                 SizeText(width, height));
     }
-    (isDepth ? image : ToSixteenBits(image)).copyTo(out);
+    if (!isDepth)
+    {
+        SpreadToSixteenBits(picture);
+    }
+    return picture;
 }
 
 } // namespace
@@ -70,8 +53,8 @@ int qvrReadPicture(const char *path, uint32_t width, uint32_t height, int isDept
 {
     try
     {
-        cv::Mat result(static_cast<int>(height), static_cast<int>(width), CV_16U, out);
-        ReadPicture(path, isDepth != 0, result);
+        const Picture picture = ReadOfSize(path, isDepth != 0, width, height);
+        std::copy(picture.values.begin(), picture.values.end(), out);
         return 1;
     }
     catch (const std::exception &error)
@@ -85,13 +68,9 @@ int qvrReadGreyImage(const char *path, uint32_t width, uint32_t height, uint16_t
 {
     try
     {
-        const cv::Mat image = cv::imread(path, cv::IMREAD_ANYDEPTH | cv::IMREAD_GRAYSCALE);
-        if (image.empty())
-        {
-            return 0;
-        }
-        cv::Mat result(static_cast<int>(height), static_cast<int>(width), CV_16U, out);
-        Fit(ToSixteenBits(image), result);
+        Picture picture = ReadAnyPicture(path);
+        SpreadToSixteenBits(picture);
+        Cover(picture, width, height, out);
         return 1;
     }
     catch (const std::exception &)

@@ -6,8 +6,7 @@
 
 /**
  * What the simulator needs to replay files. It lives in a library of its own, which is loaded when files are
- * replayed: decoders bring more than a hundred libraries along, and a program that looks for cameras should
- * not wait for those.
+ * replayed: a program that looks for cameras should not wait for decoders and what those need.
  */
 extern "C"
 {

@@ -344,8 +344,13 @@ TEST_F(SimulatorDepthReplay, RefusesPicturesThatItCanNotShow)
     EXPECT_EQ(begin + "b.png is no picture that can be read", failureWith("b.png"));
     Save("b.png", cv::Mat(height, width + 1, CV_16U, cv::Scalar(1)));
     EXPECT_EQ(begin + "b.png has 321 x 200 pixels instead of 320 x 200", failureWith("b.png"));
-    Save("b.png", cv::Mat(height, width, CV_8U, cv::Scalar(1)));
-    EXPECT_EQ(begin + "b.png has not one value of 16 bits for each pixel", failureWith("b.png"));
+    const std::pair<const char *, int> others[] = {
+        {"b.png", CV_8U}, {"b.png", CV_16UC3}, {"b.tif", CV_32F}, {"b.tif", CV_16UC3}, {"b.pgm", CV_8U}};
+    for (const auto &[name, type] : others)
+    {
+        Save(name, cv::Mat(height, width, type, cv::Scalar(1)));
+        EXPECT_EQ(begin + name + " has not one value of 16 bits for each pixel", failureWith(name));
+    }
     Save("a_intensity.png", cv::Mat(10, 10, CV_8U, cv::Scalar(1)));
     EXPECT_EQ(begin + "a_intensity.png has 10 x 10 pixels instead of 320 x 200",
               failureWith("a_intensity.png"));
@@ -373,6 +378,10 @@ TEST_F(SimulatorDepthReplay, RefusesACalibrationThatSaysNoLens)
     };
     const Case cases[] = {
         {"{", "is no YAML file"},
+        {"a picture", "is no YAML file"},
+        {"image_width: '320'\n", "image_width is not from 16 to 16384"},
+        {size + "camera_matrix: 9\n" + distortion,
+         "camera_matrix is not of the form fx 0 cx, 0 fy cy, 0 0 1"},
         {"image_height: 200\n" + matrix + distortion, "has no image_width"},
         {"image_width: 320\nimage_height: 7\n" + matrix + distortion, "image_height is not from 16 to 16384"},
         {size + distortion, "has no camera_matrix"},
@@ -392,7 +401,7 @@ TEST_F(SimulatorDepthReplay, RefusesACalibrationThatSaysNoLens)
         EXPECT_EQ("IFOpenDevice: Calibration " + (m_folder / "lens.yaml").string() + ": " + each.reason,
                   FailureOfOpening());
     }
-    SaveText("lens.yaml", size + matrix + distortion);
+    SaveText("lens.yaml", "%YAML:1.0\n" + size + matrix + distortion);
     Open();
     EXPECT_EQ(std::bit_cast<uint32_t>(9.0F), WholeAt(LensFile(), 20));
 }
