@@ -11,10 +11,24 @@
 namespace GenTL::simulator
 {
 
+namespace
+{
+
+/** Beside this library's own file, or, of an installed copy of it, in the simulator's folder. */
+std::filesystem::path LibraryPath()
+{
+    constexpr const char *name = "qvr_sim_images.so";
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(OwnPath()).parent_path();
+    const std::filesystem::path beside = folder / name;
+    return exists(beside) ? beside : folder.parent_path() / "simulator" / name;
+}
+
+} // namespace
+
 ImageLibrary LoadImageLibrary()
 {
-    const std::filesystem::path path = OwnPath().parent_path() / "qvr_sim_images.so";
-    // The decoders start threads and keep per-thread data: they stay loaded.
+    const std::filesystem::path path = LibraryPath();
+    // Its functions are called after this one has returned: it stays loaded.
     void *const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (library == nullptr)
     {
