@@ -2,6 +2,7 @@
 
 #include "datastream/buffer.h"
 #include "datastream/lower_frame.h"
+#include "utils/at_end.h"
 #include "utils/checks.h"
 #include "utils/log.h"
 
@@ -17,20 +18,6 @@ namespace
 
 constexpr uint64_t waitForBufferMs = 10000;
 constexpr std::chrono::milliseconds callbackPause{50};
-
-/// Runs an action when the scope ends, whichever way.
-template <typename Action>
-class AtEnd
-{
-public:
-    explicit AtEnd(Action action) : m_action(std::move(action)) {}
-    ~AtEnd() { m_action(); }
-    AtEnd(const AtEnd &) = delete;
-    AtEnd &operator=(const AtEnd &) = delete;
-
-private:
-    Action m_action;
-};
 
 /// Runs an action of the acquisition thread, out of which nothing may come.
 template <typename Action>
@@ -200,7 +187,7 @@ bool AcquisitionWorker::RunPass(Progress &progress)
     {
         return false;
     }
-    const AtEnd requeue([&] { Requeue(lower); });
+    const utils::AtEnd requeue([&] { Requeue(lower); });
     if (m_running)
     {
         TransferFrame(lower, progress);
@@ -216,7 +203,7 @@ void AcquisitionWorker::TransferFrame(const ProxyBuffer &lower, Progress &progre
         SPDLOG_ERROR("No buffer available");
         return;
     }
-    const AtEnd push([&] { Push(buffer); });
+    const utils::AtEnd push([&] { Push(buffer); });
     if (buffer->GetSize() < lower.Size())
     {
         buffer->SetResult(false, 0, false);
