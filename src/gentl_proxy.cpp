@@ -1,5 +1,6 @@
 #include "gentl_proxy.h"
 
+#include "utils/environment.h"
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
 
@@ -44,6 +45,14 @@ GenTLProxy::GenTLProxy(const std::string &path) : m_path(path)
         m_functions.GCInitLib == nullptr || m_functions.GCCloseLib == nullptr)
     {
         throw GenTLException("Failed to initialize CTI!", GC_ERR_ERROR);
+    }
+    // Before the first call, which would load the file again, and so without end.
+    if (utils::IsInOwnFile(reinterpret_cast<const void *>(m_functions.GCInitLib)))
+    {
+        throw GenTLException(
+            fmt::format("{} is this producer itself! Set PROXY_TL_CTI_PATH to the producer of your cameras.",
+                        m_path),
+            GC_ERR_ERROR);
     }
     GCInitLib();
     QueryVersion();

@@ -19,8 +19,8 @@ public:
     /// Loads the file, and calls GCInitLib and GCCloseLib once around the question for its version.
     /// @throws std::runtime_error when the file cannot be loaded, when a function that its version promises
     /// is missing, and when its version cannot be learnt
-    /// @throws GenTLException when one of the four functions that come before any version is missing, or
-    /// GCInitLib fails
+    /// @throws GenTLException when one of the four functions that come before any version is missing, when
+    /// the file is this library's own or a copy of it, or when GCInitLib fails
     explicit GenTLProxy(const std::string &path);
     ~GenTLProxy() override;
 

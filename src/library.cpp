@@ -12,6 +12,7 @@
 #include "proxy_system.h"
 #include "remoteport.h"
 #include "system.h"
+#include "utils/at_end.h"
 #include "utils/checks.h"
 #include "utils/environment.h"
 #include "utils/info.h"
@@ -122,6 +123,14 @@ void Library::Initialize()
         SPDLOG_ERROR(text);
         throw GenTLException(text, GC_ERR_RESOURCE_IN_USE);
     }
+    if (m_initializing)
+    {
+        throw GenTLException("The lower producer leads back to this one! Set PROXY_TL_CTI_PATH to the "
+                             "producer of your cameras.",
+                             GC_ERR_RESOURCE_IN_USE);
+    }
+    m_initializing = true;
+    const utils::AtEnd done([this] { m_initializing = false; });
     SetUpLogging();
     SetCurrentLastError({}, GC_ERR_SUCCESS);
     BringUpLowerProducer();

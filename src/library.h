@@ -28,7 +28,8 @@ public:
 
     static Library &Instance();
 
-    /// @throws GenTLException "Library already initialized!", GC_ERR_RESOURCE_IN_USE; whatever the bring-up
+    /// @throws GenTLException "Library already initialized!", GC_ERR_RESOURCE_IN_USE; the same code when the
+    /// lower producer that is being brought up calls back into this one; whatever the bring-up
     /// of the lower producer or of the vision library throws, after which it may be tried again
     void Initialize() override;
     /// @throws GenTLException while closed; whatever the end of the vision library throws, which leaves
@@ -58,6 +59,7 @@ private:
     void ReleaseMembers();
 
     bool m_initialized = false;
+    bool m_initializing = false;
     InstanceManager m_instances;
     std::shared_ptr<spdlog::logger> m_logger;
     std::shared_ptr<spdlog::logger> m_previousDefaultLogger;

@@ -1,16 +1,52 @@
 #include "utils/environment.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace GenTL::internal::utils
 {
 
-std::string GetOwnPath()
+namespace
+{
+
+/// Path of the shared library that an address lies in, empty when the loader knows of none.
+std::string PathOf(const void *address)
 {
     Dl_info info{};
-    const auto found = dladdr(reinterpret_cast<const void *>(&GetOwnPath), &info);
+    const auto found = dladdr(address, &info);
     return found != 0 && info.dli_fname != nullptr ? info.dli_fname : "";
+}
+
+bool HaveSameBytes(const std::string &one, const std::string &other)
+{
+    std::error_code error;
+    const auto size = std::filesystem::file_size(one, error);
+    if (error || std::filesystem::file_size(other, error) != size || error)
+    {
+        return false;
+    }
+    std::ifstream oneFile(one, std::ios::binary);
+    std::ifstream otherFile(other, std::ios::binary);
+    using Bytes = std::istreambuf_iterator<char>;
+    return oneFile && otherFile && std::equal(Bytes(oneFile), Bytes(), Bytes(otherFile), Bytes());
+}
+
+} // namespace
+
+std::string GetOwnPath()
+{
+    return PathOf(reinterpret_cast<const void *>(&GetOwnPath));
+}
+
+bool IsInOwnFile(const void *address)
+{
+    // By a link to it the loader gives the library that it has, under its first path.
+    const auto path = PathOf(address);
+    return !path.empty() && (path == GetOwnPath() || HaveSameBytes(path, GetOwnPath()));
 }
 
 std::string GetEnvironmentVariable(const std::string &name)

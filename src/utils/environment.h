@@ -9,6 +9,9 @@ namespace GenTL::internal::utils
 /// canonical; empty when the loader does not know it.
 std::string GetOwnPath();
 
+/// Whether an address lies in that shared library, or in one loaded from a copy of its file.
+bool IsInOwnFile(const void *address);
+
 /// Value of an environment variable, empty when it is not set.
 std::string GetEnvironmentVariable(const std::string &name);
 
