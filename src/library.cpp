@@ -190,7 +190,7 @@ void Library::BringUpVisionLibrary()
 
 void Library::ReleaseMembers()
 {
-    m_tlType.clear();
+    SetTLType({});
     m_proxy.reset();
     m_previousDefaultLogger.reset();
     m_logger.reset();
@@ -217,7 +217,7 @@ void Library::OpenSystem(TL_HANDLE *phTL)
     TL_HANDLE lowerHandle = nullptr;
     m_proxy->TLOpen(&lowerHandle);
     auto proxySystem = std::make_shared<ProxySystem>(m_proxy, lowerHandle);
-    m_tlType = proxySystem->GetTLType();
+    SetTLType(proxySystem->GetTLType());
     const auto system = std::make_shared<System>(*this, this, std::move(proxySystem));
     const auto handle = m_instances.systems.Add(system);
     system->SetHandle(handle);
@@ -341,6 +341,18 @@ GC_ERROR Library::GetLastErrorCode() const
 {
     const auto *const lastError = CurrentLastError();
     return lastError != nullptr ? lastError->code : GC_ERR_SUCCESS;
+}
+
+std::string Library::GetTLType() const
+{
+    const std::lock_guard guard(m_tlTypeMutex);
+    return m_tlType;
+}
+
+void Library::SetTLType(std::string type)
+{
+    const std::lock_guard guard(m_tlTypeMutex);
+    m_tlType = std::move(type);
 }
 
 IGenTLProxy &Library::GetProxy()

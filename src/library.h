@@ -5,6 +5,7 @@
 #include "port/i_library.h"
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -47,7 +48,7 @@ public:
     std::string_view GetLastErrorMessage() const override;
     GC_ERROR GetLastErrorCode() const override;
     IGenTLProxy &GetProxy() override;
-    const std::string &GetTLType() const override { return m_tlType; }
+    std::string GetTLType() const override;
 
 private:
     Library();
@@ -57,6 +58,7 @@ private:
     void BringUpLowerProducer();
     void BringUpVisionLibrary();
     void ReleaseMembers();
+    void SetTLType(std::string type);
 
     bool m_initialized = false;
     bool m_initializing = false;
@@ -64,6 +66,7 @@ private:
     std::shared_ptr<spdlog::logger> m_logger;
     std::shared_ptr<spdlog::logger> m_previousDefaultLogger;
     std::shared_ptr<IGenTLProxy> m_proxy;
+    mutable std::mutex m_tlTypeMutex; ///< systems are opened by several threads
     std::string m_tlType;
 };
 

@@ -42,7 +42,7 @@ public:
     /// @throws GenTLException while closed; "Proxy is not available!", GC_ERR_ERROR
     virtual IGenTLProxy &GetProxy() = 0;
     /// The lower producer's transport layer type; empty before the first TLOpen.
-    virtual const std::string &GetTLType() const = 0;
+    virtual std::string GetTLType() const = 0;
 };
 
 /// Answers the information queries about the producer itself.

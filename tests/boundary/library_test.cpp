@@ -47,6 +47,28 @@ uint32_t NumberOf(TL_INFO_CMD command, INFO_DATATYPE type)
 
 using ProducerInfo = ConsumerTest;
 
+TEST_F(ProducerInfo, IsToldWhileOtherThreadsOpenSystems)
+{
+    constexpr int rounds = 100;
+    std::barrier start(3);
+    const auto open = [&]
+    {
+        start.arrive_and_wait();
+        for (int i = 0; i < rounds; ++i)
+        {
+            EXPECT_EQ(gentl.TLClose(OpenSystem()), GC_ERR_SUCCESS);
+        }
+    };
+    OpenSystem();
+    const std::jthread one(open);
+    const std::jthread other(open);
+    start.arrive_and_wait();
+    for (int i = 0; i < rounds; ++i)
+    {
+        EXPECT_EQ(TextOf(TL_INFO_TLTYPE), "GEV");
+    }
+}
+
 TEST_F(ProducerInfo, IsThatOfThisProducer)
 {
     EXPECT_EQ(TextOf(TL_INFO_ID), "Proxy Transport Layer");

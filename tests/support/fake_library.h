@@ -32,7 +32,7 @@ public:
     std::string_view GetLastErrorMessage() const override { return {}; }
     GC_ERROR GetLastErrorCode() const override { return GC_ERR_SUCCESS; }
     IGenTLProxy &GetProxy() override { return *proxy; }
-    const std::string &GetTLType() const override
+    std::string GetTLType() const override
     {
         if (onGetTLType)
         {
