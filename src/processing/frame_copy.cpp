@@ -1,5 +1,7 @@
 #include "processing/frame_copy.h"
 
+#include "utils/gentl_exception.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -51,6 +53,14 @@ void CopyPastCache(uint8_t *, const uint8_t *, size_t) {}
 #endif
 
 } // namespace
+
+void CheckHasMemory(const InputData &input)
+{
+    if (input.data == nullptr && input.size != 0)
+    {
+        throw GenTLException("Input buffer has no memory!", GC_ERR_ERROR);
+    }
+}
 
 void CopyFrame(uint8_t *target, const uint8_t *source, size_t size)
 {

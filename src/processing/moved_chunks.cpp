@@ -1,5 +1,6 @@
 #include "processing/moved_chunks.h"
 
+#include "processing/frame_copy.h"
 #include "utils/checks.h"
 
 #include <algorithm>
@@ -65,6 +66,8 @@ private:
 
 ChunkList MoveChunks(const InputData &input, std::span<uint8_t> output, uint64_t imageSize)
 {
+    // An image without pixels needs no memory, so the vision library lets it pass.
+    CheckHasMemory(input);
     const auto &entries = input.chunks->entries;
     // Unsigned on purpose: an image that became smaller moves the chunks to the front.
     const uint64_t delta = imageSize - ImageChunk(entries).ChunkLength;

@@ -12,8 +12,8 @@ namespace GenTL::internal
 /// trailer: id and length as 32-bit words. The image itself is in the output already.
 /// @param imageSize bytes of the image in the output
 /// @return where the chunks are in the output
-/// @throws GenTLException "Received chunks, but no image chunk!", GC_ERR_ERROR; GC_ERR_PARSING_CHUNK_DATA
-/// for a chunk that lies beyond a buffer
+/// @throws GenTLException "Input buffer has no memory!" and "Received chunks, but no image chunk!",
+/// GC_ERR_ERROR; GC_ERR_PARSING_CHUNK_DATA for a chunk that lies beyond a buffer
 ChunkList MoveChunks(const InputData &input, std::span<uint8_t> output, uint64_t imageSize);
 
 } // namespace GenTL::internal

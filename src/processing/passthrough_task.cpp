@@ -21,6 +21,7 @@ ProcessingResult PassthroughTask::Process(const InputData &input, std::span<uint
         SPDLOG_CRITICAL(text);
         throw GenTLException(text, GC_ERR_ERROR);
     }
+    CheckHasMemory(input);
     ProcessingResult result{.bytesWritten = input.size,
                             .parts = input.parts,
                             .attributes = input.attributes,

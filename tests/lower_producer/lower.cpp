@@ -219,20 +219,44 @@ void BufferInfo(Producer &self, void *buffer, BUFFER_INFO_CMD command, INFO_DATA
     switch (command)
     {
     case BUFFER_INFO_BASE:
-        return AnswerValue<void *>(INFO_DATATYPE_PTR, memory.data(), piType, pBuffer, piSize);
+        return AnswerValue<void *>(INFO_DATATYPE_PTR, self.hasMemory ? memory.data() : nullptr, piType,
+                                   pBuffer, piSize);
     case BUFFER_INFO_SIZE:
         return AnswerValue(INFO_DATATYPE_SIZET, memory.size(), piType, pBuffer, piSize);
     case BUFFER_INFO_PAYLOADTYPE:
-        return AnswerValue<size_t>(INFO_DATATYPE_SIZET, PAYLOAD_TYPE_IMAGE, piType, pBuffer, piSize);
+        return AnswerValue<size_t>(INFO_DATATYPE_SIZET,
+                                   self.parts.empty() ? PAYLOAD_TYPE_IMAGE : PAYLOAD_TYPE_MULTI_PART, piType,
+                                   pBuffer, piSize);
     case BUFFER_INFO_IS_INCOMPLETE:
         return AnswerValue<bool8_t>(INFO_DATATYPE_BOOL8, self.incomplete[buffer] ? 1 : 0, piType, pBuffer,
                                     piSize);
     case BUFFER_INFO_WIDTH:
-        return AnswerValue<size_t>(INFO_DATATYPE_SIZET, 16, piType, pBuffer, piSize);
+        return AnswerValue(INFO_DATATYPE_SIZET, self.width, piType, pBuffer, piSize);
     case BUFFER_INFO_HEIGHT:
-        return AnswerValue<size_t>(INFO_DATATYPE_SIZET, 4, piType, pBuffer, piSize);
+        return AnswerValue(INFO_DATATYPE_SIZET, self.height, piType, pBuffer, piSize);
     case BUFFER_INFO_PIXELFORMAT:
-        return AnswerValue<uint64_t>(INFO_DATATYPE_UINT64, 0x01080001, piType, pBuffer, piSize);
+        return AnswerValue(INFO_DATATYPE_UINT64, self.pixelFormat, piType, pBuffer, piSize);
+    default:
+        throw Failure{GC_ERR_NOT_AVAILABLE};
+    }
+}
+
+void PartInfo(Producer &self, void *buffer, uint32_t index, BUFFER_PART_INFO_CMD command,
+              INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    const auto &part = self.parts.at(index);
+    switch (command)
+    {
+    case BUFFER_PART_INFO_BASE:
+        return AnswerValue<void *>(INFO_DATATYPE_PTR,
+                                   part.hasMemory ? self.buffers.at(buffer).data() : nullptr, piType, pBuffer,
+                                   piSize);
+    case BUFFER_PART_INFO_DATA_TYPE:
+        return AnswerValue(INFO_DATATYPE_SIZET, part.type, piType, pBuffer, piSize);
+    case BUFFER_PART_INFO_DATA_FORMAT:
+        return AnswerValue(INFO_DATATYPE_UINT64, part.format, piType, pBuffer, piSize);
+    case BUFFER_PART_INFO_DATA_SIZE:
+        return AnswerValue(INFO_DATATYPE_SIZET, part.size, piType, pBuffer, piSize);
     default:
         throw Failure{GC_ERR_NOT_AVAILABLE};
     }
@@ -621,13 +645,14 @@ extern "C"
 
     GC_API GC_ERROR DSGetNumBufferParts(DS_HANDLE, BUFFER_HANDLE, uint32_t *piNumParts)
     {
-        LOWER(DSGetNumBufferParts, *piNumParts = 0;);
+        LOWER(DSGetNumBufferParts, *piNumParts = static_cast<uint32_t>(self.parts.size()););
     }
 
-    GC_API GC_ERROR DSGetBufferPartInfo(DS_HANDLE, BUFFER_HANDLE, uint32_t, BUFFER_PART_INFO_CMD,
-                                        INFO_DATATYPE *, void *, size_t *)
+    GC_API GC_ERROR DSGetBufferPartInfo(DS_HANDLE, BUFFER_HANDLE hBuffer, uint32_t iPartIndex,
+                                        BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                                        size_t *piSize)
     {
-        LOWER(DSGetBufferPartInfo, throw Failure{GC_ERR_NO_DATA};);
+        LOWER(DSGetBufferPartInfo, PartInfo(self, hBuffer, iPartIndex, iInfoCmd, piType, pBuffer, piSize););
     }
 
     GC_API GC_ERROR DSAnnounceCompositeBuffer(DS_HANDLE, size_t, void **, size_t *, void *, BUFFER_HANDLE *)

@@ -47,6 +47,15 @@ struct DeviceEntry
     std::string model;
 };
 
+/// A part of each buffer, as the producer tells of it.
+struct Part
+{
+    size_t type = PART_DATATYPE_2D_IMAGE;
+    uint64_t format = 0x01080001;
+    size_t size = 64;
+    bool hasMemory = true; ///< else its base is null, whatever its size
+};
+
 /// What the producer is and does. By default: one interface "if0" with the devices "cam0" (admitted) and
 /// "other" (not admitted), each with one stream, a small description and 16 x 4 pixels.
 struct Producer
@@ -63,6 +72,13 @@ struct Producer
     size_t minimumBuffers = 3;
     size_t payloadSize = 64;
     uint64_t droppedFrames = 0;
+
+    // What it tells of each buffer, be it true or not.
+    uint64_t pixelFormat = 0x01080001;
+    size_t width = 16;
+    size_t height = 4;
+    bool hasMemory = true;   ///< else the buffer's base is null, whatever its size
+    std::vector<Part> parts; ///< all at the buffer's start; with any the payload is multi-part
 
     /// Results that a function gives on its next calls, first in first out, instead of working.
     std::map<std::string, std::deque<GC_ERROR>, std::less<>> failures;

@@ -50,6 +50,15 @@ TEST_F(PassthroughTaskTest, RefusesAnOutputThatIsOneByteShortAndCopiesNothing)
     EXPECT_THAT(log.Lines(), ElementsAre("critical: Output buffer is smaller than input buffer!"));
 }
 
+TEST_F(PassthroughTaskTest, RefusesAnInputWithoutMemory)
+{
+    input.data = nullptr;
+    EXPECT_EQ(FailureOf([&] { task.Process(input, destination); }),
+              (Failure{"Input buffer has no memory!", GC_ERR_ERROR}));
+    input.size = 0;
+    EXPECT_EQ(task.Process(input, destination).bytesWritten, 0U);
+}
+
 TEST_F(PassthroughTaskTest, MovesThePartsToTheOutput)
 {
     input.parts = {{.base = source.data(), .size = 40, .type = 1},

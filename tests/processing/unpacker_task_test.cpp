@@ -207,6 +207,15 @@ TEST_F(UnpackerTaskTest, TakesAnUnknownSizeForAnEmptyImage)
     EXPECT_EQ(output, std::vector<uint8_t>(40, 0xAA));
 }
 
+TEST_F(UnpackerTaskTest, MovesNoChunksOutOfMemoryThatIsNotThere)
+{
+    input.attributes.width.reset();
+    input.data = nullptr;
+    input.chunks = ChunkList{.entries = {{0x11, 0, 5}, {0x22, 13, 3}}};
+    EXPECT_EQ(FailureOf([&] { task.Process(input, output); }),
+              (Failure{"Input buffer has no memory!", GC_ERR_ERROR}));
+}
+
 TEST(UnpackerTask, NeedsRoomForFortyLinesMore)
 {
     UnpackerTask task;
