@@ -24,7 +24,8 @@ std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(ILibrary &library, std::s
     }
     size_t size = 0;
     proxy->DevGetDataStreamID(lowerDevice, 0, nullptr, &size);
-    std::vector<char> id(size);
+    // One byte more: a lower producer may count and write its text without the terminator.
+    std::vector<char> id(size + 1);
     proxy->DevGetDataStreamID(lowerDevice, 0, id.data(), &size);
     DS_HANDLE handle = nullptr;
     proxy->DevOpenDataStream(lowerDevice, id.data(), &handle);

@@ -99,6 +99,29 @@ TEST_F(OpenStream, RegistersAStreamOfTheDevice)
     EXPECT_EQ(proxy->CountOf("DevOpenDataStream"), 1U);
 }
 
+TEST_F(OpenStream, PassesAnIdDownThatCameWithoutItsEnd)
+{
+    constexpr std::string_view bare = "LowerStream";
+    proxy->onDevGetDataStreamID = [&](DEV_HANDLE, uint32_t, char *id, size_t *size)
+    {
+        if (id != nullptr)
+        {
+            bare.copy(id, *size);
+        }
+        *size = bare.size();
+        return GC_ERR_SUCCESS;
+    };
+    size_t length = 0;
+    proxy->onDevOpenDataStream = [&](DEV_HANDLE, const char *id, DS_HANDLE *opened)
+    {
+        length = strnlen(id, bare.size() + 1);
+        *opened = LowerHandle(nextStream++);
+        return GC_ERR_SUCCESS;
+    };
+    device->DevOpenDataStream("Stream1", &handle);
+    EXPECT_EQ(length, bare.size());
+}
+
 TEST_F(OpenStream, NamesTheNullArgumentFirst)
 {
     EXPECT_EQ(FailureOf([&] { device->DevOpenDataStream(nullptr, nullptr); }),
