@@ -21,9 +21,23 @@ Device::Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV
     : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager),
       m_processor(std::make_shared<Processor>()), m_parentHandle(parentHandle)
 {
-    Proxy()->DevGetPort(GetLowerHandle(), &m_lowerPortHandle);
+    OpenLowerPort();
     OpenRemotePort();
     m_remotePortHandle = m_manager->remotePorts.Add(m_remotePort);
+}
+
+void Device::OpenLowerPort()
+{
+    try
+    {
+        Proxy()->DevGetPort(GetLowerHandle(), &m_lowerPortHandle);
+    }
+    catch (...)
+    {
+        // A lower device that stays open is taken for everybody else.
+        CloseQuietly([this] { Proxy()->DevClose(GetLowerHandle()); });
+        throw;
+    }
 }
 
 void Device::OpenRemotePort()

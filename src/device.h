@@ -23,7 +23,7 @@ class RemotePort;
 class Device final : public ProxyModule
 {
 public:
-    /// Reads the device's description. On a failure of that the lower device is closed again.
+    /// Reads the device's description. On a failure the lower device is closed again.
     /// @throws GenTLException of the lower DevGetPort; std::exception when the description is of no use
     Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
            IF_HANDLE parentHandle);
@@ -46,6 +46,7 @@ public:
     void ReleaseDataStream();
 
 private:
+    void OpenLowerPort();
     void OpenRemotePort();
 
     InstanceManager *m_manager;

@@ -88,11 +88,17 @@ TEST_F(DeviceOpening, RegistersARemotePortOverTheLowerPort)
     EXPECT_NE(handle, lowerPort);
 }
 
-TEST_F(DeviceOpening, FailsWithTheLowerPort)
+TEST_F(DeviceOpening, ClosesTheLowerDeviceThatHasNoPort)
 {
+    std::vector<DEV_HANDLE> closed;
+    proxy->onDevClose = [&](DEV_HANDLE handle) -> GC_ERROR
+    {
+        closed.push_back(handle);
+        LowerFailure(GC_ERR_BUSY, "does not close");
+    };
     proxy->onDevGetPort = [](DEV_HANDLE, PORT_HANDLE *) -> GC_ERROR { LowerFailure(GC_ERR_IO, "no port"); };
     EXPECT_EQ(MakeFailure(), (Failure{"no port", GC_ERR_IO}));
-    EXPECT_THAT(proxy->Calls(), ElementsAre("DevGetPort"));
+    EXPECT_THAT(closed, ElementsAre(lowerHandle));
 }
 
 TEST_F(DeviceOpening, ClosesTheLowerDeviceWhenItsDescriptionIsOfNoUse)
