@@ -146,8 +146,10 @@ void RemotePort::VisitComponent(const NodeInfo &selector, const std::string &nam
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR("Could not set ComponentSelector to {}, with exception: {}. Original Selector Value: {}",
-                     name, exception.what(), original);
+        QVR_LOG_ERROR_FOR(
+            "RemotePort::InjectOverrides",
+            "Could not set ComponentSelector to {}, with exception: {}. Original Selector Value: {}", name,
+            exception.what(), original);
     }
 }
 

@@ -497,7 +497,7 @@ void RemotePort::ReadLensCalibration()
     catch (const std::exception &exception)
     {
         // Ordinary: most devices have none.
-        SPDLOG_ERROR("{}", exception.what());
+        QVR_LOG_ERROR_FOR("RemotePort::ReadScan3dInfo", "{}", exception.what());
     }
 }
 

@@ -14,6 +14,8 @@ namespace GenTL::internal
 namespace
 {
 
+constexpr auto operation = "internal::Unzip";
+
 [[noreturn]] void Fail(const char *message)
 {
     throw GenTLException(message, GC_ERR_IO);
@@ -21,14 +23,15 @@ namespace
 
 [[noreturn]] void LogAndFail(const char *message)
 {
-    SPDLOG_ERROR(message);
+    QVR_LOG_ERROR_FOR(operation, message);
     Fail(message);
 }
 
 [[noreturn]] void LogAndFail(const char *message, zip_error_t &error)
 {
     const char *text = zip_error_strerror(&error);
-    SPDLOG_ERROR("{} Error: {} | {}", message, zip_error_code_zip(&error), text != nullptr ? text : "-");
+    QVR_LOG_ERROR_FOR(operation, "{} Error: {} | {}", message, zip_error_code_zip(&error),
+                      text != nullptr ? text : "-");
     Fail(message);
 }
 
@@ -79,7 +82,7 @@ uint64_t FirstFileSize(zip_t *archive)
     if (result != 0)
     {
         constexpr auto text = "Getting zip file statistics failed!";
-        SPDLOG_ERROR("{} Error: {}", text, result);
+        QVR_LOG_ERROR_FOR(operation, "{} Error: {}", text, result);
         Fail(text);
     }
     if ((statistics.valid & ZIP_STAT_SIZE) == 0)

@@ -19,6 +19,9 @@ namespace
 constexpr uint64_t waitForBufferMs = 10000;
 constexpr std::chrono::milliseconds callbackPause{50};
 
+/// What every record of the acquisition thread names.
+constexpr auto threadFunction = "AcquisitionWorker::RunAcquisition";
+
 /// Runs an action of the acquisition thread, out of which nothing may come.
 template <typename Action>
 void RunLogged(Action action)
@@ -29,11 +32,11 @@ void RunLogged(Action action)
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR(std::string_view(exception.what()));
+        QVR_LOG_ERROR_FOR(threadFunction, std::string_view(exception.what()));
     }
     catch (...)
     {
-        SPDLOG_CRITICAL("Unknown exception thrown in acquisition thread");
+        QVR_LOG_CRITICAL_FOR(threadFunction, "Unknown exception thrown in acquisition thread");
     }
 }
 
@@ -200,15 +203,15 @@ void AcquisitionWorker::TransferFrame(const ProxyBuffer &lower, Progress &progre
     const auto buffer = m_bufferSource();
     if (!buffer)
     {
-        SPDLOG_ERROR("No buffer available");
+        QVR_LOG_ERROR_FOR(threadFunction, "No buffer available");
         return;
     }
     const utils::AtEnd push([&] { Push(buffer); });
     if (buffer->GetSize() < lower.Size())
     {
         buffer->SetResult(false, 0, false);
-        SPDLOG_ERROR("Acquired buffer size ({}) is larger than expected ({})", lower.Size(),
-                     buffer->GetSize());
+        QVR_LOG_ERROR_FOR(threadFunction, "Acquired buffer size ({}) is larger than expected ({})",
+                          lower.Size(), buffer->GetSize());
         return;
     }
     FillBuffer(lower, *buffer, progress);
@@ -275,7 +278,7 @@ void AcquisitionWorker::Requeue(const ProxyBuffer &lower) noexcept
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR(std::string_view(exception.what()));
+        QVR_LOG_ERROR_FOR(threadFunction, std::string_view(exception.what()));
     }
 }
 

@@ -135,7 +135,7 @@ void EventHandler::GiveBack(BUFFER_HANDLE handle)
     if (!buffer)
     {
         constexpr auto text = "Failed to get buffer for new buffer event!";
-        SPDLOG_ERROR("{} Handle: {}", text, handle);
+        QVR_LOG_ERROR_FOR("EventHandler::Data", "{} Handle: {}", text, handle);
         PopFront();
         throw GenTLException(text, GC_ERR_ERROR);
     }

@@ -29,9 +29,9 @@ constexpr double defaultAxisMax = 4095.0;
 constexpr int32_t intensityInterpolation = 0;
 constexpr int32_t depthInterpolation = 1;
 
-[[noreturn]] void Fail(const std::string &text)
+[[noreturn]] void Fail(const std::string &text, const char *operation = "CoordTask::Process")
 {
-    SPDLOG_ERROR(text);
+    QVR_LOG_ERROR_FOR(operation, text);
     throw GenTLException(text, GC_ERR_ERROR);
 }
 
@@ -290,7 +290,8 @@ std::pair<double, double> CoordTask::GetScan3dAxisMinMax(Scan3dCoordinate coordi
     if (coordinate != Scan3dCoordinate::CoordinateC && m_mode != Scan3dOutputMode::CalibratedABC_Grid)
     {
         Fail(fmt::format("Cannot return Scan3dAxisMinMax for {} with {}!", ToString(m_mode),
-                         ToString(coordinate)));
+                         ToString(coordinate)),
+             "CoordTask::GetScan3dAxisMinMax");
     }
     if (m_mode == Scan3dOutputMode::UncalibratedC)
     {
@@ -406,25 +407,25 @@ void CoordTask::Dispatch(Component component, const Source &source, const Image 
     }
 }
 
-Undistortion &CoordTask::Rectifier() const
+Undistortion &CoordTask::Rectifier(const char *operation) const
 {
     if (!m_rectifier)
     {
-        Fail("No rectifier! Needs to be created first!");
+        Fail("No rectifier! Needs to be created first!", operation);
     }
     return *m_rectifier;
 }
 
 void CoordTask::ProcessUndistortion(const Image &image, const Target &target)
 {
-    auto &rectifier = Rectifier();
+    auto &rectifier = Rectifier("CoordTask::ProcessUndistortion");
     rectifier.SetInterpolation(intensityInterpolation);
     rectifier.Undistort(image).ConvertTo(target.format, target.memory.data(), target.memory.size());
 }
 
 void CoordTask::ProcessDepthToCalibratedDepth(const Source &source, const Image &image, const Target &target)
 {
-    auto &rectifier = Rectifier();
+    auto &rectifier = Rectifier("CoordTask::ProcessDepthToCalibratedDepth");
     if (target.format != PixelFormat::Coord3D_C32f)
     {
         const auto expected = tarn::common::PixelFormatName(PixelFormat::Coord3D_C32f);
@@ -441,7 +442,7 @@ void CoordTask::ProcessDepthToCalibratedDepth(const Source &source, const Image 
 
 void CoordTask::ProcessDepthToXYZ(const Source &source, const Image &image, const Target &target)
 {
-    auto &rectifier = Rectifier();
+    auto &rectifier = Rectifier("CoordTask::ProcessDepthToXYZ");
     // Asked in any case: it refuses floats.
     const auto largest = static_cast<double>(tarn::common::MaximumPixelValue(source.format));
     const auto maximum = m_info.scan3dAxisMax.value_or(std::min(largest, defaultAxisMax));

@@ -100,7 +100,8 @@ private:
     void ProcessDepthToCalibratedDepth(const Source &source, const tarn::cvl::Image &image,
                                        const Target &target);
     void ProcessDepthToXYZ(const Source &source, const tarn::cvl::Image &image, const Target &target);
-    tarn::cvl::Undistortion &Rectifier() const;
+    /// @param operation the one that needs it, for the log
+    tarn::cvl::Undistortion &Rectifier(const char *operation) const;
 
     std::unordered_map<Component, PixelFormat> m_outputFormats;
     std::unique_ptr<tarn::cvl::Undistortion> m_rectifier;            ///< null without calibration

@@ -128,7 +128,8 @@ PixelFormat Processor::SetOutputPixelFormat3d(Component component, PixelFormat f
     const auto input = m_coordTask->MatchInputFormat(component, format, inputs);
     if (!input)
     {
-        SPDLOG_ERROR("Unknown component: {}, PixelFormat: {}", component, Describe(format));
+        QVR_LOG_ERROR_FOR("Processor::SetOutputPixelFormat", "Unknown component: {}, PixelFormat: {}",
+                          component, Describe(format));
         fail();
     }
     m_activeTask = m_coordTask;

@@ -14,7 +14,7 @@ namespace
 
 /// The result of an action; an empty one for a failure, which is logged.
 template <typename Action>
-auto Guarded(Action action) -> decltype(action())
+auto Guarded(const char *operation, Action action) -> decltype(action())
 {
     try
     {
@@ -22,7 +22,7 @@ auto Guarded(Action action) -> decltype(action())
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR("Exception: {}", exception.what());
+        QVR_LOG_ERROR_FOR(operation, "Exception: {}", exception.what());
         return {};
     }
 }
@@ -59,19 +59,19 @@ std::vector<std::string> FileAccess::AvailableFiles() const
 
 uint64_t FileAccess::FileSize(std::string_view name) const
 {
-    return Guarded(
-        [&]
-        {
-            const auto &selector = m_parser.FindNode("FileSelector");
-            const auto &size = m_parser.FindNode("FileSize");
-            Set(selector, std::string(name));
-            return static_cast<uint64_t>(nodemap::ReadInteger(m_port, size));
-        });
+    return Guarded("FileAccess::FileSize",
+                   [&]
+                   {
+                       const auto &selector = m_parser.FindNode("FileSelector");
+                       const auto &size = m_parser.FindNode("FileSize");
+                       Set(selector, std::string(name));
+                       return static_cast<uint64_t>(nodemap::ReadInteger(m_port, size));
+                   });
 }
 
 std::vector<uint8_t> FileAccess::ReadFile(std::string_view name) const
 {
-    return Guarded([&] { return Read(std::string(name)); });
+    return Guarded("FileAccess::ReadFile", [&] { return Read(std::string(name)); });
 }
 
 std::vector<uint8_t> FileAccess::Read(const std::string &name) const

@@ -11,3 +11,10 @@
 extern template void fmt::detail::vformat_to<char>(fmt::detail::buffer<char> &, fmt::string_view,
                                                    fmt::format_args, fmt::detail::locale_ref);
 #endif
+
+// A record that a helper writes for the operation that it works for, named as "Class::Function": log filters
+// know the record by that name.
+#define QVR_LOG_FOR(operation, level, ...)                                                                   \
+    spdlog::default_logger_raw()->log(spdlog::source_loc{__FILE__, __LINE__, operation}, level, __VA_ARGS__)
+#define QVR_LOG_ERROR_FOR(operation, ...) QVR_LOG_FOR(operation, spdlog::level::err, __VA_ARGS__)
+#define QVR_LOG_CRITICAL_FOR(operation, ...) QVR_LOG_FOR(operation, spdlog::level::critical, __VA_ARGS__)

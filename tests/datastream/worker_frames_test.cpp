@@ -184,6 +184,7 @@ TEST_F(WorkerFrames, AreLostWithoutAFreeBuffer)
     worker->StartAcquisition(1);
     ASSERT_TRUE(calls->WaitFor(waitCall, 3));
     EXPECT_EQ(log.Lines(), (Calls{"error: No buffer available", "error: No buffer available"}));
+    EXPECT_THAT(log.Origins(), testing::Each("AcquisitionWorker::RunAcquisition"));
     EXPECT_EQ(calls->CountOf(RequeueCall(0)), 1);
     EXPECT_EQ(calls->CountOf(RequeueCall(1)), 1);
     EXPECT_EQ(calls->CountOf("Push"), 0);
@@ -205,6 +206,7 @@ TEST_F(WorkerFrames, AreNotTakenByABufferThatIsTooSmall)
     ASSERT_TRUE(calls->WaitFor(waitCall, 3));
     EXPECT_EQ(log.Lines(), (Calls{"error: Acquired buffer size (64) is larger than expected (63)",
                                   "error: Acquired buffer size (64) is larger than expected (63)"}));
+    EXPECT_THAT(log.Origins(), testing::Each("AcquisitionWorker::RunAcquisition"));
     for (const auto &buffer : small)
     {
         ExpectPushedWithoutAFrame(*buffer);
@@ -346,6 +348,7 @@ TEST_F(WorkerFrames, GoOnWhenARequeueFails)
     DeliverAll(2);
     RunToTheEnd(2);
     EXPECT_EQ(log.Lines(), (Calls{"error: no such buffer", "error: not a GenTL failure"}));
+    EXPECT_THAT(log.Origins(), testing::Each("AcquisitionWorker::RunAcquisition"));
     EXPECT_EQ(FrameIds(buffers), (Ids{1, 2}));
 }
 
@@ -357,6 +360,7 @@ TEST_F(WorkerFrames, TellTheEndAlsoWhenTheLowerStopFails)
     Deliver(0);
     RunToTheEnd(1);
     EXPECT_EQ(log.Lines(), Calls{"error: cable"});
+    EXPECT_THAT(log.Origins(), testing::Each("AcquisitionWorker::RunAcquisition"));
     EXPECT_EQ(calls->CountOf("RevokeBuffers"), 0);
 }
 
@@ -368,6 +372,7 @@ TEST_F(WorkerFrames, TellTheEndAlsoWhenTheRevokeFails)
     Deliver(0);
     RunToTheEnd(1);
     EXPECT_EQ(log.Lines(), Calls{"critical: Unknown exception thrown in acquisition thread"});
+    EXPECT_THAT(log.Origins(), testing::Each("AcquisitionWorker::RunAcquisition"));
 }
 
 TEST_F(WorkerFrames, EndWithoutAnyoneToTell)

@@ -134,6 +134,7 @@ TEST_F(WorkerStop, LogsTheAbortOfTheWait)
     ASSERT_TRUE(calls->WaitFor(waitCall));
     worker->StopAcquisition();
     EXPECT_EQ(log.Lines(), Calls{"error: wait aborted"});
+    EXPECT_THAT(log.Origins(), testing::Each("AcquisitionWorker::RunAcquisition"));
 }
 
 TEST_F(WorkerStop, FailsWhenNothingRuns)

@@ -175,6 +175,7 @@ TEST_F(EventData, LosesTheEntryOfABufferThatWasRevoked)
     EXPECT_EQ(log.Lines(),
               std::vector{fmt::format("error: Failed to get buffer for new buffer event! Handle: {}",
                                       static_cast<void *>(revoked.get()))});
+    EXPECT_THAT(log.Origins(), testing::Each("EventHandler::Data"));
     EXPECT_EQ(event.GetDeliveredCount(), 0U);
     EXPECT_EQ(Fetch().BufferHandle, next.get());
 }
@@ -188,6 +189,7 @@ TEST_F(EventData, LosesTheEntryOfARevokedBufferForANullBufferToo)
     EXPECT_EQ(FailureOf([&] { event.Data(nullptr, &size, 0); }),
               (Failure{"Failed to get buffer for new buffer event!", GC_ERR_ERROR}));
     EXPECT_EQ(log.Lines().size(), 1U);
+    EXPECT_THAT(log.Origins(), testing::Each("EventHandler::Data"));
     EXPECT_EQ(NumInQueue(), 0U);
 }
 

@@ -210,6 +210,8 @@ TEST_F(ComponentSelector, GoOnWithTheNextComponentWhenTheProcessorRefusesOne)
                             "no such format. Original Selector Value: Confidence",
                             "error: Could not set ComponentSelector to Range, with exception: "
                             "no such format. Original Selector Value: Confidence"));
+    EXPECT_THAT(log.Origins(), ElementsAre("RemotePort::ReadScan3dInfo", "RemotePort::InjectOverrides",
+                                           "RemotePort::InjectOverrides"));
     EXPECT_THAT(processor->calls->All(), Contains("output of Confidence is 1080001"));
     EXPECT_EQ(DeviceBytes(selectorAddress, 4), BytesOf(confidence));
     EXPECT_EQ(Read(pixelFormatAddress, 4), BytesOf(uint32_t{0x01080001}));

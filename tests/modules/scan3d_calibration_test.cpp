@@ -71,6 +71,7 @@ TEST_F(Scan3dCalibration, IsNotMissedOnADeviceWithoutFiles)
 {
     OpenWithoutCalibration();
     EXPECT_THAT(log.Lines(), ElementsAre("error: Did not find node FileSelector!"));
+    EXPECT_THAT(log.Origins(), testing::Each("RemotePort::ReadScan3dInfo"));
     EXPECT_THAT(scan3d->calls->All(), testing::Not(testing::Contains("SetLensCalibrationData")));
 }
 

@@ -81,6 +81,7 @@ TEST(Unzip, FailsWithoutData)
     EXPECT_EQ(FailureOf([] { Unzip(nullptr, 5); }), (Failure{"Create zip source buffer failed!", GC_ERR_IO}));
     EXPECT_THAT(log.Lines(),
                 ElementsAre("error: Create zip source buffer failed! Error: 18 | Invalid argument"));
+    EXPECT_THAT(log.Origins(), testing::Each("internal::Unzip"));
 }
 
 TEST(Unzip, FailsForSomethingElseThanAnArchive)
@@ -91,6 +92,7 @@ TEST(Unzip, FailsForSomethingElseThanAnArchive)
               (Failure{"Opening zip from source failed!", GC_ERR_IO}));
     EXPECT_THAT(log.Lines(),
                 ElementsAre("error: Opening zip from source failed! Error: 19 | Not a zip archive"));
+    EXPECT_THAT(log.Origins(), testing::Each("internal::Unzip"));
 }
 
 TEST(Unzip, FailsForATornArchive)
@@ -115,6 +117,7 @@ TEST(Unzip, FailsForAnArchiveWithoutEntries)
     archive[3] = 6;
     EXPECT_EQ(UnzipFailure(archive), (Failure{"Getting zip file statistics failed!", GC_ERR_IO}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: Getting zip file statistics failed! Error: -1"));
+    EXPECT_THAT(log.Origins(), testing::Each("internal::Unzip"));
 }
 
 TEST(Unzip, TakesNoBytesForAnArchiveWithoutEntries)
@@ -132,6 +135,7 @@ TEST(Unzip, FailsForACompressionThatNobodyKnows)
     archive.at(FirstDirectoryRecord(archive) + method) = 77;
     EXPECT_EQ(UnzipFailure(archive), (Failure{"Opening xml file file within zip failed!", GC_ERR_IO}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: Opening xml file file within zip failed!"));
+    EXPECT_THAT(log.Origins(), testing::Each("internal::Unzip"));
 }
 
 TEST(Unzip, FailsWhenTheFileIsShorterThanItsStatistics)
@@ -145,6 +149,7 @@ TEST(Unzip, FailsWhenTheFileIsShorterThanItsStatistics)
     constexpr auto text = "Unzipped file does not match it's size according to the statistics!";
     EXPECT_EQ(UnzipFailure(archive), (Failure{text, GC_ERR_IO}));
     EXPECT_THAT(log.Lines(), ElementsAre(std::string("error: ") + text));
+    EXPECT_THAT(log.Origins(), testing::Each("internal::Unzip"));
 }
 
 /// An archive whose directory claims that the file has this many bytes.

@@ -99,6 +99,7 @@ TEST_F(CoordTaskBuffer, WithPartsHasToBeMultiPart)
     const std::string text = "Buffer has parts but is not payload type multi-part!";
     EXPECT_EQ(RunFailure(), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::Process"));
 }
 
 TEST_F(CoordTaskBuffer, WithoutPartsHasToBeAnImage)
@@ -109,6 +110,7 @@ TEST_F(CoordTaskBuffer, WithoutPartsHasToBeAnImage)
         "Buffer has no parts, but is not PayloadType Image! This is not implemented yet.";
     EXPECT_EQ(RunFailure(), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::Process"));
 }
 
 TEST_F(CoordTaskBuffer, WithoutAFormatIsRefused)
@@ -117,6 +119,7 @@ TEST_F(CoordTaskBuffer, WithoutAFormatIsRefused)
     const std::string text = "BufferType is Image, but does not define a PixelFormat!";
     EXPECT_EQ(RunFailure(), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::Process"));
 }
 
 TEST_F(CoordTaskBuffer, IsTheComponentThatItsFormatTells)
@@ -182,6 +185,7 @@ TEST_F(CoordTaskBuffer, NeedsRoomToTheLastByte)
     const std::string text = "Buffer is not large enough for processing result!";
     EXPECT_EQ(RunFailure(), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::Process"));
     EXPECT_THAT(output, Each(0xEE));
 }
 
@@ -193,6 +197,7 @@ TEST_F(CoordTaskBuffer, WithChunksIsRefusedWhenItIsConverted)
     const std::string text = "3D conversion with chunk is currently not supported!";
     EXPECT_EQ(RunFailure(), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::Process"));
     EXPECT_THAT(Written(0, 9), ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 0xEE));
 }
 
@@ -279,6 +284,7 @@ TEST_F(CoordTaskParts, OfAnotherTypeAreRefused)
     const std::string text = "Unexpected buffer part type PART_DATATYPE_2D_PLANE_BIPLANAR!";
     EXPECT_EQ(RunFailure(), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::Process"));
     const std::vector<std::pair<int32_t, std::string>> others{{0, "PART_DATATYPE_UNKNOWN"},
                                                               {3, "PART_DATATYPE_2D_PLANE_TRIPLANAR"},
                                                               {4, "PART_DATATYPE_2D_PLANE_QUADPLANAR"},
@@ -310,6 +316,7 @@ TEST_F(CoordTaskParts, NeedAFormatOfTheirOwn)
     const std::string text = "BufferPart has no pixel format defined!";
     EXPECT_EQ(RunFailure(), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::Process"));
 }
 
 TEST_F(CoordTaskParts, FailAtTheOneThatOverflows)
@@ -366,6 +373,11 @@ TEST_F(CoordTaskProcess, NeedsARectifierInEveryOtherMode)
     }
     EXPECT_THAT(log.Lines(), Each("error: No rectifier! Needs to be created first!"));
     EXPECT_EQ(log.Lines().size(), 6U);
+    const std::string depthToXyz = "CoordTask::ProcessDepthToXYZ";
+    EXPECT_THAT(log.Origins(),
+                ElementsAre("CoordTask::ProcessUndistortion", depthToXyz, "CoordTask::ProcessUndistortion",
+                            "CoordTask::ProcessDepthToCalibratedDepth", "CoordTask::ProcessUndistortion",
+                            depthToXyz));
 }
 
 TEST_F(CoordTaskCalibrated, NeverUndistortsAConfidenceMap)
@@ -589,6 +601,7 @@ TEST_F(CoordTaskCalibrated, MakesDepthAsFloatsOnly)
     EXPECT_EQ(RunFailure(),
               (Failure{"Incompatible pixel format Coord3D_C16! Expected: Coord3D_C32f", GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: Incompatible pixel format! Expected: Coord3D_C32f"));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::ProcessDepthToCalibratedDepth"));
 }
 
 TEST_F(CoordTaskCalibrated, LeavesTheTargetOfOtherModesToTheLibrary)

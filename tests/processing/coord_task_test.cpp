@@ -240,6 +240,7 @@ TEST_F(CoordTaskRanges, OfAAndBExistInTheGridOnly)
     const std::string text = "Cannot return Scan3dAxisMinMax for CalibratedC with Scan3dCoordinateA!";
     EXPECT_EQ(FailureOf([&] { Range(a); }), (Failure{text, GC_ERR_ERROR}));
     EXPECT_THAT(log.Lines(), ElementsAre("error: " + text));
+    EXPECT_THAT(log.Origins(), testing::Each("CoordTask::GetScan3dAxisMinMax"));
     EXPECT_THAT(Range(c), Pair(1.0, 101.0));
     task->SetMode(Mode::UncalibratedC);
     EXPECT_EQ(FailureOf([&] { Range(b); }).text,

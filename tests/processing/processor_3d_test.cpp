@@ -83,6 +83,9 @@ TEST_F(Processor3dTest, RefusesA3dDeviceThatOffersNothingToProcess)
                 ElementsAre("error: Could not find suitable output pixel formats for component: Image3D",
                             "error: Unknown component: Image3D, PixelFormat: Mono8",
                             "error: Unknown component: Image3D, PixelFormat: 4711"));
+    EXPECT_THAT(log.Origins(),
+                ElementsAre("Processor::AvailableOutputPixelFormats", "Processor::SetOutputPixelFormat",
+                            "Processor::SetOutputPixelFormat"));
 }
 
 TEST_F(Processor3dTest, KeepsItsTaskWhenNoInputGivesTheFormat)

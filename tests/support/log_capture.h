@@ -1,5 +1,7 @@
 #pragma once
 
+#include "class_func_formatter.h"
+
 #include <spdlog/sinks/sink.h>
 #include <spdlog/spdlog.h>
 
@@ -38,6 +40,13 @@ public:
         return m_sink->lines;
     }
 
+    /// The class and function that each line names.
+    std::vector<std::string> Origins() const
+    {
+        const std::lock_guard guard(m_sink->lock);
+        return m_sink->origins;
+    }
+
     /// Waits until the line is there that many times; false after half a minute.
     bool WaitFor(const std::string &line, int64_t times = 1) const
     {
@@ -56,6 +65,7 @@ private:
             const std::lock_guard guard(lock);
             lines.push_back(fmt::format("{}: {}", std::string_view(name.data(), name.size()),
                                         std::string_view(message.payload.data(), message.payload.size())));
+            origins.emplace_back(ClassAndFunction(message.source.funcname));
             added.notify_all();
         }
         void flush() override {}
@@ -65,6 +75,7 @@ private:
         std::mutex lock;
         std::condition_variable added;
         std::vector<std::string> lines;
+        std::vector<std::string> origins;
     };
 
     std::shared_ptr<Sink> m_sink;

@@ -36,6 +36,7 @@ TEST_F(FileAccessTest, TellsNoSizeOfAnUnknownFile)
     const LogCapture log;
     EXPECT_EQ(Access().FileSize("Nothing"), 0U);
     EXPECT_THAT(log.Lines(), ElementsAre("error: Exception: Enumeration entry not found"));
+    EXPECT_THAT(log.Origins(), testing::Each("FileAccess::FileSize"));
 }
 
 TEST_F(FileAccessTest, ReadsInTransfersOfTheLargestLength)
@@ -98,6 +99,7 @@ TEST_F(FileAccessTest, LeavesTheFileOpenWhenThePortFails)
     EXPECT_THAT(Read(), IsEmpty());
     EXPECT_THAT(device.operations, ElementsAre("open 2 for 2", "read 0+4", "read 4+4"));
     EXPECT_THAT(log.Lines(), ElementsAre("error: Exception: cable pulled"));
+    EXPECT_THAT(log.Origins(), testing::Each("FileAccess::ReadFile"));
     device.onTransfer = [](int) {};
     EXPECT_EQ(Read(), device.file);
 }
