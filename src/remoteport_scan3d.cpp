@@ -72,6 +72,29 @@ std::optional<Scan3dCoordinate> CoordinateOf(std::string_view entry)
                                : std::nullopt;
 }
 
+/// The name of what a formula like TO / DIVISOR divides by, empty for a literal; none for any other formula,
+/// be it one that cannot be read.
+std::optional<std::string> DivisorIn(const std::string &formula)
+{
+    using nodemap::TokenType;
+    std::vector<nodemap::Token> tokens; // the last one is End
+    try
+    {
+        tokens = nodemap::Tokenize(formula);
+    }
+    catch (const std::exception &)
+    {
+        return std::nullopt;
+    }
+    if (tokens.size() != 4 || tokens[0].Type != TokenType::Identifier || tokens[0].Name != "TO" ||
+        tokens[1].Type != TokenType::Divide ||
+        (tokens[2].Type != TokenType::Identifier && tokens[2].Type != TokenType::Number))
+    {
+        return std::nullopt;
+    }
+    return tokens[2].Name;
+}
+
 /// Goes through the registers behind a node: its own, or those that its formula needs, and those of its
 /// limits.
 class RegisterVisitor
@@ -382,22 +405,19 @@ void RemotePort::OverrideConstant(const std::string &feature, int64_t constant)
 // Of a formula like TO / DIVISOR, so that what is behind it can hold the calibrated range.
 void RemotePort::OverrideAxis(const std::string &feature, bool isMaximum)
 {
-    using nodemap::TokenType;
     const auto axis = TryFindNode(feature);
     const auto converter = axis ? Parser().TryFindConverter(axis->pValue) : std::nullopt;
     if (!converter)
     {
         return;
     }
-    const auto tokens = nodemap::Tokenize(converter->Formula); // the last one is End
-    if (tokens.size() != 4 || tokens[0].Type != TokenType::Identifier || tokens[0].Name != "TO" ||
-        tokens[1].Type != TokenType::Divide)
+    const auto operand = DivisorIn(converter->Formula);
+    if (!operand)
     {
         return;
     }
     auto divisor = variableDivisor;
-    const auto &operand = tokens[2].Name;
-    if (const auto variable = converter->Variables.find(operand); variable != converter->Variables.end())
+    if (const auto variable = converter->Variables.find(*operand); variable != converter->Variables.end())
     {
         if (const auto node = TryFindNode(variable->second); HasRegister(node))
         {
@@ -408,7 +428,7 @@ void RemotePort::OverrideAxis(const std::string &feature, bool isMaximum)
     else
     {
         divisor =
-            static_cast<uint64_t>(nodemap::TruncateToInteger(utils::MapAt(converter->Constants, operand)));
+            static_cast<uint64_t>(nodemap::TruncateToInteger(utils::MapAt(converter->Constants, *operand)));
     }
     const auto node = TryFindNode(converter->pValue);
     if (!HasRegister(node))

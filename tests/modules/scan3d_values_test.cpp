@@ -240,7 +240,8 @@ TEST_F(Scan3dAxis, NeedsADivisorThatTheConverterKnows)
 TEST_F(Scan3dAxis, IsLeftAloneBehindAnyOtherFormula)
 {
     for (const auto *formula : {"TO * SCALE", "TO * 2", "TO / SCALE + 1", "SCALE / SCALE", "FROM / SCALE",
-                                "TO", "TO /", "", "/ TO SCALE", "(TO / SCALE)", "TO ** SCALE", "to / SCALE"})
+                                "TO", "TO /", "TO / )", "TO / -", "TO / :", "TO / 1.5", "TO / $", "",
+                                "/ TO SCALE", "(TO / SCALE)", "TO ** SCALE", "to / SCALE"})
     {
         // Not all of them can be computed, so that the device's value is not to be asked for at the opening.
         extra = fmt::format("<Float Name=\"Scan3dAxisMax\"><pIsAvailable>Nowhere</pIsAvailable>"
