@@ -8,6 +8,7 @@
 #include "processing/processor.h"
 #include "remoteport.h"
 #include "utils/checks.h"
+#include "utils/log.h"
 
 #include <cstring>
 #include <exception>
@@ -46,8 +47,9 @@ void Device::OpenRemotePort()
     {
         m_remotePort = std::make_shared<RemotePort>(Proxy(), m_lowerPortHandle, m_processor);
     }
-    catch (const std::exception &)
+    catch (const std::exception &exception)
     {
+        SPDLOG_DEBUG("The device cannot be opened: {}", exception.what());
         Proxy()->DevClose(GetLowerHandle());
         // Without the cause: consumers get GC_ERR_ERROR for any device whose description is of no use.
         throw std::exception();

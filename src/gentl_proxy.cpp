@@ -147,10 +147,15 @@ void GenTLProxy::BindVersionedFunctions()
 void *GenTLProxy::LoadSymbol(const char *name) const
 {
     void *address = dlsym(m_library, name);
-    if (address == nullptr && m_mandatorySymbols)
+    if (address == nullptr)
     {
-        throw std::runtime_error(fmt::format("Computing address for function {} of cti {} failed! Code: {}",
-                                             name, m_path, LoaderError()));
+        const auto cause = LoaderError();
+        SPDLOG_DEBUG("{} has no function {}: {}", m_path, name, cause);
+        if (m_mandatorySymbols)
+        {
+            throw std::runtime_error(fmt::format(
+                "Computing address for function {} of cti {} failed! Code: {}", name, m_path, cause));
+        }
     }
     return address;
 }

@@ -2,6 +2,7 @@
 
 #include "utils/environment.h"
 #include "utils/gentl_exception.h"
+#include "utils/log.h"
 
 #include <algorithm>
 #include <array>
@@ -96,9 +97,12 @@ std::string FindProducer(int32_t TlType)
     {
         throw std::logic_error("Unhandled TlType");
     }
-    auto found = FindProducerIn(ProducerFolder(utils::GetOwnPath()));
+    const auto folder = ProducerFolder(utils::GetOwnPath());
+    auto found = FindProducerIn(folder);
     if (found.empty())
     {
+        QVR_LOG_FOR("Library::Initialize", spdlog::level::debug,
+                    "PROXY_TL_CTI_PATH is not set, and {} holds no {}", folder, wantedNames.front());
         throw GenTLException("Could not locate a CTI file for the requested transport layer.", GC_ERR_ERROR);
     }
     return found;

@@ -1,5 +1,7 @@
 #include "vision/dynamic.h"
 
+#include "utils/log.h"
+
 #include <dlfcn.h>
 
 #include <cstdlib>
@@ -39,6 +41,8 @@ Binding::Binding(const char *fileName)
     m_library = dlopen(fileName, RTLD_NOW);
     if (m_library == nullptr)
     {
+        const char *const cause = dlerror();
+        SPDLOG_DEBUG("{} cannot be loaded: {}", fileName, cause != nullptr ? cause : "<not available>");
         throw LoadLibraryException(std::string("Lib load failed: ") + fileName);
     }
     try

@@ -145,6 +145,16 @@ protected:
     LogCapture log;
 };
 
+TEST(LogOfTheLoading, NamesTheFunctionThatIsMissing)
+{
+    const LowerLibrary lower("lower_without_last_error");
+    const LogCapture log;
+    EXPECT_EQ(FailureOf([&] { const GenTLProxy proxy(lower.Path()); }),
+              (Failure{"Failed to initialize CTI!", GC_ERR_ERROR}));
+    EXPECT_THAT(log.Lines(), ElementsAre(testing::StartsWith("debug: " + lower.Path() +
+                                                             " has no function GCGetLastError: ")));
+}
+
 TEST_F(LogOfTheLowerProducer, TellsOfCallsThatFail)
 {
     GenTLProxy proxy(lower.Path());

@@ -77,6 +77,19 @@ TEST_F(ProcessDeathTest, WithoutAVisionLibraryIsNotInitialised)
         testing::ExitedWithCode(0), "^Lib load failed: libqvr_tarn_cvl.so\n$");
 }
 
+TEST_F(ProcessDeathTest, TellsAtLevelDebugWhyAVisionLibraryDoesNotLoad)
+{
+    EXPECT_EXIT(
+        {
+            ShowFailures();
+            setenv("PROXY_TL_LOG_LEVEL", "debug", 1);
+            _exit(Producer().initialize() == GC_ERR_ERROR ? 0 : 1);
+        },
+        testing::ExitedWithCode(0),
+        "^libqvr_tarn_cvl.so cannot be loaded: .*No such file.*\n"
+        "Lib load failed: libqvr_tarn_cvl.so\n$");
+}
+
 TEST_F(ProcessDeathTest, WithAnIncompleteVisionLibraryIsNotInitialised)
 {
     EXPECT_EXIT(

@@ -2,6 +2,8 @@
 
 #include "support/environment_variable.h"
 #include "support/failure.h"
+#include "support/log_capture.h"
+#include "utils/environment.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -130,8 +132,12 @@ TEST(FindProducer, KnowsOneTransportLayer)
 // The program under test has no such folder beside it.
 TEST(FindProducer, TellsThatNothingWasFound)
 {
+    const LogCapture log;
     EXPECT_EQ(FailureOf([] { FindProducer(1); }),
               (Failure{"Could not locate a CTI file for the requested transport layer.", GC_ERR_ERROR}));
+    EXPECT_EQ(log.Lines(),
+              std::vector{"debug: PROXY_TL_CTI_PATH is not set, and " + ProducerFolder(utils::GetOwnPath()) +
+                          " holds no qvr_gevgentl.pr_cti"});
 }
 
 } // namespace

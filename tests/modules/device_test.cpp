@@ -139,6 +139,14 @@ TEST_F(DeviceOpening, DoesNotTellWhyADescriptionIsOfNoUse)
     EXPECT_EQ(proxy->CountOf("DevClose"), 3U);
 }
 
+TEST_F(DeviceOpening, TellsTheLogWhyADescriptionIsOfNoUse)
+{
+    remoteDevice.url = "file:///tmp/a.xml";
+    const LogCapture log;
+    EXPECT_THROW(Make(), std::exception);
+    EXPECT_THAT(log.Lines(), ElementsAre("debug: The device cannot be opened: Parser not initialized"));
+}
+
 TEST_F(DeviceOpening, LetsAnyOtherExceptionThrough)
 {
     proxy->onGCGetPortURL = [](PORT_HANDLE, char *, size_t *) -> GC_ERROR { throw 5; };
