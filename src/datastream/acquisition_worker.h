@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 #include <thread>
 
 namespace GenTL::internal
@@ -58,6 +59,7 @@ private:
     std::unique_ptr<IProxyDataStream> m_proxyStream;
     std::shared_ptr<IProcessor> m_processor;
     std::jthread m_thread;
+    std::mutex m_frameMutex; ///< a frame in process, whose memory a kill would take away
     std::atomic<bool> m_running = false;
     std::atomic<bool> m_killed = false; ///< never cleared
     uint64_t m_numToAcquire = 0;

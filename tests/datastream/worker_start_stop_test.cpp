@@ -1,5 +1,6 @@
 #include "datastream/worker_fixture.h"
 
+#include <chrono>
 #include <future>
 #include <stdexcept>
 
@@ -242,6 +243,29 @@ TEST_F(WorkerKill, RevokesBeforeItJoins)
     worker->KillAcquisition();
     EXPECT_FALSE(worker->IsRunning());
     EXPECT_EQ(calls->All(), (Calls{"StopAcquisition", "RevokeBuffers", "Finished", "AcquisitionStopped"}));
+}
+
+TEST_F(WorkerKill, LeavesTheMemoryOfAFrameInProcess)
+{
+    Queue(1);
+    std::promise<void> stopped;
+    std::promise<void> revoked;
+    auto isStopped = stopped.get_future();
+    auto isRevoked = revoked.get_future();
+    script->on["StopAcquisition"] = [&] { stopped.set_value(); };
+    script->on["RevokeBuffers"] = [&] { revoked.set_value(); };
+    processor->onProcess = [&](const InputData &, std::span<uint8_t>)
+    {
+        isStopped.wait();
+        // Time enough for a revoke that does not wait for the frame.
+        EXPECT_EQ(isRevoked.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+        return ProcessingResult{};
+    };
+    worker->StartAcquisition(GENTL_INFINITE);
+    Deliver(0);
+    ASSERT_TRUE(calls->WaitFor("Process"));
+    worker->KillAcquisition();
+    EXPECT_EQ(calls->CountOf("RevokeBuffers"), 1);
 }
 
 TEST_F(WorkerKill, GoesOnWhenTheLowerStopFails)
