@@ -15,6 +15,7 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <mutex>
 #include <random>
 #include <string>
 #include <string_view>
@@ -80,6 +81,7 @@ struct Shared
     Slot stream{};
     Slot event{};
     std::array<Slot, 6> buffers{};
+    std::mutex startAndStop{}; ///< these two must not run beside each other
     std::atomic<uint64_t> frames = 0;
 };
 
@@ -198,6 +200,13 @@ public:
         return result;
     }
 
+    template <typename StartOrStop>
+    GC_ERROR Alone(StartOrStop startOrStop)
+    {
+        const std::lock_guard guard(s.startAndStop);
+        return startOrStop();
+    }
+
     Shared &s;
     const Exports &gentl;
     // Where calls write to that nobody reads.
@@ -296,8 +305,9 @@ const std::vector<Call> calls{
     ANNOUNCE(DSAnnounceBuffer, STREAM, c.ownFrame.data(), c.ownFrame.size(), nullptr, opened),
     ANNOUNCE(DSAllocAndAnnounceBuffer, STREAM, c.s.frameBytes, nullptr, opened),
     STOPPING(DSFlushQueue, STREAM, ACQ_QUEUE_OUTPUT_DISCARD),
-    CALL(DSStartAcquisition, STREAM, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE),
-    STOPPING(DSStopAcquisition, STREAM, c.Command(2)),
+    RUN(DSStartAcquisition,
+        c.Alone([&] { return c.gentl.DSStartAcquisition(STREAM, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE); })),
+    STOPPING_RUN(DSStopAcquisition, c.Alone([&] { return c.gentl.DSStopAcquisition(STREAM, c.Command(2)); })),
     CALL(DSGetInfo, STREAM, c.Command(16), QUERY),
     CALL(DSGetBufferID, STREAM, 0, &c.handle),
     STOPPING(DSClose, STREAM),
