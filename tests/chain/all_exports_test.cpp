@@ -89,7 +89,7 @@ struct Shared
 class Caller
 {
 public:
-    Caller(Shared &shared, unsigned seed) : s(shared), gentl(shared.gentl), m_random(seed) {}
+    Caller(Shared &shared, unsigned id) : s(shared), gentl(shared.gentl), m_random(id) {}
 
     template <typename T>
     void Shuffle(std::vector<T> &list)
@@ -361,9 +361,9 @@ protected:
             remote->ReadPort(setting.address, setting.bytes.data(), &size);
             m_shared.settings.push_back(std::move(setting));
         }
-        for (unsigned seed = 1; seed <= threadCount; ++seed)
+        for (unsigned id = 1; id <= threadCount; ++id)
         {
-            m_callers.push_back(std::make_unique<Caller>(m_shared, seed));
+            m_callers.push_back(std::make_unique<Caller>(m_shared, id));
         }
     }
 
