@@ -1,10 +1,12 @@
-// What a frame costs through the proxy producer beside the same lower producer used directly: CPU time of
-// the whole process per frame, both in one run, and as a ratio to one memcpy of the frame.
+// What a frame costs until the consumer has read each of its bytes once in memory of its own: through the
+// proxy producer, and from the same lower producer with a memcpy by the consumer. CPU time of the whole
+// process per frame, both by turns in one run, and their ratio.
 //
-//   producer_overhead [frames per round] [rounds]
+//   producer_overhead [megabytes per round] [rounds]
 
 #include "gentlctl/features.h"
 #include "gentlctl/producer.h"
+#include "median.h"
 
 #include "utils/log.h"
 
@@ -31,31 +33,45 @@ double CpuSeconds()
     return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
 
-double Median(std::vector<double> values)
+struct FrameKind
 {
-    std::sort(values.begin(), values.end());
-    return values.at(values.size() / 2);
-}
+    std::string pixelFormat;
+    size_t pixelBytes;
+    size_t width;
+    size_t height;
 
-struct FrameSize
-{
-    std::string width;
-    std::string height;
-    size_t bytes;
+    size_t Bytes() const { return width * height * pixelBytes; }
 };
+
+const FrameKind smallFrame{"BayerRG8", 1, 64, 64};
+
+/// Reads each byte once.
+uint64_t Sum(const char *bytes, size_t size)
+{
+    uint64_t sum = 0;
+    for (size_t done = 0; done + sizeof sum <= size; done += sizeof sum)
+    {
+        uint64_t word = 0;
+        std::memcpy(&word, bytes + done, sizeof word);
+        sum += word;
+    }
+    return sum;
+}
 
 /// A camera that delivers as fast as its frames are taken, with four buffers queued.
 class Stream
 {
 public:
-    Stream(const std::string &file, const FrameSize &frame)
-        : m_producer(file), m_device(m_producer, "OVRA-M5"), m_remote(m_device.PortOf("remote")),
+    static constexpr int buffersQueued = 4;
+
+    Stream(const std::string &file, const FrameKind &frame)
+        : m_producer(file), m_device(m_producer, "OVRA-C5"), m_remote(m_device.PortOf("remote")),
           m_calls(m_producer.Calls()), m_stream(m_device.Stream())
     {
-        m_remote.Set("PixelFormat", "Mono8");
+        m_remote.Set("PixelFormat", frame.pixelFormat);
         m_remote.Set("TestPattern", "Black");
-        m_remote.Set("Width", frame.width);
-        m_remote.Set("Height", frame.height);
+        m_remote.Set("Width", std::to_string(frame.width));
+        m_remote.Set("Height", std::to_string(frame.height));
         m_remote.Set("AcquisitionFrameRate", "0");
         for (int i = 0; i < buffersQueued; ++i)
         {
@@ -92,12 +108,13 @@ public:
 
     void Give(BUFFER_HANDLE buffer) { m_calls.DSQueueBuffer(m_stream, buffer); }
 
-    void Pass(int frames)
+    const char *BaseOf(BUFFER_HANDLE buffer)
     {
-        for (int i = 0; i < frames; ++i)
-        {
-            Give(Take());
-        }
+        INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+        void *base = nullptr;
+        size_t size = sizeof base;
+        m_calls.DSGetBufferInfo(m_stream, buffer, BUFFER_INFO_BASE, &type, &base, &size);
+        return static_cast<const char *>(base);
     }
 
     /// CPU seconds of one info call of the producer.
@@ -116,8 +133,6 @@ public:
     }
 
 private:
-    static constexpr int buffersQueued = 4;
-
     Producer m_producer;
     OpenDevice m_device;
     Features m_remote;
@@ -126,61 +141,64 @@ private:
     EVENT_HANDLE m_event = nullptr;
 };
 
-double CpuPerFrame(const std::string &file, const FrameSize &frame, int frames)
+/// The sum of all bytes, so that reading them is not left out.
+volatile uint64_t seen = 0;
+
+/// @param take what the consumer does with a frame, of which it gets the memory
+template <class Take>
+double CpuPerFrame(const std::string &file, const FrameKind &frame, int frames, Take take)
 {
     Stream stream(file, frame);
-    stream.Pass(32);
-    const auto begin = CpuSeconds();
-    stream.Pass(frames);
+    double begin = 0;
+    constexpr int first = 32;
+    for (int i = -first; i < frames; ++i)
+    {
+        if (i == 0)
+        {
+            begin = CpuSeconds();
+        }
+        auto *const buffer = stream.Take();
+        take(stream.BaseOf(buffer));
+        stream.Give(buffer);
+    }
     return (CpuSeconds() - begin) / frames;
 }
 
-/// One copy between buffers in rotation, as between lower and consumer buffers.
-double CpuPerCopy(size_t bytes, int copies)
-{
-    constexpr size_t buffers = 4;
-    const std::vector<std::vector<char>> sources(buffers, std::vector<char>(bytes, 'x'));
-    std::vector<std::vector<char>> targets(buffers, std::vector<char>(bytes));
-    const auto begin = CpuSeconds();
-    for (int i = 0; i < copies; ++i)
-    {
-        const auto slot = static_cast<size_t>(i) % buffers;
-        std::memcpy(targets[slot].data(), sources[slot].data(), bytes);
-        asm volatile("" : : "r"(targets[slot].data()) : "memory");
-    }
-    return (CpuSeconds() - begin) / copies;
-}
-
-void Compare(const std::string &proxy, const std::string &lower, const FrameSize &frame, int frames,
+void Compare(const std::string &proxy, const std::string &lower, const FrameKind &frame, size_t roundBytes,
              int rounds)
 {
+    constexpr size_t mostFrames = 10000;
+    const auto bytes = frame.Bytes();
+    const auto frames = static_cast<int>(std::min(roundBytes / bytes + 1, mostFrames));
+    // As many as the producer has for its consumer.
+    std::vector<std::vector<char>> own(Stream::buffersQueued, std::vector<char>(bytes));
+    size_t next = 0;
+    const auto copyAndRead = [&](const char *base)
+    {
+        auto &target = own[next++ % own.size()];
+        std::memcpy(target.data(), base, bytes);
+        seen = Sum(target.data(), bytes);
+    };
     std::vector<double> direct;
     std::vector<double> through;
-    std::vector<double> copy;
+    std::vector<double> ratio;
     for (int round = 0; round < rounds; ++round)
     {
-        direct.push_back(CpuPerFrame(lower, frame, frames));
-        through.push_back(CpuPerFrame(proxy, frame, frames));
-        copy.push_back(CpuPerCopy(frame.bytes, frames));
+        direct.push_back(CpuPerFrame(lower, frame, frames, copyAndRead));
+        through.push_back(
+            CpuPerFrame(proxy, frame, frames, [&](const char *base) { seen = Sum(base, bytes); }));
+        // Round by round: the machine's own ups and downs last longer than a round.
+        ratio.push_back(through.back() / direct.back());
     }
-    // Compared round by round: the machine's own ups and downs last longer than a round.
-    std::vector<double> added;
-    std::vector<double> ratio;
-    for (size_t round = 0; round < direct.size(); ++round)
-    {
-        added.push_back(through[round] - direct[round]);
-        ratio.push_back(added.back() / copy[round]);
-    }
-    fmt::print("{:>4} x {:<4}  direct {:9.2f} us  proxy {:9.2f} us  added {:8.2f} us  memcpy {:8.2f} us  "
-               "added/memcpy {:.2f}\n",
-               frame.width, frame.height, Median(direct) * 1e6, Median(through) * 1e6, Median(added) * 1e6,
-               Median(copy) * 1e6, Median(ratio));
+    const auto [least, most] = std::ranges::minmax(ratio);
+    fmt::print("{:>8} bytes  direct {:9.2f} us  proxy {:9.2f} us  ratio {:.2f} ({:.2f} to {:.2f})\n", bytes,
+               MedianOf(direct) * 1e6, MedianOf(through) * 1e6, MedianOf(ratio), least, most);
 }
 
 /// What the acquisition thread asks the lower producer for each frame.
 void CallByCall(const std::string &lower)
 {
-    Stream stream(lower, {"64", "64", 64 * 64});
+    Stream stream(lower, smallFrame);
     auto *buffer = stream.Take();
     double sum = 0;
     fmt::print("\nLower info calls for one frame:\n");
@@ -207,15 +225,24 @@ void CallByCall(const std::string &lower)
 int main(int argc, char **argv)
 {
     spdlog::set_level(spdlog::level::off);
-    const int frames = argc > 1 ? std::atoi(argv[1]) : 200;
-    const int rounds = argc > 2 ? std::atoi(argv[2]) : 5;
+    const int megabytes = argc > 1 ? std::atoi(argv[1]) : 500;
+    const int rounds = argc > 2 ? std::atoi(argv[2]) : 9;
+    if (megabytes <= 0 || rounds <= 0)
+    {
+        fmt::print(stderr, "usage: producer_overhead [megabytes per round] [rounds]\n");
+        return 2;
+    }
     const std::string proxy = QVR_LIB_DIR "/qvr_proxygentl.cti";
     const std::string lower = QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti";
     try
     {
-        fmt::print("CPU time of the process per frame, median of {} rounds:\n", rounds);
-        Compare(proxy, lower, {"2448", "2048", size_t{2448} * 2048}, frames, rounds);
-        Compare(proxy, lower, {"64", "64", size_t{64} * 64}, frames * 50, rounds);
+        fmt::print("CPU time of the process per frame, each byte read once, median of {} rounds:\n", rounds);
+        for (const auto &frame :
+             {smallFrame, FrameKind{"BayerRG8", 1, 1024, 1024}, FrameKind{"BayerRG8", 1, 2048, 1024},
+              FrameKind{"BayerRG8", 1, 2448, 2048}, FrameKind{"RGB8", 3, 2448, 1634}})
+        {
+            Compare(proxy, lower, frame, static_cast<size_t>(megabytes) << 20U, rounds);
+        }
         CallByCall(lower);
         return 0;
     }

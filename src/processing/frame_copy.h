@@ -12,8 +12,8 @@ namespace GenTL::internal
 /// @throws GenTLException "Input buffer has no memory!", GC_ERR_ERROR, for bytes at a null address
 void CheckHasMemory(const InputData &input);
 
-/// Copies a frame. One that is larger than a processor's own cache goes past the cache into memory: it would
-/// not stay there until the consumer reads it, and so it does not push out the frame that comes next.
+/// Copies a frame; without bytes, both pointers may be null. It goes through the cache, where the consumer
+/// finds it: written past the cache, the copy takes less time and the consumer's read more than that.
 void CopyFrame(uint8_t *target, const uint8_t *source, size_t size);
 
 } // namespace GenTL::internal
