@@ -80,6 +80,20 @@ void WidenAs(const Image &image, Image &target)
     }
 }
 
+/// Whole samples to floats, multiplied.
+template <typename From>
+void ScaleAs(const Image &image, Image &target, double factor)
+{
+    const auto count = image.PixelCount();
+    // Here, for the reason above.
+    const auto *const from = image.data;
+    auto *const to = target.data;
+    for (uint64_t i = 0; i < count; ++i)
+    {
+        Store(to, i, static_cast<float>(Load<From>(from, i) * factor));
+    }
+}
+
 template <typename T>
 void Multiply(Image &image, const Samples &samples, double factor)
 {
@@ -200,8 +214,17 @@ void ConvertWithFactor(const Image &image, PixelFormat format, Image &target, do
         throw Failure(TARN_CVL_OUT_OF_RANGE,
                       "The factor is " + std::to_string(factor) + ", expected a finite number");
     }
-    Convert(image, format, target);
     const auto samples = *SamplesOf(format);
+    if (samples.type == SampleType::Float32 && FindConversion(image.format, format) == Conversion::Widen)
+    {
+        // Not in two steps: each takes as long as the memory.
+        RequireTarget(image, format, target);
+        RequireMemoryOfItsOwn(image, target);
+        const bool isByte = SamplesOf(image.format)->type == SampleType::Unsigned8;
+        (isByte ? ScaleAs<uint8_t> : ScaleAs<uint16_t>)(image, target, factor);
+        return;
+    }
+    Convert(image, format, target);
     WithSampleType(samples.type, [&](auto sample) { Multiply<decltype(sample)>(target, samples, factor); });
 }
 

@@ -2,6 +2,8 @@
 
 #include "vision/coordinates_kernel.h"
 #include "vision/error.h"
+#include "vision/past_cache.h"
+#include "vision/region_kernels.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +18,7 @@ using enum common::PixelFormat;
 namespace
 {
 
-constexpr uint32_t coordinatesOfPixel = 3;
+constexpr uint64_t pointBytes = 3 * sizeof(float);
 
 void RequireFormat(const Image &image, const std::string &name, PixelFormat format)
 {
@@ -38,37 +40,47 @@ void RequireSize(const std::string &name, uint32_t width, uint32_t height, const
     }
 }
 
-constexpr uint64_t pointBytes = coordinatesOfPixel * sizeof(float);
-
-/// A pixel without depth: Z is 0, as it is in a depth image, and what would follow from it is not a number.
-void SetNoPoints(Image &target, uint64_t begin, uint64_t end)
+/// The region of an image line by line.
+class LinesOfRegion
 {
-    constexpr auto nan = std::numeric_limits<float>::quiet_NaN();
-    constexpr std::array<float, coordinatesOfPixel> noPoint{nan, nan, 0};
-    for (auto *point = target.data + begin * pointBytes; point < target.data + end * pointBytes;
-         point += pointBytes)
+public:
+    explicit LinesOfRegion(const Image &image)
+        : m_width(image.width), m_bits(image.region ? WordsOf(image.width) : 0)
     {
-        std::memcpy(point, noPoint.data(), pointBytes);
-    }
-}
-
-/// Sets all that lies between the runs.
-void SetNoPointsOutside(Image &target, const Region &region)
-{
-    uint64_t done = 0;
-    for (const auto &run : region.runs)
-    {
-        const auto end = std::min(run.end, target.width);
-        if (run.line >= target.height || run.begin >= end)
+        if (image.region)
         {
-            continue;
+            m_next = image.region->runs.data();
+            m_end = m_next + image.region->runs.size();
         }
-        const auto line = uint64_t{run.line} * target.width;
-        SetNoPoints(target, done, line + run.begin);
-        done = line + end;
     }
-    SetNoPoints(target, done, target.PixelCount());
-}
+
+    /// A bit for each pixel of the next line; null for an image without a region.
+    const uint64_t *Next()
+    {
+        if (m_bits.empty())
+        {
+            return nullptr;
+        }
+        std::ranges::fill(m_bits, 0);
+        for (; m_next != m_end && m_next->line == m_line; ++m_next)
+        {
+            const auto end = std::min(m_next->end, m_width);
+            if (m_next->begin < end)
+            {
+                SetBits(m_bits.data(), m_next->begin, end);
+            }
+        }
+        ++m_line;
+        return m_bits.data();
+    }
+
+private:
+    uint32_t m_width;
+    uint32_t m_line = 0;
+    std::vector<uint64_t> m_bits; ///< empty for an image without a region
+    const Run *m_next = nullptr;
+    const Run *m_end = nullptr;
+};
 
 } // namespace
 
@@ -92,17 +104,14 @@ void MakeCoordinates(const Image &depth, const tarn_cvl_CalibrationParameters &c
     {
         slopesX[x] = (static_cast<float>(x) - camera.principalPointX) / camera.focalLengthX;
     }
+    const auto lineBytes = depth.width * pointBytes;
+    const bool isPastCache = lineBytes * depth.height >= pastCacheFrom;
+    LinesOfRegion lines(depth);
     for (uint32_t y = 0; y < depth.height; ++y)
     {
         const float slopeY = (static_cast<float>(y) - camera.principalPointY) / camera.focalLengthY;
-        const LineGeometry line{slopesX.data(), slopeY};
-        const auto first = uint64_t{y} * depth.width;
-        CoordinatesOfLine(line, depth.data + first * sizeof(float), depth.width,
-                          target.data + first * pointBytes);
-    }
-    if (depth.region)
-    {
-        SetNoPointsOutside(target, *depth.region);
+        CoordinatesOfLine({slopesX.data(), slopeY}, depth.data + uint64_t{y} * depth.width * sizeof(float),
+                          lines.Next(), depth.width, target.data + y * lineBytes, isPastCache);
     }
 }
 

@@ -17,7 +17,10 @@ struct LineGeometry
 };
 
 /// Makes X, Y, Z for each depth Z. Depths and coordinates may begin at any address.
-void CoordinatesOfLine(const LineGeometry &geometry, const uint8_t *depths, size_t pixels,
-                       uint8_t *coordinates);
+/// @param isIn a bit for each pixel, 0 for one without depth: its Z is 0, as it is in a depth image, and what
+/// would follow from it is not a number. Null when all have depth.
+/// @param isPastCache whether whole cache lines are written past the caches
+void CoordinatesOfLine(const LineGeometry &geometry, const uint8_t *depths, const uint64_t *isIn,
+                       size_t pixels, uint8_t *coordinates, bool isPastCache);
 
 } // namespace tarn::vision

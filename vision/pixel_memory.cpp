@@ -1,5 +1,7 @@
 #include "vision/pixel_memory.h"
 
+#include "vision/past_cache.h"
+
 #include <algorithm>
 #include <cstring>
 #include <new>
@@ -22,7 +24,11 @@ const std::shared_ptr<PixelMemoryStore> &PixelMemoryStore::Instance()
 PixelMemory PixelMemoryStore::Take(size_t size)
 {
     auto block = TakeKept(size);
-    if (block.memory)
+    if (block.memory && size >= pastCacheFrom)
+    {
+        ClearPastCache(block.memory.get(), size);
+    }
+    else if (block.memory)
     {
         std::memset(block.memory.get(), 0, size);
     }

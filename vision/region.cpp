@@ -2,11 +2,12 @@
 
 #include "vision/error.h"
 #include "vision/image.h"
+#include "vision/region_kernels.h"
 #include "vision/samples.h"
 
 #include <algorithm>
-#include <cstring>
-#include <type_traits>
+#include <bit>
+#include <limits>
 
 namespace tarn::vision
 {
@@ -16,24 +17,42 @@ namespace
 
 constexpr uint32_t colourSamples = sizeof(tarn_cvl_Colour::samples) / sizeof(double);
 
+void FindLine(const uint8_t *samples, uint32_t count, const tarn_cvl_Range &range, float, uint64_t *found)
+{
+    // As double, which has each of the range's ends.
+    const double minimum = range.minimum;
+    const double maximum = range.maximum;
+    std::fill_n(found, WordsOf(count), 0);
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        const double value = Load<float>(samples, i);
+        found[i / pixelsPerWord] |= uint64_t{value >= minimum && value <= maximum} << i % pixelsPerWord;
+    }
+}
+
+template <typename T>
+void FindLine(const uint8_t *samples, uint32_t count, const tarn_cvl_Range &range, T, uint64_t *found)
+{
+    constexpr int32_t largest = std::numeric_limits<T>::max();
+    if (range.minimum > largest || range.maximum < 0 || range.minimum > range.maximum)
+    {
+        std::fill_n(found, WordsOf(count), 0);
+        return;
+    }
+    FindInRange(samples, count, static_cast<T>(std::max(range.minimum, 0)),
+                static_cast<T>(std::min(range.maximum, largest)), found);
+}
+
 template <typename T>
 std::vector<Run> RunsInRange(const Image &image, const tarn_cvl_Range &range)
 {
-    using Number = std::conditional_t<std::is_same_v<T, float>, double, int32_t>;
-    const Number minimum = range.minimum;
-    const Number maximum = range.maximum;
     std::vector<Run> runs;
-    std::vector<uint8_t> isIn(image.width);
+    std::vector<uint64_t> found(WordsOf(image.width));
     for (uint32_t line = 0; line < image.height; ++line)
     {
-        const uint8_t *const row = image.data + uint64_t{line} * image.width * sizeof(T);
-        for (uint32_t column = 0; column < image.width; ++column)
-        {
-            const Number value = Load<T>(row, column);
-            // Without a branch, for many pixels at once.
-            isIn[column] = static_cast<uint8_t>((value >= minimum) & (value <= maximum));
-        }
-        AddOnes(runs, {line, 0, image.width}, isIn.data());
+        FindLine(image.data + uint64_t{line} * image.width * sizeof(T), image.width, range, T{},
+                 found.data());
+        AddOnes(runs, {line, 0, image.width}, found.data());
     }
     return runs;
 }
@@ -62,22 +81,45 @@ void SetPixels(Image &image, const Region &region, const tarn_cvl_Colour &colour
 
 } // namespace
 
-void AddOnes(std::vector<Run> &runs, const Run &within, const uint8_t *bytes)
+void AddOnes(std::vector<Run> &runs, const Run &within, const uint64_t *bits)
 {
-    const auto *const end = bytes + (within.end - within.begin);
-    const auto next = [end](const uint8_t *from, int value)
+    const auto words = WordsOf(within.end - within.begin);
+    bool isOpen = false;
+    for (size_t word = 0; word < words; ++word)
     {
-        const void *found = std::memchr(from, value, static_cast<size_t>(end - from));
-        return found != nullptr ? static_cast<const uint8_t *>(found) : end;
-    };
-    const auto columnOf = [&](const uint8_t *byte)
-    { return within.begin + static_cast<uint32_t>(byte - bytes); };
-    for (const auto *first = next(bytes, 1); first != end;)
-    {
-        const auto *const last = next(first, 0);
-        runs.push_back({within.line, columnOf(first), columnOf(last)});
-        first = next(last, 1);
+        // A bit for each pixel that differs from the one before it.
+        uint64_t changes = bits[word] ^ (bits[word] << 1 | (isOpen ? 1 : 0));
+        for (; changes != 0; changes &= changes - 1)
+        {
+            const auto bit = word * pixelsPerWord + static_cast<size_t>(std::countr_zero(changes));
+            const auto column = within.begin + static_cast<uint32_t>(bit);
+            if (isOpen)
+            {
+                runs.back().end = column;
+            }
+            else
+            {
+                runs.push_back({within.line, column, within.end});
+            }
+            isOpen = !isOpen;
+        }
     }
+}
+
+void SetBits(uint64_t *bits, uint64_t begin, uint64_t end)
+{
+    const auto first = begin / pixelsPerWord;
+    const auto last = (end - 1) / pixelsPerWord;
+    const auto fromBegin = ~uint64_t{0} << begin % pixelsPerWord;
+    const auto upToEnd = ~uint64_t{0} >> (pixelsPerWord - 1 - (end - 1) % pixelsPerWord);
+    if (first == last)
+    {
+        bits[first] |= fromBegin & upToEnd;
+        return;
+    }
+    bits[first] |= fromBegin;
+    std::fill(bits + first + 1, bits + last, ~uint64_t{0});
+    bits[last] |= upToEnd;
 }
 
 Region PixelsInRange(const Image &image, const tarn_cvl_Range &range)

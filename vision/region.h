@@ -3,6 +3,7 @@
 #include "vision/handles.h"
 #include "vision/interface.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -27,8 +28,27 @@ struct Region
     std::vector<Run> runs;
 };
 
-/// Adds the stretches of ones among the bytes, 0 or 1, of the pixels of a run.
-void AddOnes(std::vector<Run> &runs, const Run &within, const uint8_t *bytes);
+/// Calls `use` with the numbers of the first pixel and of the one behind the last of each run, as far as it
+/// is in an image of this size.
+template <typename Use>
+void ForEachRunWithin(const Region &region, uint32_t width, uint32_t height, Use use)
+{
+    for (const auto &run : region.runs)
+    {
+        const auto end = std::min(run.end, width);
+        if (run.line < height && run.begin < end)
+        {
+            const auto line = uint64_t{run.line} * width;
+            use(line + run.begin, line + end);
+        }
+    }
+}
+
+/// Adds the stretches of ones among the bits of the pixels of a run.
+void AddOnes(std::vector<Run> &runs, const Run &within, const uint64_t *bits);
+
+/// Sets the bits of the pixels from `begin` up to, without, `end`.
+void SetBits(uint64_t *bits, uint64_t begin, uint64_t end);
 
 /// The pixels with a value in the closed range.
 /// @throws Failure with TARN_CVL_NOT_SUPPORTED when a pixel is not one whole sample

@@ -1,6 +1,7 @@
 #include "vision/undistortion.h"
 
 #include "vision/error.h"
+#include "vision/region_kernels.h"
 #include "vision/samples.h"
 
 #include <opencv2/core.hpp>
@@ -77,21 +78,6 @@ tarn_cvl_CalibrationParameters Adjusted(tarn_cvl_CalibrationParameters camera, c
     return camera;
 }
 
-/// Calls `use` with line, begin and end of the runs, as far as they are in an image of this size.
-template <typename Use>
-void ForEachRunWithin(const Region &region, uint32_t width, uint32_t height, Use use)
-{
-    for (const auto &run : region.runs)
-    {
-        const auto end = std::min(run.end, width);
-        if (run.line < height && run.begin < end)
-        {
-            const auto line = uint64_t{run.line} * width;
-            use(line + run.begin, line + end);
-        }
-    }
-}
-
 /// The pixels of the image's region, all others 0.
 std::vector<uint8_t> Masked(const Image &image, uint32_t pixelBytes)
 {
@@ -153,6 +139,50 @@ void TakeNearest(const NearestMap &map, const Region &region, const uint8_t *sou
         TakeNearest<4>(map, region, source, target);
         break;
     }
+}
+
+/// The pixels that come from those of a set.
+Region RegionThrough(const NearestMap &map, const std::vector<uint64_t> &mask, uint32_t width)
+{
+    Region region;
+    std::vector<uint64_t> bits(WordsOf(width));
+    for (const auto &run : map.inside.runs)
+    {
+        const auto *const sources = map.sources.data() + uint64_t{run.line} * width + run.begin;
+        std::ranges::fill(bits, 0);
+        for (uint32_t i = 0; i < run.end - run.begin; ++i)
+        {
+            const auto isIn = mask[sources[i] / pixelsPerWord] >> sources[i] % pixelsPerWord & 1;
+            bits[i / pixelsPerWord] |= isIn << i % pixelsPerWord;
+        }
+        AddOnes(region.runs, run, bits.data());
+    }
+    return region;
+}
+
+/// RegionThrough and TakeNearest in one, for pixels of four bytes, those of depth.
+Region TakeMasked(const NearestMap &map, const std::vector<uint64_t> &mask, const uint8_t *source,
+                  Image &target)
+{
+    constexpr uint64_t pixelBytes = 4;
+    Region region;
+    std::vector<uint64_t> bits(WordsOf(target.width));
+    uint64_t done = 0;
+    const auto clearUpTo = [&](uint64_t begin)
+    { std::memset(target.data + done * pixelBytes, 0, (begin - done) * pixelBytes); };
+    for (const auto &run : map.inside.runs)
+    {
+        const auto first = uint64_t{run.line} * target.width + run.begin;
+        const size_t count = run.end - run.begin;
+        const MaskedPixels pixels{source, mask.data(), map.sources.data() + first,
+                                  map.sources.size() - first};
+        clearUpTo(first);
+        TakeMasked(pixels, count, target.data + first * pixelBytes, bits.data());
+        AddOnes(region.runs, run, bits.data());
+        done = first + count;
+    }
+    clearUpTo(target.PixelCount());
+    return region;
 }
 
 void TakeBilinear(const BilinearMap &map, const uint8_t *source, Image &target, const Samples &samples)
@@ -262,26 +292,25 @@ const BilinearBlocks &Undistortion::Blocks()
                : m_blocks.emplace(MakeBlocks(MakeBilinearMap(m_camera), m_camera.width, m_camera.height));
 }
 
-Region Undistortion::RegionOf(const Image &source)
+const std::vector<uint64_t> &Undistortion::MaskOf(const Image &source)
+{
+    m_mask.assign(WordsOf(source.PixelCount()), 0);
+    ForEachRunWithin(*source.region, source.width, source.height,
+                     [&](uint64_t begin, uint64_t end) { SetBits(m_mask.data(), begin, end); });
+    return m_mask;
+}
+
+void Undistortion::TakeNearestOf(const Image &source, Image &target, uint32_t pixelBytes)
 {
     const auto &map = Nearest();
-    if (!source.region)
+    if (source.region && pixelBytes == sizeof(uint32_t))
     {
-        return map.inside;
+        target.region = TakeMasked(map, MaskOf(source), source.data, target);
+        return;
     }
-    m_isIn.assign(source.PixelCount(), 0);
-    ForEachRunWithin(*source.region, source.width, source.height,
-                     [&](uint64_t begin, uint64_t end)
-                     { std::memset(m_isIn.data() + begin, 1, end - begin); });
-    Region region;
-    std::vector<uint8_t> line(source.width);
-    for (const auto &run : map.inside.runs)
-    {
-        const auto *const sources = map.sources.data() + uint64_t{run.line} * source.width + run.begin;
-        CopyPixels<1>(m_isIn.data(), sources, run.end - run.begin, line.data());
-        AddOnes(region.runs, run, line.data());
-    }
-    return region;
+    auto region = source.region ? RegionThrough(map, MaskOf(source), source.width) : map.inside;
+    TakeNearest(map, region, source.data, target, pixelBytes);
+    target.region = std::move(region);
 }
 
 void Undistortion::Process(const Image &source, Image &target)
@@ -291,19 +320,18 @@ void Undistortion::Process(const Image &source, Image &target)
     const auto pixelBytes = BytesOf(samples.type) * samples.count;
     if (m_interpolation == Interpolation::Nearest)
     {
-        auto region = RegionOf(source);
-        TakeNearest(Nearest(), region, source.data, target, pixelBytes);
-        target.region = std::move(region);
-        return;
+        TakeNearestOf(source, target, pixelBytes);
     }
-    if (!source.region)
+    else if (!source.region)
     {
         TakeBetween(source.data, samples, target);
         target.region.reset();
-        return;
     }
-    TakeBetween(Masked(source, pixelBytes).data(), samples, target);
-    target.region = RegionOf(source);
+    else
+    {
+        TakeBetween(Masked(source, pixelBytes).data(), samples, target);
+        target.region = RegionThrough(Nearest(), MaskOf(source), source.width);
+    }
 }
 
 void Undistortion::TakeBetween(const uint8_t *pixels, const Samples &samples, Image &target)

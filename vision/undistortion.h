@@ -57,12 +57,13 @@ private:
     const NearestMap &Nearest();
     const BilinearMap &Bilinear();
     const BilinearBlocks &Blocks();
-    Region RegionOf(const Image &source);
+    const std::vector<uint64_t> &MaskOf(const Image &source);
+    void TakeNearestOf(const Image &source, Image &target, uint32_t pixelBytes);
     void TakeBetween(const uint8_t *pixels, const Samples &samples, Image &target);
 
     tarn_cvl_CalibrationParameters m_camera;
     Interpolation m_interpolation = Interpolation::Bilinear;
-    std::vector<uint8_t> m_isIn; ///< each image's, kept as memory; one byte for each pixel
+    std::vector<uint64_t> m_mask; ///< the region of each image, kept as memory
     // Made when first used.
     std::optional<NearestMap> m_nearest;
     std::optional<BilinearMap> m_bilinear;

@@ -56,6 +56,18 @@ TEST_F(VisionPixelMemory, IsKeptForTheNextOfItsSizeAndZeroAgain)
     EXPECT_NE(store->Take(blockSize).get(), place);
 }
 
+TEST_F(VisionPixelMemory, IsZeroAgainInALargeBlockOfAnySize)
+{
+    for (const size_t size : {size_t{8} << 20U, (size_t{8} << 20U) + 77})
+    {
+        auto first = store->Take(size);
+        std::fill_n(first.get(), size, uint8_t{0xEE});
+        first.reset();
+        const auto second = store->Take(size);
+        EXPECT_EQ(std::count(second.get(), second.get() + size, 0), static_cast<std::ptrdiff_t>(size));
+    }
+}
+
 TEST_F(VisionPixelMemory, IsKeptForAFewBlocksTheLastOnes)
 {
     const auto places = PassThrough(TakeSome(PixelMemoryStore::mostBlocks, blockSize));
