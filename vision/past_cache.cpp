@@ -17,27 +17,61 @@ namespace tarn::vision::HWY_NAMESPACE
 
 namespace hn = hwy::HWY_NAMESPACE;
 
+#if HWY_TARGET == HWY_SCALAR
+
+void CopyPastCacheHere(uint8_t *target, const uint8_t *source, size_t size)
+{
+    std::memcpy(target, source, size);
+}
+
 void ClearPastCacheHere(uint8_t *target, size_t size)
 {
-#if HWY_TARGET == HWY_SCALAR
     std::memset(target, 0, size);
+}
+
 #else
-    constexpr size_t line = 64;
-    const hn::CappedTag<uint8_t, line> d;
-    const auto head = std::min(size, (line - reinterpret_cast<uintptr_t>(target) % line) % line);
-    std::memset(target, 0, head);
-    size_t done = head;
-    for (; size - done >= line; done += line)
+
+constexpr size_t lineBytes = 64;
+using Vectors = hn::CappedTag<uint8_t, lineBytes>;
+
+/// Bytes before the first whole cache line.
+size_t HeadOf(const uint8_t *target, size_t size)
+{
+    return std::min(size, (lineBytes - reinterpret_cast<uintptr_t>(target) % lineBytes) % lineBytes);
+}
+
+void CopyPastCacheHere(uint8_t *target, const uint8_t *source, size_t size)
+{
+    const Vectors d;
+    auto done = HeadOf(target, size);
+    std::memcpy(target, source, done);
+    for (; size - done >= lineBytes; done += lineBytes)
     {
-        for (size_t i = 0; i < line; i += hn::Lanes(d))
+        for (auto i = done; i < done + lineBytes; i += hn::Lanes(d))
         {
-            hn::Stream(hn::Zero(d), d, target + done + i);
+            hn::Stream(hn::LoadU(d, source + i), d, target + i);
+        }
+    }
+    std::memcpy(target + done, source + done, size - done);
+}
+
+void ClearPastCacheHere(uint8_t *target, size_t size)
+{
+    const Vectors d;
+    auto done = HeadOf(target, size);
+    std::memset(target, 0, done);
+    for (; size - done >= lineBytes; done += lineBytes)
+    {
+        for (auto i = done; i < done + lineBytes; i += hn::Lanes(d))
+        {
+            hn::Stream(hn::Zero(d), d, target + i);
         }
     }
     std::memset(target + done, 0, size - done);
     hwy::FlushStream();
-#endif
 }
+
+#endif
 
 } // namespace tarn::vision::HWY_NAMESPACE
 
@@ -48,7 +82,18 @@ HWY_AFTER_NAMESPACE();
 namespace tarn::vision
 {
 
+HWY_EXPORT(CopyPastCacheHere);
 HWY_EXPORT(ClearPastCacheHere);
+
+void CopyPastCache(uint8_t *target, const uint8_t *source, size_t size)
+{
+    HWY_DYNAMIC_DISPATCH(CopyPastCacheHere)(target, source, size);
+}
+
+void FinishPastCache()
+{
+    hwy::FlushStream();
+}
 
 void ClearPastCache(uint8_t *target, size_t size)
 {

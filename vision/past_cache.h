@@ -11,6 +11,12 @@ namespace tarn::vision
 /// traffic. Smaller images stay in a cache, and to read them from there saves more.
 constexpr uint64_t pastCacheFrom = uint64_t{4} << 20;
 
+/// Copies bytes, whole cache lines past the caches. FinishPastCache has to follow once all is copied.
+void CopyPastCache(uint8_t *target, const uint8_t *source, size_t size);
+
+/// Others see what was written past the caches no later than what is written from now on.
+void FinishPastCache();
+
 /// Sets bytes to 0, whole cache lines past the caches.
 void ClearPastCache(uint8_t *target, size_t size);
 

@@ -2,6 +2,7 @@
 find_package(hwy REQUIRED)
 
 add_library(vision_unpack STATIC
+    past_cache.cpp
     unpack.cpp
     unpack_kernels.cpp
     unpack_layout.cpp

@@ -1,5 +1,6 @@
 #include "vision/unpack.h"
 
+#include "vision/past_cache.h"
 #include "vision/unpack_kernels.h"
 #include "vision/unpack_layout.h"
 
@@ -23,19 +24,60 @@ struct Image
     uint32_t height;
 };
 
-/// Unpacks pairs of lines piece by piece into memory that stays in the first cache, and combines each piece
-/// into both lines of the target.
+/// Pixels of a pair of lines; what becomes of them stays in the first cache.
+constexpr uint32_t pieceWidth = 2048;
+
+/// The lower samples are the upper ones in a last line without its partner.
+struct LinePair
+{
+    const uint8_t *upper;
+    const uint8_t *lower;
+    uint32_t pixels;
+};
+
+/// The samples of the cell at the end of an odd line, where each column is its own partner.
+void CombineLastCell(uint32_t sampleBytes, const LinePair &pair, uint8_t *pixel)
+{
+    const auto last = size_t{pair.pixels - 1} * sampleBytes;
+    for (const auto *const samples : {pair.upper, pair.lower})
+    {
+        for (int i = 0; i < 2; ++i)
+        {
+            pixel = std::copy_n(samples + last, sampleBytes, pixel);
+        }
+    }
+}
+
+template <Interleaving interleaving>
+void Combine(uint32_t sampleBytes, const LinePair &pair, uint8_t *target)
+{
+    if constexpr (interleaving == Interleaving::Lines)
+    {
+        CombineLines(sampleBytes, pair.upper, pair.lower, pair.pixels, target);
+    }
+    else
+    {
+        CombineCells(sampleBytes, pair.upper, pair.lower, pair.pixels / 2, target);
+        if (pair.pixels % 2 != 0)
+        {
+            CombineLastCell(sampleBytes, pair, target + size_t{pair.pixels - 1} * 4 * sampleBytes);
+        }
+    }
+}
+
+/// Unpacks pairs of lines piece by piece, and puts each piece into both lines of the target.
 template <Interleaving interleaving>
 void UnpackLinePairs(const Image &image)
 {
-    constexpr uint32_t pieceWidth = 2048;
     const auto sampleBytes = BytesPerSample(image.packing);
     const auto pixelBytes = sampleBytes * (interleaving == Interleaving::Lines ? 2 : 4);
     const auto samples = uint64_t{image.width} * image.height;
+    const bool isPastCache = samples * pixelBytes >= pastCacheFrom;
+    const auto copy = [isPastCache](uint8_t *target, const uint8_t *source, size_t size)
+    { isPastCache ? CopyPastCache(target, source, size) : void(std::memcpy(target, source, size)); };
     alignas(64) std::array<uint8_t, size_t{2} * pieceWidth> upper;
     alignas(64) std::array<uint8_t, size_t{2} * pieceWidth> lower;
-    std::array<uint8_t, 16> cells;
-
+    alignas(64) std::array<uint8_t, size_t{8} * pieceWidth> combined;
     for (uint32_t y = 0; y < image.height; y += 2)
     {
         const auto hasLower = image.height - y > 1;
@@ -48,33 +90,14 @@ void UnpackLinePairs(const Image &image)
             {
                 UnpackRun(image.packing, image.source, samples, first + image.width, pixels, lower.data());
             }
-            const auto *lowerOrUpper = hasLower ? lower.data() : upper.data();
-
-            for (uint32_t line = 0; line < (hasLower ? 2U : 1U); ++line)
+            const LinePair pair{upper.data(), hasLower ? lower.data() : upper.data(), pixels};
+            Combine<interleaving>(sampleBytes, pair, combined.data());
+            auto *const target = image.target + first * pixelBytes;
+            copy(target, combined.data(), size_t{pixels} * pixelBytes);
+            if (hasLower)
             {
-                auto *target = image.target + (first + uint64_t{line} * image.width) * pixelBytes;
-                if constexpr (interleaving == Interleaving::Lines)
-                {
-                    CombineLines(sampleBytes, upper.data(), lowerOrUpper, pixels, target);
-                }
-                else
-                {
-                    CombineCells(sampleBytes, upper.data(), lowerOrUpper, pixels / 2, target);
-                    if (pixels % 2 != 0)
-                    {
-                        const auto last = size_t{pixels - 1};
-                        auto *cell = cells.data();
-                        for (const auto *samplesOfLine :
-                             {static_cast<const uint8_t *>(upper.data()), lowerOrUpper})
-                        {
-                            for (int i = 0; i < 2; ++i)
-                            {
-                                cell = std::copy_n(samplesOfLine + last * sampleBytes, sampleBytes, cell);
-                            }
-                        }
-                        std::memcpy(target + last * pixelBytes, cells.data(), pixelBytes);
-                    }
-                }
+                copy(target + uint64_t{image.width} * pixelBytes, combined.data(),
+                     size_t{pixels} * pixelBytes);
             }
             x += pixels;
         }
@@ -83,6 +106,7 @@ void UnpackLinePairs(const Image &image)
             break;
         }
     }
+    FinishPastCache();
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "vision/unpack_kernels.h"
 
+#include "vision/past_cache.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -15,10 +17,6 @@
 
 namespace tarn::vision
 {
-
-/// Images that become this large or larger are written past the caches, which would not keep them anyway.
-/// Its cache lines need not be read before they are written then, which is a third of the traffic.
-constexpr uint64_t streamFrom = uint64_t{4} << 20;
 
 constexpr size_t cacheLine = 64;
 
@@ -124,7 +122,7 @@ size_t CombineLineVectors(const uint8_t *, const uint8_t *, size_t, uint8_t *)
     return 0;
 }
 
-template <class Pair, class Cell>
+template <class Pair>
 size_t CombineCellVectors(const uint8_t *, const uint8_t *, size_t, uint8_t *)
 {
     return 0;
@@ -252,48 +250,31 @@ size_t UnpackVectors<Packing::Word32, false>(const uint8_t *source, const uint8_
 template <class Sample>
 size_t CombineLineVectors(const uint8_t *a, const uint8_t *b, size_t pixels, uint8_t *target)
 {
-    const Block d;
-    const hn::Repartition<Sample, Block> lanes;
-    constexpr auto vectorPixels = 16 / sizeof(Sample);
+    const hn::Repartition<Sample, Bytes> d;
+    const auto load = [&](const uint8_t *samples, size_t pixel) HWY_ATTR
+    { return hn::LoadU(d, reinterpret_cast<const Sample *>(samples) + pixel); };
     size_t done = 0;
-    for (; pixels - done >= vectorPixels; done += vectorPixels)
+    for (; pixels - done >= hn::Lanes(d); done += hn::Lanes(d))
     {
-        const auto fromA = hn::BitCast(lanes, hn::LoadU(d, a));
-        const auto fromB = hn::BitCast(lanes, hn::LoadU(d, b));
-        hn::StoreU(hn::BitCast(d, hn::InterleaveLower(lanes, fromA, fromB)), d, target);
-        hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(lanes, fromA, fromB)), d, target + 16);
-        a += 16;
-        b += 16;
-        target += 32;
+        hn::StoreInterleaved2(load(a, done), load(b, done), d, reinterpret_cast<Sample *>(target) + 2 * done);
     }
     return done;
 }
 
 /// CombineCells as far as vectors reach; gives the number of cells.
-/// @tparam Pair,Cell integers of the size of two samples and of four
-template <class Pair, class Cell>
+/// @tparam Pair an integer of the size of two samples
+template <class Pair>
 size_t CombineCellVectors(const uint8_t *ab, const uint8_t *cd, size_t cells, uint8_t *target)
 {
-    const Block d;
-    const hn::Repartition<Pair, Block> pairLanes;
-    const hn::Repartition<Cell, Block> cellLanes;
-    constexpr auto vectorCells = 16 / sizeof(Pair);
-    const auto putTwice = [&](auto pairs, uint8_t *to) HWY_ATTR
-    {
-        const auto lanes = hn::BitCast(cellLanes, pairs);
-        hn::StoreU(hn::BitCast(d, hn::InterleaveLower(cellLanes, lanes, lanes)), d, to);
-        hn::StoreU(hn::BitCast(d, hn::InterleaveUpper(cellLanes, lanes, lanes)), d, to + 16);
-    };
+    const hn::Repartition<Pair, Bytes> d;
+    const auto load = [&](const uint8_t *pairs, size_t cell) HWY_ATTR
+    { return hn::LoadU(d, reinterpret_cast<const Pair *>(pairs) + cell); };
     size_t done = 0;
-    for (; cells - done >= vectorCells; done += vectorCells)
+    for (; cells - done >= hn::Lanes(d); done += hn::Lanes(d))
     {
-        const auto upper = hn::BitCast(pairLanes, hn::LoadU(d, ab));
-        const auto lower = hn::BitCast(pairLanes, hn::LoadU(d, cd));
-        putTwice(hn::InterleaveLower(pairLanes, upper, lower), target);
-        putTwice(hn::InterleaveUpper(pairLanes, upper, lower), target + 32);
-        ab += 16;
-        cd += 16;
-        target += 64;
+        const auto upper = load(ab, done);
+        const auto lower = load(cd, done);
+        hn::StoreInterleaved4(upper, lower, upper, lower, d, reinterpret_cast<Pair *>(target) + 4 * done);
     }
     return done;
 }
@@ -334,7 +315,7 @@ void UnpackRunOf(const uint8_t *source, uint64_t samples, uint64_t first, uint64
 
         const auto beyond = reinterpret_cast<uintptr_t>(target) % cacheLine;
         const auto head = beyond == 0 ? 0 : (cacheLine - beyond) / 2;
-        if (2 * count >= streamFrom && beyond % 2 == 0 && head % groupSamples == 0)
+        if (2 * count >= pastCacheFrom && beyond % 2 == 0 && head % groupSamples == 0)
         {
             for (size_t i = 0; i < head; ++i)
             {
@@ -408,15 +389,16 @@ void CombineLinesHere(uint32_t bytesPerSample, const uint8_t *a, const uint8_t *
     }
 }
 
-template <class Pair, class Cell>
+template <class Pair>
 void CombineCellsOf(const uint8_t *ab, const uint8_t *cd, size_t cells, uint8_t *target)
 {
-    for (auto i = CombineCellVectors<Pair, Cell>(ab, cd, cells, target); i < cells; ++i)
+    constexpr auto cellBytes = 2 * sizeof(Pair);
+    for (auto i = CombineCellVectors<Pair>(ab, cd, cells, target); i < cells; ++i)
     {
-        auto *pixels = target + i * 2 * sizeof(Cell);
+        auto *pixels = target + i * 2 * cellBytes;
         std::memcpy(pixels, ab + i * sizeof(Pair), sizeof(Pair));
         std::memcpy(pixels + sizeof(Pair), cd + i * sizeof(Pair), sizeof(Pair));
-        std::memcpy(pixels + sizeof(Cell), pixels, sizeof(Cell));
+        std::memcpy(pixels + cellBytes, pixels, cellBytes);
     }
 }
 
@@ -425,11 +407,11 @@ void CombineCellsHere(uint32_t bytesPerSample, const uint8_t *ab, const uint8_t 
 {
     if (bytesPerSample == 1)
     {
-        CombineCellsOf<uint16_t, uint32_t>(ab, cd, cells, target);
+        CombineCellsOf<uint16_t>(ab, cd, cells, target);
     }
     else
     {
-        CombineCellsOf<uint32_t, uint64_t>(ab, cd, cells, target);
+        CombineCellsOf<uint32_t>(ab, cd, cells, target);
     }
 }
 
