@@ -4,6 +4,7 @@
 #include "vision/demosaic.h"
 #include "vision/error.h"
 #include "vision/samples.h"
+#include "vision/scale.h"
 #include "vision/shift.h"
 #include "vision/unpack.h"
 
@@ -77,20 +78,6 @@ void WidenAs(const Image &image, Image &target)
     for (uint64_t i = 0; i < pixels; ++i)
     {
         Store(to, i, static_cast<To>(Load<From>(from, i)));
-    }
-}
-
-/// Whole samples to floats, multiplied.
-template <typename From>
-void ScaleAs(const Image &image, Image &target, double factor)
-{
-    const auto count = image.PixelCount();
-    // Here, for the reason above.
-    const auto *const from = image.data;
-    auto *const to = target.data;
-    for (uint64_t i = 0; i < count; ++i)
-    {
-        Store(to, i, static_cast<float>(Load<From>(from, i) * factor));
     }
 }
 
@@ -215,13 +202,12 @@ void ConvertWithFactor(const Image &image, PixelFormat format, Image &target, do
                       "The factor is " + std::to_string(factor) + ", expected a finite number");
     }
     const auto samples = *SamplesOf(format);
-    if (samples.type == SampleType::Float32 && FindConversion(image.format, format) == Conversion::Widen)
+    if (image.format == Coord3D_C16 && format == Coord3D_C32f)
     {
         // Not in two steps: each takes as long as the memory.
         RequireTarget(image, format, target);
         RequireMemoryOfItsOwn(image, target);
-        const bool isByte = SamplesOf(image.format)->type == SampleType::Unsigned8;
-        (isByte ? ScaleAs<uint8_t> : ScaleAs<uint16_t>)(image, target, factor);
+        ScaleWords(image.data, image.PixelCount(), factor, target.data);
         return;
     }
     Convert(image, format, target);

@@ -2,6 +2,7 @@
 #include "vision/region.h"
 #include "vision/region_kernels.h"
 #include "vision/samples.h"
+#include "vision/scale.h"
 
 #include <gtest/gtest.h>
 #include <hwy/targets.h>
@@ -134,6 +135,35 @@ TEST_F(VisionDepthKernels, TakeJustThePixelsOfTheSet)
                 }
             });
     }
+}
+
+TEST_F(VisionDepthKernels, ScaleEachSampleAtDoublePrecision)
+{
+    constexpr size_t large = (size_t{1} << 20U) + 7;
+    const auto samples = RandomBytes(2 * large + 1);
+    const auto check = [&](size_t count, size_t offset, double factor)
+    {
+        std::vector<uint8_t> floats(offset + 4 * count + 1, 0xA5);
+        ScaleWords(samples.data() + 1, count, factor, floats.data() + offset);
+        ASSERT_EQ(floats.back(), 0xA5);
+        for (size_t i = 0; i < count; ++i)
+        {
+            const auto expected = static_cast<float>(Load<uint16_t>(samples.data() + 1, i) * factor);
+            ASSERT_EQ(Load<float>(floats.data() + offset, i), expected) << i << " of " << count;
+        }
+    };
+    WithEachInstructionSet(
+        [&]
+        {
+            for (size_t count = 0; count <= mostPixels; ++count)
+            {
+                ASSERT_NO_FATAL_FAILURE(check(count, count % 64, 0.1));
+            }
+            for (const size_t offset : {0U, 1U, 4U, 60U})
+            {
+                ASSERT_NO_FATAL_FAILURE(check(large, offset, -1.0 / 3));
+            }
+        });
 }
 
 TEST_F(VisionDepthKernels, MakePointsAtEachWidthAndPlace)
