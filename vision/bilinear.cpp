@@ -1,6 +1,7 @@
 #include "vision/bilinear.h"
 
 #include <algorithm>
+#include <type_traits>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision/bilinear.cpp"
@@ -172,34 +173,122 @@ Place PlaceOf(const int16_t *positions, const uint16_t *fractions, uint64_t pixe
             fractions[pixel] >> fractionBits};
 }
 
-class Images
+/// How much each of the four pixels counts, line by line.
+template <typename T>
+class Weights
 {
 public:
-    Images(const BilinearBlocks &blocks, const uint8_t *source)
-        : m_width(static_cast<int>(blocks.width)), m_height(static_cast<int>(blocks.height)), m_source(source)
+    explicit Weights(const Place &place)
     {
+        const int left = fractionSteps - place.right;
+        const int up = fractionSteps - place.down;
+        m_weights = {Part(left * up), Part(place.right * up), Part(left * place.down),
+                     Part(place.right * place.down)};
     }
 
-    uint8_t Between(const Place &place) const
+    T Mean(T first, T second, T third, T fourth) const
     {
-        const auto line = [&](int y)
-        { return Pixel(place.x, y) * (fractionSteps - place.right) + Pixel(place.x + 1, y) * place.right; };
-        constexpr int half = 1 << (2 * fractionBits - 1);
-        const int sum = line(place.y) * (fractionSteps - place.down) + line(place.y + 1) * place.down;
-        return static_cast<uint8_t>((sum + half) >> 2 * fractionBits);
+        // Floats are rounded after each step, hence the order.
+        const auto sum =
+            first * m_weights[0] + second * m_weights[1] + third * m_weights[2] + fourth * m_weights[3];
+        if constexpr (std::is_same_v<T, uint8_t>)
+        {
+            return static_cast<T>((sum + (1 << (weightBits - 1))) >> weightBits);
+        }
+        else if constexpr (std::is_same_v<T, uint16_t>)
+        {
+            // The quickest rounding to the nearest, with halves to even.
+            constexpr float noFraction = 1 << 23;
+            return static_cast<T>(static_cast<int32_t>(sum + noFraction) - (1 << 23));
+        }
+        else
+        {
+            return sum;
+        }
     }
 
 private:
-    int Pixel(int x, int y) const
+    using Weight = std::conditional_t<std::is_same_v<T, uint8_t>, int, float>;
+    static constexpr int weightBits = 2 * fractionBits;
+
+    static Weight Part(int weight)
     {
-        const bool isInside = x >= 0 && x < m_width && y >= 0 && y < m_height;
-        return isInside ? m_source[int64_t{y} * m_width + x] : 0;
+        if constexpr (std::is_same_v<Weight, int>)
+        {
+            return weight;
+        }
+        else
+        {
+            return static_cast<float>(weight) * (1.0F / (1 << weightBits));
+        }
     }
 
+    std::array<Weight, 4> m_weights;
+};
+
+/// A source whose pixels are `count` samples, with zeros around it.
+template <typename T, uint32_t count>
+class Source
+{
+public:
+    Source(const uint8_t *samples, uint32_t width, uint32_t height)
+        : m_samples(samples), m_width(static_cast<int>(width)), m_height(static_cast<int>(height))
+    {
+    }
+
+    HWY_INLINE void Take(const Place &place, uint8_t *target) const
+    {
+        const Weights<T> weights(place);
+        const bool isInner = place.x >= 0 && place.x < m_width - 1 && place.y >= 0 && place.y < m_height - 1;
+        if (isInner)
+        {
+            const auto *const above = At(place.x, place.y);
+            const auto *const below = At(place.x, place.y + 1);
+            for (uint32_t i = 0; i < count; ++i)
+            {
+                Store(target, i,
+                      weights.Mean(Load<T>(above, i), Load<T>(above, i + count), Load<T>(below, i),
+                                   Load<T>(below, i + count)));
+            }
+            return;
+        }
+        for (uint32_t i = 0; i < count; ++i)
+        {
+            Store(target, i,
+                  weights.Mean(OrZero(place.x, place.y, i), OrZero(place.x + 1, place.y, i),
+                               OrZero(place.x, place.y + 1, i), OrZero(place.x + 1, place.y + 1, i)));
+        }
+    }
+
+private:
+    const uint8_t *At(int x, int y) const
+    {
+        return m_samples + (int64_t{y} * m_width + x) * int64_t{count * sizeof(T)};
+    }
+
+    T OrZero(int x, int y, uint32_t sample) const
+    {
+        const bool isInside = x >= 0 && x < m_width && y >= 0 && y < m_height;
+        return isInside ? Load<T>(At(x, y), sample) : T{};
+    }
+
+    const uint8_t *m_samples;
     int m_width;
     int m_height;
-    const uint8_t *m_source;
 };
+
+template <typename T, uint32_t count>
+void TakePixelsOf(const BilinearMap &map, const uint8_t *source, uint32_t width, uint32_t height,
+                  uint8_t *target)
+{
+    const Source<T, count> pixels(source, width, height);
+    const auto *const positions = map.positions.data();
+    const auto *const fractions = map.fractions.data();
+    for (uint64_t pixel = 0; pixel < uint64_t{width} * height; ++pixel)
+    {
+        pixels.Take(PlaceOf(positions, fractions, pixel), target + pixel * count * sizeof(T));
+    }
+}
 
 /// Where a block's window begins.
 struct Window
@@ -286,14 +375,26 @@ BilinearBlocks MakeBlocks(const BilinearMap &map, uint32_t width, uint32_t heigh
 void TakeBlocks(const BilinearBlocks &blocks, const uint8_t *source, uint8_t *target)
 {
     HWY_DYNAMIC_DISPATCH(TakeBlocksHere)(blocks, source, target);
-    const Images images(blocks, source);
+    const Source<uint8_t, 1> pixels(source, blocks.width, blocks.height);
     for (const auto &odd : blocks.oddBlocks)
     {
         for (uint32_t i = 0; i < blockPixels; ++i)
         {
-            target[odd.pixel + i] = images.Between(PlaceOf(odd.positions.data(), odd.fractions.data(), i));
+            pixels.Take(PlaceOf(odd.positions.data(), odd.fractions.data(), i), target + odd.pixel + i);
         }
     }
+}
+
+void TakePixels(const BilinearMap &map, const uint8_t *source, uint32_t width, uint32_t height,
+                const Samples &samples, uint8_t *target)
+{
+    WithSampleType(samples.type,
+                   [&](auto type)
+                   {
+                       using T = decltype(type);
+                       const auto take = samples.count == 1 ? TakePixelsOf<T, 1> : TakePixelsOf<T, 3>;
+                       take(map, source, width, height, target);
+                   });
 }
 
 } // namespace tarn::vision

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "vision/samples.h"
 #include "vision/undistortion_map.h"
 
 #include <array>
@@ -46,5 +47,10 @@ BilinearBlocks MakeBlocks(const BilinearMap &map, uint32_t width, uint32_t heigh
 
 /// Makes the pixels that the map tells. The result is that of cv::remap, bit by bit.
 void TakeBlocks(const BilinearBlocks &blocks, const uint8_t *source, uint8_t *target);
+
+/// The same pixel by pixel, for images of any size.
+/// @param samples one or three for each pixel
+void TakePixels(const BilinearMap &map, const uint8_t *source, uint32_t width, uint32_t height,
+                const Samples &samples, uint8_t *target);
 
 } // namespace tarn::vision

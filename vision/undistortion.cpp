@@ -4,9 +4,6 @@
 #include "vision/region_kernels.h"
 #include "vision/samples.h"
 
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
-
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -185,23 +182,6 @@ Region TakeMasked(const NearestMap &map, const std::vector<uint64_t> &mask, cons
     return region;
 }
 
-void TakeBilinear(const BilinearMap &map, const uint8_t *source, Image &target, const Samples &samples)
-{
-    const int depth = samples.type == SampleType::Unsigned8    ? CV_8U
-                      : samples.type == SampleType::Unsigned16 ? CV_16U
-                                                               : CV_32F;
-    const int type = CV_MAKETYPE(depth, static_cast<int>(samples.count));
-    const int width = static_cast<int>(target.width);
-    const int height = static_cast<int>(target.height);
-    // Nothing writes into what is read.
-    const cv::Mat from(height, width, type, const_cast<uint8_t *>(source));
-    const cv::Mat positions(height, width, CV_16SC2, const_cast<int16_t *>(map.positions.data()));
-    const cv::Mat fractions(height, width, CV_16UC1, const_cast<uint16_t *>(map.fractions.data()));
-    cv::Mat to(height, width, type, target.data);
-    cv::remap(from, to, positions, fractions, cv::INTER_LINEAR, cv::BORDER_CONSTANT, cv::Scalar());
-    CV_Assert(to.data == target.data);
-}
-
 uint32_t BytesOf(SampleType type)
 {
     switch (type)
@@ -343,7 +323,7 @@ void Undistortion::TakeBetween(const uint8_t *pixels, const Samples &samples, Im
     }
     else
     {
-        TakeBilinear(Bilinear(), pixels, target, samples);
+        TakePixels(Bilinear(), pixels, target.width, target.height, samples, target.data);
     }
 }
 

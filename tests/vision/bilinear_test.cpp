@@ -5,6 +5,9 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include <array>
+#include <cstring>
+#include <limits>
 #include <random>
 
 namespace GenTL::internal
@@ -125,6 +128,85 @@ TEST(VisionBilinearBlocks, AreNotForImagesSmallerThanAWindow)
     EXPECT_TRUE(tarn::vision::HasBlocks(16, 3));
     EXPECT_FALSE(tarn::vision::HasBlocks(15, 3));
     EXPECT_FALSE(tarn::vision::HasBlocks(16, 2));
+}
+
+namespace
+{
+
+template <typename T>
+std::vector<T> Extremes(size_t count)
+{
+    const std::array<T, 4> extremes{T{}, std::numeric_limits<T>::max(), std::numeric_limits<T>::lowest(),
+                                    T{1}};
+    std::mt19937 random(7);
+    std::vector<T> samples(count);
+    std::ranges::generate(samples,
+                          [&]
+                          {
+                              const auto number = random();
+                              return number % 4 == 0 ? extremes.at(number / 4 % 4) : static_cast<T>(number);
+                          });
+    return samples;
+}
+
+/// Compares the samples bit by bit after all lenses, in memory that begins at an odd address.
+template <typename T>
+void ExpectAsRemapped(std::vector<T> samples, tarn::vision::Samples type, uint32_t width, uint32_t height)
+{
+    const int columns = static_cast<int>(width);
+    const int lines = static_cast<int>(height);
+    const int matType = CV_MAKETYPE(cv::DataType<T>::depth, static_cast<int>(type.count));
+    const auto x = static_cast<float>(width);
+    for (const auto &terms : {DistortionTerms{-0.28F, 0.09F, 0.0015F, -0.002F, -0.01F},
+                              DistortionTerms{0.5F, 0.2F}, DistortionTerms{-3, 2, 0.3F, -0.4F}})
+    {
+        const auto camera =
+            Camera(width, height, x * 0.8F, x * 0.75F, x * 0.43F, static_cast<float>(height) * 0.47F, terms);
+        auto map = tarn::vision::MakeBilinearMap(camera);
+        const size_t size = samples.size() * sizeof(T);
+        std::vector<uint8_t> source(size + 1);
+        std::memcpy(source.data() + 1, samples.data(), size);
+        std::vector<uint8_t> target(size + 1, 0x77);
+        TakePixels(map, source.data() + 1, width, height, type, target.data() + 1);
+        cv::Mat expected;
+        cv::remap(cv::Mat(lines, columns, matType, samples.data()), expected,
+                  cv::Mat(lines, columns, CV_16SC2, map.positions.data()),
+                  cv::Mat(lines, columns, CV_16UC1, map.fractions.data()), cv::INTER_LINEAR,
+                  cv::BORDER_CONSTANT);
+        EXPECT_EQ(std::memcmp(target.data() + 1, expected.data, size), 0)
+            << width << " x " << height << " with k1 " << terms[0];
+    }
+}
+
+} // namespace
+
+TEST(VisionBilinearPixels, AreOpenCvsForEverySampleType)
+{
+    using enum tarn::vision::SampleType;
+    for (const auto &[width, height] : {std::pair{1U, 1U},
+                                        {1U, 9U},
+                                        {9U, 1U},
+                                        {2U, 2U},
+                                        {2U, 3U},
+                                        {3U, 2U},
+                                        {15U, 3U},
+                                        {64U, 48U},
+                                        {333U, 251U}})
+    {
+        const size_t pixels = size_t{width} * height;
+        ExpectAsRemapped(Extremes<uint8_t>(pixels), {Unsigned8, 1}, width, height);
+        ExpectAsRemapped(Extremes<uint8_t>(pixels * 3), {Unsigned8, 3}, width, height);
+        ExpectAsRemapped(Extremes<uint16_t>(pixels), {Unsigned16, 1}, width, height);
+        ExpectAsRemapped(Extremes<float>(pixels), {Float32, 1}, width, height);
+    }
+}
+
+TEST(VisionBilinearPixels, SpreadInfinityAsOpenCvDoes)
+{
+    std::vector<float> samples(64 * 48, -0.0F);
+    samples[20 * 64 + 30] = std::numeric_limits<float>::infinity();
+    samples[5 * 64 + 7] = -std::numeric_limits<float>::infinity();
+    ExpectAsRemapped(samples, {tarn::vision::SampleType::Float32, 1}, 64, 48);
 }
 
 } // namespace GenTL::internal
