@@ -1,12 +1,13 @@
 #include "vision/demosaic.h"
 
+#include "vision/demosaic_kernel.h"
 #include "vision/error.h"
 #include "vision/shift.h"
-
-#include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
+#include "vision/yuv_kernel.h"
 
 #include <climits>
+#include <cstring>
+#include <vector>
 
 namespace tarn::vision
 {
@@ -16,46 +17,44 @@ using enum common::PixelFormat;
 namespace
 {
 
-enum class Result
+/// Where red stands in the first two lines of the first two pixels; blue stands across.
+struct RedPlace
 {
-    Grey,
-    Rgb,
-    Bgr
+    uint32_t line;
+    uint32_t column;
 };
 
-struct Codes
-{
-    int grey;
-    int rgb;
-    int bgr;
-
-    int Of(Result result) const
-    {
-        return result == Result::Grey ? grey : (result == Result::Rgb ? rgb : bgr);
-    }
-};
-
-// OpenCV's older names tell the second line's second and third column, so that its BayerBG is our BayerRG.
-// The names of four letters are the pattern itself.
-Codes CodesOf(PixelFormat bayer)
+RedPlace RedPlaceOf(PixelFormat bayer)
 {
     switch (bayer)
     {
     case BayerRG8:
     case BayerRG10:
     case BayerRG12:
-        return {cv::COLOR_BayerRGGB2GRAY, cv::COLOR_BayerRGGB2RGB, cv::COLOR_BayerRGGB2BGR};
-    case BayerGB8:
-    case BayerGB10:
-    case BayerGB12:
-        return {cv::COLOR_BayerGBRG2GRAY, cv::COLOR_BayerGBRG2RGB, cv::COLOR_BayerGBRG2BGR};
+        return {0, 0};
     case BayerGR8:
     case BayerGR10:
     case BayerGR12:
-        return {cv::COLOR_BayerGRBG2GRAY, cv::COLOR_BayerGRBG2RGB, cv::COLOR_BayerGRBG2BGR};
+        return {0, 1};
+    case BayerGB8:
+    case BayerGB10:
+    case BayerGB12:
+        return {1, 0};
     default:
-        return {cv::COLOR_BayerBGGR2GRAY, cv::COLOR_BayerBGGR2RGB, cv::COLOR_BayerBGGR2BGR};
+        return {1, 1};
     }
+}
+
+/// The line, which is neither the first nor the last.
+MosaicLine LineOf(const Image &image, uint32_t line)
+{
+    const auto red = RedPlaceOf(image.format);
+    const bool isByte = DepthOf(image.format) == 8;
+    const auto lineBytes = uint64_t{image.width} * (isByte ? 1 : 2);
+    const auto *const here = image.data + line * lineBytes;
+    const bool hasRed = line % 2 == red.line;
+    return {here - lineBytes, here,   here + lineBytes,           image.width,
+            isByte,           hasRed, hasRed == (red.column == 1)};
 }
 
 void RequireSize(const Image &image, bool isFitting, const std::string &expected)
@@ -69,17 +68,23 @@ void RequireSize(const Image &image, bool isFitting, const std::string &expected
     }
 }
 
-cv::Mat View(const Image &image, int lines, int type)
+/// Copies the second element to the first, and the last but one to the last.
+void RepeatEnds(uint8_t *elements, uint64_t elementBytes, uint64_t count)
 {
-    return {lines, static_cast<int>(image.width), type, image.data};
+    std::memcpy(elements, elements + elementBytes, elementBytes);
+    auto *const last = elements + (count - 1) * elementBytes;
+    std::memcpy(last, last - elementBytes, elementBytes);
 }
 
-/// Converts into just this memory.
-void ConvertColour(const cv::Mat &source, cv::Mat target, int code)
+YuvLine YuvLineOf(const Image &image, uint32_t line)
 {
-    const auto *memory = target.data;
-    cv::cvtColor(source, target, code);
-    CV_Assert(target.data == memory);
+    const uint64_t width = image.width;
+    if (image.format == YUV422_8_UYVY)
+    {
+        return {image.data + line * width * 2, nullptr, false};
+    }
+    const auto *const colours = image.data + (uint64_t{image.height} + line / 2) * width;
+    return {image.data + line * width, colours, image.format == YUV420_8_YY_VU_SemiplanarQVR};
 }
 
 } // namespace
@@ -87,30 +92,33 @@ void ConvertColour(const cv::Mat &source, cv::Mat target, int code)
 void Demosaic(const Image &image, Image &target)
 {
     constexpr uint32_t least = 3;
-    // A third of the integers: lines of three samples are counted in integers, too.
     constexpr uint32_t most = INT_MAX / 8;
     RequireSize(image,
                 image.width >= least && image.height >= least && image.width <= most && image.height <= most,
                 "from 3 x 3 up to " + std::to_string(most) + " x " + std::to_string(most));
 
-    const auto result = target.format == RGB8   ? Result::Rgb
-                        : target.format == BGR8 ? Result::Bgr
-                                                : Result::Grey;
-    const int channels = result == Result::Grey ? 1 : 3;
-    const int depth = DepthOf(image.format) == 8 ? CV_8U : CV_16U;
-    const int lines = static_cast<int>(image.height);
-    const int type = CV_MAKETYPE(depth, channels);
-    const auto source = View(image, lines, CV_MAKETYPE(depth, 1));
-    const int code = CodesOf(image.format).Of(result);
-    if (DepthOf(image.format) == DepthOf(target.format))
+    const auto result = target.format == RGB8   ? DemosaicResult::Rgb
+                        : target.format == BGR8 ? DemosaicResult::Bgr
+                                                : DemosaicResult::Grey;
+    const uint64_t samples = uint64_t{image.width} * (result == DemosaicResult::Grey ? 1 : 3);
+    const auto depth = DepthOf(image.format);
+    const uint64_t sampleBytes = depth == 8 ? 1 : 2;
+    const auto lineBytes = samples * (DepthOf(target.format) == 8 ? 1 : 2);
+    const bool isShifted = depth != DepthOf(target.format);
+    std::vector<uint8_t> unshifted(isShifted ? samples * sampleBytes : 0);
+    for (uint32_t line = 1; line < image.height - 1; ++line)
     {
-        ConvertColour(source, View(target, lines, type), code);
-        return;
+        auto *const made = target.data + line * lineBytes;
+        auto *const pixels = isShifted ? unshifted.data() : made;
+        DemosaicLine(LineOf(image, line), result, pixels);
+        RepeatEnds(pixels, samples * sampleBytes / image.width, image.width);
+        if (isShifted)
+        {
+            ShiftSamples(image.format, pixels, target.format, made, samples);
+        }
     }
-    cv::Mat whole(lines, source.cols, type);
-    ConvertColour(source, whole, code);
-    ShiftSamples(image.format, whole.data, target.format, target.data,
-                 image.PixelCount() * static_cast<uint64_t>(channels));
+    // A border has too few neighbours for colours of its own.
+    RepeatEnds(target.data, lineBytes, image.height);
 }
 
 void YuvToRgb(const Image &image, Image &target)
@@ -122,12 +130,10 @@ void YuvToRgb(const Image &image, Image &target)
                 std::string("an even width") + (isPlanar ? " and height" : "") + " of up to " +
                     std::to_string(most));
 
-    const int lines = static_cast<int>(image.height);
-    const auto source = isPlanar ? View(image, lines / 2 * 3, CV_8UC1) : View(image, lines, CV_8UC2);
-    const int code = !isPlanar                                      ? cv::COLOR_YUV2RGB_UYVY
-                     : image.format == YUV420_8_YY_UV_SemiplanarQVR ? cv::COLOR_YUV2RGB_NV12
-                                                                    : cv::COLOR_YUV2RGB_NV21;
-    ConvertColour(source, View(target, lines, CV_8UC3), code);
+    for (uint32_t line = 0; line < image.height; ++line)
+    {
+        YuvLineToRgb(YuvLineOf(image, line), image.width / 2, target.data + uint64_t{line} * image.width * 3);
+    }
 }
 
 } // namespace tarn::vision

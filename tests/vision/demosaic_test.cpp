@@ -87,13 +87,40 @@ protected:
     static constexpr uint32_t height = 7;
 
     template <typename To, typename From>
-    std::vector<To> Converted(PixelFormat from, const std::vector<From> &samples, PixelFormat to)
+    std::vector<To> Converted(PixelFormat from, const std::vector<From> &samples, PixelFormat to,
+                              uint32_t columns = width, uint32_t lines = height)
     {
-        Pixels source(from, width, height);
+        Pixels source(from, columns, lines);
         source.Set(samples);
-        Pixels target(to, width, height);
+        Pixels target(to, columns, lines);
         EXPECT_EQ(Convert(source, target), Answered{});
         return target.template As<To>();
+    }
+
+    /// Compares what becomes of the samples with OpenCV's answers.
+    void ExpectAsOpenCv(const Pattern &pattern, const std::vector<uint8_t> &samples, uint32_t columns,
+                        uint32_t lines)
+    {
+        const auto x = static_cast<int>(columns);
+        const auto y = static_cast<int>(lines);
+        EXPECT_EQ(Converted<uint8_t>(pattern.of8, samples, PixelFormat::RGB8, columns, lines),
+                  ByOpenCv(samples, x, y, pattern.toRgb));
+        EXPECT_EQ(Converted<uint8_t>(pattern.of8, samples, PixelFormat::BGR8, columns, lines),
+                  ByOpenCv(samples, x, y, pattern.toBgr));
+        // From 20 columns on OpenCV cuts grey of bytes off where it rounds grey of words, and rounds it in
+        // the last columns again: white becomes 254 and 255.
+        const std::vector<uint16_t> words(samples.begin(), samples.end());
+        EXPECT_EQ(Converted<uint8_t>(pattern.of8, samples, PixelFormat::Mono8, columns, lines),
+                  Bytes(ByOpenCv(words, x, y, pattern.toGrey)));
+    }
+
+    void ExpectAsOpenCv(const Pattern &pattern, const std::vector<uint16_t> &samples, uint32_t columns,
+                        uint32_t lines)
+    {
+        const auto x = static_cast<int>(columns);
+        const auto y = static_cast<int>(lines);
+        EXPECT_EQ(Converted<uint16_t>(pattern.of12, samples, PixelFormat::Mono12, columns, lines),
+                  ByOpenCv(samples, x, y, pattern.toGrey));
     }
 };
 
@@ -161,6 +188,48 @@ TEST_F(VisionDemosaic, AgreesWithOpenCvAtMoreBitsAndShiftsAfterwards)
     }
 }
 
+TEST_F(VisionDemosaic, AgreesWithOpenCvAtEverySize)
+{
+    for (const auto &pattern : patterns)
+    {
+        for (uint32_t columns = 3; columns < 68; ++columns)
+        {
+            for (const uint32_t lines : {3U, 4U, 5U})
+            {
+                SCOPED_TRACE(pattern.letters + ' ' + std::to_string(columns) + " x " + std::to_string(lines));
+                ExpectAsOpenCv(pattern, Noise<uint8_t>(size_t{columns} * lines, UINT8_MAX), columns, lines);
+                ExpectAsOpenCv(pattern, Noise<uint16_t>(size_t{columns} * lines, 4095), columns, lines);
+            }
+        }
+    }
+}
+
+TEST_F(VisionDemosaic, AgreesWithOpenCvOnExtremes)
+{
+    constexpr uint32_t columns = 101;
+    constexpr uint32_t lines = 64;
+    auto bytes = Noise<uint8_t>(size_t{columns} * lines, 1);
+    auto words = Noise<uint16_t>(size_t{columns} * lines, 1);
+    std::ranges::transform(bytes, bytes.begin(), [](uint8_t bit) { return bit != 0 ? UINT8_MAX : 0; });
+    std::ranges::transform(words, words.begin(), [](uint16_t bit) { return bit != 0 ? UINT16_MAX : 0; });
+    for (const auto &pattern : patterns)
+    {
+        SCOPED_TRACE(pattern.letters);
+        ExpectAsOpenCv(pattern, bytes, columns, lines);
+        ExpectAsOpenCv(pattern, words, columns, lines);
+    }
+}
+
+TEST_F(VisionDemosaic, KeepsWhiteWhite)
+{
+    constexpr uint32_t columns = 64;
+    const std::vector<uint8_t> white(size_t{columns} * height, UINT8_MAX);
+    for (const auto &pattern : patterns)
+    {
+        EXPECT_EQ(Converted<uint8_t>(pattern.of8, white, PixelFormat::Mono8, columns), white);
+    }
+}
+
 TEST_F(VisionDemosaic, MultipliesTheResult)
 {
     const auto samples = Noise<uint8_t>(width * height, 255);
@@ -196,6 +265,22 @@ TEST_F(VisionDemosaic, NeedsNeighboursOnEachSide)
 class VisionYuv : public ConversionTest
 {
 protected:
+    void ExpectAsOpenCv(PixelFormat format, std::vector<uint8_t> samples, int width, int height, int code)
+    {
+        Pixels source(format, static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+        source.Set(samples);
+        Pixels target(PixelFormat::RGB8, static_cast<uint32_t>(width), static_cast<uint32_t>(height));
+        EXPECT_EQ(Convert(source, target), Answered{});
+        const cv::Mat yuv = format == PixelFormat::YUV422_8_UYVY
+                                ? cv::Mat(height, width, CV_8UC2, samples.data())
+                                : cv::Mat(height / 2 * 3, width, CV_8UC1, samples.data());
+        cv::Mat rgb;
+        cv::cvtColor(yuv, rgb, code);
+        EXPECT_TRUE(target.As<uint8_t>() ==
+                    std::vector<uint8_t>(rgb.data, rgb.data + rgb.total() * rgb.elemSize()))
+            << tarn::common::PixelFormatName(format);
+    }
+
     /// A colour by the formula of ITU-R BT.601, luminance from 16 to 235.
     static std::array<double, 3> Rgb(int y, int u, int v)
     {
@@ -252,6 +337,54 @@ TEST_F(VisionYuv, OfPairsBecomesRgb)
     ExpectColour(rgb, 1, 120, 100, 160);
     ExpectColour(rgb, 2, 200, 140, 90);
     ExpectColour(rgb, 3, 30, 140, 90);
+}
+
+TEST_F(VisionYuv, AgreesWithOpenCvForEveryColour)
+{
+    // Each line has one V and each pair of columns one U, and their luminances differ.
+    constexpr int width = 512;
+    constexpr int height = 512;
+    const auto luminance = [](int x, int y) { return static_cast<uint8_t>(x / 2 + x % 2 * 85 + y * 37); };
+    std::vector<uint8_t> pairs;
+    std::vector<uint8_t> planes;
+    std::vector<uint8_t> colours;
+    for (int y = 0; y < height; ++y)
+    {
+        for (int x = 0; x < width; ++x)
+        {
+            const auto colour = static_cast<uint8_t>(x % 2 == 0 ? x / 2 : y / 2);
+            pairs.insert(pairs.end(), {colour, luminance(x, y)});
+            planes.push_back(luminance(x, y));
+            if (y % 2 == 0)
+            {
+                colours.push_back(colour);
+            }
+        }
+    }
+    planes.insert(planes.end(), colours.begin(), colours.end());
+    ExpectAsOpenCv(PixelFormat::YUV422_8_UYVY, pairs, width, height, cv::COLOR_YUV2RGB_UYVY);
+    ExpectAsOpenCv(PixelFormat::YUV420_8_YY_UV_SemiplanarQVR, planes, width, height, cv::COLOR_YUV2RGB_NV12);
+    ExpectAsOpenCv(PixelFormat::YUV420_8_YY_VU_SemiplanarQVR, planes, width, height, cv::COLOR_YUV2RGB_NV21);
+}
+
+TEST_F(VisionYuv, AgreesWithOpenCvAtEverySize)
+{
+    for (int width = 2; width < 70; width += 2)
+    {
+        for (const int height : {1, 2, 3, 4})
+        {
+            SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+            const auto pixels = static_cast<size_t>(width * height);
+            ExpectAsOpenCv(PixelFormat::YUV422_8_UYVY, Noise<uint8_t>(pixels * 2, UINT8_MAX), width, height,
+                           cv::COLOR_YUV2RGB_UYVY);
+            if (height % 2 == 0)
+            {
+                ExpectAsOpenCv(PixelFormat::YUV420_8_YY_UV_SemiplanarQVR,
+                               Noise<uint8_t>(pixels / 2 * 3, UINT8_MAX), width, height,
+                               cv::COLOR_YUV2RGB_NV12);
+            }
+        }
+    }
 }
 
 TEST_F(VisionYuv, NeedsAColourForEachPixel)
