@@ -1,5 +1,6 @@
 #include "gentlctl/depth_files.h"
 
+#include "gentlctl/output_files.h"
 #include "gentlctl/point_view.h"
 
 #include "common/pixel_format.h"

@@ -1,6 +1,7 @@
 #include "gentlctl/frame.h"
 
 #include "gentlctl/depth_files.h"
+#include "gentlctl/output_files.h"
 
 #include "port/proxy_module.h"
 
@@ -37,6 +38,19 @@ std::string NameOfPart(uint64_t type, size_t index)
                                       std::pair{uint64_t{PART_DATATYPE_CONFIDENCE_MAP}, "confidence"}};
     const auto *name = std::ranges::find(names, type, [](const auto &entry) { return entry.first; });
     return name != names.end() ? name->second : "part" + std::to_string(index);
+}
+
+/// Writes the images that an image holds, several as "A", "B", ... behind the name of their part.
+template <typename PathOf>
+void WritePictures(const std::string &part, const ImageView &image, PathOf pathOf)
+{
+    const auto count = ImagesIn(image.pixelFormat);
+    for (size_t index = 0; index < count; ++index)
+    {
+        const auto letter = count > 1 ? std::string(1, "ABCD"[index]) : "";
+        WritePicture(pathOf(part.empty() || letter.empty() ? part + letter : part + "-" + letter), image,
+                     index);
+    }
 }
 
 Json PartInfos(internal::IGenTLProxy &calls, void *stream, void *buffer)
@@ -118,7 +132,7 @@ Json Frame::Write(const std::filesystem::path &folder, uint64_t number, const st
         }
         else
         {
-            WritePicture(path(name, format), view);
+            WritePictures(name, view, [&](const std::string &picture) { return path(picture, format); });
         }
     }
     const auto points =

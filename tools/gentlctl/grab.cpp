@@ -2,7 +2,7 @@
 
 #include "gentlctl/features.h"
 #include "gentlctl/frame.h"
-#include "gentlctl/image_files.h"
+#include "gentlctl/output_files.h"
 #include "gentlctl/producer.h"
 
 #include "utils/gentl_exception.h"

@@ -1,20 +1,18 @@
 #include "gentlctl/image_files.h"
 
 #include "gentlctl/depth_files.h"
+#include "gentlctl/image_encoding.h"
+#include "gentlctl/output_files.h"
 
 #include "common/exceptions.h"
 #include "common/pixel_format.h"
 #include "utils/checks.h"
 
 #include <fmt/format.h>
-#include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <array>
-#include <cerrno>
-#include <fstream>
 #include <stdexcept>
-#include <system_error>
 
 namespace gentlctl
 {
@@ -25,13 +23,14 @@ using tarn::common::PixelFormat;
 
 constexpr int asItIs = -1;
 constexpr int depth = -2;
+constexpr int interleaved = -3;
 
 /// How a format becomes an OpenCV image.
 struct Picture
 {
     PixelFormat format;
     int type;       ///< of the delivered samples
-    int conversion; ///< to what OpenCV writes, or asItIs, or depth
+    int conversion; ///< OpenCV's to grey or to red, green and blue, or asItIs, depth, interleaved
     double maximum; ///< largest sample
 };
 
@@ -41,30 +40,48 @@ constexpr std::array pictures{
     Picture{PixelFormat::Mono10, CV_16UC1, asItIs, 1023},
     Picture{PixelFormat::Mono12, CV_16UC1, asItIs, 4095},
     Picture{PixelFormat::Mono16, CV_16UC1, asItIs, 65535},
-    Picture{PixelFormat::BayerRG8, CV_8UC1, cv::COLOR_BayerBG2BGR, 255},
-    Picture{PixelFormat::BayerGR8, CV_8UC1, cv::COLOR_BayerGB2BGR, 255},
-    Picture{PixelFormat::BayerGB8, CV_8UC1, cv::COLOR_BayerGR2BGR, 255},
-    Picture{PixelFormat::BayerBG8, CV_8UC1, cv::COLOR_BayerRG2BGR, 255},
-    Picture{PixelFormat::BayerRG10, CV_16UC1, cv::COLOR_BayerBG2BGR, 1023},
-    Picture{PixelFormat::BayerGR10, CV_16UC1, cv::COLOR_BayerGB2BGR, 1023},
-    Picture{PixelFormat::BayerGB10, CV_16UC1, cv::COLOR_BayerGR2BGR, 1023},
-    Picture{PixelFormat::BayerBG10, CV_16UC1, cv::COLOR_BayerRG2BGR, 1023},
-    Picture{PixelFormat::BayerRG12, CV_16UC1, cv::COLOR_BayerBG2BGR, 4095},
-    Picture{PixelFormat::BayerGR12, CV_16UC1, cv::COLOR_BayerGB2BGR, 4095},
-    Picture{PixelFormat::BayerGB12, CV_16UC1, cv::COLOR_BayerGR2BGR, 4095},
-    Picture{PixelFormat::BayerBG12, CV_16UC1, cv::COLOR_BayerRG2BGR, 4095},
-    Picture{PixelFormat::RGB8, CV_8UC3, cv::COLOR_RGB2BGR, 255},
-    Picture{PixelFormat::BGR8, CV_8UC3, asItIs, 255},
-    Picture{PixelFormat::RGB10, CV_16UC3, cv::COLOR_RGB2BGR, 1023},
-    Picture{PixelFormat::BGR10, CV_16UC3, asItIs, 1023},
-    Picture{PixelFormat::RGB12, CV_16UC3, cv::COLOR_RGB2BGR, 4095},
-    Picture{PixelFormat::BGR12, CV_16UC3, asItIs, 4095},
+    Picture{PixelFormat::BayerRG8, CV_8UC1, cv::COLOR_BayerBG2RGB, 255},
+    Picture{PixelFormat::BayerGR8, CV_8UC1, cv::COLOR_BayerGB2RGB, 255},
+    Picture{PixelFormat::BayerGB8, CV_8UC1, cv::COLOR_BayerGR2RGB, 255},
+    Picture{PixelFormat::BayerBG8, CV_8UC1, cv::COLOR_BayerRG2RGB, 255},
+    Picture{PixelFormat::BayerRG10, CV_16UC1, cv::COLOR_BayerBG2RGB, 1023},
+    Picture{PixelFormat::BayerGR10, CV_16UC1, cv::COLOR_BayerGB2RGB, 1023},
+    Picture{PixelFormat::BayerGB10, CV_16UC1, cv::COLOR_BayerGR2RGB, 1023},
+    Picture{PixelFormat::BayerBG10, CV_16UC1, cv::COLOR_BayerRG2RGB, 1023},
+    Picture{PixelFormat::BayerRG12, CV_16UC1, cv::COLOR_BayerBG2RGB, 4095},
+    Picture{PixelFormat::BayerGR12, CV_16UC1, cv::COLOR_BayerGB2RGB, 4095},
+    Picture{PixelFormat::BayerGB12, CV_16UC1, cv::COLOR_BayerGR2RGB, 4095},
+    Picture{PixelFormat::BayerBG12, CV_16UC1, cv::COLOR_BayerRG2RGB, 4095},
+    Picture{PixelFormat::RGB8, CV_8UC3, asItIs, 255},
+    Picture{PixelFormat::BGR8, CV_8UC3, cv::COLOR_BGR2RGB, 255},
+    Picture{PixelFormat::RGB10, CV_16UC3, asItIs, 1023},
+    Picture{PixelFormat::BGR10, CV_16UC3, cv::COLOR_BGR2RGB, 1023},
+    Picture{PixelFormat::RGB12, CV_16UC3, asItIs, 4095},
+    Picture{PixelFormat::BGR12, CV_16UC3, cv::COLOR_BGR2RGB, 4095},
     Picture{PixelFormat::Confidence8, CV_8UC1, asItIs, 255},
     Picture{PixelFormat::Confidence16, CV_16UC1, asItIs, 65535},
     Picture{PixelFormat::Coord3D_C8, CV_8UC1, depth, 255},
     Picture{PixelFormat::Coord3D_C16, CV_16UC1, depth, 65535},
     Picture{PixelFormat::Coord3D_C32f, CV_32FC1, depth, 0},
     Picture{PixelFormat::Coord3D_ABC32f, CV_32FC3, depth, 0},
+    Picture{PixelFormat::Mono8_AB, CV_8UC2, interleaved, 255},
+    Picture{PixelFormat::Mono10_AB, CV_16UC2, interleaved, 1023},
+    Picture{PixelFormat::Mono12_AB, CV_16UC2, interleaved, 4095},
+    Picture{PixelFormat::Mono8_ABCD, CV_8UC4, interleaved, 255},
+    Picture{PixelFormat::Mono10_ABCD, CV_16UC4, interleaved, 1023},
+    Picture{PixelFormat::Mono12_ABCD, CV_16UC4, interleaved, 4095},
+    Picture{PixelFormat::BayerRG8_AB, CV_8UC2, interleaved, 255},
+    Picture{PixelFormat::BayerGR8_AB, CV_8UC2, interleaved, 255},
+    Picture{PixelFormat::BayerGB8_AB, CV_8UC2, interleaved, 255},
+    Picture{PixelFormat::BayerBG8_AB, CV_8UC2, interleaved, 255},
+    Picture{PixelFormat::BayerRG10_AB, CV_16UC2, interleaved, 1023},
+    Picture{PixelFormat::BayerGR10_AB, CV_16UC2, interleaved, 1023},
+    Picture{PixelFormat::BayerGB10_AB, CV_16UC2, interleaved, 1023},
+    Picture{PixelFormat::BayerBG10_AB, CV_16UC2, interleaved, 1023},
+    Picture{PixelFormat::BayerRG12_AB, CV_16UC2, interleaved, 4095},
+    Picture{PixelFormat::BayerGR12_AB, CV_16UC2, interleaved, 4095},
+    Picture{PixelFormat::BayerGB12_AB, CV_16UC2, interleaved, 4095},
+    Picture{PixelFormat::BayerBG12_AB, CV_16UC2, interleaved, 4095},
 };
 
 const Picture *FindPicture(uint64_t pixelFormat)
@@ -106,6 +123,38 @@ cv::Mat Wrap(const ImageView &image, const Picture &picture)
             const_cast<uint8_t *>(image.data)}; // only read
 }
 
+/// The colours of depth: of z, when there are three coordinates.
+cv::Mat InColours(const cv::Mat &pixels)
+{
+    cv::Mat z = pixels;
+    if (pixels.channels() == 3)
+    {
+        cv::extractChannel(pixels, z, 2);
+    }
+    cv::Mat colours;
+    cv::cvtColor(ColourDepth(z), colours, cv::COLOR_BGR2RGB);
+    return colours;
+}
+
+/// What a file holds of an image: grey, or red, green and blue, or coordinates.
+cv::Mat Convert(const cv::Mat &pixels, const Picture &picture, size_t index, bool isPng)
+{
+    cv::Mat converted;
+    switch (picture.conversion)
+    {
+    case asItIs:
+        return pixels;
+    case interleaved:
+        cv::extractChannel(pixels, converted, static_cast<int>(index));
+        return converted;
+    case depth:
+        return isPng ? InColours(pixels) : pixels;
+    default:
+        cv::cvtColor(pixels, converted, picture.conversion);
+        return converted;
+    }
+}
+
 } // namespace
 
 size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height)
@@ -121,12 +170,15 @@ size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height)
     }
 }
 
-bool CanWritePicture(uint64_t pixelFormat)
+size_t ImagesIn(uint64_t pixelFormat)
 {
-    return FindPicture(pixelFormat) != nullptr;
+    const auto *picture = FindPicture(pixelFormat);
+    return picture != nullptr && picture->conversion == interleaved
+               ? static_cast<size_t>(CV_MAT_CN(picture->type))
+               : 1;
 }
 
-void WritePicture(const std::filesystem::path &file, const ImageView &image)
+void WritePicture(const std::filesystem::path &file, const ImageView &image, size_t index)
 {
     const auto *picture = FindPicture(image.pixelFormat);
     if (picture == nullptr)
@@ -136,66 +188,22 @@ void WritePicture(const std::filesystem::path &file, const ImageView &image)
                         "a PixelFormat of `gentlctl formats` that the producer unpacks",
                         FormatName(image.pixelFormat)));
     }
-    cv::Mat pixels = Wrap(image, *picture);
-    if (picture->conversion == depth)
+    const bool isPng = file.extension() == ".png";
+    cv::Mat pixels = Convert(Wrap(image, *picture), *picture, index, isPng);
+    if (isPng && pixels.depth() == CV_16U && picture->maximum < 65535)
     {
-        if (file.extension() == ".png")
-        {
-            cv::Mat z = pixels;
-            if (pixels.channels() == 3)
-            {
-                cv::extractChannel(pixels, z, 2);
-            }
-            pixels = ColourDepth(z);
-        }
-    }
-    else if (picture->conversion != asItIs)
-    {
-        cv::cvtColor(pixels, pixels, picture->conversion);
-    }
-    if (file.extension() == ".png" && pixels.depth() == CV_16U && picture->maximum < 65535)
-    {
-        pixels.convertTo(pixels, -1, 65535.0 / picture->maximum);
+        // Into memory of its own: the buffer is the producer's.
+        cv::Mat scaled;
+        pixels.convertTo(scaled, -1, 65535.0 / picture->maximum);
+        pixels = scaled;
     }
     WriteImage(file, pixels);
 }
 
 void WriteImage(const std::filesystem::path &file, const cv::Mat &pixels)
 {
-    errno = 0;
-    if (!cv::imwrite(file.string(), pixels))
-    {
-        throw std::runtime_error(CannotWrite(file));
-    }
-}
-
-void WriteBytes(const std::filesystem::path &file, const void *data, size_t size)
-{
-    errno = 0;
-    std::ofstream stream(file, std::ios::binary);
-    stream.write(static_cast<const char *>(data), static_cast<std::streamsize>(size));
-    if (!stream.flush())
-    {
-        throw std::runtime_error(CannotWrite(file));
-    }
-}
-
-void MakeFolder(const std::filesystem::path &folder)
-{
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error)
-    {
-        throw std::runtime_error(
-            fmt::format("Cannot make the folder {}: {}. Choose another one with --output", folder.string(),
-                        error.message()));
-    }
-}
-
-std::string CannotWrite(const std::filesystem::path &file)
-{
-    return fmt::format("Cannot write {}{}", file.string(),
-                       errno != 0 ? ": " + std::generic_category().message(errno) : "");
+    const auto bytes = file.extension() == ".png" ? EncodePng(pixels) : EncodeTiff(pixels);
+    WriteBytes(file, bytes.data(), bytes.size());
 }
 
 } // namespace gentlctl

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <string>
 
 namespace gentlctl
 {
@@ -22,29 +21,23 @@ struct ImageView
 /// Bytes of an image of this format; 0 for a format that the project does not know.
 size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height);
 
-/// Whether an image of this format can be written as a picture; others can be written raw.
-bool CanWritePicture(uint64_t pixelFormat);
+/// How many images an image of this format holds in the samples of each pixel: 2 of `Mono10_AB`, 4 of
+/// `Mono8_ABCD`, 1 of others.
+size_t ImagesIn(uint64_t pixelFormat);
 
 /// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 and 12 bits
 /// are scaled to the full 16, so that every viewer shows them right; in a TIFF they keep their values.
-/// Bayer images are written in colour. Depth is coloured in a PNG and keeps its values in a TIFF.
+/// Bayer images are written in colour, but those of several in one as they are: whose lines of the mosaic
+/// each has, the format does not tell. Depth is coloured in a PNG; a TIFF keeps its values, x, y and z of
+/// points.
+/// @param index which image, of a format that holds several
 /// @throws std::runtime_error format not supported, image larger than its memory, or the file cannot be
 /// written
-void WritePicture(const std::filesystem::path &file, const ImageView &image);
-
-/// Writes bytes as they are.
-/// @throws std::runtime_error the file cannot be written
-void WriteBytes(const std::filesystem::path &file, const void *data, size_t size);
+void WritePicture(const std::filesystem::path &file, const ImageView &image, size_t index = 0);
 
 /// Writes an image in the format of the file's extension.
+/// @param pixels grey, or red, green and blue
 /// @throws std::runtime_error the file cannot be written
 void WriteImage(const std::filesystem::path &file, const cv::Mat &pixels);
-
-/// Makes a folder, and those above it, if it is not there.
-/// @throws std::runtime_error it cannot be made
-void MakeFolder(const std::filesystem::path &folder);
-
-/// Text for a file that cannot be written, with the reason in errno.
-std::string CannotWrite(const std::filesystem::path &file);
 
 } // namespace gentlctl

@@ -434,6 +434,7 @@ void WriteView(const std::filesystem::path &file, const ImageView &points, const
     cv::inRange(bar, cv::Scalar::all(0), cv::Scalar::all(0), isEmpty);
     bar.setTo(ground, isEmpty);
     cv::hconcat(picture, bar, picture);
+    cv::cvtColor(picture, picture, cv::COLOR_BGR2RGB);
     WriteImage(file, picture);
 }
 

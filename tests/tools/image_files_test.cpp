@@ -1,0 +1,264 @@
+// Pictures of every pixel format, read back by another library than those that wrote them.
+
+#include "gentlctl/image_files.h"
+
+#include "gentlctl/depth_files.h"
+
+#include "common/pixel_format.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+using tarn::common::PixelFormat;
+
+constexpr int width = 14;
+constexpr int height = 10;
+
+/// A folder of a test's own.
+class PictureFiles : public testing::Test
+{
+protected:
+    PictureFiles() : folder(fs::temp_directory_path() / fmt::format("pictures-{}", getpid()))
+    {
+        fs::create_directories(folder);
+    }
+    ~PictureFiles() override { fs::remove_all(folder); }
+
+    static ImageView View(const cv::Mat &samples, PixelFormat format)
+    {
+        return {samples.data, samples.total() * samples.elemSize(), static_cast<size_t>(samples.cols),
+                static_cast<size_t>(samples.rows), static_cast<uint64_t>(format)};
+    }
+
+    /// The picture that is written of samples, as another library reads it.
+    cv::Mat Picture(const cv::Mat &samples, PixelFormat format, const std::string &extension,
+                    size_t index = 0) const
+    {
+        const auto file = folder / ("picture." + extension);
+        WritePicture(file, View(samples, format), index);
+        return cv::imread(file.string(), cv::IMREAD_UNCHANGED);
+    }
+
+    fs::path folder;
+};
+
+cv::Mat RandomSamples(int type, double maximum)
+{
+    cv::Mat samples(height, width, type);
+    cv::RNG random(17);
+    random.fill(samples, cv::RNG::UNIFORM, 0, maximum + 1);
+    samples.at<uint8_t>(0, 0) = 0xFF;
+    return samples;
+}
+
+/// In a PNG deep samples have the full range.
+cv::Mat InPng(const cv::Mat &samples, double maximum)
+{
+    cv::Mat scaled = samples.clone();
+    if (samples.depth() == CV_16U)
+    {
+        samples.convertTo(scaled, -1, 65535 / maximum);
+    }
+    return scaled;
+}
+
+bool Equal(const cv::Mat &picture, const cv::Mat &expected)
+{
+    return picture.type() == expected.type() && picture.size() == expected.size() &&
+           std::memcmp(picture.data, expected.data, expected.total() * expected.elemSize()) == 0;
+}
+
+struct Samples
+{
+    PixelFormat format;
+    const char *name;
+    int type;
+    double maximum;
+};
+
+void PrintTo(const Samples &samples, std::ostream *stream)
+{
+    *stream << samples.name;
+}
+
+#define SAMPLES(format, type, maximum)                                                                       \
+    Samples                                                                                                  \
+    {                                                                                                        \
+        PixelFormat::format, #format, type, maximum                                                          \
+    }
+
+class GreyPictures : public PictureFiles, public testing::WithParamInterface<Samples>
+{
+};
+
+TEST_P(GreyPictures, KeepEverySample)
+{
+    const auto &[format, name, type, maximum] = GetParam();
+    const auto samples = RandomSamples(type, maximum);
+    const auto before = samples.clone();
+    EXPECT_TRUE(Equal(Picture(samples, format, "tiff"), samples));
+    EXPECT_TRUE(Equal(Picture(samples, format, "png"), InPng(before, maximum)));
+    EXPECT_TRUE(Equal(samples, before)) << "the buffer was changed";
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, GreyPictures,
+                         testing::Values(SAMPLES(Mono8, CV_8UC1, 255), SAMPLES(Mono10, CV_16UC1, 1023),
+                                         SAMPLES(Mono12, CV_16UC1, 4095), SAMPLES(Mono16, CV_16UC1, 65535),
+                                         SAMPLES(Confidence8, CV_8UC1, 255),
+                                         SAMPLES(Confidence16, CV_16UC1, 65535)));
+
+class ColourPictures : public PictureFiles, public testing::WithParamInterface<Samples>
+{
+};
+
+TEST_P(ColourPictures, KeepEverySampleInItsChannel)
+{
+    const auto &[format, name, type, maximum] = GetParam();
+    const auto samples = RandomSamples(type, maximum);
+    // The library that reads has blue first.
+    cv::Mat expected = samples.clone();
+    if (std::string(name).starts_with("RGB"))
+    {
+        cv::cvtColor(samples, expected, cv::COLOR_RGB2BGR);
+    }
+    EXPECT_TRUE(Equal(Picture(samples, format, "tiff"), expected));
+    EXPECT_TRUE(Equal(Picture(samples, format, "png"), InPng(expected, maximum)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, ColourPictures,
+                         testing::Values(SAMPLES(RGB8, CV_8UC3, 255), SAMPLES(BGR8, CV_8UC3, 255),
+                                         SAMPLES(RGB10, CV_16UC3, 1023), SAMPLES(BGR10, CV_16UC3, 1023),
+                                         SAMPLES(RGB12, CV_16UC3, 4095), SAMPLES(BGR12, CV_16UC3, 4095)));
+
+class MosaicPictures : public PictureFiles, public testing::WithParamInterface<Samples>
+{
+};
+
+TEST_P(MosaicPictures, ShowTheColourOfAnEvenSurface)
+{
+    const auto &[format, name, type, maximum] = GetParam();
+    const double red = std::floor(maximum * 0.9);
+    const double green = std::floor(maximum * 0.5);
+    const double blue = std::floor(maximum * 0.2);
+    // "BayerRG8": the first line is red and green in turn.
+    const std::string first(name + 5, 2);
+    const char left = first[0] == 'G' ? (first[1] == 'R' ? 'B' : 'R') : 'G';
+    const char right = first[0] == 'G' ? 'G' : (first[0] == 'R' ? 'B' : 'R');
+    const auto value = [&](char colour) { return colour == 'R' ? red : colour == 'G' ? green : blue; };
+    cv::Mat samples(height, width, CV_64FC1);
+    for (int y = 0; y < height; ++y)
+    {
+        for (int x = 0; x < width; ++x)
+        {
+            const char colour = y % 2 == 0 ? first[static_cast<size_t>(x % 2)] : x % 2 == 0 ? left : right;
+            samples.at<double>(y, x) = value(colour);
+        }
+    }
+    samples.convertTo(samples, type);
+    const cv::Mat expected(height, width, CV_MAKETYPE(CV_MAT_DEPTH(type), 3), cv::Scalar(blue, green, red));
+    EXPECT_TRUE(Equal(Picture(samples, format, "tiff"), expected));
+    EXPECT_TRUE(Equal(Picture(samples, format, "png"), InPng(expected, maximum)));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Formats, MosaicPictures,
+    testing::Values(SAMPLES(BayerRG8, CV_8UC1, 255), SAMPLES(BayerGR8, CV_8UC1, 255),
+                    SAMPLES(BayerGB8, CV_8UC1, 255), SAMPLES(BayerBG8, CV_8UC1, 255),
+                    SAMPLES(BayerRG10, CV_16UC1, 1023), SAMPLES(BayerGR10, CV_16UC1, 1023),
+                    SAMPLES(BayerGB10, CV_16UC1, 1023), SAMPLES(BayerBG10, CV_16UC1, 1023),
+                    SAMPLES(BayerRG12, CV_16UC1, 4095), SAMPLES(BayerGR12, CV_16UC1, 4095),
+                    SAMPLES(BayerGB12, CV_16UC1, 4095), SAMPLES(BayerBG12, CV_16UC1, 4095)));
+
+class InterleavedPictures : public PictureFiles, public testing::WithParamInterface<Samples>
+{
+};
+
+TEST_P(InterleavedPictures, AreOneForEachImage)
+{
+    const auto &[format, name, type, maximum] = GetParam();
+    const auto samples = RandomSamples(type, maximum);
+    std::vector<cv::Mat> images;
+    cv::split(samples, images);
+    ASSERT_EQ(ImagesIn(static_cast<uint64_t>(format)), images.size());
+    for (size_t index = 0; index < images.size(); ++index)
+    {
+        EXPECT_TRUE(Equal(Picture(samples, format, "tiff", index), images[index])) << index;
+        EXPECT_TRUE(Equal(Picture(samples, format, "png", index), InPng(images[index], maximum))) << index;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Formats, InterleavedPictures,
+    testing::Values(SAMPLES(Mono8_AB, CV_8UC2, 255), SAMPLES(Mono10_AB, CV_16UC2, 1023),
+                    SAMPLES(Mono12_AB, CV_16UC2, 4095), SAMPLES(Mono8_ABCD, CV_8UC4, 255),
+                    SAMPLES(Mono10_ABCD, CV_16UC4, 1023), SAMPLES(Mono12_ABCD, CV_16UC4, 4095),
+                    SAMPLES(BayerRG8_AB, CV_8UC2, 255), SAMPLES(BayerGR8_AB, CV_8UC2, 255),
+                    SAMPLES(BayerGB8_AB, CV_8UC2, 255), SAMPLES(BayerBG8_AB, CV_8UC2, 255),
+                    SAMPLES(BayerRG10_AB, CV_16UC2, 1023), SAMPLES(BayerGR10_AB, CV_16UC2, 1023),
+                    SAMPLES(BayerGB10_AB, CV_16UC2, 1023), SAMPLES(BayerBG10_AB, CV_16UC2, 1023),
+                    SAMPLES(BayerRG12_AB, CV_16UC2, 4095), SAMPLES(BayerGR12_AB, CV_16UC2, 4095),
+                    SAMPLES(BayerGB12_AB, CV_16UC2, 4095), SAMPLES(BayerBG12_AB, CV_16UC2, 4095)));
+
+class DepthPictures : public PictureFiles, public testing::WithParamInterface<Samples>
+{
+};
+
+TEST_P(DepthPictures, KeepTheValuesInTiffAndAreColouredInPng)
+{
+    const auto &[format, name, type, maximum] = GetParam();
+    const auto samples = RandomSamples(type, maximum);
+    EXPECT_TRUE(Equal(Picture(samples, format, "tiff"), samples));
+    EXPECT_TRUE(Equal(Picture(samples, format, "png"), ColourDepth(samples)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, DepthPictures,
+                         testing::Values(SAMPLES(Coord3D_C8, CV_8UC1, 255),
+                                         SAMPLES(Coord3D_C16, CV_16UC1, 65535),
+                                         SAMPLES(Coord3D_C32f, CV_32FC1, 2000)));
+
+TEST_F(PictureFiles, OfPointsHoldTheFloatsExactly)
+{
+    cv::Mat points(height, width, CV_32FC3);
+    cv::RNG(17).fill(points, cv::RNG::UNIFORM, -1500, 1500);
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    points.at<cv::Vec3f>(2, 3) = {nan, nan, 0};
+    points.at<cv::Vec3f>(4, 5) = {-0.25F, 1e-7F, 1e9F};
+    // x, y and z are the first, second and third channel; the library that reads takes the third for its
+    // first.
+    cv::Mat expected;
+    cv::cvtColor(points, expected, cv::COLOR_RGB2BGR);
+    EXPECT_TRUE(Equal(Picture(points, PixelFormat::Coord3D_ABC32f, "tiff"), expected));
+    cv::Mat z;
+    cv::extractChannel(points, z, 2);
+    EXPECT_TRUE(Equal(Picture(points, PixelFormat::Coord3D_ABC32f, "png"), ColourDepth(z)));
+}
+
+TEST_F(PictureFiles, AreNoneOfAFormatWithoutAPicture)
+{
+    const auto samples = RandomSamples(CV_8UC1, 255);
+    EXPECT_THROW(Picture(samples, PixelFormat::YUV420_8_YY_UV_SemiplanarQVR, "png"), std::runtime_error);
+    // Too large for its memory.
+    EXPECT_THROW(Picture(samples, PixelFormat::Mono16, "png"), std::runtime_error);
+    EXPECT_TRUE(fs::is_empty(folder));
+}
+
+} // namespace
+} // namespace gentlctl
