@@ -17,6 +17,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 
 namespace gentlctl
@@ -32,7 +33,7 @@ namespace
 // No honest description comes near this; a number above it is a broken URL.
 constexpr uint64_t descriptionLimit = 1U << 30U;
 
-std::vector<uint8_t> ReadWhole(Port &port, uint64_t address, uint64_t size)
+std::vector<uint8_t> ReadWhole(internal::IPort &port, uint64_t address, uint64_t size)
 {
     if (size == 0 || size > descriptionLimit)
     {
@@ -115,7 +116,7 @@ T ParseNumber(const std::string &text)
     return value;
 }
 
-std::string ReadText(Port &port, const NodeInfo &node)
+std::string ReadText(internal::IPort &port, const NodeInfo &node)
 {
     const auto bytes = ReadWhole(port, node.Address, node.Length);
     return {bytes.begin(), std::find(bytes.begin(), bytes.end(), uint8_t{0})};
@@ -150,16 +151,98 @@ T SwappedFor(const NodeInfo &node, T bits)
     return swapped;
 }
 
-double ReadNumber(Port &port, const NodeMapParser &parser, const NodeInfo &node)
+double ReadNumber(internal::IPort &port, const NodeMapParser &parser, const NodeInfo &node)
 {
-    if (node.Address != 0 && node.Length == sizeof(double))
+    if (node.Length == sizeof(double))
     {
         uint64_t bits = 0;
         size_t size = sizeof bits;
         port.ReadRegisters(node.Address, &bits, &size);
         return std::bit_cast<double>(SwappedFor(node, bits));
     }
-    return static_cast<double>(internal::nodemap::ReadFloat(port, parser, node));
+    if (node.Length != 0)
+    {
+        return static_cast<double>(
+            std::bit_cast<float>(static_cast<uint32_t>(internal::nodemap::ReadUnsigned(port, node))));
+    }
+    const auto *literal = node.Value ? std::get_if<double>(&node.Value->Value) : nullptr;
+    return literal != nullptr ? *literal
+                              : internal::nodemap::FormulaEvaluator(port, parser).Evaluate(node.pValue);
+}
+
+/// The bytes of a chunk as a port that can only be read.
+class ChunkPort final : public internal::ProxyModule
+{
+public:
+    explicit ChunkPort(std::span<const uint8_t> bytes) : ProxyModule(nullptr, nullptr), m_bytes(bytes) {}
+
+    internal::ModuleType GetModuleType() const override { return internal::ModuleType::RemoteDevice; }
+
+    void ReadRegisters(uint64_t address, void *buffer, size_t *size) override
+    {
+        if (address > m_bytes.size() || *size > m_bytes.size() - address)
+        {
+            throw std::runtime_error("the chunk is too short");
+        }
+        std::copy_n(m_bytes.begin() + static_cast<std::ptrdiff_t>(address), *size,
+                    static_cast<uint8_t *>(buffer));
+    }
+
+private:
+    std::span<const uint8_t> m_bytes;
+};
+
+int64_t LiteralOf(const pugi::xml_text &text)
+{
+    return std::string_view(text.get()) == "true" ? 1 : text.as_llong();
+}
+
+/// Gives each integer that a description has as a value a register of the port's own, so that it is read and
+/// written as others are, by formulas and conditions, too.
+void GiveRegisters(const pugi::xml_document &description, Port &port)
+{
+    auto root = description.child("RegisterDescription");
+    for (const auto &found :
+         description.select_nodes("//Integer[Value]|//Boolean[Value]|//Enumeration[Value]"))
+    {
+        auto node = found.node();
+        const auto name = std::string(node.attribute("Name").value()) + "_Literal";
+        auto reg = root.append_child("IntReg");
+        reg.append_attribute("Name").set_value(name.c_str());
+        const auto add = [&reg](const char *element, const std::string &text)
+        { reg.append_child(element).text().set(text.c_str()); };
+        add("Address", fmt::format("0x{:X}", port.AddRegister(LiteralOf(node.child("Value").text()))));
+        add("Length", "8");
+        add("AccessMode",
+            node.child("ImposedAccessMode") ? node.child("ImposedAccessMode").text().get() : "RW");
+        add("Endianess", "LittleEndian");
+        node.remove_child("Value");
+        node.append_child("pValue").text().set(name.c_str());
+    }
+}
+
+std::string TextOf(const pugi::xml_document &description)
+{
+    std::ostringstream text;
+    description.save(text, "", pugi::format_raw);
+    return text.str();
+}
+
+/// The numbers of chunks, by their ports.
+std::map<std::string, uint64_t> ChunkNumbers(const pugi::xml_document &description)
+{
+    std::map<std::string, uint64_t> numbers;
+    for (const auto &found : description.select_nodes("//Port[ChunkID]"))
+    {
+        const std::string_view text = found.node().child("ChunkID").text().get();
+        const auto digits = text.substr(text.starts_with("0x") || text.starts_with("0X") ? 2 : 0);
+        uint64_t number = 0;
+        if (std::from_chars(digits.data(), digits.data() + digits.size(), number, 16).ec == std::errc())
+        {
+            numbers[found.node().attribute("Name").value()] = number;
+        }
+    }
+    return numbers;
 }
 
 /// Ports of chunks and events, by name.
@@ -231,6 +314,18 @@ bool Resembles(const std::string &name, const std::string &wanted)
            (contains(name, wanted) || contains(wanted, name));
 }
 
+std::string EntryOf(const NodeInfo &node, int64_t value)
+{
+    const auto entry = std::ranges::find(node.EnumEntries, value,
+                                         [](const internal::nodemap::EnumEntry &candidate)
+                                         { return std::get<int64_t>(candidate.Value); });
+    if (entry == node.EnumEntries.end())
+    {
+        throw std::runtime_error(fmt::format("{} is {}, which is none of its entries", node.Name, value));
+    }
+    return entry->Name;
+}
+
 std::string Hexadecimal(const std::vector<uint8_t> &bytes)
 {
     return fmt::format("0x{:02x}", fmt::join(bytes, ""));
@@ -278,15 +373,24 @@ std::string LoadDescription(Port &port)
 Features::Features(std::shared_ptr<Port> port) : m_port(std::move(port))
 {
     const auto description = LoadDescription(*m_port);
-    m_parser = std::make_unique<NodeMapParser>(description);
+    pugi::xml_document document;
+    document.load_buffer(description.data(), description.size());
+    GiveRegisters(document, *m_port);
+    m_parser = std::make_unique<NodeMapParser>(TextOf(document));
     if (!m_parser->IsValid())
     {
         throw std::runtime_error("The module's description is not a GenICam description");
     }
-    pugi::xml_document document;
-    document.load_buffer(description.data(), description.size());
     m_passingPorts = PassingPorts(document);
     m_forms = Forms(document);
+    const auto chunks = ChunkNumbers(document);
+    for (const auto &name : chunks.empty() ? std::vector<std::string>() : Names())
+    {
+        if (const auto chunk = chunks.find(PassingPort(name)); chunk != chunks.end())
+        {
+            m_chunkFeatures.emplace_back(name, chunk->second);
+        }
+    }
 }
 
 Features::~Features() = default;
@@ -356,56 +460,47 @@ std::vector<std::string> Features::Similar(const std::string &name) const
     return names;
 }
 
-// What is behind a feature may be a register, a formula over others, or another feature.
-std::optional<std::string> Features::WhyOfPort(const std::string &node, int depth) const
+/// The port of a frame or an event that a node stands on; empty when there is none. What is behind a feature
+/// may be a register, a formula over others, or another feature.
+std::string Features::PassingPort(const std::string &node, int depth) const
 {
     constexpr int deepest = 16;
     if (node.empty() || depth > deepest)
     {
-        return std::nullopt;
+        return {};
     }
     if (const auto found = m_parser->TryFindNode(node))
     {
-        const auto port = m_passingPorts.find(found->pPort);
-        return port != m_passingPorts.end() ? std::optional(port->second)
-                                            : WhyOfPort(found->pValue, depth + 1);
+        return m_passingPorts.contains(found->pPort) ? found->pPort : PassingPort(found->pValue, depth + 1);
     }
     if (const auto converter = m_parser->TryFindConverter(node))
     {
-        if (auto why = WhyOfPort(converter->pValue, depth + 1))
+        if (auto port = PassingPort(converter->pValue, depth + 1); !port.empty())
         {
-            return why;
+            return port;
         }
         for (const auto &[variable, behind] : converter->Variables)
         {
-            if (auto why = WhyOfPort(behind, depth + 1))
+            if (auto port = PassingPort(behind, depth + 1); !port.empty())
             {
-                return why;
+                return port;
             }
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 std::optional<std::string> Features::WhyWithoutValue(const std::string &name) const
 {
     using namespace internal::nodemap;
     const auto &node = Find(name);
-    if (auto why = WhyOfPort(name, 0))
+    if (const auto port = PassingPort(name); !port.empty())
     {
-        return why;
+        return m_passingPorts.at(port);
     }
-    return Holds(node.pIsImplemented) && Holds(node.pIsAvailable) ? std::nullopt
-                                                                  : std::optional("not available now");
-}
-
-bool Features::Holds(const std::string &condition) const
-{
-    const auto node = m_parser->TryFindNode(condition);
-    // A constant has no register.
-    return node && node->Length == 0 && node->Value && !node->Value->IsReference
-               ? Integer(*node) != 0
-               : internal::nodemap::IsTrue(*m_port, *m_parser, condition);
+    return IsTrue(*m_port, *m_parser, node.pIsImplemented) && IsTrue(*m_port, *m_parser, node.pIsAvailable)
+               ? std::nullopt
+               : std::optional("not available now");
 }
 
 Json Features::Get(const std::string &name) const
@@ -416,16 +511,62 @@ Json Features::Get(const std::string &name) const
     {
         throw std::runtime_error(fmt::format("{}: {}", name, *why));
     }
-    return Value(node);
+    return Value(*m_port, node);
 }
 
-Json Features::Value(const NodeInfo &node) const
+Json Features::Values(const std::vector<std::string> &names) const
+{
+    auto values = Json::object();
+    for (const auto &name : names.empty() ? Names() : names)
+    {
+        values[name] = Attempt(name, names.empty());
+    }
+    return values;
+}
+
+Json Features::Attempt(const std::string &name, bool isOneOfAll) const
+{
+    try
+    {
+        if (const auto why = isOneOfAll ? WhyWithoutValue(name) : std::nullopt)
+        {
+            // In a list of everything this is an answer, not a failure.
+            return {{"text", *why}};
+        }
+        return Get(name);
+    }
+    catch (const std::exception &exception)
+    {
+        return {{"error", exception.what()}};
+    }
+}
+
+Json Features::ChunkValues(const std::map<uint64_t, std::span<const uint8_t>> &chunks) const
+{
+    auto values = Json::object();
+    for (const auto &[name, number] : m_chunkFeatures)
+    {
+        const auto chunk = chunks.find(number);
+        if (chunk == chunks.end())
+        {
+            continue;
+        }
+        ChunkPort port(chunk->second);
+        try
+        {
+            values[name] = Value(port, Find(name));
+        }
+        catch (const std::exception &exception)
+        {
+            values[name] = {{"error", exception.what()}};
+        }
+    }
+    return values;
+}
+
+Json Features::Value(internal::IPort &port, const NodeInfo &node) const
 {
     using namespace internal::nodemap;
-    if (node.Type == "Enumeration")
-    {
-        return GetEnumEntry(*m_port, *m_parser, node);
-    }
     if (node.Type == "Command")
     {
         return "(command)";
@@ -434,31 +575,35 @@ Json Features::Value(const NodeInfo &node) const
     {
         return "(write only)";
     }
+    if (node.Type == "Enumeration")
+    {
+        return EntryOf(node, Integer(port, node));
+    }
     if (node.Type == "StringReg")
     {
-        return ReadText(*m_port, node);
+        return ReadText(port, node);
     }
     if (node.Type == "Register")
     {
-        return Hexadecimal(ReadWhole(*m_port, node.Address, node.Length));
+        return Hexadecimal(ReadWhole(port, node.Address, node.Length));
     }
     if (node.Type == "Float" || node.Type == "FloatReg")
     {
-        return ReadNumber(*m_port, *m_parser, node);
+        return ReadNumber(port, *m_parser, node);
     }
     if (node.Type == "Boolean")
     {
-        return Integer(node) != 0;
+        return Integer(port, node) != 0;
     }
     // The register behind a feature may say it for the feature.
     for (const auto &name : {node.Name, node.pValue})
     {
         if (const auto form = m_forms.find(name); form != m_forms.end())
         {
-            return form->second(static_cast<uint64_t>(Integer(node)));
+            return form->second(static_cast<uint64_t>(Integer(port, node)));
         }
     }
-    return Integer(node);
+    return Integer(port, node);
 }
 
 std::vector<std::string> Features::AvailableEntries(const std::string &name) const
@@ -468,30 +613,30 @@ std::vector<std::string> Features::AvailableEntries(const std::string &name) con
 
 int64_t Features::GetInteger(const std::string &name) const
 {
-    return Integer(Find(name));
+    return Integer(*m_port, Find(name));
 }
 
-int64_t Features::Integer(const NodeInfo &node) const
+int64_t Features::Integer(internal::IPort &port, const NodeInfo &node) const
 {
     using namespace internal::nodemap;
-    if (node.Address == 0 && !node.pValue.empty() && m_parser->TryFindConverter(node.pValue))
+    if (node.Length == 0 && m_parser->TryFindConverter(node.pValue))
     {
-        return static_cast<int64_t>(FormulaEvaluator(*m_port, *m_parser).Evaluate(node.pValue));
+        return static_cast<int64_t>(FormulaEvaluator(port, *m_parser).Evaluate(node.pValue));
     }
-    if (node.Length == 0 && node.Value && !node.Value->IsReference)
+    if (node.Length == 0)
     {
-        return GetBoundValue(*m_port, *m_parser, node.Value);
+        throw std::runtime_error(fmt::format("{} has nothing behind it that can be read", node.Name));
     }
-    return node.Sign == Sign::Unsigned ? static_cast<int64_t>(ReadUnsigned(*m_port, node))
-                                       : ReadInteger(*m_port, node);
+    return node.Sign == Sign::Unsigned ? static_cast<int64_t>(ReadUnsigned(port, node))
+                                       : ReadInteger(port, node);
 }
 
 void Features::Set(const std::string &name, const std::string &value) const
 {
     const auto &node = Find(name);
-    if (const auto why = WhyOfPort(name, 0))
+    if (const auto port = PassingPort(name); !port.empty())
     {
-        throw std::runtime_error(*why);
+        throw std::runtime_error(m_passingPorts.at(port));
     }
     if (node.Type != "Enumeration" && node.Length == 0)
     {
@@ -569,7 +714,7 @@ std::string Features::Allowed(const std::string &name) const
             }
             const auto *known = std::get_if<VectorPtr>(&bound->Value);
             const auto value =
-                known != nullptr ? Value(**known) : Json(GetBoundValue(*m_port, *m_parser, bound));
+                known != nullptr ? Value(*m_port, **known) : Json(GetBoundValue(*m_port, *m_parser, bound));
             return value.dump();
         }
         catch (const std::exception &)

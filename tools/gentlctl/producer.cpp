@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstring>
 #include <filesystem>
 #include <sstream>
 #include <stdexcept>
@@ -81,6 +83,45 @@ std::string AccessStatusReason(int32_t status)
 {
     const auto *entry = FindAccessStatus(status);
     return entry != nullptr ? std::string(entry->reason) : "the producer gives a status of its own";
+}
+
+namespace
+{
+
+static_assert(std::endian::native == std::endian::little, "own registers are little-endian");
+
+// Where no device has registers.
+constexpr uint64_t ownRegisters = uint64_t{1} << 63U;
+
+} // namespace
+
+void Port::ReadRegisters(uint64_t address, void *buffer, size_t *size)
+{
+    const auto own = m_own.find(address);
+    if (own == m_own.end())
+    {
+        return ProxyModule::ReadRegisters(address, buffer, size);
+    }
+    *size = std::min(*size, sizeof own->second);
+    std::memcpy(buffer, &own->second, *size);
+}
+
+void Port::WriteRegisters(uint64_t address, const void *buffer, size_t *size)
+{
+    const auto own = m_own.find(address);
+    if (own == m_own.end())
+    {
+        return ProxyModule::WriteRegisters(address, buffer, size);
+    }
+    *size = std::min(*size, sizeof own->second);
+    std::memcpy(&own->second, buffer, *size);
+}
+
+uint64_t Port::AddRegister(int64_t value)
+{
+    const auto address = ownRegisters + m_own.size() * sizeof value;
+    m_own[address] = value;
+    return address;
 }
 
 Handle::~Handle()
@@ -206,13 +247,10 @@ std::vector<DeviceEntry> Producer::Devices(const std::string &interfaceId)
     return devices;
 }
 
-namespace
-{
-
-DeviceEntry Choose(const std::vector<InterfaceEntry> &interfaces, const std::string &selection)
+DeviceEntry Producer::Choose(const std::string &selection)
 {
     std::vector<std::string> known;
-    for (const auto &interface : interfaces)
+    for (const auto &interface : Enumerate())
     {
         for (const auto &device : interface.devices)
         {
@@ -236,10 +274,8 @@ DeviceEntry Choose(const std::vector<InterfaceEntry> &interfaces, const std::str
                                                              selection, fmt::join(known, ", ")));
 }
 
-} // namespace
-
 OpenDevice::OpenDevice(Producer &producer, const std::string &selection)
-    : m_producer(producer), m_entry(Choose(producer.Enumerate(), selection)),
+    : m_producer(producer), m_entry(producer.Choose(selection)),
       m_interface(producer.OpenInterface(m_entry.interfaceId))
 {
     auto &calls = producer.Calls();
@@ -299,6 +335,52 @@ std::shared_ptr<Port> OpenDevice::PortOf(const std::string &module)
         return port(Stream(), ModuleType::DataStream);
     }
     throw std::runtime_error(fmt::format("There is no module \"{}\"", module));
+}
+
+Modules::Modules(Producer &producer, std::string selection)
+    : m_producer(producer), m_selection(std::move(selection))
+{
+}
+
+OpenDevice &Modules::Device()
+{
+    return m_device ? *m_device : m_device.emplace(m_producer, m_selection);
+}
+
+IF_HANDLE Modules::Interface()
+{
+    if (!m_selection.empty())
+    {
+        return m_producer.OpenInterface(m_producer.Choose(m_selection).interfaceId);
+    }
+    const auto interfaces = m_producer.Enumerate();
+    if (interfaces.empty())
+    {
+        throw std::runtime_error("The producer lists no interface");
+    }
+    const auto hasOpenable = [](const InterfaceEntry &interface)
+    {
+        return std::ranges::find(interface.devices, DEVICE_ACCESS_STATUS_READWRITE,
+                                 &DeviceEntry::accessStatus) != interface.devices.end();
+    };
+    const auto found = std::ranges::find_if(interfaces, hasOpenable);
+    return m_producer.OpenInterface((found != interfaces.end() ? *found : interfaces.front()).id);
+}
+
+std::shared_ptr<Port> Modules::PortOf(const std::string &module)
+{
+    using internal::ModuleType;
+    if (module == "system")
+    {
+        // Its features tell of the interfaces that were found.
+        m_producer.Enumerate();
+        return std::make_shared<Port>(m_producer.Shared(), m_producer.System(), ModuleType::System);
+    }
+    if (module == "interface")
+    {
+        return std::make_shared<Port>(m_producer.Shared(), Interface(), ModuleType::Interface);
+    }
+    return Device().PortOf(module);
 }
 
 std::string FindProducerFile(const std::string &argument)

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -39,7 +40,8 @@ private:
     std::function<void(void *)> m_close;
 };
 
-/// A register port of the producer, for reading features by name.
+/// A register port of the producer, for reading features by name. Has registers of this program's own, too,
+/// for what a description gives as a value: those are not for several threads.
 class Port final : public GenTL::internal::ProxyModule
 {
 public:
@@ -50,9 +52,16 @@ public:
     }
 
     GenTL::internal::ModuleType GetModuleType() const override { return m_module; }
+    void ReadRegisters(uint64_t address, void *buffer, size_t *size) override;
+    void WriteRegisters(uint64_t address, const void *buffer, size_t *size) override;
+
+    /// Adds a register of 8 bytes, little-endian.
+    /// @return its address
+    uint64_t AddRegister(int64_t value);
 
 private:
     GenTL::internal::ModuleType m_module;
+    std::map<uint64_t, int64_t> m_own;
 };
 
 /// A device as an interface lists it.
@@ -97,6 +106,12 @@ public:
     /// Updates the lists of interfaces and devices and gives them.
     std::vector<InterfaceEntry> Enumerate();
 
+    /// The device that is meant, opened or not.
+    /// @param selection id, model, serial number or user name of a device; empty for the first one that can
+    /// be opened
+    /// @throws std::runtime_error no such device
+    DeviceEntry Choose(const std::string &selection);
+
     /// The interface of this id; opened the first time, and open until the producer ends.
     GenTL::IF_HANDLE OpenInterface(const std::string &id);
 
@@ -112,8 +127,7 @@ private:
 class OpenDevice
 {
 public:
-    /// @param selection id, model, serial number or user name of a device; empty for the first one that can
-    /// be opened
+    /// @param selection as of Producer::Choose
     /// @throws std::runtime_error no such device, or why it cannot be opened
     OpenDevice(Producer &producer, const std::string &selection);
 
@@ -135,6 +149,30 @@ private:
     Handle m_device;
     void *m_remotePort = nullptr;
     Handle m_stream;
+};
+
+/// The modules of a producer by name. A device is opened for those that belong to one, and not before.
+class Modules
+{
+public:
+    /// @param selection as of Producer::Choose
+    Modules(Producer &producer, std::string selection);
+
+    /// The device's interface; without one that can be opened, the first.
+    /// @throws std::runtime_error no such device, or no interface
+    GenTL::IF_HANDLE Interface();
+
+    /// @throws std::runtime_error no such device, or why it cannot be opened
+    OpenDevice &Device();
+
+    /// @param module "system", "interface", "device", "remote" or "stream"
+    /// @throws std::runtime_error another name, or what Interface and Device throw
+    std::shared_ptr<Port> PortOf(const std::string &module);
+
+private:
+    Producer &m_producer;
+    std::string m_selection;
+    std::optional<OpenDevice> m_device;
 };
 
 /// File of the producer to use: the argument, else the proxy producer of the build or the installation that
