@@ -1,16 +1,23 @@
 // The command-line consumer as a user runs it, over the producer and the simulator.
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
+#include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <ostream>
 #include <string>
 
@@ -26,12 +33,16 @@ struct Run
     std::string output; ///< of both streams
 };
 
-Run Gentlctl(const std::string &arguments)
+// Libraries behind OpenCV take their own locks in both orders.
+const std::string environment =
+    "TSAN_OPTIONS=\"$TSAN_OPTIONS suppressions=" QVR_SOURCE_DIR "/tests/tools/tsan.supp\" ";
+const std::string program = QVR_BIN_DIR "/gentlctl ";
+
+/// @param redirection of a shell, "2>&1" for both streams in one
+Run Gentlctl(const std::string &arguments, const std::string &redirection = "2>&1",
+             const std::string &before = "")
 {
-    // The library behind OpenCV's image files takes its own locks in both orders.
-    const auto command = "TSAN_OPTIONS=\"$TSAN_OPTIONS suppressions=" QVR_SOURCE_DIR
-                         "/tests/tools/tsan.supp\" " +
-                         std::string(QVR_BIN_DIR "/gentlctl ") + arguments + " 2>&1";
+    const auto command = before + environment + program + arguments + " " + redirection;
     auto *const pipe = popen(command.c_str(), "r");
     Run run;
     std::array<char, 4096> part{};
@@ -60,9 +71,100 @@ public:
     Folder &operator=(const Folder &) = delete;
     const fs::path &Path() const { return m_path; }
 
+    /// How many files have this ending.
+    long Count(const std::string &extension) const
+    {
+        return std::count_if(fs::directory_iterator(m_path), {},
+                             [&](const auto &entry) { return entry.path().extension() == extension; });
+    }
+
 private:
     fs::path m_path;
 };
+
+/// The program at a terminal, which shows its standard error; it runs while the test goes on.
+class AtTerminal
+{
+public:
+    explicit AtTerminal(const std::string &arguments)
+    {
+        m_terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        grantpt(m_terminal);
+        unlockpt(m_terminal);
+        const int itsEnd = open(ptsname(m_terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
+        std::array<int, 2> output{};
+        EXPECT_EQ(pipe2(output.data(), O_CLOEXEC), 0);
+        m_output = output[0];
+        posix_spawn_file_actions_t actions{};
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+        posix_spawn_file_actions_adddup2(&actions, itsEnd, STDERR_FILENO);
+        auto command = environment + "exec " + program + arguments;
+        std::array<char *, 4> shell{const_cast<char *>("sh"), const_cast<char *>("-c"), command.data(),
+                                    nullptr};
+        EXPECT_EQ(posix_spawn(&m_process, "/bin/sh", &actions, nullptr, shell.data(), environ), 0);
+        posix_spawn_file_actions_destroy(&actions);
+        close(itsEnd);
+        close(output[1]);
+    }
+    ~AtTerminal()
+    {
+        close(m_terminal);
+        close(m_output);
+    }
+    AtTerminal(const AtTerminal &) = delete;
+    AtTerminal &operator=(const AtTerminal &) = delete;
+
+    /// Waits until the terminal shows a text; false when the program ends before.
+    bool Shows(const std::string &text)
+    {
+        std::array<char, 256> part{};
+        while (m_shown.find(text) == std::string::npos)
+        {
+            // The terminal of a program that has ended fails.
+            const auto count = read(m_terminal, part.data(), part.size());
+            if (count <= 0)
+            {
+                return false;
+            }
+            m_shown.append(part.data(), static_cast<size_t>(count));
+        }
+        return true;
+    }
+
+    void Signal(int signal) const { kill(m_process, signal); }
+
+    /// Waits for the end.
+    Run End()
+    {
+        Run run;
+        std::array<char, 4096> part{};
+        for (ssize_t count = 0; (count = read(m_output, part.data(), part.size())) > 0;)
+        {
+            run.output.append(part.data(), static_cast<size_t>(count));
+        }
+        Shows("to the end");
+        int status = 0;
+        waitpid(m_process, &status, 0);
+        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        return run;
+    }
+
+    /// What the terminal has shown.
+    const std::string &Shown() const { return m_shown; }
+
+private:
+    int m_terminal = -1;
+    int m_output = -1;
+    pid_t m_process = -1;
+    std::string m_shown;
+};
+
+std::string ContentOf(const fs::path &file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 TEST(Gentlctl, ListsDevicesAndWhyOneCannotBeOpened)
 {
@@ -316,6 +418,253 @@ TEST(Gentlctl, TellsThatADeviceHasNoFiles)
 {
     EXPECT_EQ(Gentlctl("files -d OVRA-M1").output, "The device has no files.\n");
     EXPECT_EQ(JsonOf("files -d OVRA-M1"), Json::object());
+}
+
+class GentlctlInterrupted : public testing::TestWithParam<int>
+{
+};
+
+TEST_P(GentlctlInterrupted, KeepsTheFramesThatCame)
+{
+    const Folder folder;
+    AtTerminal run(
+        "--json grab -d OVRA-M1 -n 1000000 -s AcquisitionFrameRate=20 -s Width=64 -s Height=32 -o " +
+        folder.Path().string());
+    ASSERT_TRUE(run.Shows("] 1/1000000 ")) << run.Shown();
+    run.Signal(GetParam());
+    const auto end = run.End();
+    EXPECT_EQ(end.status, 128 + GetParam());
+    const auto json = Json::parse(end.output, nullptr, false);
+    ASSERT_TRUE(json.is_object()) << end.output;
+    EXPECT_GE(json["delivered"], 1);
+    EXPECT_EQ(json["written"], json["delivered"]);
+    EXPECT_EQ(folder.Count(".png"), json["written"]);
+    EXPECT_EQ(folder.Count(".json"), json["written"]);
+    EXPECT_EQ(folder.Count(".part"), 0);
+    EXPECT_NE(run.Shown().find("gentlctl: Ended by SIG"), std::string::npos) << run.Shown();
+}
+
+INSTANTIATE_TEST_SUITE_P(Signal, GentlctlInterrupted, testing::Values(SIGINT, SIGTERM));
+
+TEST(Gentlctl, WritesFramesWhileItWaitsForTheNext)
+{
+    const Folder folder;
+    fs::create_directories(folder.Path());
+    const auto file = folder.Path() / "frame-00001.png";
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    AtTerminal run(
+        "grab -d OVRA-M1 -n 5 -t 86400000 -s AcquisitionMode=MultiFrame -s AcquisitionFrameCount=2 "
+        "-s AcquisitionFrameRate=4 -s Width=64 -s Height=32 -o " +
+        folder.Path().string());
+    ASSERT_TRUE(run.Shows("] 2/5 ")) << run.Shown();
+    EXPECT_EQ(ContentOf(file).substr(1, 3), "PNG");
+    // No third frame comes.
+    run.Signal(SIGINT);
+    EXPECT_EQ(run.End().status, 130);
+    EXPECT_TRUE(fs::exists(folder.Path() / "frame-00002.png"));
+}
+
+TEST(Gentlctl, CountsWhatTheDiskCannotTake)
+{
+    const Folder folder;
+    fs::create_directories(folder.Path());
+    const auto file = folder.Path() / "frame-00001.png";
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    AtTerminal run(
+        "--json grab -d OVRA-M1 -n 2 -b 2 -s AcquisitionFrameRate=50 -s Width=64 -s Height=32 -o " +
+        folder.Path().string());
+    ASSERT_TRUE(run.Shows(" not written")) << run.Shown();
+    ContentOf(file);
+    const auto end = run.End();
+    EXPECT_EQ(end.status, 0);
+    const auto json = Json::parse(end.output, nullptr, false);
+    ASSERT_TRUE(json.is_object()) << end.output;
+    EXPECT_EQ(json["written"], 2);
+    EXPECT_GE(json["notWritten"], 1);
+    EXPECT_EQ(json["delivered"].get<int>(), 2 + json["notWritten"].get<int>());
+    EXPECT_NE(run.Shown().find("not written: the disk did not keep up"), std::string::npos) << run.Shown();
+}
+
+TEST(Gentlctl, SaysWhichFileDoesNotFitAndLeavesNoPartOfIt)
+{
+    const Folder folder;
+    // In units of 512 bytes: less than an image, more than its infos.
+    const auto run =
+        Gentlctl("grab -d OVRA-M1 -n 3 -f raw -s AcquisitionFrameRate=20 -o " + folder.Path().string(),
+                 "2>&1", "ulimit -f 100; ");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("gentlctl: Cannot write " + (folder.Path() / "frame-00001.raw").string() +
+                              ": File too large\n"),
+              std::string::npos)
+        << run.output;
+    EXPECT_NE(run.output.find(" not written"), std::string::npos) << run.output;
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
+}
+
+TEST(Gentlctl, ChecksTheFolderBeforeTheCamera)
+{
+    const auto run = Gentlctl("grab --producer /nowhere/x.cti -o /proc");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output.find("gentlctl: Cannot write into the folder /proc: "), 0U) << run.output;
+}
+
+TEST(Gentlctl, FailsWhenItsOutputIsNotTaken)
+{
+    for (const std::string command : {"list", "info -d OVRA-M1", "xml", "get Width", "formats",
+                                      "calibration -d OVRA-D1", "grab -n 1", "--help", "--json list"})
+    {
+        const auto run = Gentlctl(command, "2>&1 > /dev/full");
+        EXPECT_EQ(run.status, 1) << command;
+        EXPECT_EQ(run.output, "gentlctl: Cannot write to standard output: No space left on device\n")
+            << command;
+    }
+}
+
+TEST(Gentlctl, KeepsTheLogOutOfItsOutput)
+{
+    setenv("PROXY_TL_LOG_LEVEL", "trace", 1);
+    const auto grab = Gentlctl("--json grab -d OVRA-M1 -n 1", "2> /dev/null");
+    const auto log = Gentlctl("--json grab -d OVRA-M1 -n 1", "2>&1 > /dev/null");
+    const auto xml = Gentlctl("xml remote -d OVRA-M1", "2> /dev/null");
+    unsetenv("PROXY_TL_LOG_LEVEL");
+    EXPECT_TRUE(Json::parse(grab.output, nullptr, false).is_object()) << grab.output.substr(0, 200);
+    EXPECT_NE(log.output.find("Did not find node FileSelector!"), std::string::npos)
+        << log.output.substr(0, 200);
+    EXPECT_EQ(xml.output.substr(0, 5), "<?xml");
+}
+
+TEST(Gentlctl, WritesAFeatureWhoseEntriesHangOnConstants)
+{
+    EXPECT_EQ(Gentlctl("set -m stream StreamBufferHandlingMode=OldestFirst").status, 0);
+    EXPECT_EQ(Gentlctl("set -m stream StreamBufferHandlingMode=NewestOnly").output,
+              "gentlctl: Cannot set StreamBufferHandlingMode to \"NewestOnly\": Enumeration entry not "
+              "available; it takes OldestFirst\n");
+    EXPECT_EQ(JsonOf("get -m stream StreamAnnounceBufferMinimum"),
+              (Json{{"StreamAnnounceBufferMinimum", 2}}));
+}
+
+TEST(Gentlctl, TellsTheFeaturesThatItCan)
+{
+    const std::string command = "get -d OVRA-M1 Width NoSuch Height";
+    const auto run = Gentlctl(command);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("Width   1280\nHeight  1024\n"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("gentlctl: There is no feature \"NoSuch\""), std::string::npos) << run.output;
+    const auto json = Json::parse(Gentlctl("--json " + command, "2> /dev/null").output, nullptr, false);
+    ASSERT_TRUE(json.is_object());
+    EXPECT_EQ(json["Width"], 1280);
+    EXPECT_EQ(json["Height"], 1024);
+    EXPECT_EQ(json["NoSuch"].count("error"), 1U) << json;
+}
+
+TEST(Gentlctl, ShowsModulesAboveADeviceThatCannotBeOpened)
+{
+    EXPECT_EQ(Gentlctl("get -m system -d SIM-FOREIGN").status, 0);
+    EXPECT_EQ(Gentlctl("get -m interface -d SIM-FOREIGN").status, 0);
+    EXPECT_EQ(Gentlctl("xml system -d SIM-FOREIGN").status, 0);
+    const auto info = Gentlctl("info -d SIM-FOREIGN");
+    EXPECT_NE(info.output.find("INTERFACE_INFO_ID"), std::string::npos) << info.output;
+    EXPECT_NE(info.output.find("gentlctl: Cannot open SIM-SIM0003"), std::string::npos) << info.output;
+    EXPECT_EQ(info.status, 1);
+}
+
+TEST(Gentlctl, WritesEachOfSeveralImagesInOne)
+{
+    const Folder folder;
+    const auto run =
+        Gentlctl("grab -d OVRA-S2 -n 1 -f tiff -s PixelFormat=Mono10_AB -o " + folder.Path().string());
+    EXPECT_EQ(run.status, 0) << run.output;
+    const auto picture = [&](const char *name)
+    { return cv::imread((folder.Path() / name).string(), cv::IMREAD_UNCHANGED); };
+    const auto a = picture("frame-00001-A.tiff");
+    const auto b = picture("frame-00001-B.tiff");
+    ASSERT_EQ(a.type(), CV_16UC1);
+    ASSERT_EQ(b.size(), a.size());
+    // B gets half of the light.
+    EXPECT_NEAR(cv::mean(b)[0], cv::mean(a)[0] / 2, cv::mean(a)[0] / 20);
+    EXPECT_EQ(Gentlctl("grab -d OVRA-S2 -n 1 -s PixelFormat=Mono12_ABCD -o " + folder.Path().string()).status,
+              0);
+    EXPECT_EQ(folder.Count(".png"), 4);
+    EXPECT_TRUE(fs::exists(folder.Path() / "frame-00001-D.png"));
+}
+
+TEST(Gentlctl, WritesThePointsExactly)
+{
+    const Folder folder;
+    const auto run = Gentlctl("grab -d OVRA-D1 -n 1 -f tiff -o " + folder.Path().string());
+    EXPECT_EQ(run.status, 0) << run.output;
+    // The library that reads takes the third channel for its first: z, y, x.
+    const auto grid = cv::imread((folder.Path() / "frame-00001.tiff").string(), cv::IMREAD_UNCHANGED);
+    ASSERT_EQ(grid.type(), CV_32FC3);
+    std::string points;
+    int negative = 0;
+    for (const auto &pixel : cv::Mat_<cv::Vec3f>(grid))
+    {
+        if (pixel[0] != 0)
+        {
+            const cv::Vec3f point(pixel[2], pixel[1], pixel[0]);
+            points.append(reinterpret_cast<const char *>(point.val), sizeof point.val);
+            negative += point[0] < 0 ? 1 : 0;
+        }
+    }
+    EXPECT_GT(negative, 1000);
+    auto *const reader =
+        popen((QVR_BIN_DIR "/read_points " + (folder.Path() / "frame-00001.ply").string()).c_str(), "r");
+    std::string read(points.size() + 1, '\0');
+    read.resize(fread(read.data(), 1, read.size(), reader));
+    EXPECT_EQ(pclose(reader), 0);
+    EXPECT_TRUE(read == points) << read.size() << " bytes for " << points.size();
+}
+
+TEST(Gentlctl, WritesTheBufferAsItIsWhenRaw)
+{
+    const Folder folder;
+    for (const std::string format : {"raw", "tiff"})
+    {
+        const auto run =
+            Gentlctl("grab -d OVRA-M1 -n 1 -s PixelFormat=Mono12 -s TestPattern=GreyHorizontalRamp "
+                     "-s Width=256 -s Height=32 -f " +
+                     format + " -o " + folder.Path().string());
+        EXPECT_EQ(run.status, 0) << run.output;
+    }
+    const auto picture = cv::imread((folder.Path() / "frame-00001.tiff").string(), cv::IMREAD_UNCHANGED);
+    const std::string samples(reinterpret_cast<const char *>(picture.data),
+                              picture.total() * picture.elemSize());
+    EXPECT_TRUE(ContentOf(folder.Path() / "frame-00001.raw") == samples);
+}
+
+const std::string withChunks = " -s ChunkModeActive=true -s ChunkSelector=FrameID -s ChunkEnable=true "
+                               "-s ChunkSelector=ExposureTime -s ChunkEnable=true -s ExposureTime=5000 ";
+
+TEST(Gentlctl, ShowsTheChunksOfAFrame)
+{
+    const Json chunks{{"ChunkFrameID", 1}, {"ChunkExposureTime", 5000.0}};
+    EXPECT_EQ(JsonOf("get -m frame -d OVRA-M5" + withChunks), chunks);
+    EXPECT_EQ(Gentlctl("get -m frame -d OVRA-M5 ChunkExposureTime" + withChunks).output,
+              "ChunkExposureTime  5000.0\n");
+    const auto missing = Gentlctl("get -m frame -d OVRA-M5 ChunkGain" + withChunks);
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.output, "gentlctl: The frame has no \"ChunkGain\"\n");
+    EXPECT_EQ(Gentlctl("get -m frame -d OVRA-M5").status, 1);
+    const Folder folder;
+    const auto grab = JsonOf("grab -n 2 -d OVRA-M5 -o " + folder.Path().string() + withChunks);
+    EXPECT_EQ(grab["chunks"]["ChunkFrameID"], 2);
+    EXPECT_EQ(Json::parse(ContentOf(folder.Path() / "frame-00001.json"))["chunks"], chunks);
+}
+
+TEST(Gentlctl, NamesTheNumbersOfAFrame)
+{
+    const Folder folder;
+    JsonOf("grab -d OVRA-D1 -n 1 -s ComponentSelector=Intensity -s ComponentEnable=true -o " +
+           folder.Path().string());
+    const auto frame = Json::parse(ContentOf(folder.Path() / "frame-00001.json"), nullptr, false);
+    ASSERT_TRUE(frame.is_object());
+    EXPECT_EQ(frame["payloadType"], "PAYLOAD_TYPE_MULTI_PART");
+    EXPECT_EQ(frame["parts"][0]["dataType"], "PART_DATATYPE_3D_IMAGE");
+    EXPECT_EQ(frame["parts"][0]["dataFormat"], "Coord3D_ABC32f");
+    EXPECT_EQ(frame["parts"][1]["dataFormat"], "Mono8");
+    JsonOf("grab -d OVRA-M1 -n 1 -o " + folder.Path().string());
+    EXPECT_EQ(Json::parse(ContentOf(folder.Path() / "frame-00001.json"))["pixelFormat"], "Mono8");
 }
 
 struct Wrong

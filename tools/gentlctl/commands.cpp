@@ -2,6 +2,8 @@
 
 #include "gentlctl/features.h"
 #include "gentlctl/formats.h"
+#include "gentlctl/interrupt.h"
+#include "gentlctl/output.h"
 #include "gentlctl/output_files.h"
 #include "gentlctl/producer.h"
 
@@ -12,6 +14,8 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <csignal>
+#include <exception>
 #include <stdexcept>
 
 namespace gentlctl
@@ -22,9 +26,14 @@ using namespace GenTL;
 namespace
 {
 
-void Print(const Json &json)
+// Exit statuses.
+constexpr int done = 0;
+constexpr int failed = 1;
+constexpr int killed = 128; ///< and the signal
+
+void PrintJson(const Json &json)
 {
-    fmt::print("{}\n", json.dump(2));
+    Print("{}\n", json.dump(2));
 }
 
 /// A value as a person reads it: texts without quotes.
@@ -50,7 +59,7 @@ void PrintTable(const Json &values, const std::string &indent)
     }
     for (const auto &entry : values.items())
     {
-        fmt::print("{}{:<{}}  {}\n", indent, entry.key(), width, Readable(entry.value()));
+        Print("{}{:<{}}  {}\n", indent, entry.key(), width, Readable(entry.value()));
     }
 }
 
@@ -137,13 +146,12 @@ Json ModuleInfos(internal::IGenTLProxy &calls, void *port, std::span<const InfoC
     return infos;
 }
 
-Json AllInfos(Producer &producer, OpenDevice &device)
+/// Infos of the modules that need no device.
+Json InfosAboveDevice(Producer &producer, Modules &modules)
 {
     auto &calls = producer.Calls();
     auto *system = producer.System();
-    auto *interface = device.InterfaceHandle();
-    auto *opened = device.DeviceHandle();
-    auto *stream = device.Stream();
+    auto *interface = modules.Interface();
     return {
         {"system", ModuleInfos(calls, system, SystemInfoCommands(),
                                [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
@@ -151,6 +159,14 @@ Json AllInfos(Producer &producer, OpenDevice &device)
         {"interface", ModuleInfos(calls, interface, InterfaceInfoCommands(),
                                   [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
                                   { calls.IFGetInfo(interface, command, type, buffer, size); })},
+    };
+}
+
+Json InfosOfDevice(internal::IGenTLProxy &calls, OpenDevice &device)
+{
+    auto *opened = device.DeviceHandle();
+    auto *stream = device.Stream();
+    return {
         {"device", ModuleInfos(calls, opened, DeviceInfoCommands(),
                                [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
                                { calls.DevGetInfo(opened, command, type, buffer, size); })},
@@ -161,9 +177,60 @@ Json AllInfos(Producer &producer, OpenDevice &device)
     };
 }
 
+/// Chunks of a frame by name: of those named, else of all.
+Json ChunksOf(Producer &producer, OpenDevice &device, const Features &remote,
+              const std::vector<std::string> &names)
+{
+    GrabOptions grab;
+    grab.frames = 1;
+    const Interrupt interrupt;
+    const auto report = Grab(producer, device, remote, grab, interrupt);
+    if (report.failure)
+    {
+        std::rethrow_exception(report.failure);
+    }
+    if (names.empty() && report.chunks.empty())
+    {
+        throw std::runtime_error("The frame has no chunks: switch them on with -s ChunkModeActive=true "
+                                 "-s ChunkSelector=NAME -s ChunkEnable=true");
+    }
+    auto values = names.empty() ? report.chunks : Json::object();
+    for (const auto &name : names)
+    {
+        values[name] = report.chunks.contains(name)
+                           ? report.chunks[name]
+                           : Json{{"error", fmt::format("The frame has no \"{}\"", name)}};
+    }
+    return values;
+}
+
+/// Prints values, and says what could not be told.
+int Tell(const Json &values, bool asJson)
+{
+    auto told = Json::object();
+    std::vector<std::string> failures;
+    for (const auto &entry : values.items())
+    {
+        if (entry.value().is_object() && entry.value().contains("error"))
+        {
+            failures.push_back(entry.value()["error"]);
+        }
+        else
+        {
+            told[entry.key()] = entry.value();
+        }
+    }
+    asJson ? PrintJson(values) : PrintTable(told, "");
+    for (const auto &failure : failures)
+    {
+        Complain(failure);
+    }
+    return failures.empty() ? done : failed;
+}
+
 } // namespace
 
-void List(const CommonOptions &options)
+int List(const CommonOptions &options)
 {
     Producer producer(options.producer);
     const auto interfaces = producer.Enumerate();
@@ -174,108 +241,91 @@ void List(const CommonOptions &options)
         {
             json.push_back(ToJson(interface));
         }
-        Print(json);
-        return;
+        PrintJson(json);
+        return done;
     }
     for (const auto &interface : interfaces)
     {
-        fmt::print("{}  {}  [{}]\n", interface.id, interface.displayName, interface.tlType);
+        Print("{}  {}  [{}]\n", interface.id, interface.displayName, interface.tlType);
         for (const auto &device : interface.devices)
         {
             const auto reason = AccessStatusReason(device.accessStatus);
-            fmt::print("    {}  {} {}  serial {}  {}{}{}\n", device.id, device.vendor, device.model,
-                       device.serialNumber, AccessStatusName(device.accessStatus), reason.empty() ? "" : ": ",
-                       reason);
+            Print("    {}  {} {}  serial {}  {}{}{}\n", device.id, device.vendor, device.model,
+                  device.serialNumber, AccessStatusName(device.accessStatus), reason.empty() ? "" : ": ",
+                  reason);
         }
     }
+    return done;
 }
 
-void Info(const CommonOptions &options)
+int Info(const CommonOptions &options)
 {
     Producer producer(options.producer);
-    OpenDevice device(producer, options.device);
-    const auto infos = AllInfos(producer, device);
+    Modules modules(producer, options.device);
+    auto infos = InfosAboveDevice(producer, modules);
+    int status = done;
+    try
+    {
+        infos.update(InfosOfDevice(producer.Calls(), modules.Device()));
+    }
+    catch (const std::exception &exception)
+    {
+        Complain(exception.what());
+        status = options.device.empty() ? done : failed;
+    }
     if (options.json)
     {
-        Print(infos);
-        return;
+        PrintJson(infos);
+        return status;
     }
     for (const auto &module : infos.items())
     {
         for (const auto &group : module.value().items())
         {
-            fmt::print("{} {}\n", module.key(), group.key());
+            Print("{} {}\n", module.key(), group.key());
             PrintTable(group.value(), "    ");
         }
     }
+    return status;
 }
 
-void Xml(const CommonOptions &options, const std::string &module, const std::string &file)
+int Xml(const CommonOptions &options, const std::string &module, const std::string &file)
 {
     Producer producer(options.producer);
-    OpenDevice device(producer, options.device);
-    const auto text = LoadDescription(*device.PortOf(module));
+    Modules modules(producer, options.device);
+    const auto text = LoadDescription(*modules.PortOf(module));
     if (file.empty())
     {
-        fmt::print("{}", text);
+        PrintText(text);
     }
     else
     {
         WriteBytes(file, text.data(), text.size());
     }
+    return done;
 }
 
-void Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names)
+int Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names,
+        const std::vector<std::string> &assignments)
+{
+    const bool ofFrame = module == "frame";
+    Producer producer(options.producer);
+    Modules modules(producer, options.device);
+    const Features features(modules.PortOf(ofFrame ? "remote" : module));
+    Apply(features, assignments);
+    return Tell(ofFrame ? ChunksOf(producer, modules.Device(), features, names) : features.Values(names),
+                options.json);
+}
+
+int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)
 {
     Producer producer(options.producer);
-    OpenDevice device(producer, options.device);
-    const Features features(device.PortOf(module));
-    auto values = Json::object();
-    if (!names.empty())
-    {
-        for (const auto &name : names)
-        {
-            values[name] = features.Get(name);
-        }
-    }
-    else
-    {
-        for (const auto &name : features.Names())
-        {
-            if (const auto why = features.WhyWithoutValue(name))
-            {
-                values[name] = {{"text", *why}};
-                continue;
-            }
-            // In a list of everything a feature that cannot be read now is an answer, not a failure.
-            try
-            {
-                values[name] = features.Get(name);
-            }
-            catch (const std::exception &exception)
-            {
-                values[name] = {{"text", exception.what()}};
-            }
-        }
-    }
-    if (options.json)
-    {
-        Print(values);
-    }
-    else
-    {
-        PrintTable(values, "");
-    }
+    Modules modules(producer, options.device);
+    Apply(Features(modules.PortOf(module)), assignments);
+    return done;
 }
 
-void Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)
-{
-    Producer producer(options.producer);
-    OpenDevice device(producer, options.device);
-    Apply(Features(device.PortOf(module)), assignments);
-}
-
-void Formats(const CommonOptions &options)
+int Formats(const CommonOptions &options)
 {
     std::string id;
     std::vector<std::string> chosen;
@@ -313,23 +363,25 @@ void Formats(const CommonOptions &options)
                 {{"format", format.name}, {"sentAs", format.sentAs}, {"task", format.task}});
         }
         json.update(depth);
-        return Print(json);
+        PrintJson(json);
+        return done;
     }
-    fmt::print("{} sends: {}\n\n{:<32}  {:<24}  {}\n", id, fmt::join(sent, " "), "application may choose",
-               "device sends", "the producer");
+    Print("{} sends: {}\n\n{:<32}  {:<24}  {}\n", id, fmt::join(sent, " "), "application may choose",
+          "device sends", "the producer");
     for (const auto &format : offered)
     {
-        fmt::print("{:<32}  {:<24}  {}\n", format.name, format.sentAs,
-                   format.task == "copy"     ? "copies"
-                   : format.task == "unpack" ? "unpacks"
-                                             : "calibrates");
+        Print("{:<32}  {:<24}  {}\n", format.name, format.sentAs,
+              format.task == "copy"     ? "copies"
+              : format.task == "unpack" ? "unpacks"
+                                        : "calibrates");
     }
     for (const auto &decisive : depth.items())
     {
-        fmt::print("{}This is for {}={}; it can be {}\n", decisive.key() == depth.begin().key() ? "\n" : "",
-                   decisive.key(), decisive.value()["is"].get<std::string>(),
-                   fmt::join(decisive.value()["canBe"].get<std::vector<std::string>>(), ", "));
+        Print("{}This is for {}={}; it can be {}\n", decisive.key() == depth.begin().key() ? "\n" : "",
+              decisive.key(), decisive.value()["is"].get<std::string>(),
+              fmt::join(decisive.value()["canBe"].get<std::vector<std::string>>(), ", "));
     }
+    return done;
 }
 
 namespace
@@ -361,7 +413,7 @@ std::vector<uint8_t> Fetch(const Features &remote, const std::string &name)
 
 } // namespace
 
-void Files(const CommonOptions &options, const std::vector<std::string> &names, const std::string &folder)
+int Files(const CommonOptions &options, const std::vector<std::string> &names, const std::string &folder)
 {
     Producer producer(options.producer);
     OpenDevice device(producer, options.device);
@@ -387,13 +439,14 @@ void Files(const CommonOptions &options, const std::vector<std::string> &names, 
     }
     if (result.empty() && !options.json)
     {
-        fmt::print("The device has no files.\n");
-        return;
+        Print("The device has no files.\n");
+        return done;
     }
-    options.json ? Print(result) : PrintTable(result, "");
+    options.json ? PrintJson(result) : PrintTable(result, "");
+    return done;
 }
 
-void Calibration(const CommonOptions &options, const std::string &file)
+int Calibration(const CommonOptions &options, const std::string &file)
 {
     constexpr auto calibrationFile = "LensCalibrationData";
     Producer producer(options.producer);
@@ -411,42 +464,88 @@ void Calibration(const CommonOptions &options, const std::string &file)
     {
         WriteBytes(file, content.data(), content.size());
     }
-    options.json ? Print(result) : PrintTable(result, "");
+    options.json ? PrintJson(result) : PrintTable(result, "");
+    return done;
 }
 
-void GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
-                const GrabOptions &grab)
+namespace
 {
+
+void TellReport(const GrabReport &report, const std::string &device, const std::string &folder, bool asJson)
+{
+    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
+    if (asJson)
+    {
+        return PrintJson({{"device", device},
+                          {"delivered", report.delivered},
+                          {"incomplete", report.incomplete},
+                          {"lost", report.lost},
+                          {"written", report.written},
+                          {"notWritten", report.unwritten},
+                          {"framesPerSecond", rate},
+                          {"files", report.files},
+                          {"chunks", report.chunks}});
+    }
+    Print("{}: {} frame{}, {} incomplete, {} lost{}\n", device, report.delivered,
+          report.delivered == 1 ? "" : "s", report.incomplete, report.lost,
+          rate > 0 ? fmt::format(", {:.1f} frames/s", rate) : "");
+    if (!folder.empty())
+    {
+        Print("Written to {}\n", folder);
+    }
+}
+
+/// What of a report is no success, for standard error.
+void TellWhatIsMissing(const GrabReport &report, uint64_t frames, int signal)
+{
+    if (signal != 0)
+    {
+        Complain(fmt::format("Ended by {}, {} of {} frames came", signal == SIGINT ? "SIGINT" : "SIGTERM",
+                             std::min(report.delivered, frames), frames));
+    }
+    if (report.unwritten != 0)
+    {
+        Complain(fmt::format("{} frame{} came and {} not written{}", report.unwritten,
+                             report.unwritten == 1 ? "" : "s", report.unwritten == 1 ? "was" : "were",
+                             report.failure ? "" : ": the disk did not keep up"));
+    }
+}
+
+} // namespace
+
+int GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
+               const GrabOptions &grab)
+{
+    if (!grab.folder.empty())
+    {
+        MakeFolder(grab.folder);
+    }
+    const Interrupt interrupt;
     Producer producer(options.producer);
     OpenDevice device(producer, options.device);
     const Features remote(device.PortOf("remote"));
     Apply(remote, assignments);
-    const auto report = Grab(producer, device, remote, grab);
-    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
-    if (options.json)
+    const auto report = Grab(producer, device, remote, grab, interrupt);
+    const int signal = interrupt.Signal();
+    if (report.delivered != 0 || signal != 0)
     {
-        Print({{"device", device.Entry().id},
-               {"delivered", report.delivered},
-               {"incomplete", report.incomplete},
-               {"lost", report.lost},
-               {"framesPerSecond", rate},
-               {"files", report.files}});
+        TellReport(report, device.Entry().id, grab.folder.string(), options.json);
+        TellWhatIsMissing(report, grab.frames, signal);
     }
-    else
+    if (report.failure)
     {
-        fmt::print("{}: {} frame{}, {} incomplete, {} lost{}\n", device.Entry().id, report.delivered,
-                   report.delivered == 1 ? "" : "s", report.incomplete, report.lost,
-                   rate > 0 ? fmt::format(", {:.1f} frames/s", rate) : "");
-        if (!grab.folder.empty())
-        {
-            fmt::print("Written to {}\n", grab.folder.string());
-        }
+        std::rethrow_exception(report.failure);
+    }
+    if (signal != 0)
+    {
+        return killed + signal;
     }
     if (report.incomplete == report.delivered)
     {
         throw std::runtime_error("No frame is complete, so there is no picture. PROXY_TL_LOG_LEVEL=error in "
                                  "the environment makes the proxy producer tell why");
     }
+    return done;
 }
 
 } // namespace gentlctl

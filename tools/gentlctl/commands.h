@@ -16,35 +16,40 @@ struct CommonOptions
     bool json = false;
 };
 
-/// Lists interfaces and devices with their access status, and why a device cannot be opened.
-void List(const CommonOptions &options);
+// Each command returns the exit status, and throws what keeps it from answering at all.
 
-/// Prints every info command of every module.
-void Info(const CommonOptions &options);
+/// Lists interfaces and devices with their access status, and why a device cannot be opened.
+int List(const CommonOptions &options);
+
+/// Prints every info command of every module. What belongs to a device that cannot be opened is left out, and
+/// why it cannot is told.
+int Info(const CommonOptions &options);
 
 /// Prints the description of a module, or writes it to a file.
-void Xml(const CommonOptions &options, const std::string &module, const std::string &file);
+int Xml(const CommonOptions &options, const std::string &module, const std::string &file);
 
-/// Prints features of a module: those named, else all.
-void Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names);
+/// Sets features of a module, then prints some: those named, else all. The module "frame" stands for the
+/// chunks of a frame that is grabbed then, and what is set is the remote device's.
+int Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names,
+        const std::vector<std::string> &assignments);
 
 /// Writes features of a module, given as NAME=VALUE, in their order.
-void Set(const CommonOptions &options, const std::string &module,
-         const std::vector<std::string> &assignments);
+int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments);
 
 /// Prints the pixel formats of a device: what it sends, what an application may choose, and how the one
 /// becomes the other.
-void Formats(const CommonOptions &options);
+int Formats(const CommonOptions &options);
 
 /// Lists the files on a device with their sizes, or fetches those named into a folder.
-void Files(const CommonOptions &options, const std::vector<std::string> &names, const std::string &folder);
+int Files(const CommonOptions &options, const std::vector<std::string> &names, const std::string &folder);
 
 /// Prints the lens calibration of a device, and writes it to a file when one is named.
 /// @throws tarn::cvl::CorruptedException the device's data are no lens calibration
-void Calibration(const CommonOptions &options, const std::string &file);
+int Calibration(const CommonOptions &options, const std::string &file);
 
-/// Sets features of the remote device, then grabs.
-void GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
-                const GrabOptions &grab);
+/// Sets features of the remote device, then grabs. An interrupt ends it in order, with the status of a
+/// program that the signal ended.
+int GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
+               const GrabOptions &grab);
 
 } // namespace gentlctl

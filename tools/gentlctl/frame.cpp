@@ -1,6 +1,7 @@
 #include "gentlctl/frame.h"
 
 #include "gentlctl/depth_files.h"
+#include "gentlctl/features.h"
 #include "gentlctl/output_files.h"
 
 #include "port/proxy_module.h"
@@ -9,7 +10,10 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <span>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace gentlctl
@@ -53,6 +57,37 @@ void WritePictures(const std::string &part, const ImageView &image, PathOf pathO
     }
 }
 
+/// A number that has a name, and the member that tells the name.
+struct NamedNumber
+{
+    std::string_view info;
+    const char *member;
+    std::string (*name)(uint64_t);
+};
+
+constexpr std::array namedNumbers{
+    NamedNumber{"BUFFER_INFO_PIXELFORMAT", "pixelFormat", FormatName},
+    NamedNumber{"BUFFER_INFO_PAYLOADTYPE", "payloadType", PayloadTypeName},
+    NamedNumber{"BUFFER_PART_INFO_DATA_FORMAT", "dataFormat", FormatName},
+    NamedNumber{"BUFFER_PART_INFO_DATA_TYPE", "dataType", PartDataTypeName},
+};
+
+/// The infos, with the names of numbers behind them.
+Json WithNames(const Json &infos)
+{
+    auto named = Json::object();
+    for (const auto &info : infos.items())
+    {
+        named[info.key()] = info.value();
+        const auto *entry = std::ranges::find(namedNumbers, info.key(), &NamedNumber::info);
+        if (entry != namedNumbers.end() && info.value().is_number())
+        {
+            named[entry->member] = entry->name(info.value().get<uint64_t>());
+        }
+    }
+    return named;
+}
+
 Json PartInfos(internal::IGenTLProxy &calls, void *stream, void *buffer)
 {
     uint32_t count = 0;
@@ -63,18 +98,56 @@ Json PartInfos(internal::IGenTLProxy &calls, void *stream, void *buffer)
         parts.push_back(Answers(
             BufferPartInfoCommands(), [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
             { calls.DSGetBufferPartInfo(stream, buffer, part, command, type, data, size); }));
+        parts.back() = WithNames(parts.back());
     }
     return parts;
 }
 
+/// Where the chunks of a buffer are, by their numbers.
+std::map<uint64_t, std::span<const uint8_t>> FindChunks(internal::IGenTLProxy &calls, void *stream,
+                                                        void *buffer, const Json &infos)
+{
+    size_t count = 0;
+    calls.DSGetBufferChunkData(stream, buffer, nullptr, &count);
+    std::vector<SINGLE_CHUNK_DATA> entries(count);
+    calls.DSGetBufferChunkData(stream, buffer, entries.data(), &count);
+    entries.resize(std::min(count, entries.size()));
+    const auto size = Number(infos, "BUFFER_INFO_SIZE");
+    std::map<uint64_t, std::span<const uint8_t>> chunks;
+    for (const auto &entry : entries)
+    {
+        const auto offset = static_cast<uint64_t>(entry.ChunkOffset);
+        if (offset <= size && entry.ChunkLength <= size - offset)
+        {
+            chunks[entry.ChunkID] = {Address(infos, "BUFFER_INFO_BASE") + offset, entry.ChunkLength};
+        }
+    }
+    return chunks;
+}
+
+/// Values of the features that came with a frame; none of a producer that tells nothing of chunks.
+Json ChunkValues(internal::IGenTLProxy &calls, void *stream, void *buffer, const Json &infos,
+                 const Features &remote)
+{
+    auto values = Json::object();
+    if (infos.at("BUFFER_INFO_CONTAINS_CHUNKDATA") != false)
+    {
+        internal::CloseQuietly([&]
+                               { values = remote.ChunkValues(FindChunks(calls, stream, buffer, infos)); });
+    }
+    return values;
+}
+
 } // namespace
 
-Frame::Frame(internal::IGenTLProxy &calls, void *stream, void *buffer)
-    : m_infos(Answers(BufferInfoCommands(),
-                      [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
-                      { calls.DSGetBufferInfo(stream, buffer, command, type, data, size); }))
+Frame::Frame(internal::IGenTLProxy &calls, void *stream, void *buffer, const Features &remote)
+    : m_buffer(buffer),
+      m_infos(WithNames(Answers(BufferInfoCommands(),
+                                [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
+                                { calls.DSGetBufferInfo(stream, buffer, command, type, data, size); })))
 {
     m_infos["parts"] = PartInfos(calls, stream, buffer);
+    m_infos["chunks"] = Incomplete() ? Json::object() : ChunkValues(calls, stream, buffer, m_infos, remote);
 }
 
 bool Frame::Incomplete() const

@@ -12,6 +12,8 @@
 namespace gentlctl
 {
 
+class Features;
+
 /// An image in a buffer: the whole payload, or one part of it.
 struct NamedImage
 {
@@ -23,9 +25,13 @@ struct NamedImage
 class Frame
 {
 public:
-    Frame(GenTL::internal::IGenTLProxy &calls, void *stream, void *buffer);
+    /// @param remote features of the device, which give the chunks their meaning
+    Frame(GenTL::internal::IGenTLProxy &calls, void *stream, void *buffer, const Features &remote);
 
+    void *Buffer() const { return m_buffer; }
     const Json &Infos() const { return m_infos; }
+    /// Values of the features that came with the frame, by name.
+    const Json &Chunks() const { return m_infos.at("chunks"); }
     bool Incomplete() const;
     std::vector<NamedImage> Images() const;
 
@@ -40,6 +46,7 @@ public:
 private:
     size_t Delivered(const ImageView &image) const;
 
+    void *m_buffer;
     Json m_infos;
 };
 

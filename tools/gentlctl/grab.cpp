@@ -2,7 +2,8 @@
 
 #include "gentlctl/features.h"
 #include "gentlctl/frame.h"
-#include "gentlctl/output_files.h"
+#include "gentlctl/frame_writer.h"
+#include "gentlctl/interrupt.h"
 #include "gentlctl/producer.h"
 
 #include "utils/gentl_exception.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <optional>
 #include <stdexcept>
 #include <vector>
 
@@ -45,12 +47,14 @@ size_t PayloadSize(IGenTLProxy &calls, void *stream, const Features &remote)
     return static_cast<size_t>(remote.GetInteger("PayloadSize"));
 }
 
+/// Buffers that wait to be filled while frames wait to be written.
+constexpr size_t spare = 16;
+
 /// As many as are asked for, else as many as let all frames arrive before the first is written, and some more
 /// for those that come before the device stops; within some memory.
 size_t BufferCount(const GrabOptions &options, size_t size)
 {
     constexpr size_t least = 4;
-    constexpr size_t spare = 16;
     constexpr size_t most = 1024;
     constexpr size_t memory = size_t{512} << 20;
     if (options.buffers)
@@ -111,6 +115,14 @@ public:
         return data.BufferHandle;
     }
 
+    /// Makes a wait for the next frame fail. On any thread.
+    void EndWait()
+    {
+        CloseQuietly([this] { m_calls.EventKill(m_event); });
+    }
+
+    void QueueAgain(BUFFER_HANDLE buffer) { m_calls.DSQueueBuffer(m_stream, buffer); }
+
     size_t Buffers() const { return m_buffers.size(); }
 
     void StopDevice()
@@ -168,121 +180,157 @@ private:
     std::vector<BUFFER_HANDLE> m_buffers;
 };
 
-void ShowProgress(const GrabReport &report, uint64_t done, uint64_t frames)
+/// A line on standard error that is written anew as frames arrive.
+class Progress
 {
-    constexpr int width = 30;
-    const auto filled = static_cast<int>(done * width / std::max<uint64_t>(frames, 1));
-    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
-    fmt::print(stderr, "\r[{:#<{}}{:{}}] {}/{}  {:.1f} frames/s  {} lost  {} incomplete ", "", filled, "",
-               width - filled, done, frames, rate, report.lost, report.incomplete);
-    if (done == frames)
-    {
-        fmt::print(stderr, "\n");
-    }
-    std::fflush(stderr);
-}
+public:
+    Progress(bool isShown, uint64_t frames) : m_isShown(isShown), m_frames(frames) {}
 
-/// The frames of a running stream, which are kept in their buffers while the next ones arrive, since to write
-/// one takes longer than to receive it.
+    void Show(const GrabReport &report, uint64_t done)
+    {
+        constexpr std::chrono::milliseconds interval(100);
+        const auto now = Clock::now();
+        if (m_isShown && now - m_shown > interval)
+        {
+            Draw(report, done);
+            m_shown = now;
+        }
+    }
+
+    void Finish(const GrabReport &report, uint64_t done) const
+    {
+        if (m_isShown && report.delivered != 0)
+        {
+            Draw(report, done);
+            fmt::print(stderr, "\n");
+        }
+    }
+
+private:
+    void Draw(const GrabReport &report, uint64_t done) const
+    {
+        constexpr int width = 30;
+        const auto filled = static_cast<int>(done * width / m_frames);
+        const auto rate =
+            report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
+        fmt::print(stderr, "\r[{:#<{}}{:{}}] {}/{}  {:.1f} frames/s  {} lost  {} incomplete{} ", "", filled,
+                   "", width - filled, done, m_frames, rate, report.lost, report.incomplete,
+                   report.unwritten != 0 ? fmt::format("  {} not written", report.unwritten) : "");
+    }
+
+    bool m_isShown;
+    uint64_t m_frames;
+    Clock::time_point m_shown;
+};
+
+/// The frames of a running stream. Those that are to be written stay in their buffers until they are.
 class Grabber
 {
 public:
-    Grabber(IGenTLProxy &calls, void *stream, const Features &remote, const GrabOptions &options)
-        : m_calls(calls), m_stream(stream), m_options(options), m_running(calls, stream, remote, options)
+    Grabber(IGenTLProxy &calls, void *stream, const Features &remote, const GrabOptions &options,
+            const Interrupt &interrupt)
+        : m_calls(calls), m_stream(stream), m_remote(remote), m_options(options), m_interrupt(interrupt),
+          m_progress(options.showProgress, options.frames), m_running(calls, stream, remote, options),
+          m_watch(interrupt, [this] { m_running.EndWait(); })
     {
-        const auto buffers = m_running.Buffers();
-        m_mostKept = options.folder.empty() ? 1 : options.frames < buffers ? buffers : buffers / 2;
+        if (!options.folder.empty())
+        {
+            const auto buffers = m_running.Buffers();
+            m_writer.emplace(
+                buffers - std::min(buffers / 2, spare),
+                [this](const Frame &frame, uint64_t number)
+                { return frame.Write(m_options.folder, number, m_options.format, m_options.view); },
+                [this](const Frame &frame) { m_running.QueueAgain(frame.Buffer()); });
+        }
     }
 
     GrabReport Run()
     {
-        while (m_report.delivered < m_options.frames)
+        try
         {
-            Receive();
-            const bool last = m_report.delivered == m_options.frames;
-            if (last)
+            while (m_taken < m_options.frames && m_interrupt.Signal() == 0 && !WritingFailure())
             {
-                m_running.StopDevice();
-            }
-            if (last || m_kept.size() >= m_mostKept)
-            {
-                Finish();
+                Receive();
             }
         }
+        catch (const std::exception &)
+        {
+            // An interrupt ends the wait by a failure.
+            m_report.failure = m_interrupt.Signal() == 0 ? std::current_exception() : nullptr;
+        }
+        m_running.StopDevice();
+        FinishWriting();
+        m_progress.Finish(m_report, m_taken);
         return std::move(m_report);
     }
 
 private:
+    std::exception_ptr WritingFailure() const { return m_writer ? m_writer->Failure() : nullptr; }
+
     void Receive()
     {
-        try
+        auto *const buffer = m_running.NextBuffer(m_options.timeoutMs);
+        Frame frame(m_calls, m_stream, buffer, m_remote);
+        Count(frame);
+        if (m_writer && m_writer->Offer(frame))
         {
-            m_kept.push_back(m_running.NextBuffer(m_options.timeoutMs));
+            ++m_taken;
         }
-        catch (...)
+        else
         {
-            Finish();
-            throw;
+            m_running.QueueAgain(buffer);
+            ++(m_writer ? m_report.unwritten : m_taken);
         }
+        m_progress.Show(m_report, m_taken);
+    }
+
+    void Count(const Frame &frame)
+    {
         const auto now = Clock::now();
         m_first = m_report.delivered == 0 ? now : m_first;
         m_report.seconds = std::chrono::duration<double>(now - m_first).count();
         ++m_report.delivered;
+        m_report.incomplete += frame.Incomplete() ? 1 : 0;
         m_report.lost = LostFrames(m_calls, m_stream);
+        m_report.chunks = frame.Chunks();
     }
 
-    /// Writes what is kept and gives the buffers back.
-    void Finish()
+    void FinishWriting()
     {
-        for (auto *buffer : m_kept)
+        if (!m_writer)
         {
-            const Frame frame(m_calls, m_stream, buffer);
-            m_report.incomplete += frame.Incomplete() ? 1 : 0;
-            ++m_finished;
-            if (!m_options.folder.empty())
-            {
-                const auto files =
-                    frame.Write(m_options.folder, m_finished, m_options.format, m_options.view);
-                m_report.files.insert(m_report.files.end(), files.begin(), files.end());
-            }
-            m_calls.DSQueueBuffer(m_stream, buffer);
-            Show();
+            return;
         }
-        m_kept.clear();
-    }
-
-    void Show()
-    {
-        constexpr std::chrono::milliseconds interval(100);
-        const auto now = Clock::now();
-        if (m_options.showProgress && (m_finished == m_options.frames || now - m_shown > interval))
+        m_writer->Finish();
+        m_report.files = m_writer->Files();
+        m_report.written = m_writer->Written();
+        m_report.unwritten += m_taken - m_report.written;
+        if (auto failure = m_writer->Failure())
         {
-            ShowProgress(m_report, m_finished, m_options.frames);
-            m_shown = now;
+            m_report.failure = failure;
         }
     }
 
     IGenTLProxy &m_calls;
     void *m_stream;
+    const Features &m_remote;
     const GrabOptions &m_options;
-    RunningStream m_running;
-    size_t m_mostKept = 1;
-    std::vector<BUFFER_HANDLE> m_kept;
-    uint64_t m_finished = 0;
-    Clock::time_point m_first;
-    Clock::time_point m_shown;
+    const Interrupt &m_interrupt;
     GrabReport m_report;
+    uint64_t m_taken = 0; ///< frames of those that are asked for
+    Clock::time_point m_first;
+    Progress m_progress;
+    RunningStream m_running;
+    InterruptWatch m_watch;              // ends before the stream whose wait it ends
+    std::optional<FrameWriter> m_writer; // ends before the stream that its buffers go back to
 };
 
 } // namespace
 
-GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options)
+GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options,
+                const Interrupt &interrupt)
 {
-    if (!options.folder.empty())
-    {
-        MakeFolder(options.folder);
-    }
-    return Grabber(producer.Calls(), device.Stream(), remote, options).Run();
+    return Grabber(producer.Calls(), device.Stream(), remote, options, interrupt).Run();
 }
 
 } // namespace gentlctl

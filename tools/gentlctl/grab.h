@@ -4,6 +4,7 @@
 #include "gentlctl/point_view.h"
 
 #include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@ namespace gentlctl
 class OpenDevice;
 class Producer;
 class Features;
+class Interrupt;
 
 struct GrabOptions
 {
@@ -30,17 +32,25 @@ struct GrabReport
 {
     uint64_t delivered = 0;  ///< frames that arrived
     uint64_t incomplete = 0; ///< of these, frames with missing data
+    uint64_t written = 0;    ///< frames that were written
+    uint64_t unwritten = 0;  ///< frames that should have been and were not
     uint64_t lost = 0;       ///< frames for which no buffer was free
     double seconds = 0;      ///< from the first to the last frame
     Json files = Json::array();
+    Json chunks = Json::object(); ///< of the last frame
+    std::exception_ptr failure;   ///< what ended the grabbing before its time; null when nothing did
 };
 
 /// Grabs frames from the device's stream: announces and queues buffers, starts, receives and writes the
-/// frames, stops. As many frames as have room in the buffers arrive before the first is written.
+/// frames at the same time, stops. While writing falls behind, frames wait in their buffers; a frame for
+/// which there is no room is not written and does not count as one of those that are asked for.
 ///
 /// Writes each frame as `frame-NNNNN.png` (or .tiff, .raw) and its infos beside it as `frame-NNNNN.json`; a
-/// grid of points as `frame-NNNNN.ply` and, with a view, `frame-NNNNN-view.png`, too.
-/// @throws GenTLException a failure of the producer, such as a frame that does not come in time
-GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options);
+/// grid of points as `frame-NNNNN.ply` and, with a view, `frame-NNNNN-view.png`, too. The folder is there.
+///
+/// Ends early, and in order, at an interrupt or a failure once the stream runs, which the report tells.
+/// @throws GenTLException the stream cannot be started
+GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options,
+                const Interrupt &interrupt);
 
 } // namespace gentlctl

@@ -96,18 +96,6 @@ const Picture *FindPicture(uint64_t pixelFormat)
     return nullptr;
 }
 
-std::string FormatName(uint64_t pixelFormat)
-{
-    try
-    {
-        return tarn::common::PixelFormatName(static_cast<PixelFormat>(pixelFormat));
-    }
-    catch (const std::exception &)
-    {
-        return fmt::format("0x{:08X}", pixelFormat);
-    }
-}
-
 cv::Mat Wrap(const ImageView &image, const Picture &picture)
 {
     const auto sample = static_cast<uint64_t>(CV_ELEM_SIZE(picture.type));
@@ -156,6 +144,18 @@ cv::Mat Convert(const cv::Mat &pixels, const Picture &picture, size_t index, boo
 }
 
 } // namespace
+
+std::string FormatName(uint64_t pixelFormat)
+{
+    try
+    {
+        return tarn::common::PixelFormatName(static_cast<PixelFormat>(pixelFormat));
+    }
+    catch (const std::exception &)
+    {
+        return fmt::format("0x{:08X}", pixelFormat);
+    }
+}
 
 size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height)
 {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <string>
 
 namespace gentlctl
 {
@@ -20,6 +21,9 @@ struct ImageView
 
 /// Bytes of an image of this format; 0 for a format that the project does not know.
 size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height);
+
+/// The published name of a pixel format, or its code when the project does not know it.
+std::string FormatName(uint64_t pixelFormat);
 
 /// How many images an image of this format holds in the samples of each pixel: 2 of `Mono10_AB`, 4 of
 /// `Mono8_ABCD`, 1 of others.

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <vector>
@@ -148,7 +149,37 @@ constexpr std::array<InfoCommand, 11> urlInfoCommands{
     COMMAND(URL_INFO_FILENAME),
 };
 
+constexpr std::array<InfoCommand, 12> payloadTypes{
+    COMMAND(PAYLOAD_TYPE_UNKNOWN),    COMMAND(PAYLOAD_TYPE_IMAGE),
+    COMMAND(PAYLOAD_TYPE_RAW_DATA),   COMMAND(PAYLOAD_TYPE_FILE),
+    COMMAND(PAYLOAD_TYPE_CHUNK_DATA), COMMAND(PAYLOAD_TYPE_JPEG),
+    COMMAND(PAYLOAD_TYPE_JPEG2000),   COMMAND(PAYLOAD_TYPE_H264),
+    COMMAND(PAYLOAD_TYPE_CHUNK_ONLY), COMMAND(PAYLOAD_TYPE_DEVICE_SPECIFIC),
+    COMMAND(PAYLOAD_TYPE_MULTI_PART), COMMAND(PAYLOAD_TYPE_GENDC),
+};
+
+constexpr std::array<InfoCommand, 12> partDataTypes{
+    COMMAND(PART_DATATYPE_UNKNOWN),
+    COMMAND(PART_DATATYPE_2D_IMAGE),
+    COMMAND(PART_DATATYPE_2D_PLANE_BIPLANAR),
+    COMMAND(PART_DATATYPE_2D_PLANE_TRIPLANAR),
+    COMMAND(PART_DATATYPE_2D_PLANE_QUADPLANAR),
+    COMMAND(PART_DATATYPE_3D_IMAGE),
+    COMMAND(PART_DATATYPE_3D_PLANE_BIPLANAR),
+    COMMAND(PART_DATATYPE_3D_PLANE_TRIPLANAR),
+    COMMAND(PART_DATATYPE_3D_PLANE_QUADPLANAR),
+    COMMAND(PART_DATATYPE_CONFIDENCE_MAP),
+    COMMAND(PART_DATATYPE_JPEG),
+    COMMAND(PART_DATATYPE_JPEG2000),
+};
+
 #undef COMMAND
+
+std::string NameIn(std::span<const InfoCommand> names, uint64_t number)
+{
+    const auto entry = std::ranges::find(names, static_cast<int32_t>(number), &InfoCommand::command);
+    return entry != names.end() ? std::string(entry->name) : std::to_string(number);
+}
 
 template <typename T>
 T Value(const std::vector<char> &bytes)
@@ -229,6 +260,16 @@ std::span<const InfoCommand> PortInfoCommands()
 std::span<const InfoCommand> UrlInfoCommands()
 {
     return urlInfoCommands;
+}
+
+std::string PayloadTypeName(uint64_t type)
+{
+    return NameIn(payloadTypes, type);
+}
+
+std::string PartDataTypeName(uint64_t type)
+{
+    return NameIn(partDataTypes, type);
 }
 
 Json Answer(const InfoQuery &query)

@@ -37,6 +37,10 @@ std::span<const InfoCommand> BufferPartInfoCommands();
 std::span<const InfoCommand> PortInfoCommands();
 std::span<const InfoCommand> UrlInfoCommands();
 
+/// The published names of a payload type and of the type of a part's data; the number of one that has none.
+std::string PayloadTypeName(uint64_t type);
+std::string PartDataTypeName(uint64_t type);
+
 /// The answer in the form that its type gives it: number, truth value, text, or a pointer in hexadecimal.
 /// @throws GenTLException what the function answers with
 Json Answer(const InfoQuery &query);

@@ -1,4 +1,5 @@
 #include "gentlctl/commands.h"
+#include "gentlctl/output.h"
 #include "gentlctl/producer.h"
 
 #include "utils/gentl_exception.h"
@@ -10,7 +11,10 @@
 
 #include <charconv>
 #include <cmath>
+#include <csignal>
 #include <exception>
+#include <iostream>
+#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -25,6 +29,7 @@ constexpr int failed = 1;
 constexpr int wrongUsage = 2;
 
 const std::vector<std::string> modules{"system", "interface", "device", "remote", "stream"};
+const std::vector<std::string> readModules{"system", "interface", "device", "remote", "stream", "frame"};
 
 /// "RIGHT,UP" in degrees; the usual ones of an empty text.
 ViewAngles ParseAngles(const std::string &text)
@@ -92,6 +97,7 @@ struct CommandLine
     std::string file;
     std::vector<std::string> names;
     std::vector<std::string> assignments;
+    int status = success; ///< of the command that was run
 
     CommandLine()
     {
@@ -104,7 +110,8 @@ struct CommandLine
                "in GENICAM_GENTL64_PATH")
             ->type_name("FILE");
         app.add_flag("--json", common.json, "Print JSON");
-        app.footer("Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong usage.");
+        app.footer("Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong usage, "
+                   "130 or 143 ended by SIGINT or SIGTERM.");
         AddList();
         AddInfo();
         AddXml();
@@ -125,7 +132,7 @@ private:
             [this, run]
             {
                 common.producer = FindProducerFile(common.producer);
-                run();
+                status = run();
             });
         return command;
     }
@@ -138,28 +145,37 @@ private:
             ->type_name("DEVICE");
     }
 
-    void AddModule(CLI::App *command)
+    void AddModule(CLI::App *command, const std::vector<std::string> &choice, const char *description)
     {
-        command->add_option("-m,--module", module, "Whose features")
-            ->check(CLI::IsMember(modules))
+        command->add_option("-m,--module", module, description)
+            ->check(CLI::IsMember(choice))
             ->capture_default_str();
+    }
+
+    void AddAssignments(CLI::App *command)
+    {
+        command
+            ->add_option("-s,--set", assignments,
+                         "Set a feature before; may be repeated, in the order that counts")
+            ->type_name("NAME=VALUE")
+            ->check(Assignment());
     }
 
     void AddList()
     {
         Add("list", "Interfaces and devices, access status, and why a device cannot be opened",
-            [this] { List(common); });
+            [this] { return List(common); });
     }
 
     void AddInfo()
     {
-        AddDevice(Add("info", "Every info command of every module", [this] { Info(common); }));
+        AddDevice(Add("info", "Every info command of every module", [this] { return Info(common); }));
     }
 
     void AddXml()
     {
         auto *command =
-            Add("xml", "The GenICam description of a module", [this] { Xml(common, module, file); });
+            Add("xml", "The GenICam description of a module", [this] { return Xml(common, module, file); });
         command->add_option("module", module, "Whose description")
             ->check(CLI::IsMember(modules))
             ->capture_default_str();
@@ -169,33 +185,35 @@ private:
 
     void AddGet()
     {
-        auto *command = Add("get", "Values of features", [this] { Get(common, module, names); });
+        auto *command =
+            Add("get", "Values of features", [this] { return Get(common, module, names, assignments); });
         command->add_option("features", names, "Names; all features when none is given")->type_name("NAME");
-        AddModule(command);
+        AddModule(command, readModules, "Whose features; \"frame\" grabs one and gives its chunks");
+        AddAssignments(command);
         AddDevice(command);
     }
 
     void AddSet()
     {
-        auto *command = Add("set", "Write features", [this] { Set(common, module, assignments); });
+        auto *command = Add("set", "Write features", [this] { return Set(common, module, assignments); });
         command->add_option("assignments", assignments, "In the order in which they are written")
             ->type_name("NAME=VALUE")
             ->check(Assignment())
             ->required();
-        AddModule(command);
+        AddModule(command, modules, "Whose features");
         AddDevice(command);
     }
 
     void AddFormats()
     {
         AddDevice(Add("formats", "Pixel formats: what the device sends, and what an application may choose",
-                      [this] { Formats(common); }));
+                      [this] { return Formats(common); }));
     }
 
     void AddFiles()
     {
-        auto *command =
-            Add("files", "Files on the device", [this] { Files(common, names, file.empty() ? "." : file); });
+        auto *command = Add("files", "Files on the device",
+                            [this] { return Files(common, names, file.empty() ? "." : file); });
         command->add_option("names", names, "Files to fetch; all are listed when none is given")
             ->type_name("NAME");
         command->add_option("-o,--output", file, "Folder for the files")
@@ -207,7 +225,7 @@ private:
     void AddCalibration()
     {
         auto *command = Add("calibration", "Lens calibration of the device, checked",
-                            [this] { Calibration(common, file); });
+                            [this] { return Calibration(common, file); });
         command->add_option("-o,--output", file, "Write the calibration data to this file")
             ->type_name("FILE");
         AddDevice(command);
@@ -217,7 +235,7 @@ private:
     {
         grab.showProgress = isatty(STDERR_FILENO) != 0;
         auto *command = Add("grab", "Grab frames and write them to files",
-                            [this] { GrabFrames(common, assignments, grab); });
+                            [this] { return GrabFrames(common, assignments, grab); });
         command->add_option("-n,--frames", grab.frames, "How many frames")
             ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}).description(""))
             ->capture_default_str();
@@ -244,16 +262,13 @@ private:
         command->add_option("-t,--timeout", grab.timeoutMs, "Longest wait for a frame, ms")
             ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
             ->capture_default_str();
-        command
-            ->add_option("-s,--set", assignments,
-                         "Set a feature before; may be repeated, in the order that counts")
-            ->type_name("NAME=VALUE")
-            ->check(Assignment());
+        AddAssignments(command);
         AddDevice(command);
         command->footer(
-            "Writes frame-NNNNN.png (.tiff, .raw) and .json with all that is known of the frame; of points "
-            "also "
-            ".ply.\n\n"
+            "Writes frame-NNNNN.png (.tiff, .raw) and .json with all that is known of the frame, its chunks "
+            "included; of points also .ply. Images of several in one become frame-NNNNN-A, -B, ... Ctrl-C "
+            "ends "
+            "it in order.\n\n"
             "  gentlctl grab -d OVRA-M5 -n 10 -s PixelFormat=Mono12 -f tiff -o frames\n"
             "  gentlctl grab -d OVRA-D1 -n 1 -s ComponentSelector=Intensity -s ComponentEnable=true -o depth "
             "--view");
@@ -266,33 +281,57 @@ int Run(int argc, char **argv)
     try
     {
         line.app.parse(argc, argv);
-        return success;
+        return line.status;
     }
     catch (const CLI::ParseError &error)
     {
-        return line.app.exit(error) == 0 ? success : wrongUsage;
+        std::ostringstream help;
+        const int code = line.app.exit(error, help, std::cerr);
+        PrintText(help.str());
+        return code == 0 ? success : wrongUsage;
+    }
+}
+
+/// Runs a step; a failure is told.
+template <typename Step>
+int StatusOf(Step step)
+{
+    try
+    {
+        return step();
     }
     catch (const GenTL::internal::GenTLException &exception)
     {
-        fmt::print(stderr, "gentlctl: {} ({})\n", exception.what(), exception.Code());
+        Complain(fmt::format("{} ({})", exception.what(), exception.Code()));
     }
     catch (const std::exception &exception)
     {
-        fmt::print(stderr, "gentlctl: {}\n", exception.what());
+        Complain(exception.what());
     }
     return failed;
+}
+
+int Finish()
+{
+    FinishOutput();
+    return success;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    // What fails is told once, by the exception; the library code's log lines would repeat it on standard
-    // output, where the results go. A producer's own log is its own affair.
+    TakeStandardOutput();
+    // A file that grows too large is a failure like others, not the end of the program.
+    std::signal(SIGXFSZ, SIG_IGN);
+    // What fails is told once, by the exception; the library code's log lines would repeat it. A producer's
+    // own log is its own affair.
     spdlog::set_level(spdlog::level::off);
     try
     {
-        return Run(argc, argv);
+        const int status = StatusOf([&] { return Run(argc, argv); });
+        const int finished = StatusOf(Finish);
+        return status != success ? status : finished;
     }
     catch (const std::exception &)
     {

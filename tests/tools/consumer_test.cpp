@@ -1,0 +1,209 @@
+// The parts of the consumer over a lower producer that does what a test tells it to.
+
+#include "gentlctl/features.h"
+#include "gentlctl/grab.h"
+#include "gentlctl/interrupt.h"
+#include "gentlctl/producer.h"
+
+#include "support/lower_library.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace gentlctl
+{
+namespace
+{
+
+using GenTL::internal::LowerLibrary;
+
+/// A description with these nodes, of which the features are named.
+std::string Description(const std::string &nodes, const std::vector<std::string> &features)
+{
+    std::string listed;
+    for (const auto &feature : features)
+    {
+        listed += fmt::format("<pFeature>{}</pFeature>", feature);
+    }
+    return fmt::format("<RegisterDescription><Category Name=\"Root\">{}</Category>{}<Port Name=\"Device\"/>"
+                       "</RegisterDescription>",
+                       listed, nodes);
+}
+
+/// Features of the system, as a description of its own has them.
+class SystemFeatures
+{
+public:
+    explicit SystemFeatures(const std::string &description) { m_lower->systemXml = description; }
+
+    Features Open() { return Features(m_modules.PortOf("system")); }
+
+private:
+    LowerLibrary m_lower;
+    Producer m_producer{m_lower.Path()};
+    Modules m_modules{m_producer, ""};
+};
+
+TEST(LiteralFeatures, AreReadAsTheirValue)
+{
+    SystemFeatures system(Description(
+        "<Integer Name=\"Answer\"><Value>42</Value></Integer>"
+        "<Integer Name=\"Fixed\"><ImposedAccessMode>RO</ImposedAccessMode><Value>0x10</Value></Integer>"
+        "<Boolean Name=\"Yes\"><Value>true</Value></Boolean>"
+        "<Float Name=\"Third\"><Value>0.333333333333</Value></Float>"
+        "<Enumeration Name=\"Mode\"><EnumEntry Name=\"Off\"><Value>0</Value></EnumEntry>"
+        "<EnumEntry Name=\"On\"><Value>1</Value></EnumEntry><Value>1</Value></Enumeration>",
+        {"Answer", "Fixed", "Yes", "Third", "Mode"}));
+    EXPECT_EQ(
+        system.Open().Values({}),
+        (Json{{"Answer", 42}, {"Fixed", 16}, {"Yes", true}, {"Third", 0.333333333333}, {"Mode", "On"}}));
+}
+
+TEST(LiteralFeatures, TakeAnotherValue)
+{
+    SystemFeatures system(Description(
+        "<Integer Name=\"Answer\"><Value>42</Value></Integer>"
+        "<Integer Name=\"Fixed\"><ImposedAccessMode>RO</ImposedAccessMode><Value>0</Value></Integer>"
+        "<IntSwissKnife Name=\"Sum\"><pVariable Name=\"A\">Answer</pVariable><Formula>A+1</Formula>"
+        "</IntSwissKnife><Integer Name=\"Next\"><pValue>Sum</pValue></Integer>",
+        {"Answer", "Fixed", "Next"}));
+    const auto features = system.Open();
+    EXPECT_EQ(features.Get("Next"), 43);
+    features.Set("Answer", "-7");
+    EXPECT_EQ(features.Get("Answer"), -7);
+    EXPECT_EQ(features.Get("Next"), -6);
+    EXPECT_TRUE(features.IsReadOnly("Fixed"));
+}
+
+TEST(LiteralFeatures, DecideWhichEntriesThereAre)
+{
+    SystemFeatures system(Description(
+        "<Integer Name=\"False\"><Value>0</Value></Integer>"
+        "<Enumeration Name=\"Mode\"><EnumEntry Name=\"Off\"><Value>0</Value></EnumEntry>"
+        "<EnumEntry Name=\"On\"><pIsImplemented>False</pIsImplemented><Value>1</Value></EnumEntry>"
+        "<pValue>ModeRegister</pValue></Enumeration>"
+        "<IntReg Name=\"ModeRegister\"><Address>0x40</Address><Length>4</Length></IntReg>",
+        {"Mode"}));
+    const auto features = system.Open();
+    EXPECT_EQ(features.AvailableEntries("Mode"), std::vector<std::string>{"Off"});
+    features.Set("Mode", "Off");
+    EXPECT_THROW(features.Set("Mode", "On"), std::runtime_error);
+}
+
+TEST(FeatureValues, TellWhatCanBeTold)
+{
+    SystemFeatures system(Description(
+        "<Integer Name=\"Good\"><Value>1</Value></Integer>"
+        "<Integer Name=\"Empty\"><pValue>Missing</pValue></Integer>"
+        "<SwissKnife Name=\"Broken\"><pVariable Name=\"A\">Missing</pVariable><Formula>A</Formula>"
+        "</SwissKnife>"
+        "<Integer Name=\"Hidden\"><pIsAvailable>Broken</pIsAvailable><Value>1</Value></Integer>"
+        "<Integer Name=\"Off\"><pIsAvailable>No</pIsAvailable><Value>1</Value></Integer>"
+        "<Integer Name=\"No\"><Value>0</Value></Integer>",
+        {"Empty", "Hidden", "Off", "Good"}));
+    const auto values = system.Open().Values({});
+    EXPECT_EQ(values["Good"], 1);
+    EXPECT_TRUE(values["Empty"].contains("error")) << values;
+    EXPECT_TRUE(values["Hidden"].contains("error")) << values;
+    EXPECT_EQ(values["Off"], (Json{{"text", "not available now"}}));
+    EXPECT_TRUE(system.Open().Values({"Off"})["Off"].contains("error"));
+}
+
+TEST(ModulesAboveTheDevice, NeedNoDevice)
+{
+    LowerLibrary lower;
+    lower->devices.clear();
+    Producer producer(lower.Path());
+    Modules modules(producer, "");
+    EXPECT_FALSE(LoadDescription(*modules.PortOf("system")).empty());
+    EXPECT_NE(modules.Interface(), nullptr);
+    EXPECT_FALSE(LoadDescription(*modules.PortOf("interface")).empty());
+    EXPECT_THROW(modules.PortOf("remote"), std::runtime_error);
+}
+
+TEST(ModulesAboveTheDevice, LeaveItClosed)
+{
+    LowerLibrary lower;
+    Producer producer(lower.Path());
+    Modules modules(producer, "cam0");
+    modules.PortOf("system");
+    modules.PortOf("interface");
+    EXPECT_EQ(lower->CountOf("IFOpenDevice"), 0U);
+    modules.PortOf("stream");
+    EXPECT_EQ(lower->CountOf("IFOpenDevice"), 1U);
+}
+
+/// The device of the lower producer with the commands that a grab needs.
+const std::string camera = Description(
+    "<Integer Name=\"PayloadSize\"><Value>64</Value></Integer>"
+    "<Command "
+    "Name=\"AcquisitionStart\"><pValue>StartRegister</pValue><CommandValue>1</CommandValue></Command>"
+    "<Command Name=\"AcquisitionStop\"><pValue>StopRegister</pValue><CommandValue>1</CommandValue></Command>"
+    "<IntReg Name=\"StartRegister\"><Address>0x40</Address><Length>4</Length></IntReg>"
+    "<IntReg Name=\"StopRegister\"><Address>0x44</Address><Length>4</Length></IntReg>",
+    {"PayloadSize"});
+
+TEST(InterruptedGrab, EndsTheWaitAndStopsInOrder)
+{
+    LowerLibrary lower;
+    lower->deviceXml = camera;
+    const Interrupt interrupt;
+    {
+        Producer producer(lower.Path());
+        OpenDevice device(producer, "cam0");
+        const Features remote(device.PortOf("remote"));
+        lower->onCall = [](std::string_view function)
+        {
+            if (function == "EventGetData")
+            {
+                raise(SIGINT);
+            }
+        };
+        GrabOptions options;
+        options.timeoutMs = GENTL_INFINITE;
+        const auto report = Grab(producer, device, remote, options, interrupt);
+        EXPECT_EQ(report.delivered, 0U);
+        EXPECT_FALSE(report.failure);
+    }
+    EXPECT_EQ(interrupt.Signal(), SIGINT);
+    EXPECT_EQ(lower->CountOf("DSStopAcquisition"), 1U);
+    EXPECT_TRUE(lower->registers.contains(0x44)) << "AcquisitionStop";
+    EXPECT_EQ(lower->OpenHandles(), 0U);
+}
+
+TEST(InterruptedGrab, DoesNotBeginAfterTheSignal)
+{
+    LowerLibrary lower;
+    lower->deviceXml = camera;
+    Producer producer(lower.Path());
+    OpenDevice device(producer, "cam0");
+    const Features remote(device.PortOf("remote"));
+    const Interrupt interrupt;
+    raise(SIGTERM);
+    EXPECT_EQ(Grab(producer, device, remote, {}, interrupt).delivered, 0U);
+    EXPECT_EQ(interrupt.Signal(), SIGTERM);
+    EXPECT_EQ(lower->CountOf("EventGetData"), 0U);
+}
+
+TEST(FailedGrab, TellsWhyAndStops)
+{
+    LowerLibrary lower;
+    lower->deviceXml = camera;
+    Producer producer(lower.Path());
+    OpenDevice device(producer, "cam0");
+    const Features remote(device.PortOf("remote"));
+    const Interrupt interrupt;
+    lower->FailNext("EventGetData", GenTL::GC_ERR_IO);
+    const auto report = Grab(producer, device, remote, {}, interrupt);
+    EXPECT_TRUE(report.failure);
+    EXPECT_EQ(lower->CountOf("DSStopAcquisition"), 1U);
+}
+
+} // namespace
+} // namespace gentlctl
