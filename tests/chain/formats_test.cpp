@@ -3,6 +3,7 @@
 
 #include "chain/consumer.h"
 #include "chain/plain_pixels.h"
+#include "gentlctl/description.h"
 #include "nodemap/node_access.h"
 #include "support/environment_variable.h"
 

@@ -1,5 +1,6 @@
 // The parts of the consumer over a lower producer that does what a test tells it to.
 
+#include "gentlctl/description.h"
 #include "gentlctl/features.h"
 #include "gentlctl/grab.h"
 #include "gentlctl/interrupt.h"

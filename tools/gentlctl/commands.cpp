@@ -1,20 +1,19 @@
 #include "gentlctl/commands.h"
 
+#include "gentlctl/description.h"
 #include "gentlctl/features.h"
 #include "gentlctl/formats.h"
-#include "gentlctl/interrupt.h"
 #include "gentlctl/output.h"
 #include "gentlctl/output_files.h"
+#include "gentlctl/printing.h"
 #include "gentlctl/producer.h"
 
-#include "utils/gentl_exception.h"
 #include "vision/calibration_parameters.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <csignal>
 #include <exception>
 #include <stdexcept>
 
@@ -25,43 +24,6 @@ using namespace GenTL;
 
 namespace
 {
-
-// Exit statuses.
-constexpr int done = 0;
-constexpr int failed = 1;
-constexpr int killed = 128; ///< and the signal
-
-void PrintJson(const Json &json)
-{
-    Print("{}\n", json.dump(2));
-}
-
-/// A value as a person reads it: texts without quotes.
-std::string Readable(const Json &value)
-{
-    if (value.is_string())
-    {
-        return value.get<std::string>();
-    }
-    if (value.is_object() && value.contains("text"))
-    {
-        return fmt::format("- ({})", value["text"].get<std::string>());
-    }
-    return value.dump();
-}
-
-void PrintTable(const Json &values, const std::string &indent)
-{
-    size_t width = 0;
-    for (const auto &entry : values.items())
-    {
-        width = std::max(width, entry.key().size());
-    }
-    for (const auto &entry : values.items())
-    {
-        Print("{}{:<{}}  {}\n", indent, entry.key(), width, Readable(entry.value()));
-    }
-}
 
 Json ToJson(const DeviceEntry &device)
 {
@@ -85,46 +47,6 @@ Json ToJson(const InterfaceEntry &interface)
             {"displayName", interface.displayName},
             {"tlType", interface.tlType},
             {"devices", devices}};
-}
-
-/// Sets a feature; a failure says what was refused, and what the feature takes.
-void Apply(const Features &features, const std::string &name, const std::string &value)
-{
-    if (const auto why = features.WhyWithoutValue(name))
-    {
-        throw std::runtime_error(fmt::format("Cannot set {}: {}", name, *why));
-    }
-    if (features.IsReadOnly(name))
-    {
-        throw std::runtime_error(fmt::format("Cannot set {}: it is read only", name));
-    }
-    const auto refused = [&](const std::string &reason)
-    {
-        const auto allowed = features.Allowed(name);
-        return std::runtime_error(fmt::format("Cannot set {} to \"{}\": {}{}{}", name, value, reason,
-                                              allowed.empty() ? "" : "; ", allowed));
-    };
-    try
-    {
-        features.Set(name, value);
-    }
-    catch (const internal::GenTLException &exception)
-    {
-        throw refused(fmt::format("{} ({})", exception.what(), exception.Code()));
-    }
-    catch (const std::exception &exception)
-    {
-        throw refused(exception.what());
-    }
-}
-
-void Apply(const Features &features, const std::vector<std::string> &assignments)
-{
-    for (const auto &assignment : assignments)
-    {
-        const auto split = assignment.find('=');
-        Apply(features, assignment.substr(0, split), assignment.substr(split + 1));
-    }
 }
 
 /// Infos of a port and of its first description.
@@ -177,57 +99,6 @@ Json InfosOfDevice(internal::IGenTLProxy &calls, OpenDevice &device)
     };
 }
 
-/// Chunks of a frame by name: of those named, else of all.
-Json ChunksOf(Producer &producer, OpenDevice &device, const Features &remote,
-              const std::vector<std::string> &names)
-{
-    GrabOptions grab;
-    grab.frames = 1;
-    const Interrupt interrupt;
-    const auto report = Grab(producer, device, remote, grab, interrupt);
-    if (report.failure)
-    {
-        std::rethrow_exception(report.failure);
-    }
-    if (names.empty() && report.chunks.empty())
-    {
-        throw std::runtime_error("The frame has no chunks: switch them on with -s ChunkModeActive=true "
-                                 "-s ChunkSelector=NAME -s ChunkEnable=true");
-    }
-    auto values = names.empty() ? report.chunks : Json::object();
-    for (const auto &name : names)
-    {
-        values[name] = report.chunks.contains(name)
-                           ? report.chunks[name]
-                           : Json{{"error", fmt::format("The frame has no \"{}\"", name)}};
-    }
-    return values;
-}
-
-/// Prints values, and says what could not be told.
-int Tell(const Json &values, bool asJson)
-{
-    auto told = Json::object();
-    std::vector<std::string> failures;
-    for (const auto &entry : values.items())
-    {
-        if (entry.value().is_object() && entry.value().contains("error"))
-        {
-            failures.push_back(entry.value()["error"]);
-        }
-        else
-        {
-            told[entry.key()] = entry.value();
-        }
-    }
-    asJson ? PrintJson(values) : PrintTable(told, "");
-    for (const auto &failure : failures)
-    {
-        Complain(failure);
-    }
-    return failures.empty() ? done : failed;
-}
-
 } // namespace
 
 int List(const CommonOptions &options)
@@ -242,7 +113,7 @@ int List(const CommonOptions &options)
             json.push_back(ToJson(interface));
         }
         PrintJson(json);
-        return done;
+        return success;
     }
     for (const auto &interface : interfaces)
     {
@@ -255,7 +126,7 @@ int List(const CommonOptions &options)
                   reason);
         }
     }
-    return done;
+    return success;
 }
 
 int Info(const CommonOptions &options)
@@ -263,7 +134,7 @@ int Info(const CommonOptions &options)
     Producer producer(options.producer);
     Modules modules(producer, options.device);
     auto infos = InfosAboveDevice(producer, modules);
-    int status = done;
+    int status = success;
     try
     {
         infos.update(InfosOfDevice(producer.Calls(), modules.Device()));
@@ -271,7 +142,7 @@ int Info(const CommonOptions &options)
     catch (const std::exception &exception)
     {
         Complain(exception.what());
-        status = options.device.empty() ? done : failed;
+        status = options.device.empty() ? success : failed;
     }
     if (options.json)
     {
@@ -302,27 +173,7 @@ int Xml(const CommonOptions &options, const std::string &module, const std::stri
     {
         WriteBytes(file, text.data(), text.size());
     }
-    return done;
-}
-
-int Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names,
-        const std::vector<std::string> &assignments)
-{
-    const bool ofFrame = module == "frame";
-    Producer producer(options.producer);
-    Modules modules(producer, options.device);
-    const Features features(modules.PortOf(ofFrame ? "remote" : module));
-    Apply(features, assignments);
-    return Tell(ofFrame ? ChunksOf(producer, modules.Device(), features, names) : features.Values(names),
-                options.json);
-}
-
-int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)
-{
-    Producer producer(options.producer);
-    Modules modules(producer, options.device);
-    Apply(Features(modules.PortOf(module)), assignments);
-    return done;
+    return success;
 }
 
 int Formats(const CommonOptions &options)
@@ -364,7 +215,7 @@ int Formats(const CommonOptions &options)
         }
         json.update(depth);
         PrintJson(json);
-        return done;
+        return success;
     }
     Print("{} sends: {}\n\n{:<32}  {:<24}  {}\n", id, fmt::join(sent, " "), "application may choose",
           "device sends", "the producer");
@@ -381,7 +232,7 @@ int Formats(const CommonOptions &options)
               decisive.key(), decisive.value()["is"].get<std::string>(),
               fmt::join(decisive.value()["canBe"].get<std::vector<std::string>>(), ", "));
     }
-    return done;
+    return success;
 }
 
 namespace
@@ -440,10 +291,10 @@ int Files(const CommonOptions &options, const std::vector<std::string> &names, c
     if (result.empty() && !options.json)
     {
         Print("The device has no files.\n");
-        return done;
+        return success;
     }
     options.json ? PrintJson(result) : PrintTable(result, "");
-    return done;
+    return success;
 }
 
 int Calibration(const CommonOptions &options, const std::string &file)
@@ -465,87 +316,7 @@ int Calibration(const CommonOptions &options, const std::string &file)
         WriteBytes(file, content.data(), content.size());
     }
     options.json ? PrintJson(result) : PrintTable(result, "");
-    return done;
-}
-
-namespace
-{
-
-void TellReport(const GrabReport &report, const std::string &device, const std::string &folder, bool asJson)
-{
-    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
-    if (asJson)
-    {
-        return PrintJson({{"device", device},
-                          {"delivered", report.delivered},
-                          {"incomplete", report.incomplete},
-                          {"lost", report.lost},
-                          {"written", report.written},
-                          {"notWritten", report.unwritten},
-                          {"framesPerSecond", rate},
-                          {"files", report.files},
-                          {"chunks", report.chunks}});
-    }
-    Print("{}: {} frame{}, {} incomplete, {} lost{}\n", device, report.delivered,
-          report.delivered == 1 ? "" : "s", report.incomplete, report.lost,
-          rate > 0 ? fmt::format(", {:.1f} frames/s", rate) : "");
-    if (!folder.empty())
-    {
-        Print("Written to {}\n", folder);
-    }
-}
-
-/// What of a report is no success, for standard error.
-void TellWhatIsMissing(const GrabReport &report, uint64_t frames, int signal)
-{
-    if (signal != 0)
-    {
-        Complain(fmt::format("Ended by {}, {} of {} frames came", signal == SIGINT ? "SIGINT" : "SIGTERM",
-                             std::min(report.delivered, frames), frames));
-    }
-    if (report.unwritten != 0)
-    {
-        Complain(fmt::format("{} frame{} came and {} not written{}", report.unwritten,
-                             report.unwritten == 1 ? "" : "s", report.unwritten == 1 ? "was" : "were",
-                             report.failure ? "" : ": the disk did not keep up"));
-    }
-}
-
-} // namespace
-
-int GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
-               const GrabOptions &grab)
-{
-    if (!grab.folder.empty())
-    {
-        MakeFolder(grab.folder);
-    }
-    const Interrupt interrupt;
-    Producer producer(options.producer);
-    OpenDevice device(producer, options.device);
-    const Features remote(device.PortOf("remote"));
-    Apply(remote, assignments);
-    const auto report = Grab(producer, device, remote, grab, interrupt);
-    const int signal = interrupt.Signal();
-    if (report.delivered != 0 || signal != 0)
-    {
-        TellReport(report, device.Entry().id, grab.folder.string(), options.json);
-        TellWhatIsMissing(report, grab.frames, signal);
-    }
-    if (report.failure)
-    {
-        std::rethrow_exception(report.failure);
-    }
-    if (signal != 0)
-    {
-        return killed + signal;
-    }
-    if (report.incomplete == report.delivered)
-    {
-        throw std::runtime_error("No frame is complete, so there is no picture. PROXY_TL_LOG_LEVEL=error in "
-                                 "the environment makes the proxy producer tell why");
-    }
-    return done;
+    return success;
 }
 
 } // namespace gentlctl

@@ -16,6 +16,12 @@ struct CommonOptions
     bool json = false;
 };
 
+// Exit statuses.
+constexpr int success = 0;
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+constexpr int killed = 128; ///< and the number of the signal
+
 // Each command returns the exit status, and throws what keeps it from answering at all.
 
 /// Lists interfaces and devices with their access status, and why a device cannot be opened.

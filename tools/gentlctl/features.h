@@ -21,10 +21,6 @@ struct NodeInfo;
 namespace gentlctl
 {
 
-/// The GenICam description behind a port, unzipped.
-/// @throws std::runtime_error no description, or one behind a URL that is neither local nor a file
-std::string LoadDescription(Port &port);
-
 /// The features of a port by name, through the project's own description reader.
 ///
 /// Reads and writes go through the port as any consumer's do. Features whose value is a formula can be

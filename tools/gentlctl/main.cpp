@@ -24,10 +24,6 @@ namespace
 
 using namespace gentlctl;
 
-constexpr int success = 0;
-constexpr int failed = 1;
-constexpr int wrongUsage = 2;
-
 const std::vector<std::string> modules{"system", "interface", "device", "remote", "stream"};
 const std::vector<std::string> readModules{"system", "interface", "device", "remote", "stream", "frame"};
 

@@ -1,0 +1,92 @@
+#include "gentlctl/assignments.h"
+#include "gentlctl/commands.h"
+#include "gentlctl/features.h"
+#include "gentlctl/interrupt.h"
+#include "gentlctl/output.h"
+#include "gentlctl/printing.h"
+#include "gentlctl/producer.h"
+
+#include <fmt/format.h>
+
+#include <exception>
+#include <stdexcept>
+
+namespace gentlctl
+{
+namespace
+{
+
+/// Chunks of a frame by name: of those named, else of all.
+Json ChunksOf(Producer &producer, OpenDevice &device, const Features &remote,
+              const std::vector<std::string> &names)
+{
+    GrabOptions grab;
+    grab.frames = 1;
+    const Interrupt interrupt;
+    const auto report = Grab(producer, device, remote, grab, interrupt);
+    if (report.failure)
+    {
+        std::rethrow_exception(report.failure);
+    }
+    if (names.empty() && report.chunks.empty())
+    {
+        throw std::runtime_error("The frame has no chunks: switch them on with -s ChunkModeActive=true "
+                                 "-s ChunkSelector=NAME -s ChunkEnable=true");
+    }
+    auto values = names.empty() ? report.chunks : Json::object();
+    for (const auto &name : names)
+    {
+        values[name] = report.chunks.contains(name)
+                           ? report.chunks[name]
+                           : Json{{"error", fmt::format("The frame has no \"{}\"", name)}};
+    }
+    return values;
+}
+
+/// Prints values, and says what could not be told.
+int Tell(const Json &values, bool asJson)
+{
+    auto told = Json::object();
+    std::vector<std::string> failures;
+    for (const auto &entry : values.items())
+    {
+        if (entry.value().is_object() && entry.value().contains("error"))
+        {
+            failures.push_back(entry.value()["error"]);
+        }
+        else
+        {
+            told[entry.key()] = entry.value();
+        }
+    }
+    asJson ? PrintJson(values) : PrintTable(told, "");
+    for (const auto &failure : failures)
+    {
+        Complain(failure);
+    }
+    return failures.empty() ? success : failed;
+}
+
+} // namespace
+
+int Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names,
+        const std::vector<std::string> &assignments)
+{
+    const bool ofFrame = module == "frame";
+    Producer producer(options.producer);
+    Modules modules(producer, options.device);
+    const Features features(modules.PortOf(ofFrame ? "remote" : module));
+    Apply(features, assignments);
+    return Tell(ofFrame ? ChunksOf(producer, modules.Device(), features, names) : features.Values(names),
+                options.json);
+}
+
+int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)
+{
+    Producer producer(options.producer);
+    Modules modules(producer, options.device);
+    Apply(Features(modules.PortOf(module)), assignments);
+    return success;
+}
+
+} // namespace gentlctl
