@@ -16,14 +16,9 @@ namespace gentlctl
 namespace
 {
 
-/// Chunks of a frame by name: of those named, else of all.
-Json ChunksOf(Producer &producer, OpenDevice &device, const Features &remote,
-              const std::vector<std::string> &names)
+/// Values of the chunks of a frame by name: of those named, else of all.
+Json ChunksOf(const GrabReport &report, const std::vector<std::string> &names)
 {
-    GrabOptions grab;
-    grab.frames = 1;
-    const Interrupt interrupt;
-    const auto report = Grab(producer, device, remote, grab, interrupt);
     if (report.failure)
     {
         std::rethrow_exception(report.failure);
@@ -52,7 +47,9 @@ int Tell(const Json &values, bool asJson)
     {
         if (entry.value().is_object() && entry.value().contains("error"))
         {
-            failures.push_back(entry.value()["error"]);
+            const std::string text = entry.value()["error"];
+            const bool isNamed = text.find(entry.key()) != std::string::npos;
+            failures.push_back(isNamed ? text : fmt::format("{}: {}", entry.key(), text));
         }
         else
         {
@@ -67,6 +64,18 @@ int Tell(const Json &values, bool asJson)
     return failures.empty() ? success : failed;
 }
 
+/// Grabs a frame and prints its chunks.
+int TellOfFrame(Producer &producer, OpenDevice &device, const Features &remote,
+                const std::vector<std::string> &names, bool asJson)
+{
+    GrabOptions grab;
+    grab.frames = 1;
+    const Interrupt interrupt;
+    const auto report = Grab(producer, device, remote, grab, interrupt);
+    const int signal = interrupt.Signal();
+    return signal != 0 ? killed + signal : Tell(ChunksOf(report, names), asJson);
+}
+
 } // namespace
 
 int Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names,
@@ -77,8 +86,8 @@ int Get(const CommonOptions &options, const std::string &module, const std::vect
     Modules modules(producer, options.device);
     const Features features(modules.PortOf(ofFrame ? "remote" : module));
     Apply(features, assignments);
-    return Tell(ofFrame ? ChunksOf(producer, modules.Device(), features, names) : features.Values(names),
-                options.json);
+    return ofFrame ? TellOfFrame(producer, modules.Device(), features, names, options.json)
+                   : Tell(features.Values(names), options.json);
 }
 
 int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)
