@@ -64,23 +64,6 @@ HWY_INLINE Pairs<D> LoadPairs(D d, const YuvLine &line, size_t pair)
             line.isVFirst ? one : other};
 }
 
-/// @param first luminances, as `second`, times 2^20
-/// @param colour what it adds to them
-/// @return the samples of both, next to each other
-template <class V>
-HWY_INLINE auto SamplesOf(V first, V second, V colour)
-{
-    const hn::Rebind<uint8_t, hn::DFromV<V>> bytes;
-    const hn::Rebind<uint16_t, hn::DFromV<V>> words;
-    const auto sample = [&](V luminance) HWY_ATTR
-    {
-        const auto sum = hn::ShiftRight<fractionBits>(hn::Add(luminance, colour));
-        return hn::PromoteTo(words, hn::DemoteTo(bytes, sum));
-    };
-    const auto both = hn::Or(sample(first), hn::ShiftLeft<8>(sample(second)));
-    return hn::BitCast(hn::Repartition<uint8_t, decltype(words)>(), both);
-}
-
 template <class D>
 HWY_INLINE void PairsToRgb(D d, const YuvLine &line, size_t pair, uint8_t *rgb)
 {
@@ -100,10 +83,20 @@ HWY_INLINE void PairsToRgb(D d, const YuvLine &line, size_t pair, uint8_t *rgb)
     const auto red = hn::Add(half, times(v, 1.596));
     const auto green = hn::Sub(hn::Sub(half, times(v, 0.813)), times(u, 0.391));
     const auto blue = hn::Add(half, times(u, 2.018));
-    const hn::Repartition<uint8_t, hn::Rebind<uint16_t, D>> bytes;
-    constexpr size_t pairBytes = 6;
-    hn::StoreInterleaved3(SamplesOf(first, second, red), SamplesOf(first, second, green),
-                          SamplesOf(first, second, blue), bytes, rgb + pairBytes * pair);
+
+    // The six samples of a pair are three words.
+    const auto sample = [&](hn::Vec<D> of, hn::Vec<D> colour) HWY_ATTR
+    {
+        const auto sum = hn::ShiftRight<fractionBits>(hn::Add(of, colour));
+        return hn::Min(hn::Max(sum, hn::Zero(d)), hn::Set(d, UINT8_MAX));
+    };
+    const hn::Rebind<uint16_t, D> words;
+    const auto word = [&](hn::Vec<D> low, hn::Vec<D> high) HWY_ATTR
+    { return hn::DemoteTo(words, hn::Or(low, hn::ShiftLeft<8>(high))); };
+    hn::StoreInterleaved3(word(sample(first, red), sample(first, green)),
+                          word(sample(first, blue), sample(second, red)),
+                          word(sample(second, green), sample(second, blue)), words,
+                          reinterpret_cast<uint16_t *>(rgb) + 3 * pair);
 }
 
 void YuvLineToRgbHere(const YuvLine &line, uint32_t pairs, uint8_t *rgb)
