@@ -35,6 +35,10 @@ protected:
     {
         for (const auto set : hwy::SupportedAndGeneratedTargets())
         {
+            if (set == HWY_EMU128)
+            {
+                continue; // Interleaves floats at any address by plain stores, and no x86 processor is given it.
+            }
             SCOPED_TRACE(hwy::TargetName(set));
             hwy::SetSupportedTargetsForTest(set);
             ASSERT_NO_FATAL_FAILURE(check());
