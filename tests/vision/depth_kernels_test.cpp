@@ -37,7 +37,8 @@ protected:
         {
             if (set == HWY_EMU128)
             {
-                continue; // Interleaves floats at any address by plain stores, and no x86 processor is given it.
+                continue; // Interleaves floats at any address by plain stores, and no x86 processor is given
+                          // it.
             }
             SCOPED_TRACE(hwy::TargetName(set));
             hwy::SetSupportedTargetsForTest(set);
