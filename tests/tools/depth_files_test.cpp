@@ -4,13 +4,16 @@
 
 #include <gtest/gtest.h>
 #include <opencv2/imgcodecs.hpp>
+#include <opencv2/imgproc.hpp>
 #include <unistd.h>
 
-#include <cmath>
+#include <algorithm>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <limits>
+#include <numeric>
 #include <vector>
 
 namespace gentlctl
@@ -83,15 +86,44 @@ TEST_F(DepthFiles, HoldNoIntensityOfAnotherSize)
 
 TEST_F(DepthFiles, ColourNearRedAndFarBlueAndLeaveInvalidPixelsBlack)
 {
-    const cv::Mat depth = (cv::Mat_<uint16_t>(1, 3) << 0, 1000, 2000);
-    const auto picture = ColourDepth(depth);
-    EXPECT_EQ(picture.type(), CV_8UC3);
-    EXPECT_GT(picture.cols, 3);
-    EXPECT_EQ(picture.at<cv::Vec3b>(0, 0), cv::Vec3b(0, 0, 0));
-    const auto near = picture.at<cv::Vec3b>(0, 1);
-    const auto far = picture.at<cv::Vec3b>(0, 2);
-    EXPECT_GT(near[2], near[0]);
-    EXPECT_GT(far[0], far[2]);
+    const auto infinity = std::numeric_limits<float>::infinity();
+    const auto picture = ColourDepth({6, 1, 1, {0, 1000, 2000, nan, infinity, 3000}});
+    EXPECT_EQ(picture.channels, 3U);
+    EXPECT_GT(picture.width, 6U);
+    const auto colour = [&](size_t x) {
+        return Colour{picture.At(x, 0)[0], picture.At(x, 0)[1], picture.At(x, 0)[2]};
+    };
+    for (const size_t invalid : {0U, 3U, 4U})
+    {
+        EXPECT_EQ(colour(invalid), (Colour{0, 0, 0})) << invalid;
+    }
+    const auto [nearRed, nearGreen, nearBlue] = colour(1);
+    const auto [middleRed, middleGreen, middleBlue] = colour(2);
+    const auto [farRed, farGreen, farBlue] = colour(5);
+    EXPECT_GT(nearRed, 4 * std::max(nearGreen, nearBlue));
+    EXPECT_GT(middleGreen, std::max(middleRed, middleBlue));
+    EXPECT_GT(farBlue, 2 * std::max(farRed, farGreen));
+}
+
+TEST(ColourOfDepth, IsCloseToTheColourMap)
+{
+    cv::Mat levels(1, 256, CV_8U);
+    std::iota(levels.begin<uint8_t>(), levels.end<uint8_t>(), uint8_t{0});
+    cv::Mat map;
+    cv::applyColorMap(levels, map, cv::COLORMAP_TURBO);
+    // By so much the published polynomials differ from the map between these levels.
+    constexpr int approximation = 21;
+    // Level 238 is the colour of the least depth, level 22 that of the largest.
+    for (int level = 22; level <= 238; ++level)
+    {
+        const auto expected = map.at<cv::Vec3b>(0, level); // blue first
+        const auto colour = ColourOf(static_cast<float>(238 - level), 0, 238 - 22);
+        for (int i = 0; i < 3; ++i)
+        {
+            EXPECT_NEAR(colour.at(static_cast<size_t>(i)), expected[2 - i], approximation)
+                << level << " " << i;
+        }
+    }
 }
 
 TEST_F(DepthFiles, KeepTheValuesOfDepthInTiff)

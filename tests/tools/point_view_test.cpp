@@ -1,12 +1,15 @@
 #include "gentlctl/point_view.h"
 
 #include "common/pixel_format.h"
+#include "rasters.h"
 
+#include <Eigen/Geometry>
 #include <gtest/gtest.h>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -64,8 +67,22 @@ Viewpoint Turned(double degreesToTheRight)
     viewpoint.centre = {0, 0, 1000};
     viewpoint.distance = 1000;
     const double angle = degreesToTheRight * CV_PI / 180;
-    viewpoint.rotation = {std::cos(angle), 0, std::sin(angle), 0, 1, 0, -std::sin(angle), 0, std::cos(angle)};
+    viewpoint.rotation << std::cos(angle), 0, std::sin(angle), 0, 1, 0, -std::sin(angle), 0, std::cos(angle);
     return viewpoint;
+}
+
+/// A view in the type of another library.
+struct Rendered
+{
+    cv::Mat distance;
+    cv::Mat depth;
+    cv::Mat brightness;
+};
+
+Rendered Render(const cv::Mat &points, const cv::Mat &intensity, const Viewpoint &viewpoint)
+{
+    const auto view = RenderPoints(AsRaster<float>(points), AsRaster<uint8_t>(intensity), viewpoint);
+    return {AsMat(view.distance), AsMat(view.depth), AsMat(view.brightness)};
 }
 
 cv::Mat Single(const cv::Vec3f &point)
@@ -73,7 +90,7 @@ cv::Mat Single(const cv::Vec3f &point)
     return {1, 1, CV_32FC3, cv::Scalar(point[0], point[1], point[2])};
 }
 
-cv::Point PixelOf(const PointView &view)
+cv::Point PixelOf(const Rendered &view)
 {
     cv::Point pixel(-1, -1);
     double largest = 0;
@@ -85,9 +102,9 @@ cv::Point PixelOf(const PointView &view)
 TEST(PointViewOfSinglePoints, ShowsEachAtItsPixel)
 {
     const auto viewpoint = AtTheCamera();
-    EXPECT_EQ(PixelOf(RenderPoints(Single({0, 0, 500}), {}, viewpoint)), cv::Point(200, 150));
-    EXPECT_EQ(PixelOf(RenderPoints(Single({100, -50, 1000}), {}, viewpoint)), cv::Point(240, 130));
-    const auto view = RenderPoints(Single({-100, 50, 400}), {}, viewpoint);
+    EXPECT_EQ(PixelOf(Render(Single({0, 0, 500}), {}, viewpoint)), cv::Point(200, 150));
+    EXPECT_EQ(PixelOf(Render(Single({100, -50, 1000}), {}, viewpoint)), cv::Point(240, 130));
+    const auto view = Render(Single({-100, 50, 400}), {}, viewpoint);
     EXPECT_EQ(PixelOf(view), cv::Point(100, 200));
     EXPECT_FLOAT_EQ(view.distance.at<float>(200, 100), 400);
     EXPECT_EQ(view.depth.at<float>(200, 100), 400);
@@ -98,17 +115,16 @@ TEST(PointViewOfSinglePoints, ShowsNoneThatHasNoCoordinates)
     for (const auto &point : {cv::Vec3f(nan, nan, 0), cv::Vec3f(0, 0, 0), cv::Vec3f(1, 1, nan),
                               cv::Vec3f(nan, 1, 500), cv::Vec3f(1, nan, 500)})
     {
-        EXPECT_EQ(cv::countNonZero(RenderPoints(Single(point), {}, AtTheCamera()).distance), 0)
-            << cv::Mat(point);
+        EXPECT_EQ(cv::countNonZero(Render(Single(point), {}, AtTheCamera()).distance), 0) << cv::Mat(point);
     }
-    EXPECT_EQ(cv::countNonZero(RenderPoints(Single({1, 1, 500}), {}, AtTheCamera()).distance), 1);
+    EXPECT_EQ(cv::countNonZero(Render(Single({1, 1, 500}), {}, AtTheCamera()).distance), 1);
 }
 
 TEST(PointViewOfSinglePoints, ShowsNoneOutsideThePictureOrBehindTheViewpoint)
 {
     for (const auto &point : {cv::Vec3f(600, 0, 1000), cv::Vec3f(0, -600, 1000), cv::Vec3f(0, 0, -1000)})
     {
-        EXPECT_EQ(cv::countNonZero(RenderPoints(Single(point), {}, AtTheCamera()).distance), 0);
+        EXPECT_EQ(cv::countNonZero(Render(Single(point), {}, AtTheCamera()).distance), 0);
     }
 }
 
@@ -116,9 +132,9 @@ TEST(PointViewOfSinglePoints, TurnsThemAroundTheCentre)
 {
     // From the right, what is behind the centre goes to the right, and what is before it to the left.
     const auto viewpoint = Turned(90);
-    EXPECT_EQ(PixelOf(RenderPoints(Single({0, 0, 1000}), {}, viewpoint)), cv::Point(200, 150));
-    EXPECT_EQ(PixelOf(RenderPoints(Single({0, 0, 1250}), {}, viewpoint)), cv::Point(300, 150));
-    const auto view = RenderPoints(Single({200, 100, 800}), {}, viewpoint);
+    EXPECT_EQ(PixelOf(Render(Single({0, 0, 1000}), {}, viewpoint)), cv::Point(200, 150));
+    EXPECT_EQ(PixelOf(Render(Single({0, 0, 1250}), {}, viewpoint)), cv::Point(300, 150));
+    const auto view = Render(Single({200, 100, 800}), {}, viewpoint);
     EXPECT_EQ(PixelOf(view), cv::Point(100, 200));
     EXPECT_NEAR(view.distance.at<float>(200, 100), 800, 1e-3);
 }
@@ -126,7 +142,7 @@ TEST(PointViewOfSinglePoints, TurnsThemAroundTheCentre)
 TEST(PointViewOfAPlane, FillsThePixelsBetweenItsPoints)
 {
     const auto plane = Grid([](double, double) { return 1000; });
-    const auto view = RenderPoints(plane, {}, AtTheCamera());
+    const auto view = Render(plane, {}, AtTheCamera());
     EXPECT_EQ(cv::countNonZero(view.distance), 401 * 301);
     cv::Mat exact;
     cv::absdiff(view.depth, 1000, exact);
@@ -137,7 +153,7 @@ TEST(PointViewOfAPlane, IsWhereItIsSeenFromTheSide)
 {
     const auto plane = Grid([](double x, double) { return x >= 0 ? 1000.0 : 0.0; });
     const auto viewpoint = Turned(45);
-    const auto view = RenderPoints(plane, {}, viewpoint);
+    const auto view = Render(plane, {}, viewpoint);
     // Turned, the plane's point (x, y, 1000) is (x cos, y, 1000 - x sin): column 400 x cos / (1000 - x sin).
     const double half = std::sqrt(0.5);
     const double right = 200 + 400 * 500 * half / (1000 - 500 * half);
@@ -155,7 +171,7 @@ TEST(PointViewOfAPlane, IsWhereItIsSeenFromTheSide)
 TEST(PointViewOfAPlane, HasAHoleWherePointsHaveNoDepth)
 {
     const auto plane = Grid([](double x, double) { return std::abs(x) < 0.13 ? 0.0 : 1000.0; });
-    const auto view = RenderPoints(plane, {}, AtTheCamera());
+    const auto view = Render(plane, {}, AtTheCamera());
     // The columns of x = -0.15 and 0.15 are the last ones that have points.
     EXPECT_NE(view.distance.at<float>(150, 140), 0);
     EXPECT_EQ(view.distance.at<float>(150, 141), 0);
@@ -166,7 +182,7 @@ TEST(PointViewOfAPlane, HasAHoleWherePointsHaveNoDepth)
 TEST(PointViewOfAStep, HasNoSurfaceBetweenItsSides)
 {
     const auto step = Grid([](double x, double) { return x < 0 ? 600.0 : 1200.0; });
-    const auto view = RenderPoints(step, {}, AtTheCamera());
+    const auto view = Render(step, {}, AtTheCamera());
     EXPECT_EQ(view.depth.at<float>(150, 100), 600);
     EXPECT_EQ(view.depth.at<float>(150, 300), 1200);
     // Between the last column of the one and the first of the other.
@@ -179,14 +195,17 @@ TEST(PointViewOfAStep, HidesWhatIsBehindIt)
     const auto scene =
         Grid([](double x, double y) { return std::abs(x) < 0.14 && std::abs(y) < 0.14 ? 700.0 : 1300.0; });
     const auto viewpoint = Turned(30);
-    const auto pixel = [&](const cv::Vec3d &point)
-    { return cv::Point(viewpoint.Project(viewpoint.Turn(point))); };
+    const auto pixel = [&](const Eigen::Vector3d &point)
+    {
+        const auto seen = viewpoint.Project(viewpoint.Turn(point));
+        return cv::Point(cv::Point2d(seen.x(), seen.y()));
+    };
     const auto plate = pixel({0, 0, 700});
     // The wall is seen there, too: without the plate it is in the same pixel.
     const auto wall = Grid([](double, double) { return 1300.0; });
-    const auto nothingBefore = RenderPoints(wall, {}, viewpoint);
+    const auto nothingBefore = Render(wall, {}, viewpoint);
     ASSERT_NEAR(nothingBefore.depth.at<float>(plate), 1300, 0.01);
-    const auto view = RenderPoints(scene, {}, viewpoint);
+    const auto view = Render(scene, {}, viewpoint);
     EXPECT_NEAR(view.depth.at<float>(plate), 700, 0.01);
     EXPECT_LT(view.distance.at<float>(plate), nothingBefore.distance.at<float>(plate));
     // And where the camera saw the plate before the wall, there is a hole in the wall.
@@ -195,7 +214,7 @@ TEST(PointViewOfAStep, HidesWhatIsBehindIt)
     // The order of the points does not matter.
     cv::Mat reversed;
     cv::flip(scene, reversed, -1);
-    EXPECT_NEAR(RenderPoints(reversed, {}, viewpoint).depth.at<float>(plate), 700, 0.01);
+    EXPECT_NEAR(Render(reversed, {}, viewpoint).depth.at<float>(plate), 700, 0.01);
 }
 
 TEST(PointViewWithLight, IsDarkerWhereTheIntensityIs)
@@ -203,7 +222,7 @@ TEST(PointViewWithLight, IsDarkerWhereTheIntensityIs)
     const auto plane = Grid([](double, double) { return 1000; });
     cv::Mat intensity(height, width, CV_8UC1, cv::Scalar(200));
     intensity.colRange(0, width / 2).setTo(20);
-    const auto view = RenderPoints(plane, intensity, AtTheCamera());
+    const auto view = Render(plane, intensity, AtTheCamera());
     EXPECT_GT(view.brightness.at<float>(150, 300), 1.5 * view.brightness.at<float>(150, 100));
     double brightest = 0;
     cv::minMaxLoc(view.brightness, nullptr, &brightest);
@@ -214,7 +233,7 @@ TEST(PointViewWithLight, IsDarkerWhereTheSurfaceTurnsAway)
 {
     // A roof whose ridge runs down the middle; the light comes from the upper left.
     const auto roof = Grid([](double x, double) { return 1000 / (1 - std::abs(x)); });
-    const auto view = RenderPoints(roof, {}, AtTheCamera());
+    const auto view = Render(roof, {}, AtTheCamera());
     EXPECT_GT(view.brightness.at<float>(150, 100), view.brightness.at<float>(150, 300) + 0.05);
 }
 
@@ -223,22 +242,20 @@ TEST(PointViewpoint, HasAllPointsInSight)
     const auto scene = Grid([](double x, double y) { return x * x + y * y < 0.04 ? 500.0 : 900 + 400 * x; });
     for (const auto &angles : {ViewAngles{0, 0}, ViewAngles{30, 20}, ViewAngles{-80, 0}, ViewAngles{10, -80}})
     {
-        const cv::Size size(320, 200);
-        const auto viewpoint = LookAt(scene, angles, size);
-        cv::Rect2d seen;
+        constexpr PictureSize size{320, 200};
+        const auto viewpoint = LookAt(AsRaster<float>(scene), angles, size);
+        Eigen::AlignedBox2d seen;
         for (int i = 0; i < width * height; ++i)
         {
-            const auto turned = viewpoint.Turn(scene.at<cv::Vec3f>(i / width, i % width));
-            ASSERT_GT(turned[2], 0);
-            const cv::Rect2d pixel(viewpoint.Project(turned), cv::Size2d(1e-6, 1e-6));
-            seen = i == 0 ? pixel : seen | pixel;
+            const auto turned =
+                viewpoint.Turn(Eigen::Vector3f(scene.ptr<float>(i / width, i % width)).cast<double>());
+            ASSERT_GT(turned.z(), 0);
+            seen.extend(viewpoint.Project(turned));
         }
-        EXPECT_GE(seen.x, 0);
-        EXPECT_GE(seen.y, 0);
-        EXPECT_LE(seen.br().x, size.width);
-        EXPECT_LE(seen.br().y, size.height);
+        EXPECT_TRUE(Eigen::AlignedBox2d(Eigen::Vector2d(0, 0), Eigen::Vector2d(size.width, size.height))
+                        .contains(seen));
         // They fill it, in one direction at least.
-        EXPECT_GT(std::max(seen.width / size.width, seen.height / size.height), 0.8);
+        EXPECT_GT(std::max(seen.sizes().x() / size.width, seen.sizes().y() / size.height), 0.8);
     }
 }
 
@@ -246,23 +263,24 @@ TEST(PointViewpoint, LooksFromTheRightAndFromAbove)
 {
     // A near point before a wall goes to the left when seen from the right, and down when seen from above.
     const auto scene = Grid([](double x, double y) { return x == 0 && y == 0 ? 500.0 : 1000.0; });
-    const auto nearPoint = [&](const ViewAngles &angles)
+    const auto nearPoint = [&](const ViewAngles &angles) -> Eigen::Vector2d
     {
-        const auto viewpoint = LookAt(scene, angles, {400, 300});
+        const auto viewpoint = LookAt(AsRaster<float>(scene), angles, {400, 300});
         return viewpoint.Project(viewpoint.Turn({0, 0, 500})) -
                viewpoint.Project(viewpoint.Turn({0, 0, 1000}));
     };
-    EXPECT_LT(nearPoint({30, 0}).x, -10);
-    EXPECT_GT(nearPoint({-30, 0}).x, 10);
-    EXPECT_GT(nearPoint({0, 30}).y, 10);
-    EXPECT_LT(nearPoint({0, -30}).y, -10);
+    EXPECT_LT(nearPoint({30, 0}).x(), -10);
+    EXPECT_GT(nearPoint({-30, 0}).x(), 10);
+    EXPECT_GT(nearPoint({0, 30}).y(), 10);
+    EXPECT_LT(nearPoint({0, -30}).y(), -10);
 }
 
 TEST(PointViewpoint, NeedsAPoint)
 {
     const auto nothing = Grid([](double, double) { return 0; });
-    EXPECT_THROW(LookAt(nothing, {}, {400, 300}), std::runtime_error);
-    EXPECT_EQ(PixelOf(RenderPoints(Single({3, 4, 500}), {}, LookAt(Single({3, 4, 500}), {}, {400, 300}))),
+    EXPECT_THROW(LookAt(AsRaster<float>(nothing), {}, {400, 300}), std::runtime_error);
+    EXPECT_EQ(PixelOf(Render(Single({3, 4, 500}), {},
+                             LookAt(AsRaster<float>(Single({3, 4, 500})), {}, {400, 300}))),
               cv::Point(200, 150));
 }
 

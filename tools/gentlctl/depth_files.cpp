@@ -1,15 +1,20 @@
 #include "gentlctl/depth_files.h"
 
+#include "gentlctl/drawing.h"
 #include "gentlctl/output_files.h"
 #include "gentlctl/point_view.h"
 
 #include "common/pixel_format.h"
 
+#include <Eigen/Core>
 #include <fmt/format.h>
-#include <opencv2/imgproc.hpp>
 
+#include <algorithm>
+#include <array>
 #include <bit>
+#include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace gentlctl
 {
@@ -21,9 +26,35 @@ namespace
 
 static_assert(std::endian::native == std::endian::little, "PLY is written as memory has it");
 
-constexpr int barWidth = 96;
-constexpr int barMargin = 12;
-constexpr int barStrip = 20;
+constexpr size_t barWidth = 96;
+constexpr size_t barMargin = 12;
+constexpr size_t barStrip = 20;
+
+/// A colour of the Turbo map, from the polynomials that are published as its approximation.
+/// @param level 0 to 1, from dark blue through green to dark red
+Colour Turbo(double level)
+{
+    static constexpr std::array<std::array<double, 6>, 3> factors{
+        {{0.13572138, 4.61539260, -42.66032258, 132.13108234, -152.94239396, 59.28637943},
+         {0.09140261, 2.19418839, 4.84296658, -14.18503333, 4.27729857, 2.82956604},
+         {0.10667330, 12.64194608, -60.58204836, 110.36276771, -89.90310912, 27.34824973}}};
+    Colour colour{};
+    for (size_t i = 0; i < colour.size(); ++i)
+    {
+        double value = 0;
+        for (size_t power = factors[i].size(); power-- > 0;)
+        {
+            value = value * level + factors[i][power];
+        }
+        colour[i] = static_cast<uint8_t>(std::lround(255 * std::clamp(value, 0.0, 1.0)));
+    }
+    return colour;
+}
+
+bool HasDepth(float depth)
+{
+    return std::isfinite(depth) && depth != 0;
+}
 
 } // namespace
 
@@ -32,61 +63,66 @@ bool IsPointGrid(const ImageView &image)
     return image.pixelFormat == static_cast<uint64_t>(PixelFormat::Coord3D_ABC32f);
 }
 
-cv::Mat ColoursOf(const cv::Mat &values, double minimum, double maximum)
+Colour ColourOf(float depth, double minimum, double maximum)
 {
     // The ends of the map are nearly black.
-    constexpr double far = 22;
-    constexpr double near = 238;
-    const double slope = maximum > minimum ? (near - far) / (maximum - minimum) : 0;
-    cv::Mat levels;
-    values.convertTo(levels, CV_8U, -slope, near + slope * minimum);
-    cv::Mat colours;
-    cv::applyColorMap(levels, colours, cv::COLORMAP_TURBO);
-    return colours;
+    constexpr double far = 22.0 / 255;
+    constexpr double near = 238.0 / 255;
+    const double part = maximum > minimum ? (depth - minimum) / (maximum - minimum) : 0;
+    return Turbo(near + (far - near) * std::clamp(part, 0.0, 1.0));
 }
 
-cv::Mat ScaleBar(int height, double minimum, double maximum)
+ColourRaster ScaleBar(size_t height, double minimum, double maximum, const Colour &ground)
 {
-    cv::Mat bar(height, barWidth, CV_8UC3, cv::Scalar::all(0));
-    cv::Mat ramp(std::max(1, height - 2 * barMargin), 1, CV_32FC1);
-    for (int y = 0; y < ramp.rows; ++y)
+    auto bar = Filled(barWidth, height, ground);
+    const size_t last = std::max(height, 2 * barMargin + 1) - 2 * barMargin - 1;
+    for (size_t y = 0; y <= last && height > 2 * barMargin; ++y)
     {
-        ramp.at<float>(y, 0) = static_cast<float>(ramp.rows - 1 - y);
+        const auto colour = ColourOf(static_cast<float>(last - y), 0, static_cast<double>(last));
+        for (size_t x = 0; x < barStrip; ++x)
+        {
+            SetColour(bar, barMargin + x, barMargin + y, colour);
+        }
     }
-    auto colours = ColoursOf(ramp, 0, ramp.rows - 1);
-    cv::resize(colours, colours, {barStrip, ramp.rows}, 0, 0, cv::INTER_NEAREST);
-    if (height > 2 * barMargin)
+    constexpr size_t steps = 4;
+    for (size_t i = 0; i <= steps; ++i)
     {
-        colours.copyTo(bar({barMargin, barMargin, barStrip, ramp.rows}));
-    }
-    constexpr int steps = 4;
-    for (int i = 0; i <= steps; ++i)
-    {
-        const auto value = maximum - (maximum - minimum) * i / steps;
-        const int y = barMargin + (ramp.rows - 1) * i / steps;
-        cv::putText(bar, fmt::format("{:.4g}", value), {barMargin + barStrip + 6, y + 4},
-                    cv::FONT_HERSHEY_SIMPLEX, 0.4, cv::Scalar::all(255), 1, cv::LINE_AA);
+        const auto value = maximum - (maximum - minimum) * static_cast<double>(i) / steps;
+        const auto text = TextShape(fmt::format("{:.4g}", value));
+        const auto middle = static_cast<long>(barMargin + last * i / steps);
+        Stamp(bar, text, barMargin + barStrip + 6, middle - static_cast<long>(text.height / 2), white);
     }
     return bar;
 }
 
-cv::Mat ColourDepth(const cv::Mat &depth)
+ColourRaster ColourDepth(const Raster<float> &depth)
 {
-    cv::Mat values;
-    depth.convertTo(values, CV_32F);
-    cv::patchNaNs(values, 0);
-    const cv::Mat valid = values != 0;
-    double minimum = 0;
-    double maximum = 0;
-    if (cv::countNonZero(valid) != 0)
+    double minimum = std::numeric_limits<double>::max();
+    double maximum = std::numeric_limits<double>::lowest();
+    for (const double value : depth.samples)
     {
-        cv::minMaxLoc(values, &minimum, &maximum, nullptr, nullptr, valid);
+        if (HasDepth(static_cast<float>(value)))
+        {
+            minimum = std::min(minimum, value);
+            maximum = std::max(maximum, value);
+        }
     }
-    auto colours = ColoursOf(values, minimum, maximum);
-    colours.setTo(cv::Scalar::all(0), ~valid);
-    cv::Mat picture;
-    cv::hconcat(colours, ScaleBar(depth.rows, minimum, maximum), picture);
-    return picture;
+    if (maximum < minimum)
+    {
+        minimum = maximum = 0;
+    }
+    auto colours = Filled(depth.width, depth.height, black);
+    for (size_t y = 0; y < depth.height; ++y)
+    {
+        for (size_t x = 0; x < depth.width; ++x)
+        {
+            if (const float value = *depth.At(x, y); HasDepth(value))
+            {
+                SetColour(colours, x, y, ColourOf(value, minimum, maximum));
+            }
+        }
+    }
+    return Beside(colours, ScaleBar(depth.height, minimum, maximum, black));
 }
 
 bool IsIntensityOf(const ImageView &points, const ImageView *intensity)
@@ -102,15 +138,15 @@ void WritePly(const std::filesystem::path &file, const ImageView &points, const 
     const bool hasIntensity = IsIntensityOf(points, intensity);
     std::string body;
     size_t count = 0;
-    for (size_t i = 0; i < pixels && (i + 1) * sizeof(cv::Vec3f) <= points.size; ++i)
+    for (size_t i = 0; i < pixels && (i + 1) * sizeof(Eigen::Vector3f) <= points.size; ++i)
     {
-        cv::Vec3f point;
-        std::memcpy(point.val, points.data + i * sizeof point.val, sizeof point.val);
+        Eigen::Vector3f point;
+        std::memcpy(point.data(), points.data + i * sizeof point, sizeof point);
         if (!HasCoordinates(point))
         {
             continue;
         }
-        body.append(reinterpret_cast<const char *>(point.val), sizeof point.val);
+        body.append(reinterpret_cast<const char *>(point.data()), sizeof point);
         if (hasIntensity)
         {
             body.push_back(static_cast<char>(intensity->data[i]));

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "gentlctl/image_files.h"
-
-#include <opencv2/core.hpp>
+#include "gentlctl/raster.h"
 
 #include <filesystem>
 
@@ -15,20 +14,17 @@ bool IsPointGrid(const ImageView &image);
 /// Whether an image holds a grey value of eight bits for each pixel of a grid of points.
 bool IsIntensityOf(const ImageView &points, const ImageView *intensity);
 
-/// Colours of depth: the minimum red, the maximum blue.
-/// @return 8-bit BGR
-cv::Mat ColoursOf(const cv::Mat &values, double minimum, double maximum);
+/// The colour of a depth: red at the minimum, blue at the maximum.
+Colour ColourOf(float depth, double minimum, double maximum);
 
 /// A bar of the colours of depth: the largest value at the top, the least at the bottom, five values beside
 /// it.
-/// @return 8-bit BGR
-cv::Mat ScaleBar(int height, double minimum, double maximum);
+ColourRaster ScaleBar(size_t height, double minimum, double maximum, const Colour &ground);
 
 /// Depth in colours, near red and far blue, with a bar at the right edge that says which value is which.
-/// Pixels without depth (0, or not a number) are black.
-/// @param depth one channel of any type
-/// @return 8-bit BGR, wider than the depth by the bar
-cv::Mat ColourDepth(const cv::Mat &depth);
+/// Pixels without depth (0, or not a finite number) are black.
+/// @return wider than the depth by the bar
+ColourRaster ColourDepth(const Raster<float> &depth);
 
 /// Writes the points that have coordinates as a binary PLY, in their order in the image.
 /// @param intensity grey values of the same size; null without

@@ -11,6 +11,9 @@
 #include <cstring>
 #include <memory>
 #include <stdexcept>
+#include <type_traits>
+#include <utility>
+#include <variant>
 #include <vector>
 
 namespace gentlctl
@@ -18,10 +21,11 @@ namespace gentlctl
 namespace
 {
 
-std::runtime_error CannotEncode(const char *format, const cv::Mat &pixels, const std::string &reason)
+template <typename T>
+std::runtime_error CannotEncode(const char *format, const Raster<T> &pixels, const std::string &reason)
 {
-    return std::runtime_error(fmt::format("An image of {} x {} cannot be written as {}{}{}", pixels.cols,
-                                          pixels.rows, format, reason.empty() ? "" : ": ", reason));
+    return std::runtime_error(fmt::format("An image of {} x {} cannot be written as {}{}{}", pixels.width,
+                                          pixels.height, format, reason.empty() ? "" : ": ", reason));
 }
 
 /// libpng's objects for one file, and where the file and the text of a failure go.
@@ -40,22 +44,22 @@ public:
     ~PngWriter() { png_destroy_write_struct(&m_png, &m_info); }
 
     /// False with the reason in Failure. Nothing here has a destructor: libpng leaves by a jump.
-    bool Write(const cv::Mat &pixels, uint8_t **rows)
+    template <typename T>
+    bool Write(const Raster<T> &pixels, uint8_t **rows)
     {
         if (setjmp(png_jmpbuf(m_png)) != 0)
         {
             return false;
         }
-        const bool isDeep = pixels.depth() == CV_16U;
-        png_set_IHDR(m_png, m_info, static_cast<png_uint_32>(pixels.cols),
-                     static_cast<png_uint_32>(pixels.rows), isDeep ? 16 : 8,
-                     pixels.channels() == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
+        png_set_IHDR(m_png, m_info, static_cast<png_uint_32>(pixels.width),
+                     static_cast<png_uint_32>(pixels.height), 8 * sizeof(T),
+                     pixels.channels == 3 ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_GRAY, PNG_INTERLACE_NONE,
                      PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
         png_set_compression_level(m_png, Z_BEST_SPEED);
         png_set_compression_strategy(m_png, Z_RLE);
         png_set_filter(m_png, PNG_FILTER_TYPE_BASE, PNG_FILTER_SUB);
         png_write_info(m_png, m_info);
-        if (isDeep)
+        if (sizeof(T) > 1)
         {
             png_set_swap(m_png);
         }
@@ -125,16 +129,16 @@ struct MemoryFile
     static int Close(thandle_t) { return 0; }
 };
 
-void Describe(TIFF *tiff, const cv::Mat &pixels)
+template <typename T>
+void Describe(TIFF *tiff, const Raster<T> &pixels)
 {
-    const bool isFloat = pixels.depth() == CV_32F;
-    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(pixels.cols));
-    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(pixels.rows));
-    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, static_cast<int>(pixels.elemSize1() * 8));
+    constexpr bool isFloat = std::is_floating_point_v<T>;
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, static_cast<uint32_t>(pixels.width));
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, static_cast<uint32_t>(pixels.height));
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, static_cast<int>(8 * sizeof(T)));
     TIFFSetField(tiff, TIFFTAG_SAMPLEFORMAT, isFloat ? SAMPLEFORMAT_IEEEFP : SAMPLEFORMAT_UINT);
-    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, pixels.channels());
-    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC,
-                 pixels.channels() == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, static_cast<int>(pixels.channels));
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, pixels.channels == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
     TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_LZW);
     if (!isFloat)
@@ -144,13 +148,14 @@ void Describe(TIFF *tiff, const cv::Mat &pixels)
     TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tiff, 0));
 }
 
-bool WriteRows(TIFF *tiff, const cv::Mat &pixels)
+template <typename T>
+bool WriteRows(TIFF *tiff, const Raster<T> &pixels)
 {
     // libtiff changes the row that it is given.
-    std::vector<uint8_t> row(static_cast<size_t>(pixels.cols) * pixels.elemSize());
-    for (int y = 0; y < pixels.rows; ++y)
+    std::vector<T> row(pixels.width * pixels.channels);
+    for (size_t y = 0; y < pixels.height; ++y)
     {
-        std::memcpy(row.data(), pixels.ptr(y), row.size());
+        std::copy_n(pixels.At(0, y), row.size(), row.data());
         if (TIFFWriteScanline(tiff, row.data(), static_cast<uint32_t>(y)) != 1)
         {
             return false;
@@ -159,15 +164,14 @@ bool WriteRows(TIFF *tiff, const cv::Mat &pixels)
     return TIFFFlush(tiff) == 1;
 }
 
-} // namespace
-
-std::string EncodePng(const cv::Mat &pixels)
+template <typename T>
+std::string Png(const Raster<T> &pixels)
 {
     std::vector<uint8_t *> rows;
-    rows.reserve(static_cast<size_t>(pixels.rows));
-    for (int y = 0; y < pixels.rows; ++y)
+    rows.reserve(pixels.height);
+    for (size_t y = 0; y < pixels.height; ++y)
     {
-        rows.push_back(const_cast<uint8_t *>(pixels.ptr(y))); // only read
+        rows.push_back(reinterpret_cast<uint8_t *>(const_cast<T *>(pixels.At(0, y)))); // only read
     }
     PngWriter writer;
     if (!writer.Write(pixels, rows.data()))
@@ -177,7 +181,8 @@ std::string EncodePng(const cv::Mat &pixels)
     return writer.Bytes();
 }
 
-std::string EncodeTiff(const cv::Mat &pixels)
+template <typename T>
+std::string Tiff(const Raster<T> &pixels)
 {
     // What fails is told by the exception; libtiff would print it, too.
     TIFFSetErrorHandler(nullptr);
@@ -196,6 +201,18 @@ std::string EncodeTiff(const cv::Mat &pixels)
         throw CannotEncode("TIFF", pixels, "");
     }
     return std::move(file.bytes);
+}
+
+} // namespace
+
+std::string EncodePng(const AnyRaster &pixels)
+{
+    return std::visit([](const auto &raster) { return Png(raster); }, pixels);
+}
+
+std::string EncodeTiff(const AnyRaster &pixels)
+{
+    return std::visit([](const auto &raster) { return Tiff(raster); }, pixels);
 }
 
 } // namespace gentlctl

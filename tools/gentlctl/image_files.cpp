@@ -1,5 +1,6 @@
 #include "gentlctl/image_files.h"
 
+#include "gentlctl/demosaic.h"
 #include "gentlctl/depth_files.h"
 #include "gentlctl/image_encoding.h"
 #include "gentlctl/output_files.h"
@@ -9,10 +10,15 @@
 #include "utils/checks.h"
 
 #include <fmt/format.h>
-#include <opencv2/imgproc.hpp>
 
+#include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstring>
 #include <stdexcept>
+#include <type_traits>
+#include <utility>
+#include <variant>
 
 namespace gentlctl
 {
@@ -21,67 +27,76 @@ namespace
 
 using tarn::common::PixelFormat;
 
-constexpr int asItIs = -1;
-constexpr int depth = -2;
-constexpr int interleaved = -3;
+/// What becomes of the samples of a format.
+enum class Conversion
+{
+    AsItIs,
+    BlueFirst,
+    BayerRG,
+    BayerGR,
+    BayerGB,
+    BayerBG,
+    Depth,
+    Interleaved
+};
+using enum Conversion;
 
-/// How a format becomes an OpenCV image.
+/// How a format becomes a picture. Samples up to 255 have 8 bits, larger ones 16; floats have no largest.
 struct Picture
 {
     PixelFormat format;
-    int type;       ///< of the delivered samples
-    int conversion; ///< OpenCV's to grey or to red, green and blue, or asItIs, depth, interleaved
-    double maximum; ///< largest sample
+    size_t channels;
+    unsigned int maximum;
+    Conversion conversion;
 };
 
-// OpenCV names a Bayer pattern after the second pixel of the second row, hence the other letters.
 constexpr std::array pictures{
-    Picture{PixelFormat::Mono8, CV_8UC1, asItIs, 255},
-    Picture{PixelFormat::Mono10, CV_16UC1, asItIs, 1023},
-    Picture{PixelFormat::Mono12, CV_16UC1, asItIs, 4095},
-    Picture{PixelFormat::Mono16, CV_16UC1, asItIs, 65535},
-    Picture{PixelFormat::BayerRG8, CV_8UC1, cv::COLOR_BayerBG2RGB, 255},
-    Picture{PixelFormat::BayerGR8, CV_8UC1, cv::COLOR_BayerGB2RGB, 255},
-    Picture{PixelFormat::BayerGB8, CV_8UC1, cv::COLOR_BayerGR2RGB, 255},
-    Picture{PixelFormat::BayerBG8, CV_8UC1, cv::COLOR_BayerRG2RGB, 255},
-    Picture{PixelFormat::BayerRG10, CV_16UC1, cv::COLOR_BayerBG2RGB, 1023},
-    Picture{PixelFormat::BayerGR10, CV_16UC1, cv::COLOR_BayerGB2RGB, 1023},
-    Picture{PixelFormat::BayerGB10, CV_16UC1, cv::COLOR_BayerGR2RGB, 1023},
-    Picture{PixelFormat::BayerBG10, CV_16UC1, cv::COLOR_BayerRG2RGB, 1023},
-    Picture{PixelFormat::BayerRG12, CV_16UC1, cv::COLOR_BayerBG2RGB, 4095},
-    Picture{PixelFormat::BayerGR12, CV_16UC1, cv::COLOR_BayerGB2RGB, 4095},
-    Picture{PixelFormat::BayerGB12, CV_16UC1, cv::COLOR_BayerGR2RGB, 4095},
-    Picture{PixelFormat::BayerBG12, CV_16UC1, cv::COLOR_BayerRG2RGB, 4095},
-    Picture{PixelFormat::RGB8, CV_8UC3, asItIs, 255},
-    Picture{PixelFormat::BGR8, CV_8UC3, cv::COLOR_BGR2RGB, 255},
-    Picture{PixelFormat::RGB10, CV_16UC3, asItIs, 1023},
-    Picture{PixelFormat::BGR10, CV_16UC3, cv::COLOR_BGR2RGB, 1023},
-    Picture{PixelFormat::RGB12, CV_16UC3, asItIs, 4095},
-    Picture{PixelFormat::BGR12, CV_16UC3, cv::COLOR_BGR2RGB, 4095},
-    Picture{PixelFormat::Confidence8, CV_8UC1, asItIs, 255},
-    Picture{PixelFormat::Confidence16, CV_16UC1, asItIs, 65535},
-    Picture{PixelFormat::Coord3D_C8, CV_8UC1, depth, 255},
-    Picture{PixelFormat::Coord3D_C16, CV_16UC1, depth, 65535},
-    Picture{PixelFormat::Coord3D_C32f, CV_32FC1, depth, 0},
-    Picture{PixelFormat::Coord3D_ABC32f, CV_32FC3, depth, 0},
-    Picture{PixelFormat::Mono8_AB, CV_8UC2, interleaved, 255},
-    Picture{PixelFormat::Mono10_AB, CV_16UC2, interleaved, 1023},
-    Picture{PixelFormat::Mono12_AB, CV_16UC2, interleaved, 4095},
-    Picture{PixelFormat::Mono8_ABCD, CV_8UC4, interleaved, 255},
-    Picture{PixelFormat::Mono10_ABCD, CV_16UC4, interleaved, 1023},
-    Picture{PixelFormat::Mono12_ABCD, CV_16UC4, interleaved, 4095},
-    Picture{PixelFormat::BayerRG8_AB, CV_8UC2, interleaved, 255},
-    Picture{PixelFormat::BayerGR8_AB, CV_8UC2, interleaved, 255},
-    Picture{PixelFormat::BayerGB8_AB, CV_8UC2, interleaved, 255},
-    Picture{PixelFormat::BayerBG8_AB, CV_8UC2, interleaved, 255},
-    Picture{PixelFormat::BayerRG10_AB, CV_16UC2, interleaved, 1023},
-    Picture{PixelFormat::BayerGR10_AB, CV_16UC2, interleaved, 1023},
-    Picture{PixelFormat::BayerGB10_AB, CV_16UC2, interleaved, 1023},
-    Picture{PixelFormat::BayerBG10_AB, CV_16UC2, interleaved, 1023},
-    Picture{PixelFormat::BayerRG12_AB, CV_16UC2, interleaved, 4095},
-    Picture{PixelFormat::BayerGR12_AB, CV_16UC2, interleaved, 4095},
-    Picture{PixelFormat::BayerGB12_AB, CV_16UC2, interleaved, 4095},
-    Picture{PixelFormat::BayerBG12_AB, CV_16UC2, interleaved, 4095},
+    Picture{PixelFormat::Mono8, 1, 255, AsItIs},
+    Picture{PixelFormat::Mono10, 1, 1023, AsItIs},
+    Picture{PixelFormat::Mono12, 1, 4095, AsItIs},
+    Picture{PixelFormat::Mono16, 1, 65535, AsItIs},
+    Picture{PixelFormat::BayerRG8, 1, 255, BayerRG},
+    Picture{PixelFormat::BayerGR8, 1, 255, BayerGR},
+    Picture{PixelFormat::BayerGB8, 1, 255, BayerGB},
+    Picture{PixelFormat::BayerBG8, 1, 255, BayerBG},
+    Picture{PixelFormat::BayerRG10, 1, 1023, BayerRG},
+    Picture{PixelFormat::BayerGR10, 1, 1023, BayerGR},
+    Picture{PixelFormat::BayerGB10, 1, 1023, BayerGB},
+    Picture{PixelFormat::BayerBG10, 1, 1023, BayerBG},
+    Picture{PixelFormat::BayerRG12, 1, 4095, BayerRG},
+    Picture{PixelFormat::BayerGR12, 1, 4095, BayerGR},
+    Picture{PixelFormat::BayerGB12, 1, 4095, BayerGB},
+    Picture{PixelFormat::BayerBG12, 1, 4095, BayerBG},
+    Picture{PixelFormat::RGB8, 3, 255, AsItIs},
+    Picture{PixelFormat::BGR8, 3, 255, BlueFirst},
+    Picture{PixelFormat::RGB10, 3, 1023, AsItIs},
+    Picture{PixelFormat::BGR10, 3, 1023, BlueFirst},
+    Picture{PixelFormat::RGB12, 3, 4095, AsItIs},
+    Picture{PixelFormat::BGR12, 3, 4095, BlueFirst},
+    Picture{PixelFormat::Confidence8, 1, 255, AsItIs},
+    Picture{PixelFormat::Confidence16, 1, 65535, AsItIs},
+    Picture{PixelFormat::Coord3D_C8, 1, 255, Depth},
+    Picture{PixelFormat::Coord3D_C16, 1, 65535, Depth},
+    Picture{PixelFormat::Coord3D_C32f, 1, 0, Depth},
+    Picture{PixelFormat::Coord3D_ABC32f, 3, 0, Depth},
+    Picture{PixelFormat::Mono8_AB, 2, 255, Interleaved},
+    Picture{PixelFormat::Mono10_AB, 2, 1023, Interleaved},
+    Picture{PixelFormat::Mono12_AB, 2, 4095, Interleaved},
+    Picture{PixelFormat::Mono8_ABCD, 4, 255, Interleaved},
+    Picture{PixelFormat::Mono10_ABCD, 4, 1023, Interleaved},
+    Picture{PixelFormat::Mono12_ABCD, 4, 4095, Interleaved},
+    Picture{PixelFormat::BayerRG8_AB, 2, 255, Interleaved},
+    Picture{PixelFormat::BayerGR8_AB, 2, 255, Interleaved},
+    Picture{PixelFormat::BayerGB8_AB, 2, 255, Interleaved},
+    Picture{PixelFormat::BayerBG8_AB, 2, 255, Interleaved},
+    Picture{PixelFormat::BayerRG10_AB, 2, 1023, Interleaved},
+    Picture{PixelFormat::BayerGR10_AB, 2, 1023, Interleaved},
+    Picture{PixelFormat::BayerGB10_AB, 2, 1023, Interleaved},
+    Picture{PixelFormat::BayerBG10_AB, 2, 1023, Interleaved},
+    Picture{PixelFormat::BayerRG12_AB, 2, 4095, Interleaved},
+    Picture{PixelFormat::BayerGR12_AB, 2, 4095, Interleaved},
+    Picture{PixelFormat::BayerGB12_AB, 2, 4095, Interleaved},
+    Picture{PixelFormat::BayerBG12_AB, 2, 4095, Interleaved},
 };
 
 const Picture *FindPicture(uint64_t pixelFormat)
@@ -96,51 +111,92 @@ const Picture *FindPicture(uint64_t pixelFormat)
     return nullptr;
 }
 
-cv::Mat Wrap(const ImageView &image, const Picture &picture)
+template <typename T>
+Raster<T> Copy(const ImageView &image, size_t channels)
 {
-    const auto sample = static_cast<uint64_t>(CV_ELEM_SIZE(picture.type));
     constexpr uint64_t sideLimit = 1U << 20U;
     if (image.width == 0 || image.height == 0 || image.width > sideLimit || image.height > sideLimit ||
-        !GenTL::internal::utils::RangeFits(0, image.width * image.height * sample, image.size))
+        !GenTL::internal::utils::RangeFits(0, image.width * image.height * channels * sizeof(T), image.size))
     {
         throw std::runtime_error(fmt::format("A {} image of {} x {} does not fit the buffer of {} bytes",
                                              FormatName(image.pixelFormat), image.width, image.height,
                                              image.size));
     }
-    return {static_cast<int>(image.height), static_cast<int>(image.width), picture.type,
-            const_cast<uint8_t *>(image.data)}; // only read
+    Raster<T> pixels{image.width, image.height, channels};
+    std::memcpy(pixels.samples.data(), image.data, pixels.samples.size() * sizeof(T));
+    return pixels;
 }
 
-/// The colours of depth: of z, when there are three coordinates.
-cv::Mat InColours(const cv::Mat &pixels)
+AnyRaster Copy(const ImageView &image, const Picture &picture)
 {
-    cv::Mat z = pixels;
-    if (pixels.channels() == 3)
+    if (picture.maximum == 0)
     {
-        cv::extractChannel(pixels, z, 2);
+        return Copy<float>(image, picture.channels);
     }
-    cv::Mat colours;
-    cv::cvtColor(ColourDepth(z), colours, cv::COLOR_BGR2RGB);
-    return colours;
+    if (picture.maximum <= 255)
+    {
+        return Copy<uint8_t>(image, picture.channels);
+    }
+    return Copy<uint16_t>(image, picture.channels);
+}
+
+template <typename To, typename T>
+Raster<To> Channel(const Raster<T> &pixels, size_t index)
+{
+    Raster<To> channel{pixels.width, pixels.height};
+    for (size_t i = 0; i < channel.samples.size(); ++i)
+    {
+        channel.samples[i] = static_cast<To>(pixels.samples[i * pixels.channels + index]);
+    }
+    return channel;
+}
+
+template <typename T>
+Raster<T> RedFirst(Raster<T> pixels)
+{
+    for (size_t i = 0; i < pixels.samples.size(); i += pixels.channels)
+    {
+        std::swap(pixels.samples[i], pixels.samples[i + 2]);
+    }
+    return pixels;
 }
 
 /// What a file holds of an image: grey, or red, green and blue, or coordinates.
-cv::Mat Convert(const cv::Mat &pixels, const Picture &picture, size_t index, bool isPng)
+template <typename T>
+AnyRaster Convert(Raster<T> pixels, Conversion conversion, size_t index, bool isPng)
 {
-    cv::Mat converted;
-    switch (picture.conversion)
+    switch (conversion)
     {
-    case asItIs:
+    case AsItIs:
         return pixels;
-    case interleaved:
-        cv::extractChannel(pixels, converted, static_cast<int>(index));
-        return converted;
-    case depth:
-        return isPng ? InColours(pixels) : pixels;
+    case Interleaved:
+        return Channel<T>(pixels, index);
+    case BlueFirst:
+        return RedFirst(std::move(pixels));
+    case Depth:
+        if (isPng)
+        {
+            return ColourDepth(Channel<float>(pixels, pixels.channels - 1)); // of points it is z
+        }
+        return pixels;
     default:
-        cv::cvtColor(pixels, converted, picture.conversion);
-        return converted;
+        break;
     }
+    if constexpr (std::is_integral_v<T>)
+    {
+        return Demosaic(pixels, {conversion == BayerGR || conversion == BayerBG,
+                                 conversion == BayerGB || conversion == BayerBG});
+    }
+    throw std::logic_error("No format has a mosaic of floats");
+}
+
+/// Samples up to `maximum` as samples of the full 16 bits.
+void Scale(Raster<uint16_t> &pixels, unsigned int maximum)
+{
+    std::ranges::transform(
+        pixels.samples, pixels.samples.begin(),
+        [&](uint16_t sample)
+        { return static_cast<uint16_t>(std::lrint(std::min(65535.0, sample * (65535.0 / maximum)))); });
 }
 
 } // namespace
@@ -173,9 +229,7 @@ size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height)
 size_t ImagesIn(uint64_t pixelFormat)
 {
     const auto *picture = FindPicture(pixelFormat);
-    return picture != nullptr && picture->conversion == interleaved
-               ? static_cast<size_t>(CV_MAT_CN(picture->type))
-               : 1;
+    return picture != nullptr && picture->conversion == Interleaved ? picture->channels : 1;
 }
 
 void WritePicture(const std::filesystem::path &file, const ImageView &image, size_t index)
@@ -189,18 +243,17 @@ void WritePicture(const std::filesystem::path &file, const ImageView &image, siz
                         FormatName(image.pixelFormat)));
     }
     const bool isPng = file.extension() == ".png";
-    cv::Mat pixels = Convert(Wrap(image, *picture), *picture, index, isPng);
-    if (isPng && pixels.depth() == CV_16U && picture->maximum < 65535)
+    auto samples = Copy(image, *picture);
+    auto pixels = std::visit(
+        [&](auto &raster) { return Convert(std::move(raster), picture->conversion, index, isPng); }, samples);
+    if (auto *deep = std::get_if<Raster<uint16_t>>(&pixels); isPng && deep != nullptr)
     {
-        // Into memory of its own: the buffer is the producer's.
-        cv::Mat scaled;
-        pixels.convertTo(scaled, -1, 65535.0 / picture->maximum);
-        pixels = scaled;
+        Scale(*deep, picture->maximum);
     }
     WriteImage(file, pixels);
 }
 
-void WriteImage(const std::filesystem::path &file, const cv::Mat &pixels)
+void WriteImage(const std::filesystem::path &file, const AnyRaster &pixels)
 {
     const auto bytes = file.extension() == ".png" ? EncodePng(pixels) : EncodeTiff(pixels);
     WriteBytes(file, bytes.data(), bytes.size());

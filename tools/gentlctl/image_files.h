@@ -1,6 +1,6 @@
 #pragma once
 
-#include <opencv2/core.hpp>
+#include "gentlctl/raster.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -42,6 +42,6 @@ void WritePicture(const std::filesystem::path &file, const ImageView &image, siz
 /// Writes an image in the format of the file's extension.
 /// @param pixels grey, or red, green and blue
 /// @throws std::runtime_error the file cannot be written
-void WriteImage(const std::filesystem::path &file, const cv::Mat &pixels);
+void WriteImage(const std::filesystem::path &file, const AnyRaster &pixels);
 
 } // namespace gentlctl

@@ -1,17 +1,20 @@
 #include "gentlctl/point_view.h"
 
 #include "gentlctl/depth_files.h"
+#include "gentlctl/drawing.h"
 
 #include "common/pixel_format.h"
 
+#include <Eigen/Geometry>
 #include <fmt/format.h>
-#include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <limits>
+#include <numbers>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -22,8 +25,9 @@ namespace
 {
 
 // A picture is drawn twice as large and made smaller, which smooths its edges.
-constexpr int supersampling = 2;
-const cv::Size pictureSize(864, 640);
+constexpr size_t supersampling = 2;
+constexpr size_t pictureWidth = 864;
+constexpr size_t pictureHeight = 640;
 constexpr double marginOfPicture = 0.07;
 
 // A surface that the camera sees at a smaller angle than this (its sine) is taken for a step in depth.
@@ -33,51 +37,59 @@ constexpr double leastSine = 0.15;
 struct Bounds
 {
     size_t count = 0;
-    cv::Vec3d least = cv::Vec3d::all(std::numeric_limits<double>::max());
-    cv::Vec3d largest = cv::Vec3d::all(std::numeric_limits<double>::lowest());
+    Eigen::Vector3d least = Eigen::Vector3d::Constant(std::numeric_limits<double>::max());
+    Eigen::Vector3d largest = Eigen::Vector3d::Constant(std::numeric_limits<double>::lowest());
 
-    void Add(const cv::Vec3d &point)
+    void Add(const Eigen::Vector3d &point)
     {
         ++count;
-        for (int i = 0; i < 3; ++i)
-        {
-            least[i] = std::min(least[i], point[i]);
-            largest[i] = std::max(largest[i], point[i]);
-        }
+        least = least.cwiseMin(point);
+        largest = largest.cwiseMax(point);
     }
-    cv::Vec3d Middle() const { return (least + largest) / 2; }
-    cv::Vec3d Extent() const { return largest - least; }
+    Eigen::Vector3d Middle() const { return (least + largest) / 2; }
+    Eigen::Vector3d Extent() const { return largest - least; }
 };
+
+Eigen::Vector3f PointAt(const Raster<float> &points, size_t x, size_t y)
+{
+    return Eigen::Vector3f(points.At(x, y));
+}
 
 /// Of `transform(point)` of all points with coordinates.
 template <typename Transform>
-Bounds BoundsOf(const cv::Mat &points, Transform transform)
+Bounds BoundsOf(const Raster<float> &points, Transform transform)
 {
     Bounds bounds;
-    for (int y = 0; y < points.rows; ++y)
+    for (size_t y = 0; y < points.height; ++y)
     {
-        for (int x = 0; x < points.cols; ++x)
+        for (size_t x = 0; x < points.width; ++x)
         {
-            if (const auto &point = points.at<cv::Vec3f>(y, x); HasCoordinates(point))
+            if (const auto point = PointAt(points, x, y); HasCoordinates(point))
             {
-                bounds.Add(transform(cv::Vec3d(point)));
+                bounds.Add(transform(point.cast<double>().eval()));
             }
         }
     }
     return bounds;
 }
 
-Bounds BoundsOf(const cv::Mat &points)
+Bounds BoundsOf(const Raster<float> &points)
 {
-    return BoundsOf(points, [](const cv::Vec3d &point) { return point; });
+    return BoundsOf(points, [](const Eigen::Vector3d &point) { return point; });
+}
+
+double Cross(const Eigen::Vector2d &a, const Eigen::Vector2d &b)
+{
+    return a.x() * b.y() - a.y() * b.x();
 }
 
 /// A point on its way to the picture.
 struct Vertex
 {
     bool isValid = false;
-    cv::Vec3d point;
-    cv::Point2d pixel;
+    Eigen::Vector3d point = Eigen::Vector3d::Zero();
+    Eigen::Vector3d normal = Eigen::Vector3d::Zero(); ///< sum of those of the triangles around it
+    Eigen::Vector2d pixel = Eigen::Vector2d::Zero();
     double inverseDistance = 0;
     float depth = 0;
     float brightness = 0;
@@ -91,28 +103,34 @@ public:
 
     void Draw(const Vertex &vertex)
     {
-        Put(static_cast<int>(std::lround(vertex.pixel.x)), static_cast<int>(std::lround(vertex.pixel.y)),
-            vertex.inverseDistance, vertex.depth, vertex.brightness);
+        const auto x = std::round(vertex.pixel.x());
+        const auto y = std::round(vertex.pixel.y());
+        if (x >= 0 && y >= 0 && x < static_cast<double>(m_view.distance.width) &&
+            y < static_cast<double>(m_view.distance.height))
+        {
+            Put(static_cast<size_t>(x), static_cast<size_t>(y), vertex.inverseDistance, vertex.depth,
+                vertex.brightness);
+        }
     }
 
     void Draw(const Vertex &a, const Vertex &b, const Vertex &c)
     {
         // Pixels on an edge belong to both of its triangles, or it would show as a crack.
         constexpr double rounding = 1e-9;
-        const double area = (b.pixel - a.pixel).cross(c.pixel - a.pixel);
+        const double area = Cross(b.pixel - a.pixel, c.pixel - a.pixel);
         if (area == 0)
         {
             return;
         }
-        const auto [left, right] = Range(a.pixel.x, b.pixel.x, c.pixel.x, m_view.distance.cols);
-        const auto [top, bottom] = Range(a.pixel.y, b.pixel.y, c.pixel.y, m_view.distance.rows);
-        for (int y = top; y <= bottom; ++y)
+        const auto [left, right] = Range(a.pixel.x(), b.pixel.x(), c.pixel.x(), m_view.distance.width);
+        const auto [top, bottom] = Range(a.pixel.y(), b.pixel.y(), c.pixel.y(), m_view.distance.height);
+        for (size_t y = top; y < bottom; ++y)
         {
-            for (int x = left; x <= right; ++x)
+            for (size_t x = left; x < right; ++x)
             {
-                const cv::Point2d pixel(x, y);
-                const double partB = (pixel - a.pixel).cross(c.pixel - a.pixel) / area;
-                const double partC = (b.pixel - a.pixel).cross(pixel - a.pixel) / area;
+                const Eigen::Vector2d pixel(x, y);
+                const double partB = Cross(pixel - a.pixel, c.pixel - a.pixel) / area;
+                const double partC = Cross(b.pixel - a.pixel, pixel - a.pixel) / area;
                 const double partA = 1 - partB - partC;
                 if (std::min({partA, partB, partC}) < -rounding)
                 {
@@ -128,27 +146,24 @@ public:
     }
 
 private:
-    // Pixels between the least and the largest of three coordinates, within the picture.
-    static std::pair<int, int> Range(double a, double b, double c, int count)
+    // Pixels between the least and the largest of three coordinates, within the picture: first and end.
+    static std::pair<size_t, size_t> Range(double a, double b, double c, size_t count)
     {
         const double first = std::max(std::ceil(std::min({a, b, c})), 0.0);
-        const double last = std::min(std::floor(std::max({a, b, c})), count - 1.0);
-        return first <= last ? std::pair(static_cast<int>(first), static_cast<int>(last)) : std::pair(0, -1);
+        const double end = std::min(std::floor(std::max({a, b, c})) + 1, static_cast<double>(count));
+        return first < end ? std::pair(static_cast<size_t>(first), static_cast<size_t>(end))
+                           : std::pair<size_t, size_t>();
     }
 
-    void Put(int x, int y, double inverseDistance, float depth, float brightness)
+    void Put(size_t x, size_t y, double inverseDistance, float depth, float brightness)
     {
-        if (x < 0 || y < 0 || x >= m_view.distance.cols || y >= m_view.distance.rows)
-        {
-            return;
-        }
         const auto distance = static_cast<float>(1 / inverseDistance);
-        auto &seen = m_view.distance.at<float>(y, x);
+        auto &seen = *m_view.distance.At(x, y);
         if (seen == 0 || distance < seen)
         {
             seen = distance;
-            m_view.depth.at<float>(y, x) = depth;
-            m_view.brightness.at<float>(y, x) = brightness;
+            *m_view.depth.At(x, y) = depth;
+            *m_view.brightness.At(x, y) = brightness;
         }
     }
 
@@ -159,41 +174,45 @@ private:
 class Grid
 {
 public:
-    Grid(const cv::Mat &points, const Viewpoint &viewpoint)
-        : m_points(points), m_vertices(static_cast<size_t>(points.rows) * static_cast<size_t>(points.cols))
+    Grid(const Raster<float> &points, const Viewpoint &viewpoint)
+        : m_width(points.width), m_height(points.height), m_vertices(m_width * m_height)
     {
-        for (int y = 0; y < points.rows; ++y)
+        for (size_t y = 0; y < m_height; ++y)
         {
-            for (int x = 0; x < points.cols; ++x)
+            for (size_t x = 0; x < m_width; ++x)
             {
-                At(y, x) = MakeVertex(points.at<cv::Vec3f>(y, x), viewpoint);
+                At(x, y) = MakeVertex(PointAt(points, x, y), viewpoint);
             }
         }
     }
 
     /// Light from the upper left behind the viewpoint, and what the intensity leaves of it.
-    void Light(const Viewpoint &viewpoint, const cv::Mat &intensity)
+    void Light(const Viewpoint &viewpoint, const Raster<uint8_t> &intensity)
     {
-        const auto normals = Normals();
-        double brightest = 0;
-        if (!intensity.empty())
-        {
-            cv::minMaxLoc(intensity, nullptr, &brightest);
-        }
-        const cv::Vec3d light = viewpoint.rotation.t() * cv::normalize(cv::Vec3d(-0.3, -0.4, -1));
-        for (int y = 0; y < m_points.rows; ++y)
-        {
-            for (int x = 0; x < m_points.cols; ++x)
+        ForEachTriangle(
+            [](Vertex &a, Vertex &b, Vertex &c, const Eigen::Vector3d &normal)
             {
-                const cv::Vec3d normal = normals.at<cv::Vec3f>(y, x);
-                const double length = cv::norm(normal);
+                for (auto *corner : {&a, &b, &c})
+                {
+                    corner->normal += normal;
+                }
+            });
+        const double brightest = intensity.samples.empty() ? 0 : std::ranges::max(intensity.samples);
+        const Eigen::Vector3d light =
+            viewpoint.rotation.transpose() * Eigen::Vector3d(-0.3, -0.4, -1).normalized();
+        for (size_t y = 0; y < m_height; ++y)
+        {
+            for (size_t x = 0; x < m_width; ++x)
+            {
+                const Eigen::Vector3d normal = SmoothNormal(x, y);
+                const double length = normal.norm();
                 const double lit = length > 0 ? std::max(0.0, normal.dot(light) / length) : 1;
                 double brightness = 0.55 + 0.45 * lit;
                 if (brightest > 0)
                 {
-                    brightness *= 0.5 + 0.5 * intensity.at<uint8_t>(y, x) / brightest;
+                    brightness *= 0.5 + 0.5 * *intensity.At(x, y) / brightest;
                 }
-                At(y, x).brightness = static_cast<float>(brightness);
+                At(x, y).brightness = static_cast<float>(brightness);
             }
         }
     }
@@ -207,104 +226,135 @@ public:
                 canvas.Draw(vertex);
             }
         }
-        ForEachTriangle([&](cv::Point a, cv::Point b, cv::Point c, const cv::Vec3d &)
-                        { canvas.Draw(At(a.y, a.x), At(b.y, b.x), At(c.y, c.x)); });
+        ForEachTriangle([&](const Vertex &a, const Vertex &b, const Vertex &c, const Eigen::Vector3d &)
+                        { canvas.Draw(a, b, c); });
     }
 
 private:
-    static Vertex MakeVertex(const cv::Vec3f &point, const Viewpoint &viewpoint)
+    static Vertex MakeVertex(const Eigen::Vector3f &point, const Viewpoint &viewpoint)
     {
+        Vertex vertex;
         if (!HasCoordinates(point))
         {
-            return {};
+            return vertex;
         }
-        const auto turned = viewpoint.Turn(point);
+        vertex.point = point.cast<double>();
+        const auto turned = viewpoint.Turn(vertex.point);
         // What is behind the viewpoint, or at it, is not seen.
-        if (turned[2] <= 0)
-        {
-            return {};
-        }
-        return {true, point, viewpoint.Project(turned), 1 / turned[2], point[2], 1};
+        vertex.isValid = turned.z() > 0;
+        vertex.pixel = viewpoint.Project(turned);
+        vertex.inverseDistance = 1 / turned.z();
+        vertex.depth = point.z();
+        return vertex;
     }
 
-    Vertex &At(int y, int x)
-    {
-        return m_vertices[static_cast<size_t>(y) * static_cast<size_t>(m_points.cols) +
-                          static_cast<size_t>(x)];
-    }
+    Vertex &At(size_t x, size_t y) { return m_vertices[y * m_width + x]; }
 
     // Two triangles between four neighbours, with their unit normals towards the camera.
     template <typename Visit>
     void ForEachTriangle(Visit visit)
     {
-        const auto triangle = [&](cv::Point a, cv::Point b, cv::Point c)
+        const auto triangle = [&](Vertex &a, Vertex &b, Vertex &c)
         {
-            const auto &first = At(a.y, a.x);
-            const auto &second = At(b.y, b.x);
-            const auto &third = At(c.y, c.x);
-            if (!first.isValid || !second.isValid || !third.isValid)
+            if (!a.isValid || !b.isValid || !c.isValid)
             {
                 return;
             }
-            auto normal = (second.point - first.point).cross(third.point - first.point);
-            const double length = cv::norm(normal);
-            const double towards = -normal.dot(first.point) / cv::norm(first.point);
+            const Eigen::Vector3d normal = (b.point - a.point).cross(c.point - a.point);
+            const double length = normal.norm();
+            const double towards = -normal.dot(a.point) / a.point.norm();
             if (length > 0 && std::abs(towards) >= leastSine * length)
             {
                 visit(a, b, c, normal * ((towards < 0 ? -1 : 1) / length));
             }
         };
-        for (int y = 0; y + 1 < m_points.rows; ++y)
+        for (size_t y = 0; y + 1 < m_height; ++y)
         {
-            for (int x = 0; x + 1 < m_points.cols; ++x)
+            for (size_t x = 0; x + 1 < m_width; ++x)
             {
-                triangle({x, y}, {x + 1, y}, {x, y + 1});
-                triangle({x + 1, y}, {x + 1, y + 1}, {x, y + 1});
+                triangle(At(x, y), At(x + 1, y), At(x, y + 1));
+                triangle(At(x + 1, y), At(x + 1, y + 1), At(x, y + 1));
             }
         }
     }
 
-    // Those of the triangles around each point, smoothed, as depth comes in steps. 0 without a triangle.
-    cv::Mat Normals()
+    // Of the points around, as depth comes in steps. Its length is of no meaning; 0 without a triangle.
+    Eigen::Vector3d SmoothNormal(size_t x, size_t y)
     {
-        const cv::Size neighbourhood(5, 5);
-        cv::Mat normals(m_points.size(), CV_32FC3, cv::Scalar::all(0));
-        ForEachTriangle(
-            [&](cv::Point a, cv::Point b, cv::Point c, const cv::Vec3d &normal)
+        constexpr size_t reach = 2;
+        Eigen::Vector3d sum = Eigen::Vector3d::Zero();
+        for (size_t row = y - std::min(y, reach); row < std::min(m_height, y + reach + 1); ++row)
+        {
+            for (size_t column = x - std::min(x, reach); column < std::min(m_width, x + reach + 1); ++column)
             {
-                for (const auto &corner : {a, b, c})
-                {
-                    normals.at<cv::Vec3f>(corner) += cv::Vec3f(normal);
-                }
-            });
-        cv::blur(normals, normals, neighbourhood, {-1, -1}, cv::BORDER_REPLICATE);
-        return normals;
+                sum += At(column, row).normal;
+            }
+        }
+        return sum;
     }
 
-    const cv::Mat &m_points;
+    size_t m_width;
+    size_t m_height;
     std::vector<Vertex> m_vertices;
 };
 
-const cv::Scalar ground(36, 32, 30);
-const cv::Scalar letters(235, 235, 235);
+constexpr Colour ground{30, 32, 36};
+constexpr Colour letters{235, 235, 235};
 
-cv::Mat Picture(const PointView &view, const Bounds &bounds)
+/// The colour of a pixel of the view.
+Colour ColourAt(const PointView &view, size_t x, size_t y, const Bounds &bounds)
 {
-    auto colours = ColoursOf(view.depth, bounds.least[2], bounds.largest[2]);
-    cv::Mat brightness;
-    cv::cvtColor(view.brightness, brightness, cv::COLOR_GRAY2BGR);
-    cv::multiply(colours, brightness, colours, 1, CV_8U);
-    colours.setTo(ground, view.distance == 0);
-    return colours;
+    if (*view.distance.At(x, y) == 0)
+    {
+        return ground;
+    }
+    auto colour = ColourOf(*view.depth.At(x, y), bounds.least.z(), bounds.largest.z());
+    for (auto &sample : colour)
+    {
+        sample = static_cast<uint8_t>(std::lround(static_cast<float>(sample) * *view.brightness.At(x, y)));
+    }
+    return colour;
 }
 
-void Write(cv::Mat &picture, const std::string &text, const cv::Point2d &middle)
+/// The view in colours, made smaller.
+ColourRaster PictureOf(const PointView &view, const Bounds &bounds)
 {
-    constexpr double size = 0.45;
-    int baseline = 0;
-    const auto extent = cv::getTextSize(text, cv::FONT_HERSHEY_SIMPLEX, size, 1, &baseline);
-    cv::putText(picture, text, cv::Point2d(middle.x - extent.width / 2.0, middle.y + extent.height / 2.0),
-                cv::FONT_HERSHEY_SIMPLEX, size, letters, 1, cv::LINE_AA);
+    ColourRaster picture{view.distance.width / supersampling, view.distance.height / supersampling, 3};
+    for (size_t y = 0; y < picture.height; ++y)
+    {
+        for (size_t x = 0; x < picture.width; ++x)
+        {
+            std::array<size_t, 3> sums{};
+            for (size_t i = 0; i < supersampling * supersampling; ++i)
+            {
+                const auto colour = ColourAt(view, x * supersampling + i % supersampling,
+                                             y * supersampling + i / supersampling, bounds);
+                std::ranges::transform(sums, colour, sums.begin(), std::plus());
+            }
+            std::ranges::transform(sums, picture.At(x, y),
+                                   [](size_t sum)
+                                   { return static_cast<uint8_t>(sum / (supersampling * supersampling)); });
+        }
+    }
+    return picture;
+}
+
+void Write(ColourRaster &picture, const std::string &text, const Eigen::Vector2d &middle)
+{
+    const auto shape = TextShape(text);
+    Stamp(picture, shape, std::lround(middle.x()) - static_cast<long>(shape.width / 2),
+          std::lround(middle.y()) - static_cast<long>(shape.height / 2), letters);
+}
+
+void DrawArrow(ColourRaster &picture, const Eigen::Vector2d &from, const Eigen::Vector2d &to)
+{
+    constexpr double barb = 6;
+    DrawLine(picture, from, to, letters);
+    const Eigen::Vector2d back = (from - to).normalized() * barb;
+    for (const double side : {-1, 1})
+    {
+        DrawLine(picture, to, to + Eigen::Rotation2Dd(side * std::numbers::pi / 4) * back, letters);
+    }
 }
 
 /// The largest of 1, 2, 5, 10, 20, ... that is not above a value.
@@ -316,60 +366,58 @@ double RoundBelow(double value)
 }
 
 /// The axes of the camera in a corner, as long as said below them at the distance of the middle of the scene.
-void DrawAxes(cv::Mat &picture, const Viewpoint &viewpoint)
+void DrawAxes(ColourRaster &picture, const Viewpoint &viewpoint)
 {
     constexpr double longest = 80;
     const double scale = viewpoint.focalLength / viewpoint.distance / supersampling;
     const double length = RoundBelow(longest / scale);
-    const cv::Point2d origin(longest + 10, picture.rows - longest - 40);
+    const Eigen::Vector2d origin(longest + 10, static_cast<double>(picture.height) - longest - 40);
     static constexpr std::array names{"x", "y", "z"};
     for (int axis = 0; axis < 3; ++axis)
     {
-        const cv::Point2d direction(viewpoint.rotation(0, axis), viewpoint.rotation(1, axis));
-        const auto tip = origin + direction * (length * scale);
-        cv::arrowedLine(picture, origin, tip, letters, 1, cv::LINE_AA, 0,
-                        6 / std::max(6.0, cv::norm(tip - origin)));
-        const double shown = cv::norm(direction);
-        Write(picture, names.at(static_cast<size_t>(axis)),
-              shown > 0.05 ? tip + direction * (12 / shown) : tip + cv::Point2d(12, 12));
+        const Eigen::Vector2d direction = viewpoint.rotation.col(axis).head<2>();
+        const Eigen::Vector2d tip = origin + direction * (length * scale);
+        DrawArrow(picture, origin, tip);
+        const double shown = direction.norm();
+        const Eigen::Vector2d beside = shown > 0.05 ? direction * (12 / shown) : Eigen::Vector2d(12, 12);
+        Write(picture, names.at(static_cast<size_t>(axis)), tip + beside);
     }
-    Write(picture, fmt::format("axes: {:g}", length), {origin.x, picture.rows - 18.0});
+    Write(picture, fmt::format("axes: {:g}", length), {origin.x(), static_cast<double>(picture.height) - 22});
 }
 
-cv::Matx33d Rotation(const ViewAngles &angles)
+Eigen::Matrix3d Rotation(const ViewAngles &angles)
 {
-    const double right = angles.right * CV_PI / 180;
-    const double up = angles.up * CV_PI / 180;
-    const cv::Matx33d aroundY(std::cos(right), 0, std::sin(right), 0, 1, 0, -std::sin(right), 0,
-                              std::cos(right));
-    const cv::Matx33d aroundX(1, 0, 0, 0, std::cos(up), -std::sin(up), 0, std::sin(up), std::cos(up));
-    return aroundX * aroundY;
+    const auto around = [](double degrees, const Eigen::Vector3d &axis)
+    { return Eigen::AngleAxisd(degrees * std::numbers::pi / 180, axis).toRotationMatrix(); };
+    return around(angles.up, Eigen::Vector3d::UnitX()) * around(angles.right, Eigen::Vector3d::UnitY());
 }
 
-cv::Mat AsMat(const ImageView &image, int type)
+template <typename T>
+Raster<T> Copy(const ImageView &image, size_t channels)
 {
-    return {static_cast<int>(image.height), static_cast<int>(image.width), type,
-            const_cast<uint8_t *>(image.data)}; // only read
+    Raster<T> copy{image.width, image.height, channels};
+    std::memcpy(copy.samples.data(), image.data, copy.samples.size() * sizeof(T));
+    return copy;
 }
 
 } // namespace
 
-cv::Vec3d Viewpoint::Turn(const cv::Vec3d &point) const
+Eigen::Vector3d Viewpoint::Turn(const Eigen::Vector3d &point) const
 {
-    return rotation * (point - centre) + cv::Vec3d(0, 0, distance);
+    return rotation * (point - centre) + Eigen::Vector3d(0, 0, distance);
 }
 
-cv::Point2d Viewpoint::Project(const cv::Vec3d &turned) const
+Eigen::Vector2d Viewpoint::Project(const Eigen::Vector3d &turned) const
 {
-    return cv::Point2d(turned[0], turned[1]) * (focalLength / turned[2]) + principalPoint;
+    return turned.head<2>() * (focalLength / turned.z()) + principalPoint;
 }
 
-bool HasCoordinates(const cv::Vec3f &point)
+bool HasCoordinates(const Eigen::Vector3f &point)
 {
-    return std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]) && point[2] != 0;
+    return point.allFinite() && point.z() != 0;
 }
 
-Viewpoint LookAt(const cv::Mat &points, const ViewAngles &angles, cv::Size size)
+Viewpoint LookAt(const Raster<float> &points, const ViewAngles &angles, const PictureSize &size)
 {
     const auto bounds = BoundsOf(points);
     if (bounds.count == 0)
@@ -381,30 +429,27 @@ Viewpoint LookAt(const cv::Mat &points, const ViewAngles &angles, cv::Size size)
     viewpoint.centre = bounds.Middle();
     viewpoint.size = size;
     // Outside of the sphere around the points, however they are turned.
-    viewpoint.distance = std::max({std::abs(viewpoint.centre[2]), cv::norm(bounds.Extent()), 1e-3});
+    viewpoint.distance = std::max({std::abs(viewpoint.centre.z()), bounds.Extent().norm(), 1e-3});
     const auto seen = BoundsOf(points,
-                               [&](const cv::Vec3d &point)
+                               [&](const Eigen::Vector3d &point)
                                {
                                    const auto pixel = viewpoint.Project(viewpoint.Turn(point));
-                                   return cv::Vec3d(pixel.x, pixel.y, 0);
+                                   return Eigen::Vector3d(pixel.x(), pixel.y(), 0);
                                });
     // A single point has no extent.
     constexpr double leastExtent = 1e-3;
-    viewpoint.focalLength =
-        (1 - 2 * marginOfPicture) * std::min(size.width / std::max(seen.Extent()[0], leastExtent),
-                                             size.height / std::max(seen.Extent()[1], leastExtent));
-    const auto middle = seen.Middle() * viewpoint.focalLength;
-    viewpoint.principalPoint = {size.width / 2.0 - middle[0], size.height / 2.0 - middle[1]};
+    const Eigen::Vector2d whole(size.width, size.height);
+    const Eigen::Vector2d extent = seen.Extent().head<2>().cwiseMax(leastExtent);
+    viewpoint.focalLength = (1 - 2 * marginOfPicture) * whole.cwiseQuotient(extent).minCoeff();
+    viewpoint.principalPoint = whole / 2 - seen.Middle().head<2>() * viewpoint.focalLength;
     return viewpoint;
 }
 
-PointView RenderPoints(const cv::Mat &points, const cv::Mat &intensity, const Viewpoint &viewpoint)
+PointView RenderPoints(const Raster<float> &points, const Raster<uint8_t> &intensity,
+                       const Viewpoint &viewpoint)
 {
-    PointView view;
-    for (auto *map : {&view.distance, &view.depth, &view.brightness})
-    {
-        *map = cv::Mat(viewpoint.size, CV_32F, cv::Scalar::all(0));
-    }
+    const Raster<float> nothing{viewpoint.size.width, viewpoint.size.height};
+    PointView view{nothing, nothing, nothing};
     Grid grid(points, viewpoint);
     grid.Light(viewpoint, intensity);
     Canvas canvas(view);
@@ -416,26 +461,19 @@ void WriteView(const std::filesystem::path &file, const ImageView &points, const
                const ViewAngles &angles)
 {
     if (points.width == 0 || points.height == 0 ||
-        points.size / sizeof(cv::Vec3f) / points.width < points.height)
+        points.size / sizeof(Eigen::Vector3f) / points.width < points.height)
     {
         throw std::runtime_error(fmt::format("A grid of {} x {} points does not fit the buffer of {} bytes",
                                              points.width, points.height, points.size));
     }
-    const auto grid = AsMat(points, CV_32FC3);
+    const auto grid = Copy<float>(points, 3);
+    const auto grey = IsIntensityOf(points, intensity) ? Copy<uint8_t>(*intensity, 1) : Raster<uint8_t>();
     const auto bounds = BoundsOf(grid);
-    const auto viewpoint = LookAt(grid, angles, pictureSize * supersampling);
-    const auto view = RenderPoints(
-        grid, IsIntensityOf(points, intensity) ? AsMat(*intensity, CV_8UC1) : cv::Mat(), viewpoint);
-    cv::Mat picture;
-    cv::resize(Picture(view, bounds), picture, pictureSize, 0, 0, cv::INTER_AREA);
+    const auto viewpoint =
+        LookAt(grid, angles, {pictureWidth * supersampling, pictureHeight * supersampling});
+    auto picture = PictureOf(RenderPoints(grid, grey, viewpoint), bounds);
     DrawAxes(picture, viewpoint);
-    auto bar = ScaleBar(picture.rows, bounds.least[2], bounds.largest[2]);
-    cv::Mat isEmpty;
-    cv::inRange(bar, cv::Scalar::all(0), cv::Scalar::all(0), isEmpty);
-    bar.setTo(ground, isEmpty);
-    cv::hconcat(picture, bar, picture);
-    cv::cvtColor(picture, picture, cv::COLOR_BGR2RGB);
-    WriteImage(file, picture);
+    WriteImage(file, Beside(picture, ScaleBar(picture.height, bounds.least.z(), bounds.largest.z(), ground)));
 }
 
 } // namespace gentlctl
