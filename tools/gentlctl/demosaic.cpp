@@ -19,10 +19,10 @@ size_t After(size_t i, size_t count)
 }
 
 template <typename T, typename... Samples>
-T Mean(const T *first, const Samples *...others)
+T Mean(T first, Samples... others)
 {
     constexpr unsigned int count = 1 + sizeof...(others);
-    return static_cast<T>(((count / 2 + *first) + ... + *others) / count);
+    return static_cast<T>(((count / 2 + first) + ... + others) / count);
 }
 
 } // namespace
@@ -33,28 +33,29 @@ Raster<T> Demosaic(const Raster<T> &mosaic, const FirstRed &red)
     Raster<T> picture{mosaic.width, mosaic.height, 3};
     for (size_t y = 0; y < mosaic.height; ++y)
     {
-        const auto up = Before(y, mosaic.height);
-        const auto down = After(y, mosaic.height);
-        // Each row has green samples and those of one other colour.
+        const T *row = mosaic.At(0, y);
+        const T *above = mosaic.At(0, Before(y, mosaic.height));
+        const T *below = mosaic.At(0, After(y, mosaic.height));
+        // Each row and each column has green samples and those of one other colour.
         const size_t rowColour = y % 2 == red.y ? 0 : 2;
-        for (size_t x = 0; x < mosaic.width; ++x)
+        T *pixel = picture.At(0, y);
+        for (size_t x = 0; x < mosaic.width; ++x, pixel += 3)
         {
             const auto left = Before(x, mosaic.width);
             const auto right = After(x, mosaic.width);
             const size_t columnColour = x % 2 == red.x ? 0 : 2;
-            const T here = *mosaic.At(x, y);
-            auto *pixel = picture.At(x, y);
-            if (rowColour != columnColour)
+            if (rowColour == columnColour)
             {
-                pixel[rowColour] = Mean(mosaic.At(left, y), mosaic.At(right, y));
-                pixel[1] = here;
-                pixel[columnColour] = Mean(mosaic.At(x, up), mosaic.At(x, down));
-                continue;
+                pixel[rowColour] = row[x];
+                pixel[1] = Mean(row[left], row[right], above[x], below[x]);
+                pixel[2 - rowColour] = Mean(above[left], above[right], below[left], below[right]);
             }
-            pixel[rowColour] = here;
-            pixel[1] = Mean(mosaic.At(left, y), mosaic.At(right, y), mosaic.At(x, up), mosaic.At(x, down));
-            pixel[2 - rowColour] = Mean(mosaic.At(left, up), mosaic.At(right, up), mosaic.At(left, down),
-                                        mosaic.At(right, down));
+            else
+            {
+                pixel[rowColour] = Mean(row[left], row[right]);
+                pixel[1] = row[x];
+                pixel[columnColour] = Mean(above[x], below[x]);
+            }
         }
     }
     return picture;
