@@ -36,7 +36,6 @@ namespace
 
 constexpr auto loggerName = "gentli_proxy";
 constexpr auto defaultPattern = "[%T] [%^%l%$] (%*) %v";
-constexpr int32_t gigeVision = 1;
 
 // Consumers close the library, and may fail at it, when their static objects end, and those of the main
 // thread outlive its thread-local ones. Without a destructor, so it can be read until the very end.

@@ -19,7 +19,6 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr int32_t gigeVision = 1;
 constexpr std::array<std::string_view, 1> wantedNames{"qvr_gevgentl.pr_cti"};
 
 bool EqualIgnoringCase(char a, char b)

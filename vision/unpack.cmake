@@ -6,7 +6,8 @@ add_library(vision_unpack STATIC
     unpack.cpp
     unpack_kernels.cpp
     unpack_layout.cpp
-    unpack_scalar.cpp
-    "${PROJECT_SOURCE_DIR}/src/common/pixel_format.cpp")
-target_include_directories(vision_unpack PUBLIC "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/src")
-target_link_libraries(vision_unpack PUBLIC qvr_build_settings PRIVATE hwy::hwy)
+    unpack_scalar.cpp)
+target_include_directories(vision_unpack PUBLIC "${PROJECT_SOURCE_DIR}")
+target_link_libraries(vision_unpack PUBLIC pixel_formats PRIVATE hwy::hwy)
+# Highway includes such a file again for each set of instructions.
+set_source_files_properties(past_cache.cpp unpack_kernels.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)

@@ -173,7 +173,7 @@ int64_t ShiftRight(int64_t value, int64_t count)
 
 // Far above any honest formula; a hostile one must not exhaust the stack of the consumer's process. A pair
 // of parentheses takes three levels.
-constexpr int maximumDepth = 1500;
+constexpr int maximumNesting = 1500;
 
 } // namespace
 
@@ -208,7 +208,7 @@ class MathExpressionParser::Nesting
 public:
     explicit Nesting(int &depth) : m_depth(depth)
     {
-        if (m_depth >= maximumDepth)
+        if (m_depth >= maximumNesting)
         {
             Fail("Expression is nested too deeply");
         }

@@ -14,7 +14,7 @@ namespace chain
 namespace
 {
 
-constexpr size_t width = 640;
+constexpr size_t imageWidth = 640;
 
 void LoadUserSet(Camera &camera, const std::string &set)
 {
@@ -56,7 +56,7 @@ void ExpectPlane(Camera &camera, const std::string &mode, double step)
             const Point ray = RayOf(place);
             // Raw values are where the lens shows them.
             const auto shown = isRaw ? Shown(ray) : place;
-            const auto i = static_cast<size_t>(std::lround(shown.row)) * width +
+            const auto i = static_cast<size_t>(std::lround(shown.row)) * imageWidth +
                            static_cast<size_t>(std::lround(shown.column));
             const double value = DepthAt(image, i);
             const double known = OnPlane(ray).z;

@@ -30,7 +30,6 @@ double PlaneDepth(size_t column, size_t row)
 
 constexpr size_t planeFirstRow = 300; // below sphere and plate
 constexpr size_t planeLastRow = 330;  // above the band without depth
-constexpr double allowedError = 0.002;
 
 /// Whether a pixel without distortion shows the band without depth, and nothing beside it.
 bool ShowsBand(size_t column, size_t row)
@@ -187,18 +186,18 @@ TEST_F(DepthModes, GiveTheSameDepthWhateverUserSetIsLoaded)
     }
 }
 
-struct Change
+struct ModeChange
 {
     const char *feature;
     const char *value;
 };
 
-void PrintTo(const Change &change, std::ostream *stream)
+void PrintTo(const ModeChange &change, std::ostream *stream)
 {
     *stream << change.feature << " to " << change.value;
 }
 
-class ChangeWhileStreaming : public DepthModes, public testing::WithParamInterface<Change>
+class ChangeWhileStreaming : public DepthModes, public testing::WithParamInterface<ModeChange>
 {
 };
 
@@ -235,10 +234,10 @@ TEST_P(ChangeWhileStreaming, IsDeniedAndLeavesAllAsItWas)
 }
 
 INSTANTIATE_TEST_SUITE_P(Changes, ChangeWhileStreaming,
-                         testing::Values(Change{"Scan3dOutputMode", "UncalibratedC"},
-                                         Change{"Scan3dOutputMode", "CalibratedC"},
-                                         Change{"Scan3dOutputMode", "CalibratedABC_Grid"},
-                                         Change{"PixelFormat", "Coord3D_ABC32f"}),
+                         testing::Values(ModeChange{"Scan3dOutputMode", "UncalibratedC"},
+                                         ModeChange{"Scan3dOutputMode", "CalibratedC"},
+                                         ModeChange{"Scan3dOutputMode", "CalibratedABC_Grid"},
+                                         ModeChange{"PixelFormat", "Coord3D_ABC32f"}),
                          [](const auto &change)
                          { return std::string(change.param.feature) + "To" + change.param.value; });
 

@@ -1,5 +1,6 @@
 // The depth camera's images side by side in one buffer, and its intensity without the lens's distortion.
 
+#include "chain/depth_points.h"
 #include "chain/depth_shot.h"
 #include "chain/depth_view.h"
 
@@ -16,7 +17,6 @@ namespace chain
 namespace
 {
 
-constexpr uint64_t coord3dAbc32f = 0x026000C0;
 constexpr uint64_t mono8 = 0x01080001;
 constexpr uint64_t confidence8 = 0x010800C6;
 
@@ -145,11 +145,6 @@ TEST_P(DepthPartsOf, ShowTheIntensityWithoutDistortion)
     ASSERT_EQ(delivered.size(), expected.size());
     EXPECT_LE(cv::norm(delivered, expected, cv::NORM_INF), 1);
     EXPECT_GT(cv::norm(raw, expected, cv::NORM_INF), 50); // there was something to take out
-}
-
-std::string NameOf(const testing::TestParamInfo<View> &view)
-{
-    return view.param.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Regions, DepthPartsOf, testing::ValuesIn(Regions()), NameOf);

@@ -17,6 +17,9 @@ inline constexpr uint64_t coord3dC16 = 0x011000B8;
 inline constexpr uint64_t coord3dC32f = 0x012000BF;
 inline constexpr uint64_t coord3dAbc32f = 0x026000C0;
 
+/// Of the distance that is known.
+inline constexpr double allowedError = 0.002;
+
 /// mm: x goes right, y down, z away from the camera.
 struct Point
 {

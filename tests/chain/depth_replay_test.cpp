@@ -1,5 +1,6 @@
 // Depth pictures of a folder, with the lens of their calibration file, arrive as points where they should.
 
+#include "chain/depth_points.h"
 #include "chain/depth_shot.h"
 #include "support/environment_variable.h"
 
@@ -20,10 +21,9 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr int width = 400;
-constexpr int height = 300;
+constexpr int pictureWidth = 400;
+constexpr int pictureHeight = 300;
 constexpr double depthScale = 0.25;
-constexpr uint64_t coord3dAbc32f = 0x026000C0;
 
 /// A tilted plane as a camera with this lens would see it.
 class DepthFolder
@@ -33,8 +33,8 @@ public:
     {
         fs::create_directories(m_folder);
         cv::FileStorage file((m_folder / "lens.yml").string(), cv::FileStorage::WRITE);
-        file << "image_width" << width << "image_height" << height << "camera_matrix" << m_matrix
-             << "distortion_coefficients" << m_distortion << "depth_scale" << depthScale;
+        file << "image_width" << pictureWidth << "image_height" << pictureHeight << "camera_matrix"
+             << m_matrix << "distortion_coefficients" << m_distortion << "depth_scale" << depthScale;
         cv::imwrite((m_folder / "plane.png").string(), Picture());
     }
     ~DepthFolder() { fs::remove_all(m_folder); }
@@ -49,14 +49,14 @@ private:
     cv::Mat Picture() const
     {
         std::vector<cv::Point2d> pixels;
-        for (int i = 0; i < width * height; ++i)
+        for (int i = 0; i < pictureWidth * pictureHeight; ++i)
         {
-            pixels.emplace_back(i % width, i / width);
+            pixels.emplace_back(i % pictureWidth, i / pictureWidth);
         }
         std::vector<cv::Point2d> rays;
         cv::undistortPoints(pixels, rays, m_matrix, m_distortion, cv::noArray(), cv::noArray(),
                             {cv::TermCriteria::COUNT | cv::TermCriteria::EPS, 50, 1e-10});
-        cv::Mat picture(height, width, CV_16U);
+        cv::Mat picture(pictureHeight, pictureWidth, CV_16U);
         for (size_t i = 0; i < rays.size(); ++i)
         {
             picture.at<uint16_t>(static_cast<int>(i)) =
@@ -78,15 +78,16 @@ TEST(DepthReplay, GivesPointsWhereThePicturesShowThem)
     const auto shot = TakeShot(opened.camera);
     const auto &image = shot.parts.at(0);
     ASSERT_EQ(image.pixelFormat, coord3dAbc32f);
-    ASSERT_EQ(image.width, size_t{width});
-    ASSERT_EQ(image.height, size_t{height});
+    ASSERT_EQ(image.width, size_t{pictureWidth});
+    ASSERT_EQ(image.height, size_t{pictureHeight});
     size_t compared = 0;
-    for (int row = 20; row < height - 20; ++row)
+    for (int row = 20; row < pictureHeight - 20; ++row)
     {
-        for (int column = 20; column < width - 20; ++column)
+        for (int column = 20; column < pictureWidth - 20; ++column)
         {
             float point[3];
-            std::memcpy(point, image.bytes.data() + static_cast<size_t>(row * width + column) * sizeof point,
+            std::memcpy(point,
+                        image.bytes.data() + static_cast<size_t>(row * pictureWidth + column) * sizeof point,
                         sizeof point);
             const double x = (column - 203.5) / 380;
             const double y = (row - 148.25) / 382;

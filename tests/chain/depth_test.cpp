@@ -12,8 +12,6 @@ namespace chain
 namespace
 {
 
-constexpr double allowedError = 0.002; // of the distance that is known
-
 class Grid : public testing::TestWithParam<View>
 {
 protected:
@@ -145,11 +143,6 @@ TEST_P(Grid, IsInvalidWhereThereIsNoDepthAndNowhereElse)
     EXPECT_GT(inBand, m_points.size() / 100);
     EXPECT_EQ(wronglyValid, 0U);
     EXPECT_EQ(wronglyInvalid, 0U);
-}
-
-std::string NameOf(const testing::TestParamInfo<View> &view)
-{
-    return view.param.name;
 }
 
 INSTANTIATE_TEST_SUITE_P(Regions, Grid, testing::ValuesIn(Regions()), NameOf);

@@ -2,6 +2,8 @@
 
 #include "chain/consumer.h"
 
+#include <gtest/gtest.h>
+
 #include <ostream>
 #include <string>
 #include <vector>
@@ -26,6 +28,11 @@ struct View
     int StepX() const { return binningX * decimationX; }
     int StepY() const { return binningY * decimationY; }
 };
+
+inline std::string NameOf(const testing::TestParamInfo<View> &view)
+{
+    return view.param.name;
+}
 
 inline void PrintTo(const View &view, std::ostream *stream)
 {

@@ -26,7 +26,7 @@ using internal::EnvironmentVariable;
 using Bytes = std::vector<uint8_t>;
 
 constexpr int framesCompared = 3;
-constexpr size_t buffersQueued = 4;
+constexpr size_t numBuffers = 4;
 constexpr size_t guardSize = 64;
 constexpr uint8_t guardByte = 0xA5;
 
@@ -167,7 +167,7 @@ Frame Describe(Camera &camera, BUFFER_HANDLE buffer, const Bytes &memory)
 /// The first frames of an acquisition, in buffers of this size and not a byte more.
 std::vector<Frame> Grab(Camera &camera, size_t size, int count)
 {
-    std::vector<Bytes> memory(buffersQueued, Bytes(size + guardSize, guardByte));
+    std::vector<Bytes> memory(numBuffers, Bytes(size + guardSize, guardByte));
     std::map<BUFFER_HANDLE, const Bytes *> memoryOf;
     auto &calls = camera.Calls();
     for (auto &bytes : memory)

@@ -17,7 +17,7 @@ namespace GenTL::internal
 namespace
 {
 
-void *const memory = reinterpret_cast<void *>(0x10000);
+void *const bufferBase = reinterpret_cast<void *>(0x10000);
 void *const userPointer = reinterpret_cast<void *>(0x20000);
 constexpr size_t memorySize = 4096;
 
@@ -58,7 +58,7 @@ protected:
     }
 
     FakeLibrary library;
-    Buffer buffer{library, memory, memorySize, userPointer};
+    Buffer buffer{library, bufferBase, memorySize, userPointer};
 };
 
 class FilledBufferInfo : public BufferFixture, public testing::WithParamInterface<InfoParameter>
@@ -67,7 +67,7 @@ class FilledBufferInfo : public BufferFixture, public testing::WithParamInterfac
 
 // What a filled buffer in the output queue answers.
 const std::vector<InfoCase> filledCases{
-    {"Base", BUFFER_INFO_BASE, TypedAnswer::Pointer(memory)},
+    {"Base", BUFFER_INFO_BASE, TypedAnswer::Pointer(bufferBase)},
     {"Size", BUFFER_INFO_SIZE, TypedAnswer::Size(memorySize)},
     {"UserPtr", BUFFER_INFO_USER_PTR, TypedAnswer::Pointer(userPointer)},
     {"Timestamp", BUFFER_INFO_TIMESTAMP, TypedAnswer::Uint64(123456789012345)},
@@ -116,7 +116,7 @@ class NewBufferInfo : public BufferFixture, public testing::WithParamInterface<I
 
 // What a buffer answers that was never filled; all else is not available.
 const std::vector<InfoCase> newCases{
-    {"Base", BUFFER_INFO_BASE, TypedAnswer::Pointer(memory)},
+    {"Base", BUFFER_INFO_BASE, TypedAnswer::Pointer(bufferBase)},
     {"Size", BUFFER_INFO_SIZE, TypedAnswer::Size(memorySize)},
     {"UserPtr", BUFFER_INFO_USER_PTR, TypedAnswer::Pointer(userPointer)},
     {"NewData", BUFFER_INFO_NEW_DATA, TypedAnswer::Bool(false)},
@@ -252,7 +252,7 @@ class BufferMemory : public BufferFixture
 
 TEST_F(BufferMemory, OfTheConsumerIsUsedAsItIs)
 {
-    EXPECT_EQ(buffer.GetBase(), memory);
+    EXPECT_EQ(buffer.GetBase(), bufferBase);
     EXPECT_EQ(buffer.GetSize(), memorySize);
     EXPECT_EQ(buffer.GetUserPointer(), userPointer);
     EXPECT_FALSE(buffer.OwnsMemory());

@@ -66,8 +66,8 @@ TEST_F(WorkerInterleavings, JoinTheThreadThatEndsByItselfInAKill)
     EXPECT_EQ(calls->CountOf("AcquisitionStopped"), 0);
     Release();
     kill.get();
-    EXPECT_EQ(calls->All(), (Calls{"StopAcquisition", "RevokeBuffers", "RevokeBuffers", "Finished",
-                                   "AcquisitionStopped"}));
+    EXPECT_EQ(calls->All(),
+              (Calls{"StopAcquisition", "RevokeBuffers", "RevokeBuffers", "Finished", "AcquisitionStopped"}));
 }
 
 TEST_F(WorkerInterleavings, JoinTheThreadThatEndsByItselfBeforeTheLowerStreamIsClosed)

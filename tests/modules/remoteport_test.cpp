@@ -29,7 +29,7 @@ using tarn::common::PixelFormat;
 using testing::ElementsAre;
 
 /// Keeps the callbacks that a remote port sets.
-class FakeProcessor final : public IProcessor
+class PlainProcessor final : public IProcessor
 {
 public:
     std::function<uint64_t()> payloadSize;
@@ -69,7 +69,7 @@ struct RemotePortTest : testing::Test
 {
     const PORT_HANDLE lowerHandle = LowerHandle(0x907);
     std::shared_ptr<FakeGenTLProxy> proxy = std::make_shared<FakeGenTLProxy>();
-    std::shared_ptr<FakeProcessor> processor = std::make_shared<FakeProcessor>();
+    std::shared_ptr<PlainProcessor> processor = std::make_shared<PlainProcessor>();
     FakeRemoteDevice remoteDevice;
 
     void SetUp() override { remoteDevice.Serve(*proxy); }

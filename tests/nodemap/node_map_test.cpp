@@ -320,7 +320,7 @@ struct Answer
 };
 
 template <typename T>
-std::string Bytes(T value)
+std::string BytesOf(T value)
 {
     return {reinterpret_cast<const char *>(&value), sizeof value};
 }
@@ -362,14 +362,14 @@ TEST_F(NodeMapTest, AnswersEveryUrlInfo)
     { system.GetPortURLInfo(0, command, type, buffer, size); };
     const std::vector<Answer> answers{
         {URL_INFO_URL, INFO_DATATYPE_STRING, Text("local:///System.xml;4A0;6BE2?SchemaVersion=1.1.0")},
-        {URL_INFO_SCHEMA_VER_MAJOR, INFO_DATATYPE_INT32, Bytes(int32_t{1})},
-        {URL_INFO_SCHEMA_VER_MINOR, INFO_DATATYPE_INT32, Bytes(int32_t{1})},
-        {URL_INFO_FILE_VER_MAJOR, INFO_DATATYPE_INT32, Bytes(int32_t{1})},
-        {URL_INFO_FILE_VER_MINOR, INFO_DATATYPE_INT32, Bytes(int32_t{0})},
-        {URL_INFO_FILE_VER_SUBMINOR, INFO_DATATYPE_INT32, Bytes(int32_t{0})},
-        {URL_INFO_FILE_REGISTER_ADDRESS, INFO_DATATYPE_UINT64, Bytes(uint64_t{0x4A0})},
-        {URL_INFO_FILE_SIZE, INFO_DATATYPE_UINT64, Bytes(uint64_t{0x6BE2})},
-        {URL_INFO_SCHEME, INFO_DATATYPE_INT32, Bytes(int32_t{0})},
+        {URL_INFO_SCHEMA_VER_MAJOR, INFO_DATATYPE_INT32, BytesOf(int32_t{1})},
+        {URL_INFO_SCHEMA_VER_MINOR, INFO_DATATYPE_INT32, BytesOf(int32_t{1})},
+        {URL_INFO_FILE_VER_MAJOR, INFO_DATATYPE_INT32, BytesOf(int32_t{1})},
+        {URL_INFO_FILE_VER_MINOR, INFO_DATATYPE_INT32, BytesOf(int32_t{0})},
+        {URL_INFO_FILE_VER_SUBMINOR, INFO_DATATYPE_INT32, BytesOf(int32_t{0})},
+        {URL_INFO_FILE_REGISTER_ADDRESS, INFO_DATATYPE_UINT64, BytesOf(uint64_t{0x4A0})},
+        {URL_INFO_FILE_SIZE, INFO_DATATYPE_UINT64, BytesOf(uint64_t{0x6BE2})},
+        {URL_INFO_SCHEME, INFO_DATATYPE_INT32, BytesOf(int32_t{0})},
         {URL_INFO_FILENAME, INFO_DATATYPE_STRING, Text("System.xml")},
     };
     for (const auto &answer : answers)
@@ -408,12 +408,12 @@ TEST_F(NodeMapTest, AnswersEveryPortInfo)
         {PORT_INFO_MODEL, INFO_DATATYPE_STRING, Text("Proxy Transport Layer")},
         {PORT_INFO_TLTYPE, INFO_DATATYPE_STRING, Text("GEV")},
         {PORT_INFO_MODULE, INFO_DATATYPE_STRING, Text("TLSystem")},
-        {PORT_INFO_LITTLE_ENDIAN, INFO_DATATYPE_BOOL8, Bytes(bool8_t{1})},
-        {PORT_INFO_BIG_ENDIAN, INFO_DATATYPE_BOOL8, Bytes(bool8_t{0})},
-        {PORT_INFO_ACCESS_READ, INFO_DATATYPE_BOOL8, Bytes(bool8_t{1})},
-        {PORT_INFO_ACCESS_WRITE, INFO_DATATYPE_BOOL8, Bytes(bool8_t{1})},
-        {PORT_INFO_ACCESS_NA, INFO_DATATYPE_BOOL8, Bytes(bool8_t{0})},
-        {PORT_INFO_ACCESS_NI, INFO_DATATYPE_BOOL8, Bytes(bool8_t{0})},
+        {PORT_INFO_LITTLE_ENDIAN, INFO_DATATYPE_BOOL8, BytesOf(bool8_t{1})},
+        {PORT_INFO_BIG_ENDIAN, INFO_DATATYPE_BOOL8, BytesOf(bool8_t{0})},
+        {PORT_INFO_ACCESS_READ, INFO_DATATYPE_BOOL8, BytesOf(bool8_t{1})},
+        {PORT_INFO_ACCESS_WRITE, INFO_DATATYPE_BOOL8, BytesOf(bool8_t{1})},
+        {PORT_INFO_ACCESS_NA, INFO_DATATYPE_BOOL8, BytesOf(bool8_t{0})},
+        {PORT_INFO_ACCESS_NI, INFO_DATATYPE_BOOL8, BytesOf(bool8_t{0})},
         {PORT_INFO_VERSION, INFO_DATATYPE_STRING, Text("1.0.0.0")},
         {PORT_INFO_PORTNAME, INFO_DATATYPE_STRING, Text("TLPort")},
     };

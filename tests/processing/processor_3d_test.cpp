@@ -21,8 +21,6 @@ using tarn::common::Size;
 using testing::ElementsAre;
 using Mode = Scan3dOutputMode;
 
-const std::string keyNotFound = "unordered_map::at: key not found";
-
 /// Over the tests' vision library.
 class Processor3dTest : public testing::Test
 {
@@ -164,7 +162,7 @@ TEST_F(Processor3dTest, NeedsAnInputFormatForAMode)
 {
     SetScale();
     EXPECT_EQ(FailureOf([&] { processor->SetScan3dOutputMode(Mode::CalibratedC); }),
-              PlainFailure(keyNotFound));
+              PlainFailure("unordered_map::at: key not found"));
     EXPECT_EQ(processor->GetScan3dOutputMode(), Mode::CalibratedC) << "the mode is set before";
 }
 

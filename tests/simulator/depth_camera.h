@@ -9,6 +9,9 @@
 namespace simulator_test
 {
 
+inline constexpr size_t sensorWidth = 640;
+inline constexpr size_t sensorHeight = 480;
+
 /** The numbers of the depth camera's scene and lens, as docs/simulator.md gives them. */
 struct Direction
 {

@@ -7,9 +7,7 @@ namespace simulator_test
 namespace
 {
 
-constexpr size_t width = 640;
-constexpr size_t height = 480;
-constexpr size_t pixels = width * height;
+constexpr size_t sensorPixels = sensorWidth * sensorHeight;
 
 class SimulatorDepthParts : public DepthCameraTest
 {
@@ -52,12 +50,12 @@ protected:
 TEST_F(SimulatorDepthParts, FollowEachOtherInTheBuffer)
 {
     EnableAll();
-    EXPECT_EQ(static_cast<int64_t>(4 * pixels), m_camera->Get("PayloadSize"));
+    EXPECT_EQ(static_cast<int64_t>(4 * sensorPixels), m_camera->Get("PayloadSize"));
     AnnounceBuffers(4);
     Start(1);
     const BUFFER_HANDLE buffer = Receive().handle;
     EXPECT_EQ(size_t{PAYLOAD_TYPE_MULTI_PART}, BufferInfo<size_t>(buffer, BUFFER_INFO_PAYLOADTYPE));
-    EXPECT_EQ(4 * pixels, BufferInfo<size_t>(buffer, BUFFER_INFO_SIZE_FILLED));
+    EXPECT_EQ(4 * sensorPixels, BufferInfo<size_t>(buffer, BUFFER_INFO_SIZE_FILLED));
     ASSERT_EQ(3U, NumParts(buffer));
     struct Expected
     {
@@ -66,9 +64,9 @@ TEST_F(SimulatorDepthParts, FollowEachOtherInTheBuffer)
         size_t offset;
         size_t size;
     };
-    const Expected expected[] = {{PART_DATATYPE_3D_IMAGE, 0x011000B8, 0, 2 * pixels},
-                                 {PART_DATATYPE_2D_IMAGE, 0x01080001, 2 * pixels, pixels},
-                                 {PART_DATATYPE_CONFIDENCE_MAP, 0x010800C6, 3 * pixels, pixels}};
+    const Expected expected[] = {{PART_DATATYPE_3D_IMAGE, 0x011000B8, 0, 2 * sensorPixels},
+                                 {PART_DATATYPE_2D_IMAGE, 0x01080001, 2 * sensorPixels, sensorPixels},
+                                 {PART_DATATYPE_CONFIDENCE_MAP, 0x010800C6, 3 * sensorPixels, sensorPixels}};
     auto *const base = static_cast<uint8_t *>(BufferInfo<void *>(buffer, BUFFER_INFO_BASE));
     for (uint32_t i = 0; i < 3; ++i)
     {
@@ -77,8 +75,8 @@ TEST_F(SimulatorDepthParts, FollowEachOtherInTheBuffer)
         EXPECT_EQ(expected[i].format, PartInfo<uint64_t>(buffer, i, BUFFER_PART_INFO_DATA_FORMAT));
         EXPECT_EQ(base + expected[i].offset, PartInfo<void *>(buffer, i, BUFFER_PART_INFO_BASE));
         EXPECT_EQ(expected[i].size, PartInfo<size_t>(buffer, i, BUFFER_PART_INFO_DATA_SIZE));
-        EXPECT_EQ(width, PartInfo<size_t>(buffer, i, BUFFER_PART_INFO_WIDTH));
-        EXPECT_EQ(height, PartInfo<size_t>(buffer, i, BUFFER_PART_INFO_HEIGHT));
+        EXPECT_EQ(sensorWidth, PartInfo<size_t>(buffer, i, BUFFER_PART_INFO_WIDTH));
+        EXPECT_EQ(sensorHeight, PartInfo<size_t>(buffer, i, BUFFER_PART_INFO_HEIGHT));
     }
     INFO_DATATYPE type = 0;
     size_t size = 0;
@@ -98,11 +96,11 @@ TEST_F(SimulatorDepthParts, AreTheImagesThatEachIsAlone)
 {
     const std::vector<uint8_t> range = GrabOne();
     const std::vector<uint8_t> confidence = GrabAlone("Confidence");
-    ASSERT_EQ(pixels, confidence.size());
+    ASSERT_EQ(sensorPixels, confidence.size());
     Enable("Intensity");
     Enable("Confidence", false);
     const std::vector<uint8_t> light = GrabOne();
-    ASSERT_EQ(pixels, light.size());
+    ASSERT_EQ(sensorPixels, light.size());
     Enable("Range");
     Enable("Confidence");
     AnnounceBuffers(4);
@@ -179,12 +177,12 @@ TEST_F(SimulatorDepthParts, TellByBitsWhichFormatsTheSelectedOneHas)
 TEST_F(SimulatorDepthParts, ShowLinesThatAreStraightOnThePlane)
 {
     const std::vector<uint8_t> light = GrabAlone("Intensity");
-    ASSERT_EQ(pixels, light.size());
+    ASSERT_EQ(sensorPixels, light.size());
     const auto at = [&](double x, double y)
     {
         const double z = 1500 + 0.25 * x + 0.10 * y;
         const Direction place = PlaceOf({x / z, y / z});
-        return int{light[static_cast<size_t>(std::lround(place.y)) * width +
+        return int{light[static_cast<size_t>(std::lround(place.y)) * sensorWidth +
                          static_cast<size_t>(std::lround(place.x))]};
     };
     for (double x = -600; x <= 900; x += 50)
@@ -203,14 +201,14 @@ TEST_F(SimulatorDepthParts, ShowLinesThatAreStraightOnThePlane)
 TEST_F(SimulatorDepthParts, ShowHowTheSurfaceIsTurned)
 {
     const std::vector<uint8_t> confidence = GrabAlone("Confidence");
-    ASSERT_EQ(pixels, confidence.size());
+    ASSERT_EQ(sensorPixels, confidence.size());
     const Direction direction = DirectionAt(322, 40);
     const double length = std::sqrt(direction.x * direction.x + direction.y * direction.y + 1);
     const double cosine =
         (1 - 0.25 * direction.x - 0.10 * direction.y) / length / std::sqrt(1 + 0.25 * 0.25 + 0.10 * 0.10);
-    EXPECT_NEAR(255 * cosine, confidence[40 * width + 322], 0.501);
+    EXPECT_NEAR(255 * cosine, confidence[40 * sensorWidth + 322], 0.501);
     const Direction inBand = PlaceOf({0.0, 365 / 1536.5});
-    EXPECT_EQ(0, confidence[static_cast<size_t>(inBand.y) * width + 322]);
+    EXPECT_EQ(0, confidence[static_cast<size_t>(inBand.y) * sensorWidth + 322]);
 }
 
 TEST_F(SimulatorDepthParts, GetDarkerWithTheExposureInTheLightAlone)
@@ -219,12 +217,12 @@ TEST_F(SimulatorDepthParts, GetDarkerWithTheExposureInTheLightAlone)
     const std::vector<uint8_t> bright = GrabOne();
     ASSERT_OK(m_camera->SetFloat("ExposureTime", 5000.0F));
     const std::vector<uint8_t> dark = GrabOne();
-    ASSERT_EQ(4 * pixels, dark.size());
+    ASSERT_EQ(4 * sensorPixels, dark.size());
     const auto first = [](const std::vector<uint8_t> &bytes, size_t part)
-    { return bytes.begin() + static_cast<ptrdiff_t>(part * pixels); };
+    { return bytes.begin() + static_cast<ptrdiff_t>(part * sensorPixels); };
     EXPECT_TRUE(std::equal(first(bright, 0), first(bright, 2), first(dark, 0)));
     EXPECT_TRUE(std::equal(first(bright, 3), first(bright, 4), first(dark, 3)));
-    const size_t pixel = 2 * pixels + 200 * width + 450; // on the plate
+    const size_t pixel = 2 * sensorPixels + 200 * sensorWidth + 450; // on the plate
     EXPECT_GT(bright[pixel], 100);
     EXPECT_NEAR(bright[pixel] / 2.0, dark[pixel], 1.0);
 }

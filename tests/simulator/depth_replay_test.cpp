@@ -16,8 +16,8 @@ namespace simulator_test
 namespace
 {
 
-constexpr int width = 320;
-constexpr int height = 200;
+constexpr int pictureWidth = 320;
+constexpr int pictureHeight = 200;
 
 /** A folder of depth pictures, gone after the test. */
 class SimulatorDepthReplay : public DepthCameraTest
@@ -60,8 +60,8 @@ protected:
     void SaveCalibration(double depthScale = 0.0)
     {
         cv::FileStorage file(m_folder / "camera.yml", cv::FileStorage::WRITE);
-        file << "image_width" << width << "image_height" << height << "camera_matrix" << CameraMatrix()
-             << "distortion_coefficients"
+        file << "image_width" << pictureWidth << "image_height" << pictureHeight << "camera_matrix"
+             << CameraMatrix() << "distortion_coefficients"
              << (cv::Mat_<double>(5, 1) << -0.125, 0.0625, 0.001, -0.002, 0.03125);
         if (depthScale != 0.0)
         {
@@ -72,10 +72,10 @@ protected:
     /** Each pixel of another value, with the 0 that stands for no depth and the largest there is. */
     static cv::Mat Depth(int first)
     {
-        cv::Mat image(height, width, CV_16U);
-        for (int i = 0; i < width * height; ++i)
+        cv::Mat image(pictureHeight, pictureWidth, CV_16U);
+        for (int i = 0; i < pictureWidth * pictureHeight; ++i)
         {
-            image.at<uint16_t>(i / width, i % width) = static_cast<uint16_t>(first + i);
+            image.at<uint16_t>(i / pictureWidth, i % pictureWidth) = static_cast<uint16_t>(first + i);
         }
         image.at<uint16_t>(0, 1) = 0;
         image.at<uint16_t>(0, 2) = 65535;
@@ -147,10 +147,10 @@ TEST_F(SimulatorDepthReplay, ShowsTheFilesInTheOrderOfTheirNamesAgainAndAgain)
     Save("b.png", Depth(1000));
     Save("a.tiff", Depth(1));
     Open();
-    EXPECT_EQ(width, m_camera->Get("SensorWidth"));
-    EXPECT_EQ(height, m_camera->Get("SensorHeight"));
-    EXPECT_EQ(width, m_camera->Get("Width"));
-    EXPECT_EQ(height, m_camera->Get("HeightMax"));
+    EXPECT_EQ(pictureWidth, m_camera->Get("SensorWidth"));
+    EXPECT_EQ(pictureHeight, m_camera->Get("SensorHeight"));
+    EXPECT_EQ(pictureWidth, m_camera->Get("Width"));
+    EXPECT_EQ(pictureHeight, m_camera->Get("HeightMax"));
     AnnounceBuffers(4);
     Start();
     for (const int first : {1, 1000, 1})
@@ -171,8 +171,8 @@ TEST_F(SimulatorDepthReplay, HasTheLensOfTheCalibrationFile)
     Open();
     const std::vector<uint8_t> file = LensFile();
     EXPECT_EQ("TCAL", std::string(file.begin(), file.begin() + 4));
-    EXPECT_EQ(uint32_t{width}, WholeAt(file, 12));
-    EXPECT_EQ(uint32_t{height}, WholeAt(file, 16));
+    EXPECT_EQ(uint32_t{pictureWidth}, WholeAt(file, 12));
+    EXPECT_EQ(uint32_t{pictureHeight}, WholeAt(file, 16));
     const float expected[] = {250.5F, 251.0F,  160.25F,  99.5F, -0.125F, 0.0625F,
                               0.001F, -0.002F, 0.03125F, 0.0F,  0.0F,    0.0F};
     for (size_t i = 0; i < std::size(expected); ++i)
@@ -197,7 +197,7 @@ TEST_F(SimulatorDepthReplay, ReadsACalibrationOfPlainYaml)
                          "  data: [-0.125, 0.0625, 0.001, -0.002, 0.03125, 0.25, 0.5, 0.75]\n");
     Open();
     const std::vector<uint8_t> file = LensFile();
-    EXPECT_EQ(uint32_t{width}, WholeAt(file, 12));
+    EXPECT_EQ(uint32_t{pictureWidth}, WholeAt(file, 12));
     EXPECT_EQ(std::bit_cast<uint32_t>(99.5F), WholeAt(file, 32));
     EXPECT_EQ(std::bit_cast<uint32_t>(0.75F), WholeAt(file, 64));
 }
@@ -205,7 +205,7 @@ TEST_F(SimulatorDepthReplay, ReadsACalibrationOfPlainYaml)
 TEST_F(SimulatorDepthReplay, TakesTheScaleOfTheCalibrationFile)
 {
     SaveCalibration(2.0);
-    cv::Mat depth(height, width, CV_16U, cv::Scalar(700));
+    cv::Mat depth(pictureHeight, pictureWidth, CV_16U, cv::Scalar(700));
     depth.at<uint16_t>(0, 1) = 0;
     Save("a.png", depth);
     Open();
@@ -235,7 +235,8 @@ TEST_F(SimulatorDepthReplay, ShowsTheSameDepthInEightBits)
     size_t shown = 0;
     for (size_t i = 0; i < values.size(); ++i)
     {
-        const unsigned value = depth.at<uint16_t>(static_cast<int>(i) / width, static_cast<int>(i) % width);
+        const unsigned value =
+            depth.at<uint16_t>(static_cast<int>(i) / pictureWidth, static_cast<int>(i) % pictureWidth);
         const double expected = value * 0.5 / 128.0;
         if (value == 0 || expected < 0.5 || expected >= 255.5) // none, or beyond the axis
         {
@@ -253,15 +254,15 @@ TEST_F(SimulatorDepthReplay, ShowsTheSameDepthInEightBits)
 TEST_F(SimulatorDepthReplay, HasNoiseOnRequest)
 {
     SaveCalibration();
-    Save("a.png", cv::Mat(height, width, CV_16U, cv::Scalar(3000)));
-    Save("a_intensity.png", cv::Mat(height, width, CV_8U, cv::Scalar(90)));
+    Save("a.png", cv::Mat(pictureHeight, pictureWidth, CV_16U, cv::Scalar(3000)));
+    Save("a_intensity.png", cv::Mat(pictureHeight, pictureWidth, CV_8U, cv::Scalar(90)));
     Open();
     ASSERT_OK(m_camera->SetEntry("ComponentSelector", "Intensity"));
     ASSERT_OK(m_camera->Set("ComponentEnable", 1));
     ASSERT_OK(m_camera->SetFloat("DepthNoise", 5.0F)); // 10 steps
     ASSERT_OK(m_camera->SetFloat("IntensityNoise", 4.0F));
     const std::vector<uint8_t> bytes = GrabOne();
-    constexpr size_t pixels = size_t{width} * height;
+    constexpr size_t pixels = size_t{pictureWidth} * pictureHeight;
     ASSERT_EQ(3 * pixels, bytes.size());
     const auto deviation = [](double mean, auto valueAt)
     {
@@ -282,7 +283,7 @@ TEST_F(SimulatorDepthReplay, ShowsTheIntensityBesideTheDepth)
 {
     SaveCalibration();
     Save("a.png", Depth(1));
-    Save("a_intensity.png", cv::Mat(height, width, CV_8U, cv::Scalar(90)));
+    Save("a_intensity.png", cv::Mat(pictureHeight, pictureWidth, CV_8U, cv::Scalar(90)));
     Save("b.png", Depth(2));
     Open();
     for (const char *const component : {"Intensity", "Confidence"})
@@ -293,7 +294,7 @@ TEST_F(SimulatorDepthReplay, ShowsTheIntensityBesideTheDepth)
     ASSERT_OK(m_camera->SetFloat("ExposureTime", 20000.0F));
     AnnounceBuffers(4);
     Start();
-    constexpr size_t pixels = size_t{width} * height;
+    constexpr size_t pixels = size_t{pictureWidth} * pictureHeight;
     for (const unsigned expected : {180U, 0U, 180U}) // none of b.png
     {
         const BUFFER_HANDLE buffer = Receive().handle;
@@ -342,13 +343,13 @@ TEST_F(SimulatorDepthReplay, RefusesPicturesThatItCanNotShow)
     Save("a.png", Depth(1));
     SaveText("b.png", "broken");
     EXPECT_EQ(begin + "b.png is no picture that can be read", failureWith("b.png"));
-    Save("b.png", cv::Mat(height, width + 1, CV_16U, cv::Scalar(1)));
+    Save("b.png", cv::Mat(pictureHeight, pictureWidth + 1, CV_16U, cv::Scalar(1)));
     EXPECT_EQ(begin + "b.png has 321 x 200 pixels instead of 320 x 200", failureWith("b.png"));
     const std::pair<const char *, int> others[] = {
         {"b.png", CV_8U}, {"b.png", CV_16UC3}, {"b.tif", CV_32F}, {"b.tif", CV_16UC3}, {"b.pgm", CV_8U}};
     for (const auto &[name, type] : others)
     {
-        Save(name, cv::Mat(height, width, type, cv::Scalar(1)));
+        Save(name, cv::Mat(pictureHeight, pictureWidth, type, cv::Scalar(1)));
         EXPECT_EQ(begin + name + " has not one value of 16 bits for each pixel", failureWith(name));
     }
     Save("a_intensity.png", cv::Mat(10, 10, CV_8U, cv::Scalar(1)));

@@ -7,9 +7,6 @@ namespace simulator_test
 namespace
 {
 
-constexpr size_t width = 640;
-constexpr size_t height = 480;
-
 using SimulatorDepth = DepthCameraTest;
 
 TEST_F(SimulatorDepth, HasTheScan3dFeaturesInEachForm)
@@ -60,13 +57,13 @@ TEST_F(SimulatorDepth, OffersWhatItDoesItselfOnly)
 TEST_F(SimulatorDepth, ShowsThePlaneAndTheSphereThroughTheLens)
 {
     const std::vector<unsigned> values = GrabRange();
-    ASSERT_EQ(width * height, values.size());
+    ASSERT_EQ(sensorWidth * sensorHeight, values.size());
     size_t ofPlane = 0;
     size_t ofSphere = 0;
     for (size_t i = 0; i < values.size(); i += 7)
     {
-        const double column = static_cast<double>(i % width);
-        const double row = static_cast<double>(i / width);
+        const double column = static_cast<double>(i % sensorWidth);
+        const double row = static_cast<double>(i / sensorWidth);
         const Direction direction = DirectionAt(column, row);
         if (const auto depth = SphereDepth(direction))
         {
@@ -87,7 +84,7 @@ TEST_F(SimulatorDepth, HasAStepAtTheEdgesOfThePlate)
 {
     const std::vector<unsigned> values = GrabRange();
     const Direction edge = PlaceOf({0.15, 0.0});
-    const size_t row = 238 * width;
+    const size_t row = 238 * sensorWidth;
     ASSERT_NEAR(238.5, edge.y, 0.5);
     const auto first = static_cast<size_t>(std::ceil(edge.x));
     EXPECT_EQ(2000U, values[row + first]);
@@ -102,7 +99,7 @@ TEST_F(SimulatorDepth, HasABandWithoutDepth)
     {
         const double z = 1500 + 0.10 * y; // on the plane at x = 0
         const Direction place = PlaceOf({0.0, y / z});
-        return values[static_cast<size_t>(std::lround(place.y)) * width +
+        return values[static_cast<size_t>(std::lround(place.y)) * sensorWidth +
                       static_cast<size_t>(std::lround(place.x))];
     };
     EXPECT_GT(valueAt(325), 3000U);

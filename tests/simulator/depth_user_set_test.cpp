@@ -9,8 +9,6 @@ namespace simulator_test
 namespace
 {
 
-constexpr size_t width = 640;
-
 class SimulatorUserSets : public DepthCameraTest
 {
 protected:
@@ -106,7 +104,7 @@ protected:
 TEST_F(SimulatorUserSets, ChangeTheValuesOfDepth)
 {
     const Direction direction = DirectionAt(320, 20);
-    const size_t pixel = 20 * width + 320;
+    const size_t pixel = 20 * sensorWidth + 320;
     Load("UserSet0");
     EXPECT_EQ(0.125F, m_camera->GetFloat("Scan3dCoordinateScale"));
     EXPECT_EQ(16383000, m_camera->Get("Scan3dAxisMaxReg"));
@@ -118,7 +116,7 @@ TEST_F(SimulatorUserSets, ChangeTheValuesOfDepth)
     const std::vector<unsigned> shifted = GrabRange();
     EXPECT_NEAR((PlaneDepth(direction) - 200) / 0.5, shifted[pixel], 0.501);
     const Direction inBand = PlaceOf({0.0, 360.0 / 1536.0});
-    EXPECT_EQ(1U, shifted[static_cast<size_t>(inBand.y) * width + 320]);
+    EXPECT_EQ(1U, shifted[static_cast<size_t>(inBand.y) * sensorWidth + 320]);
     Load("Default");
     EXPECT_EQ(0.5F, m_camera->GetFloat("Scan3dCoordinateScale"));
     EXPECT_NEAR(PlaneDepth(direction) / 0.5, GrabRange()[pixel], 0.501);
@@ -220,29 +218,29 @@ TEST_F(SimulatorUserSets, CoverTheSameDepthInEightBits)
         ASSERT_OK(m_camera->SetEntry("PixelFormat", "Coord3D_C8"));
         ExpectScale(expected.scale, expected.axisMin, expected.axisMax);
         const std::vector<unsigned> values = GrabRange(1);
-        for (size_t i = 0; i < 300 * width; i += 13)
+        for (size_t i = 0; i < 300 * sensorWidth; i += 13)
         {
             const Direction direction =
-                DirectionAt(static_cast<double>(i % width), static_cast<double>(i / width));
-            if (i % width < 380)
+                DirectionAt(static_cast<double>(i % sensorWidth), static_cast<double>(i / sensorWidth));
+            if (i % sensorWidth < 380)
             {
                 const double depth = SphereDepth(direction).value_or(PlaneDepth(direction));
                 ASSERT_NEAR((depth - expected.offset) / expected.scale, values[i], 0.501) << i;
             }
         }
         const Direction inBand = PlaceOf({0.0, 360.0 / 1536.0});
-        EXPECT_EQ(expected.invalid, values[static_cast<size_t>(inBand.y) * width + 320]);
+        EXPECT_EQ(expected.invalid, values[static_cast<size_t>(inBand.y) * sensorWidth + 320]);
     }
 }
 
 TEST_F(SimulatorUserSets, HaveTheirOwnScaleAgainInSixteenBits)
 {
     ASSERT_OK(m_camera->SetEntry("PixelFormat", "Coord3D_C8"));
-    EXPECT_EQ(static_cast<int64_t>(width * 480), m_camera->Get("PayloadSize"));
+    EXPECT_EQ(static_cast<int64_t>(sensorWidth * 480), m_camera->Get("PayloadSize"));
     ExpectScale(8, 1, 255);
     ASSERT_OK(m_camera->SetEntry("PixelFormat", "Coord3D_C16"));
     ExpectScale(0.5, 1, 4095);
-    EXPECT_NEAR(PlaneDepth(DirectionAt(320, 20)) / 0.5, GrabRange()[20 * width + 320], 0.501);
+    EXPECT_NEAR(PlaneDepth(DirectionAt(320, 20)) / 0.5, GrabRange()[20 * sensorWidth + 320], 0.501);
 }
 
 } // namespace

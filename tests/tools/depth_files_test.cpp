@@ -24,7 +24,7 @@ namespace
 namespace fs = std::filesystem;
 using tarn::common::PixelFormat;
 
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 
 class DepthFiles : public testing::Test
 {
@@ -53,7 +53,7 @@ protected:
 
 TEST_F(DepthFiles, HoldThePointsThatHaveCoordinates)
 {
-    const std::vector<float> points{1, 2, 3, nan, nan, nan, 4, 5, 6, 0, 0, 0};
+    const std::vector<float> points{1, 2, 3, notANumber, notANumber, notANumber, 4, 5, 6, 0, 0, 0};
     const std::vector<uint8_t> grey{10, 20, 30, 40};
     const auto view = View(points, 4, 1, PixelFormat::Coord3D_ABC32f);
     const auto intensity = View(grey, 4, 1, PixelFormat::Mono8);
@@ -87,7 +87,7 @@ TEST_F(DepthFiles, HoldNoIntensityOfAnotherSize)
 TEST_F(DepthFiles, ColourNearRedAndFarBlueAndLeaveInvalidPixelsBlack)
 {
     const auto infinity = std::numeric_limits<float>::infinity();
-    const auto picture = ColourDepth({6, 1, 1, {0, 1000, 2000, nan, infinity, 3000}});
+    const auto picture = ColourDepth({6, 1, 1, {0, 1000, 2000, notANumber, infinity, 3000}});
     EXPECT_EQ(picture.channels, 3U);
     EXPECT_GT(picture.width, 6U);
     const auto colour = [&](size_t x) {

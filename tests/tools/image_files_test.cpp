@@ -30,8 +30,8 @@ namespace
 namespace fs = std::filesystem;
 using tarn::common::PixelFormat;
 
-constexpr int width = 14;
-constexpr int height = 10;
+constexpr int imageWidth = 14;
+constexpr int imageHeight = 10;
 
 /// A folder of a test's own.
 class PictureFiles : public testing::Test
@@ -63,7 +63,7 @@ protected:
 
 cv::Mat RandomSamples(int type, double maximum)
 {
-    cv::Mat samples(height, width, type);
+    cv::Mat samples(imageHeight, imageWidth, type);
     cv::RNG random(17);
     random.fill(samples, cv::RNG::UNIFORM, 0, maximum + 1);
     samples.at<uint8_t>(0, 0) = 0xFF;
@@ -177,17 +177,18 @@ TEST_P(MosaicPictures, ShowTheColourOfAnEvenSurface)
     const char left = first[0] == 'G' ? (first[1] == 'R' ? 'B' : 'R') : 'G';
     const char right = first[0] == 'G' ? 'G' : (first[0] == 'R' ? 'B' : 'R');
     const auto value = [&](char colour) { return colour == 'R' ? red : colour == 'G' ? green : blue; };
-    cv::Mat samples(height, width, CV_64FC1);
-    for (int y = 0; y < height; ++y)
+    cv::Mat samples(imageHeight, imageWidth, CV_64FC1);
+    for (int y = 0; y < imageHeight; ++y)
     {
-        for (int x = 0; x < width; ++x)
+        for (int x = 0; x < imageWidth; ++x)
         {
             const char colour = y % 2 == 0 ? first[static_cast<size_t>(x % 2)] : x % 2 == 0 ? left : right;
             samples.at<double>(y, x) = value(colour);
         }
     }
     samples.convertTo(samples, type);
-    const cv::Mat expected(height, width, CV_MAKETYPE(CV_MAT_DEPTH(type), 3), cv::Scalar(blue, green, red));
+    const cv::Mat expected(imageHeight, imageWidth, CV_MAKETYPE(CV_MAT_DEPTH(type), 3),
+                           cv::Scalar(blue, green, red));
     EXPECT_TRUE(Equal(Picture(samples, format, "tiff"), expected));
     EXPECT_TRUE(Equal(Picture(samples, format, "png"), InPng(expected, maximum)));
 }
@@ -250,10 +251,9 @@ INSTANTIATE_TEST_SUITE_P(Formats, DepthPictures,
 
 TEST_F(PictureFiles, OfPointsHoldTheFloatsExactly)
 {
-    cv::Mat points(height, width, CV_32FC3);
+    cv::Mat points(imageHeight, imageWidth, CV_32FC3);
     cv::RNG(17).fill(points, cv::RNG::UNIFORM, -1500, 1500);
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    points.at<cv::Vec3f>(2, 3) = {nan, nan, 0};
+    points.at<cv::Vec3f>(2, 3) = {std::nanf(""), std::nanf(""), 0};
     points.at<cv::Vec3f>(4, 5) = {-0.25F, 1e-7F, 1e9F};
     // x, y and z are the first, second and third channel; the library that reads takes the third for its
     // first.

@@ -28,20 +28,20 @@ using tarn::common::PixelFormat;
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 // A camera of 41 x 31 pixels whose axis goes through pixel (20, 15).
-constexpr int width = 41;
-constexpr int height = 31;
+constexpr int gridWidth = 41;
+constexpr int gridHeight = 31;
 constexpr double focalLength = 40;
 
 /// The grid that this camera delivers of a scene, which gives z for a direction (x/z, y/z); 0: nothing there.
 cv::Mat Grid(const std::function<double(double, double)> &scene)
 {
-    cv::Mat points(height, width, CV_32FC3);
-    for (int row = 0; row < height; ++row)
+    cv::Mat points(gridHeight, gridWidth, CV_32FC3);
+    for (int row = 0; row < gridHeight; ++row)
     {
-        for (int column = 0; column < width; ++column)
+        for (int column = 0; column < gridWidth; ++column)
         {
-            const double x = (column - width / 2) / focalLength;
-            const double y = (row - height / 2) / focalLength;
+            const double x = (column - gridWidth / 2) / focalLength;
+            const double y = (row - gridHeight / 2) / focalLength;
             const double z = scene(x, y);
             points.at<cv::Vec3f>(row, column) =
                 z != 0 ? cv::Vec3f(cv::Vec3d(x * z, y * z, z)) : cv::Vec3f(nan, nan, 0);
@@ -220,8 +220,8 @@ TEST(PointViewOfAStep, HidesWhatIsBehindIt)
 TEST(PointViewWithLight, IsDarkerWhereTheIntensityIs)
 {
     const auto plane = Grid([](double, double) { return 1000; });
-    cv::Mat intensity(height, width, CV_8UC1, cv::Scalar(200));
-    intensity.colRange(0, width / 2).setTo(20);
+    cv::Mat intensity(gridHeight, gridWidth, CV_8UC1, cv::Scalar(200));
+    intensity.colRange(0, gridWidth / 2).setTo(20);
     const auto view = Render(plane, intensity, AtTheCamera());
     EXPECT_GT(view.brightness.at<float>(150, 300), 1.5 * view.brightness.at<float>(150, 100));
     double brightest = 0;
@@ -245,10 +245,10 @@ TEST(PointViewpoint, HasAllPointsInSight)
         constexpr PictureSize size{320, 200};
         const auto viewpoint = LookAt(AsRaster<float>(scene), angles, size);
         Eigen::AlignedBox2d seen;
-        for (int i = 0; i < width * height; ++i)
+        for (int i = 0; i < gridWidth * gridHeight; ++i)
         {
-            const auto turned =
-                viewpoint.Turn(Eigen::Vector3f(scene.ptr<float>(i / width, i % width)).cast<double>());
+            const auto turned = viewpoint.Turn(
+                Eigen::Vector3f(scene.ptr<float>(i / gridWidth, i % gridWidth)).cast<double>());
             ASSERT_GT(turned.z(), 0);
             seen.extend(viewpoint.Project(turned));
         }

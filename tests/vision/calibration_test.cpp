@@ -12,8 +12,6 @@ namespace GenTL::internal
 namespace
 {
 
-using Bytes = std::vector<uint8_t>;
-
 constexpr size_t binarySize = 72;
 
 /// 2 x 1 pixels, focal lengths 1 and 2, principal point (0.5, -1), distortion terms 1 to 8 times 0.25.

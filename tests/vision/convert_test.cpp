@@ -6,7 +6,6 @@
 namespace GenTL::internal
 {
 
-using Bytes = std::vector<uint8_t>;
 using Words = std::vector<uint16_t>;
 using Floats = std::vector<float>;
 

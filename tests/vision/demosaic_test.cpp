@@ -68,7 +68,7 @@ std::vector<T> Shifted(std::vector<T> samples, int bits)
     return samples;
 }
 
-std::vector<uint8_t> Bytes(const std::vector<uint16_t> &samples)
+std::vector<uint8_t> BytesOf(const std::vector<uint16_t> &samples)
 {
     std::vector<uint8_t> bytes;
     for (const auto sample : samples)
@@ -111,7 +111,7 @@ protected:
         // the last columns again: white becomes 254 and 255.
         const std::vector<uint16_t> words(samples.begin(), samples.end());
         EXPECT_EQ(Converted<uint8_t>(pattern.of8, samples, PixelFormat::Mono8, columns, lines),
-                  Bytes(ByOpenCv(words, x, y, pattern.toGrey)));
+                  BytesOf(ByOpenCv(words, x, y, pattern.toGrey)));
     }
 
     void ExpectAsOpenCv(const Pattern &pattern, const std::vector<uint16_t> &samples, uint32_t columns,
@@ -177,10 +177,12 @@ TEST_F(VisionDemosaic, AgreesWithOpenCvAtMoreBitsAndShiftsAfterwards)
             const auto rgb = ByOpenCv(samples, width, height, pattern.toRgb);
             const auto bgr = ByOpenCv(samples, width, height, pattern.toBgr);
             const auto grey = ByOpenCv(samples, width, height, pattern.toGrey);
-            EXPECT_EQ(Converted<uint8_t>(format, samples, PixelFormat::RGB8), Bytes(Shifted(rgb, 8 - bits)));
-            EXPECT_EQ(Converted<uint8_t>(format, samples, PixelFormat::BGR8), Bytes(Shifted(bgr, 8 - bits)));
+            EXPECT_EQ(Converted<uint8_t>(format, samples, PixelFormat::RGB8),
+                      BytesOf(Shifted(rgb, 8 - bits)));
+            EXPECT_EQ(Converted<uint8_t>(format, samples, PixelFormat::BGR8),
+                      BytesOf(Shifted(bgr, 8 - bits)));
             EXPECT_EQ(Converted<uint8_t>(format, samples, PixelFormat::Mono8),
-                      Bytes(Shifted(grey, 8 - bits)));
+                      BytesOf(Shifted(grey, 8 - bits)));
             EXPECT_EQ(Converted<uint16_t>(format, samples, PixelFormat::Mono10), Shifted(grey, 10 - bits));
             EXPECT_EQ(Converted<uint16_t>(format, samples, PixelFormat::Mono12), Shifted(grey, 12 - bits));
             EXPECT_EQ(Converted<uint16_t>(format, samples, PixelFormat::Mono16), Shifted(grey, 16 - bits));

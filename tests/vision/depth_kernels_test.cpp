@@ -20,7 +20,7 @@ namespace tarn::vision
 namespace
 {
 
-constexpr size_t mostPixels = 200;
+constexpr size_t longestRun = 200;
 
 /// Sets of pixels from none to all of them.
 constexpr std::array shares{0U, 3U, 50U, 97U, 100U};
@@ -79,7 +79,7 @@ void CheckRanges(const std::vector<uint8_t> &bytes)
     constexpr T largest = std::numeric_limits<T>::max();
     for (const auto &[lowest, highest] : {std::pair<T, T>{0, 0}, {1, largest}, {largest, largest}, {70, 180}})
     {
-        for (size_t count = 1; count <= mostPixels; ++count)
+        for (size_t count = 1; count <= longestRun; ++count)
         {
             std::vector<uint64_t> found(WordsOf(count) + 1, 0x5A5A);
             FindInRange(bytes.data() + 1, count, lowest, highest, found.data());
@@ -98,7 +98,7 @@ void CheckRanges(const std::vector<uint8_t> &bytes)
 
 TEST_F(VisionDepthKernels, FindEachSampleInRange)
 {
-    auto bytes = RandomBytes(2 * mostPixels + 1);
+    auto bytes = RandomBytes(2 * longestRun + 1);
     std::fill_n(bytes.begin() + 20, 9, uint8_t{0});
     std::fill_n(bytes.begin() + 40, 9, uint8_t{0xFF});
     WithEachInstructionSet([&] { CheckRanges<uint8_t>(bytes); });
@@ -115,7 +115,7 @@ TEST_F(VisionDepthKernels, TakeJustThePixelsOfTheSet)
         WithEachInstructionSet(
             [&]
             {
-                for (size_t count = 1; count <= mostPixels; ++count)
+                for (size_t count = 1; count <= longestRun; ++count)
                 {
                     std::vector<uint32_t> places(count);
                     std::ranges::generate(places, [this] { return m_random() % sourcePixels; });
@@ -160,7 +160,7 @@ TEST_F(VisionDepthKernels, ScaleEachSampleAtDoublePrecision)
     WithEachInstructionSet(
         [&]
         {
-            for (size_t count = 0; count <= mostPixels; ++count)
+            for (size_t count = 0; count <= longestRun; ++count)
             {
                 ASSERT_NO_FATAL_FAILURE(check(count, count % 64, 0.1));
             }
@@ -173,8 +173,8 @@ TEST_F(VisionDepthKernels, ScaleEachSampleAtDoublePrecision)
 
 TEST_F(VisionDepthKernels, MakePointsAtEachWidthAndPlace)
 {
-    std::vector<float> slopes(mostPixels);
-    std::vector<float> depths(mostPixels);
+    std::vector<float> slopes(longestRun);
+    std::vector<float> depths(longestRun);
     std::ranges::generate(slopes, [this] { return static_cast<float>(m_random() % 2000) / 1024 - 1; });
     std::ranges::generate(depths, [this] { return static_cast<float>(m_random() % 60000) / 8; });
     constexpr float slopeY = 0.375F;
@@ -211,7 +211,7 @@ TEST_F(VisionDepthKernels, MakePointsAtEachWidthAndPlace)
         {
             for (const bool isPastCache : {false, true})
             {
-                for (size_t pixels = 1; pixels <= mostPixels; ++pixels)
+                for (size_t pixels = 1; pixels <= longestRun; ++pixels)
                 {
                     ASSERT_NO_FATAL_FAILURE(check(pixels, 0, nullptr, isPastCache));
                     const auto set = RandomSet(pixels, shares.at(pixels % shares.size()));
@@ -225,7 +225,7 @@ TEST_F(VisionDepthKernels, RunsAndBitsAreTheSameSet)
 {
     for (const auto share : shares)
     {
-        for (uint32_t pixels = 1; pixels <= mostPixels; ++pixels)
+        for (uint32_t pixels = 1; pixels <= longestRun; ++pixels)
         {
             const auto bits = RandomSet(pixels, share);
             std::vector<vision::Run> runs;

@@ -13,6 +13,7 @@ namespace GenTL::internal
 {
 
 using tarn::common::PixelFormat;
+using Bytes = std::vector<uint8_t>;
 
 inline constexpr std::array allFormats{
 #define PIXEL_FORMAT(name, code, bits, maximum, packed, unpacked) PixelFormat::name,

@@ -6,8 +6,6 @@
 namespace GenTL::internal
 {
 
-using Bytes = std::vector<uint8_t>;
-
 class VisionRegion : public VisionTest
 {
 protected:

@@ -57,7 +57,7 @@ testing::AssertionResult Agree(PixelFormat from, common::Size size, size_t sourc
     return testing::AssertionSuccess();
 }
 
-std::string NameOf(const testing::TestParamInfo<PixelFormat> &info)
+std::string FormatName(const testing::TestParamInfo<PixelFormat> &info)
 {
     return PixelFormatName(info.param);
 }
@@ -117,6 +117,6 @@ TEST_P(UnpackOf, GivesNothingForAnImageWithoutPixels)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, UnpackOf, testing::ValuesIn(OfferedFormats()), NameOf);
+INSTANTIATE_TEST_SUITE_P(Formats, UnpackOf, testing::ValuesIn(OfferedFormats()), FormatName);
 
 } // namespace tarn::vision

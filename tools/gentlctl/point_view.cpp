@@ -393,7 +393,7 @@ Eigen::Matrix3d Rotation(const ViewAngles &angles)
 }
 
 template <typename T>
-Raster<T> Copy(const ImageView &image, size_t channels)
+Raster<T> CopyOf(const ImageView &image, size_t channels)
 {
     Raster<T> copy{image.width, image.height, channels};
     std::memcpy(copy.samples.data(), image.data, copy.samples.size() * sizeof(T));
@@ -466,8 +466,8 @@ void WriteView(const std::filesystem::path &file, const ImageView &points, const
         throw std::runtime_error(fmt::format("A grid of {} x {} points does not fit the buffer of {} bytes",
                                              points.width, points.height, points.size));
     }
-    const auto grid = Copy<float>(points, 3);
-    const auto grey = IsIntensityOf(points, intensity) ? Copy<uint8_t>(*intensity, 1) : Raster<uint8_t>();
+    const auto grid = CopyOf<float>(points, 3);
+    const auto grey = IsIntensityOf(points, intensity) ? CopyOf<uint8_t>(*intensity, 1) : Raster<uint8_t>();
     const auto bounds = BoundsOf(grid);
     const auto viewpoint =
         LookAt(grid, angles, {pictureWidth * supersampling, pictureHeight * supersampling});
