@@ -9,37 +9,29 @@
 namespace GenTL::simulator
 {
 
-Ray Lens::Distort(const Ray &ray) const
-{
-    const double x = ray.x;
-    const double y = ray.y;
-    const double r2 = x * x + y * y;
-    const double radial =
-        (1 + r2 * (k1 + r2 * (double{k2} + r2 * k3))) / (1 + r2 * (k4 + r2 * (double{k5} + r2 * k6)));
-    return {x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x),
-            y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y};
-}
-
 Ray Lens::DirectionOf(double column, double row) const
 {
     const Ray shown{(column - cx) / fx, (row - cy) / fy};
     Ray ray = shown;
-    // Newton's steps with differences for the derivatives.
-    for (int i = 0; i < 20; ++i)
+    for (int i = 0; i < 20; ++i) // Newton's steps
     {
-        constexpr double h = 1e-6;
-        const Ray at = Distort(ray);
-        const Ray right = Distort({ray.x + h, ray.y});
-        const Ray below = Distort({ray.x, ray.y + h});
-        const double xx = (right.x - at.x) / h;
-        const double yx = (right.y - at.y) / h;
-        const double xy = (below.x - at.x) / h;
-        const double yy = (below.y - at.y) / h;
-        const double determinant = xx * yy - xy * yx;
-        const double missX = shown.x - at.x;
-        const double missY = shown.y - at.y;
+        const double x = ray.x;
+        const double y = ray.y;
+        const double r2 = x * x + y * y;
+        const double above = 1 + r2 * (k1 + r2 * (double{k2} + r2 * k3));
+        const double below = 1 + r2 * (k4 + r2 * (double{k5} + r2 * k6));
+        const double radial = above / below;
+        const double slope =
+            (k1 + r2 * (2 * double{k2} + 3 * r2 * k3) - radial * (k4 + r2 * (2 * double{k5} + 3 * r2 * k6))) /
+            below; // of radial by r2
+        const double missX = shown.x - (x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x));
+        const double missY = shown.y - (y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y);
+        const double xx = radial + 2 * x * x * slope + 2 * p1 * y + 6 * p2 * x;
+        const double yy = radial + 2 * y * y * slope + 6 * p1 * y + 2 * p2 * x;
+        const double xy = 2 * x * y * slope + 2 * p1 * x + 2 * p2 * y; // and of the row by x
+        const double determinant = xx * yy - xy * xy;
         ray.x += (missX * yy - missY * xy) / determinant;
-        ray.y += (missY * xx - missX * yx) / determinant;
+        ray.y += (missY * xx - missX * xy) / determinant;
         if (std::abs(missX) + std::abs(missY) < 1e-12)
         {
             break;

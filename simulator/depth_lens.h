@@ -30,9 +30,6 @@ struct Lens
     float fx, fy, cx, cy;
     float k1, k2, p1, p2, k3, k4, k5, k6;
 
-    /** Where the lens shows what lies in this direction, without focal length and middle. */
-    Ray Distort(const Ray &ray) const;
-
     /** The direction that a place of the sensor looks to; pixels, which may be fractions. */
     Ray DirectionOf(double column, double row) const;
 

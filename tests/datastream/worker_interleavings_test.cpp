@@ -38,7 +38,7 @@ protected:
         Queue(1);
         Deliver(0);
         worker->StartAcquisition(1);
-        ASSERT_TRUE(calls->WaitFor("StopAcquisition"));
+        held.get_future().wait();
         calls->Clear();
     }
 

@@ -16,43 +16,57 @@ namespace tarn::vision
 namespace
 {
 
-/// Whether both forms give the same image, with images at these distances from a cache line. Bytes around the
-/// target must stay.
-testing::AssertionResult Agree(PixelFormat from, common::Size size, size_t sourceOffset = 0,
-                               size_t targetOffset = 0)
+/// An image and what the plain form makes of it.
+struct Sample
+{
+    Sample(PixelFormat from, common::Size itsSize)
+        : format(from), size(itsSize), source(RandomBytes(GetSizeInBytes(from, itsSize))),
+          expected(GetSizeInBytes(UnpackedFormat(from), itsSize))
+    {
+        UnpackScalar(Code(from), source.data(), Code(UnpackedFormat(from)), expected.data(), size.width,
+                     size.height);
+    }
+
+    PixelFormat format;
+    common::Size size;
+    std::vector<uint8_t> source;
+    std::vector<uint8_t> expected;
+};
+
+/// Whether the other form makes the same of it, with images at these distances from a cache line. Bytes
+/// around the target must stay.
+testing::AssertionResult Agrees(const Sample &sample, size_t sourceOffset = 0, size_t targetOffset = 0)
 {
     constexpr size_t line = 64;
     constexpr uint8_t untouched = 0xA5;
-    const auto to = UnpackedFormat(from);
-    const auto sourceSize = GetSizeInBytes(from, size);
-    const auto targetSize = GetSizeInBytes(to, size);
     const auto aligned = [](std::vector<uint8_t> &bytes, size_t offset)
     {
         const auto beyond = reinterpret_cast<uintptr_t>(bytes.data()) % line;
         return bytes.begin() + static_cast<ptrdiff_t>(line - beyond + offset);
     };
-    auto sourceBytes = RandomBytes(sourceSize + 3 * line);
-    std::vector<uint8_t> targetBytes(targetSize + 3 * line, untouched);
+    std::vector<uint8_t> sourceBytes(sample.source.size() + 3 * line);
+    std::vector<uint8_t> targetBytes(sample.expected.size() + 3 * line, untouched);
     const auto source = aligned(sourceBytes, sourceOffset);
     const auto target = aligned(targetBytes, targetOffset);
-    const auto targetEnd = target + static_cast<ptrdiff_t>(targetSize);
+    const auto targetEnd = target + static_cast<ptrdiff_t>(sample.expected.size());
+    std::ranges::copy(sample.source, source);
 
-    std::vector<uint8_t> expected(targetSize);
-    UnpackScalar(Code(from), &*source, Code(to), expected.data(), size.width, size.height);
-    Unpack(Code(from), &*source, Code(to), &*target, size.width, size.height);
+    Unpack(Code(sample.format), &*source, Code(UnpackedFormat(sample.format)), &*target, sample.size.width,
+           sample.size.height);
 
-    const auto [got, wanted] = std::mismatch(target, targetEnd, expected.begin());
-    if (got != targetEnd)
+    if (!std::equal(target, targetEnd, sample.expected.begin()))
     {
-        return testing::AssertionFailure() << size.width << " x " << size.height << ", byte " << got - target
-                                           << ": " << int{*got} << " instead of " << int{*wanted};
+        const auto [got, wanted] = std::mismatch(target, targetEnd, sample.expected.begin());
+        return testing::AssertionFailure()
+               << sample.size.width << " x " << sample.size.height << ", byte " << got - target << ": "
+               << int{*got} << " instead of " << int{*wanted};
     }
     const auto isUntouched = [=](uint8_t byte) { return byte == untouched; };
     if (!std::all_of(targetBytes.begin(), target, isUntouched) ||
         !std::all_of(targetEnd, targetBytes.end(), isUntouched))
     {
         return testing::AssertionFailure()
-               << size.width << " x " << size.height << ": bytes around are changed";
+               << sample.size.width << " x " << sample.size.height << ": bytes around are changed";
     }
     return testing::AssertionSuccess();
 }
@@ -70,14 +84,15 @@ class UnpackOf : public testing::TestWithParam<PixelFormat>
 
 TEST_P(UnpackOf, AgreesWithThePlainFormAtEverySizeWithEachInstructionSet)
 {
-    for (const auto set : hwy::SupportedAndGeneratedTargets())
+    for (uint32_t width = 1; width <= 300; ++width)
     {
-        hwy::SetSupportedTargetsForTest(set);
-        for (uint32_t width = 1; width <= 300; ++width)
+        for (uint32_t height = 1; height <= 3; ++height)
         {
-            for (uint32_t height = 1; height <= 3; ++height)
+            const Sample sample(GetParam(), {width, height});
+            for (const auto set : hwy::SupportedAndGeneratedTargets())
             {
-                ASSERT_TRUE(Agree(GetParam(), {width, height})) << hwy::TargetName(set);
+                hwy::SetSupportedTargetsForTest(set);
+                ASSERT_TRUE(Agrees(sample)) << hwy::TargetName(set);
             }
         }
     }
@@ -86,10 +101,11 @@ TEST_P(UnpackOf, AgreesWithThePlainFormAtEverySizeWithEachInstructionSet)
 
 TEST_P(UnpackOf, AgreesWithThePlainFormAtEveryAlignment)
 {
+    const Sample sample(GetParam(), {173, 2});
     for (size_t offset = 0; offset < 64; ++offset)
     {
-        ASSERT_TRUE(Agree(GetParam(), {173, 2}, offset, 0)) << "source at " << offset;
-        ASSERT_TRUE(Agree(GetParam(), {173, 2}, 0, offset)) << "target at " << offset;
+        ASSERT_TRUE(Agrees(sample, offset, 0)) << "source at " << offset;
+        ASSERT_TRUE(Agrees(sample, 0, offset)) << "target at " << offset;
     }
 }
 
@@ -97,15 +113,16 @@ TEST_P(UnpackOf, AgreesWithThePlainFormInLinesOfManyPieces)
 {
     for (const uint32_t width : {2047U, 2048U, 2049U, 4097U, 6145U})
     {
-        ASSERT_TRUE(Agree(GetParam(), {width, 3}));
+        ASSERT_TRUE(Agrees({GetParam(), {width, 3}}));
     }
 }
 
 TEST_P(UnpackOf, AgreesWithThePlainFormInLargeImages)
 {
+    const Sample sample(GetParam(), {1531, 1409});
     for (const size_t offset : {0U, 1U, 2U, 8U, 60U})
     {
-        ASSERT_TRUE(Agree(GetParam(), {1531, 1409}, 3, offset)) << "target at " << offset;
+        ASSERT_TRUE(Agrees(sample, 3, offset)) << "target at " << offset;
     }
 }
 
@@ -113,7 +130,7 @@ TEST_P(UnpackOf, GivesNothingForAnImageWithoutPixels)
 {
     for (const common::Size size : {common::Size{0, 0}, common::Size{0, 3}, common::Size{3, 0}})
     {
-        EXPECT_TRUE(Agree(GetParam(), size));
+        EXPECT_TRUE(Agrees({GetParam(), size}));
     }
 }
 
