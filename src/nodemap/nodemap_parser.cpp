@@ -334,15 +334,15 @@ bool NodeMapParser::Parse(const std::string_view &xml)
 
 VectorPtr NodeMapParser::Append(NodeInfo node)
 {
+    m_indices.try_emplace(node.Name, m_nodes.size());
     m_nodes.push_back(std::move(node));
     return {this, m_nodes.size() - 1};
 }
 
 std::optional<size_t> NodeMapParser::IndexOf(const std::string &name) const
 {
-    const auto node = std::find_if(m_nodes.begin(), m_nodes.end(),
-                                   [&name](const NodeInfo &entry) { return entry.Name == name; });
-    return node != m_nodes.end() ? std::optional(static_cast<size_t>(node - m_nodes.begin())) : std::nullopt;
+    const auto found = m_indices.find(name);
+    return found != m_indices.end() ? std::optional(found->second) : std::nullopt;
 }
 
 const NodeInfo *NodeMapParser::Search(const std::string &name) const

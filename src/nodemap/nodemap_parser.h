@@ -171,6 +171,7 @@ private:
     VectorPtr Append(NodeInfo node);
 
     std::vector<NodeInfo> m_nodes;
+    std::unordered_map<std::string, size_t> m_indices; ///< the first of a name
     std::unordered_map<std::string, VectorPtr> m_registers;
     std::unordered_map<std::string, VectorPtr> m_interfaces;
     std::map<uint64_t, VectorPtr> m_addresses;
