@@ -23,7 +23,7 @@ find_program(QVR_CCACHE ccache)
 if(QVR_CCACHE)
     # What ccache asks for before it keeps anything that is compiled with precompiled headers.
     set(CMAKE_CXX_COMPILER_LAUNCHER
-        "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros "${QVR_CCACHE}")
+        "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_DEPEND=1 "${QVR_CCACHE}")
 endif()
 
 # Links in a fraction of the time that the system's linker takes.
@@ -41,6 +41,13 @@ if(QVR_SANITIZE)
         -fsanitize=${QVR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(qvr_build_settings INTERFACE -fsanitize=${QVR_SANITIZE})
 endif()
+
+# For a target with loops over pixels: optimises it where the preset of a sanitizer does not.
+function(qvr_optimise target)
+    if(QVR_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Debug")
+        target_compile_options(${target} PRIVATE -O1)
+    endif()
+endfunction()
 
 # A library that a program loads at run time by the name `file`, with just the exports that the
 # version script names. -Bsymbolic: two GenTL producers in one process export the same names, and

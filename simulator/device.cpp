@@ -42,14 +42,14 @@ std::vector<Feature> DeviceFeatures(const CameraModel &model)
     };
 }
 
-std::string Description(const CameraModel &model)
+std::string DescriptionOf(const CameraModel &model)
 {
     return BuildDescription({"SimulatorDevice", "Device of a simulated camera", "DevicePort",
                              "8E7D3B52-4F3E-4B6B-8E1D-0C4A5D6E7F01", "8E7D3B52-4F3E-4B6B-8E1D-0C4A5D6E7F02"},
                             FeatureLayout(DeviceFeatures(model)));
 }
 
-PortIdentity Identity(const CameraModel &model)
+PortIdentity IdentityOf(const CameraModel &model)
 {
     return {model.Id(), model.model, "TLDevice", "DevicePort", producerVersion, "Device.xml"};
 }
@@ -66,8 +66,8 @@ DEVICE_ACCESS_STATUS AccessStatus(const Device *open)
 } // namespace
 
 Device::Device(HandleTable &handles, CameraUnit &unit, DEVICE_ACCESS_FLAGS access)
-    : Module(handles, Identity(unit.Model()), FeatureLayout(DeviceFeatures(unit.Model())),
-             Description(unit.Model()), {EVENT_ERROR, EVENT_REMOTE_DEVICE, EVENT_MODULE}),
+    : Module(handles, IdentityOf(unit.Model()), FeatureLayout(DeviceFeatures(unit.Model())),
+             DescriptionOf(unit.Model()), {EVENT_ERROR, EVENT_REMOTE_DEVICE, EVENT_MODULE}),
       m_unit(unit), m_access(access),
       m_camera(std::make_shared<Camera>(handles, unit, access != DEVICE_ACCESS_READONLY))
 {

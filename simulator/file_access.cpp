@@ -9,8 +9,8 @@ namespace
 {
 
 // Values of FileOperationSelector.
-constexpr int64_t open = 0;
-constexpr int64_t close = 1;
+constexpr int64_t openFile = 0;
+constexpr int64_t closeFile = 1;
 
 // Values of FileOperationStatus.
 constexpr int64_t success = 0;
@@ -33,7 +33,7 @@ std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files)
         Enumeration(category, "FileSelector", "File that the features below are about.", std::move(entries))
             .Visibility("Guru"),
         Enumeration(category, "FileOperationSelector", "What FileOperationExecute does.",
-                    {{"Open", open}, {"Close", close}, {"Read", 2}})
+                    {{"Open", openFile}, {"Close", closeFile}, {"Read", 2}})
             .Visibility("Guru"),
         Enumeration(category, "FileOpenMode", "What a file is opened for.", {{"Read", 0}}).Visibility("Guru"),
         Bytes(category, "FileAccessBuffer", "What was read last.", longestTransfer)
@@ -88,11 +88,11 @@ void FileAccess::Execute()
     const int64_t file = m_features.Integer("FileSelector");
     const int64_t operation = m_features.Integer("FileOperationSelector");
     std::optional<size_t> done;
-    if (operation == open)
+    if (operation == openFile)
     {
         done = m_open.insert(file).second ? std::optional<size_t>(0) : std::nullopt;
     }
-    else if (operation == close)
+    else if (operation == closeFile)
     {
         done = m_open.erase(file) != 0 ? std::optional<size_t>(0) : std::nullopt;
     }

@@ -14,7 +14,7 @@ namespace GenTL::internal
 namespace
 {
 
-constexpr auto operation = "internal::Unzip";
+constexpr auto origin = "internal::Unzip";
 
 [[noreturn]] void Fail(const char *message)
 {
@@ -23,14 +23,14 @@ constexpr auto operation = "internal::Unzip";
 
 [[noreturn]] void LogAndFail(const char *message)
 {
-    QVR_LOG_ERROR_FOR(operation, message);
+    QVR_LOG_ERROR_FOR(origin, message);
     Fail(message);
 }
 
 [[noreturn]] void LogAndFail(const char *message, zip_error_t &error)
 {
     const char *text = zip_error_strerror(&error);
-    QVR_LOG_ERROR_FOR(operation, "{} Error: {} | {}", message, zip_error_code_zip(&error),
+    QVR_LOG_ERROR_FOR(origin, "{} Error: {} | {}", message, zip_error_code_zip(&error),
                       text != nullptr ? text : "-");
     Fail(message);
 }
@@ -82,7 +82,7 @@ uint64_t FirstFileSize(zip_t *archive)
     if (result != 0)
     {
         constexpr auto text = "Getting zip file statistics failed!";
-        QVR_LOG_ERROR_FOR(operation, "{} Error: {}", text, result);
+        QVR_LOG_ERROR_FOR(origin, "{} Error: {}", text, result);
         Fail(text);
     }
     if ((statistics.valid & ZIP_STAT_SIZE) == 0)

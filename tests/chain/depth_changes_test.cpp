@@ -12,6 +12,7 @@
 #include <functional>
 #include <map>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -252,9 +253,10 @@ TEST_P(ChangesTo, LeaveTheSameInEveryOrder)
     DepthCamera opened(proxyProducer);
     auto &camera = opened.camera;
     const auto &remote = camera.Remote();
-    Use(camera, {"", 1, 1, 1, 1, 64, 40, 150, 270});
+    Use(camera, {"", 1, 1, 1, 1, 32, 20, 150, 270});
     ExpectConsistency(camera);
     const auto steps = StepsTo(GetParam());
+    std::set<std::string> seen; // ways that many orders begin with
     std::array<size_t, 5> order{0, 1, 2, 3, 4};
     size_t walks = 0;
     do
@@ -267,7 +269,10 @@ TEST_P(ChangesTo, LeaveTheSameInEveryOrder)
                 way += std::string(isForward ? " " : " back ") + steps.at(i).name;
                 SCOPED_TRACE(way);
                 steps.at(i).go(remote, isForward);
-                ExpectConsistency(camera);
+                if (seen.insert(way).second)
+                {
+                    ExpectConsistency(camera);
+                }
                 if (HasFailure())
                 {
                     FAIL() << "after" << way;

@@ -19,7 +19,7 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int buffersQueued = 4;
+constexpr int soakBuffers = 4;
 
 /// How long it goes on: a few hundred frames, or the minutes that are asked for.
 class Duration
@@ -68,12 +68,12 @@ protected:
         UseAllComponents(m_camera);
         remote.Set("DepthNoise", "1");
         remote.Set("AcquisitionMode", "MultiFrame");
-        remote.Set("AcquisitionFrameCount", std::to_string(buffersQueued));
+        remote.Set("AcquisitionFrameCount", std::to_string(soakBuffers));
         remote.Set("AcquisitionFrameRate", "0");
-        m_camera.AnnounceAndQueue(buffersQueued);
+        m_camera.AnnounceAndQueue(soakBuffers);
         m_camera.RegisterEvent();
         m_camera.Start();
-        for (int i = 0; i < buffersQueued; ++i)
+        for (int i = 0; i < soakBuffers; ++i)
         {
             TakeFirst();
         }
@@ -145,7 +145,7 @@ protected:
 
 TEST_F(DepthSoak, LosesNoFrameAndKeepsNoMemory)
 {
-    ASSERT_EQ(m_known.size(), static_cast<size_t>(buffersQueued));
+    ASSERT_EQ(m_known.size(), static_cast<size_t>(soakBuffers));
     EXPECT_NE(m_known[0], m_known[1]); // else a frame that comes twice is not seen
     constexpr uint64_t warmUp = 100;
     while (m_frames < warmUp && !HasFatalFailure())
