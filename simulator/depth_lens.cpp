@@ -13,22 +13,23 @@ Ray Lens::DirectionOf(double column, double row) const
 {
     const Ray shown{(column - cx) / fx, (row - cy) / fy};
     Ray ray = shown;
-    for (int i = 0; i < 20; ++i) // Newton's steps
+    // Newton's method; the Jacobian is symmetric.
+    for (int i = 0; i < 20; ++i)
     {
         const double x = ray.x;
         const double y = ray.y;
         const double r2 = x * x + y * y;
-        const double above = 1 + r2 * (k1 + r2 * (double{k2} + r2 * k3));
-        const double below = 1 + r2 * (k4 + r2 * (double{k5} + r2 * k6));
-        const double radial = above / below;
-        const double slope =
+        const double numerator = 1 + r2 * (k1 + r2 * (double{k2} + r2 * k3));
+        const double denominator = 1 + r2 * (k4 + r2 * (double{k5} + r2 * k6));
+        const double radial = numerator / denominator;
+        const double radialByR2 =
             (k1 + r2 * (2 * double{k2} + 3 * r2 * k3) - radial * (k4 + r2 * (2 * double{k5} + 3 * r2 * k6))) /
-            below; // of radial by r2
+            denominator;
         const double missX = shown.x - (x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x));
         const double missY = shown.y - (y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y);
-        const double xx = radial + 2 * x * x * slope + 2 * p1 * y + 6 * p2 * x;
-        const double yy = radial + 2 * y * y * slope + 6 * p1 * y + 2 * p2 * x;
-        const double xy = 2 * x * y * slope + 2 * p1 * x + 2 * p2 * y; // and of the row by x
+        const double xx = radial + 2 * x * x * radialByR2 + 2 * p1 * y + 6 * p2 * x;
+        const double yy = radial + 2 * y * y * radialByR2 + 6 * p1 * y + 2 * p2 * x;
+        const double xy = 2 * x * y * radialByR2 + 2 * p1 * x + 2 * p2 * y;
         const double determinant = xx * yy - xy * xy;
         ray.x += (missX * yy - missY * xy) / determinant;
         ray.y += (missY * xx - missX * xy) / determinant;

@@ -9,6 +9,6 @@ add_library(vision_unpack STATIC
     unpack_scalar.cpp)
 target_include_directories(vision_unpack PUBLIC "${PROJECT_SOURCE_DIR}")
 target_link_libraries(vision_unpack PUBLIC pixel_formats PRIVATE hwy::hwy)
-# Highway includes such a file again for each set of instructions.
+# Highway makes each of these files include itself once per instruction set.
 set_source_files_properties(past_cache.cpp unpack_kernels.cpp PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
 qvr_optimise(vision_unpack)

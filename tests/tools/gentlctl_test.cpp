@@ -695,6 +695,7 @@ TEST(Gentlctl, SaysThatNoFrameCame)
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.output.find("gentlctl: No frame within 50 ms. Does the device wait for a trigger"), 0)
         << run.output;
+    EXPECT_EQ(run.output.find('\n'), run.output.size() - 1) << run.output;
 }
 
 const std::string noDevice = "gentlctl: There is no device \"NOPE\". Known: SIM-SIM0001 (OVRA-M5), ";
