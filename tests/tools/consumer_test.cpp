@@ -10,12 +10,14 @@
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 
 namespace gentlctl
 {
@@ -163,7 +165,7 @@ TEST(InterruptedGrab, EndsTheWaitAndStopsInOrder)
         {
             if (function == "EventGetData")
             {
-                raise(SIGINT);
+                kill(getpid(), SIGINT);
             }
         };
         GrabOptions options;
@@ -182,11 +184,15 @@ TEST(InterruptedGrab, DoesNotBeginAfterTheSignal)
 {
     LowerLibrary lower;
     lower->deviceXml = camera;
+    const Interrupt interrupt;
     Producer producer(lower.Path());
     OpenDevice device(producer, "cam0");
     const Features remote(device.PortOf("remote"));
-    const Interrupt interrupt;
-    raise(SIGTERM);
+    kill(getpid(), SIGTERM);
+    while (interrupt.Signal() == 0)
+    {
+        std::this_thread::yield();
+    }
     EXPECT_EQ(Grab(producer, device, remote, {}, interrupt).delivered, 0U);
     EXPECT_EQ(interrupt.Signal(), SIGTERM);
     EXPECT_EQ(lower->CountOf("EventGetData"), 0U);
@@ -196,10 +202,10 @@ TEST(FailedGrab, TellsWhyAndStops)
 {
     LowerLibrary lower;
     lower->deviceXml = camera;
+    const Interrupt interrupt;
     Producer producer(lower.Path());
     OpenDevice device(producer, "cam0");
     const Features remote(device.PortOf("remote"));
-    const Interrupt interrupt;
     lower->FailNext("EventGetData", GenTL::GC_ERR_IO);
     const auto report = Grab(producer, device, remote, {}, interrupt);
     EXPECT_TRUE(report.failure);

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <exception>
+#include <optional>
 #include <stdexcept>
 
 namespace gentlctl
@@ -66,11 +67,10 @@ int Tell(const Json &values, bool asJson)
 
 /// Grabs a frame and prints its chunks.
 int TellOfFrame(Producer &producer, OpenDevice &device, const Features &remote,
-                const std::vector<std::string> &names, bool asJson)
+                const std::vector<std::string> &names, const Interrupt &interrupt, bool asJson)
 {
     GrabOptions grab;
     grab.frames = 1;
-    const Interrupt interrupt;
     const auto report = Grab(producer, device, remote, grab, interrupt);
     const int signal = interrupt.Signal();
     return signal != 0 ? killed + signal : Tell(ChunksOf(report, names), asJson);
@@ -81,13 +81,17 @@ int TellOfFrame(Producer &producer, OpenDevice &device, const Features &remote,
 int Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names,
         const std::vector<std::string> &assignments)
 {
-    const bool ofFrame = module == "frame";
+    std::optional<Interrupt> interrupt;
+    if (module == "frame")
+    {
+        interrupt.emplace();
+    }
     Producer producer(options.producer);
     Modules modules(producer, options.device);
-    const Features features(modules.PortOf(ofFrame ? "remote" : module));
+    const Features features(modules.PortOf(interrupt ? "remote" : module));
     Apply(features, assignments);
-    return ofFrame ? TellOfFrame(producer, modules.Device(), features, names, options.json)
-                   : Tell(features.Values(names), options.json);
+    return interrupt ? TellOfFrame(producer, modules.Device(), features, names, *interrupt, options.json)
+                     : Tell(features.Values(names), options.json);
 }
 
 int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)

@@ -2,10 +2,10 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <array>
-#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -16,21 +16,23 @@ namespace gentlctl
 namespace
 {
 
-constexpr std::array signals{SIGINT, SIGTERM};
+constexpr std::array requestsToEnd{SIGINT, SIGTERM};
+constexpr int forever = -1;
 
-// All that a handler may touch.
-std::atomic<int> signalThatCame = 0;
-std::atomic<int> eventOfSignal = -1;
-static_assert(std::atomic<int>::is_always_lock_free);
-
-int MakeEvent()
+/// @returns the descriptor
+/// @throws std::system_error it is -1
+int Checked(int descriptor)
 {
-    const int event = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (event < 0)
+    if (descriptor < 0)
     {
         throw std::system_error(errno, std::generic_category(), "Cannot wait for signals");
     }
-    return event;
+    return descriptor;
+}
+
+int MakeEvent()
+{
+    return Checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 }
 
 /// Makes an event's descriptor readable, for good: nobody reads it.
@@ -40,43 +42,83 @@ void Raise(int event)
     [[maybe_unused]] const auto written = write(event, &one, sizeof one);
 }
 
-void OnSignal(int signal)
+bool IsReadable(const pollfd &descriptor)
 {
-    const int error = errno;
-    signalThatCame = signal;
-    Raise(eventOfSignal);
-    errno = error;
+    return (descriptor.revents & POLLIN) != 0;
+}
+
+sigset_t RequestsToEnd()
+{
+    sigset_t set{};
+    sigemptyset(&set);
+    for (const int signal : requestsToEnd)
+    {
+        sigaddset(&set, signal);
+    }
+    return set;
+}
+
+void Unblock(const sigset_t &signals)
+{
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+void UnblockOne(int signal)
+{
+    sigset_t set{};
+    sigemptyset(&set);
+    sigaddset(&set, signal);
+    Unblock(set);
+}
+
+int NextOf(int signals)
+{
+    signalfd_siginfo info{};
+    return read(signals, &info, sizeof info) == sizeof info ? static_cast<int>(info.ssi_signo) : 0;
 }
 
 } // namespace
 
-Interrupt::Interrupt() : m_event(MakeEvent())
+Interrupt::Interrupt() : m_event(MakeEvent()), m_end(MakeEvent())
 {
-    signalThatCame = 0;
-    eventOfSignal = m_event;
-    struct sigaction action
+    const sigset_t blocked = RequestsToEnd();
+    for (const int signal : requestsToEnd)
     {
-    };
-    action.sa_handler = OnSignal;
-    action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
-    for (const int signal : signals)
-    {
-        sigaction(signal, &action, nullptr);
+        std::signal(signal, SIG_DFL);
     }
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    m_thread = std::thread([this, signals = Checked(signalfd(-1, &blocked, SFD_CLOEXEC | SFD_NONBLOCK))]
+                           { TakeSignals(signals); });
 }
 
 Interrupt::~Interrupt()
 {
-    for (const int signal : signals)
-    {
-        std::signal(signal, SIG_DFL);
-    }
+    Raise(m_end);
+    m_thread.join();
+    Unblock(RequestsToEnd());
+    close(m_end);
     close(m_event);
+}
+
+void Interrupt::TakeSignals(int signals)
+{
+    std::array<pollfd, 2> events{pollfd{m_end, POLLIN, 0}, pollfd{signals, POLLIN, 0}};
+    while (!IsReadable(events[0]))
+    {
+        poll(events.data(), events.size(), forever);
+        if (const int signal = NextOf(signals); signal != 0)
+        {
+            m_signal = signal;
+            Raise(m_event);
+            UnblockOne(signal); // The next one ends the program, here.
+        }
+    }
+    close(signals);
 }
 
 int Interrupt::Signal() const
 {
-    return signalThatCame;
+    return m_signal;
 }
 
 InterruptWatch::InterruptWatch(const Interrupt &interrupt, std::function<void()> endWait)
@@ -95,18 +137,17 @@ InterruptWatch::~InterruptWatch()
 void InterruptWatch::Run(int signalled)
 {
     constexpr int again = 20; // ms
-    constexpr int forever = -1;
     std::array<pollfd, 2> events{pollfd{m_end, POLLIN, 0}, pollfd{signalled, POLLIN, 0}};
     for (bool ending = false; !ending;)
     {
         // Once the signal has come its descriptor stays readable: only the end is waited for.
-        const bool came = (events[1].revents & POLLIN) != 0;
+        const bool came = IsReadable(events[1]);
         if (came)
         {
             m_endWait();
         }
         poll(events.data(), came ? 1 : 2, came ? again : forever);
-        ending = (events[0].revents & POLLIN) != 0;
+        ending = IsReadable(events[0]);
     }
 }
 
