@@ -1,6 +1,6 @@
 // Archives with a description: each gives the bytes of its first file or fails with GC_ERR_IO.
 
-#include "unzip.h"
+#include "remote/unzip.h"
 #include "utils/gentl_exception.h"
 
 #include <spdlog/spdlog.h>

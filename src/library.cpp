@@ -1,6 +1,6 @@
 #include "library.h"
 
-#include "class_func_formatter.h"
+#include "utils/class_func_formatter.h"
 #include "datastream/buffer.h"
 #include "datastream/datastream.h"
 #include "device.h"
@@ -8,7 +8,7 @@
 #include "gentl_proxy.h"
 #include "interface.h"
 #include "nodemap/node_map.h"
-#include "producer_discovery.h"
+#include "lower/producer_discovery.h"
 #include "proxy_system.h"
 #include "remoteport.h"
 #include "system.h"

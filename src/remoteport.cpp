@@ -1,7 +1,7 @@
 #include "remoteport.h"
 
 #include "nodemap/node_access.h"
-#include "unzip.h"
+#include "remote/unzip.h"
 #include "utils/checks.h"
 #include "utils/lower_info.h"
 

@@ -3,7 +3,7 @@
 #include "instance_manager.h"
 #include "interface.h"
 #include "nodemap/descriptions.h"
-#include "system_features.h"
+#include "modules/system_features.h"
 #include "utils/checks.h"
 #include "utils/gentl_exception.h"
 #include "utils/lower_info.h"

@@ -1,4 +1,4 @@
-#include "system_features.h"
+#include "modules/system_features.h"
 
 #include "nodemap/descriptions.h"
 #include "nodemap/nodemap_parser.h"

@@ -12,7 +12,7 @@
 #include "support/fake_remote_device.h"
 #include "support/handles.h"
 #include "support/log_capture.h"
-#include "system_features.h"
+#include "modules/system_features.h"
 #include "utils/info.h"
 
 #include <fmt/format.h>

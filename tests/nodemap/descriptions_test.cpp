@@ -2,7 +2,7 @@
 
 #include "datastream/datastream_features.h"
 #include "nodemap/nodemap_parser.h"
-#include "system_features.h"
+#include "modules/system_features.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

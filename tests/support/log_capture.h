@@ -1,6 +1,6 @@
 #pragma once
 
-#include "class_func_formatter.h"
+#include "utils/class_func_formatter.h"
 
 #include <spdlog/sinks/sink.h>
 #include <spdlog/spdlog.h>

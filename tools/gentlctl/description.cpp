@@ -1,6 +1,6 @@
 #include "gentlctl/description.h"
 
-#include "unzip.h"
+#include "remote/unzip.h"
 
 #include <fmt/format.h>
 #include <pugixml.hpp>

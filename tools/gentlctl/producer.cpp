@@ -1,7 +1,7 @@
 #include "gentlctl/producer.h"
 
 #include "gentl_proxy.h"
-#include "producer_discovery.h"
+#include "lower/producer_discovery.h"
 #include "utils/environment.h"
 #include "utils/gentl_exception.h"
 

@@ -1,4 +1,4 @@
-#include "modules/override_test.h"
+#include "remote/override_test.h"
 #include "support/log_capture.h"
 
 #include <gmock/gmock.h>

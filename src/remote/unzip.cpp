@@ -1,4 +1,4 @@
-#include "unzip.h"
+#include "remote/unzip.h"
 
 #include "utils/gentl_exception.h"
 #include "utils/log.h"

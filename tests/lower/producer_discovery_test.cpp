@@ -1,4 +1,4 @@
-#include "producer_discovery.h"
+#include "lower/producer_discovery.h"
 
 #include "support/environment_variable.h"
 #include "support/failure.h"

@@ -1,4 +1,4 @@
-#include "producer_discovery.h"
+#include "lower/producer_discovery.h"
 
 #include "utils/environment.h"
 #include "utils/gentl_exception.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "modules/override_test.h"
+#include "remote/override_test.h"
 #include "support/fake_file_device.h"
 
 #include <exception>

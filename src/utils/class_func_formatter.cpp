@@ -1,4 +1,4 @@
-#include "class_func_formatter.h"
+#include "utils/class_func_formatter.h"
 
 namespace GenTL::internal
 {

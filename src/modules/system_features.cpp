@@ -1,4 +1,4 @@
-#include "system_features.h"
+#include "modules/system_features.h"
 
 #include "system.h"
 

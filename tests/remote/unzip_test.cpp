@@ -1,4 +1,4 @@
-#include "unzip.h"
+#include "remote/unzip.h"
 
 #include "support/failure.h"
 #include "support/log_capture.h"
