@@ -2,8 +2,8 @@
 
 #include "instance_manager.h"
 #include "interface.h"
-#include "nodemap/descriptions.h"
 #include "modules/system_features.h"
+#include "nodemap/descriptions.h"
 #include "utils/checks.h"
 #include "utils/gentl_exception.h"
 #include "utils/lower_info.h"

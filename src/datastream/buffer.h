@@ -1,7 +1,7 @@
 #pragma once
 
 #include "port/i_port.h"
-#include "processing/types.h"
+#include "processing/frame.h"
 #include "utils/info.h"
 
 #include <atomic>

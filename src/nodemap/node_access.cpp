@@ -69,14 +69,11 @@ void WriteBytes(IPort &port, const NodeInfo &node, ByteAt byteAt)
     port.WriteRegisters(node.Address, bytes.data(), &size);
 }
 
-bool Holds(IPort &port, const NodeMapParser &parser, const NodeInfo &node)
+/// @tparam Conditional NodeInfo or EnumEntry
+template <typename Conditional>
+bool Holds(IPort &port, const NodeMapParser &parser, const Conditional &conditional)
 {
-    return IsTrue(port, parser, node.pIsAvailable) && IsTrue(port, parser, node.pIsImplemented);
-}
-
-bool Holds(IPort &port, const NodeMapParser &parser, const EnumEntry &entry)
-{
-    return IsTrue(port, parser, entry.pIsAvailable) && IsTrue(port, parser, entry.pIsImplemented);
+    return IsTrue(port, parser, conditional.pIsAvailable) && IsTrue(port, parser, conditional.pIsImplemented);
 }
 
 int64_t ValueOf(const EnumEntry &entry)
@@ -153,6 +150,22 @@ bool IsTrue(IPort &port, const NodeMapParser &parser, const std::string &name)
     }
 }
 
+bool IsAvailable(IPort &port, const NodeMapParser &parser, const NodeInfo &node)
+{
+    return Holds(port, parser, node);
+}
+
+bool IsReadable(IPort &port, const NodeMapParser &parser, const NodeInfo &node)
+{
+    return node.AccessMode != AccessMode::WO && IsAvailable(port, parser, node);
+}
+
+bool IsReadableAndWritable(IPort &port, const NodeMapParser &parser, const NodeInfo &node)
+{
+    return (node.AccessMode == AccessMode::RW || node.AccessMode == AccessMode::None) &&
+           IsAvailable(port, parser, node);
+}
+
 int64_t GetBoundValue(IPort &port, const NodeMapParser &parser, const std::optional<Bound> &bound)
 {
     if (!bound)
@@ -176,7 +189,7 @@ int64_t GetBoundValue(IPort &port, const NodeMapParser &parser, const std::optio
     {
         throw std::runtime_error("Double currently not supported!");
     }
-    if (node->AccessMode == AccessMode::WO || !Holds(port, parser, *node))
+    if (!IsReadable(port, parser, *node))
     {
         throw std::runtime_error("Node is not readable");
     }
@@ -191,7 +204,7 @@ float ReadFloat(IPort &port, const NodeMapParser &parser, const NodeInfo &node)
     }
     if (node.Address != 0)
     {
-        if (!Holds(port, parser, node))
+        if (!IsAvailable(port, parser, node))
         {
             throw std::runtime_error("Node is not available");
         }
@@ -202,7 +215,7 @@ float ReadFloat(IPort &port, const NodeMapParser &parser, const NodeInfo &node)
 
 std::string GetEnumEntry(IPort &port, const NodeMapParser &parser, const NodeInfo &node)
 {
-    if (node.AccessMode == AccessMode::WO || !Holds(port, parser, node))
+    if (!IsReadable(port, parser, node))
     {
         throw std::runtime_error("Enumeration is not readable");
     }

@@ -33,6 +33,14 @@ bool ReadStructEntry(IPort &port, const StructEntryRecord &entry);
 /// that is nowhere in the document: it does not. A formula holds when it is greater than 0.
 bool IsTrue(IPort &port, const NodeMapParser &parser, const std::string &name);
 
+/// Whether the conditions of a node hold: that of pIsAvailable and that of pIsImplemented.
+bool IsAvailable(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
+/// Whether a node's conditions hold and its access mode allows reading.
+bool IsReadable(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
+/// Whether a node's conditions hold and its access mode is read and write; a node without an access mode
+/// counts.
+bool IsReadableAndWritable(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
+
 /// @throws std::runtime_error "Bound has no value!", "Double currently not supported!", "Node is not
 /// readable"
 /// @throws std::bad_variant_access a floating literal

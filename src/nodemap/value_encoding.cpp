@@ -26,6 +26,17 @@ std::array<uint8_t, sizeof(T)> BytesOf(T value, Endianess endianess)
     return bytes;
 }
 
+/// Writes the low bytes of a number, as a register of `length` bytes holds them.
+void StoreLowBytes(uint64_t value, void *buffer, size_t length, Endianess endianess)
+{
+    auto *const bytes = static_cast<uint8_t *>(buffer);
+    for (size_t i = 0; i < length; ++i)
+    {
+        const size_t position = endianess == Endianess::Little ? i : length - 1 - i;
+        bytes[i] = static_cast<uint8_t>(value >> (8 * position));
+    }
+}
+
 } // namespace
 
 void EncodeValue(uint64_t value, void *buffer, size_t size, Endianess endianess)
@@ -68,6 +79,18 @@ int64_t DecodeSigned(const void *buffer, size_t size, Endianess endianess)
     const auto value = DecodeUnsigned(buffer, size, endianess);
     const size_t unusedBits = size == 0 || size >= sizeof value ? 0 : 8 * (sizeof value - size);
     return static_cast<int64_t>(value << unusedBits) >> unusedBits;
+}
+
+void StoreNumber(int64_t value, void *buffer, size_t size, Endianess endianess)
+{
+    const size_t length = size == 2 || size == 4 || size == 8 ? size : std::min<size_t>(size, 1);
+    StoreLowBytes(static_cast<uint64_t>(value), buffer, length, endianess);
+}
+
+void SetBits(uint64_t mask, void *buffer, size_t size, Endianess endianess)
+{
+    const size_t length = size == sizeof(uint64_t) ? size : std::min(size, sizeof(uint32_t));
+    StoreLowBytes(DecodeUnsigned(buffer, length, endianess) | mask, buffer, length, endianess);
 }
 
 void StoreLeadingBytes(uint64_t value, void *buffer, size_t size, Endianess endianess)

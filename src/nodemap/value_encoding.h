@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+/// Numbers as the bytes of a register. The functions differ in what they do with a register of an unusual
+/// size; consumers rely on each of these rules.
 namespace GenTL::internal::nodemap
 {
 
@@ -19,6 +21,14 @@ uint64_t DecodeUnsigned(const void *buffer, size_t size, Endianess endianess);
 
 /// The same with the sign of the topmost byte.
 int64_t DecodeSigned(const void *buffer, size_t size, Endianess endianess);
+
+/// Writes a number as a register of 1, 2, 4 or 8 bytes holds it; in any other size just its lowest byte, into
+/// the first.
+void StoreNumber(int64_t value, void *buffer, size_t size, Endianess endianess);
+
+/// Sets bits of the number that a register holds. In a register of any size but 8 bytes, the number is its
+/// first 4 bytes.
+void SetBits(uint64_t mask, void *buffer, size_t size, Endianess endianess);
 
 /// Writes all 64 bits of a number in the byte order, and of these bytes the first `size`.
 void StoreLeadingBytes(uint64_t value, void *buffer, size_t size, Endianess endianess);

@@ -1,7 +1,10 @@
 #pragma once
 
 #include "common/metadata.h"
+#include "processing/axis_ranges.h"
 #include "processing/i_task.h"
+#include "processing/rectification.h"
+#include "processing/scan3d.h"
 #include "vision/calibration_parameters.h"
 
 #include <memory>
@@ -9,29 +12,20 @@
 #include <utility>
 #include <vector>
 
-namespace tarn::cvl
-{
-class Image;
-class Undistortion;
-} // namespace tarn::cvl
-
 namespace GenTL::internal
 {
 
-/// Makes of the raw components of a 3D device what its output mode promises: intensity without the lens's
-/// distortion, and calibrated depth or a grid of coordinates.
+/// Turns the raw components of a 3D device into those that its output mode promises: intensity without the
+/// lens's distortion, and calibrated depth or a grid of coordinates.
 ///
-/// The vision library does the work on pixels. Without lens calibration, nothing but confidence maps and the
-/// mode UncalibratedC works.
+/// Owned by Processor. Rectification does the work on pixels; this class knows formats, parts and buffers.
+/// Without lens calibration, nothing but confidence maps and the mode UncalibratedC works.
 ///
 /// Configured on the consumer's threads while no acquisition runs. SetMetadata replaces the rectifier without
 /// a lock, so it has to be called ahead of the frames that need it.
 class CoordTask final : public ITask
 {
 public:
-    CoordTask();
-    ~CoordTask() override;
-
     /// @throws GenTLException for a buffer that cannot be processed; tarn::common::InvalidParameterException
     /// for a range of depth that is empty; whatever the vision library throws. The output may be partly
     /// written then.
@@ -48,11 +42,11 @@ public:
     MatchInputFormat(Component component, tarn::common::PixelFormat output,
                      const std::vector<tarn::common::PixelFormat> &inputs) const override;
 
-    Scan3dOutputMode GetMode() const { return m_mode; }
-    void SetMode(Scan3dOutputMode mode) { m_mode = mode; }
+    Scan3dOutputMode GetMode() const { return m_rectification.Mode(); }
+    void SetMode(Scan3dOutputMode mode) { m_rectification.SetMode(mode); }
 
     /// Whether the device is a 3D device.
-    bool HasScale() const { return m_info.scan3dCoordinateScale.has_value(); }
+    bool HasScale() const { return m_rectification.Info().scan3dCoordinateScale.has_value(); }
     void SetScan3dInfo(const Scan3dInfo &info);
 
     /// Replaces the calibration, and the geometry with it.
@@ -68,49 +62,18 @@ public:
 
 private:
     using PixelFormat = tarn::common::PixelFormat;
-    using Size = tarn::common::Size;
 
-    class DepthImage;
-
-    /// Pixels as they arrived.
-    struct Source
-    {
-        PixelFormat format{};
-        Size size;
-        uint8_t *data = nullptr;
-        uint64_t byteSize = 0;
-    };
-
-    /// Room for the pixels of one component.
-    struct Target
-    {
-        PixelFormat format{};
-        std::span<uint8_t> memory;
-    };
-
+    /// Once scale and calibration are known; the first answer stays.
     void ComputeAxisRanges();
     void ProcessImage(const InputData &input, std::span<uint8_t> output, ProcessingResult &result);
     void ProcessParts(const InputData &input, std::span<uint8_t> output, ProcessingResult &result);
     /// @return the bytes that were written, which are added to the result's size
-    uint64_t ProcessComponent(Component component, const Source &source, PixelFormat format,
+    uint64_t ProcessComponent(Component component, const Rectification::Source &source, PixelFormat format,
                               std::span<uint8_t> output, ProcessingResult &result);
-    void Dispatch(Component component, const Source &source, const tarn::cvl::Image &image,
-                  const Target &target);
-    void ProcessUndistortion(const tarn::cvl::Image &image, const Target &target);
-    void ProcessDepthToCalibratedDepth(const Source &source, const tarn::cvl::Image &image,
-                                       const Target &target);
-    void ProcessDepthToXYZ(const Source &source, const tarn::cvl::Image &image, const Target &target);
-    /// @param operation the one that needs it, for the log
-    tarn::cvl::Undistortion &Rectifier(const char *operation) const;
 
     std::unordered_map<Component, PixelFormat> m_outputFormats;
-    std::unique_ptr<tarn::cvl::Undistortion> m_rectifier;            ///< null without calibration
-    std::unique_ptr<tarn::cvl::CalibrationParameters> m_calibration; ///< null until there is one
-    tarn::common::Metadata m_metadata;                               ///< goes along with every image
-    Scan3dInfo m_info;
-    Scan3dOutputMode m_mode = Scan3dOutputMode::CalibratedABC_Grid;
-    /// Minimum and maximum; made once.
-    std::unordered_map<Scan3dCoordinate, std::pair<double, double>> m_axisRanges;
+    Rectification m_rectification;
+    AxisRanges m_axisRanges;
 };
 
 } // namespace GenTL::internal

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "processing/types.h"
+#include "processing/frame.h"
 
 #include <cstddef>
 #include <cstdint>

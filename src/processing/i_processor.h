@@ -2,7 +2,9 @@
 
 #include "common/metadata.h"
 #include "common/size.h"
-#include "processing/types.h"
+#include "processing/component.h"
+#include "processing/frame.h"
+#include "processing/scan3d.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "common/size.h"
-#include "processing/types.h"
+#include "processing/component.h"
+#include "processing/frame.h"
 
 #include <cstdint>
 #include <optional>

@@ -3,6 +3,7 @@
 #include "device.h"
 #include "instance_manager.h"
 #include "interface.h"
+#include "modules/system_features.h"
 #include "nodemap/descriptions.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
@@ -12,7 +13,6 @@
 #include "support/fake_remote_device.h"
 #include "support/handles.h"
 #include "support/log_capture.h"
-#include "modules/system_features.h"
 #include "utils/info.h"
 
 #include <fmt/format.h>

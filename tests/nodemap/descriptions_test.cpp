@@ -1,8 +1,8 @@
 #include "nodemap/descriptions.h"
 
 #include "datastream/datastream_features.h"
-#include "nodemap/nodemap_parser.h"
 #include "modules/system_features.h"
+#include "nodemap/nodemap_parser.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "processing/types.h"
+#include "processing/frame.h"
 #include "support/fake_gentl_proxy.h"
 #include "support/handles.h"
 #include "support/typed_answer.h"

@@ -1,4 +1,4 @@
-#include "processing/types.h"
+#include "processing/scan3d.h"
 
 #include "support/failure.h"
 
@@ -9,19 +9,27 @@ namespace GenTL::internal
 namespace
 {
 
-TEST(Component, PrintsItsNameInMessages)
-{
-    EXPECT_EQ(fmt::format("{} {} {}", Component::Image2D, Component::Image3D, Component::Confidence),
-              "Image2D Image3D Confidence");
-    EXPECT_EQ(fmt::format("{}", static_cast<Component>(3)), "3");
-    EXPECT_EQ(fmt::format("{}", static_cast<Component>(-1)), "-1");
-}
-
 TEST(Scan3dCoordinate, PrintsItsLetter)
 {
     EXPECT_EQ(ToString(Scan3dCoordinate::CoordinateA), "Scan3dCoordinateA");
     EXPECT_EQ(ToString(Scan3dCoordinate::CoordinateC), "Scan3dCoordinateC");
     EXPECT_EQ(ToString(static_cast<Scan3dCoordinate>(3)), "Scan3dCoordinate");
+}
+
+TEST(Scan3dCoordinate, HasAnEntryOfItsName)
+{
+    EXPECT_EQ(Scan3dCoordinateOf("CoordinateB"), Scan3dCoordinate::CoordinateB);
+    EXPECT_EQ(Scan3dCoordinateOf("CoordinateD"), std::nullopt);
+}
+
+TEST(OutputModeTraits, AreThoseOfADeviceForAModeThatIsNotMade)
+{
+    const auto traits = TraitsOf(Scan3dOutputMode::RectifiedC);
+    EXPECT_EQ(traits.mode, Scan3dOutputMode::RectifiedC);
+    EXPECT_FALSE(traits.isRaw || traits.hasGrid || traits.makes.has_value());
+    EXPECT_TRUE(TraitsOf(Scan3dOutputMode::UncalibratedC).isRaw);
+    EXPECT_TRUE(TraitsOf(Scan3dOutputMode::CalibratedABC_Grid).hasGrid);
+    EXPECT_EQ(TraitsOf(Scan3dOutputMode::CalibratedC).makes, tarn::common::PixelFormat::Coord3D_C32f);
 }
 
 TEST(Scan3dOutputModeName, IsTheEntrysAndLeadsBackToIt)
