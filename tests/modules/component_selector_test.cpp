@@ -1,4 +1,4 @@
-#include "modules/override_test.h"
+#include "override_test.h"
 #include "support/log_capture.h"
 
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "modules/override_test.h"
+#include "override_test.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "modules/scan3d_test.h"
+#include "scan3d_test.h"
 
 #include "processing/processor.h"
 #include "support/log_capture.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "modules/override_test.h"
+#include "override_test.h"
 #include "support/fake_file_device.h"
 
 #include <exception>

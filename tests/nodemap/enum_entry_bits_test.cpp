@@ -1,6 +1,6 @@
 #include "nodemap/enum_entry_bits.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,6 @@
 #include "nodemap/formula_evaluator.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "nodemap/node_access.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 
 #include <gmock/gmock.h>

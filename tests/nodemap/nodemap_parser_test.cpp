@@ -1,6 +1,6 @@
 #include "nodemap/nodemap_parser.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 #include "support/log_capture.h"
 
