@@ -76,7 +76,7 @@ TEST_F(VisionException, IsCaughtByEachOfItsBases)
     ExpectCaughtByItsBases<15, cvl::Exception>();
 }
 
-TEST_F(VisionException, IsCaughtByItsNamesakeAmongTheValueTypesErrors)
+TEST_F(VisionException, IsCaughtAsTheCommonErrorOfItsName)
 {
     EXPECT_EQ(TextCaughtAs<common::NotSupportedException>(Fail<4>), "vision failed");
     EXPECT_EQ(TextCaughtAs<common::InternalErrorException>(Fail<7>), "vision failed");

@@ -167,7 +167,7 @@ TEST(VisionLoadingDeathTest, IsTriedAgainAfterAFailure)
         testing::ExitedWithCode(0), "");
 }
 
-TEST(VisionLoadingDeathTest, EndsTheProcessWhenAnOwnerFindsNoLibrary)
+TEST(VisionLoadingDeathTest, AnOwnerWithoutALibraryEndsTheProcess)
 {
     EXPECT_EXIT(
         {

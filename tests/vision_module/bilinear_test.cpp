@@ -69,7 +69,7 @@ TEST(VisionBilinearBlocks, GiveWhatOpenCVGivesBitByBit)
     }
 }
 
-TEST(VisionBilinearBlocks, GiveWhatOpenCVGivesForEveryPlaceBetweenPixels)
+TEST(VisionBilinearBlocks, MatchOpenCVAtEveryFraction)
 {
     // Eight pixels next to each other come from the same place, so that vectors make all of them.
     constexpr uint32_t width = 8 * 32;
@@ -92,7 +92,7 @@ TEST(VisionBilinearBlocks, GiveWhatOpenCVGivesForEveryPlaceBetweenPixels)
     }
 }
 
-TEST(VisionBilinearBlocks, GiveWhatOpenCVGivesForEveryPairOfExtremes)
+TEST(VisionBilinearBlocks, MatchOpenCVAtExtremeValues)
 {
     constexpr uint32_t width = 16;
     constexpr uint32_t height = 32;

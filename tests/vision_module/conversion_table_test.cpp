@@ -116,7 +116,7 @@ TEST_F(VisionConversionTable, DecidesForEachPairWhetherItIsConverted)
     EXPECT_EQ(offered, expected);
 }
 
-TEST_F(VisionConversionTable, HoldsForAFactorButForPackedAndYuvTargets)
+TEST_F(VisionConversionTable, HoldsWithAFactorForWholeSamples)
 {
     auto documented = DocumentedPairs();
     for (const auto from : allFormats)

@@ -91,7 +91,7 @@ TEST_F(VisionConversion, OfDeepColoursShiftsBetweenDepths)
               (Words{12, 8, 4, 4095}));
 }
 
-TEST_F(VisionConversion, ToWiderCoordinatesAndConfidenceKeepsTheValue)
+TEST_F(VisionConversion, WidensDepthAndConfidenceUnchanged)
 {
     EXPECT_EQ(Converted<uint16_t>(PixelFormat::Coord3D_C8, 3, Bytes{0, 1, 255}, PixelFormat::Coord3D_C16),
               (Words{0, 1, 255}));

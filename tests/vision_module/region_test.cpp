@@ -124,7 +124,7 @@ TEST_F(VisionRegion, IsDrawnOnlyWhereTheImageIs)
     EXPECT_EQ(Mask(6, 1), (Bytes{1, 1, 1, 1, 0, 0}));
 }
 
-TEST_F(VisionRegion, IsDrawnIntoTheSamplesOfAColourAndLeavesTransparency)
+TEST_F(VisionRegion, IsDrawnIntoColoursNotTransparency)
 {
     Pixels mask(PixelFormat::Mono8, 2, 1, {uint8_t{0}, uint8_t{1}});
     EXPECT_EQ(Threshold(mask, {1, 1}), Answered{});

@@ -186,7 +186,7 @@ TEST_F(VisionUndistortion, ShowsEachPlaceOfEveryRegionAndBinning)
     }
 }
 
-TEST_F(VisionUndistortion, TakesTheNearestPixelOfEveryRegionAndBinning)
+TEST_F(VisionUndistortion, TakesTheNearestPixelOfEachGeometry)
 {
     for (const auto &roi : rois)
     {

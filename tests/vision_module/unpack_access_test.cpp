@@ -79,7 +79,7 @@ TEST_P(UnpackAccessOf, NeedsNoMemoryForAnImageWithoutPixels)
 
 INSTANTIATE_TEST_SUITE_P(Formats, UnpackAccessOf, testing::ValuesIn(OfferedFormats()), NameOf);
 
-TEST(GuardedMemory, EndsTheProcessWhenTheByteBeforeOrBehindIsTouched)
+TEST(GuardedMemory, EndsTheProcessOnAccessOutsideIt)
 {
     testing::GTEST_FLAG(death_test_style) = "threadsafe";
     GuardedMemory memory(10);

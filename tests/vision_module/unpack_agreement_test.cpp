@@ -82,7 +82,7 @@ class UnpackOf : public testing::TestWithParam<PixelFormat>
 {
 };
 
-TEST_P(UnpackOf, AgreesWithThePlainFormAtEverySizeWithEachInstructionSet)
+TEST_P(UnpackOf, MatchesThePlainFormOnEachInstructionSet)
 {
     for (uint32_t width = 1; width <= 300; ++width)
     {

@@ -21,7 +21,7 @@ bool IsInterleaved(PixelFormat format)
 
 } // namespace
 
-TEST(UnpackOffer, IsEveryPackedAndEveryInterleavedFormatToItsUnpackedFormatAndNoOtherPair)
+TEST(UnpackOffer, PairsEachFormatWithItsUnpackedFormOnly)
 {
     size_t offered = 0;
     for (const auto from : AllFormats())

@@ -57,13 +57,13 @@ TEST(UnpackScalarOf12p, TakesTwelveBitsEachFromTheLowestOn)
               (Words{0x123, 0xABC, 0x456}));
 }
 
-TEST(UnpackScalarOf10g40, TakesTheLowerBitsOfFourSamplesFromTheFifthByte)
+TEST(UnpackScalarOf10g40, ReadsLowerBitsFromTheFifthByte)
 {
     EXPECT_EQ(SamplesOf<uint16_t>(PixelFormat::Mono10g40QVR, {0x48, 0xAA, 0x00, 0xFF, 0xDB}, {2, 2}),
               (Words{0x123, 0x2AA, 0x001, 0x3FF}));
 }
 
-TEST(UnpackScalarOf10g40, FindsTheLowerBitsRightBehindTheSamplesOfAnIncompleteGroup)
+TEST(UnpackScalarOf10g40, ReadsLowerBitsOfAnIncompleteGroup)
 {
     const Bytes whole{0x00, 0x00, 0x00, 0x00, 0x00};
     const auto lastOf = [&](Bytes group, uint32_t samples)
@@ -78,13 +78,13 @@ TEST(UnpackScalarOf10g40, FindsTheLowerBitsRightBehindTheSamplesOfAnIncompleteGr
     EXPECT_EQ(lastOf({0x55, 0x99, 0xCC, 0xF9}, 3), (Words{0x155, 0x266, 0x333}));
 }
 
-TEST(UnpackScalarOf12g24, TakesTheLowerBitsOfTwoSamplesFromTheThirdByte)
+TEST(UnpackScalarOf12g24, ReadsLowerBitsFromTheThirdByte)
 {
     EXPECT_EQ(SamplesOf<uint16_t>(PixelFormat::Mono12g24QVR, {0x12, 0xAB, 0xC3}, {1, 2}),
               (Words{0x123, 0xABC}));
 }
 
-TEST(UnpackScalarOf12g24, FindsTheLowerBitsRightBehindTheSampleOfAnIncompleteGroup)
+TEST(UnpackScalarOf12g24, ReadsLowerBitsOfAnIncompleteGroup)
 {
     EXPECT_EQ(SamplesOf<uint16_t>(PixelFormat::BayerGR12g24QVR, {0x12, 0xAB, 0xC3, 0x45, 0xF6}, {3, 1}),
               (Words{0x123, 0xABC, 0x456}));
@@ -98,7 +98,7 @@ TEST(UnpackScalarOf10p32, TakesThreeSamplesFromTheBitsOfAWord)
     EXPECT_EQ(SamplesOf<uint16_t>(PixelFormat::BGR10p32, source, {2, 1}), samples);
 }
 
-TEST(UnpackScalarOfLines, GivesEveryPixelTheSamplesOfItsPairOfLines)
+TEST(UnpackScalarOfLines, GivesEachPixelBothLinesOfItsPair)
 {
     EXPECT_EQ(SamplesOf<uint8_t>(PixelFormat::Mono8_I_A_B, {1, 2, 3, 11, 12, 13}, {3, 2}),
               (Bytes{1, 11, 2, 12, 3, 13, //
@@ -128,7 +128,7 @@ TEST(UnpackScalarOfCells, GivesEveryPixelTheSamplesOfItsBlock)
                      1, 2, 11, 12, 1, 2, 11, 12, 3, 4, 13, 14, 3, 4, 13, 14}));
 }
 
-TEST(UnpackScalarOfCells, RepeatsTheLastLineAndColumnThatHaveNoPartner)
+TEST(UnpackScalarOfCells, RepeatsAnUnpairedLastLineAndColumn)
 {
     EXPECT_EQ(SamplesOf<uint8_t>(PixelFormat::Mono8_I_AB_CD, {1, 2, 3, 11, 12, 13, 21, 22, 23}, {3, 3}),
               (Bytes{1,  2,  11, 12, 1,  2,  11, 12, 3,  3,  13, 13, //
