@@ -86,7 +86,7 @@ void TimeAllFunctions()
     auto &functions = const_cast<dynamic::FunctionTable &>(dynamic::Binding::Instance().Functions());
 #define CVL_CALLED(name) Timed<&dynamic::FunctionTable::name>::Install(functions, #name);
 #define CVL_OTHER(name)
-#include <functions.inc>
+#include <tarn_cvl/functions.inc>
 #undef CVL_CALLED
 #undef CVL_OTHER
 }

@@ -5,10 +5,10 @@
 // hot: the same images again and again. cold: another pair each time, until more than four times the size of
 // the last cache has gone by.
 
-#include "vision/unpack.h"
+#include "vision_module/unpack.h"
 #include "common/pixel_format.h"
 #include "median.h"
-#include "vision/unpack_scalar.h"
+#include "vision_module/unpack_scalar.h"
 
 #include <benchmark/benchmark.h>
 

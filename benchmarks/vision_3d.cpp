@@ -3,8 +3,8 @@
 // as many bytes. One thread.
 
 #include "median.h"
-#include "vision/coordinates.h"
-#include "vision/undistortion.h"
+#include "vision_module/coordinates.h"
+#include "vision_module/undistortion.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>

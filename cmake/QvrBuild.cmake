@@ -67,15 +67,25 @@ function(qvr_add_plugin target file version_script)
     target_link_libraries(${target} PRIVATE qvr_build_settings)
 endfunction()
 
-# A linker version script that exports just the functions named in `list`, a file of FN(group, name, ...)
-# lines.
+# Writes a linker version script to `output`: it exports the functions that the file `list` names, one a line as
+# FN(group, name, ...) or CVL_...(name).
+#   PREFIX <text>      what a symbol has before the name in the list
+#   ALSO <symbol>...   further symbols to export
+#   WITHOUT <name>...  functions of the list to leave out
 function(qvr_version_script output list)
-    file(STRINGS "${list}" lines REGEX "^FN\\(")
+    cmake_parse_arguments(PARSE_ARGV 2 script "" "PREFIX" "ALSO;WITHOUT")
+    file(STRINGS "${list}" lines REGEX "^[A-Z_]+\\(")
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${list}")
     set(names "")
     foreach(line IN LISTS lines)
-        string(REGEX REPLACE "^FN\\([A-Z0-9_]+, ([A-Za-z0-9_]+).*" "    \\1;\n" name "${line}")
-        string(APPEND names "${name}")
+        string(REGEX REPLACE "^[A-Z_]+\\(([A-Z0-9_]+, )?([A-Za-z0-9_]+).*" "\\2" name "${line}")
+        if(NOT name IN_LIST script_WITHOUT)
+            list(APPEND names "${script_PREFIX}${name}")
+        endif()
     endforeach()
-    file(CONFIGURE OUTPUT "${output}" CONTENT "{\nglobal:\n${names}local:\n    *;\n};\n" @ONLY)
+    set(symbols "")
+    foreach(symbol IN LISTS script_ALSO names)
+        string(APPEND symbols "    ${symbol};\n")
+    endforeach()
+    file(CONFIGURE OUTPUT "${output}" CONTENT "{\nglobal:\n${symbols}local:\n    *;\n};\n" @ONLY)
 endfunction()

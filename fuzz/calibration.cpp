@@ -2,10 +2,10 @@
 // what a valid camera makes of a picture stays within the images. Each input is read as it is, and with the
 // checksum put right.
 
-#include "vision/calibration.h"
-#include "vision/coordinates.h"
-#include "vision/error.h"
-#include "vision/undistortion.h"
+#include "vision_module/calibration.h"
+#include "vision_module/coordinates.h"
+#include "vision_module/error.h"
+#include "vision_module/undistortion.h"
 
 #include <algorithm>
 #include <cstddef>

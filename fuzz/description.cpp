@@ -1,7 +1,7 @@
 // Descriptions of a device: whatever they say, features are read and written or fail with an exception.
 
-#include "nodemap/memory_port.h"
 #include "nodemap/node_access.h"
+#include "tests/nodemap/memory_port.h"
 
 #include <spdlog/spdlog.h>
 

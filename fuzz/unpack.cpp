@@ -1,9 +1,9 @@
 // Unpacking: for a pair of formats, a size and bytes, the fast form gives what the plain form gives, and both
 // stay within the images, which have just the size that they must have.
 
-#include "vision/unpack.h"
+#include "vision_module/unpack.h"
 #include "common/pixel_format.h"
-#include "vision/unpack_scalar.h"
+#include "vision_module/unpack_scalar.h"
 
 #include <array>
 #include <cstddef>

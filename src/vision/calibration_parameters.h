@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tarn_cvl.h>
+#include <tarn_cvl/tarn_cvl.h>
 
 #include <cstddef>
 #include <cstdint>

@@ -60,7 +60,7 @@ void Binding::BindFunctions()
 {
 #define CVL_CALLED(name) BindFunction(m_library, "tarn_cvl_" #name, m_functions.name);
 #define CVL_OTHER(name) CVL_CALLED(name)
-#include <functions.inc>
+#include <tarn_cvl/functions.inc>
 #undef CVL_CALLED
 #undef CVL_OTHER
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <tarn_cvl.h>
+#include <tarn_cvl/tarn_cvl.h>
 
 #include <cstdint>
 #include <stdexcept>
@@ -22,7 +22,7 @@ struct FunctionTable
 {
 #define CVL_CALLED(name) decltype(&tarn_cvl_##name) name;
 #define CVL_OTHER(name) void (*name)();
-#include <functions.inc>
+#include <tarn_cvl/functions.inc>
 #undef CVL_CALLED
 #undef CVL_OTHER
 };
@@ -79,7 +79,7 @@ public:
 
 #define CVL_CALLED(name) inline constexpr Function<&FunctionTable::name> name{};
 #define CVL_OTHER(name)
-#include <functions.inc>
+#include <tarn_cvl/functions.inc>
 #undef CVL_CALLED
 #undef CVL_OTHER
 

@@ -1,4 +1,4 @@
-#include "boundary/consumer.h"
+#include "consumer.h"
 
 #include <atomic>
 #include <barrier>

@@ -1,6 +1,6 @@
 // Which handles are event sources, and where the events go that are not this producer's own.
 
-#include "boundary/consumer.h"
+#include "consumer.h"
 
 #include <string>
 #include <utility>

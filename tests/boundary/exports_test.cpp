@@ -1,7 +1,7 @@
 // Each export, with all arguments in order: that it does what its name says, at the module that its handle
 // names.
 
-#include "boundary/consumer.h"
+#include "consumer.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // What an export does with a failure: the order of the log record and of the last error, and what it lets
 // pass.
 
-#include "boundary/consumer.h"
+#include "consumer.h"
 
 #include <gmock/gmock.h>
 #include <spdlog/sinks/sink.h>

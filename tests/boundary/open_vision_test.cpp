@@ -1,7 +1,7 @@
 // Lower buffers that promise memory that is not there, over the vision module of this project: each frame
 // fails and nothing else does.
 
-#include "boundary/consumer.h"
+#include "consumer.h"
 
 #include <gmock/gmock.h>
 #include <spdlog/sinks/ostream_sink.h>

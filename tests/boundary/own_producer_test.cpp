@@ -1,6 +1,6 @@
 // The producer named as its own lower producer.
 
-#include "boundary/consumer.h"
+#include "consumer.h"
 
 #include <gmock/gmock.h>
 #include <spdlog/sinks/ostream_sink.h>

@@ -1,6 +1,6 @@
 // When the file of the lower producer is loaded and when it is not.
 
-#include "boundary/consumer.h"
+#include "consumer.h"
 #include "gentl_proxy.h"
 #include "support/failure.h"
 

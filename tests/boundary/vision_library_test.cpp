@@ -1,4 +1,4 @@
-#include "boundary/consumer.h"
+#include "consumer.h"
 
 #include <gmock/gmock.h>
 #include <spdlog/sinks/ostream_sink.h>

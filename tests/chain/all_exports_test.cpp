@@ -1,7 +1,7 @@
 // Eight threads in all exports at once, on the handles of one camera that sends frames: to be watched by a
 // sanitizer. A few thousand calls each, or the minutes that are asked for.
 
-#include "chain/consumer.h"
+#include "consumer.h"
 #include "gentlctl/description.h"
 #include "nodemap/nodemap_parser.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "chain/depth_shot.h"
+#include "depth_shot.h"
 
 #include <gtest/gtest.h>
 

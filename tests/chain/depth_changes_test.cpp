@@ -1,8 +1,8 @@
 // Mode, formats, components, region and binning of the depth camera, changed in every order and while frames
 // come: what the producer announces is what it delivers.
 
-#include "chain/depth_axis.h"
-#include "chain/depth_points.h"
+#include "depth_axis.h"
+#include "depth_points.h"
 #include "support/failure.h"
 
 #include <gtest/gtest.h>

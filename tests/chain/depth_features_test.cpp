@@ -1,8 +1,8 @@
 // A consumer that knows nothing but the standard features and the delivered data finds the same points in
 // every mode, with every user set of the depth camera and in several views of it.
 
-#include "chain/depth_axis.h"
-#include "chain/depth_points.h"
+#include "depth_axis.h"
+#include "depth_points.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Depth is the same distance in each pixel format that the camera sends, whatever was done before.
 
-#include "chain/depth_axis.h"
-#include "chain/depth_points.h"
+#include "depth_axis.h"
+#include "depth_points.h"
 #include "support/environment_variable.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The straight lines of the depth camera's scene: bent by its lens, straight in the undistorted intensity.
 
-#include "chain/depth_points.h"
+#include "depth_points.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // What the producer tells of its 3D output by the standard features, held against the data that it delivers
 // in each mode, and that mode and format stand still while frames come.
 
-#include "chain/depth_axis.h"
-#include "chain/depth_points.h"
+#include "depth_axis.h"
+#include "depth_points.h"
 #include "support/failure.h"
 
 #include <gtest/gtest.h>

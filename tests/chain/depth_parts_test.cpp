@@ -1,8 +1,8 @@
 // The depth camera's images side by side in one buffer, and its intensity without the lens's distortion.
 
-#include "chain/depth_points.h"
-#include "chain/depth_shot.h"
-#include "chain/depth_view.h"
+#include "depth_points.h"
+#include "depth_shot.h"
+#include "depth_view.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "chain/depth_shot.h"
-#include "chain/depth_view.h"
+#include "depth_shot.h"
+#include "depth_view.h"
 
 #include <array>
 #include <cmath>

@@ -1,7 +1,7 @@
 // Depth pictures of a folder, with the lens of their calibration file, arrive as points where they should.
 
-#include "chain/depth_points.h"
-#include "chain/depth_shot.h"
+#include "depth_points.h"
+#include "depth_shot.h"
 #include "support/environment_variable.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // The depth camera with all that it has, for long: each frame as it must be, none lost, and no more memory.
 
-#include "chain/depth_points.h"
-#include "chain/resident_memory.h"
+#include "depth_points.h"
+#include "resident_memory.h"
 
 #include <gtest/gtest.h>
 

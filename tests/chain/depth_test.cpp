@@ -1,6 +1,6 @@
 // What the producer makes of the depth camera's range: points in space, where the scene is known.
 
-#include "chain/depth_points.h"
+#include "depth_points.h"
 
 #include <gtest/gtest.h>
 

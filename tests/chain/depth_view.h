@@ -1,6 +1,6 @@
 #pragma once
 
-#include "chain/consumer.h"
+#include "consumer.h"
 
 #include <gtest/gtest.h>
 

@@ -1,10 +1,10 @@
 // Every pixel format of every simulated camera: what the producer makes of it, and that all who tell about
 // it agree.
 
-#include "chain/consumer.h"
-#include "chain/plain_pixels.h"
+#include "consumer.h"
 #include "gentlctl/description.h"
 #include "nodemap/node_access.h"
+#include "plain_pixels.h"
 #include "support/environment_variable.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Frames of every simulated camera through the producer: whole, in order, none lost.
 
-#include "chain/consumer.h"
-#include "chain/frame_check.h"
+#include "consumer.h"
+#include "frame_check.h"
 
 #include <gtest/gtest.h>
 

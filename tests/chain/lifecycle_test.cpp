@@ -1,7 +1,7 @@
 // How hosts load, use and leave the producer.
 
-#include "chain/consumer.h"
-#include "chain/resident_memory.h"
+#include "consumer.h"
+#include "resident_memory.h"
 #include "support/failure.h"
 
 #include <gtest/gtest.h>

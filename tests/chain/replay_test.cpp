@@ -1,6 +1,6 @@
 // Pictures of a folder arrive through the chain as the same pictures.
 
-#include "chain/consumer.h"
+#include "consumer.h"
 #include "support/environment_variable.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // The ways in which consumers in the field stop a stream; each must work over producer and simulator.
 
-#include "chain/consumer.h"
+#include "consumer.h"
 #include "support/failure.h"
 
 #include <gtest/gtest.h>

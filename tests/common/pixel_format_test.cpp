@@ -141,7 +141,7 @@ TEST(GetSizeInBytes, RoundsUpToWholeBytes)
     EXPECT_EQ(GetSizeInBytes(PixelFormat::YUV420_8_YY_UV_SemiplanarQVR, megapixel), 1500000U);
 }
 
-TEST(GetSizeInBytes, TakesTheStorageOfMultipleSamplesFromTheTableAndNotFromTheCode)
+TEST(GetSizeInBytes, TakesStorageFromTheTableNotFromTheCode)
 {
     EXPECT_EQ(GetSizeInBytes(PixelFormat::Mono12_AB, megapixel), 4000000U);
     EXPECT_EQ(GetSizeInBytes(PixelFormat::Mono8_AB, megapixel), 2000000U);

@@ -1,4 +1,4 @@
-#include "datastream/stream_fixture.h"
+#include "stream_fixture.h"
 
 namespace GenTL::internal
 {

@@ -1,6 +1,6 @@
 // What threads do to one stream beside each other: to be watched by a sanitizer.
 
-#include "datastream/stream_fixture.h"
+#include "stream_fixture.h"
 
 #include <functional>
 #include <stdexcept>

@@ -1,5 +1,5 @@
 #include "datastream/acquisition_worker.h"
-#include "datastream/stream_fixture.h"
+#include "stream_fixture.h"
 #include "support/fake_processor.h"
 #include "support/fake_proxy_stream.h"
 

@@ -1,4 +1,4 @@
-#include "datastream/worker_fixture.h"
+#include "worker_fixture.h"
 
 #include <cstring>
 #include <stdexcept>

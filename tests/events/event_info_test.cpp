@@ -1,4 +1,4 @@
-#include "events/event_fixture.h"
+#include "event_fixture.h"
 
 #include <array>
 #include <cstring>

@@ -571,7 +571,7 @@ TEST_P(DataStreamDescriptionTest, MarksWhatIsNotStandard)
     EXPECT_EQ(Child(Node("StreamPort"), "Visibility"), "Invisible");
 }
 
-TEST_P(DataStreamDescriptionTest, DoesNotOfferWhatItKeepsCommentedOut)
+TEST_P(DataStreamDescriptionTest, DoesNotOfferCommentedOutFeatures)
 {
     for (const std::string name : {"StreamControl", "LossHandlingMode", "LossHandlingExtent"})
     {

@@ -1,6 +1,6 @@
 #include "nodemap/enum_entry_bits.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 
 #include <fmt/format.h>
@@ -77,7 +77,7 @@ TEST(ResolveBitReference, FailsForANameThatIsNowhere)
               (Failure{"Did not find node Nowhere!", GC_ERR_ERROR}));
 }
 
-TEST(ResolveBitReference, TakesTheLowestBitOfARegisterAndOfAValueNode)
+TEST(ResolveBitReference, TakesBitZeroOfRegistersAndValueNodes)
 {
     const NodeMapParser parser(
         Description("<IntReg Name=\"AReg\"><Address>0xFFFFFFFFFFFFFFFF</Address><Length>1</Length></IntReg>"
@@ -136,7 +136,7 @@ TEST(ResolveBitReference, FindsNoBitBeyondTheHighest)
     ExpectNoMask("(VAR >> 0xFFFFFFFFFFFFFFFF) & 1");
 }
 
-TEST(ResolveBitReference, TakesTheFormulaFromTheRegisterOfAConverter)
+TEST(ResolveBitReference, FollowsAConverterToItsRegister)
 {
     const NodeMapParser parser(
         Description("<IntReg Name=\"BitsReg\"><Address>32</Address><Length>4</Length></IntReg>"

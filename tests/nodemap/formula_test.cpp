@@ -1,6 +1,6 @@
 #include "nodemap/formula_evaluator.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 
 #include <gmock/gmock.h>
@@ -134,7 +134,7 @@ TEST_F(FormulaEvaluatorTest, MissesAConverterThatIsNotThere)
     EXPECT_EQ(FailureFor(reg, "AReg"), PlainFailure("Converter AReg not found!"));
 }
 
-TEST_F(FormulaEvaluatorTest, RefusesElementAccessBeforeAnyRegisterIsRead)
+TEST_F(FormulaEvaluatorTest, RefusesElementAccessBeforeReading)
 {
     EXPECT_EQ(
         FailureFor(
@@ -159,7 +159,7 @@ TEST_F(FormulaEvaluatorTest, DetectsAFormulaThatNamesItself)
         (Failure{"Recursion on node C detected!", GC_ERR_ERROR}));
 }
 
-TEST_F(FormulaEvaluatorTest, DoesNotEvenBeginAFormulaThatNamesItselfAgain)
+TEST_F(FormulaEvaluatorTest, RefusesAFormulaThatNamesItself)
 {
     EXPECT_EQ(FailureFor(reg + "<Converter Name=\"C\">" + Variable("A", "AReg") +
                              "<FormulaFrom>TO + A</FormulaFrom><pValue>C</pValue></Converter>",
@@ -192,7 +192,7 @@ TEST_F(FormulaEvaluatorTest, FollowsALongChainOfFormulas)
 }
 
 // Without a cycle: each formula reads the next one twice, so the work doubles with each of them.
-TEST_F(FormulaEvaluatorTest, GivesUpOnFormulasWhoseWorkGrowsWithoutBound)
+TEST_F(FormulaEvaluatorTest, RefusesFormulasOfUnboundedWork)
 {
     std::string nodes = Knife("K0", "", "1");
     for (int i = 1; i <= 60; ++i)

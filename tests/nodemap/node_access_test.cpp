@@ -1,6 +1,6 @@
 #include "nodemap/node_access.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 
 #include <gmock/gmock.h>
@@ -60,7 +60,7 @@ private:
 
 const std::string conditions = "<pIsImplemented>CondI</pIsImplemented><pIsAvailable>CondA</pIsAvailable>";
 
-TEST_F(NodeAccess, ExtendsTheSignOfShortRegistersAndOnlyForReadInteger)
+TEST_F(NodeAccess, OnlyReadIntegerExtendsTheSign)
 {
     port.bytes = {0x80, 0x00};
     EXPECT_EQ(ReadInteger(port, Reg(0, 2, Endianess::Big)), -32768);
@@ -242,7 +242,7 @@ TEST_F(NodeAccess, FollowsABoundByPositionAndByName)
     }
 }
 
-TEST_F(NodeAccess, RefusesABoundInAWriteOnlyRegisterAndAReferenceThatIsNone)
+TEST_F(NodeAccess, RefusesUnreadableBoundsAndDeadReferences)
 {
     Use("<IntReg Name=\"LimReg\"><Address>3</Address><Length>1</Length><AccessMode>WO</AccessMode></IntReg>"
         "<Integer Name=\"A\"><pMax>LimReg</pMax></Integer>");

@@ -386,7 +386,7 @@ TEST_F(NodeMapTest, AnswersEveryUrlInfo)
     }
 }
 
-TEST_F(NodeMapTest, LooksAtTheIndexBeforeTheCommandAndAtThePointersBeforeBoth)
+TEST_F(NodeMapTest, ChecksPointersThenIndexThenCommand)
 {
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     size_t size = 0;

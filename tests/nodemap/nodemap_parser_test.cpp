@@ -1,6 +1,6 @@
 #include "nodemap/nodemap_parser.h"
 
-#include "nodemap/memory_port.h"
+#include "memory_port.h"
 #include "support/failure.h"
 #include "support/log_capture.h"
 
@@ -69,7 +69,7 @@ TEST(NodeMapParserRegister, TakesWhatTheElementSays)
     EXPECT_EQ(node.pIsAvailable, "V");
 }
 
-TEST(NodeMapParserRegister, IsReadFromEachRegisterElementAtAnyDepth)
+TEST(NodeMapParserRegister, IsFoundForEachElementAtAnyDepth)
 {
     for (const std::string type : registerElements)
     {
@@ -193,7 +193,7 @@ TEST(NodeMapParserStruct, KeepsTheFirstEntryOfAName)
     EXPECT_EQ(parser.FindStructEntry("E").Bit, 1U);
 }
 
-TEST(NodeMapParserFormula, CollectsVariablesConstantsAndTheRightFormula)
+TEST(NodeMapParserFormula, HasVariablesConstantsAndFormula)
 {
     const std::string content = "<pVariable Name=\"X\">XReg</pVariable><pVariable Name=\"Y\">YReg</pVariable>"
                                 "<Constant Name=\"C\">2.5</Constant><Formula>F</Formula>"
@@ -366,7 +366,7 @@ TEST(NodeMapParserValue, KnowsWhichReferencesWereThereAlready)
     EXPECT_EQ(std::get<std::string>(node.Value->Value), "K");
 }
 
-TEST(NodeMapParserValue, CollectsEntriesSelectedAndInvalidatorsInOrder)
+TEST(NodeMapParserValue, KeepsTheOrderOfEntriesAndReferences)
 {
     const NodeMapParser parser(Description(
         Element("Enumeration", "A",
@@ -386,7 +386,7 @@ TEST(NodeMapParserValue, CollectsEntriesSelectedAndInvalidatorsInOrder)
     EXPECT_EQ(std::get<int64_t>(node.EnumEntries[1].Value), -1);
 }
 
-TEST(NodeMapParserCategory, ListsItsFeaturesAndKeepsTheFirstOfAName)
+TEST(NodeMapParserCategory, ListsFeaturesOfTheFirstOfAName)
 {
     const NodeMapParser parser(Description(
         Element("Category", "Root", "<pFeature>B</pFeature><pFeature>A</pFeature>") +

@@ -156,7 +156,7 @@ TEST_F(RegisterMapTest, IgnoresTheStorageOffsetOfTheCaller)
     EXPECT_THAT(Read(0, 4), ElementsAre(1, 2, 3, 4));
 }
 
-TEST_F(RegisterMapTest, RunsTheReadCallbackOnTheWholeRegisterForAnyPartOfIt)
+TEST_F(RegisterMapTest, RunsReadCallbacksOnWholeRegisters)
 {
     int calls = 0;
     Add(RegisterAccess::ReadOnly, 8, Noting(calls));
@@ -173,7 +173,7 @@ TEST_F(RegisterMapTest, ShowsWhatTheReadCallbackHasWritten)
     EXPECT_THAT(Read(0, 1), ElementsAre(2));
 }
 
-TEST_F(RegisterMapTest, ReadsAcrossRegistersAndRunsJustTheCallbacksOfThoseTouched)
+TEST_F(RegisterMapTest, RunsOnlyCallbacksOfTouchedRegisters)
 {
     std::array<int, 4> calls{};
     for (auto &count : calls)
@@ -191,7 +191,7 @@ TEST_F(RegisterMapTest, ReadsAcrossRegistersAndRunsJustTheCallbacksOfThoseTouche
     EXPECT_THAT(Read(0, 8), ElementsAre(0, 1, 2, 3, 4, 9, 9, 9));
 }
 
-TEST_F(RegisterMapTest, FailsOnALaterRegisterAfterTheReadCallbacksOfTheEarlierOnes)
+TEST_F(RegisterMapTest, RunsReadCallbacksUpToAFailure)
 {
     int calls = 0;
     Add(RegisterAccess::ReadOnly, 2, Noting(calls));
@@ -200,7 +200,7 @@ TEST_F(RegisterMapTest, FailsOnALaterRegisterAfterTheReadCallbacksOfTheEarlierOn
     EXPECT_EQ(calls, 1);
 }
 
-TEST_F(RegisterMapTest, FailsOnALaterRegisterAfterTheWriteCallbacksOfTheEarlierOnes)
+TEST_F(RegisterMapTest, RunsWriteCallbacksUpToAFailure)
 {
     int calls = 0;
     Add(RegisterAccess::ReadWrite, 2, {}, Noting(calls));
@@ -214,7 +214,7 @@ TEST_F(RegisterMapTest, FailsOnALaterRegisterAfterTheWriteCallbacksOfTheEarlierO
     EXPECT_THAT(Read(0, 4), Each(0));
 }
 
-TEST_F(RegisterMapTest, GivesEachWriteCallbackTheWholeWriteBeforeTheStoreChanges)
+TEST_F(RegisterMapTest, RunsWriteCallbacksBeforeStoring)
 {
     std::vector<std::vector<uint8_t>> writes;
     std::vector<uint8_t> stored;
@@ -243,7 +243,7 @@ TEST_F(RegisterMapTest, WritesInternallyPastAccessAndCallbacks)
     EXPECT_THAT(Read(0, 2), ElementsAre(1, 2));
 }
 
-TEST_F(RegisterMapTest, LetsAReadCallbackOverwriteWhatWasWrittenInternally)
+TEST_F(RegisterMapTest, ReadCallbacksOverrideInternalWrites)
 {
     Add(RegisterAccess::ReadOnly, 2, [](std::span<uint8_t> data, void *) { data[1] = 7; });
     WriteInternal(0, {1, 2});
@@ -281,7 +281,7 @@ TEST_F(RegisterMapTest, IsNotFooledByARangeThatWraps)
               (Failure{"Write out of bounds", GC_ERR_INVALID_ADDRESS}));
 }
 
-TEST_F(RegisterMapTest, StaysAsItWasWhenARegisterIsTooLargeForTheMemory)
+TEST_F(RegisterMapTest, StaysUnchangedWhenMemoryRunsOut)
 {
     Add(RegisterAccess::ReadWrite, 4);
     EXPECT_THROW(Add(RegisterAccess::ReadWrite, maximum), std::exception);
@@ -290,7 +290,7 @@ TEST_F(RegisterMapTest, StaysAsItWasWhenARegisterIsTooLargeForTheMemory)
     EXPECT_THAT(Read(0, 8), Each(0));
 }
 
-TEST_F(RegisterMapTest, TestsTheBufferBeforeItsSizeAndBothBeforeTheRange)
+TEST_F(RegisterMapTest, ChecksBufferThenSizeThenRange)
 {
     uint8_t byte = 0;
     EXPECT_EQ(FailureOf([&] { map.Read(99, nullptr, 0); }),

@@ -1,7 +1,7 @@
-#include "port/test_module.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
 #include "support/handles.h"
+#include "test_module.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "processing/coord_task_fixture.h"
+#include "coord_task_fixture.h"
 
 #include "common/exceptions.h"
 #include "support/log_capture.h"
@@ -495,7 +495,7 @@ TEST_F(CoordTaskCalibrated, LeavesTheOffsetToTheRanges)
     EXPECT_EQ(vision->range.maximum, 4095);
 }
 
-TEST_F(CoordTaskCalibrated, BoundsValidValuesByTheFormatInTheGridOnly)
+TEST_F(CoordTaskCalibrated, LimitsValuesToTheFormatInTheGridOnly)
 {
     PrepareDepth(PixelFormat::Coord3D_C8, Mode::CalibratedABC_Grid);
     Run();

@@ -1,4 +1,4 @@
-#include "processing/coord_task_fixture.h"
+#include "coord_task_fixture.h"
 
 #include "support/log_capture.h"
 

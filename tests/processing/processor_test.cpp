@@ -51,7 +51,7 @@ TEST_F(ProcessorTest, GivesTheDevicesPayloadSizeBeforeAnyFormatIsSet)
     EXPECT_EQ(processor.PayloadSize(), 12345U);
 }
 
-TEST_F(ProcessorTest, AsksForThePayloadSizeAndThenForTheImageSizeInAnyCase)
+TEST_F(ProcessorTest, AlwaysReadsPayloadSizeThenImageSize)
 {
     std::string asked;
     processor.SetPayloadSizeCallback(
@@ -102,7 +102,7 @@ TEST_F(ProcessorTest, KeepsAnOutputFormatPerComponent)
     EXPECT_EQ(processor.OutputPixelFormat(Component::Confidence), PixelFormat::Confidence8);
 }
 
-TEST_F(ProcessorTest, AnswersForEachComponentWithTheTaskOfTheLastFormat)
+TEST_F(ProcessorTest, UsesTheLastFormatsTaskForAllComponents)
 {
     SetCallbacks(100, {10, 10});
     Offer(Component::Image2D, {PixelFormat::Mono10p});

@@ -148,7 +148,7 @@ TEST_F(UnpackerTaskTest, WritesTheLowHalfOfALongId)
     EXPECT_EQ(OutputAt(8, 8), (std::vector<uint8_t>{0x22, 0x33, 0x44, 0x55, 8, 0, 0, 0}));
 }
 
-TEST_F(UnpackerTaskTest, RefusesChunksWithoutAnImageAfterTheConversion)
+TEST_F(UnpackerTaskTest, RefusesChunksWithoutAnImage)
 {
     const Failure expected{"Received chunks, but no image chunk!", GC_ERR_ERROR};
     input.chunks = ChunkList{.entries = {{0x22, 13, 3}}};

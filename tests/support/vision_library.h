@@ -1,6 +1,6 @@
 #pragma once
 
-#include "vision_library/scripted.h"
+#include "scripted_vision/library.h"
 
 #include <dlfcn.h>
 

@@ -1,4 +1,4 @@
-#include "utils/file_access_fixture.h"
+#include "file_access_fixture.h"
 
 #include <gmock/gmock.h>
 

@@ -1,4 +1,4 @@
-#include "utils/file_access_fixture.h"
+#include "file_access_fixture.h"
 
 #include <gmock/gmock.h>
 
@@ -48,7 +48,7 @@ TEST_F(LyingFileDevice, MayTransferNothingOfAnEmptyFile)
     EXPECT_THAT(log.Lines(), IsEmpty());
 }
 
-TEST_F(LyingFileDevice, TransfersNoMoreThanTheFileWhateverItsLargestLength)
+TEST_F(LyingFileDevice, NeverTransfersMoreThanTheFile)
 {
     Describe(FakeFileDevice::Nodes("<Max>9223372036854775807</Max>"));
     EXPECT_EQ(Read(), device.file);

@@ -1,193 +1,191 @@
-#include "pixels.h"
+#include "vision_test.h"
 
-#include <numeric>
+#include "vision/image.h"
+#include "vision/region.h"
+
+#include <gmock/gmock.h>
+
+#include <array>
+#include <memory>
+#include <optional>
 
 namespace GenTL::internal
 {
+namespace
+{
+
+using namespace tarn::cvl;
+using tarn::common::PixelFormat;
+using tarn::common::Size;
+using testing::ElementsAre;
+
+constexpr Size size{4, 2};
 
 class VisionImage : public VisionTest
 {
 protected:
-    Answered Create(const tarn_cvl_ImageInfo &info)
+    scripted::Image OnlyImage() const
     {
-        void *image = nullptr;
-        const auto answered = AnswerOf(vision.Image_CreateFromImageInfo(&image, &info, sizeof info));
-        EXPECT_EQ(image != nullptr, answered.status == TARN_CVL_SUCCESS);
-        if (image != nullptr)
-        {
-            vision.Image_Destroy(image);
-        }
-        return answered;
+        EXPECT_EQ(vision->images.size(), 1U);
+        return vision->images.begin()->second;
     }
 
-    Answered CreateZeroed(uint32_t format, tarn_cvl_Size size, uint8_t flag = 0)
-    {
-        void *image = nullptr;
-        const auto answered = AnswerOf(vision.Image_CreateWithZeroInit(&image, format, size, flag));
-        EXPECT_EQ(image != nullptr, answered.status == TARN_CVL_SUCCESS);
-        if (image != nullptr)
-        {
-            vision.Image_Destroy(image);
-        }
-        return answered;
-    }
-
-    tarn_cvl_ImageInfo InfoOf(void *image)
-    {
-        tarn_cvl_ImageInfo info{};
-        EXPECT_EQ(vision.Image_GetInfo(image, &info, sizeof info), TARN_CVL_SUCCESS);
-        return info;
-    }
-
-    std::array<uint8_t, 16> memory{};
+    std::array<uint8_t, 8> memory{1, 2, 3, 4, 5, 6, 7, 8};
 };
 
-TEST_F(VisionImage, LiesOverTheGivenMemory)
+TEST_F(VisionImage, OverMemoryTellsTheLibraryWhatItIs)
 {
-    const ImageHandle image(vision,
-                            tarn_cvl_ImageInfo{Code(PixelFormat::Mono12), 4, 2, 0, 16, memory.data()});
-    const auto info = InfoOf(image);
-    EXPECT_EQ(info.pixelFormat, 0x01100005U);
+    const Image image(PixelFormat::Mono8, size, memory.data(), memory.size());
+    EXPECT_THAT(vision->calls, ElementsAre("Image_CreateFromImageInfo"));
+    const auto info = OnlyImage().info;
+    EXPECT_EQ(info.pixelFormat, 0x01080001U);
     EXPECT_EQ(info.width, 4U);
     EXPECT_EQ(info.height, 2U);
     EXPECT_EQ(info.padding, 0U);
-    EXPECT_EQ(info.size, 16U);
+    EXPECT_EQ(info.size, 8U);
     EXPECT_EQ(info.data, memory.data());
+    EXPECT_EQ(image.GetSize(), size);
+    EXPECT_EQ(image.GetData(), memory.data());
+    EXPECT_EQ(image.GetPixelFormat(), PixelFormat::Mono8);
 }
 
-TEST_F(VisionImage, MayHaveMoreMemoryThanPixels)
+TEST_F(VisionImage, KnowsTheLowHalfOfItsFormat)
 {
-    const ImageHandle image(vision,
-                            tarn_cvl_ImageInfo{Code(PixelFormat::Mono10p), 3, 1, 0, 16, memory.data()});
-    EXPECT_EQ(InfoOf(image).size, 16U);
+    const auto format = static_cast<PixelFormat>(0x7000000181080001);
+    const Image image(format, size, memory.data(), memory.size());
+    EXPECT_EQ(OnlyImage().info.pixelFormat, 0x81080001U);
+    EXPECT_EQ(static_cast<int64_t>(image.GetPixelFormat()), 0x81080001);
 }
 
-TEST_F(VisionImage, HasZeroedMemoryOfItsOwnInEachFormat)
+TEST_F(VisionImage, WithItsOwnMemoryIsZeroed)
 {
-    for (const auto format : allFormats)
+    const Image image(PixelFormat::Mono16, size);
+    EXPECT_THAT(vision->calls, ElementsAre("Image_CreateWithZeroInit", "Image_GetInfo"));
+    EXPECT_EQ(vision->zeroInitFlag, 0);
+    const auto made = OnlyImage();
+    EXPECT_EQ(made.info.pixelFormat, 0x01100007U);
+    EXPECT_EQ(made.info.width, 4U);
+    EXPECT_EQ(made.info.height, 2U);
+    EXPECT_EQ(image.GetData(), made.info.data);
+}
+
+TEST_F(VisionImage, WithItsOwnMemoryIsWhatTheLibraryMadeOfIt)
+{
+    vision->onInfo = [&](tarn_cvl_ImageInfo &info) { info = {0x01100007, 6, 3, 0, 36, memory.data()}; };
+    const Image image(PixelFormat::Mono8, size);
+    EXPECT_EQ(image.GetSize(), (Size{6, 3}));
+    EXPECT_EQ(image.GetPixelFormat(), PixelFormat::Mono16);
+    EXPECT_EQ(image.GetData(), memory.data());
+}
+
+TEST_F(VisionImage, IsDestroyedOnce)
+{
     {
-        void *image = nullptr;
-        ASSERT_EQ(AnswerOf(vision.Image_CreateWithZeroInit(&image, Code(format), {5, 3}, 0)), Answered{});
-        const auto info = InfoOf(image);
-        EXPECT_EQ(info.pixelFormat, Code(format));
-        EXPECT_EQ(info.width, 5U);
-        EXPECT_EQ(info.height, 3U);
-        EXPECT_EQ(info.size, tarn::common::GetSizeInBytes(format, {5, 3}));
-        const auto *bytes = static_cast<const uint8_t *>(info.data);
-        EXPECT_EQ(std::accumulate(bytes, bytes + info.size, 0), 0);
-        std::memset(info.data, 1, info.size);
-        EXPECT_EQ(vision.Image_Destroy(image), TARN_CVL_SUCCESS);
+        Image image(PixelFormat::Mono8, size);
+        Image taker(std::move(image));
+        Image other(PixelFormat::Mono8, size);
+        other = std::move(taker);
+        EXPECT_EQ(vision->images.size(), 1U);
     }
+    EXPECT_EQ(vision->CountOf("Image_Destroy"), 2U);
 }
 
-TEST_F(VisionImage, MayBeWithoutPixels)
+TEST_F(VisionImage, IsNotDestroyedWhenItWasNotMade)
 {
-    EXPECT_EQ(Create({Code(PixelFormat::Mono8), 0, 7, 0, 0, nullptr}), Answered{});
-    EXPECT_EQ(CreateZeroed(Code(PixelFormat::Mono8), {7, 0}), Answered{});
+    vision->FailNext("Image_CreateFromImageInfo", TARN_CVL_OUT_OF_RANGE);
+    EXPECT_EQ(VisionFailureOf([&] { Image(PixelFormat::Mono8, size, memory.data(), 1); }),
+              Failing<OutOfRangeException>("vision failed", 8));
+    vision->FailNext("Image_CreateWithZeroInit", TARN_CVL_NOT_SUPPORTED);
+    EXPECT_EQ(VisionFailureOf([] { Image(PixelFormat::Mono8, size); }),
+              Failing<NotSupportedException>("vision failed", 4));
+    EXPECT_EQ(vision->CountOf("Image_Destroy"), 0U);
 }
 
-TEST_F(VisionImage, NeedsMemoryForItsPixels)
+TEST_F(VisionImage, IsDestroyedWhenItsInfoCannotBeRead)
 {
-    EXPECT_EQ(
-        Create({Code(PixelFormat::Mono12), 4, 2, 0, 15, memory.data()}),
-        (Answered{TARN_CVL_OUT_OF_RANGE, "The memory has 15 bytes, expected at least 16 for Mono12 of 4 "
-                                         "x 2 pixels"}));
-    EXPECT_EQ(
-        Create({Code(PixelFormat::Mono12p), 3, 1, 0, 4, memory.data()}),
-        (Answered{TARN_CVL_OUT_OF_RANGE, "The memory has 4 bytes, expected at least 5 for Mono12p of 3 x "
-                                         "1 pixels"}));
-    EXPECT_EQ(Create({Code(PixelFormat::Mono12), 4, 2, 0, 16, nullptr}),
-              (Answered{TARN_CVL_NULL_POINTER, "The pointer to the pixel memory is null"}));
+    vision->FailNext("Image_GetInfo", TARN_CVL_INTERNAL);
+    EXPECT_EQ(VisionFailureOf([] { Image(PixelFormat::Mono8, size); }),
+              Failing<InternalErrorException>("vision failed", 7));
+    EXPECT_EQ(vision->CountOf("Image_Destroy"), 1U);
 }
 
-TEST_F(VisionImage, NeedsAKnownFormat)
+TEST_F(VisionImage, IgnoresThatItCannotBeDestroyed)
 {
-    const Answered unknown{TARN_CVL_NOT_SUPPORTED,
-                           "The pixel format 0x0108ABCD is unknown, expected a published "
-                           "code or the maker's"};
-    EXPECT_EQ(Create({0x0108ABCD, 1, 1, 0, 16, memory.data()}), unknown);
-    EXPECT_EQ(CreateZeroed(0x0108ABCD, {1, 1}), unknown);
-    const ImageHandle image(vision, tarn_cvl_ImageInfo{Code(PixelFormat::Mono8), 1, 1, 0, 1, memory.data()});
-    EXPECT_EQ(AnswerOf(vision.Image_ConvertPixelFormat(image, 0x0108ABCD, image)), unknown);
-    EXPECT_EQ(AnswerOf(vision.Image_ConvertPixelFormatWithFactor(image, 0x0108ABCD, image, 1)), unknown);
+    auto image = std::make_optional<Image>(PixelFormat::Mono8, size);
+    auto *const handle = vision->images.begin()->first;
+    vision->FailNext("Image_Destroy", TARN_CVL_INTERNAL);
+    image.reset();
+    EXPECT_EQ(vision->CountOf("GetLastErrorMessage_GetCount"), 0U);
+    EXPECT_EQ(vision->images.erase(handle), 1U);
 }
 
-TEST_F(VisionImage, HasNoPadding)
+TEST_F(VisionImage, ConvertsIntoMemory)
 {
-    EXPECT_EQ(Create({Code(PixelFormat::Mono8), 4, 2, 4, 16, memory.data()}),
-              (Answered{TARN_CVL_NOT_SUPPORTED, "The padding is 4 bytes, expected 0"}));
-}
-
-TEST_F(VisionImage, OfMorePixelsThanMemoryIsRefused)
-{
-    EXPECT_EQ(
-        Create({Code(PixelFormat::RGB32f), UINT32_MAX, UINT32_MAX, 0, UINT64_MAX, memory.data()}),
-        (Answered{TARN_CVL_OUT_OF_RANGE, "RGB32f of 4294967295 x 4294967295 pixels take more bytes than "
-                                         "any memory has"}));
-    EXPECT_EQ(CreateZeroed(Code(PixelFormat::Mono8), {UINT32_MAX, UINT32_MAX}),
-              (Answered{TARN_CVL_OUT_OF_RANGE, "Mono8 of 4294967295 x 4294967295 pixels take more bytes than "
-                                               "any memory has"}));
-    EXPECT_EQ(CreateZeroed(Code(PixelFormat::Mono8), {262144, 262145}),
-              (Answered{TARN_CVL_OUT_OF_RANGE, "Mono8 of 262144 x 262145 pixels take 68719738880 bytes, "
-                                               "expected at most 68719476736"}));
-}
-
-TEST_F(VisionImage, TakesNoFlag)
-{
-    EXPECT_EQ(CreateZeroed(Code(PixelFormat::Mono8), {1, 1}, 1),
-              (Answered{TARN_CVL_NOT_SUPPORTED, "The flag is 1, expected 0"}));
-}
-
-TEST_F(VisionImage, TakesAndGivesARecordOfJustOneSize)
-{
-    tarn_cvl_ImageInfo info{Code(PixelFormat::Mono8), 1, 1, 0, 1, memory.data()};
-    const ImageHandle image(vision, info);
-    const Answered nullInfo{TARN_CVL_NULL_POINTER, "The pointer to the image information is null"};
-    void *other = nullptr;
-    EXPECT_EQ(AnswerOf(vision.Image_CreateFromImageInfo(&other, nullptr, sizeof info)), nullInfo);
-    EXPECT_EQ(AnswerOf(vision.Image_GetInfo(image, nullptr, sizeof info)), nullInfo);
-    for (size_t size : {size_t{0}, size_t{31}, size_t{33}})
+    const Image image(PixelFormat::Mono8, size, memory.data(), memory.size());
+    std::array<uint8_t, 16> target{};
+    vision->calls.clear();
     {
-        const Answered wrongSize{TARN_CVL_MISMATCH, "The size of the image information is given as " +
-                                                        std::to_string(size) + " bytes, expected 32"};
-        EXPECT_EQ(AnswerOf(vision.Image_CreateFromImageInfo(&other, &info, size)), wrongSize);
-        EXPECT_EQ(AnswerOf(vision.Image_GetInfo(image, &info, size)), wrongSize);
+        const auto converted = image.ConvertTo(PixelFormat::Mono16, target.data(), target.size());
+        EXPECT_THAT(vision->calls, ElementsAre("Image_CreateFromImageInfo", "Image_ConvertPixelFormat"));
+        EXPECT_EQ(vision->convertedFormat, 0x01100007U);
+        EXPECT_EQ(converted.GetPixelFormat(), PixelFormat::Mono16);
+        EXPECT_EQ(converted.GetSize(), size);
+        EXPECT_EQ(converted.GetData(), target.data());
     }
-    EXPECT_EQ(other, nullptr);
+    EXPECT_THAT(target, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 0, 0, 0, 0, 0, 0, 0, 0));
 }
 
-TEST_F(VisionImage, LivesUntilItsLastOwnerEnds)
+TEST_F(VisionImage, LeavesNothingBehindAConversionThatFails)
 {
-    void *image = nullptr;
-    ASSERT_EQ(vision.Image_CreateWithZeroInit(&image, Code(PixelFormat::Mono8), {1, 1}, 0), TARN_CVL_SUCCESS);
-    EXPECT_EQ(vision.Image_IncreaseUseCount(image), TARN_CVL_SUCCESS);
-    EXPECT_EQ(vision.Image_IncreaseUseCount(image), TARN_CVL_SUCCESS);
-    EXPECT_EQ(vision.Image_Destroy(image), TARN_CVL_SUCCESS);
-    EXPECT_EQ(vision.Image_Destroy(image), TARN_CVL_SUCCESS);
-    EXPECT_EQ(InfoOf(image).size, 1U);
-    EXPECT_EQ(vision.Image_Destroy(image), TARN_CVL_SUCCESS);
-    EXPECT_EQ(vision.Image_Destroy(image), TARN_CVL_MISMATCH);
+    const Image image(PixelFormat::Mono8, size, memory.data(), memory.size());
+    std::array<uint8_t, 16> target{};
+    const auto convert = [&] { image.ConvertTo(PixelFormat::Mono16, target.data(), target.size()); };
+    vision->FailNext("Image_ConvertPixelFormat", TARN_CVL_NOT_SUPPORTED);
+    EXPECT_EQ(VisionFailureOf(convert), Failing<NotSupportedException>("vision failed", 4));
+    EXPECT_EQ(vision->images.size(), 1U);
+    vision->FailNext("Image_CreateFromImageInfo", TARN_CVL_MISMATCH);
+    EXPECT_EQ(VisionFailureOf(convert), Failing<MismatchException>("vision failed", 3));
+    EXPECT_EQ(vision->images.size(), 1U);
 }
 
-TEST_F(VisionImage, KeepsCopiesOfMetadataAndRegion)
+TEST_F(VisionImage, ConvertsWithAFactor)
 {
-    const ImageHandle image(vision,
-                            tarn_cvl_ImageInfo{Code(PixelFormat::Mono8), 16, 1, 0, 16, memory.data()});
-    for (int i = 0; i < 2; ++i)
-    {
-        void *metadata = nullptr;
-        void *region = nullptr;
-        const tarn_cvl_Range range{0, 0};
-        EXPECT_EQ(vision.Metadata_Create(&metadata), TARN_CVL_SUCCESS);
-        EXPECT_EQ(vision.Metadata_SetString(metadata, "key", "a text too long for a short string"),
-                  TARN_CVL_SUCCESS);
-        EXPECT_EQ(vision.Region_Create(&region), TARN_CVL_SUCCESS);
-        EXPECT_EQ(vision.Threshold_Process(image, &range, sizeof range, &region), TARN_CVL_SUCCESS);
-        EXPECT_EQ(AnswerOf(vision.Image_SetMetadata(image, metadata)), Answered{});
-        EXPECT_EQ(AnswerOf(vision.Image_SetRegion(image, region)), Answered{});
-        EXPECT_EQ(vision.Metadata_Destroy(metadata), TARN_CVL_SUCCESS);
-        EXPECT_EQ(vision.Region_Destroy(region), TARN_CVL_SUCCESS);
-    }
+    const Image image(PixelFormat::Coord3D_C16, size, memory.data(), memory.size());
+    std::array<uint8_t, 8> room{};
+    const Image target(PixelFormat::Coord3D_C8, size, room.data(), room.size());
+    image.ConvertTo(target, PixelFormat::Coord3D_C8, 0.25);
+    EXPECT_EQ(vision->factor, 0.25);
+    EXPECT_EQ(vision->convertedFormat, 0x010800B1U);
+    EXPECT_EQ(room, memory);
+    vision->FailNext("Image_ConvertPixelFormatWithFactor", TARN_CVL_MATH);
+    EXPECT_EQ(VisionFailureOf([&] { image.ConvertTo(target, PixelFormat::Coord3D_C8, 0.25); }),
+              Failing<MathErrorException>("vision failed", 9));
 }
 
+TEST_F(VisionImage, GetsMetadataForTheLengthOfTheCall)
+{
+    Image image(PixelFormat::Mono8, size);
+    tarn::common::Metadata metadata;
+    metadata.Set("BinningVertical", uint64_t{2});
+    image.SetMetadata(metadata);
+    EXPECT_THAT(OnlyImage().metadata, ElementsAre(scripted::Entry{"UInt", "BinningVertical", "2"}));
+    EXPECT_EQ(vision->metadata.size(), 0U);
+    vision->FailNext("Image_SetMetadata", TARN_CVL_INVALID_STATE);
+    EXPECT_EQ(VisionFailureOf([&] { image.SetMetadata(metadata); }),
+              Failing<InvalidConfigurationException>("vision failed", 2));
+    EXPECT_EQ(vision->metadata.size(), 0U);
+}
+
+TEST_F(VisionImage, GetsARegion)
+{
+    Image image(PixelFormat::Mono8, size);
+    const Region region;
+    image.SetRegion(region);
+    EXPECT_EQ(OnlyImage().region, vision->regions.begin()->first);
+    vision->FailNext("Image_SetRegion", TARN_CVL_NOT_POSSIBLE);
+    EXPECT_EQ(VisionFailureOf([&] { image.SetRegion(region); }),
+              Failing<NotPossibleException>("vision failed", 5));
+}
+
+} // namespace
 } // namespace GenTL::internal

@@ -1,7 +1,0 @@
-#pragma once
-
-// The C interface, with its functions visible outside of the library.
-
-#pragma GCC visibility push(default)
-#include "vision/tarn_cvl.h"
-#pragma GCC visibility pop

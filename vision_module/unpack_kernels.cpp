@@ -1,0 +1,450 @@
+#include "vision_module/unpack_kernels.h"
+
+#include "vision_module/past_cache.h"
+
+#include <algorithm>
+#include <cstring>
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "vision_module/unpack_kernels.cpp"
+#include <hwy/foreach_target.h>
+// Highway wants its own header after that one.
+#include <hwy/cache_control.h>
+#include <hwy/highway.h>
+
+#ifndef TARN_VISION_UNPACK_ONCE
+#define TARN_VISION_UNPACK_ONCE
+
+namespace tarn::vision
+{
+
+constexpr size_t cacheLine = 64;
+
+/// Each vector of eight output samples is made in one way: bytes of the source move into 16-bit lanes, a
+/// multiplication moves the bits of each lane to its top (there is no shift by a count per lane before
+/// AVX-512), and one shift brings them down.
+template <Packing packing>
+struct Kernel;
+
+template <>
+struct Kernel<Packing::Stream10>
+{
+    static constexpr uint32_t groupSamples = 4;
+    static constexpr uint32_t blockBytes = 10;
+    static constexpr int shift = 6;
+    alignas(16) static constexpr uint8_t bytes[] = {0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9};
+    alignas(16) static constexpr uint16_t factors[] = {64, 16, 4, 1, 64, 16, 4, 1};
+};
+
+template <>
+struct Kernel<Packing::Stream12>
+{
+    static constexpr uint32_t groupSamples = 2;
+    static constexpr uint32_t blockBytes = 12;
+    static constexpr int shift = 4;
+    alignas(16) static constexpr uint8_t bytes[] = {0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11};
+    alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
+};
+
+template <>
+struct Kernel<Packing::Group40>
+{
+    static constexpr uint32_t groupSamples = 4;
+    static constexpr uint32_t blockBytes = 10;
+    static constexpr int shift = 6;
+    alignas(16) static constexpr uint8_t bytes[] = {4, 0, 4, 1, 4, 2, 4, 3, 9, 5, 9, 6, 9, 7, 9, 8};
+    alignas(16) static constexpr uint16_t factors[] = {64, 16, 4, 1, 64, 16, 4, 1};
+    alignas(16) static constexpr uint16_t lower[] = {0x03, 0x0C, 0x30, 0xC0, 0x03, 0x0C, 0x30, 0xC0};
+};
+
+template <>
+struct Kernel<Packing::Group24>
+{
+    static constexpr uint32_t groupSamples = 2;
+    static constexpr uint32_t blockBytes = 12;
+    static constexpr int shift = 4;
+    alignas(16) static constexpr uint8_t bytes[] = {2, 0, 2, 1, 5, 3, 5, 4, 8, 6, 8, 7, 11, 9, 11, 10};
+    alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
+    alignas(16) static constexpr uint16_t lower[] = {0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0};
+};
+
+/// Eight pixels become 24 samples: three vectors, from the bytes 0, 8 and 16 on of their 32 bytes.
+template <>
+struct Kernel<Packing::Word32>
+{
+    static constexpr uint32_t groupSamples = 3;
+    static constexpr int shift = 6;
+    alignas(16) static constexpr uint8_t bytes[3][16] = {
+        {0, 1, 1, 2, 2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10},
+        {2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10, 10, 11, 12, 13},
+        {5, 6, 6, 7, 8, 9, 9, 10, 10, 11, 12, 13, 13, 14, 14, 15},
+    };
+    alignas(16) static constexpr uint16_t factors[3][8] = {
+        {64, 16, 4, 64, 16, 4, 64, 16},
+        {4, 64, 16, 4, 64, 16, 4, 64},
+        {16, 4, 64, 16, 4, 64, 16, 4},
+    };
+};
+
+inline void PutSample(Packing packing, uint32_t sample, uint8_t *target)
+{
+    target[0] = static_cast<uint8_t>(sample);
+    if (BytesPerSample(packing) == 2)
+    {
+        target[1] = static_cast<uint8_t>(sample >> 8);
+    }
+}
+
+} // namespace tarn::vision
+
+#endif
+
+HWY_BEFORE_NAMESPACE();
+
+namespace tarn::vision::HWY_NAMESPACE
+{
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+#if HWY_TARGET == HWY_SCALAR
+
+// No vectors: all is left to what does the rest behind the last vector.
+
+template <Packing packing, bool isStreamed>
+size_t UnpackVectors(const uint8_t *, const uint8_t *, uint64_t, uint8_t *)
+{
+    return 0;
+}
+
+template <class Sample>
+size_t CombineLineVectors(const uint8_t *, const uint8_t *, size_t, uint8_t *)
+{
+    return 0;
+}
+
+template <class Pair>
+size_t CombineCellVectors(const uint8_t *, const uint8_t *, size_t, uint8_t *)
+{
+    return 0;
+}
+
+#else
+
+#if HWY_HAVE_SCALABLE
+using Bytes = hn::FixedTag<uint8_t, 16>;
+#else
+using Bytes = hn::ScalableTag<uint8_t>;
+#endif
+using Block = hn::FixedTag<uint8_t, 16>;
+
+constexpr size_t vectorBytes = hn::MaxLanes(Bytes{});
+constexpr size_t vectorBlocks = vectorBytes / 16;
+constexpr size_t vectorSamples = vectorBytes / 2;
+
+/// Sixteen bytes from `source` on for each block of 16 bytes of the vector, `stride` bytes apart.
+template <size_t stride, class D>
+HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t *source)
+{
+    if constexpr (hn::MaxLanes(D{}) == 16)
+    {
+        return hn::LoadU(d, source);
+    }
+    else
+    {
+        const hn::Half<D> half;
+        const auto *upper = source + hn::MaxLanes(D{}) / 32 * stride;
+        return hn::Combine(d, LoadBlocks<stride>(half, upper), LoadBlocks<stride>(half, source));
+    }
+}
+
+/// A vector of samples from the beginning of a group on.
+template <Packing packing>
+HWY_INLINE hn::Vec<Bytes> UnpackVector(const uint8_t *source)
+{
+    using Tables = Kernel<packing>;
+    const Bytes d;
+    const hn::Repartition<uint16_t, Bytes> words;
+    const auto blocks = LoadBlocks<Tables::blockBytes>(d, source);
+    const auto lanes = hn::BitCast(words, hn::TableLookupBytes(blocks, hn::LoadDup128(d, Tables::bytes)));
+    const auto factors = hn::LoadDup128(words, Tables::factors);
+    if constexpr (packing == Packing::Stream10 || packing == Packing::Stream12)
+    {
+        return hn::BitCast(d, hn::ShiftRight<Tables::shift>(hn::Mul(lanes, factors)));
+    }
+    else
+    {
+        const auto upper = hn::And(lanes, hn::Set(words, 0xFF00));
+        const auto lower = hn::Mul(hn::And(lanes, hn::LoadDup128(words, Tables::lower)), factors);
+        return hn::BitCast(d, hn::ShiftRight<Tables::shift>(hn::Or(upper, lower)));
+    }
+}
+
+/// Unpacks groups as far as vectors reach, and gives the number of samples.
+/// @param end of the readable memory
+/// @param isStreamed whether to write past the caches, to a target at a multiple of a cache line
+template <Packing packing, bool isStreamed>
+size_t UnpackVectors(const uint8_t *source, const uint8_t *end, uint64_t count, uint8_t *target)
+{
+    constexpr auto blockBytes = Kernel<packing>::blockBytes;
+    constexpr auto read = [](size_t vectors) { return (vectors * vectorBlocks - 1) * blockBytes + 16; };
+    constexpr auto unrolled = std::max<size_t>(1, 2 * cacheLine / vectorBytes);
+    const Bytes d;
+    uint64_t done = 0;
+    const auto fits = [&](size_t vectors)
+    { return count - done >= vectors * vectorSamples && static_cast<size_t>(end - source) >= read(vectors); };
+    const auto unpack = [&](size_t vectors) HWY_ATTR
+    {
+        for (size_t i = 0; i < vectors; ++i)
+        {
+            const auto samples = UnpackVector<packing>(source + i * vectorBlocks * blockBytes);
+            if constexpr (isStreamed)
+            {
+                hn::Stream(samples, d, target + i * vectorBytes);
+            }
+            else
+            {
+                hn::StoreU(samples, d, target + i * vectorBytes);
+            }
+        }
+        source += vectors * vectorBlocks * blockBytes;
+        target += vectors * vectorBytes;
+        done += vectors * vectorSamples;
+    };
+    while (fits(unrolled))
+    {
+        unpack(unrolled);
+    }
+    while (fits(1))
+    {
+        unpack(1);
+    }
+    return done;
+}
+
+template <>
+size_t UnpackVectors<Packing::Word32, false>(const uint8_t *source, const uint8_t *, uint64_t count,
+                                             uint8_t *target)
+{
+    using Tables = Kernel<Packing::Word32>;
+    const Block d;
+    const hn::Repartition<uint16_t, Block> words;
+    uint64_t done = 0;
+    for (; count - done >= 24; done += 24)
+    {
+        for (size_t i = 0; i < 3; ++i)
+        {
+            const auto blocks = hn::LoadU(d, source + 8 * i);
+            const auto lanes =
+                hn::BitCast(words, hn::TableLookupBytes(blocks, hn::Load(d, Tables::bytes[i])));
+            const auto factors = hn::Load(words, Tables::factors[i]);
+            hn::StoreU(hn::BitCast(d, hn::ShiftRight<Tables::shift>(hn::Mul(lanes, factors))), d,
+                       target + 16 * i);
+        }
+        source += 32;
+        target += 48;
+    }
+    return done;
+}
+
+/// CombineLines as far as vectors reach; gives the number of pixels.
+template <class Sample>
+size_t CombineLineVectors(const uint8_t *a, const uint8_t *b, size_t pixels, uint8_t *target)
+{
+    const hn::Repartition<Sample, Bytes> d;
+    const auto load = [&](const uint8_t *samples, size_t pixel) HWY_ATTR
+    { return hn::LoadU(d, reinterpret_cast<const Sample *>(samples) + pixel); };
+    size_t done = 0;
+    for (; pixels - done >= hn::Lanes(d); done += hn::Lanes(d))
+    {
+        hn::StoreInterleaved2(load(a, done), load(b, done), d, reinterpret_cast<Sample *>(target) + 2 * done);
+    }
+    return done;
+}
+
+/// CombineCells as far as vectors reach; gives the number of cells.
+/// @tparam Pair an integer of the size of two samples
+template <class Pair>
+size_t CombineCellVectors(const uint8_t *ab, const uint8_t *cd, size_t cells, uint8_t *target)
+{
+    const hn::Repartition<Pair, Bytes> d;
+    const auto load = [&](const uint8_t *pairs, size_t cell) HWY_ATTR
+    { return hn::LoadU(d, reinterpret_cast<const Pair *>(pairs) + cell); };
+    size_t done = 0;
+    for (; cells - done >= hn::Lanes(d); done += hn::Lanes(d))
+    {
+        const auto upper = load(ab, done);
+        const auto lower = load(cd, done);
+        hn::StoreInterleaved4(upper, lower, upper, lower, d, reinterpret_cast<Pair *>(target) + 4 * done);
+    }
+    return done;
+}
+
+#endif
+
+template <Packing packing>
+void UnpackRunOf(const uint8_t *source, uint64_t samples, uint64_t first, uint64_t count, uint8_t *target)
+{
+    constexpr auto groupSamples = Kernel<packing>::groupSamples;
+    const auto one = [&]() HWY_ATTR
+    {
+        PutSample(packing, ReadSample(packing, source, samples, first), target);
+        target += 2;
+        ++first;
+        --count;
+    };
+    const auto skip = [&](uint64_t done)
+    {
+        target += 2 * done;
+        first += done;
+        count -= done;
+    };
+    while (count > 0 && first % groupSamples != 0)
+    {
+        one();
+    }
+    if constexpr (packing == Packing::Word32)
+    {
+        skip(UnpackVectors<packing, false>(source + first / 3 * 4, nullptr, count, target));
+    }
+    else
+    {
+        constexpr auto groupBytes = Kernel<packing>::blockBytes * groupSamples / 8;
+        const auto *end = source + (samples * Kernel<packing>::blockBytes + 7) / 8;
+        const auto unpack = [&](auto unpackVectors)
+        { skip(unpackVectors(source + first / groupSamples * groupBytes, end, count, target)); };
+
+        const auto beyond = reinterpret_cast<uintptr_t>(target) % cacheLine;
+        const auto head = beyond == 0 ? 0 : (cacheLine - beyond) / 2;
+        if (2 * count >= pastCacheFrom && beyond % 2 == 0 && head % groupSamples == 0)
+        {
+            for (size_t i = 0; i < head; ++i)
+            {
+                one();
+            }
+            unpack(UnpackVectors<packing, true>);
+            hwy::FlushStream();
+        }
+        else
+        {
+            unpack(UnpackVectors<packing, false>);
+        }
+    }
+    // NOLINTNEXTLINE(bugprone-infinite-loop): `one` counts down.
+    while (count > 0)
+    {
+        one();
+    }
+}
+
+void UnpackRunHere(Packing packing, const uint8_t *source, uint64_t samples, uint64_t first, uint64_t count,
+                   uint8_t *target)
+{
+    switch (packing)
+    {
+    case Packing::Bytes:
+        std::memcpy(target, source + first, count);
+        break;
+    case Packing::Words:
+        std::memcpy(target, source + 2 * first, 2 * count);
+        break;
+    case Packing::Stream10:
+        UnpackRunOf<Packing::Stream10>(source, samples, first, count, target);
+        break;
+    case Packing::Stream12:
+        UnpackRunOf<Packing::Stream12>(source, samples, first, count, target);
+        break;
+    case Packing::Group40:
+        UnpackRunOf<Packing::Group40>(source, samples, first, count, target);
+        break;
+    case Packing::Group24:
+        UnpackRunOf<Packing::Group24>(source, samples, first, count, target);
+        break;
+    case Packing::Word32:
+        UnpackRunOf<Packing::Word32>(source, samples, first, count, target);
+        break;
+    }
+}
+
+template <class Sample>
+void CombineLinesOf(const uint8_t *a, const uint8_t *b, size_t pixels, uint8_t *target)
+{
+    for (auto i = CombineLineVectors<Sample>(a, b, pixels, target); i < pixels; ++i)
+    {
+        auto *pixel = target + i * 2 * sizeof(Sample);
+        std::memcpy(pixel, a + i * sizeof(Sample), sizeof(Sample));
+        std::memcpy(pixel + sizeof(Sample), b + i * sizeof(Sample), sizeof(Sample));
+    }
+}
+
+void CombineLinesHere(uint32_t bytesPerSample, const uint8_t *a, const uint8_t *b, size_t pixels,
+                      uint8_t *target)
+{
+    if (bytesPerSample == 1)
+    {
+        CombineLinesOf<uint8_t>(a, b, pixels, target);
+    }
+    else
+    {
+        CombineLinesOf<uint16_t>(a, b, pixels, target);
+    }
+}
+
+template <class Pair>
+void CombineCellsOf(const uint8_t *ab, const uint8_t *cd, size_t cells, uint8_t *target)
+{
+    constexpr auto cellBytes = 2 * sizeof(Pair);
+    for (auto i = CombineCellVectors<Pair>(ab, cd, cells, target); i < cells; ++i)
+    {
+        auto *pixels = target + i * 2 * cellBytes;
+        std::memcpy(pixels, ab + i * sizeof(Pair), sizeof(Pair));
+        std::memcpy(pixels + sizeof(Pair), cd + i * sizeof(Pair), sizeof(Pair));
+        std::memcpy(pixels + cellBytes, pixels, cellBytes);
+    }
+}
+
+void CombineCellsHere(uint32_t bytesPerSample, const uint8_t *ab, const uint8_t *cd, size_t cells,
+                      uint8_t *target)
+{
+    if (bytesPerSample == 1)
+    {
+        CombineCellsOf<uint16_t>(ab, cd, cells, target);
+    }
+    else
+    {
+        CombineCellsOf<uint32_t>(ab, cd, cells, target);
+    }
+}
+
+} // namespace tarn::vision::HWY_NAMESPACE
+
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+
+namespace tarn::vision
+{
+
+HWY_EXPORT(UnpackRunHere);
+HWY_EXPORT(CombineLinesHere);
+HWY_EXPORT(CombineCellsHere);
+
+void UnpackRun(Packing packing, const uint8_t *source, uint64_t samples, uint64_t first, uint64_t count,
+               uint8_t *target)
+{
+    HWY_DYNAMIC_DISPATCH(UnpackRunHere)(packing, source, samples, first, count, target);
+}
+
+void CombineLines(uint32_t bytesPerSample, const uint8_t *a, const uint8_t *b, size_t pixels, uint8_t *target)
+{
+    HWY_DYNAMIC_DISPATCH(CombineLinesHere)(bytesPerSample, a, b, pixels, target);
+}
+
+void CombineCells(uint32_t bytesPerSample, const uint8_t *ab, const uint8_t *cd, size_t cells,
+                  uint8_t *target)
+{
+    HWY_DYNAMIC_DISPATCH(CombineCellsHere)(bytesPerSample, ab, cd, cells, target);
+}
+
+} // namespace tarn::vision
+
+#endif
