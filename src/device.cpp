@@ -35,7 +35,7 @@ void Device::OpenLowerPort()
     }
     catch (...)
     {
-        // A lower device that stays open is taken for everybody else.
+        // While it stays open, nobody else can open the device.
         CloseQuietly([this] { Proxy()->DevClose(GetLowerHandle()); });
         throw;
     }
@@ -51,7 +51,7 @@ void Device::OpenRemotePort()
     {
         SPDLOG_DEBUG("The device cannot be opened: {}", exception.what());
         Proxy()->DevClose(GetLowerHandle());
-        // Without the cause: consumers get GC_ERR_ERROR for any device whose description is of no use.
+        // C-05: without the cause.
         throw std::exception();
     }
 }
@@ -59,8 +59,8 @@ void Device::OpenRemotePort()
 Device::~Device()
 {
     m_processor.reset();
-    // One guard for all: at the clean-up of the library the remote port is gone already, and then the device
-    // is left to the lower GCCloseLib.
+    // One guard for all calls: when the library cleans up, the remote port is already gone. The first call
+    // then fails, and the lower GCCloseLib closes the device.
     CloseQuietly(
         [this]
         {
@@ -105,7 +105,7 @@ void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStrea
     utils::CheckNotNull({{"sDataStreamID", sDataStreamID}, {"phDataStream", phDataStream}});
     if (m_streamId != sDataStreamID)
     {
-        // Not GC_ERR_INVALID_ID: consumers know this code for it.
+        // C-06: not GC_ERR_INVALID_ID.
         throw GenTLException(fmt::format("Invalid stream id {} supplied", sDataStreamID),
                              GC_ERR_INVALID_PARAMETER);
     }
@@ -130,7 +130,7 @@ void Device::DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *p
 
 void Device::ReleaseDataStream()
 {
-    // Ends after the lock, should this be the last that holds it.
+    // Destroyed after the lock is released, if this is the last reference.
     std::shared_ptr<Datastream> released;
     const std::lock_guard guard(m_dataStreamMutex);
     released.swap(m_dataStream);

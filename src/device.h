@@ -14,17 +14,17 @@ class Datastream;
 class InstanceManager;
 class RemotePort;
 
-/// What a DEV_HANDLE stands for: an opened device, with the one processor and the remote port that belong to
-/// it, and the one data stream that a consumer may open on it.
+/// The object behind a DEV_HANDLE: an opened device with its processor, its remote port and the one data
+/// stream that a consumer may open on it.
 ///
-/// Made by Interface::IFOpenDevice, owned by the Device registry. Two states: without a stream, where
-/// DevOpenDataStream is allowed, and with one, where it is refused until DSClose. Streams may be opened and
-/// closed by several threads at a time; all else is without a lock.
+/// Made by Interface::IFOpenDevice, owned by the Device registry. Two states: without a stream,
+/// DevOpenDataStream is allowed; with one, it is refused until DSClose. Several threads may open and close
+/// the stream at a time; the other operations have no lock.
 class Device final : public ProxyModule
 {
 public:
     /// Reads the device's description. On a failure the lower device is closed again.
-    /// @throws GenTLException of the lower DevGetPort; std::exception when the description is of no use
+    /// @throws GenTLException of the lower DevGetPort; std::exception when the description cannot be used
     Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
            IF_HANDLE parentHandle);
     ~Device() override;
@@ -34,7 +34,7 @@ public:
     ModuleType GetModuleType() const override { return ModuleType::Device; }
 
     void DevGetPort(PORT_HANDLE *phRemoteDevice);
-    /// One, however many the lower device has.
+    /// Always 1, however many streams the lower device has.
     void DevGetNumDataStreams(uint32_t *piNumDataStreams);
     void DevGetDataStreamID(uint32_t iIndex, char *sDataStreamID, size_t *piSize);
     /// @throws GenTLException GC_ERR_INVALID_PARAMETER for another id than "Stream1", GC_ERR_RESOURCE_IN_USE
@@ -42,7 +42,7 @@ public:
     void DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStream);
     void DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
-    /// Forgets the open stream; for DSClose.
+    /// Releases the open stream; called by DSClose.
     void ReleaseDataStream();
 
 private:
@@ -52,7 +52,8 @@ private:
     InstanceManager *m_manager;
     std::shared_ptr<RemotePort> m_remotePort;
     std::shared_ptr<Datastream> m_dataStream;
-    std::mutex m_dataStreamMutex; ///< of several closes at a time one finds the stream
+    std::mutex
+        m_dataStreamMutex; ///< guards m_dataStream: of two concurrent DSClose calls exactly one releases it
     std::shared_ptr<IProcessor> m_processor;
     PORT_HANDLE m_lowerPortHandle = nullptr;
     PORT_HANDLE m_remotePortHandle = nullptr;

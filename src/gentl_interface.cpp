@@ -1,5 +1,5 @@
-// The exports: each names itself, turns handles into objects, checks what is its own to check and calls one
-// operation. Failures become codes and last errors here and nowhere else.
+// The exports. Each one names itself, turns handles into objects, checks its arguments and calls the object's
+// operation. Only this file turns exceptions into codes and last errors.
 
 #include "datastream/buffer.h"
 #include "datastream/datastream.h"
@@ -29,7 +29,8 @@ using GenTL::internal::Library;
 using GenTL::internal::System;
 using namespace GenTL::internal::utils;
 
-// At global scope, and with the return type in full: log filters know the records of the frame by it.
+// C-01: at global scope and with the full return type, because log filters match the records of GenTLCall by
+// it.
 namespace
 {
 
@@ -40,7 +41,7 @@ GenTL::GC_ERROR GenTLCall(std::string_view name, Body body)
     try
     {
         body();
-        // The last error is that of the last failure, so a success leaves it.
+        // A success leaves the last error of an earlier failure in place.
         return GenTL::GC_ERR_SUCCESS;
     }
     catch (const GenTLException &exception)
@@ -51,7 +52,7 @@ GenTL::GC_ERROR GenTLCall(std::string_view name, Body body)
     }
     catch (const std::exception &exception)
     {
-        // Logged before the last error is set, unlike above: kept, as log readers tell the two apart by it.
+        // C-02: logged before the last error is set, in the opposite order of the branch above.
         SPDLOG_CRITICAL(std::string_view(exception.what()));
         Library::Instance().SetLastError(name, exception.what(), GenTL::GC_ERR_ERROR);
         return GenTL::GC_ERR_ERROR;
@@ -89,8 +90,8 @@ std::shared_ptr<T> Lookup(RegistryOf<T> registry, std::string_view name, void *h
     return object;
 }
 
-/// For functions that do not use the object: holding it, even for a moment, could make this thread the one
-/// that ends it.
+/// For functions that do not use the object. Holding it, even for a moment, could make this thread the one
+/// that destroys it.
 template <typename T>
 void CheckKnown(RegistryOf<T> registry, std::string_view name, void *handle)
 {
@@ -125,7 +126,7 @@ void CheckStream(DS_HANDLE handle)
     CheckKnown(&InstanceManager::datastreams, "hDataStream", handle);
 }
 
-/// The buffer, after a check of the stream that it is said to belong to.
+/// The buffer. Checks the handle of its stream first.
 std::shared_ptr<Buffer> BufferOf(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer)
 {
     CheckStream(hDataStream);
@@ -158,7 +159,7 @@ std::shared_ptr<IEventSource> EventSourceOf(EVENTSRC_HANDLE handle)
     return source;
 }
 
-/// The local event behind a handle, null for one of the lower producer.
+/// The local event behind a handle; null for an event of the lower producer.
 std::shared_ptr<EventHandler> LocalEvent(EVENT_HANDLE handle)
 {
     return Instances().events.Find(handle);
@@ -182,7 +183,7 @@ extern "C"
                          [&] { Library::Instance().GetInfo(iInfoCmd, piType, pBuffer, piSize); });
     }
 
-    // Not framed like the others: a failure to tell the last error must not replace it.
+    // Without GenTLCall: a failure to report the last error must not replace it.
     GC_API GC_ERROR GCGetLastError(GC_ERROR *piErrorCode, char *sErrText, size_t *piSize)
     {
         if (piErrorCode == nullptr || piSize == nullptr)
@@ -296,7 +297,7 @@ extern "C"
         return GenTLCall("GCUnregisterEvent", [&] { EventSourceOf(hEventSrc)->UnregisterEvent(iEventID); });
     }
 
-    // Events: those of our own streams, and all others, whose handles are the lower producer's.
+    // Events of our streams. Handles of all other events belong to the lower producer and go on to it.
 
     GC_API GC_ERROR EventGetData(EVENT_HANDLE hEvent, void *pBuffer, size_t *piSize, uint64_t iTimeout)
     {
@@ -659,8 +660,8 @@ extern "C"
             [&] { BufferOf(hDataStream, hBuffer)->DSGetBufferPartInfoStacked(pInfoStacked, iNumInfos); });
     }
 
-    // What exists for the published interface only. The arguments are looked at in full first, so that a
-    // wrong one is told in preference to the missing function.
+    // Functions that are exported but not implemented. They validate their arguments first, so a wrong
+    // argument is reported rather than GC_ERR_NOT_IMPLEMENTED.
 
     GC_API GC_ERROR DSAnnounceCompositeBuffer(DS_HANDLE hDataStream, size_t iNumSegments, void **ppSegments,
                                               size_t *piSizes, void * /*pPrivate*/, BUFFER_HANDLE *phBuffer)

@@ -22,7 +22,7 @@ std::string LoaderError()
     return text != nullptr ? text : "<not available>";
 }
 
-// The minor version that brought each group of the function list.
+// The minor version that introduced each group of the function list.
 constexpr uint32_t Minor_BOOT = 0;
 constexpr uint32_t Minor_1_0 = 0;
 constexpr uint32_t Minor_1_1 = 1;
@@ -31,7 +31,7 @@ constexpr uint32_t Minor_1_4 = 4;
 constexpr uint32_t Minor_1_5 = 5;
 constexpr uint32_t Minor_1_6 = 6;
 
-// A producer that does not tell its version is taken to have at most the functions up to here.
+// The newest group that is looked up in a producer that does not report its version.
 constexpr uint32_t lastMinorWithoutVersion = 4;
 
 } // namespace
@@ -46,7 +46,7 @@ GenTLProxy::GenTLProxy(const std::string &path) : m_path(path)
     {
         throw GenTLException("Failed to initialize CTI!", GC_ERR_ERROR);
     }
-    // Before the first call, which would load the file again, and so without end.
+    // Before the first call: it would load this file again, and that one the next, without end.
     if (utils::IsInOwnFile(reinterpret_cast<const void *>(m_functions.GCInitLib)))
     {
         throw GenTLException(
@@ -118,8 +118,7 @@ uint32_t GenTLProxy::QueryVersionNumber(TL_INFO_CMD command)
     return number;
 }
 
-// The minor number decides alone, so a version 2.0 counts as one below 1.1: the rule that producers in the
-// field were admitted by.
+// C-03: only the minor number decides, so version 2.0 counts as older than 1.1.
 bool GenTLProxy::IsGroupLookedUp(uint32_t minor) const
 {
     if (minor == 0)
@@ -183,7 +182,7 @@ void GenTLProxy::ExecuteOrThrow(const std::string_view &name, Func func, Args &&
     }
     const auto text = LowerErrorText();
     SPDLOG_ERROR("{}: {} ({})", name, text, result);
-    // The function's own result: what the last error reports as a code may come from another call.
+    // The code of the function itself: the code in the last error may come from another call.
     throw GenTLException(text, result);
 }
 
@@ -209,7 +208,8 @@ std::string GenTLProxy::LowerErrorText() const
     return text.empty() ? "Unknown error!" : text;
 }
 
-// Without the frame of the others: on the way down there is nobody left to read a log.
+// Without ExecuteOrThrow: a failure of the lower GCCloseLib is thrown but not logged, because the log is
+// being torn down.
 void GenTLProxy::CloseLowerLibrary()
 {
     const GC_ERROR result = m_functions.GCCloseLib();
@@ -219,7 +219,7 @@ void GenTLProxy::CloseLowerLibrary()
     }
 }
 
-// The arguments of a list entry, (a, b), as further arguments of a call: , a, b
+// Turns the arguments of a list entry, (a, b), into further arguments of a call: , a, b
 #define QVR_PASS(...) __VA_OPT__(, ) __VA_ARGS__
 
 #define QVR_OPERATIONS_ONLY

@@ -12,13 +12,13 @@ namespace GenTL::internal
 /// The lower producer: loads its file, binds its functions and turns their failures into exceptions.
 ///
 /// Made by Library::Initialize, one between GCInitLib and GCCloseLib; the library and all modules share it,
-/// and the file is unloaded when the last of them lets go. Constant after construction.
+/// and the file is unloaded when the last of them releases it. Constant after construction.
 class GenTLProxy final : public IGenTLProxy
 {
 public:
-    /// Loads the file, and calls GCInitLib and GCCloseLib once around the question for its version.
-    /// @throws std::runtime_error when the file cannot be loaded, when a function that its version promises
-    /// is missing, and when its version cannot be learnt
+    /// Loads the file, and asks for its version between one GCInitLib and one GCCloseLib.
+    /// @throws std::runtime_error when the file cannot be loaded, when a function of its version is
+    /// missing, and when its version cannot be read
     /// @throws GenTLException when one of the four functions that come before any version is missing, when
     /// the file is this library's own or a copy of it, or when GCInitLib fails
     explicit GenTLProxy(const std::string &path);

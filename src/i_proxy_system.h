@@ -18,7 +18,7 @@ public:
     virtual ~IProxySystem() = default;
 
     virtual const std::shared_ptr<IGenTLProxy> &GetProxy() = 0;
-    /// The lower producer's transport layer type, as "GEV".
+    /// The lower producer's transport layer type, for example "GEV".
     virtual std::string GetTLType() = 0;
     /// The lower module's description.
     virtual std::string GetXml() = 0;

@@ -22,8 +22,8 @@ class EventHandler;
 
 /// Owner of every object behind a handle of the consumer, one registry for each kind.
 ///
-/// A handle is the address of the object. Any thread may use the registries at any time. Destructors run
-/// under the lock of the registry that lets go of the object and call registries of their children, so the
+/// A handle is the address of the object. Any thread may use the registries at any time. A registry holds its
+/// lock while it destroys an object, and the object's destructor calls the registries of its children. So
 /// locks nest from parent to child only: an object must never call the registry that destroys it.
 class InstanceManager
 {
@@ -74,7 +74,7 @@ public:
             return m_instances.contains(handle);
         }
 
-        /// Releases all objects; those that are left are the sign of a consumer that did not close them.
+        /// Releases all objects. A warning counts those that a consumer did not close.
         void ClearAndWarn(std::string_view label)
         {
             const std::lock_guard guard(m_lock);

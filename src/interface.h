@@ -10,11 +10,12 @@ namespace GenTL::internal
 
 class InstanceManager;
 
-/// What an IF_HANDLE stands for: the lower interface, and in front of it a filter that admits one family of
-/// devices. Others stay in the list, are reported as not accessible and cannot be opened.
+/// The object behind an IF_HANDLE: the lower interface, behind a filter that admits one family of devices.
+/// Other devices stay in the list, are reported as not accessible and cannot be opened.
 ///
-/// Made by TLOpenInterface, owned by the Interface registry; its end is the lower IFClose. Devices opened on
-/// it do not depend on it. Without a lock: constant after SetHandle, which runs before a consumer knows it.
+/// Made by TLOpenInterface, owned by the Interface registry; the destructor calls the lower IFClose. Open
+/// devices do not depend on their interface. Without a lock: constant after SetHandle, which runs inside
+/// TLOpenInterface.
 class Interface final : public ProxyModule
 {
 public:
@@ -31,11 +32,12 @@ public:
     void IFGetNumDevices(uint32_t *piNumDevices);
     void IFGetDeviceID(uint32_t iIndex, char *sIDeviceID, size_t *piSize);
     void IFUpdateDeviceList(bool8_t *pbChanged, uint64_t iTimeout);
-    /// Asks for the device's model first, whatever the command; a failure of that is the call's failure.
+    /// Always queries the device's model first; if that query fails, the call fails with its error.
     void IFGetDeviceInfo(const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                          void *pBuffer, size_t *piSize);
     /// @throws GenTLException "Access denied!", GC_ERR_ACCESS_DENIED, for a device outside of the family;
-    /// GC_ERR_INVALID_PARAMETER or GC_ERR_NOT_IMPLEMENTED for the flags; whatever the device's making throws
+    /// GC_ERR_INVALID_PARAMETER or GC_ERR_NOT_IMPLEMENTED for the flags; whatever the constructor of Device
+    /// throws
     void IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags, DEV_HANDLE *phDevice);
 
 private:

@@ -37,8 +37,9 @@ namespace
 constexpr auto loggerName = "gentli_proxy";
 constexpr auto defaultPattern = "[%T] [%^%l%$] (%*) %v";
 
-// Consumers close the library, and may fail at it, when their static objects end, and those of the main
-// thread outlive its thread-local ones. Without a destructor, so it can be read until the very end.
+// A consumer may close the library, and fail, from a destructor of a static object, which runs after the
+// thread-local objects of the main thread are gone. This pointer has no destructor, so it can be read until
+// the process ends.
 thread_local bool isLastErrorGone = false;
 
 struct LastError
@@ -94,7 +95,7 @@ std::unique_ptr<spdlog::formatter> MakeFormatter()
     auto formatter =
         std::make_unique<spdlog::pattern_formatter>(spdlog::pattern_time_type::local, std::string("\n"));
     formatter->add_flag<ClassFuncFormatter>('*');
-    // The variable loses its upper case, time flags included: a trait that users' settings count on.
+    // C-04: the pattern is converted to lower case, including its time flags.
     const auto pattern = LowerCaseVariable("PROXY_TL_LOG_PATTERN");
     formatter->set_pattern(pattern.empty() ? defaultPattern : pattern);
     return formatter;
@@ -134,9 +135,9 @@ void Library::Initialize()
     SetCurrentLastError({}, GC_ERR_SUCCESS);
     BringUpLowerProducer();
     BringUpVisionLibrary();
-    // At exit, objects end in the reverse order of their making. What a consumer left open must be closed
-    // before the lower producer's own objects end, which are younger than this library's, and before the
-    // vision library is unloaded.
+    // At exit, static objects end in the reverse order of their construction. The handles that a consumer
+    // left open must be closed before the lower producer's static objects end, which are younger than this
+    // library's, and before the vision library is unloaded.
     std::atexit([] { Instance().ReleaseMembers(); });
     m_initialized = true;
 }
@@ -181,7 +182,7 @@ void Library::BringUpVisionLibrary()
     }
     catch (...)
     {
-        // The next attempt begins anew, and a lower producer may refuse to be initialised twice.
+        // The next attempt starts over, and a lower producer may refuse a second GCInitLib.
         CloseQuietly([this] { m_proxy->GCCloseLib(); });
         throw;
     }
@@ -203,7 +204,7 @@ void Library::Shutdown()
     m_instances.ClearAll();
     m_proxy->GCCloseLib();
     m_proxy.reset();
-    // The code stays: only GCInitLib makes a thread forget it.
+    // Only the text: the code of a thread's last error stays until the next GCInitLib.
     SetCurrentLastError({}, GetLastErrorCode());
     TearDownLogging();
     m_initialized = false;
@@ -278,7 +279,7 @@ std::shared_ptr<IPort> Library::FindPort(void *handle)
     }
     if (const auto system = m_instances.systems.Find(handle))
     {
-        // The node map's callbacks use the module, so the reference keeps the whole of it.
+        // The callbacks of the node map use the System, so the pointer keeps the System alive.
         return {system, system->GetNodeMap().get()};
     }
     if (const auto stream = m_instances.datastreams.Find(handle))

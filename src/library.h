@@ -19,8 +19,8 @@ namespace GenTL::internal
 
 /// The root of the system: the log set-up, the registries, the lower producer and the last errors.
 ///
-/// One for the process, reached by Instance. Closed until GCInitLib and again after GCCloseLib, which must
-/// run beside no other call; in between, any thread may call anything. At process exit the destructor closes
+/// One for the process, reached by Instance. Closed until GCInitLib and again after GCCloseLib. No other call
+/// may run during these two; in between, any thread may call anything. At process exit the destructor closes
 /// the lower handles that a consumer left open, without the lower GCCloseLib.
 class Library final : public ILibrary, public ISystemInformationProvider
 {
@@ -30,11 +30,11 @@ public:
     static Library &Instance();
 
     /// @throws GenTLException "Library already initialized!", GC_ERR_RESOURCE_IN_USE; the same code when the
-    /// lower producer that is being brought up calls back into this one; whatever the bring-up
-    /// of the lower producer or of the vision library throws, after which it may be tried again
+    /// lower producer calls back into this one during the call; whatever the initialisation of the lower
+    /// producer or of the vision library throws. The call may be repeated after a failure.
     void Initialize() override;
-    /// @throws GenTLException while closed; whatever the end of the vision library throws, which leaves
-    /// all as it is
+    /// @throws GenTLException while closed; a failure of the vision library's exit function, after
+    /// which the library is still open
     void Shutdown() override;
 
     void OpenSystem(TL_HANDLE *phTL) override;

@@ -9,7 +9,7 @@
 namespace GenTL::internal
 {
 
-/// Owner of the lower TL_HANDLE; its end is the lower TLClose. Made by TLOpen, owned by a System.
+/// Owner of the lower TL_HANDLE; the destructor calls the lower TLClose. Made by TLOpen, owned by a System.
 class ProxySystem final : public ProxyModule, public IProxySystem
 {
 public:

@@ -29,8 +29,7 @@ struct TypeMapping
     uint32_t value; ///< entry of the TLType enumeration
 };
 
-// Narrow on purpose: the published interface knows more types, and a lower producer of another one is not
-// to be opened.
+// The published interface has more types. A lower producer of another type is not opened.
 constexpr std::array typeMappings{TypeMapping{"GEV", 0}, TypeMapping{"U3V", 4}, TypeMapping{"Mixed", 5},
                                   TypeMapping{"Custom", 1000}};
 
@@ -212,7 +211,8 @@ void System::WriteRegister(uint64_t address, const void *bytes, size_t size)
     m_nodeMap->GetRegisterMap().WriteInternal(address, bytes, size);
 }
 
-// The local description says in which byte order a read-through value is, so the lower module's must agree.
+// The local description gives the byte order of the values that are read through, so the lower module must
+// use the same.
 void System::CheckByteOrder() const
 {
     for (const std::string feature : readThroughFeatures)

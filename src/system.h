@@ -15,10 +15,10 @@
 namespace GenTL::internal
 {
 
-/// What a TL_HANDLE stands for: the producer as a whole.
+/// The object behind a TL_HANDLE: the producer as a whole.
 ///
-/// Its node map is local. It tells about this producer, except for the features that choose and describe an
-/// interface, which read through to the lower system module. Interface lists are the lower producer's.
+/// Its node map is local and describes this producer. Only the features that choose and describe an interface
+/// read through to the lower system module. The lists of interfaces come from the lower producer.
 ///
 /// Made by TLOpen, owned by the System registry; interfaces and devices opened through it do not depend on
 /// it. Without a lock: constant after SetHandle. Register access is serialised by the node map, callbacks
@@ -26,8 +26,8 @@ namespace GenTL::internal
 class System final : public IEventSource
 {
 public:
-    /// @throws std::runtime_error when the lower module's description is not usable or its transport layer
-    /// type is not one that the TLType feature has
+    /// @throws std::runtime_error when the lower module's description cannot be used, or when the TLType
+    /// feature has no entry for its transport layer type
     System(ILibrary &library, ISystemInformationProvider *infoProvider,
            std::shared_ptr<IProxySystem> proxySystem);
     ~System() override;
@@ -46,13 +46,13 @@ public:
     void RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent) override;
     void UnregisterEvent(EVENT_TYPE iEventID) override;
 
-    // What the register callbacks do.
+    // Called by the register callbacks.
 
     /// Reads the lower module's feature of this name.
     /// @throws std::runtime_error when the lower module has no such feature, or one of another length
     void ReadThrough(const std::string &feature, std::span<uint8_t> data);
     void WriteThrough(const std::string &feature, std::span<const uint8_t> data);
-    /// Runs the command for a value of 1 and leaves 0, so that it reads back as done.
+    /// Runs the command when the value is 1, and stores 0, so that the command reads back as done.
     void WriteInterfaceUpdateList(std::span<uint8_t> data);
 
 private:
@@ -68,7 +68,7 @@ private:
     ILibrary &m_library;
     ISystemInformationProvider *m_infoProvider;
     TL_HANDLE m_handle = nullptr;
-    // In this order, so that they end in the reverse one: the node map before what its callbacks use.
+    // The node map is last, so that it is destroyed before the objects that its callbacks use.
     std::unique_ptr<nodemap::NodeMapParser> m_localDescription;
     std::shared_ptr<IProxySystem> m_proxySystem;
     std::string m_lowerXml;

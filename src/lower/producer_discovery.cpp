@@ -45,8 +45,8 @@ std::string FindByName(const fs::path &folder)
     return {};
 }
 
-// A differently named copy: its name holds the wanted one and ends in ".cti". The wanted name itself has
-// another extension, so the two searches never answer for each other.
+// A renamed copy: its name contains the wanted name and ends in ".cti". The wanted name itself ends
+// differently, so a file never satisfies both searches.
 std::string FindByPart(const fs::path &folder)
 {
     std::error_code error;

@@ -6,11 +6,11 @@
 namespace GenTL::internal
 {
 
-/// The one transport layer that FindProducer knows.
+/// The only transport layer that FindProducer accepts.
 inline constexpr int32_t gigeVision = 1;
 
-/// Path of the lower producer's file: what PROXY_TL_CTI_PATH says, unchecked, or else the file in the folder
-/// `producer_registry` beside this library. The file is neither opened nor loaded.
+/// Path of the lower producer's file: the value of PROXY_TL_CTI_PATH, unchecked, or else the file in the
+/// folder `producer_registry` beside this library. The file is neither opened nor loaded.
 /// @param TlType transport layer
 /// @throws std::logic_error "Unhandled TlType"
 /// @throws GenTLException "Could not locate a CTI file for the requested transport layer.", GC_ERR_ERROR

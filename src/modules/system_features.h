@@ -9,7 +9,7 @@
 namespace GenTL::internal
 {
 
-/// Registers of the System module's node map. The context of their callbacks is the System.
+/// Registers of the System module's node map. Their callbacks get the System as their context.
 std::span<const nodemap::RegisterDefinition> SystemFeatures();
 
 namespace system_registers

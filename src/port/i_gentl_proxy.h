@@ -9,8 +9,8 @@ namespace GenTL::internal
 /// arguments and the lower producer's handles.
 ///
 /// Every operation gives GC_ERR_SUCCESS; a failure of the lower function is thrown as a GenTLException
-/// with the lower producer's text and code. Any thread may call any operation: how far calls may run side
-/// by side is the lower producer's affair.
+/// with the lower producer's text and code. Any thread may call any operation; the lower producer decides
+/// which calls may run at the same time.
 class IGenTLProxy
 {
 public:
@@ -19,8 +19,8 @@ public:
     IGenTLProxy &operator=(const IGenTLProxy &) = delete;
     virtual ~IGenTLProxy() = default;
 
-    // GCGetLastError is not an operation: the proxy reads it itself when a function fails. The list's
-    // parameter lists make the declarations, so that an operation cannot be forgotten.
+    // Without GCGetLastError, which the proxy calls itself when a function fails. The list makes the
+    // declarations, so no function can be forgotten.
 #define QVR_OPERATIONS_ONLY
 #define FN(group, name, parameters, arguments) virtual GC_ERROR name parameters = 0;
 #include <gentl/functions.inc>

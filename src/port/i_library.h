@@ -13,7 +13,7 @@ namespace GenTL::internal
 class IGenTLProxy;
 class InstanceManager;
 
-/// The library as the module tree sees it.
+/// The library, as the modules use it.
 class ILibrary
 {
 public:

@@ -7,13 +7,12 @@
 namespace GenTL::internal
 {
 
-/// A register port: what GCReadPort and its siblings reach behind a handle.
+/// A register port: the object behind the handle of GCReadPort and its siblings.
 ///
-/// The exports call ReadPort and WritePort. ReadRegisters and WriteRegisters are the plain access behind
-/// them, which the system's own code uses: a class that changes what the consumer sees overrides the
-/// first pair and leaves the second alone.
+/// The exports call ReadPort and WritePort, the producer's own code calls ReadRegisters and WriteRegisters. A
+/// class that shows the consumer other values overrides the first pair only.
 ///
-/// All operations throw GenTLException. Any thread may call them.
+/// All operations throw GenTLException. The implementing class says which threads may call them.
 class IPort
 {
 public:

@@ -6,11 +6,11 @@
 namespace GenTL::internal
 {
 
-/// A module that mirrors one of the lower producer.
+/// A module that stands for a module of the lower producer.
 class IProxyModule : public IPort, public IEventSource
 {
 public:
-    /// The module's handle in the lower producer, of whichever GenTL handle type.
+    /// The handle of the lower module; its GenTL type depends on the module.
     virtual void *GetLowerHandle() const = 0;
 };
 

@@ -12,14 +12,14 @@ namespace GenTL::internal
 namespace
 {
 
-/// A part of a request, from `begin` on to before `end`.
+/// A part of a request: from `begin` up to, but not including, `end`.
 struct Interval
 {
     size_t begin;
     size_t end;
 };
 
-/// Calls access(offset, size) for what the intervals leave of a request.
+/// Calls access(offset, size) for each part of a request that no interval covers.
 template <typename Access>
 void ForEachGap(std::vector<Interval> intervals, size_t size, Access access)
 {
@@ -39,7 +39,7 @@ void ForEachGap(std::vector<Interval> intervals, size_t size, Access access)
     }
 }
 
-/// Whether the register lies in the request as a whole.
+/// Whether the register lies fully inside the request.
 bool Covers(uint64_t address, size_t size, uint64_t registerAddress, uint64_t length)
 {
     return registerAddress >= address && utils::RangeFits(registerAddress - address, length, size);

@@ -9,32 +9,33 @@
 namespace GenTL::internal
 {
 
-/// What answers for one register instead of the device, or does something beside it.
+/// Callbacks that answer for one register in place of the device.
 struct PortCallback
 {
-    std::string Name; ///< of the node, for messages
-    /// @return true: handled; *size tells how many bytes
+    std::string Name; ///< the node's name, for messages
+    /// @param size in: bytes of the register; out: bytes that were handled
+    /// @return false: the device answers
     std::function<bool(void *buffer, size_t *size)> OnRead;
     std::function<bool(const void *buffer, size_t *size)> OnWrite;
-    uint64_t Length = 0; ///< bytes of the register
+    uint64_t Length = 0; ///< the register's length in bytes
 };
 
-/// The registers of a port that are answered in another way.
+/// The registers of a port that callbacks answer for.
 ///
-/// A request is cut into the registers that have a callback and lie in it as a whole, and the gaps between
-/// them, which go on to the device. A request that covers a register in part passes it by.
+/// Cuts a request into the registers that have a callback and lie fully inside the request, and the gaps
+/// between them, which go on to the device. A register that the request covers only in part belongs to a gap.
 class PortOverrides
 {
 public:
     using ReadGap = std::function<void(uint64_t address, void *buffer, size_t size)>;
     using WriteGap = std::function<void(uint64_t address, const void *buffer, size_t size)>;
 
-    /// Adds an entry, or replaces those callbacks of the address that the entry has.
+    /// Adds an entry. If the address has one, the callbacks that are set replace those of before.
     /// @throws GenTLException "Port callback register size mismatch detected on {} ({})", GC_ERR_ERROR
     void AddPortCallback(uint64_t address, PortCallback entry);
 
     void Read(uint64_t address, void *buffer, size_t size, const ReadGap &readGap) const;
-    /// The registers first, in no particular order, then the gaps by ascending address.
+    /// Writes the registers first, in no particular order, then the gaps by ascending address.
     void Write(uint64_t address, const void *buffer, size_t size, const WriteGap &writeGap) const;
 
 private:

@@ -8,11 +8,11 @@
 namespace GenTL::internal
 {
 
-/// Base of the modules that stand on a lower module: every operation that a derived class leaves alone
-/// reaches the lower producer unchanged.
+/// Base of the modules that stand on a lower module. An operation that a derived class does not override goes
+/// to the lower producer unchanged.
 ///
-/// Holds the lower producer, so that it stays loaded for as long as a module lives. Closing the lower
-/// handle is the task of the derived class's destructor. Constant after construction, without a lock.
+/// Holds the lower producer, so that it stays loaded as long as a module lives. The derived class's
+/// destructor closes the lower handle. Without a lock: constant after construction.
 class ProxyModule : public IProxyModule
 {
 public:
@@ -40,9 +40,8 @@ private:
     void *m_handle;
 };
 
-/// Runs the closing calls of a destructor. A failure of the lower producer at this point has nobody who
-/// could act on it, and a destructor must not throw: std::exception is swallowed, anything else ends the
-/// process.
+/// Runs the closing calls of a destructor. Swallows std::exception, since a destructor must not throw and
+/// nobody could act on a failure of the lower producer here. Any other exception ends the process.
 template <typename Close>
 void CloseQuietly(Close close) noexcept
 {

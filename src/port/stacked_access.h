@@ -6,9 +6,8 @@
 namespace GenTL::internal
 {
 
-/// Splits a stacked request into single accesses of the port's own ReadPort, so that whatever a port
-/// changes for a single access holds for a stacked one as well. *piNumEntries counts the entries done,
-/// also when one fails.
+/// Splits a stacked request into calls of the port's ReadPort, so that the port's overrides apply to each
+/// entry. *piNumEntries counts the entries that succeeded, even when a later one fails.
 /// @throws GenTLException null or zero arguments; whatever the port throws
 inline void ReadStacked(IPort &port, PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries);
 
@@ -26,7 +25,7 @@ void ForEachStackEntry(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries
     *piNumEntries = 0;
     for (size_t i = 0; i < count; ++i)
     {
-        // A packed struct: its members are copied, never bound to a reference.
+        // The struct is packed, so its members are copied and never bound to a reference.
         const auto entry = pEntries[i];
         size_t size = entry.Size;
         access(entry.Address, entry.pBuffer, &size);

@@ -44,8 +44,7 @@ void FormatOverrides::OverridePayloadSize()
 
 void FormatOverrides::OverridePixelFormat()
 {
-    // In the byte order of PayloadSize and not in PixelFormat's own: consumers work with cameras where the
-    // two differ in the description only.
+    // C-11: in the byte order of PayloadSize, not in that of PixelFormat.
     const auto endianess = m_features.Find("PayloadSize").Endianess;
     const auto &node = m_features.Find("PixelFormat");
     AddCallbacks(

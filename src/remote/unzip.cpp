@@ -103,7 +103,7 @@ std::vector<uint8_t> Unzip(const uint8_t *data, size_t size)
     {
         LogAndFail("Opening xml file file within zip failed!");
     }
-    // In steps, so that the memory follows what the file holds and not what a broken archive claims.
+    // Grows in steps, so that a broken archive that claims a huge size does not allocate it.
     std::vector<uint8_t> content;
     while (content.size() < fileSize)
     {

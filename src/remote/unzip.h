@@ -7,8 +7,8 @@
 namespace GenTL::internal
 {
 
-/// The first file of a zip archive in memory, whatever its name.
-/// @throws GenTLException GC_ERR_IO, for anything that is not such an archive
+/// The content of the first file in a zip archive; its name does not matter.
+/// @throws GenTLException GC_ERR_IO for bytes that are not a zip archive with a file
 std::vector<uint8_t> Unzip(const uint8_t *data, size_t size);
 
 } // namespace GenTL::internal

@@ -6,8 +6,8 @@ namespace GenTL::internal::utils
 {
 
 /// The value of a key.
-/// @throws std::out_of_range "unordered_map::at: key not found": the text that consumers know, which differs
-/// from the standard library's own here
+/// @throws std::out_of_range "unordered_map::at: key not found" (C-08), a text that differs between standard
+/// libraries
 template <typename Map>
 auto &MapAt(Map &map, const typename Map::key_type &key)
 {
