@@ -62,7 +62,8 @@ Device::~Device()
     // One guard for all: at the clean-up of the library the remote port is gone already, and then the device
     // is left to the lower GCCloseLib.
     CloseQuietly(
-        [this]
+        // Without the lock: nobody else reaches a device that ends.
+        [this]() QVR_UNCHECKED
         {
             m_manager->remotePorts.Remove(m_remotePortHandle);
             Proxy()->DevClose(GetLowerHandle());
@@ -109,7 +110,7 @@ void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStrea
         throw GenTLException(fmt::format("Invalid stream id {} supplied", sDataStreamID),
                              GC_ERR_INVALID_PARAMETER);
     }
-    const std::lock_guard guard(m_dataStreamMutex);
+    const utils::MutexLock guard(m_dataStreamMutex);
     if (m_dataStream)
     {
         throw GenTLException(fmt::format("Datastream {} is already in use ", sDataStreamID),
@@ -132,7 +133,7 @@ void Device::ReleaseDataStream()
 {
     // Ends after the lock, should this be the last that holds it.
     std::shared_ptr<Datastream> released;
-    const std::lock_guard guard(m_dataStreamMutex);
+    const utils::MutexLock guard(m_dataStreamMutex);
     released.swap(m_dataStream);
     m_dataStreamHandle = nullptr;
 }

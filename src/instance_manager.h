@@ -2,9 +2,9 @@
 
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
+#include "utils/mutex.h"
 
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string_view>
 #include <unordered_map>
@@ -24,7 +24,9 @@ class EventHandler;
 ///
 /// A handle is the address of the object. Any thread may use the registries at any time. Destructors run
 /// under the lock of the registry that lets go of the object and call registries of their children, so the
-/// locks nest from parent to child only: an object must never call the registry that destroys it.
+/// locks nest from parent to child only: an object must never call the registry that destroys it. Destructors
+/// also close lower handles under that lock. That cannot deadlock: the lower producer calls nothing of ours,
+/// and the acquisition thread, which a stream's destructor joins, takes only the registries below its own.
 class InstanceManager
 {
 public:
@@ -41,7 +43,7 @@ public:
             {
                 throw std::invalid_argument("Instance not valid (nullptr)");
             }
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             const H handle = instance.get();
             if (!m_instances.try_emplace(handle, instance).second)
             {
@@ -53,7 +55,7 @@ public:
         /// @throws GenTLException "Handle not found!", GC_ERR_INVALID_HANDLE
         void Remove(H handle)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             if (m_instances.erase(handle) == 0)
             {
                 throw GenTLException("Handle not found!", GC_ERR_INVALID_HANDLE);
@@ -63,21 +65,21 @@ public:
         /// The object, or null when there is none.
         std::shared_ptr<T> Find(H handle)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             const auto entry = m_instances.find(handle);
             return entry != m_instances.end() ? entry->second : nullptr;
         }
 
         bool Contains(H handle)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             return m_instances.contains(handle);
         }
 
         /// Releases all objects; those that are left are the sign of a consumer that did not close them.
         void ClearAndWarn(std::string_view label)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             if (!m_instances.empty())
             {
                 SPDLOG_WARN("Cleanup: {} instances of {} were still registered!", m_instances.size(), label);
@@ -86,8 +88,8 @@ public:
         }
 
     private:
-        std::unordered_map<H, std::shared_ptr<T>> m_instances;
-        std::mutex m_lock;
+        utils::Mutex m_lock;
+        std::unordered_map<H, std::shared_ptr<T>> m_instances QVR_GUARDED_BY(m_lock);
     };
 
     InstanceManager() = default;

@@ -108,7 +108,7 @@ void AcquisitionWorker::KillAcquisition()
     try
     {
         // The memory of a frame in process goes with its buffer.
-        const std::lock_guard frame(m_frameMutex);
+        const utils::MutexLock frame(m_frameMutex);
         m_proxyStream->RevokeBuffers();
     }
     catch (const std::exception &exception)
@@ -188,7 +188,7 @@ bool AcquisitionWorker::WaitForCallbacks()
 bool AcquisitionWorker::RunPass(Progress &progress)
 {
     const auto lower = m_proxyStream->WaitForBuffer(waitForBufferMs);
-    const std::lock_guard frame(m_frameMutex);
+    const utils::MutexLock frame(m_frameMutex);
     if (m_killed)
     {
         return false;

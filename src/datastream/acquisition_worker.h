@@ -3,10 +3,10 @@
 #include "datastream/i_acquisition_worker.h"
 #include "datastream/i_proxy_datastream.h"
 #include "processing/i_processor.h"
+#include "utils/mutex.h"
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace GenTL::internal
@@ -59,7 +59,9 @@ private:
     std::unique_ptr<IProxyDataStream> m_proxyStream;
     std::shared_ptr<IProcessor> m_processor;
     std::jthread m_thread;
-    std::mutex m_frameMutex; ///< a frame in process, whose memory a kill would take away
+    /// A frame in process, whose memory a kill would take away. Held over calls into the lower producer and
+    /// the vision library, neither of which calls anything of ours, so neither waits for this mutex.
+    utils::Mutex m_frameMutex;
     std::atomic<bool> m_running = false;
     std::atomic<bool> m_killed = false; ///< never cleared
     uint64_t m_numToAcquire = 0;

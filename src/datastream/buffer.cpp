@@ -85,7 +85,7 @@ void Buffer::SetResult(bool complete, size_t sizeFilled, bool newData)
 {
     m_complete = complete;
     {
-        const std::lock_guard lock(m_descriptionMutex);
+        const utils::MutexLock lock(m_descriptionMutex);
         m_sizeFilled = sizeFilled;
     }
     m_newData = newData;
@@ -93,25 +93,25 @@ void Buffer::SetResult(bool complete, size_t sizeFilled, bool newData)
 
 BufferMetadata Buffer::GetMetadata() const
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     return m_metadata;
 }
 
 void Buffer::SetMetadata(const BufferMetadata &metadata)
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     m_metadata = metadata;
 }
 
 void Buffer::SetParts(std::vector<BufferPartInfo> &&parts)
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     m_parts = std::move(parts);
 }
 
 void Buffer::SetChunks(const std::vector<ChunkEntry> &chunks, size_t chunkPayloadSize, uint64_t chunkLayoutId)
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     m_chunks = chunks;
     m_chunkPayloadSize = chunkPayloadSize;
     m_chunkLayoutId = chunkLayoutId;
@@ -168,7 +168,7 @@ void Buffer::AnswerAlways(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &quer
 
 void Buffer::AnswerFrameInfo(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     switch (iInfoCmd)
     {
     case BUFFER_INFO_TIMESTAMP:
@@ -214,13 +214,13 @@ void Buffer::AnswerFrameInfo(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &q
 
 bool Buffer::HasChunks() const
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     return !m_chunks.empty();
 }
 
 void Buffer::DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     if (m_chunks.empty())
     {
         throw GenTLException("No chunks in the buffer", GC_ERR_NO_DATA);
@@ -236,7 +236,7 @@ void Buffer::DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumCh
 
 uint32_t Buffer::DSGetNumBufferParts() const
 {
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     return static_cast<uint32_t>(m_parts.size());
 }
 
@@ -244,7 +244,7 @@ void Buffer::DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfo
                                  void *pBuffer, size_t *piSize) const
 {
     utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
-    const std::lock_guard lock(m_descriptionMutex);
+    const utils::MutexLock lock(m_descriptionMutex);
     if (m_parts.empty())
     {
         throw GenTLException("No Parts in the buffer", GC_ERR_NO_DATA);

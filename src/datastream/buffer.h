@@ -3,10 +3,10 @@
 #include "port/i_port.h"
 #include "processing/frame.h"
 #include "utils/info.h"
+#include "utils/mutex.h"
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 namespace GenTL::internal
@@ -103,13 +103,13 @@ private:
     std::atomic<bool> m_newData = false;
     std::atomic<BufferState> m_state = BufferState::Announced;
 
-    mutable std::mutex m_descriptionMutex; ///< guards all that follows
-    size_t m_sizeFilled = 0;
-    BufferMetadata m_metadata;
-    std::vector<BufferPartInfo> m_parts; ///< empty for a single image
-    uint64_t m_chunkLayoutId = 0;
-    size_t m_chunkPayloadSize = 0;
-    std::vector<ChunkEntry> m_chunks;
+    mutable utils::Mutex m_descriptionMutex;
+    size_t m_sizeFilled QVR_GUARDED_BY(m_descriptionMutex) = 0;
+    BufferMetadata m_metadata QVR_GUARDED_BY(m_descriptionMutex);
+    std::vector<BufferPartInfo> m_parts QVR_GUARDED_BY(m_descriptionMutex); ///< empty for a single image
+    uint64_t m_chunkLayoutId QVR_GUARDED_BY(m_descriptionMutex) = 0;
+    size_t m_chunkPayloadSize QVR_GUARDED_BY(m_descriptionMutex) = 0;
+    std::vector<ChunkEntry> m_chunks QVR_GUARDED_BY(m_descriptionMutex);
 };
 
 } // namespace GenTL::internal

@@ -82,7 +82,7 @@ void Datastream::SetGrabbing(bool isGrabbing)
 
 std::shared_ptr<EventHandler> Datastream::Event()
 {
-    const std::lock_guard guard(m_eventMutex);
+    const utils::MutexLock guard(m_eventMutex);
     return m_newBufferEvent;
 }
 
@@ -94,7 +94,7 @@ BUFFER_HANDLE Datastream::HandleOf(const Buffer &buffer)
 
 Datastream::Buffers Datastream::CopyOfBuffers()
 {
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     return m_buffers;
 }
 
@@ -109,7 +109,7 @@ void Datastream::DSAllocAndAnnounceBuffer(size_t iBufferSize, void *pPrivate, BU
 {
     utils::CheckNotNull("phBuffer", phBuffer);
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     Announce(std::make_shared<Buffer>(m_library, iBufferSize, pPrivate), phBuffer);
 }
 
@@ -117,7 +117,7 @@ void Datastream::DSAnnounceBuffer(void *pBuffer, size_t iBufferSize, void *pPriv
 {
     utils::CheckNotNull({{"phBuffer", phBuffer}, {"pBuffer", pBuffer}});
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     if (std::ranges::any_of(m_buffers, [&](const auto &known) { return known->GetBase() == pBuffer; }))
     {
         throw GenTLException("Buffer is already in use!", GC_ERR_RESOURCE_IN_USE);
@@ -128,7 +128,7 @@ void Datastream::DSAnnounceBuffer(void *pBuffer, size_t iBufferSize, void *pPriv
 void Datastream::DSGetBufferID(uint32_t iIndex, BUFFER_HANDLE *phBuffer)
 {
     utils::CheckNotNull("phBuffer", phBuffer);
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     utils::CheckIndex(iIndex, m_buffers.size());
     *phBuffer = HandleOf(*m_buffers[iIndex]);
 }
@@ -151,7 +151,7 @@ void Datastream::QueueBuffer(BUFFER_HANDLE hBuffer)
 
 void Datastream::DSRevokeBuffer(BUFFER_HANDLE hBuffer, void **ppBuffer, void **ppPrivate)
 {
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     const auto entry =
         std::ranges::find_if(m_buffers, [&](const auto &buffer)
                              { return buffer.get() == hBuffer && HandleOf(*buffer) != nullptr; });
@@ -205,7 +205,7 @@ void Datastream::FlushEvent()
 
 void Datastream::DSFlushQueue(ACQ_QUEUE_TYPE iOperation)
 {
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     switch (iOperation)
     {
     case ACQ_QUEUE_INPUT_TO_OUTPUT:
@@ -346,7 +346,7 @@ void Datastream::DSStopAcquisition(ACQ_STOP_FLAGS iStopFlags)
     }
     m_worker->StopAcquisition();
     SetGrabbing(false);
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     for (const auto &buffer : m_buffers)
     {
         if (buffer->GetState() != BufferState::Filling)
@@ -394,7 +394,7 @@ std::shared_ptr<Buffer> Datastream::PopFreeInputBuffer()
         SPDLOG_ERROR(text);
         throw std::runtime_error(text);
     }
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     const auto entry = std::ranges::find(m_buffers, BufferState::Input,
                                          [](const auto &buffer) { return buffer->GetState(); });
     if (entry == m_buffers.end())
@@ -414,7 +414,7 @@ void Datastream::RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
     {
         throw GenTLException(fmt::format("Event type {} not implemented", iEventID), GC_ERR_NOT_IMPLEMENTED);
     }
-    const std::lock_guard guard(m_eventMutex);
+    const utils::MutexLock guard(m_eventMutex);
     if (m_newBufferEvent)
     {
         throw GenTLException("Event is already registered", GC_ERR_RESOURCE_IN_USE);
@@ -430,7 +430,7 @@ void Datastream::UnregisterEvent(EVENT_TYPE iEventID)
         throw GenTLException(fmt::format("Event type {} not implemented", iEventID), GC_ERR_NOT_IMPLEMENTED);
     }
     // The handle stays in the registry: what is queued can still be read.
-    const std::lock_guard guard(m_eventMutex);
+    const utils::MutexLock guard(m_eventMutex);
     m_newBufferEvent.reset();
 }
 

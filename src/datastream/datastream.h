@@ -3,11 +3,11 @@
 #include "datastream/i_acquisition_worker.h"
 #include "nodemap/node_map.h"
 #include "port/i_event_source.h"
+#include "utils/mutex.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace GenTL::internal
@@ -75,11 +75,11 @@ public:
 private:
     using Buffers = std::vector<std::shared_ptr<Buffer>>;
 
-    void Announce(const std::shared_ptr<Buffer> &buffer, BUFFER_HANDLE *phBuffer);
+    void Announce(const std::shared_ptr<Buffer> &buffer, BUFFER_HANDLE *phBuffer) QVR_REQUIRES(m_mutex);
     BUFFER_HANDLE HandleOf(const Buffer &buffer);
-    Buffers CopyOfBuffers();
-    size_t CountBuffers(BufferState first, BufferState second);
-    void MoveBuffers(BufferState from, BufferState to);
+    Buffers CopyOfBuffers() QVR_EXCLUDES(m_mutex);
+    size_t CountBuffers(BufferState first, BufferState second) QVR_EXCLUDES(m_mutex);
+    void MoveBuffers(BufferState from, BufferState to) QVR_REQUIRES(m_mutex);
     void FlushEvent();
     std::shared_ptr<EventHandler> Event();
     uint64_t DeliveredCount();
@@ -90,10 +90,10 @@ private:
     ILibrary &m_library;
     std::shared_ptr<nodemap::NodeMap> m_nodeMap;
     DEV_HANDLE m_parentHandle;
-    Buffers m_buffers; ///< in order of announcement
-    std::mutex m_mutex;
-    std::shared_ptr<EventHandler> m_newBufferEvent;
-    std::mutex m_eventMutex; ///< events come and go while the acquisition thread pushes
+    utils::Mutex m_mutex;
+    Buffers m_buffers QVR_GUARDED_BY(m_mutex); ///< in order of announcement
+    utils::Mutex m_eventMutex;                 ///< events come and go while the acquisition thread pushes
+    std::shared_ptr<EventHandler> m_newBufferEvent QVR_GUARDED_BY(m_eventMutex);
     std::unique_ptr<IAcquisitionWorker> m_worker;
     mutable bool m_isGrabbing = false; ///< through std::atomic_ref only
     std::atomic<uint64_t> m_numStarted = 0;

@@ -80,7 +80,7 @@ T ProxyDataStream::StreamInfo(STREAM_INFO_CMD command, INFO_DATATYPE type)
 
 void ProxyDataStream::AnnounceBuffers()
 {
-    const std::lock_guard guard(m_lowerBuffersMutex);
+    const utils::MutexLock guard(m_lowerBuffersMutex);
     const auto size = GetLowerPayloadSize();
     const auto count = StreamInfo<size_t>(STREAM_INFO_BUF_ANNOUNCE_MIN, INFO_DATATYPE_SIZET);
     for (size_t i = 0; i < count; ++i)
@@ -94,7 +94,7 @@ void ProxyDataStream::AnnounceBuffers()
 
 void ProxyDataStream::RevokeBuffers()
 {
-    const std::lock_guard guard(m_lowerBuffersMutex);
+    const utils::MutexLock guard(m_lowerBuffersMutex);
     Proxy()->DSFlushQueue(GetLowerHandle(), ACQ_QUEUE_ALL_DISCARD);
     for (auto *const buffer : m_lowerBuffers)
     {

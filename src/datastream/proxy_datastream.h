@@ -3,9 +3,9 @@
 #include "datastream/i_proxy_datastream.h"
 #include "nodemap/nodemap_parser.h"
 #include "port/proxy_module.h"
+#include "utils/mutex.h"
 
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace GenTL::internal
@@ -51,8 +51,10 @@ private:
 
     std::unique_ptr<nodemap::NodeMapParser> m_lowerNodeMap;
     std::shared_ptr<RemotePort> m_remotePort;
-    std::vector<BUFFER_HANDLE> m_lowerBuffers; ///< in order of allocation
-    std::mutex m_lowerBuffersMutex;            ///< a kill may revoke while the thread ends by itself
+    /// A kill may revoke while the thread ends by itself. Held over calls into the lower producer, which
+    /// calls nothing of ours and so never waits for this mutex.
+    utils::Mutex m_lowerBuffersMutex;
+    std::vector<BUFFER_HANDLE> m_lowerBuffers QVR_GUARDED_BY(m_lowerBuffersMutex); ///< in order of allocation
     EVENT_HANDLE m_newBufferEvent = nullptr;
     ILibrary *m_library;
 };

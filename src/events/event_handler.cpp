@@ -59,7 +59,7 @@ void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
                 GC_ERR_BUFFER_TOO_SMALL);
         }
     }
-    std::unique_lock lock(m_mutex);
+    utils::MutexLock lock(m_mutex);
     Wait(lock, iTimeout);
     if (pBuffer != nullptr)
     {
@@ -71,7 +71,7 @@ void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
     }
 }
 
-void EventHandler::Wait(std::unique_lock<std::mutex> &lock, uint64_t timeout)
+void EventHandler::Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout)
 {
     ThrowIfKilled();
     const bool isLimited = timeout != GENTL_INFINITE;
@@ -79,7 +79,7 @@ void EventHandler::Wait(std::unique_lock<std::mutex> &lock, uint64_t timeout)
     while (m_queue.empty() && m_killCount == 0 && (!isLimited || Clock::now() < deadline))
     {
         const auto wakeUp = Clock::now() + lookAgain;
-        m_condition.wait_until(lock, std::min(deadline, wakeUp));
+        m_condition.wait_until(lock.ForWait(), std::min(deadline, wakeUp));
     }
     ThrowIfKilled();
     if (m_queue.empty())
@@ -201,7 +201,7 @@ void EventHandler::Info(EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pB
 
 void EventHandler::Flush()
 {
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     if (IsNewBuffer())
     {
         auto &buffers = m_library.GetInstanceManager().buffers;
@@ -226,7 +226,7 @@ void EventHandler::Kill()
 void EventHandler::Push(const NewBufferEvent &entry)
 {
     {
-        const std::lock_guard guard(m_mutex);
+        const utils::MutexLock guard(m_mutex);
         m_queue.push_back(entry);
         ++m_numQueued;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "utils/info.h"
+#include "utils/mutex.h"
 
 #include <gentl/gentl.h>
 
@@ -9,7 +10,6 @@
 #include <cstdint>
 #include <deque>
 #include <limits>
-#include <mutex>
 #include <variant>
 
 namespace GenTL::internal
@@ -58,18 +58,18 @@ public:
 
 private:
     bool IsNewBuffer() const { return m_eventType == EVENT_NEW_BUFFER; }
-    void Wait(std::unique_lock<std::mutex> &lock, uint64_t timeout);
+    void Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout) QVR_REQUIRES(m_mutex);
     void ThrowIfKilled();
-    void DeliverFront(void *pBuffer, size_t *piSize);
-    void DropFront();
-    void GiveBack(BUFFER_HANDLE handle);
-    void PopFront();
+    void DeliverFront(void *pBuffer, size_t *piSize) QVR_REQUIRES(m_mutex);
+    void DropFront() QVR_REQUIRES(m_mutex);
+    void GiveBack(BUFFER_HANDLE handle) QVR_REQUIRES(m_mutex);
+    void PopFront() QVR_REQUIRES(m_mutex);
 
     ILibrary &m_library;
     size_t m_maxEventSize = 128;
     size_t m_maxDataSize = 128;
-    std::deque<NewBufferEvent> m_queue;
-    std::mutex m_mutex;
+    utils::Mutex m_mutex;
+    std::deque<NewBufferEvent> m_queue QVR_GUARDED_BY(m_mutex);
     std::condition_variable m_condition;
     std::atomic<uint64_t> m_killCount = 0;
     EVENT_TYPE m_eventType;
