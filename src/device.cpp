@@ -5,6 +5,7 @@
 #include "datastream/proxy_datastream.h"
 #include "instance_manager.h"
 #include "library.h"
+#include "nodemap/node_access.h"
 #include "processing/processor.h"
 #include "remoteport.h"
 #include "utils/checks.h"
@@ -117,7 +118,9 @@ void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStrea
                              GC_ERR_RESOURCE_IN_USE);
     }
     auto &library = Library::Instance();
-    auto proxyStream = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remotePort);
+    const auto payloadSize = [port = m_remotePort]
+    { return nodemap::ReadUnsigned(*port, port->FindNode("PayloadSize")); };
+    auto proxyStream = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), payloadSize);
     auto worker = std::make_unique<AcquisitionWorker>(std::move(proxyStream), m_processor);
     m_dataStream = std::make_shared<Datastream>(library, std::move(worker), m_ownHandle);
     m_dataStreamHandle = m_manager->datastreams.Add(m_dataStream);

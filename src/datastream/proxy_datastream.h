@@ -5,6 +5,8 @@
 #include "port/proxy_module.h"
 #include "utils/mutex.h"
 
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -12,24 +14,27 @@ namespace GenTL::internal
 {
 
 class ILibrary;
-class RemotePort;
 
 /// The one lower data stream of a device, with its private buffers and its new-buffer event.
 ///
-/// The lower producer allocates the buffers; they exist while acquisition runs. Owned by the acquisition
-/// worker; its end is the lower DSClose. WaitForBuffer and RequeueBuffer run on the acquisition thread,
-/// StopAcquisition on another one while that thread waits.
+/// The lower producer allocates the buffers; they exist while acquisition runs. The acquisition worker owns
+/// the object, whose destructor closes the lower stream. WaitForBuffer and RequeueBuffer run on the
+/// acquisition thread, StopAcquisition on another thread while that one waits.
 class ProxyDataStream final : public ProxyModule, public IProxyDataStream
 {
 public:
+    /// The feature "PayloadSize" of the lower device itself, past all overrides: bytes of a frame before
+    /// processing.
+    using DevicePayloadSize = std::function<size_t()>;
+
     /// Opens the first stream of the lower device.
+    /// @param payloadSize asked when the lower stream defines no payload size
     /// @throws std::runtime_error "Failed to get number of data streams" for a device without one
     static std::unique_ptr<ProxyDataStream> Open(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy,
-                                                 DEV_HANDLE lowerDevice,
-                                                 std::shared_ptr<RemotePort> remotePort);
+                                                 DEV_HANDLE lowerDevice, DevicePayloadSize payloadSize);
 
     ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
-                    std::shared_ptr<RemotePort> remotePort);
+                    DevicePayloadSize payloadSize);
     ~ProxyDataStream() override;
 
     ModuleType GetModuleType() const override { return ModuleType::DataStream; }
@@ -50,7 +55,7 @@ private:
     bool DefinesPayloadSize();
 
     std::unique_ptr<nodemap::NodeMapParser> m_lowerNodeMap;
-    std::shared_ptr<RemotePort> m_remotePort;
+    DevicePayloadSize m_devicePayloadSize;
     /// A kill may revoke while the thread ends by itself. Held over calls into the lower producer, which
     /// calls nothing of ours and so never waits for this mutex.
     utils::Mutex m_lowerBuffersMutex;
