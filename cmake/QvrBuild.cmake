@@ -35,7 +35,8 @@ endif()
 add_library(qvr_build_settings INTERFACE)
 target_include_directories(qvr_build_settings INTERFACE "${PROJECT_SOURCE_DIR}/include")
 target_compile_options(qvr_build_settings INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
 if(QVR_SANITIZE)
     target_compile_options(qvr_build_settings INTERFACE
         -fsanitize=${QVR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

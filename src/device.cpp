@@ -5,6 +5,7 @@
 #include "datastream/proxy_datastream.h"
 #include "instance_manager.h"
 #include "library.h"
+#include "nodemap/node_access.h"
 #include "processing/processor.h"
 #include "remoteport.h"
 #include "utils/checks.h"
@@ -62,7 +63,8 @@ Device::~Device()
     // One guard for all calls: when the library cleans up, the remote port is already gone. The first call
     // then fails, and the lower GCCloseLib closes the device.
     CloseQuietly(
-        [this]
+        // Without the lock: nobody else reaches a device that ends.
+        [this]() QVR_UNCHECKED
         {
             m_manager->remotePorts.Remove(m_remotePortHandle);
             Proxy()->DevClose(GetLowerHandle());
@@ -109,14 +111,16 @@ void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStrea
         throw GenTLException(fmt::format("Invalid stream id {} supplied", sDataStreamID),
                              GC_ERR_INVALID_PARAMETER);
     }
-    const std::lock_guard guard(m_dataStreamMutex);
+    const utils::MutexLock guard(m_dataStreamMutex);
     if (m_dataStream)
     {
         throw GenTLException(fmt::format("Datastream {} is already in use ", sDataStreamID),
                              GC_ERR_RESOURCE_IN_USE);
     }
     auto &library = Library::Instance();
-    auto proxyStream = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remotePort);
+    const auto payloadSize = [port = m_remotePort]
+    { return nodemap::ReadUnsigned(*port, port->FindNode("PayloadSize")); };
+    auto proxyStream = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), payloadSize);
     auto worker = std::make_unique<AcquisitionWorker>(std::move(proxyStream), m_processor);
     m_dataStream = std::make_shared<Datastream>(library, std::move(worker), m_ownHandle);
     m_dataStreamHandle = m_manager->datastreams.Add(m_dataStream);
@@ -132,7 +136,7 @@ void Device::ReleaseDataStream()
 {
     // Destroyed after the lock is released, if this is the last reference.
     std::shared_ptr<Datastream> released;
-    const std::lock_guard guard(m_dataStreamMutex);
+    const utils::MutexLock guard(m_dataStreamMutex);
     released.swap(m_dataStream);
     m_dataStreamHandle = nullptr;
 }

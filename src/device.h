@@ -2,9 +2,9 @@
 
 #include "port/proxy_module.h"
 #include "processing/i_processor.h"
+#include "utils/mutex.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 
 namespace GenTL::internal
@@ -51,13 +51,14 @@ private:
 
     InstanceManager *m_manager;
     std::shared_ptr<RemotePort> m_remotePort;
-    std::shared_ptr<Datastream> m_dataStream;
-    std::mutex
-        m_dataStreamMutex; ///< guards m_dataStream: of two concurrent DSClose calls exactly one releases it
+    /// Of two concurrent DSClose calls exactly one releases the stream. Held while the lower stream is
+    /// opened: the lower producer calls nothing of ours, so it never waits for this mutex.
+    utils::Mutex m_dataStreamMutex;
+    std::shared_ptr<Datastream> m_dataStream QVR_GUARDED_BY(m_dataStreamMutex);
     std::shared_ptr<IProcessor> m_processor;
     PORT_HANDLE m_lowerPortHandle = nullptr;
     PORT_HANDLE m_remotePortHandle = nullptr;
-    DS_HANDLE m_dataStreamHandle = nullptr;
+    DS_HANDLE m_dataStreamHandle QVR_GUARDED_BY(m_dataStreamMutex) = nullptr;
     IF_HANDLE m_parentHandle;
     DEV_HANDLE m_ownHandle = nullptr;
     std::string m_streamId = "Stream1";

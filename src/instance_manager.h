@@ -2,9 +2,9 @@
 
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
+#include "utils/mutex.h"
 
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 #include <string_view>
 #include <unordered_map>
@@ -25,6 +25,9 @@ class EventHandler;
 /// A handle is the address of the object. Any thread may use the registries at any time. A registry holds its
 /// lock while it destroys an object, and the object's destructor calls the registries of its children. So
 /// locks nest from parent to child only: an object must never call the registry that destroys it.
+/// Destructors also close lower handles under the lock. That cannot deadlock: the lower producer calls
+/// nothing of ours, and the acquisition thread, which a stream's destructor joins, takes only the registries
+/// below its own.
 class InstanceManager
 {
 public:
@@ -41,7 +44,7 @@ public:
             {
                 throw std::invalid_argument("Instance not valid (nullptr)");
             }
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             const H handle = instance.get();
             if (!m_instances.try_emplace(handle, instance).second)
             {
@@ -53,7 +56,7 @@ public:
         /// @throws GenTLException "Handle not found!", GC_ERR_INVALID_HANDLE
         void Remove(H handle)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             if (m_instances.erase(handle) == 0)
             {
                 throw GenTLException("Handle not found!", GC_ERR_INVALID_HANDLE);
@@ -63,21 +66,21 @@ public:
         /// The object, or null when there is none.
         std::shared_ptr<T> Find(H handle)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             const auto entry = m_instances.find(handle);
             return entry != m_instances.end() ? entry->second : nullptr;
         }
 
         bool Contains(H handle)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             return m_instances.contains(handle);
         }
 
         /// Releases all objects. A warning counts those that a consumer did not close.
         void ClearAndWarn(std::string_view label)
         {
-            const std::lock_guard guard(m_lock);
+            const utils::MutexLock guard(m_lock);
             if (!m_instances.empty())
             {
                 SPDLOG_WARN("Cleanup: {} instances of {} were still registered!", m_instances.size(), label);
@@ -86,8 +89,8 @@ public:
         }
 
     private:
-        std::unordered_map<H, std::shared_ptr<T>> m_instances;
-        std::mutex m_lock;
+        utils::Mutex m_lock;
+        std::unordered_map<H, std::shared_ptr<T>> m_instances QVR_GUARDED_BY(m_lock);
     };
 
     InstanceManager() = default;

@@ -345,13 +345,13 @@ GC_ERROR Library::GetLastErrorCode() const
 
 std::string Library::GetTLType() const
 {
-    const std::lock_guard guard(m_tlTypeMutex);
+    const utils::MutexLock guard(m_tlTypeMutex);
     return m_tlType;
 }
 
 void Library::SetTLType(std::string type)
 {
-    const std::lock_guard guard(m_tlTypeMutex);
+    const utils::MutexLock guard(m_tlTypeMutex);
     m_tlType = std::move(type);
 }
 

@@ -3,9 +3,9 @@
 #include "instance_manager.h"
 #include "port/i_gentl_proxy.h"
 #include "port/i_library.h"
+#include "utils/mutex.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -66,8 +66,8 @@ private:
     std::shared_ptr<spdlog::logger> m_logger;
     std::shared_ptr<spdlog::logger> m_previousDefaultLogger;
     std::shared_ptr<IGenTLProxy> m_proxy;
-    mutable std::mutex m_tlTypeMutex; ///< systems are opened by several threads
-    std::string m_tlType;
+    mutable utils::Mutex m_tlTypeMutex; ///< systems are opened by several threads
+    std::string m_tlType QVR_GUARDED_BY(m_tlTypeMutex);
 };
 
 } // namespace GenTL::internal

@@ -1,13 +1,11 @@
 #include "datastream/acquisition_worker.h"
 
-#include "datastream/buffer.h"
-#include "datastream/lower_frame.h"
+#include "datastream/frame_transfer.h"
 #include "utils/at_end.h"
 #include "utils/checks.h"
 #include "utils/log.h"
 
 #include <chrono>
-#include <span>
 #include <utility>
 
 namespace GenTL::internal
@@ -19,10 +17,7 @@ namespace
 constexpr uint64_t waitForBufferMs = 10000;
 constexpr std::chrono::milliseconds callbackPause{50};
 
-/// What every record of the acquisition thread names.
-constexpr auto threadFunction = "AcquisitionWorker::RunAcquisition";
-
-/// Runs an action of the acquisition thread, out of which nothing may come.
+/// Runs an action of the acquisition thread, logging whatever it throws.
 template <typename Action>
 void RunLogged(Action action)
 {
@@ -32,11 +27,11 @@ void RunLogged(Action action)
     }
     catch (const std::exception &exception)
     {
-        QVR_LOG_ERROR_FOR(threadFunction, std::string_view(exception.what()));
+        QVR_LOG_ERROR_FOR(acquisitionThreadFunction, std::string_view(exception.what()));
     }
     catch (...)
     {
-        QVR_LOG_CRITICAL_FOR(threadFunction, "Unknown exception thrown in acquisition thread");
+        QVR_LOG_CRITICAL_FOR(acquisitionThreadFunction, "Unknown exception thrown in acquisition thread");
     }
 }
 
@@ -50,7 +45,7 @@ AcquisitionWorker::AcquisitionWorker(std::unique_ptr<IProxyDataStream> proxyStre
 
 AcquisitionWorker::~AcquisitionWorker()
 {
-    if (m_running)
+    if (IsRunning())
     {
         CloseQuietly([this] { StopAcquisition(); });
     }
@@ -65,7 +60,7 @@ void AcquisitionWorker::StartAcquisition(uint64_t iNumToAcquire)
         throw GenTLException("No callbacks registered to acquire / push buffers!", GC_ERR_ERROR);
     }
     utils::CheckNotZero("iNumToAcquire", iNumToAcquire);
-    if (m_running)
+    if (IsRunning())
     {
         throw GenTLException("Acquisition is already started!", GC_ERR_ERROR);
     }
@@ -74,15 +69,15 @@ void AcquisitionWorker::StartAcquisition(uint64_t iNumToAcquire)
     // The lower stream has no limit: frames that find no consumer buffer do not count here.
     m_proxyStream->StartAcquisition(GENTL_INFINITE);
     JoinThread();
-    m_running = true;
+    Take(AcquisitionStep::Start);
     m_numToAcquire = iNumToAcquire;
     m_thread = std::jthread([this] { RunAcquisition(); });
 }
 
 void AcquisitionWorker::StopAcquisition()
 {
-    // In one step: of two stops at a time only one may join the thread.
-    if (!m_running.exchange(false))
+    // Of two concurrent stops only one takes the step, and may join the thread.
+    if (!Take(AcquisitionStep::Stop))
     {
         throw GenTLException("Acquisition is already stopped!", GC_ERR_ERROR);
     }
@@ -95,8 +90,7 @@ void AcquisitionWorker::StopAcquisition()
 // For the end of the stream: goes on after failures.
 void AcquisitionWorker::KillAcquisition()
 {
-    m_running = false;
-    m_killed = true;
+    Take(AcquisitionStep::Kill);
     try
     {
         m_proxyStream->StopAcquisition();
@@ -108,7 +102,7 @@ void AcquisitionWorker::KillAcquisition()
     try
     {
         // The memory of a frame in process goes with its buffer.
-        const std::lock_guard frame(m_frameMutex);
+        const utils::MutexLock frame(m_frameMutex);
         m_proxyStream->RevokeBuffers();
     }
     catch (const std::exception &exception)
@@ -117,6 +111,26 @@ void AcquisitionWorker::KillAcquisition()
     }
     JoinThread();
     m_processor->AcquisitionStopped();
+}
+
+bool AcquisitionWorker::IsRunning() const
+{
+    return internal::IsRunning(m_state);
+}
+
+/// The one place where the state changes. False when the graph has no such step from the present state, which
+/// then stays.
+bool AcquisitionWorker::Take(AcquisitionStep step)
+{
+    auto state = m_state.load();
+    for (;;)
+    {
+        const auto next = StateAfter(state, step);
+        if (!next || m_state.compare_exchange_weak(state, *next))
+        {
+            return next.has_value();
+        }
+    }
 }
 
 void AcquisitionWorker::JoinThread()
@@ -150,33 +164,38 @@ std::optional<uint64_t> AcquisitionWorker::GetDroppedFrameCount()
 
 void AcquisitionWorker::RunAcquisition()
 {
-    Progress progress{.remaining = m_numToAcquire};
-    while (m_running && progress.remaining != 0)
+    FrameTransfer transfer(*m_processor, m_bufferSource, m_bufferSink, m_numToAcquire);
+    while (IsRunning() && !transfer.IsComplete())
     {
         if (!WaitForCallbacks())
         {
             break;
         }
         bool goesOn = true;
-        RunLogged([&] { goesOn = RunPass(progress); });
+        RunLogged([&] { goesOn = RunPass(transfer); });
         if (!goesOn)
         {
             return;
         }
     }
-    if (progress.remaining == 0)
+    if (transfer.IsComplete())
     {
         FinishLimitedAcquisition();
     }
-    CallFinished();
+    Take(AcquisitionStep::End);
+    if (m_finished)
+    {
+        m_finished();
+    }
 }
 
+// Start refuses to run without callbacks; this waits for a stop when they are taken away later.
 bool AcquisitionWorker::WaitForCallbacks()
 {
     while (!m_bufferSource || !m_bufferSink)
     {
         std::this_thread::sleep_for(callbackPause);
-        if (!m_running)
+        if (!IsRunning())
         {
             return false;
         }
@@ -184,93 +203,33 @@ bool AcquisitionWorker::WaitForCallbacks()
     return true;
 }
 
-/// One lower buffer. False when the stream was killed meanwhile: nothing may be touched any more then.
-bool AcquisitionWorker::RunPass(Progress &progress)
+/// One lower buffer. False after a kill: from then on the thread must touch nothing.
+bool AcquisitionWorker::RunPass(FrameTransfer &transfer)
 {
     const auto lower = m_proxyStream->WaitForBuffer(waitForBufferMs);
-    const std::lock_guard frame(m_frameMutex);
-    if (m_killed)
+    const utils::MutexLock frame(m_frameMutex);
+    if (IsKilled(m_state))
     {
         return false;
     }
     const utils::AtEnd requeue([&] { Requeue(lower); });
-    if (m_running)
+    if (IsRunning())
     {
-        TransferFrame(lower, progress);
+        transfer.Transfer(lower);
     }
     return true;
 }
 
-void AcquisitionWorker::TransferFrame(const ProxyBuffer &lower, Progress &progress)
-{
-    const auto buffer = m_bufferSource();
-    if (!buffer)
-    {
-        QVR_LOG_ERROR_FOR(threadFunction, "No buffer available");
-        return;
-    }
-    const utils::AtEnd push([&] { Push(buffer); });
-    if (buffer->GetSize() < lower.Size())
-    {
-        buffer->SetResult(false, 0, false);
-        QVR_LOG_ERROR_FOR(threadFunction, "Acquired buffer size ({}) is larger than expected ({})",
-                          lower.Size(), buffer->GetSize());
-        return;
-    }
-    FillBuffer(lower, *buffer, progress);
-}
-
-void AcquisitionWorker::FillBuffer(const ProxyBuffer &lower, Buffer &buffer, Progress &progress)
-{
-    const auto frame = ReadLowerFrame(lower, progress.nextFrameId);
-    if (frame.isIncomplete)
-    {
-        buffer.SetResult(false, 0, true);
-    }
-    else
-    {
-        auto result = m_processor->Process(
-            frame.input, std::span(static_cast<uint8_t *>(buffer.GetBase()), buffer.GetSize()));
-        buffer.SetMetadata(result.attributes);
-        buffer.SetParts(std::move(result.parts));
-        // A frame without chunks leaves those of an earlier one: consumers know it so.
-        if (result.chunks)
-        {
-            buffer.SetChunks(result.chunks->entries, result.chunks->payloadSize, result.chunks->layoutId);
-        }
-        buffer.SetResult(true, result.bytesWritten, true);
-    }
-    if (progress.remaining != GENTL_INFINITE)
-    {
-        --progress.remaining;
-    }
-}
-
-// The processor is not told, and the thread stays joinable: both wait for the next start.
+// Leaves the processor frozen and the thread joinable until the next start, or the end of the worker.
 void AcquisitionWorker::FinishLimitedAcquisition()
 {
-    m_running = false;
+    Take(AcquisitionStep::LastFrame);
     RunLogged(
         [this]
         {
             m_proxyStream->StopAcquisition();
             m_proxyStream->RevokeBuffers();
         });
-}
-
-void AcquisitionWorker::CallFinished()
-{
-    if (m_finished)
-    {
-        m_finished();
-    }
-}
-
-// A buffer that the sink refuses is one that a consumer pulled away while it was being filled. There is no
-// state left to go on from, so this ends the process rather than hand out a frame that is being overwritten.
-void AcquisitionWorker::Push(const std::shared_ptr<Buffer> &buffer) noexcept
-{
-    m_bufferSink(buffer);
 }
 
 void AcquisitionWorker::Requeue(const ProxyBuffer &lower) noexcept
@@ -281,7 +240,7 @@ void AcquisitionWorker::Requeue(const ProxyBuffer &lower) noexcept
     }
     catch (const std::exception &exception)
     {
-        QVR_LOG_ERROR_FOR(threadFunction, std::string_view(exception.what()));
+        QVR_LOG_ERROR_FOR(acquisitionThreadFunction, std::string_view(exception.what()));
     }
 }
 

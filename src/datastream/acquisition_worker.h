@@ -1,67 +1,73 @@
 #pragma once
 
+#include "datastream/acquisition_state.h"
 #include "datastream/i_acquisition_worker.h"
 #include "datastream/i_proxy_datastream.h"
 #include "processing/i_processor.h"
+#include "utils/mutex.h"
 
 #include <atomic>
 #include <memory>
-#include <mutex>
 #include <thread>
 
 namespace GenTL::internal
 {
 
+class FrameTransfer;
+
 /// Owner of the one thread of a stream's data path: it pairs each filled lower buffer with a free consumer
 /// buffer, has the processor write the frame there, and hands the consumer buffer on.
 ///
-/// Owned by its Datastream. Idle, then acquiring from StartAcquisition until StopAcquisition, KillAcquisition
-/// or the last frame asked for, which the thread notices itself; after a kill it is not started again.
-/// Stops may come from several consumer threads at a time: the first one counts. A start or a kill must not
-/// run beside another of these calls. Nothing leaves the thread: a frame that fails is logged, and the
-/// consumer sees it in the buffer's flags and in the counters.
+/// Owned by its Datastream. AcquisitionState has the states and their graph; these calls are legal:
+///
+///     state              start        stop         kill     end of the object
+///     Idle               yes          refused      yes      yes
+///     Running            refused      yes          yes      yes, stops first
+///     Stopping           no           refused      no       no
+///     Finishing          yes, joins   refused      yes      yes, joins
+///     Killed             no           refused      yes      yes
+///     StartedAfterKill   refused      yes          yes      yes, stops first
+///
+/// Stops may come from several consumer threads at once: the first one counts. A start or a kill must not run
+/// beside another of these calls, which is the "no" in Stopping. A start after a kill delivers nothing.
+///
+/// The thread throws nothing: it logs a frame that fails, and the consumer sees the failure in the buffer's
+/// flags and in the counters.
 class AcquisitionWorker final : public IAcquisitionWorker
 {
 public:
     AcquisitionWorker(std::unique_ptr<IProxyDataStream> proxyStream, std::shared_ptr<IProcessor> processor);
     ~AcquisitionWorker() override;
 
-    /// @throws GenTLException GC_ERR_ERROR without callbacks or while running; whatever the lower stream
-    /// fails with, and then it is not running
+    /// @throws GenTLException GC_ERR_ERROR without callbacks or while running; the failure of the lower
+    /// stream, after which nothing runs
     void StartAcquisition(uint64_t iNumToAcquire) override;
-    /// @throws GenTLException "Acquisition is already stopped!"
+    /// @throws GenTLException "Acquisition is already stopped!"; the failure of the lower stop, after which
+    /// the thread goes on until its wait ends
     void StopAcquisition() override;
     void KillAcquisition() override;
-    bool IsRunning() const override { return m_running; }
+    bool IsRunning() const override;
     void SetBufferCallbacks(BufferSource source, BufferSink sink) override;
     void SetFinishedCallback(std::function<void()> finished) override;
     uint64_t GetPayloadSize() override;
     std::optional<uint64_t> GetDroppedFrameCount() override;
 
 private:
-    struct Progress
-    {
-        uint64_t remaining; ///< GENTL_INFINITE: no limit
-        uint64_t nextFrameId = 1;
-    };
-
+    bool Take(AcquisitionStep step);
     void RunAcquisition();
     bool WaitForCallbacks();
-    bool RunPass(Progress &progress);
-    void TransferFrame(const ProxyBuffer &lower, Progress &progress);
-    void FillBuffer(const ProxyBuffer &lower, Buffer &buffer, Progress &progress);
+    bool RunPass(FrameTransfer &transfer);
     void FinishLimitedAcquisition();
-    void CallFinished();
-    void Push(const std::shared_ptr<Buffer> &buffer) noexcept;
     void Requeue(const ProxyBuffer &lower) noexcept;
     void JoinThread();
 
     std::unique_ptr<IProxyDataStream> m_proxyStream;
     std::shared_ptr<IProcessor> m_processor;
     std::jthread m_thread;
-    std::mutex m_frameMutex; ///< a frame in process, whose memory a kill would take away
-    std::atomic<bool> m_running = false;
-    std::atomic<bool> m_killed = false; ///< never cleared
+    /// A frame in process, whose memory a kill would take away. Held over calls into the lower producer and
+    /// the vision library. Neither calls anything of ours, so neither waits for this mutex.
+    utils::Mutex m_frameMutex;
+    std::atomic<AcquisitionState> m_state = AcquisitionState::Idle;
     uint64_t m_numToAcquire = 0;
     BufferSource m_bufferSource;
     BufferSink m_bufferSink;

@@ -1,12 +1,11 @@
 #pragma once
 
-#include "port/i_port.h"
-#include "processing/frame.h"
-#include "utils/info.h"
+#include "datastream/buffer_info.h"
+#include "datastream/port_without_registers.h"
+#include "utils/mutex.h"
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 namespace GenTL::internal
@@ -36,12 +35,11 @@ enum class BufferState : int32_t
 /// answers to all buffer queries. It never talks to the lower producer.
 ///
 /// Made by the stream when it is announced; the stream and the Buffer registry own it until it is revoked.
-/// As a port it has neither description nor registers.
 ///
-/// State and flags are atomic. The description of the frame is written by the acquisition thread while the
-/// buffer is in Filling, and a consumer reads it after EventGetData. One that asks earlier reads whatever is
-/// there; for its sake alone the description has a lock, under which nothing else is called.
-class Buffer final : public IPort
+/// State and flags are atomic. The acquisition thread writes the description of the frame while the buffer is
+/// in Filling, and a consumer reads it after EventGetData. A consumer that asks earlier reads whatever is
+/// there; for its sake the description has a lock.
+class Buffer final : public PortWithoutRegisters
 {
 public:
     /// Over memory of the consumer, which must outlive the buffer.
@@ -64,11 +62,11 @@ public:
     void SetParts(std::vector<BufferPartInfo> &&parts);
     void SetChunks(const std::vector<ChunkEntry> &chunks, size_t chunkPayloadSize, uint64_t chunkLayoutId);
 
-    /// @throws GenTLException GC_ERR_NOT_AVAILABLE for what the last frame does not tell, before the
-    /// arguments are looked at; GC_ERR_NOT_IMPLEMENTED for an unknown command
+    /// @throws GenTLException GC_ERR_NOT_IMPLEMENTED for an unknown command, GC_ERR_NOT_AVAILABLE for a value
+    /// that the last frame lacks, both before null arguments are reported
     void DSGetBufferInfo(BUFFER_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
                          size_t *piSize) const;
-    /// @throws GenTLException GC_ERR_NO_DATA, before the arguments are looked at
+    /// @throws GenTLException GC_ERR_NO_DATA without chunks, before null arguments are reported
     void DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const;
     /// 0 for a frame that is a single image.
     uint32_t DSGetNumBufferParts() const;
@@ -79,21 +77,8 @@ public:
     void DSGetBufferPartInfoStacked(DS_BUFFER_PART_INFO_STACKED *pInfoStacked, size_t iNumInfos) const;
 
     ModuleType GetModuleType() const override { return ModuleType::Buffer; }
-    void GetPortURL(char *sURL, size_t *piSize) override;
-    void GetPortInfo(PORT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) override;
-    void GetNumPortURLs(uint32_t *piNumURLs) override;
-    void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
-                        size_t *piSize) override;
-    void ReadPortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
-    void WritePortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
-    void ReadRegisters(uint64_t iAddress, void *pBuffer, size_t *piSize) override;
-    void WriteRegisters(uint64_t iAddress, const void *pBuffer, size_t *piSize) override;
 
 private:
-    void AnswerAlways(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const;
-    void AnswerFrameInfo(BUFFER_INFO_CMD iInfoCmd, const utils::InfoQuery &query) const;
-    bool HasChunks() const;
-
     ILibrary *m_library;
     void *m_base;
     size_t m_size;
@@ -103,13 +88,8 @@ private:
     std::atomic<bool> m_newData = false;
     std::atomic<BufferState> m_state = BufferState::Announced;
 
-    mutable std::mutex m_descriptionMutex; ///< guards all that follows
-    size_t m_sizeFilled = 0;
-    BufferMetadata m_metadata;
-    std::vector<BufferPartInfo> m_parts; ///< empty for a single image
-    uint64_t m_chunkLayoutId = 0;
-    size_t m_chunkPayloadSize = 0;
-    std::vector<ChunkEntry> m_chunks;
+    mutable utils::Mutex m_descriptionMutex;
+    FrameDescription m_frame QVR_GUARDED_BY(m_descriptionMutex);
 };
 
 } // namespace GenTL::internal

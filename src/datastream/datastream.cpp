@@ -2,7 +2,6 @@
 
 #include "datastream/buffer.h"
 #include "datastream/datastream_features.h"
-#include "events/event_handler.h"
 #include "instance_manager.h"
 #include "nodemap/descriptions.h"
 #include "port/i_library.h"
@@ -24,6 +23,36 @@ namespace
 constexpr std::string_view streamId = "Stream1";
 constexpr size_t minimumBuffers = 2;
 
+template <typename Action>
+void ForEachIn(BufferState state, const AnnouncedBuffers::Buffers &buffers, Action action)
+{
+    for (const auto &buffer : buffers)
+    {
+        if (buffer->GetState() == state)
+        {
+            action(buffer);
+        }
+    }
+}
+
+void MoveBuffers(const AnnouncedBuffers::Buffers &buffers, BufferState from, BufferState to)
+{
+    ForEachIn(from, buffers, [to](const auto &buffer) { buffer->SetState(to); });
+}
+
+[[noreturn]] void ThrowNotImplemented(STREAM_INFO_CMD command)
+{
+    switch (command)
+    {
+    case STREAM_INFO_FLOW_TABLE:
+        throw GenTLException("Flow table is not implemented.", GC_ERR_NOT_IMPLEMENTED);
+    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR:
+        throw GenTLException("GenDC is not implemented.", GC_ERR_NOT_IMPLEMENTED);
+    default:
+        throw GenTLException(fmt::format("Command {} is not implemented", command), GC_ERR_NOT_IMPLEMENTED);
+    }
+}
+
 } // namespace
 
 Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> worker, DEV_HANDLE parentHandle)
@@ -31,14 +60,14 @@ Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> wo
       m_nodeMap(std::make_shared<nodemap::NodeMap>("StreamPort", library.GetTLType(), ModuleType::DataStream,
                                                    nodemap::DataStreamDescription(), this,
                                                    DatastreamFeatures())),
-      m_parentHandle(parentHandle), m_worker(std::move(worker))
+      m_parentHandle(parentHandle), m_buffers(library), m_output(library), m_worker(std::move(worker))
 {
     m_worker->SetBufferCallbacks([this] { return PopFreeInputBuffer(); },
                                  [this](const std::shared_ptr<Buffer> &buffer) { PushBuffer(buffer); });
-    m_worker->SetFinishedCallback([this] { SetGrabbing(false); });
+    m_worker->SetFinishedCallback([this] { m_isGrabbing = false; });
     auto &registers = m_nodeMap->GetRegisterMap();
     registers.WriteInternal(datastream_registers::streamId, streamId.data(), streamId.size());
-    // Decided once: a consumer's node map does not expect a feature to come or go.
+    // Fixed at construction: consumers keep what pIsImplemented gave them.
     const uint8_t hasDroppedFrameCount = m_worker->GetDroppedFrameCount().has_value() ? 1 : 0;
     registers.WriteInternal(datastream_registers::streamDroppedFrameCountImplemented, &hasDroppedFrameCount,
                             sizeof hasDroppedFrameCount);
@@ -47,90 +76,43 @@ Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> wo
 Datastream::~Datastream()
 {
     // A failure leaves the rest to the clean-up of the registries.
-    CloseQuietly([this] { ReleaseBuffersAndEvent(); });
-}
-
-void Datastream::ReleaseBuffersAndEvent()
-{
-    if (IsGrabbing())
-    {
-        m_worker->KillAcquisition();
-        SetGrabbing(false);
-    }
-    for (const auto &buffer : CopyOfBuffers())
-    {
-        if (auto *const handle = HandleOf(*buffer))
+    CloseQuietly(
+        [this]
         {
-            DSRevokeBuffer(handle, nullptr, nullptr);
-        }
-    }
-    if (const auto event = Event())
-    {
-        m_library.GetInstanceManager().events.Remove(event.get());
-    }
-}
-
-bool Datastream::IsGrabbing() const
-{
-    return std::atomic_ref(m_isGrabbing).load(std::memory_order_relaxed);
-}
-
-void Datastream::SetGrabbing(bool isGrabbing)
-{
-    std::atomic_ref(m_isGrabbing).store(isGrabbing, std::memory_order_relaxed);
-}
-
-std::shared_ptr<EventHandler> Datastream::Event()
-{
-    const std::lock_guard guard(m_eventMutex);
-    return m_newBufferEvent;
-}
-
-BUFFER_HANDLE Datastream::HandleOf(const Buffer &buffer)
-{
-    auto *const handle = const_cast<Buffer *>(&buffer);
-    return m_library.GetInstanceManager().buffers.Contains(handle) ? handle : nullptr;
-}
-
-Datastream::Buffers Datastream::CopyOfBuffers()
-{
-    const std::lock_guard guard(m_mutex);
-    return m_buffers;
-}
-
-void Datastream::Announce(const std::shared_ptr<Buffer> &buffer, BUFFER_HANDLE *phBuffer)
-{
-    m_buffers.push_back(buffer);
-    ++m_numAnnounced;
-    *phBuffer = m_library.GetInstanceManager().buffers.Add(buffer);
+            if (m_isGrabbing)
+            {
+                m_worker->KillAcquisition();
+                m_isGrabbing = false;
+            }
+            for (const auto &buffer : m_buffers.Copy())
+            {
+                if (auto *const handle = HandleOf(m_library, *buffer))
+                {
+                    DSRevokeBuffer(handle, nullptr, nullptr);
+                }
+            }
+            m_output.RemoveEvent();
+        });
 }
 
 void Datastream::DSAllocAndAnnounceBuffer(size_t iBufferSize, void *pPrivate, BUFFER_HANDLE *phBuffer)
 {
     utils::CheckNotNull("phBuffer", phBuffer);
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    const std::lock_guard guard(m_mutex);
-    Announce(std::make_shared<Buffer>(m_library, iBufferSize, pPrivate), phBuffer);
+    *phBuffer = m_buffers.Add(std::make_shared<Buffer>(m_library, iBufferSize, pPrivate));
 }
 
 void Datastream::DSAnnounceBuffer(void *pBuffer, size_t iBufferSize, void *pPrivate, BUFFER_HANDLE *phBuffer)
 {
     utils::CheckNotNull({{"phBuffer", phBuffer}, {"pBuffer", pBuffer}});
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    const std::lock_guard guard(m_mutex);
-    if (std::ranges::any_of(m_buffers, [&](const auto &known) { return known->GetBase() == pBuffer; }))
-    {
-        throw GenTLException("Buffer is already in use!", GC_ERR_RESOURCE_IN_USE);
-    }
-    Announce(std::make_shared<Buffer>(m_library, pBuffer, iBufferSize, pPrivate), phBuffer);
+    *phBuffer = m_buffers.Add(std::make_shared<Buffer>(m_library, pBuffer, iBufferSize, pPrivate));
 }
 
 void Datastream::DSGetBufferID(uint32_t iIndex, BUFFER_HANDLE *phBuffer)
 {
     utils::CheckNotNull("phBuffer", phBuffer);
-    const std::lock_guard guard(m_mutex);
-    utils::CheckIndex(iIndex, m_buffers.size());
-    *phBuffer = HandleOf(*m_buffers[iIndex]);
+    *phBuffer = m_buffers.HandleAt(iIndex);
 }
 
 void Datastream::QueueBuffer(BUFFER_HANDLE hBuffer)
@@ -151,151 +133,90 @@ void Datastream::QueueBuffer(BUFFER_HANDLE hBuffer)
 
 void Datastream::DSRevokeBuffer(BUFFER_HANDLE hBuffer, void **ppBuffer, void **ppPrivate)
 {
-    const std::lock_guard guard(m_mutex);
-    const auto entry =
-        std::ranges::find_if(m_buffers, [&](const auto &buffer)
-                             { return buffer.get() == hBuffer && HandleOf(*buffer) != nullptr; });
-    if (entry == m_buffers.end())
-    {
-        throw GenTLException("Buffer not found", GC_ERR_INVALID_HANDLE);
-    }
-    const auto &buffer = **entry;
-    if (buffer.GetState() != BufferState::Announced)
-    {
-        throw GenTLException("Buffer is currently queued and cannot be revoked.", GC_ERR_BUSY);
-    }
-    if (IsGrabbing() && m_buffers.size() == minimumBuffers)
-    {
-        throw GenTLException(fmt::format("The minimum number of buffers is {}. No more buffers can be "
-                                         "revoked during acquisition.",
-                                         minimumBuffers),
-                             GC_ERR_INVALID_BUFFER);
-    }
+    const auto buffer = m_buffers.Remove(hBuffer, m_isGrabbing ? minimumBuffers : 0);
     if (ppBuffer != nullptr)
     {
-        *ppBuffer = buffer.OwnsMemory() ? nullptr : buffer.GetBase();
+        *ppBuffer = buffer->OwnsMemory() ? nullptr : buffer->GetBase();
     }
     if (ppPrivate != nullptr)
     {
-        *ppPrivate = buffer.GetUserPointer();
-    }
-    m_buffers.erase(entry);
-    --m_numAnnounced;
-    m_library.GetInstanceManager().buffers.Remove(hBuffer);
-}
-
-void Datastream::MoveBuffers(BufferState from, BufferState to)
-{
-    for (const auto &buffer : m_buffers)
-    {
-        if (buffer->GetState() == from)
-        {
-            buffer->SetState(to);
-        }
-    }
-}
-
-void Datastream::FlushEvent()
-{
-    if (const auto event = Event())
-    {
-        event->Flush();
+        *ppPrivate = buffer->GetUserPointer();
     }
 }
 
 void Datastream::DSFlushQueue(ACQ_QUEUE_TYPE iOperation)
 {
-    const std::lock_guard guard(m_mutex);
-    switch (iOperation)
-    {
-    case ACQ_QUEUE_INPUT_TO_OUTPUT:
-        for (const auto &buffer : m_buffers)
+    using enum BufferState;
+    m_buffers.Visit(
+        [&](const AnnouncedBuffers::Buffers &buffers)
         {
-            if (buffer->GetState() == BufferState::Input)
+            switch (iOperation)
             {
-                PushBuffer(buffer);
+            case ACQ_QUEUE_INPUT_TO_OUTPUT:
+                return ForEachIn(Input, buffers, [this](const auto &buffer) { PushBuffer(buffer); });
+            case ACQ_QUEUE_OUTPUT_DISCARD:
+                MoveBuffers(buffers, Output, Announced);
+                return m_output.Flush();
+            case ACQ_QUEUE_ALL_TO_INPUT:
+                std::ranges::for_each(buffers, [](const auto &buffer) { buffer->SetState(Input); });
+                // Moves the buffers of the event's queue on to Announced: consumers rely on getting them
+                // back.
+                return m_output.Flush();
+            case ACQ_QUEUE_UNQUEUED_TO_INPUT:
+                return MoveBuffers(buffers, Announced, Input);
+            case ACQ_QUEUE_ALL_DISCARD:
+                MoveBuffers(buffers, Output, Announced);
+                m_output.Flush();
+                MoveBuffers(buffers, Input, Announced);
+                return MoveBuffers(buffers, Filling, Announced);
+            default:
+                throw GenTLException(fmt::format("Flush mode {} not implemented", iOperation),
+                                     GC_ERR_NOT_IMPLEMENTED);
             }
-        }
-        return;
-    case ACQ_QUEUE_OUTPUT_DISCARD:
-        MoveBuffers(BufferState::Output, BufferState::Announced);
-        return FlushEvent();
-    case ACQ_QUEUE_ALL_TO_INPUT:
-        for (const auto &buffer : m_buffers)
-        {
-            buffer->SetState(BufferState::Input);
-        }
-        // What waited in the event's queue goes on to Announced, as consumers of this producer know it.
-        return FlushEvent();
-    case ACQ_QUEUE_UNQUEUED_TO_INPUT:
-        return MoveBuffers(BufferState::Announced, BufferState::Input);
-    case ACQ_QUEUE_ALL_DISCARD:
-        MoveBuffers(BufferState::Output, BufferState::Announced);
-        FlushEvent();
-        MoveBuffers(BufferState::Input, BufferState::Announced);
-        return MoveBuffers(BufferState::Filling, BufferState::Announced);
-    default:
-        throw GenTLException(fmt::format("Flush mode {} not implemented", iOperation),
-                             GC_ERR_NOT_IMPLEMENTED);
-    }
-}
-
-size_t Datastream::CountBuffers(BufferState first, BufferState second)
-{
-    return static_cast<size_t>(std::ranges::count_if(CopyOfBuffers(),
-                                                     [&](const auto &buffer)
-                                                     {
-                                                         const auto state = buffer->GetState();
-                                                         return state == first || state == second;
-                                                     }));
-}
-
-uint64_t Datastream::DeliveredCount()
-{
-    const auto event = Event();
-    return event ? event->GetDeliveredCount() : 0;
+        });
 }
 
 void Datastream::DSGetInfo(STREAM_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
     utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
-    const utils::InfoQuery query{piType, pBuffer, piSize};
-    switch (iInfoCmd)
+    utils::WriteInfo(Answer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+utils::Info Datastream::Answer(STREAM_INFO_CMD command)
+{
+    using utils::Info;
+    switch (command)
     {
     case STREAM_INFO_ID:
-        return utils::WriteStringInfo(streamId, query);
+        return Info::Text(streamId);
     case STREAM_INFO_NUM_DELIVERED:
-        return query.AnswerUint64(DeliveredCount());
+        return Info::Uint64(m_output.DeliveredCount());
     case STREAM_INFO_NUM_UNDERRUN:
-        return query.AnswerUint64(m_numLost);
+        return Info::Uint64(m_numLost);
     case STREAM_INFO_NUM_ANNOUNCED:
-        return query.AnswerSize(m_numAnnounced);
+        return Info::Size(m_buffers.Size());
     case STREAM_INFO_NUM_QUEUED:
-        return query.AnswerSize(CountBuffers(BufferState::Input, BufferState::Filling));
+        return Info::Size(m_buffers.CountIn({BufferState::Input, BufferState::Filling}));
     case STREAM_INFO_NUM_AWAIT_DELIVERY:
-        return query.AnswerSize(CountBuffers(BufferState::Output, BufferState::Output));
+        return Info::Size(m_buffers.CountIn({BufferState::Output}));
     case STREAM_INFO_NUM_STARTED:
-        return query.AnswerUint64(m_numStarted);
+        return Info::Uint64(m_numStarted);
     case STREAM_INFO_PAYLOAD_SIZE:
-        return query.AnswerSize(m_worker->GetPayloadSize());
+        return Info::Size(m_worker->GetPayloadSize());
     case STREAM_INFO_IS_GRABBING:
-        return query.AnswerBool(IsGrabbing());
+        return Info::Bool(m_isGrabbing);
     case STREAM_INFO_DEFINES_PAYLOADSIZE:
-        return query.AnswerBool(true);
+        return Info::Bool(true);
     case STREAM_INFO_TLTYPE:
-        return utils::WriteStringInfo(m_library.GetTLType(), query);
+        return Info::Text(m_library.GetTLType());
     case STREAM_INFO_NUM_CHUNKS_MAX:
-        return query.AnswerSize(0);
+        return Info::Size(0);
     case STREAM_INFO_BUF_ANNOUNCE_MIN:
-        return query.AnswerSize(minimumBuffers);
+        return Info::Size(minimumBuffers);
     case STREAM_INFO_BUF_ALIGNMENT:
-        return query.AnswerSize(1);
-    case STREAM_INFO_FLOW_TABLE:
-        throw GenTLException("Flow table is not implemented.", GC_ERR_NOT_IMPLEMENTED);
-    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR:
-        throw GenTLException("GenDC is not implemented.", GC_ERR_NOT_IMPLEMENTED);
+        return Info::Size(1);
     default:
-        throw GenTLException(fmt::format("Command {} is not implemented", iInfoCmd), GC_ERR_NOT_IMPLEMENTED);
+        ThrowNotImplemented(command);
     }
 }
 
@@ -306,30 +227,27 @@ void Datastream::DSStartAcquisition(ACQ_START_FLAGS iStartFlags, uint64_t iNumTo
         throw GenTLException("Start flag not implemented!", GC_ERR_NOT_IMPLEMENTED);
     }
     utils::CheckNotZero("iNumToAcquire", iNumToAcquire);
-    if (m_numAnnounced < minimumBuffers)
+    if (m_buffers.Size() < minimumBuffers)
     {
         throw GenTLException("Not enough buffers announced!", GC_ERR_INVALID_BUFFER);
     }
-    if (IsGrabbing())
+    if (m_isGrabbing)
     {
         throw GenTLException("Acquisition is already running!", GC_ERR_RESOURCE_IN_USE);
     }
     m_numToAcquire = iNumToAcquire;
-    // Before the thread begins: its first frames would find the stream stopped and be lost.
-    SetGrabbing(true);
+    // Before the thread begins, whose first frames would find the stream stopped and be lost.
+    m_isGrabbing = true;
     try
     {
         m_worker->StartAcquisition(iNumToAcquire);
     }
     catch (...)
     {
-        SetGrabbing(false);
+        m_isGrabbing = false;
         throw;
     }
-    if (const auto event = Event())
-    {
-        event->ResetDeliveredCount();
-    }
+    m_output.ResetDeliveredCount();
     m_numPushed = 0;
     m_numIncomplete = 0;
 }
@@ -340,29 +258,26 @@ void Datastream::DSStopAcquisition(ACQ_STOP_FLAGS iStopFlags)
     {
         throw GenTLException("Stop flag not implemented!", GC_ERR_NOT_IMPLEMENTED);
     }
-    if (!IsGrabbing())
+    if (!m_isGrabbing)
     {
         throw GenTLException("Acquisition is not running!", GC_ERR_RESOURCE_IN_USE);
     }
     m_worker->StopAcquisition();
-    SetGrabbing(false);
-    const std::lock_guard guard(m_mutex);
-    for (const auto &buffer : m_buffers)
-    {
-        if (buffer->GetState() != BufferState::Filling)
+    m_isGrabbing = false;
+    m_buffers.Visit(
+        [&](const AnnouncedBuffers::Buffers &buffers)
         {
-            continue;
-        }
-        if (iStopFlags == ACQ_STOP_FLAGS_KILL)
-        {
-            buffer->SetResult(false, 0, true);
-            PushBuffer(buffer);
-        }
-        else
-        {
-            buffer->SetState(BufferState::Input);
-        }
-    }
+            if (iStopFlags != ACQ_STOP_FLAGS_KILL)
+            {
+                return MoveBuffers(buffers, BufferState::Filling, BufferState::Input);
+            }
+            ForEachIn(BufferState::Filling, buffers,
+                      [this](const auto &buffer)
+                      {
+                          buffer->SetResult(false, 0, true);
+                          PushBuffer(buffer);
+                      });
+        });
 }
 
 void Datastream::PushBuffer(const std::shared_ptr<Buffer> &buffer)
@@ -380,58 +295,20 @@ void Datastream::PushBuffer(const std::shared_ptr<Buffer> &buffer)
     {
         ++m_numIncomplete;
     }
-    if (const auto event = Event())
-    {
-        event->Push({.id = HandleOf(*buffer), .value = buffer->GetUserPointer()});
-    }
+    m_output.Push(*buffer);
 }
 
 std::shared_ptr<Buffer> Datastream::PopFreeInputBuffer()
 {
-    if (!IsGrabbing())
+    if (!m_isGrabbing)
     {
         constexpr auto text = "The acquisition is not started!";
         SPDLOG_ERROR(text);
         throw std::runtime_error(text);
     }
-    const std::lock_guard guard(m_mutex);
-    const auto entry = std::ranges::find(m_buffers, BufferState::Input,
-                                         [](const auto &buffer) { return buffer->GetState(); });
-    if (entry == m_buffers.end())
-    {
-        ++m_numLost;
-        return nullptr;
-    }
-    (*entry)->SetState(BufferState::Filling);
-    ++m_numStarted;
-    return *entry;
-}
-
-void Datastream::RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
-{
-    utils::CheckNotNull("phEvent", phEvent);
-    if (iEventID != EVENT_NEW_BUFFER)
-    {
-        throw GenTLException(fmt::format("Event type {} not implemented", iEventID), GC_ERR_NOT_IMPLEMENTED);
-    }
-    const std::lock_guard guard(m_eventMutex);
-    if (m_newBufferEvent)
-    {
-        throw GenTLException("Event is already registered", GC_ERR_RESOURCE_IN_USE);
-    }
-    m_newBufferEvent = std::make_shared<EventHandler>(m_library, iEventID);
-    *phEvent = m_library.GetInstanceManager().events.Add(m_newBufferEvent);
-}
-
-void Datastream::UnregisterEvent(EVENT_TYPE iEventID)
-{
-    if (iEventID != EVENT_NEW_BUFFER)
-    {
-        throw GenTLException(fmt::format("Event type {} not implemented", iEventID), GC_ERR_NOT_IMPLEMENTED);
-    }
-    // The handle stays in the registry: what is queued can still be read.
-    const std::lock_guard guard(m_eventMutex);
-    m_newBufferEvent.reset();
+    auto buffer = m_buffers.TakeFree();
+    ++(buffer ? m_numStarted : m_numLost);
+    return buffer;
 }
 
 uint64_t Datastream::GetDroppedFrameCount()

@@ -1,37 +1,37 @@
 #pragma once
 
+#include "datastream/announced_buffers.h"
 #include "datastream/i_acquisition_worker.h"
+#include "datastream/output_queue.h"
 #include "nodemap/node_map.h"
 #include "port/i_event_source.h"
+#include "utils/info.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <mutex>
-#include <vector>
 
 namespace GenTL::internal
 {
 
-class Buffer;
-class EventHandler;
-class ILibrary;
-enum class BufferState : int32_t;
-
-/// What a DS_HANDLE stands for: the consumer's buffers, the output queue, the counters and the stream's own
-/// node map. The lower stream is reached through the acquisition worker only.
+/// The object behind a DS_HANDLE: the consumer's buffers, the output queue, the counters and the stream's own
+/// node map. It reaches the lower stream only through the acquisition worker.
 ///
-/// Made by DevOpenDataStream; its device and the Datastream registry own it until DSClose. Stopped after
-/// construction; running from DSStartAcquisition until DSStopAcquisition, or until the worker has done the
-/// frames that were asked for; can be started again after either.
+/// Made by DevOpenDataStream; its device and the Datastream registry own it until DSClose. Its state is the
+/// worker's AcquisitionState, which is Idle after construction. A stream can be started again after a stop
+/// and after the last frame.
 ///
-/// The input pool is the list of announced buffers: the first one in state Input is taken, in the order of
-/// announcement. The output queue is that of the registered event; without one a pushed buffer stays in
-/// Output and no queue holds it.
+/// isGrabbing is the consumer's view of that state. It lasts longer than Running at both ends: it is set
+/// before the lower stream starts, so that the first frames find it, and cleared once the stop has returned
+/// or the thread has ended, so that the last frame finds it.
+///
+/// The input pool is the list of announced buffers: the first one in state Input is taken. The output queue
+/// is the queue of the registered event; without an event a pushed buffer stays in Output and no queue holds
+/// it.
 ///
 /// Consumer threads may call anything at any time, but start and stop must not run beside each other. The
-/// acquisition thread calls PopFreeInputBuffer and PushBuffer. Lock order: this object's mutex, the event's,
-/// a registry's.
+/// acquisition thread calls PopFreeInputBuffer and PushBuffer. Lock order: the list of buffers, the event, a
+/// registry.
 class Datastream final : public IEventSource
 {
 public:
@@ -66,42 +66,30 @@ public:
     /// @throws std::runtime_error while stopped
     std::shared_ptr<Buffer> PopFreeInputBuffer();
 
-    void RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent) override;
-    void UnregisterEvent(EVENT_TYPE iEventID) override;
+    void RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent) override
+    {
+        m_output.RegisterEvent(iEventID, phEvent);
+    }
+    void UnregisterEvent(EVENT_TYPE iEventID) override { m_output.UnregisterEvent(iEventID); }
     virtual uint64_t GetIncompleteFrameCount() const { return m_numIncomplete; }
     /// @throws GenTLException "StreamDroppedFrameCount is not implemented!", GC_ERR_ACCESS_DENIED
     uint64_t GetDroppedFrameCount();
 
 private:
-    using Buffers = std::vector<std::shared_ptr<Buffer>>;
-
-    void Announce(const std::shared_ptr<Buffer> &buffer, BUFFER_HANDLE *phBuffer);
-    BUFFER_HANDLE HandleOf(const Buffer &buffer);
-    Buffers CopyOfBuffers();
-    size_t CountBuffers(BufferState first, BufferState second);
-    void MoveBuffers(BufferState from, BufferState to);
-    void FlushEvent();
-    std::shared_ptr<EventHandler> Event();
-    uint64_t DeliveredCount();
-    bool IsGrabbing() const;
-    void SetGrabbing(bool isGrabbing);
-    void ReleaseBuffersAndEvent();
+    utils::Info Answer(STREAM_INFO_CMD command);
 
     ILibrary &m_library;
     std::shared_ptr<nodemap::NodeMap> m_nodeMap;
     DEV_HANDLE m_parentHandle;
-    Buffers m_buffers; ///< in order of announcement
-    std::mutex m_mutex;
-    std::shared_ptr<EventHandler> m_newBufferEvent;
-    std::mutex m_eventMutex; ///< events come and go while the acquisition thread pushes
+    AnnouncedBuffers m_buffers;
+    OutputQueue m_output;
     std::unique_ptr<IAcquisitionWorker> m_worker;
-    mutable bool m_isGrabbing = false; ///< through std::atomic_ref only
+    std::atomic<bool> m_isGrabbing = false;
     std::atomic<uint64_t> m_numStarted = 0;
     std::atomic<uint64_t> m_numLost = 0;
     std::atomic<uint64_t> m_numPushed = 0;
     std::atomic<uint64_t> m_numIncomplete = 0;
     std::atomic<uint64_t> m_numToAcquire = 0;
-    std::atomic<size_t> m_numAnnounced = 0; ///< length of m_buffers, for reading without the lock
 };
 
 } // namespace GenTL::internal

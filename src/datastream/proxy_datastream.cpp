@@ -2,7 +2,6 @@
 
 #include "nodemap/node_access.h"
 #include "port/module_description.h"
-#include "remoteport.h"
 #include "utils/lower_info.h"
 
 #include <stdexcept>
@@ -13,8 +12,7 @@ namespace GenTL::internal
 {
 
 std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy,
-                                                       DEV_HANDLE lowerDevice,
-                                                       std::shared_ptr<RemotePort> remotePort)
+                                                       DEV_HANDLE lowerDevice, DevicePayloadSize payloadSize)
 {
     uint32_t count = 0;
     proxy->DevGetNumDataStreams(lowerDevice, &count);
@@ -24,17 +22,17 @@ std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(ILibrary &library, std::s
     }
     size_t size = 0;
     proxy->DevGetDataStreamID(lowerDevice, 0, nullptr, &size);
-    // One byte more: a lower producer may count and write its text without the terminator.
+    // One byte more, since a lower producer may leave the terminator out of the size and the text.
     std::vector<char> id(size + 1);
     proxy->DevGetDataStreamID(lowerDevice, 0, id.data(), &size);
     DS_HANDLE handle = nullptr;
     proxy->DevOpenDataStream(lowerDevice, id.data(), &handle);
-    return std::make_unique<ProxyDataStream>(library, std::move(proxy), handle, std::move(remotePort));
+    return std::make_unique<ProxyDataStream>(library, std::move(proxy), handle, std::move(payloadSize));
 }
 
 ProxyDataStream::ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
-                                 std::shared_ptr<RemotePort> remotePort)
-    : ProxyModule(std::move(proxy), handle), m_remotePort(std::move(remotePort)), m_library(&library)
+                                 DevicePayloadSize payloadSize)
+    : ProxyModule(std::move(proxy), handle), m_devicePayloadSize(std::move(payloadSize)), m_library(&library)
 {
     bool hasEvent = false;
     try
@@ -47,7 +45,7 @@ ProxyDataStream::ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy>
     }
     catch (...)
     {
-        // A lower stream that stays open refuses to be opened again.
+        // An open lower stream would refuse the next attempt.
         Close(hasEvent);
         throw;
     }
@@ -80,7 +78,7 @@ T ProxyDataStream::StreamInfo(STREAM_INFO_CMD command, INFO_DATATYPE type)
 
 void ProxyDataStream::AnnounceBuffers()
 {
-    const std::lock_guard guard(m_lowerBuffersMutex);
+    const utils::MutexLock guard(m_lowerBuffersMutex);
     const auto size = GetLowerPayloadSize();
     const auto count = StreamInfo<size_t>(STREAM_INFO_BUF_ANNOUNCE_MIN, INFO_DATATYPE_SIZET);
     for (size_t i = 0; i < count; ++i)
@@ -94,7 +92,7 @@ void ProxyDataStream::AnnounceBuffers()
 
 void ProxyDataStream::RevokeBuffers()
 {
-    const std::lock_guard guard(m_lowerBuffersMutex);
+    const utils::MutexLock guard(m_lowerBuffersMutex);
     Proxy()->DSFlushQueue(GetLowerHandle(), ACQ_QUEUE_ALL_DISCARD);
     for (auto *const buffer : m_lowerBuffers)
     {
@@ -127,6 +125,7 @@ void ProxyDataStream::RequeueBuffer(const ProxyBuffer &buffer)
     Proxy()->DSQueueBuffer(GetLowerHandle(), buffer.GetLowerHandle());
 }
 
+/// Tolerant: a lower stream that fails to answer defines none.
 bool ProxyDataStream::DefinesPayloadSize()
 {
     try
@@ -145,7 +144,7 @@ size_t ProxyDataStream::GetLowerPayloadSize()
     {
         return StreamInfo<size_t>(STREAM_INFO_PAYLOAD_SIZE, INFO_DATATYPE_SIZET);
     }
-    return nodemap::ReadUnsigned(*m_remotePort, m_remotePort->FindNode("PayloadSize"));
+    return m_devicePayloadSize();
 }
 
 std::optional<uint64_t> ProxyDataStream::GetDroppedFrameCount()

@@ -3,33 +3,38 @@
 #include "datastream/i_proxy_datastream.h"
 #include "nodemap/nodemap_parser.h"
 #include "port/proxy_module.h"
+#include "utils/mutex.h"
 
+#include <cstddef>
+#include <functional>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace GenTL::internal
 {
 
 class ILibrary;
-class RemotePort;
 
 /// The one lower data stream of a device, with its private buffers and its new-buffer event.
 ///
-/// The lower producer allocates the buffers; they exist while acquisition runs. Owned by the acquisition
-/// worker; its end is the lower DSClose. WaitForBuffer and RequeueBuffer run on the acquisition thread,
-/// StopAcquisition on another one while that thread waits.
+/// The lower producer allocates the buffers; they exist while acquisition runs. The acquisition worker owns
+/// the object, whose destructor closes the lower stream. WaitForBuffer and RequeueBuffer run on the
+/// acquisition thread, StopAcquisition on another thread while that one waits.
 class ProxyDataStream final : public ProxyModule, public IProxyDataStream
 {
 public:
+    /// The feature "PayloadSize" of the lower device itself, past all overrides: bytes of a frame before
+    /// processing.
+    using DevicePayloadSize = std::function<size_t()>;
+
     /// Opens the first stream of the lower device.
+    /// @param payloadSize asked when the lower stream defines no payload size
     /// @throws std::runtime_error "Failed to get number of data streams" for a device without one
     static std::unique_ptr<ProxyDataStream> Open(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy,
-                                                 DEV_HANDLE lowerDevice,
-                                                 std::shared_ptr<RemotePort> remotePort);
+                                                 DEV_HANDLE lowerDevice, DevicePayloadSize payloadSize);
 
     ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
-                    std::shared_ptr<RemotePort> remotePort);
+                    DevicePayloadSize payloadSize);
     ~ProxyDataStream() override;
 
     ModuleType GetModuleType() const override { return ModuleType::DataStream; }
@@ -50,9 +55,11 @@ private:
     bool DefinesPayloadSize();
 
     std::unique_ptr<nodemap::NodeMapParser> m_lowerNodeMap;
-    std::shared_ptr<RemotePort> m_remotePort;
-    std::vector<BUFFER_HANDLE> m_lowerBuffers; ///< in order of allocation
-    std::mutex m_lowerBuffersMutex;            ///< a kill may revoke while the thread ends by itself
+    DevicePayloadSize m_devicePayloadSize;
+    /// A kill may revoke while the thread ends by itself. Held over calls into the lower producer, which
+    /// calls nothing of ours and so never waits for this mutex.
+    utils::Mutex m_lowerBuffersMutex;
+    std::vector<BUFFER_HANDLE> m_lowerBuffers QVR_GUARDED_BY(m_lowerBuffersMutex); ///< in order of allocation
     EVENT_HANDLE m_newBufferEvent = nullptr;
     ILibrary *m_library;
 };

@@ -1,8 +1,5 @@
 #include "events/event_handler.h"
 
-#include "datastream/buffer.h"
-#include "instance_manager.h"
-#include "port/i_library.h"
 #include "utils/checks.h"
 #include "utils/log.h"
 
@@ -16,13 +13,14 @@ namespace GenTL::internal
 namespace
 {
 
+using utils::Info;
 using Clock = std::chrono::steady_clock;
 
-// A kill signals without the mutex, so that it never waits for a slow consumer; a waiter that is just about
-// to sleep can miss it. It looks again after this time.
+// A kill signals without the mutex, so that it never waits for a slow consumer. A waiter that is just about
+// to sleep can miss the signal, so it looks again after this time.
 constexpr std::chrono::milliseconds lookAgain{50};
 
-// A point in time that is never reached in practice stands for what the clock cannot count to.
+// A timeout beyond the range of the clock ends at the last point in time that the clock can count to.
 Clock::time_point DeadlineOf(uint64_t timeout)
 {
     const auto now = Clock::now();
@@ -32,16 +30,32 @@ Clock::time_point DeadlineOf(uint64_t timeout)
     return now + std::chrono::milliseconds(limited);
 }
 
+/// The answer of the event types without data of their own.
+constexpr size_t otherEventSize = 128;
+
+Info AnswerDataInfo(EVENT_DATA_INFO_CMD command, const EVENT_NEW_BUFFER_DATA &data)
+{
+    switch (command)
+    {
+    case EVENT_DATA_ID:
+        return Info::Pointer(data.BufferHandle);
+    case EVENT_DATA_VALUE:
+        return Info::Pointer(data.pUserPointer);
+    case EVENT_DATA_NUMID:
+        throw GenTLException("Event has no numeric data", GC_ERR_NOT_AVAILABLE);
+    default:
+        throw GenTLException(fmt::format("Event data info command {} not implemented", command),
+                             GC_ERR_NOT_IMPLEMENTED);
+    }
+}
+
 } // namespace
 
-EventHandler::EventHandler(ILibrary &library, EVENT_TYPE eventType)
-    : m_library(library), m_eventType(eventType)
+EventHandler::EventHandler(ReleaseBuffer release, EVENT_TYPE eventType)
+    : m_release(std::move(release)), m_eventType(eventType),
+      m_maxEventSize(IsNewBuffer() ? sizeof(EVENT_NEW_BUFFER_DATA) : otherEventSize),
+      m_maxDataSize(IsNewBuffer() ? sizeof(void *) : otherEventSize)
 {
-    if (IsNewBuffer())
-    {
-        m_maxEventSize = sizeof(EVENT_NEW_BUFFER_DATA);
-        m_maxDataSize = sizeof(void *);
-    }
 }
 
 void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
@@ -59,7 +73,7 @@ void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
                 GC_ERR_BUFFER_TOO_SMALL);
         }
     }
-    std::unique_lock lock(m_mutex);
+    utils::MutexLock lock(m_mutex);
     Wait(lock, iTimeout);
     if (pBuffer != nullptr)
     {
@@ -71,30 +85,24 @@ void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
     }
 }
 
-void EventHandler::Wait(std::unique_lock<std::mutex> &lock, uint64_t timeout)
+void EventHandler::Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout)
 {
-    ThrowIfKilled();
     const bool isLimited = timeout != GENTL_INFINITE;
     const auto deadline = isLimited ? DeadlineOf(timeout) : Clock::time_point::max();
     while (m_queue.empty() && m_killCount == 0 && (!isLimited || Clock::now() < deadline))
     {
         const auto wakeUp = Clock::now() + lookAgain;
-        m_condition.wait_until(lock, std::min(deadline, wakeUp));
+        m_condition.wait_until(lock.ForWait(), std::min(deadline, wakeUp));
     }
-    ThrowIfKilled();
-    if (m_queue.empty())
-    {
-        // The number is milliseconds; consumers know the text as it is.
-        throw GenTLException(fmt::format("Time {}us exceeded", timeout), GC_ERR_TIMEOUT);
-    }
-}
-
-void EventHandler::ThrowIfKilled()
-{
     if (m_killCount != 0)
     {
         --m_killCount;
         throw GenTLException("Wait aborted via kill.", GC_ERR_ABORT);
+    }
+    if (m_queue.empty())
+    {
+        // The number is milliseconds. Consumers compare with the text, so its unit stays.
+        throw GenTLException(fmt::format("Time {}us exceeded", timeout), GC_ERR_TIMEOUT);
     }
 }
 
@@ -128,18 +136,16 @@ void EventHandler::DropFront()
     PopFront();
 }
 
-// A buffer that was revoked since the push takes its entry along, or the queue would be stuck.
+// The entry of a revoked buffer leaves the queue as well, or the queue would be stuck.
 void EventHandler::GiveBack(BUFFER_HANDLE handle)
 {
-    const auto buffer = m_library.GetInstanceManager().buffers.Find(handle);
-    if (!buffer)
+    if (!m_release(handle))
     {
         constexpr auto text = "Failed to get buffer for new buffer event!";
         QVR_LOG_ERROR_FOR("EventHandler::Data", "{} Handle: {}", text, handle);
         PopFront();
         throw GenTLException(text, GC_ERR_ERROR);
     }
-    buffer->SetState(BufferState::Announced);
 }
 
 void EventHandler::PopFront()
@@ -163,54 +169,43 @@ void EventHandler::DataInfo(const void *pInBuffer, size_t iInSize, EVENT_DATA_IN
         throw GenTLException("inBuffer or inSize are invalid", GC_ERR_INVALID_PARAMETER);
     }
     std::memcpy(&data, pInBuffer, sizeof data);
-    const utils::InfoQuery query{piType, pOutBuffer, piOutSize};
-    switch (iInfoCmd)
-    {
-    case EVENT_DATA_ID:
-        return query.AnswerPointer(data.BufferHandle);
-    case EVENT_DATA_VALUE:
-        return query.AnswerPointer(data.pUserPointer);
-    case EVENT_DATA_NUMID:
-        throw GenTLException("Event has no numeric data", GC_ERR_NOT_AVAILABLE);
-    default:
-        throw GenTLException(fmt::format("Event data info command {} not implemented", iInfoCmd),
-                             GC_ERR_NOT_IMPLEMENTED);
-    }
+    utils::WriteInfo(AnswerDataInfo(iInfoCmd, data), piType, pOutBuffer, piOutSize);
 }
 
 void EventHandler::Info(EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) const
 {
-    const utils::InfoQuery query{piType, pBuffer, piSize};
-    switch (iInfoCmd)
+    utils::WriteInfo(Answer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+utils::Info EventHandler::Answer(EVENT_INFO_CMD command) const
+{
+    using utils::Info;
+    switch (command)
     {
     case EVENT_EVENT_TYPE:
-        return query.AnswerInt32(m_eventType);
+        return Info::Int32(m_eventType);
     case EVENT_NUM_IN_QUEUE:
-        return query.AnswerSize(m_numQueued);
+        return Info::Size(m_numQueued);
     case EVENT_NUM_FIRED:
-        return query.AnswerUint64(m_numFired);
+        return Info::Uint64(m_numFired);
     case EVENT_SIZE_MAX:
-        return query.AnswerSize(m_maxEventSize);
+        return Info::Size(m_maxEventSize);
     case EVENT_INFO_DATA_SIZE_MAX:
-        return query.AnswerSize(m_maxDataSize);
+        return Info::Size(m_maxDataSize);
     default:
-        throw GenTLException(fmt::format("Event info command {} not implemented", iInfoCmd),
+        throw GenTLException(fmt::format("Event info command {} not implemented", command),
                              GC_ERR_NOT_IMPLEMENTED);
     }
 }
 
 void EventHandler::Flush()
 {
-    const std::lock_guard guard(m_mutex);
+    const utils::MutexLock guard(m_mutex);
     if (IsNewBuffer())
     {
-        auto &buffers = m_library.GetInstanceManager().buffers;
         for (const auto &entry : m_queue)
         {
-            if (const auto buffer = buffers.Find(std::get<0>(entry.id)))
-            {
-                buffer->SetState(BufferState::Announced);
-            }
+            m_release(std::get<0>(entry.id));
         }
     }
     m_queue.clear();
@@ -226,7 +221,7 @@ void EventHandler::Kill()
 void EventHandler::Push(const NewBufferEvent &entry)
 {
     {
-        const std::lock_guard guard(m_mutex);
+        const utils::MutexLock guard(m_mutex);
         m_queue.push_back(entry);
         ++m_numQueued;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "utils/info.h"
+#include "utils/mutex.h"
 
 #include <gentl/gentl.h>
 
@@ -8,18 +9,15 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <limits>
-#include <mutex>
 #include <variant>
 
 namespace GenTL::internal
 {
 
-class Buffer;
-class ILibrary;
-
-/// One entry of an event's queue. Only the first alternatives are in use; the others are for event types
-/// that carry a number or a text.
+/// One entry of an event's queue. Only the first alternatives are in use; the others are for event types that
+/// carry a number.
 struct NewBufferEvent
 {
     std::variant<BUFFER_HANDLE, uint64_t> id;
@@ -29,26 +27,30 @@ struct NewBufferEvent
 
 /// The local event of a stream, EVENT_NEW_BUFFER; its queue is the stream's output queue.
 ///
-/// Made by GCRegisterEvent; the stream and the Event registry own it. After GCUnregisterEvent it gets no
-/// more entries and lives on in the registry until the stream ends. The acquisition thread pushes; any
-/// number of consumer threads may wait, each taking one entry. Nothing but Kill ends a wait early.
+/// Made by GCRegisterEvent; the stream and the Event registry own it. After GCUnregisterEvent it gets no more
+/// entries and lives on in the registry until the library closes. The acquisition thread pushes; any number
+/// of consumer threads may wait, each taking one entry. Only Kill ends a wait early.
 class EventHandler
 {
 public:
-    EventHandler(ILibrary &library, EVENT_TYPE eventType);
+    /// Hands a buffer to the consumer, in state Announced. False for a buffer that was revoked.
+    using ReleaseBuffer = std::function<bool(BUFFER_HANDLE)>;
 
-    /// Waits for an entry and hands it out; a null `pBuffer` drops it. The buffer goes to the consumer either
-    /// way.
+    /// @param release called with the event's lock held; must be usable as long as the event
+    EventHandler(ReleaseBuffer release, EVENT_TYPE eventType);
+
+    /// Waits for an entry and hands it out; a null `pBuffer` drops it. Either way the buffer goes to the
+    /// consumer.
     /// @param iTimeout ms, GENTL_INFINITE = no limit
     /// @throws GenTLException GC_ERR_BUFFER_TOO_SMALL before any wait; GC_ERR_TIMEOUT; GC_ERR_ABORT for a
-    /// kill, also when there is data; GC_ERR_ERROR when the buffer is gone
+    /// kill, even with data in the queue; GC_ERR_ERROR for a buffer that was revoked
     void Data(void *pBuffer, size_t *piSize, uint64_t iTimeout);
     void DataInfo(const void *pInBuffer, size_t iInSize, EVENT_DATA_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                   void *pOutBuffer, size_t *piOutSize) const;
     void Info(EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) const;
     /// Gives all queued buffers back to the consumer.
     void Flush();
-    /// Ends exactly one wait, the one now waiting or the next to come.
+    /// Ends exactly one wait: the current one, else the next.
     void Kill();
     void Push(const NewBufferEvent &entry);
 
@@ -58,24 +60,24 @@ public:
 
 private:
     bool IsNewBuffer() const { return m_eventType == EVENT_NEW_BUFFER; }
-    void Wait(std::unique_lock<std::mutex> &lock, uint64_t timeout);
-    void ThrowIfKilled();
-    void DeliverFront(void *pBuffer, size_t *piSize);
-    void DropFront();
-    void GiveBack(BUFFER_HANDLE handle);
-    void PopFront();
+    utils::Info Answer(EVENT_INFO_CMD command) const;
+    void Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout) QVR_REQUIRES(m_mutex);
+    void DeliverFront(void *pBuffer, size_t *piSize) QVR_REQUIRES(m_mutex);
+    void DropFront() QVR_REQUIRES(m_mutex);
+    void GiveBack(BUFFER_HANDLE handle) QVR_REQUIRES(m_mutex);
+    void PopFront() QVR_REQUIRES(m_mutex);
 
-    ILibrary &m_library;
-    size_t m_maxEventSize = 128;
-    size_t m_maxDataSize = 128;
-    std::deque<NewBufferEvent> m_queue;
-    std::mutex m_mutex;
-    std::condition_variable m_condition;
-    std::atomic<uint64_t> m_killCount = 0;
+    ReleaseBuffer m_release;
     EVENT_TYPE m_eventType;
+    size_t m_maxEventSize;
+    size_t m_maxDataSize;
+    utils::Mutex m_mutex;
+    std::condition_variable m_condition;
+    std::deque<NewBufferEvent> m_queue QVR_GUARDED_BY(m_mutex);
+    std::atomic<uint64_t> m_killCount = 0;
     std::atomic<uint64_t> m_numFired = 0;
     std::atomic<uint64_t> m_numDelivered = 0;
-    std::atomic<size_t> m_numQueued = 0; ///< the queue's length, for reading without the lock
+    std::atomic<size_t> m_numQueued = 0; ///< length of m_queue, for reading without the lock
 };
 
 } // namespace GenTL::internal

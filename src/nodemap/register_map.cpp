@@ -52,7 +52,7 @@ void RegisterMap::AddRegister(Register &&reg, const void *initialValue, size_t i
                          initialSize),
              GC_ERR_ERROR);
     }
-    const std::lock_guard guard(m_lock);
+    const utils::MutexLock guard(m_lock);
     if (m_registers.empty() && reg.Address != 0)
     {
         Fail(fmt::format("The first registers start address must be 0x0 instead of 0x{:X}!", reg.Address),
@@ -94,7 +94,7 @@ std::span<Register> RegisterMap::Touched(uint64_t address, size_t size)
 
 void RegisterMap::Read(uint64_t address, void *buffer, size_t size)
 {
-    const std::lock_guard guard(m_lock);
+    const utils::MutexLock guard(m_lock);
     CheckBuffer(buffer, size, "Cannot read an empty buffer");
     if (!utils::RangeFits(address, size, m_storage.size()))
     {
@@ -129,7 +129,7 @@ void RegisterMap::WriteInternal(uint64_t address, const void *buffer, size_t siz
 void RegisterMap::WriteBytes(uint64_t address, const void *buffer, size_t size, WriteMode mode)
 {
     CheckBuffer(buffer, size, "Cannot write an empty buffer");
-    const std::lock_guard guard(m_lock);
+    const utils::MutexLock guard(m_lock);
     if (!utils::RangeFits(address, size, m_storage.size()))
     {
         Fail("Write out of bounds", GC_ERR_INVALID_ADDRESS);

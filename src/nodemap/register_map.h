@@ -1,9 +1,10 @@
 #pragma once
 
+#include "utils/mutex.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <span>
 #include <vector>
 
@@ -69,7 +70,9 @@ public:
 
 /// A flat, gap-free byte array from address 0, cut into registers in ascending order.
 ///
-/// One recursive mutex is held during every operation, callbacks included: a callback may use its own map.
+/// One recursive mutex is held during every operation, callbacks included: a callback may use its own map. A
+/// callback may also call the lower producer. That cannot deadlock: the lower producer calls nothing of ours,
+/// so its answer never waits for this mutex.
 class RegisterMap final : public IRegisterMap
 {
 public:
@@ -91,9 +94,9 @@ private:
     std::span<Register> Touched(uint64_t address, size_t size);
     void WriteBytes(uint64_t address, const void *buffer, size_t size, WriteMode mode);
 
-    std::recursive_mutex m_lock;
-    std::vector<Register> m_registers;
-    std::vector<uint8_t> m_storage;
+    utils::RecursiveMutex m_lock;
+    std::vector<Register> m_registers; ///< constant once the map is built, hence read without the lock
+    std::vector<uint8_t> m_storage QVR_GUARDED_BY(m_lock);
 };
 
 } // namespace GenTL::internal::nodemap

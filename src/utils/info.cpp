@@ -1,14 +1,24 @@
 #include "utils/info.h"
 
-#include <string>
-
 namespace GenTL::internal::utils
 {
 
+Info Info::Text(std::string_view text)
+{
+    Info info{INFO_DATATYPE_STRING, std::string(text)};
+    info.bytes.push_back('\0');
+    return info;
+}
+
+void WriteInfo(const Info &info, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    InfoQuery{piType, pBuffer, piSize}.AnswerBytes(info.type, info.bytes.data(), info.bytes.size());
+}
+
 void WriteStringInfo(std::string_view text, const InfoQuery &query)
 {
-    const std::string terminated(text);
-    query.AnswerBytes(INFO_DATATYPE_STRING, terminated.c_str(), terminated.size() + 1);
+    const auto info = Info::Text(text);
+    query.AnswerBytes(info.type, info.bytes.data(), info.bytes.size());
 }
 
 } // namespace GenTL::internal::utils

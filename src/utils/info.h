@@ -3,16 +3,45 @@
 #include "utils/checks.h"
 
 #include <cstring>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
 namespace GenTL::internal::utils
 {
 
+/// The answer to an info query: its type and its bytes, a text with its terminator.
+struct Info
+{
+    INFO_DATATYPE type;
+    std::string bytes;
+
+    static Info Text(std::string_view text);
+    static Info Int32(int32_t value) { return Of(INFO_DATATYPE_INT32, value); }
+    static Info Uint32(uint32_t value) { return Of(INFO_DATATYPE_UINT32, value); }
+    static Info Uint64(uint64_t value) { return Of(INFO_DATATYPE_UINT64, value); }
+    static Info Size(size_t value) { return Of(INFO_DATATYPE_SIZET, value); }
+    static Info Bool(bool value) { return Of(INFO_DATATYPE_BOOL8, static_cast<bool8_t>(value)); }
+    static Info Pointer(const void *value) { return Of(INFO_DATATYPE_PTR, value); }
+
+private:
+    template <typename T>
+    requires std::is_trivially_copyable_v<T>
+    static Info Of(INFO_DATATYPE type, T value)
+    {
+        return {type, std::string(reinterpret_cast<const char *>(&value), sizeof value)};
+    }
+};
+
+/// Writes an answer to where the consumer wants it. With a null `pBuffer` it writes just type and size; a
+/// buffer that is too short stays as it is.
+/// @throws GenTLException null piType or piSize (named "pType", "pSize"); buffer too small
+void WriteInfo(const Info &info, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
+
 /// One info query: where the consumer wants type, value and size of the answer.
 ///
-/// Every ...GetInfo function answers through one of these. An answer writes the type, and with a null
-/// buffer just the size; a buffer that is too short fails without touching it.
+/// An answer writes the type, and with a null buffer just the size; a buffer that is too short fails without
+/// touching it.
 struct InfoQuery
 {
     INFO_DATATYPE *piType;

@@ -194,6 +194,23 @@ TEST_F(BufferInfo, IsNotImplementedForUnknownCommands)
     }
 }
 
+TEST_F(BufferInfo, IsNotImplementedForEveryCommandOutsideTheList)
+{
+    for (const bool isFilled : {false, true})
+    {
+        if (isFilled)
+        {
+            Fill();
+        }
+        for (int32_t command = -1100; command < 1100; ++command)
+        {
+            const bool isListed =
+                std::ranges::find(filledCases, command, &InfoCase::command) != filledCases.end();
+            EXPECT_EQ(FailureFor(command).code == GC_ERR_NOT_IMPLEMENTED, !isListed) << command;
+        }
+    }
+}
+
 TEST_F(BufferInfo, OfTheQueueFollowsTheState)
 {
     struct Expectation

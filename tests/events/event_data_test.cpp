@@ -212,7 +212,7 @@ TEST_F(EventData, KeepsAnEntryWithoutAUserPointer)
 
 TEST_F(EventData, ServesOnlyTheNewBufferEvent)
 {
-    EventHandler other(library, EVENT_FEATURE_INVALIDATE);
+    EventHandler other(ReleaseTo(library), EVENT_FEATURE_INVALIDATE);
     const auto buffer = MakeBuffer();
     other.Push({.id = buffer.get(), .value = UserPointer(0)});
     EXPECT_EQ(FailureOf([&] { FetchFrom(other, 0); }),

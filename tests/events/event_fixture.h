@@ -14,6 +14,20 @@
 namespace GenTL::internal
 {
 
+/// Gives buffers of a registry back, as the stream does.
+inline EventHandler::ReleaseBuffer ReleaseTo(FakeLibrary &library)
+{
+    return [&library](BUFFER_HANDLE handle)
+    {
+        const auto buffer = library.instances.buffers.Find(handle);
+        if (buffer)
+        {
+            buffer->SetState(BufferState::Announced);
+        }
+        return buffer != nullptr;
+    };
+}
+
 /// A new-buffer event and buffers to push into it.
 class EventFixture : public testing::Test
 {
@@ -58,7 +72,7 @@ protected:
     uint64_t NumFired() { return AskFor<uint64_t>(Info(EVENT_NUM_FIRED)); }
 
     FakeLibrary library;
-    EventHandler event{library, EVENT_NEW_BUFFER};
+    EventHandler event{ReleaseTo(library), EVENT_NEW_BUFFER};
 };
 
 inline const Failure aborted{"Wait aborted via kill.", GC_ERR_ABORT};

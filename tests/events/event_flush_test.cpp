@@ -57,7 +57,7 @@ TEST_F(EventFlush, DoesNotEndAWait)
 
 TEST_F(EventFlush, LeavesTheBuffersOfAnotherEventTypeAlone)
 {
-    EventHandler other(library, EVENT_FEATURE_INVALIDATE);
+    EventHandler other(ReleaseTo(library), EVENT_FEATURE_INVALIDATE);
     const auto buffer = MakeBuffer();
     other.Push({.id = buffer.get(), .value = UserPointer(0)});
     other.Flush();

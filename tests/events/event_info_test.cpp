@@ -48,7 +48,7 @@ const std::vector<InfoCase> otherTypeCases{
 
 TEST_P(EventInfoOfOtherTypes, Answers)
 {
-    EventHandler other(library, EVENT_FEATURE_CHANGE);
+    EventHandler other(ReleaseTo(library), EVENT_FEATURE_CHANGE);
     const auto &[info, arguments] = GetParam();
     ExpectTypedAnswer(arguments, info.expected,
                       [&, command = info.command](INFO_DATATYPE *type, void *buffer, size_t *size)
@@ -137,7 +137,7 @@ TEST_F(EventDataInfoFailure, RefusesAnEmptySize)
 
 TEST_F(EventDataInfoFailure, RefusesOtherEventTypesBeforeAShortSize)
 {
-    EventHandler other(library, EVENT_FEATURE_CHANGE);
+    EventHandler other(ReleaseTo(library), EVENT_FEATURE_CHANGE);
     EXPECT_EQ(FailureFor(other, &data, 1, EVENT_DATA_ID),
               (Failure{"event type not implemented", GC_ERR_NOT_IMPLEMENTED}));
     EXPECT_EQ(FailureFor(other, &data, 0, EVENT_DATA_ID),
