@@ -115,8 +115,8 @@ std::string NodeMap::Url() const
                        m_documentAddress, m_document.size(), 1, 1);
 }
 
-// The answer is one byte longer than the text and its terminator need, and the buffer's size is not
-// reported back: consumers that allocate what they are told see the length that they always saw.
+// C-10: the answer is one byte longer than the text and its terminator, and the size of a larger buffer
+// stays.
 void NodeMap::GetPortURL(char *sURL, size_t *piSize)
 {
     utils::CheckNotNull("piSize", piSize);

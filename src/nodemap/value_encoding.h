@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Numbers as the bytes of a register. The functions differ in what they do with a register of an unusual
-/// size; consumers rely on each of these rules.
+/// Numbers as the bytes of a register. C-21: the functions differ in their rule for a register of an unusual
+/// size.
 namespace GenTL::internal::nodemap
 {
 

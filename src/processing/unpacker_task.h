@@ -17,7 +17,7 @@ public:
     /// @throws GenTLException for another component than Image2D
     void SetOutputFormat(Component component, tarn::common::PixelFormat format) override;
     tarn::common::PixelFormat OutputFormat(Component component) const override;
-    /// More than the image needs: consumers in the field allocate by it and count on the room behind.
+    /// C-12: more than the image needs.
     /// @throws GenTLException for another component than Image2D
     uint64_t ImagePayloadSize(Component component, tarn::common::Size size) const override;
     std::vector<tarn::common::PixelFormat>

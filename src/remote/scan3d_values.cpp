@@ -156,6 +156,7 @@ void Scan3dValues::OverrideAxis(const std::string &feature, bool isMaximum)
 
 uint64_t Scan3dValues::OverrideDivisor(const nodemap::ConverterRecord &axis, const std::string &operand)
 {
+    // C-20: a literal has no name and so is not found.
     const auto variable = axis.Variables.find(operand);
     if (variable == axis.Variables.end())
     {

@@ -10,8 +10,8 @@ namespace GenTL::internal
 
 /// The last two `::` components of a function's pretty signature, as in "Library::Initialize".
 ///
-/// Cuts at the first "(" and keeps what stands behind the last but one "::". It does not understand
-/// template arguments or return types, and existing log filters rely on what it makes of them.
+/// Cuts at the first "(" and keeps the text after the last "::" but one. C-07: template arguments and return
+/// types are not parsed.
 std::string_view ClassAndFunction(std::string_view signature);
 
 /// The pattern flag `%*`: class and function of a record's source location.
