@@ -1,6 +1,6 @@
-// What it costs to make Coord3D_ABC32f of raw Coord3D_C16: the producer's own task over the open vision
-// module, beside a memcpy of the output and the same work by OpenCV, in turns, and each function of the
-// module within the task. CPU time of one thread, medians.
+// The cost of converting raw Coord3D_C16 to Coord3D_ABC32f: by the producer's task with the open vision
+// module, by OpenCV, and as a memcpy of the output, in turns; and the cost of each module function within the
+// task. Medians of the CPU time of one thread.
 //   depth_steps [rounds]     default: 60
 
 #include "median.h"
@@ -37,7 +37,7 @@ using Seconds = std::chrono::duration<double>;
 using tarn::common::PixelFormat;
 namespace dynamic = tarn::cvl::dynamic;
 
-/// The CPU time of this thread, which does not count what the machine does beside it.
+/// The CPU time of this thread, which excludes other work of the machine.
 Seconds Now()
 {
     timespec now{};
@@ -45,7 +45,7 @@ Seconds Now()
     return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
-/// A function of the vision library, and what it took of the current frame.
+/// A function of the vision library and its time in the current frame.
 struct Timing
 {
     std::string_view name;
@@ -54,7 +54,7 @@ struct Timing
 
 std::vector<Timing> timings;
 
-/// A function of the table, measured.
+/// Calls a function of the table and measures it.
 template <auto member>
 struct Timed;
 
@@ -82,7 +82,7 @@ struct Timed<member>
 
 void TimeAllFunctions()
 {
-    // The binding is written by nobody once it is made; here, by the only thread.
+    // The binding is constant once made. Only this thread uses it, so it may replace functions.
     auto &functions = const_cast<dynamic::FunctionTable &>(dynamic::Binding::Instance().Functions());
 #define CVL_CALLED(name) Timed<&dynamic::FunctionTable::name>::Install(functions, #name);
 #define CVL_OTHER(name)
@@ -100,7 +100,7 @@ struct Frame
 {
     uint32_t width;
     uint32_t height;
-    /// Of a hundred pixels so many have no depth, here and there.
+    /// Percentage of scattered pixels without depth.
     uint32_t noise;
 
     float FocalLength() const { return static_cast<float>(width) * 0.9F; }
@@ -109,7 +109,7 @@ struct Frame
     size_t Points() const { return size_t{width} * height; }
 };
 
-/// Lens calibration data, in the form that the module's header describes.
+/// Lens calibration data in the format of the module's header.
 std::vector<uint8_t> CalibrationData(const Frame &frame)
 {
     struct
@@ -133,7 +133,7 @@ std::vector<uint8_t> CalibrationData(const Frame &frame)
     return bytes;
 }
 
-/// Raw depth with a band without it and slow changes elsewhere.
+/// Raw depth that changes slowly, with a band without depth.
 std::vector<uint16_t> RawDepth(const Frame &frame)
 {
     std::minstd_rand random;
@@ -183,7 +183,7 @@ private:
     InputData m_input;
 };
 
-/// The same by OpenCV, with maps and slopes made ahead.
+/// The same conversion by OpenCV, with precomputed maps and slopes.
 class OpenCvChain
 {
 public:
@@ -232,7 +232,7 @@ private:
     cv::Mat m_map;
     cv::Mat m_slopesX;
     cv::Mat m_slopesY;
-    // Kept from frame to frame.
+    // Memory reused between frames.
     cv::Mat m_valid;
     cv::Mat m_invalid;
     cv::Mat m_noPoint;
@@ -240,7 +240,7 @@ private:
     std::array<cv::Mat, 3> m_point;
 };
 
-/// Whether the two mean the same: OpenCV's map is of single precision and may name a neighbour.
+/// Whether two results agree. OpenCV's map has single precision and may pick a neighbouring pixel.
 bool Agree(const std::vector<float> &points, const std::vector<float> &others)
 {
     size_t different = 0;
@@ -262,7 +262,7 @@ double Measure(Action action)
     for (int pass = 0; pass < passes; ++pass)
     {
         action();
-        // All is written anew in each pass.
+        // Each pass rewrites the whole output.
         asm volatile("" : : : "memory");
     }
     std::ranges::for_each(timings, [](auto &timing) { timing.took /= passes; });
@@ -294,7 +294,7 @@ bool Show(const Frame &frame, size_t rounds)
     std::vector<float> points(frame.Points() * 3);
     auto others = points;
     auto copied = points;
-    // The first frame makes the rectifier's map.
+    // The first frame computes the undistortion map.
     task.Process(points);
     chain.Process(others);
     if (!Agree(points, others))

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-/// @param values at least one
+/// @param values must not be empty
 inline double MedianOf(std::vector<double> values)
 {
     const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);

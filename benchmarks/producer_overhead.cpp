@@ -1,6 +1,6 @@
-// What a frame costs until the consumer has read each of its bytes once in memory of its own: through the
-// proxy producer, and from the same lower producer with a memcpy by the consumer. CPU time of the whole
-// process per frame, both by turns in one run, and their ratio.
+// The cost of a frame until the consumer has read each byte once from its own memory: through the proxy
+// producer, and directly from the lower producer with a memcpy by the consumer. CPU time of the whole process
+// per frame, alternating in one run, and the ratio.
 //
 //   producer_overhead [megabytes per round] [rounds]
 
@@ -58,7 +58,7 @@ uint64_t Sum(const char *bytes, size_t size)
     return sum;
 }
 
-/// A camera that delivers as fast as its frames are taken, with four buffers queued.
+/// A camera that delivers as fast as the consumer takes frames, with four queued buffers.
 class Stream
 {
 public:
@@ -141,10 +141,10 @@ private:
     EVENT_HANDLE m_event = nullptr;
 };
 
-/// The sum of all bytes, so that reading them is not left out.
+/// The sum of all bytes; volatile, so that the compiler does not skip the reads.
 volatile uint64_t seen = 0;
 
-/// @param take what the consumer does with a frame, of which it gets the memory
+/// @param take called with the memory of each frame
 template <class Take>
 double CpuPerFrame(const std::string &file, const FrameKind &frame, int frames, Take take)
 {
@@ -170,7 +170,7 @@ void Compare(const std::string &proxy, const std::string &lower, const FrameKind
     constexpr size_t mostFrames = 10000;
     const auto bytes = frame.Bytes();
     const auto frames = static_cast<int>(std::min(roundBytes / bytes + 1, mostFrames));
-    // As many as the producer has for its consumer.
+    // As many buffers as the producer has for its consumer.
     std::vector<std::vector<char>> own(Stream::buffersQueued, std::vector<char>(bytes));
     size_t next = 0;
     const auto copyAndRead = [&](const char *base)
@@ -187,7 +187,7 @@ void Compare(const std::string &proxy, const std::string &lower, const FrameKind
         direct.push_back(CpuPerFrame(lower, frame, frames, copyAndRead));
         through.push_back(
             CpuPerFrame(proxy, frame, frames, [&](const char *base) { seen = Sum(base, bytes); }));
-        // Round by round: the machine's own ups and downs last longer than a round.
+        // Alternates each round: disturbances of the machine last longer than a round.
         ratio.push_back(through.back() / direct.back());
     }
     const auto [least, most] = std::ranges::minmax(ratio);
@@ -195,7 +195,7 @@ void Compare(const std::string &proxy, const std::string &lower, const FrameKind
                MedianOf(direct) * 1e6, MedianOf(through) * 1e6, MedianOf(ratio), least, most);
 }
 
-/// What the acquisition thread asks the lower producer for each frame.
+/// The queries that the acquisition thread makes for each frame.
 void CallByCall(const std::string &lower)
 {
     Stream stream(lower, smallFrame);

@@ -1,13 +1,14 @@
-// What unpacking of an image of 5 megapixels costs: against a memcpy that writes as many bytes, measured in
-// the same run by turns, and the plain form. One thread. Each twice: to write the image alone, and until its
-// consumer has read each byte once.
+// The cost of unpacking an image of 5 megapixels, compared with a memcpy that writes as many bytes and with
+// UnpackScalar, alternating in one run. One thread. Each is measured twice: for writing the image, and until
+// its consumer has read each byte once.
 //
-// hot: the same images again and again. cold: another pair each time, until more than four times the size of
-// the last cache has gone by.
+// hot: the same images each time. cold: another pair of images each time, together more than four times the
+// last-level cache.
 
 #include "vision_module/unpack.h"
 #include "common/pixel_format.h"
 #include "median.h"
+#include "run.h"
 #include "vision_module/unpack_scalar.h"
 
 #include <benchmark/benchmark.h>
@@ -45,11 +46,11 @@ size_t LastCacheBytes()
 struct Images
 {
     std::vector<uint8_t> packed;
-    std::vector<uint8_t> copied; ///< as large as the target
+    std::vector<uint8_t> copied; ///< of the size of the target
     std::vector<uint8_t> target;
 };
 
-/// Runs everything under measurement in rounds, so that what disturbs a round disturbs all of it.
+/// Measures all candidates in each round, so that a disturbance affects them all.
 class Rounds
 {
 public:
@@ -71,7 +72,7 @@ public:
         }
     }
 
-    /// Seconds of one image.
+    /// Seconds per image.
     double Unpack()
     {
         return Measure([this](Images &images) { UnpackInto(images); });
@@ -137,7 +138,7 @@ private:
     template <class Action>
     double Measure(Action action)
     {
-        // Hot: brings the images in. Cold: drives out what the others left.
+        // Hot: loads the images into the caches. Cold: evicts what the other candidates left there.
         for (auto &images : _images)
         {
             action(images);
@@ -204,11 +205,5 @@ int main(int argc, char **argv)
                 ->Iterations(caches == Caches::Hot ? 41 : 15);
         }
     }
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-    {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return RunBenchmarks(argc, argv);
 }

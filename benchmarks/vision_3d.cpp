@@ -1,8 +1,9 @@
-// What the 3D functions of the vision module cost, each against a reference measured in the same run by
-// turns: undistortion against cv::remap with ready maps, coordinates from depth against a memcpy that writes
-// as many bytes. One thread.
+// The cost of the 3D functions of the vision module, each compared with a reference, alternating in one run:
+// undistortion with cv::remap with precomputed maps, coordinates with a memcpy that writes as many bytes. One
+// thread.
 
 #include "median.h"
+#include "run.h"
 #include "vision_module/coordinates.h"
 #include "vision_module/undistortion.h"
 
@@ -24,7 +25,7 @@ namespace
 using tarn::common::PixelFormat;
 using tarn::vision::Image;
 
-/// Seconds of one pass, of as many as take some milliseconds.
+/// Seconds per pass, averaged over enough passes to take a few milliseconds.
 template <class Action>
 double Measure(Action action)
 {
@@ -60,7 +61,7 @@ void Compare(benchmark::State &state, Action action, Reference reference)
 std::shared_ptr<Image> MakeImage(PixelFormat format, uint32_t width, uint32_t height)
 {
     auto image = tarn::vision::MakeZeroedImage(static_cast<uint32_t>(format), {width, height});
-    // Each page, before anything is measured.
+    // Touches each page before the measurement.
     std::memset(image->data, 0, image->size);
     return image;
 }
@@ -77,7 +78,7 @@ tarn_cvl_CalibrationParameters Camera(uint32_t width, uint32_t height)
     return camera;
 }
 
-/// The maps that OpenCV makes for a camera.
+/// OpenCV's maps for a camera.
 struct Maps
 {
     explicit Maps(const tarn_cvl_CalibrationParameters &camera)
@@ -171,11 +172,5 @@ int main(int argc, char **argv)
     prepare(benchmark::RegisterBenchmark("undistort/Coord3D_C32f/640x480", UndistortFloat));
     prepare(benchmark::RegisterBenchmark("coordinates/640x480", Coordinates, 640, 480));
     prepare(benchmark::RegisterBenchmark("coordinates/2448x2048", Coordinates, 2448, 2048));
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-    {
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
-    return 0;
+    return RunBenchmarks(argc, argv);
 }

@@ -1,4 +1,4 @@
-# Settings that every target of the project shares, and the functions that declare its targets.
+# Settings of all targets, and functions that declare targets.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -7,8 +7,8 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
-# "lib" on every system, as other producers have it. Build and installation use the same name, so gentlctl finds
-# the libraries alike in both.
+# "lib" on every system, as for other producers. Build tree and installation have the same layout, so gentlctl
+# finds the libraries in both.
 set(CMAKE_INSTALL_LIBDIR lib CACHE STRING "Folder of the libraries below the prefix")
 include(GNUInstallDirs)
 
@@ -21,12 +21,12 @@ option(QVR_FUZZ "Build the fuzzers; needs clang" OFF)
 
 find_program(QVR_CCACHE ccache)
 if(QVR_CCACHE)
-    # What ccache asks for before it keeps anything that is compiled with precompiled headers.
+    # ccache requires these settings to cache compilations with precompiled headers.
     set(CMAKE_CXX_COMPILER_LAUNCHER
         "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_DEPEND=1 "${QVR_CCACHE}")
 endif()
 
-# Links in a fraction of the time that the system's linker takes.
+# lld links several times faster than the system's linker.
 find_program(QVR_LLD ld.lld)
 if(QVR_LLD)
     add_link_options(-fuse-ld=lld)
@@ -43,16 +43,15 @@ if(QVR_SANITIZE)
     target_link_options(qvr_build_settings INTERFACE -fsanitize=${QVR_SANITIZE})
 endif()
 
-# Optimises a target that loops over pixels, which is too slow at the -O0 of the preset asan.
+# Optimises a target that loops over pixels; at the -O0 of the preset asan it would be too slow.
 function(qvr_optimise target)
     if(QVR_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Debug")
         target_compile_options(${target} PRIVATE -O1)
     endif()
 endfunction()
 
-# A library that a program loads at run time by the name `file`, with just the exports that the
-# version script names. -Bsymbolic: two GenTL producers in one process export the same names, and
-# neither may answer for the other.
+# A library named `file` that programs load at run time. It exports only the symbols of the version script.
+# -Bsymbolic: two GenTL producers in a process export the same names, and each must call its own functions.
 function(qvr_add_plugin target file version_script)
     add_library(${target} MODULE ${ARGN})
     cmake_path(GET file STEM LAST_ONLY stem)
@@ -68,10 +67,10 @@ function(qvr_add_plugin target file version_script)
     target_link_libraries(${target} PRIVATE qvr_build_settings)
 endfunction()
 
-# Writes a linker version script to `output`: it exports the functions that the file `list` names, one a line as
-# FN(group, name, ...) or CVL_...(name).
-#   PREFIX <text>      what a symbol has before the name in the list
-#   ALSO <symbol>...   further symbols to export
+# Writes a linker version script that exports the functions of the file `list`, which has lines FN(group,
+# name, ...) or CVL_...(name).
+# PREFIX <text>      added before each name of the list
+# ALSO <symbol>...   more symbols to export
 #   WITHOUT <name>...  functions of the list to leave out
 function(qvr_version_script output list)
     cmake_parse_arguments(PARSE_ARGV 2 script "" "PREFIX" "ALSO;WITHOUT")

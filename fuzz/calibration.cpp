@@ -1,6 +1,5 @@
-// Lens calibration data: bytes that are valid are the only ones that their parameters are written as, and
-// what a valid camera makes of a picture stays within the images. Each input is read as it is, and with the
-// checksum put right.
+// Lens calibration data: valid bytes survive decoding and encoding unchanged, and undistortion with a valid
+// camera stays within its images. Tries each input as it is and with a corrected checksum.
 
 #include "vision_module/calibration.h"
 #include "vision_module/coordinates.h"
@@ -20,7 +19,7 @@ namespace
 using tarn::common::PixelFormat;
 using tarn::vision::MakeZeroedImage;
 
-/// The bytes with their checksum at the end.
+/// The bytes with a correct checksum at the end.
 std::vector<uint8_t> Sealed(std::vector<uint8_t> bytes)
 {
     uint32_t sum = 0xFFFFFFFF;
@@ -40,7 +39,7 @@ std::vector<uint8_t> Sealed(std::vector<uint8_t> bytes)
     return bytes;
 }
 
-/// With the camera's lens, but a picture of a few pixels.
+/// A camera with this lens and an image of a few pixels.
 void Use(tarn_cvl_CalibrationParameters camera)
 {
     camera.width = camera.width % 48 + 1;

@@ -1,5 +1,5 @@
-// Chunk lists of a buffer: whatever offsets and lengths they name, the chunks are moved within the two
-// buffers, which have just the size that they say, or the move fails with an exception.
+// Chunk lists of a buffer: whatever their offsets and lengths, the chunks are moved within the two buffers,
+// or the move throws an exception. The buffers have exactly the announced size.
 
 #include "processing/moved_chunks.h"
 #include "utils/gentl_exception.h"
@@ -11,7 +11,8 @@
 #include <cstring>
 #include <vector>
 
-/// Two bytes each for the input's size, the output's and the image's in it, then chunks of 24 bytes.
+/// Two bytes each for the sizes of the input, of the output and of the image in the output, then chunks of 24
+/// bytes.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     using namespace GenTL::internal;

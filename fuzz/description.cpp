@@ -1,4 +1,4 @@
-// Descriptions of a device: whatever they say, features are read and written or fail with an exception.
+// Descriptions of a device: whatever their content, access to a feature succeeds or throws an exception.
 
 #include "nodemap/node_access.h"
 #include "tests/nodemap/memory_port.h"
@@ -29,7 +29,7 @@ void Try(Action action)
     }
 }
 
-/// All that the system does with a feature.
+/// Performs every operation on a feature.
 void Use(const NodeMapParser &parser, const std::string &name)
 {
     MemoryPort port(std::vector<uint8_t>(256, 1));

@@ -1,4 +1,4 @@
-// Formulas of a description: every text has a value or fails with an exception.
+// Formulas of a description: every text has a value or throws an exception.
 
 #include "nodemap/math_expression_parser.h"
 

@@ -1,5 +1,5 @@
-// Unpacking: for a pair of formats, a size and bytes, the fast form gives what the plain form gives, and both
-// stay within the images, which have just the size that they must have.
+// Unpacking: for any pair of formats, size and bytes, Unpack and UnpackScalar give the same result and stay
+// within the images. The images have exactly the required size.
 
 #include "vision_module/unpack.h"
 #include "common/pixel_format.h"
@@ -24,8 +24,7 @@ constexpr std::array formats{
 
 } // namespace
 
-/// A byte for the format, two each for width and height, then the bytes of the
-/// image, which repeat as needed.
+/// One byte for the format, two each for width and height, then the bytes of the image, repeated as needed.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t dataSize)
 {
     constexpr size_t headSize = 5;

@@ -1,5 +1,5 @@
-// URLs of a description: each names a range, names none, or fails with an exception. The range is what the
-// URL says: written out again, it reads the same.
+// URLs of a description: each names a range, names none, or throws an exception. A range survives writing and
+// reading.
 
 #include "remoteport.h"
 
@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             }
         }
     }
-    catch (const std::logic_error &) // NOLINT(bugprone-empty-catch): no number, or one beyond 64 bits
+    catch (const std::logic_error &) // NOLINT(bugprone-empty-catch): not a number, or beyond 64 bits
     {
     }
     return 0;

@@ -1,4 +1,4 @@
-// Archives with a description: each gives the bytes of its first file or fails with GC_ERR_IO.
+// Zip archives with a description: each yields the bytes of its first file, or GC_ERR_IO.
 
 #include "remote/unzip.h"
 #include "utils/gentl_exception.h"

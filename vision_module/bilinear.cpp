@@ -6,7 +6,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/bilinear.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/highway.h>
 
 #ifndef TARN_VISION_BILINEAR_ONCE
@@ -56,7 +56,7 @@ void TakeBlock(const uint8_t *window, uint64_t stride, const uint16_t *codes, ui
         const auto *lower = upper + stride;
         const int right = code >> columnFractionShift & (fractionSteps - 1);
         const int down = code >> lineFractionShift;
-        // With no way to the right that pixel may be beyond the memory.
+        // When `right` is 0, the next pixel is unused and may lie outside the image.
         const int next = right != 0 ? 1 : 0;
         const int above = upper[0] * (fractionSteps - right) + upper[next] * right;
         const int below = lower[0] * (fractionSteps - right) + lower[next] * right;
@@ -70,7 +70,7 @@ void TakeBlock(const uint8_t *window, uint64_t stride, const uint16_t *codes, ui
 using Bytes = hn::FixedTag<uint8_t, 16>;
 using Words = hn::FixedTag<int16_t, 8>;
 
-/// Between two pixels of a line, times 32.
+/// Interpolates between neighbouring pixels of a line. The result is 32 times the value.
 HWY_INLINE hn::Vec<Words> BetweenColumns(hn::Vec<Words> pairs, hn::Vec<Words> right)
 {
     const Words words;
@@ -87,7 +87,7 @@ HWY_INLINE void TakeBlock(const uint8_t *window, uint64_t stride, const uint16_t
     const hn::RebindToUnsigned<Words> bits;
     const auto code = hn::LoadU(bits, codes);
 
-    // Each column and the one behind it, as bytes.
+    // Each column and its right neighbour, as bytes.
     const auto column = hn::And(code, hn::Set(bits, columnMask));
     const auto pair = hn::Add(hn::Or(column, hn::ShiftLeft<8>(column)), hn::Set(bits, 0x0100));
     const auto take = [&](uint64_t line) HWY_ATTR
@@ -158,7 +158,7 @@ namespace
 
 constexpr uint32_t blockPixels = BilinearBlocks::blockPixels;
 
-/// A place between four pixels.
+/// A position between four pixels.
 struct Place
 {
     int x;
@@ -173,7 +173,7 @@ Place PlaceOf(const int16_t *positions, const uint16_t *fractions, uint64_t pixe
             fractions[pixel] >> fractionBits};
 }
 
-/// How much each of the four pixels counts, line by line.
+/// The weights of the four pixels, upper line first.
 template <typename T>
 class Weights
 {
@@ -188,7 +188,7 @@ public:
 
     T Mean(T first, T second, T third, T fourth) const
     {
-        // Floats are rounded after each step, hence the order.
+        // The order matters: each float operation rounds.
         const auto sum =
             first * m_weights[0] + second * m_weights[1] + third * m_weights[2] + fourth * m_weights[3];
         if constexpr (std::is_same_v<T, uint8_t>)
@@ -197,7 +197,7 @@ public:
         }
         else if constexpr (std::is_same_v<T, uint16_t>)
         {
-            // The quickest rounding to the nearest, with halves to even.
+            // The fastest way to round to nearest, halves to even.
             constexpr float noFraction = 1 << 23;
             return static_cast<T>(static_cast<int32_t>(sum + noFraction) - (1 << 23));
         }
@@ -226,7 +226,7 @@ private:
     std::array<Weight, 4> m_weights;
 };
 
-/// A source whose pixels are `count` samples, with zeros around it.
+/// A source with `count` samples per pixel. Pixels outside it read as 0.
 template <typename T, uint32_t count>
 class Source
 {
@@ -290,7 +290,7 @@ void TakePixelsOf(const BilinearMap &map, const uint8_t *source, uint32_t width,
     }
 }
 
-/// Where a block's window begins.
+/// The upper left pixel of a block's window.
 struct Window
 {
     int x;

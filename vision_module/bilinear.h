@@ -11,9 +11,8 @@
 namespace tarn::vision
 {
 
-/// A bilinear map for images of one byte a pixel, for blocks of eight pixels that stand next to each other.
-/// Where all that a block comes from lies in a window of the source, 16 pixels wide and three lines high, the
-/// block is made with vectors.
+/// A bilinear map for images with one byte per pixel, in blocks of eight neighbouring pixels. A block whose
+/// source pixels all lie in a window 16 pixels wide and three lines high is made with vectors.
 struct BilinearBlocks
 {
     static constexpr uint32_t blockPixels = 8;
@@ -30,26 +29,26 @@ struct BilinearBlocks
 
     uint32_t width = 0;
     uint32_t height = 0;
-    /// For each block the number of its window's first pixel.
+    /// For each block, the index of the first pixel of its window.
     std::vector<uint32_t> windows;
-    /// For each pixel of the blocks, from the lowest bit on: four bits for the column in the window, one for
-    /// the line, five each for the place between columns and between lines in steps of 1/32.
+    /// For each pixel, from the lowest bit up: four bits for its column in the window, one for its line, and
+    /// five each for its position between columns and between lines, in steps of 1/32.
     std::vector<uint16_t> codes;
-    /// These have a window, too, of no meaning.
+    /// Blocks without a window. Their entry in `windows` is ignored.
     std::vector<OddBlock> oddBlocks;
 };
 
-/// Whether images of this size have blocks: no side is smaller than a window's.
+/// Whether images of this size have blocks: they are at least as wide and as high as a window.
 bool HasBlocks(uint32_t width, uint32_t height);
 
 /// @param map of an image of this size, which must have blocks
 BilinearBlocks MakeBlocks(const BilinearMap &map, uint32_t width, uint32_t height);
 
-/// Makes the pixels that the map tells. The result is that of cv::remap, bit by bit.
+/// Makes the target by the map. The result equals that of cv::remap bit for bit.
 void TakeBlocks(const BilinearBlocks &blocks, const uint8_t *source, uint8_t *target);
 
 /// The same pixel by pixel, for images of any size.
-/// @param samples one or three for each pixel
+/// @param samples one or three samples per pixel
 void TakePixels(const BilinearMap &map, const uint8_t *source, uint32_t width, uint32_t height,
                 const Samples &samples, uint8_t *target);
 

@@ -25,7 +25,7 @@ constexpr std::array<uint8_t, 4> magic{'T', 'C', 'A', 'L'};
 constexpr uint32_t version = 1;
 constexpr size_t checksumSize = 4;
 
-/// CRC-32 as of zip files. The data are few, so that it goes bit by bit.
+/// CRC-32 as in zip files. It runs bit by bit, which is fast enough for so few bytes.
 uint32_t Checksum(std::span<const uint8_t> bytes)
 {
     constexpr uint32_t polynomial = 0xEDB88320;
@@ -99,7 +99,7 @@ std::string Pair(float x, float y)
     return std::to_string(x) + " and " + std::to_string(y);
 }
 
-/// What is wrong with a camera; empty when nothing is.
+/// The fault of a camera, as text; empty for a valid one.
 std::string FaultOf(const tarn_cvl_CalibrationParameters &camera)
 {
     if (camera.width == 0 || camera.height == 0)
@@ -251,7 +251,7 @@ tarn_cvl_CalibrationParameters FromFile(const std::string &path)
         ThrowFileFailure(isMissing ? TARN_CVL_TARGET_NOT_FOUND : TARN_CVL_IO,
                          "The file \"" + path + "\" cannot be opened", error);
     }
-    // One byte more, to see whether anything follows.
+    // Reads one byte more than it needs, to notice a longer file.
     std::array<uint8_t, binarySize + 1> bytes{};
     const auto count = std::fread(bytes.data(), 1, bytes.size(), file.get());
     if (std::ferror(file.get()) != 0)
@@ -275,7 +275,7 @@ void ToFile(const tarn_cvl_CalibrationParameters &parameters, const std::string 
         ThrowFileFailure(TARN_CVL_IO, "The file \"" + path + "\" cannot be opened", errno);
     }
     const auto count = std::fwrite(bytes.data(), 1, bytes.size(), file.get());
-    // The last bytes are written by fclose.
+    // fclose writes the last bytes, so its result counts as well.
     if (std::fclose(file.release()) != 0 || count != bytes.size())
     {
         ThrowFileFailure(TARN_CVL_IO, "The file \"" + path + "\" cannot be written", errno);

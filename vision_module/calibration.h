@@ -28,19 +28,19 @@ Distortion DistortionOf(const tarn_cvl_CalibrationParameters &parameters);
 
 void SetDistortion(tarn_cvl_CalibrationParameters &parameters, const Distortion &distortion);
 
-/// The camera that a caller tells, with nothing behind it.
-/// @throws Failure for null or another size, with TARN_CVL_OUT_OF_RANGE for a camera that cannot be
+/// A copy of a caller's camera; the bytes behind the camera are 0.
+/// @throws Failure for null or a wrong size; with TARN_CVL_OUT_OF_RANGE for impossible camera values
 tarn_cvl_CalibrationParameters CameraOf(const tarn_cvl_CalibrationParameters *camera, size_t size);
 
 constexpr size_t binarySize = 72;
 
-/// The bytes' calibration parameters; none when the bytes are not valid.
+/// Decodes calibration parameters; nullopt when the bytes are invalid.
 std::optional<tarn_cvl_CalibrationParameters> FromBinary(std::span<const uint8_t> bytes);
 
-/// @throws Failure with TARN_CVL_CORRUPTED when the bytes are not valid
+/// @throws Failure with TARN_CVL_CORRUPTED when the bytes are invalid
 tarn_cvl_CalibrationParameters ValidFromBinary(std::span<const uint8_t> bytes);
 
-/// @throws Failure with TARN_CVL_OUT_OF_RANGE for a camera that cannot be. The same for ToFile.
+/// @throws Failure with TARN_CVL_OUT_OF_RANGE for impossible camera values. So does ToFile.
 std::array<uint8_t, binarySize> ToBinary(const tarn_cvl_CalibrationParameters &parameters);
 
 /// @throws Failure with TARN_CVL_TARGET_NOT_FOUND, TARN_CVL_IO, TARN_CVL_CORRUPTED

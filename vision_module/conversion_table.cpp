@@ -36,23 +36,22 @@ constexpr std::array ways{
 
 constexpr const char *introduction = R"(# Conversions of the vision module
 
-What `tarn_cvl_Image_ConvertPixelFormat` offers. Every format converts to itself as well: the bytes are
-copied. `tarn_cvl_Image_ConvertPixelFormatWithFactor` offers the same, except to packed formats and YUV.
-This file is printed by the program `conversion_table` from the table in `vision_module/conversions.cpp`.
+`tarn_cvl_Image_ConvertPixelFormat` offers these conversions, and from each format to itself, which copies the
+bytes. `tarn_cvl_Image_ConvertPixelFormatWithFactor` offers the same, except to packed formats and YUV.
+The program `conversion_table` prints this file from the table in `vision_module/conversions.cpp`.
 
-- unpacked: each sample in bytes of its own, the sub-images of an interleaved format as samples of one pixel.
-- shifted: samples move to the other depth by a shift, so that 4095 of 12 bits is 255 of 8 and 65520 of 16.
-- demosaiced: bilinear interpolation at the depth of the source, then a shift. At least 3 x 3 pixels.
-- reordered: the order of the colours, with transparency dropped, or added as opaque; shifted between depths.
-- YUV: ITU-R BT.601 with luminance from 16 to 235. The width is even, that of the planar formats and their
-  height, too.
+- unpacked: each sample gets bytes of its own; the sub-images of an interleaved format become samples of a pixel.
+- shifted: a shift moves samples to the other depth: 4095 of 12 bits becomes 255 of 8 and 65520 of 16.
+- demosaiced: bilinear interpolation at the depth of the source, then a shift. Needs at least 3 x 3 pixels.
+- reordered: colours change their order; transparency is dropped, or added as opaque; depths are shifted.
+- YUV: ITU-R BT.601 with luminance from 16 to 235. The width must be even; so must the height of planar formats.
 - widened: the same values in larger samples.
 
 | From | To | How |
 |---|---|---|
 )";
 
-/// As in "Mono10, Mono12"; empty when there is none.
+/// Names joined as in "Mono10, Mono12".
 std::string Targets(PixelFormat from, Conversion way)
 {
     std::string targets;

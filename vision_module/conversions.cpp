@@ -41,7 +41,7 @@ struct Rule
     Conversion conversion;
 };
 
-// Each of the first formats goes to each of the second.
+// Each of the first formats converts to each of the second.
 constexpr std::array rules{
     Rule{mono, mono, Conversion::Shift},
     Rule{bayerRG, bayerRG, Conversion::Shift},

@@ -5,26 +5,26 @@
 namespace tarn::vision
 {
 
-/// The way from one pixel format to another.
+/// How one pixel format is converted into another.
 enum class Conversion
 {
     None,
-    Copy,     ///< the bytes as they are
+    Copy,     ///< the bytes, unchanged
     Unpack,   ///< whole samples, sub-images side by side
     Shift,    ///< to another depth
     Demosaic, ///< a Bayer pattern to grey or colour
-    Reorder,  ///< colour samples in another order, with or without transparency
+    Reorder,  ///< colour samples into another order, with or without transparency
     Yuv,      ///< to RGB
     Widen     ///< the same values in larger samples
 };
 
-/// Looks the pair up in the table of conversions; the pairs that unpack stand in unpack.h.
+/// Looks up the pair in the table of conversions. Pairs that unpack come from unpack.h.
 Conversion FindConversion(common::PixelFormat from, common::PixelFormat to);
 
 /// Whether the pair is in the table of conversions.
 bool IsOffered(common::PixelFormat from, common::PixelFormat to);
 
-/// Whether the pair is offered with a factor, too: the target has whole samples.
+/// Whether the pair is also offered with a factor, for which the target must have whole samples.
 bool IsOfferedWithFactor(common::PixelFormat from, common::PixelFormat to);
 
 } // namespace tarn::vision

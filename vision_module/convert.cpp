@@ -72,7 +72,7 @@ template <typename From, typename To>
 void WidenAs(const Image &image, Image &target)
 {
     const auto pixels = image.PixelCount();
-    // Here, since the bytes written could be those of the images for all that the compiler knows.
+    // Read once: the compiler must assume that writing pixels changes the images.
     const auto *const from = image.data;
     auto *const to = target.data;
     for (uint64_t i = 0; i < pixels; ++i)
@@ -125,7 +125,7 @@ void RequireTarget(const Image &image, PixelFormat format, const Image &target)
     }
 }
 
-/// Only what keeps the bytes can do so in place.
+/// Only a copy works in place.
 void RequireMemoryOfItsOwn(const Image &image, const Image &target)
 {
     if (ShareMemory(image, target))
@@ -204,7 +204,7 @@ void ConvertWithFactor(const Image &image, PixelFormat format, Image &target, do
     const auto samples = *SamplesOf(format);
     if (image.format == Coord3D_C16 && format == Coord3D_C32f)
     {
-        // Not in two steps: each takes as long as the memory.
+        // One pass in place of two: each is as slow as the memory.
         RequireTarget(image, format, target);
         RequireMemoryOfItsOwn(image, target);
         ScaleWords(image.data, image.PixelCount(), factor, target.data);

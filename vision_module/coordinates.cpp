@@ -40,7 +40,7 @@ void RequireSize(const std::string &name, uint32_t width, uint32_t height, const
     }
 }
 
-/// The region of an image line by line.
+/// Gives the region of an image line by line.
 class LinesOfRegion
 {
 public:
@@ -54,7 +54,7 @@ public:
         }
     }
 
-    /// A bit for each pixel of the next line; null for an image without a region.
+    /// One bit per pixel of the next line; null for an image without a region.
     const uint64_t *Next()
     {
         if (m_bits.empty())

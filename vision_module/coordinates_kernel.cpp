@@ -10,7 +10,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/coordinates_kernel.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
@@ -23,7 +23,7 @@ namespace tarn::vision
 constexpr size_t cacheLine = 64;
 constexpr size_t pointBytes = 3 * sizeof(float);
 
-/// The coordinates of so many pixels are three cache lines.
+/// The coordinates of a block fill three cache lines.
 constexpr size_t blockPixels = 16;
 constexpr size_t blockBytes = blockPixels * pointBytes;
 constexpr uint64_t wholeBlock = (uint64_t{1} << blockPixels) - 1;
@@ -54,7 +54,7 @@ inline void SetNoPoints(uint64_t bits, uint8_t *coordinates)
     }
 }
 
-/// Pixels that are not enough for a block.
+/// Makes the points of pixels that do not fill a block.
 inline void MakePoints(const LineGeometry &geometry, const uint8_t *depths, const uint64_t *isIn,
                        size_t begin, size_t end, uint8_t *coordinates)
 {
@@ -69,7 +69,7 @@ inline void MakePoints(const LineGeometry &geometry, const uint8_t *depths, cons
     }
 }
 
-/// Pixels up to the first whose coordinates begin at a cache line; all of them when none does.
+/// The number of pixels before the first whose coordinates begin at a cache line; all when there is none.
 inline size_t PixelsToCacheLine(const uint8_t *coordinates, size_t pixels)
 {
     size_t pixel = 0;
@@ -137,7 +137,7 @@ void CoordinatesOfLineHere(const LineGeometry &geometry, const uint8_t *depths, 
     MakePoints(geometry, depths, isIn, done, pixels, coordinates);
     if (isPastCache)
     {
-        // The caller's consumer learns of the image by another store, which must not overtake these.
+        // The store by which another thread learns of the image must not overtake these.
         hwy::FlushStream();
     }
 }

@@ -6,20 +6,20 @@
 namespace tarn::vision
 {
 
-/// Where the pixels of a line look to. Slopes, not offsets and focal lengths, since a division for each
-/// coordinate takes longer than to write it.
+/// The directions of the pixels of a line, as slopes: dividing an offset by the focal length for each
+/// coordinate would take longer than writing the coordinate.
 struct LineGeometry
 {
-    /// For each pixel: X is its slope * Z.
+    /// One slope per pixel: X = slope * Z.
     const float *slopesX;
-    /// Y is this * Z.
+    /// Y = slopeY * Z.
     float slopeY;
 };
 
-/// Makes X, Y, Z for each depth Z. Depths and coordinates may begin at any address.
-/// @param isIn a bit for each pixel, 0 for one without depth: its Z is 0, as it is in a depth image, and what
-/// would follow from it is not a number. Null when all have depth.
-/// @param isPastCache whether whole cache lines are written past the caches
+/// Computes X, Y, Z for each depth Z. Depths and coordinates may begin at any address.
+/// @param isIn one bit per pixel, 0 for a pixel without depth. Such a pixel gets Z = 0, as in the depth
+/// image, and NaN for X and Y. Null when every pixel has depth.
+/// @param isPastCache whether whole cache lines bypass the caches
 void CoordinatesOfLine(const LineGeometry &geometry, const uint8_t *depths, const uint64_t *isIn,
                        size_t pixels, uint8_t *coordinates, bool isPastCache);
 

@@ -17,7 +17,7 @@ using enum common::PixelFormat;
 namespace
 {
 
-/// Where red stands in the first two lines of the first two pixels; blue stands across.
+/// The position of red in the first 2 x 2 pixels; blue is diagonally opposite.
 struct RedPlace
 {
     uint32_t line;
@@ -45,7 +45,7 @@ RedPlace RedPlaceOf(PixelFormat bayer)
     }
 }
 
-/// The line, which is neither the first nor the last.
+/// A line with both neighbours: not the first and not the last.
 MosaicLine LineOf(const Image &image, uint32_t line)
 {
     const auto red = RedPlaceOf(image.format);
@@ -117,7 +117,7 @@ void Demosaic(const Image &image, Image &target)
             ShiftSamples(image.format, pixels, target.format, made, samples);
         }
     }
-    // A border has too few neighbours for colours of its own.
+    // Border pixels have too few neighbours to interpolate.
     RepeatEnds(target.data, lineBytes, image.height);
 }
 

@@ -5,7 +5,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/demosaic_kernel.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/highway.h>
 
 HWY_BEFORE_NAMESPACE();
@@ -15,16 +15,16 @@ namespace tarn::vision::HWY_NAMESPACE
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// What pixels have of each colour, times four.
+/// The colours of pixels, each times four.
 template <class D>
 struct Colours
 {
-    hn::Vec<D> own; ///< the one of red and blue that the line has
+    hn::Vec<D> own; ///< red or blue, whichever the line has
     hn::Vec<D> green;
     hn::Vec<D> other;
 };
 
-/// @param d of the sums, whose lanes are wider than the samples T
+/// @param d tag of the sums, whose lanes are wider than the samples T
 template <typename T, class D>
 HWY_INLINE Colours<D> ColoursOf(D d, const MosaicLine &line, size_t first)
 {
@@ -86,8 +86,8 @@ struct ToGrey
     template <class D>
     static HWY_INLINE void Take(D d, const MosaicLine &line, bool isOwnRed, size_t first, uint8_t *target)
     {
-        // The luminance of ITU-R BT.601, 0.299 R + 0.587 G + 0.114 B, in 14 bits. With the two bits of sums
-        // of four, the largest of 16-bit samples still has 32.
+        // The luminance of ITU-R BT.601, 0.299 R + 0.587 G + 0.114 B, with weights of 14 bits. With two bits
+        // for sums of four and 16 for the sample, the result fits in 32 bits.
         constexpr uint32_t red = 4899;
         constexpr uint32_t greenWeight = 9617;
         constexpr uint32_t blue = 1868;

@@ -19,16 +19,16 @@ struct MosaicLine
     const uint8_t *here;
     const uint8_t *below;
     uint32_t width;
-    /// Else samples of 16 bits.
+    /// True for samples of one byte, false for samples of 16 bits.
     bool isByte;
-    /// Of the two colours that stand beside green, this line has red.
+    /// Whether green alternates with red on this line; it alternates with blue otherwise.
     bool hasRed;
-    /// The first pixel is green.
+    /// Whether the first pixel is green.
     bool beginsGreen;
 };
 
-/// Makes all pixels of the line but the first and the last, at the depth of the source. All memory may begin
-/// at any address.
+/// Makes the pixels of the line except the first and the last, at the depth of the source. Source and target
+/// may begin at any address.
 void DemosaicLine(const MosaicLine &line, DemosaicResult result, uint8_t *target);
 
 } // namespace tarn::vision

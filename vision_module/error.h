@@ -21,16 +21,17 @@ private:
     TARN_CVL_STATUS m_status;
 };
 
-/// Keeps the text as the calling thread's last error, cut to the room there is.
+/// Stores the calling thread's last error, cut to the size of the buffer.
 void SetLastError(std::string_view text) noexcept;
 
-/// The calling thread's last error; empty when nothing failed yet. Ends in a zero byte.
+/// The calling thread's last error, followed by a zero byte; empty before the first failure.
 std::string_view LastError() noexcept;
 
-/// Within a handler: keeps the exception's text as the last error and gives its status.
+/// Stores the text of the exception being handled as the last error and returns its status. Call it in a
+/// handler.
 int32_t KeepCurrentException() noexcept;
 
-/// Runs the body of an exported function. No exception comes out.
+/// Runs the body of an exported function and turns exceptions into a status.
 template <typename Action>
 int32_t Answer(Action action) noexcept
 {
@@ -45,10 +46,10 @@ int32_t Answer(Action action) noexcept
     }
 }
 
-/// @throws Failure with TARN_CVL_NULL_POINTER; `what` as in "the image information"
+/// @throws Failure with TARN_CVL_NULL_POINTER; `what` names the target, as in "the image information"
 void RequirePointer(const void *pointer, std::string_view what);
 
-/// @throws Failure with TARN_CVL_MISMATCH for a record of another size
+/// @throws Failure with TARN_CVL_MISMATCH when the sizes differ
 void RequireRecordSize(size_t size, size_t expected, std::string_view record);
 
 } // namespace tarn::vision

@@ -26,7 +26,7 @@ namespace
 
 std::atomic<uint64_t> initialised{0};
 
-/// Makes an object and gives its handle out.
+/// Makes an object and returns its handle.
 template <typename Make>
 int32_t Create(void **handle, Make make) noexcept
 {
@@ -53,6 +53,28 @@ std::span<const uint8_t> BytesOf(const uint8_t *bytes, size_t count)
     return {bytes, count};
 }
 
+/// Arguments of the functions that write calibration parameters as bytes.
+void RequireSizedParameters(const tarn_cvl_CalibrationParameters *parameters, size_t parametersSize,
+                            const size_t *size)
+{
+    RequireParameters(parameters, parametersSize);
+    RequirePointer(size, "the size");
+}
+
+/// Runs the body of a function that reads or writes a file of calibration parameters.
+template <typename Action>
+int32_t AnswerWithFile(const char *path, const tarn_cvl_CalibrationParameters *parameters,
+                       size_t parametersSize, Action action) noexcept
+{
+    return Answer(
+        [&]
+        {
+            RequirePointer(path, "the path");
+            RequireParameters(parameters, parametersSize);
+            action();
+        });
+}
+
 template <typename T>
 int32_t Destroy(void *handle) noexcept
 {
@@ -72,8 +94,8 @@ int32_t tarn_cvl_Exit(void)
     return Answer(
         []
         {
-            // One call too many is no failure: a program that tries to close again what failed to close
-            // would never get past it.
+            // A surplus call succeeds: a program that repeats a failed close would never get past an error
+            // here.
             auto count = initialised.load();
             while (count != 0 && !initialised.compare_exchange_weak(count, count - 1))
             {
@@ -393,8 +415,7 @@ tarn_cvl_CalibrationParameters_ToBinaryGetSizeInBytes(const tarn_cvl_Calibration
     return Answer(
         [&]
         {
-            RequireParameters(parameters, parametersSize);
-            RequirePointer(size, "the size");
+            RequireSizedParameters(parameters, parametersSize, size);
             *size = ToBinary(*parameters).size();
         });
 }
@@ -405,8 +426,7 @@ int32_t tarn_cvl_CalibrationParameters_ToBinary(const tarn_cvl_CalibrationParame
     return Answer(
         [&]
         {
-            RequireParameters(parameters, parametersSize);
-            RequirePointer(size, "the size");
+            RequireSizedParameters(parameters, parametersSize, size);
             RequirePointer(bytes, "the bytes");
             const auto data = ToBinary(*parameters);
             const auto room = *size;
@@ -425,24 +445,12 @@ int32_t tarn_cvl_CalibrationParameters_CreateFromFile(const char *path,
                                                       tarn_cvl_CalibrationParameters *parameters,
                                                       size_t parametersSize)
 {
-    return Answer(
-        [&]
-        {
-            RequirePointer(path, "the path");
-            RequireParameters(parameters, parametersSize);
-            *parameters = FromFile(path);
-        });
+    return AnswerWithFile(path, parameters, parametersSize, [&] { *parameters = FromFile(path); });
 }
 
 int32_t tarn_cvl_CalibrationParameters_SaveToFile(const char *path,
                                                   const tarn_cvl_CalibrationParameters *parameters,
                                                   size_t parametersSize)
 {
-    return Answer(
-        [&]
-        {
-            RequirePointer(path, "the path");
-            RequireParameters(parameters, parametersSize);
-            ToFile(*parameters, path);
-        });
+    return AnswerWithFile(path, parameters, parametersSize, [&] { ToFile(*parameters, path); });
 }

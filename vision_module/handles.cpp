@@ -23,8 +23,8 @@ using Entries = std::unordered_map<void *, Entry>;
 
 std::mutex mutex;
 uintptr_t last = 0;
-// Made with the first handle and freed with the last: no destructor runs at exit, where a caller may still
-// end its handles.
+// Allocated with the first handle and freed with the last. A static object would be destroyed at exit, when a
+// caller may still release handles.
 Entries *entries = nullptr;
 
 std::string Name(Kind kind)
@@ -43,7 +43,7 @@ std::string Name(Kind kind)
     return "nothing";
 }
 
-/// With the lock held.
+/// Call it with the mutex locked.
 Entries::iterator Locate(Kind kind, void *handle)
 {
     if (handle == nullptr)

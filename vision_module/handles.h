@@ -14,21 +14,21 @@ enum class Kind
     Undistortion
 };
 
-/// The live handles. A handle is a number that is never given out twice, so that one that has ended is always
-/// told from one that lives. Callable from any thread; nothing is left behind once the last handle has ended.
+/// The live handles. A handle is a number that is never reused, so a stale handle is always recognised.
+/// Callable from any thread. Frees its memory with the last handle.
 namespace handles
 {
 
-/// Gives a handle with one owner.
+/// Registers an object. The new handle has one owner.
 void *Add(Kind kind, std::shared_ptr<void> object);
 
-/// @throws Failure with TARN_CVL_NULL_POINTER for null, with TARN_CVL_MISMATCH for what is no live handle of
-/// this kind. The same for the two below.
+/// @throws Failure with TARN_CVL_NULL_POINTER for null; with TARN_CVL_MISMATCH unless it is a live handle of
+/// this kind. So do the next two functions.
 std::shared_ptr<void> Find(Kind kind, void *handle);
 
 void AddOwner(Kind kind, void *handle);
 
-/// Takes an owner; the handle ends with the last one.
+/// Removes an owner. The handle ends with its last owner.
 void Release(Kind kind, void *handle);
 
 } // namespace handles

@@ -13,7 +13,7 @@ namespace tarn::vision
 namespace
 {
 
-/// As in "Mono8 of 640 x 480 pixels".
+/// Describes an image, as in "Mono8 of 640 x 480 pixels".
 std::string Description(PixelFormat format, uint32_t width, uint32_t height)
 {
     return common::PixelFormatName(format) + " of " + std::to_string(width) + " x " + std::to_string(height) +

@@ -14,10 +14,10 @@ namespace tarn::vision
 
 using common::PixelFormat;
 
-/// The largest image that is made with memory of its own, in bytes.
+/// The limit for images with memory of their own, in bytes.
 constexpr uint64_t maximumOwnSize = uint64_t{1} << 36;
 
-/// Pixels in memory of the image's own or of the caller.
+/// Pixels, in the image's own memory or in the caller's.
 struct Image
 {
     static constexpr Kind kind = Kind::Image;
@@ -25,7 +25,7 @@ struct Image
     PixelFormat format{};
     uint32_t width = 0;
     uint32_t height = 0;
-    /// Bytes of the memory, at least those of the pixels.
+    /// Size of the memory in bytes; at least PixelBytes.
     uint64_t size = 0;
     uint8_t *data = nullptr;
 
@@ -38,22 +38,22 @@ struct Image
     uint64_t PixelCount() const { return uint64_t{width} * height; }
 };
 
-/// @throws Failure with TARN_CVL_NOT_SUPPORTED for a code that is not in the table of formats
+/// @throws Failure with TARN_CVL_NOT_SUPPORTED for an unknown code
 PixelFormat FormatOf(uint32_t code);
 
-/// Bytes that the pixels take.
-/// @throws Failure with TARN_CVL_OUT_OF_RANGE when that is more than any memory
+/// Bytes of the pixels, without padding.
+/// @throws Failure with TARN_CVL_OUT_OF_RANGE when the number does not fit in 64 bits
 uint64_t PixelBytes(PixelFormat format, uint32_t width, uint32_t height);
 
 /// An image over the caller's memory.
-/// @throws Failure for a bad format, padding, or memory that is null or too small
+/// @throws Failure for an unknown format, for padding, and for memory that is null or too small
 std::shared_ptr<Image> MakeImage(const tarn_cvl_ImageInfo &info);
 
 /// An image with zeroed memory of its own.
-/// @throws Failure for a bad format, or for more than maximumOwnSize
+/// @throws Failure for an unknown format, and for more than maximumOwnSize bytes
 std::shared_ptr<Image> MakeZeroedImage(uint32_t pixelFormat, tarn_cvl_Size size);
 
-/// Whether pixels of the two lie in the same bytes.
+/// Whether the pixels of the two images overlap in memory.
 bool ShareMemory(const Image &one, const Image &other);
 
 tarn_cvl_ImageInfo InfoOf(const Image &image);

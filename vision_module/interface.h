@@ -1,6 +1,6 @@
 #pragma once
 
-// The C interface, with its functions visible outside of the library.
+// The C interface. Its functions are visible outside the library.
 
 #pragma GCC visibility push(default)
 #include <tarn_cvl/tarn_cvl.h>

@@ -25,15 +25,15 @@ struct Metadata
     std::map<std::string, Value, std::less<>> values;
 };
 
-/// Sets a value, and replaces one of the same name.
+/// Sets a value, replacing any of the same name.
 /// @throws Failure for a bad handle or a null key
 void SetValue(void *metadata, const char *key, Value value);
 
 /// @throws Failure for a null text
 std::string TextOf(const char *text);
 
-/// The elements as values of type T. `values` may be null when there are none.
-/// @throws Failure for a null pointer, std::length_error for a count that cannot be
+/// Copies the elements as values of type T. `values` may be null when `count` is 0.
+/// @throws Failure for a null pointer, std::length_error when `count` elements cannot fit in memory
 template <typename T, typename Element>
 std::vector<T> ArrayOf(const Element *values, size_t count)
 {

@@ -17,7 +17,7 @@ int32_t NotOffered(const char *name) noexcept
 
 } // namespace tarn::vision
 
-// Called with whatever arguments the function has elsewhere; none of them is looked at.
+// Declared without parameters; callers pass the arguments of the full library, which are ignored.
 #pragma GCC visibility push(default)
 extern "C"
 {

@@ -6,7 +6,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/past_cache.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
@@ -34,7 +34,7 @@ void ClearPastCacheHere(uint8_t *target, size_t size)
 constexpr size_t lineBytes = 64;
 using Vectors = hn::CappedTag<uint8_t, lineBytes>;
 
-/// Bytes before the first whole cache line.
+/// The number of bytes before the first whole cache line.
 size_t HeadOf(const uint8_t *target, size_t size)
 {
     return std::min(size, (lineBytes - reinterpret_cast<uintptr_t>(target) % lineBytes) % lineBytes);

@@ -6,18 +6,18 @@
 namespace tarn::vision
 {
 
-/// Images that become this large or larger are written past the caches, which do not keep all of it for
-/// whoever reads it next. What is written in whole lines need not be read before, which is a third of the
-/// traffic. Smaller images stay in a cache, and to read them from there saves more.
+/// Images of at least this many bytes bypass the caches when they are written. The caches could not keep the
+/// whole image for its next reader, and writing whole cache lines saves reading them first, a third of the
+/// traffic. A smaller image stays in a cache, from which its reader saves more.
 constexpr uint64_t pastCacheFrom = uint64_t{4} << 20;
 
-/// Copies bytes, whole cache lines past the caches. FinishPastCache has to follow once all is copied.
+/// Copies bytes; whole cache lines bypass the caches. Call FinishPastCache after the last copy.
 void CopyPastCache(uint8_t *target, const uint8_t *source, size_t size);
 
-/// Others see what was written past the caches no later than what is written from now on.
+/// Orders the writes that bypassed the caches before all later writes, for other threads.
 void FinishPastCache();
 
-/// Sets bytes to 0, whole cache lines past the caches.
+/// Sets bytes to 0; whole cache lines bypass the caches.
 void ClearPastCache(uint8_t *target, size_t size);
 
 } // namespace tarn::vision

@@ -34,7 +34,7 @@ PixelMemory PixelMemoryStore::Take(size_t size)
     }
     else
     {
-        // calloc takes pages that are zero already, where a vector would write each byte.
+        // calloc gets zeroed pages from the kernel; a vector would write each byte.
         block.memory.reset(static_cast<uint8_t *>(std::calloc(size, 1)));
         if (!block.memory)
         {
@@ -57,7 +57,7 @@ void PixelMemoryStore::Keep(Block block) noexcept
     {
         return;
     }
-    // The one that makes room is freed without the lock.
+    // The parameter takes the oldest block, and frees it after the mutex is unlocked.
     const std::lock_guard lock(m_mutex);
     std::swap(m_kept.at(m_oldest), block);
     m_oldest = (m_oldest + 1) % mostBlocks;

@@ -12,7 +12,7 @@ namespace tarn::vision
 
 class PixelMemoryStore;
 
-/// Gives memory back to the store that it came from, which therefore outlives it.
+/// Returns memory to its store, which it keeps alive.
 struct GiveBack
 {
     std::shared_ptr<PixelMemoryStore> store;
@@ -23,22 +23,21 @@ struct GiveBack
 
 using PixelMemory = std::unique_ptr<uint8_t, GiveBack>;
 
-/// The memory of the module's own images. Callable from any thread.
+/// Memory for images of the module. Callable from any thread.
 ///
-/// Each frame of a depth camera needs images of the same few sizes, and fresh pages of the kernel for them
-/// cost as much as all the work on their pixels. The last few blocks that images give back are therefore kept
-/// for the next ones.
+/// Every frame of a depth camera needs images of the same few sizes. Fresh pages from the kernel cost as much
+/// as all the work on the pixels, so the store keeps the last few returned blocks for new images.
 class PixelMemoryStore : public std::enable_shared_from_this<PixelMemoryStore>
 {
 public:
     static constexpr size_t mostBlocks = 4;
-    /// Smaller ones are not worth it, and larger ones too much to keep.
+    /// Smaller blocks are cheap to allocate; larger ones would hold too much memory.
     static constexpr size_t smallestBlock = size_t{64} << 10;
     static constexpr size_t largestBlock = size_t{64} << 20;
 
     static const std::shared_ptr<PixelMemoryStore> &Instance();
 
-    /// Memory of zeros.
+    /// Zeroed memory.
     /// @throws std::bad_alloc
     PixelMemory Take(size_t size);
 

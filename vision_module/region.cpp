@@ -19,7 +19,7 @@ constexpr uint32_t colourSamples = sizeof(tarn_cvl_Colour::samples) / sizeof(dou
 
 void FindLine(const uint8_t *samples, uint32_t count, const tarn_cvl_Range &range, float, uint64_t *found)
 {
-    // As double, which has each of the range's ends.
+    // A double represents both limits exactly.
     const double minimum = range.minimum;
     const double maximum = range.maximum;
     std::fill_n(found, WordsOf(count), 0);
@@ -87,7 +87,7 @@ void AddOnes(std::vector<Run> &runs, const Run &within, const uint64_t *bits)
     bool isOpen = false;
     for (size_t word = 0; word < words; ++word)
     {
-        // A bit for each pixel that differs from the one before it.
+        // A 1 for each pixel that differs from its predecessor.
         uint64_t changes = bits[word] ^ (bits[word] << 1 | (isOpen ? 1 : 0));
         for (; changes != 0; changes &= changes - 1)
         {

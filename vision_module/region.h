@@ -12,7 +12,7 @@ namespace tarn::vision
 
 struct Image;
 
-/// Pixels of one line that stand next to each other: from `begin` up to, without, `end`.
+/// Neighbouring pixels of one line, from `begin` up to but not including `end`.
 struct Run
 {
     uint32_t line;
@@ -20,7 +20,7 @@ struct Run
     uint32_t end;
 };
 
-/// A set of pixels, as runs in the order of lines and columns, with a gap between any two of a line.
+/// A set of pixels, stored as runs ordered by line and column. Two runs of a line never touch.
 struct Region
 {
     static constexpr Kind kind = Kind::Region;
@@ -28,8 +28,8 @@ struct Region
     std::vector<Run> runs;
 };
 
-/// Calls `use` with the numbers of the first pixel and of the one behind the last of each run, as far as it
-/// is in an image of this size.
+/// Calls use(first, end) with the pixel indices of each run, clipped to an image of this size; `end` is one
+/// past the last pixel.
 template <typename Use>
 void ForEachRunWithin(const Region &region, uint32_t width, uint32_t height, Use use)
 {
@@ -44,18 +44,18 @@ void ForEachRunWithin(const Region &region, uint32_t width, uint32_t height, Use
     }
 }
 
-/// Adds the stretches of ones among the bits of the pixels of a run.
+/// Adds a run for each stretch of ones among the bits of a given run.
 void AddOnes(std::vector<Run> &runs, const Run &within, const uint64_t *bits);
 
-/// Sets the bits of the pixels from `begin` up to, without, `end`.
+/// Sets the bits of the pixels from `begin` up to but not including `end`.
 void SetBits(uint64_t *bits, uint64_t begin, uint64_t end);
 
-/// The pixels with a value in the closed range.
-/// @throws Failure with TARN_CVL_NOT_SUPPORTED when a pixel is not one whole sample
+/// The pixels whose value lies in the range, limits included.
+/// @throws Failure with TARN_CVL_NOT_SUPPORTED unless a pixel is one whole sample
 Region PixelsInRange(const Image &image, const tarn_cvl_Range &range);
 
-/// Sets the region's pixels.
-/// @throws Failure with TARN_CVL_NOT_SUPPORTED when a pixel is not up to three whole samples, not counting
+/// Gives the region's pixels one colour.
+/// @throws Failure with TARN_CVL_NOT_SUPPORTED unless a pixel has one to three whole samples, besides
 /// transparency
 void Draw(Image &image, const Region &region, const tarn_cvl_Colour &colour);
 

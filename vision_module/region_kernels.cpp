@@ -8,10 +8,10 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/region_kernels.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/highway.h>
 
-// With AVX2 and up one instruction takes many pixels from as many places.
+// From AVX2 on, one gather instruction loads pixels from several places.
 #undef TARN_VISION_HAS_GATHER
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
 #define TARN_VISION_HAS_GATHER 1
@@ -26,7 +26,7 @@ namespace tarn::vision::HWY_NAMESPACE
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// A bit for each lane of a mask.
+/// One bit per lane of a mask.
 template <class D, class M>
 HWY_INLINE uint64_t BitsOf(D d, M mask)
 {
@@ -92,7 +92,7 @@ HWY_INLINE uint64_t TakeOneByOne(const MaskedPixels &pixels, size_t count, uint8
     {
         const auto place = pixels.places[i];
         const auto isIn = pixels.mask[place / pixelsPerWord] >> place % pixelsPerWord & 1;
-        // Without a branch, which noise would lead astray.
+        // Without a branch, which noisy masks would mispredict.
         const auto kept = static_cast<uint32_t>(-isIn);
         Store(target, i, Load<uint32_t>(pixels.source, place) & kept);
         taken |= isIn << i;
@@ -100,8 +100,8 @@ HWY_INLINE uint64_t TakeOneByOne(const MaskedPixels &pixels, size_t count, uint8
     return taken;
 }
 
-/// Asks for what will be read and written some words from here: neither stands in one row, so the processor
-/// does not foresee it.
+/// Prefetches source and target some words ahead. The processor cannot predict addresses that are not
+/// consecutive.
 HWY_INLINE void FetchAhead(const MaskedPixels &pixels, const uint8_t *target)
 {
     constexpr size_t ahead = 8 * pixelsPerWord;
@@ -116,7 +116,7 @@ HWY_INLINE void FetchAhead(const MaskedPixels &pixels, const uint8_t *target)
 
 #if TARN_VISION_HAS_GATHER
 
-/// The pixels of a word.
+/// Takes the pixels of one word of the set.
 HWY_INLINE uint64_t TakeWord(const MaskedPixels &pixels, uint8_t *target)
 {
     const hn::CappedTag<uint32_t, pixelsPerWord> d;

@@ -6,10 +6,11 @@
 namespace tarn::vision
 {
 
-// What finds pixels and follows them, in a form for each instruction set. Images need no alignment.
+// Functions that find pixels and trace where they come from, compiled for each instruction set. Images need
+// no alignment.
 //
-// A set of pixels is a bit for each, that of the first one the lowest of the first word. The bits behind the
-// last pixel are 0.
+// A set of pixels has one bit per pixel, beginning with the lowest bit of the first word. Bits past the last
+// pixel are 0.
 
 constexpr size_t pixelsPerWord = 64;
 
@@ -18,22 +19,23 @@ constexpr size_t WordsOf(size_t pixels)
     return (pixels + pixelsPerWord - 1) / pixelsPerWord;
 }
 
-/// The samples with a value from `lowest` up to `highest`.
+/// Finds the samples from `lowest` to `highest`, limits included.
 void FindInRange(const uint8_t *samples, size_t count, uint8_t lowest, uint8_t highest, uint64_t *found);
 void FindInRange(const uint8_t *samples, size_t count, uint16_t lowest, uint16_t highest, uint64_t *found);
 
-/// Pixels of four bytes from the places that a map names, with 0 for those that are not of a set.
+/// Pixels of four bytes, picked from a source by a map. A pixel outside the set reads as 0.
 struct MaskedPixels
 {
     const uint8_t *source;
-    /// The set, of the source.
+    /// The set of pixels of the source.
     const uint64_t *mask;
-    /// For each pixel its place in the source. Those behind the pixels that are taken tell what comes next.
+    /// The source index of each pixel. Entries past the pixels of one call announce the pixels of the next,
+    /// for prefetching.
     const uint32_t *places;
     size_t placeCount;
 };
 
-/// @param taken out: those of the set
+/// @param taken out: the pixels that belong to the set
 void TakeMasked(const MaskedPixels &pixels, size_t count, uint8_t *target, uint64_t *taken);
 
 } // namespace tarn::vision

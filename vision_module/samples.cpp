@@ -1,5 +1,7 @@
 #include "vision_module/samples.h"
 
+#include <algorithm>
+#include <array>
 #include <bit>
 
 namespace tarn::vision
@@ -34,18 +36,9 @@ bool IsYuv(PixelFormat format)
 
 bool HasAlpha(PixelFormat format)
 {
-    switch (format)
-    {
-    case PixelFormat::RGBa8:
-    case PixelFormat::BGRa8:
-    case PixelFormat::RGBa10:
-    case PixelFormat::BGRa10:
-    case PixelFormat::RGBa12:
-    case PixelFormat::BGRa12:
-        return true;
-    default:
-        return false;
-    }
+    constexpr std::array withAlpha{PixelFormat::RGBa8,  PixelFormat::BGRa8,  PixelFormat::RGBa10,
+                                   PixelFormat::BGRa10, PixelFormat::RGBa12, PixelFormat::BGRa12};
+    return std::ranges::find(withAlpha, format) != withAlpha.end();
 }
 
 } // namespace

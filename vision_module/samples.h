@@ -16,21 +16,21 @@ enum class SampleType
     Float32
 };
 
-/// What a pixel consists of, when it consists of whole samples.
+/// The samples of a pixel, in a format of whole samples.
 struct Samples
 {
     SampleType type{};
     uint32_t count = 0;
-    /// The last sample is transparency.
+    /// Whether the last sample is transparency.
     bool hasAlpha = false;
-    /// The largest value; of no meaning for floats.
+    /// The largest value; unused for floats.
     uint32_t maximum = 0;
 };
 
-/// None for packed formats and for YUV, where pixels share samples.
+/// Nullopt for packed formats and for YUV, whose pixels share samples.
 std::optional<Samples> SamplesOf(common::PixelFormat format);
 
-/// Bits of a sample's value, as 12 of Mono12. For formats of integer samples.
+/// Bits of a sample's value: 12 for Mono12. Only for formats of integer samples.
 uint32_t DepthOf(common::PixelFormat format);
 
 // A caller's image memory may begin at any address.
@@ -67,7 +67,8 @@ void WithSampleType(SampleType type, Action action)
     }
 }
 
-/// A number as a sample: rounded, kept between 0 and `maximum`, 0 when it is none. Floats stay as they are.
+/// Converts a number to a sample: rounds it and clamps it to 0 and `maximum`; NaN gives 0. A float sample
+/// keeps the value.
 template <typename T>
 T SampleOf(double number, uint32_t maximum)
 {

@@ -8,7 +8,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/scale.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
@@ -69,7 +69,7 @@ size_t ScaleVectors(const uint8_t *samples, size_t done, size_t count, double fa
 
 void ScaleWordsHere(const uint8_t *samples, size_t count, double factor, uint8_t *floats)
 {
-    // Half a vector is not streamed by itself.
+    // A vector of 8 bytes cannot be streamed.
     constexpr bool isStreamable = vectorBytes >= 16;
     const auto beyond = reinterpret_cast<uintptr_t>(floats) % vectorBytes;
     size_t done = 0;

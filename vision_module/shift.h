@@ -7,7 +7,7 @@
 namespace tarn::vision
 {
 
-/// A sample at another depth. What lies above its own depth counts as the largest value.
+/// Converts a sample to another depth. A value beyond its own depth counts as the largest one.
 inline uint16_t ShiftSample(uint32_t sample, uint32_t fromDepth, uint32_t toDepth)
 {
     const uint32_t kept = std::min(sample, (uint32_t{1} << fromDepth) - 1);
@@ -15,7 +15,7 @@ inline uint16_t ShiftSample(uint32_t sample, uint32_t fromDepth, uint32_t toDept
                                                       : kept >> (fromDepth - toDepth));
 }
 
-/// `count` samples of the depth of one format at the depth of another.
+/// Converts `count` samples from the depth of one format to the depth of another.
 void ShiftSamples(common::PixelFormat from, const uint8_t *source, common::PixelFormat to, uint8_t *target,
                   uint64_t count);
 

@@ -19,7 +19,7 @@ namespace
 constexpr std::array formats{Mono8, Mono10,     Mono12,      Mono16,       Mono32f,     RGB8,
                              BGR8,  Coord3D_C8, Coord3D_C16, Coord3D_C32f, Confidence8, Confidence16};
 
-/// A number among the metadata, kept within its ends.
+/// A number of the metadata, from `least` to mostPixels; nullopt when absent.
 std::optional<uint32_t> NumberOf(const Metadata &metadata, const std::string &key, uint32_t least)
 {
     const auto entry = metadata.values.find(key);
@@ -34,7 +34,7 @@ std::optional<uint32_t> NumberOf(const Metadata &metadata, const std::string &ke
     }
     else if (const auto *integer = std::get_if<int64_t>(&entry->second))
     {
-        // A negative one becomes larger than any that is allowed.
+        // A negative number becomes larger than the limit.
         number = static_cast<uint64_t>(*integer);
     }
     else
@@ -50,10 +50,10 @@ std::optional<uint32_t> NumberOf(const Metadata &metadata, const std::string &ke
     return static_cast<uint32_t>(number);
 }
 
-/// The camera as it sees images of the geometry.
+/// The camera that describes images of the geometry.
 tarn_cvl_CalibrationParameters Adjusted(tarn_cvl_CalibrationParameters camera, const Geometry &geometry)
 {
-    // The middle of the first pixel after binning lies between those of the pixels that make it.
+    // The centre of a binned pixel lies midway between the centres of its pixels.
     const auto point = [](float calibrated, uint32_t binning, uint32_t first)
     {
         constexpr double half = 0.5;
@@ -75,7 +75,7 @@ tarn_cvl_CalibrationParameters Adjusted(tarn_cvl_CalibrationParameters camera, c
     return camera;
 }
 
-/// The pixels of the image's region, all others 0.
+/// Copies the pixels of the image's region and sets the others to 0.
 std::vector<uint8_t> Masked(const Image &image, uint32_t pixelBytes)
 {
     std::vector<uint8_t> pixels(image.PixelCount() * pixelBytes);
@@ -97,11 +97,11 @@ void CopyPixels(const uint8_t *source, const uint32_t *sources, uint64_t count, 
     }
 }
 
-/// The pixels of the region from where the map says, all others 0.
+/// Takes the pixels of the region by the map and sets the others to 0.
 template <uint32_t pixelBytes>
 void TakeNearest(const NearestMap &map, const Region &region, const uint8_t *source, Image &target)
 {
-    // Here, since the target's bytes could be those of the map for all that the compiler knows.
+    // Read once: the compiler must assume that writing pixels changes the map.
     const uint32_t *sources = map.sources.data();
     uint8_t *pixels = target.data;
     uint64_t done = 0;
@@ -138,7 +138,7 @@ void TakeNearest(const NearestMap &map, const Region &region, const uint8_t *sou
     }
 }
 
-/// The pixels that come from those of a set.
+/// The undistorted pixels whose source pixels belong to the set.
 Region RegionThrough(const NearestMap &map, const std::vector<uint64_t> &mask, uint32_t width)
 {
     Region region;
@@ -157,7 +157,7 @@ Region RegionThrough(const NearestMap &map, const std::vector<uint64_t> &mask, u
     return region;
 }
 
-/// RegionThrough and TakeNearest in one, for pixels of four bytes, those of depth.
+/// RegionThrough and TakeNearest in one pass, for the four-byte pixels of depth images.
 Region TakeMasked(const NearestMap &map, const std::vector<uint64_t> &mask, const uint8_t *source,
                   Image &target)
 {

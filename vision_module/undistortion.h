@@ -13,21 +13,21 @@
 namespace tarn::vision
 {
 
-/// Which part of the calibrated image an image shows, and how large its pixels are.
+/// The part of the calibrated image that an image shows, and the binning of its pixels.
 struct Geometry
 {
-    /// Pixels of the calibrated image that make one.
+    /// Pixels of the calibrated image per pixel.
     uint32_t binningX = 1;
     uint32_t binningY = 1;
-    /// The first pixel, counted after binning.
+    /// Position of the first pixel, in binned pixels.
     uint32_t x = 0;
     uint32_t y = 0;
-    /// Pixels; all that there are after binning when empty.
+    /// Size in binned pixels; the whole image when empty.
     std::optional<uint32_t> width;
     std::optional<uint32_t> height;
 };
 
-/// @throws Failure for values that are no numbers without a fraction, or out of range
+/// @throws Failure unless each value is a whole number within its range
 Geometry GeometryOf(const Metadata &metadata);
 
 enum class Interpolation
@@ -36,20 +36,20 @@ enum class Interpolation
     Nearest = 1
 };
 
-/// Takes the lens's distortion out of images of one geometry.
+/// Removes lens distortion from images of one geometry.
 class Undistortion
 {
 public:
     static constexpr Kind kind = Kind::Undistortion;
 
-    /// @param camera as it sees the distorted images
+    /// @param camera that describes the distorted images
     explicit Undistortion(const tarn_cvl_CalibrationParameters &camera) : m_camera(camera) {}
 
     /// @throws Failure with TARN_CVL_OUT_OF_RANGE
     void SetInterpolation(int32_t code);
     Interpolation GetInterpolation() const { return m_interpolation; }
 
-    /// @throws Failure for other formats and sizes, or shared memory
+    /// @throws Failure for a wrong format or size, or when the images overlap in memory
     void Process(const Image &source, Image &target);
 
 private:
@@ -63,15 +63,15 @@ private:
 
     tarn_cvl_CalibrationParameters m_camera;
     Interpolation m_interpolation = Interpolation::Bilinear;
-    std::vector<uint64_t> m_mask; ///< the region of each image, kept as memory
-    // Made when first used.
+    std::vector<uint64_t> m_mask; ///< scratch for the region of an image; kept to reuse its memory
+    // Computed on first use.
     std::optional<NearestMap> m_nearest;
     std::optional<BilinearMap> m_bilinear;
     std::optional<BilinearBlocks> m_blocks;
 };
 
-/// @param adjusted out: the camera as it sees undistorted images
-/// @throws Failure for a bad camera or a geometry that cannot be
+/// @param adjusted out: the camera that describes undistorted images
+/// @throws Failure for an invalid camera or an impossible geometry
 std::shared_ptr<Undistortion> MakeUndistortion(const Geometry &geometry,
                                                const tarn_cvl_CalibrationParameters *camera,
                                                size_t cameraSize, void *adjusted);

@@ -16,9 +16,10 @@ struct Point
     double y;
 };
 
-/// Calls `use` with each pixel of an undistorted image, line by line, and where the lens showed it.
-// OpenCV's initUndistortRectifyMap does the same, but in single precision or with places that start again
-// from the other side when they are far outside, and brings the half of OpenCV with it.
+/// Calls use(column, line, position) for each pixel of an undistorted image, with its position in the
+/// distorted one.
+// OpenCV's initUndistortRectifyMap would add a large dependency. It also works in single precision, or wraps
+// positions far outside the image round to the other side.
 template <typename Use>
 void ForEachPixel(const tarn_cvl_CalibrationParameters &camera, Use use)
 {
@@ -64,7 +65,7 @@ NearestMap MakeNearestMap(const tarn_cvl_CalibrationParameters &camera)
                  {
                      const double x = std::nearbyint(place.x);
                      const double y = std::nearbyint(place.y);
-                     // Not so for what is no number, either.
+                     // False for NaN as well.
                      const bool isInside = x >= 0 && x < camera.width && y >= 0 && y < camera.height;
                      if (!isInside)
                      {
@@ -85,7 +86,7 @@ NearestMap MakeNearestMap(const tarn_cvl_CalibrationParameters &camera)
 BilinearMap MakeBilinearMap(const tarn_cvl_CalibrationParameters &camera)
 {
     constexpr int steps = 32;
-    // None of the four pixels is in the source.
+    // At this position, none of the four pixels lies in the source.
     constexpr int16_t outside = -2;
     BilinearMap map;
     const auto pixels = size_t{camera.width} * camera.height;

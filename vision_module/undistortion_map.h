@@ -9,29 +9,29 @@
 namespace tarn::vision
 {
 
-/// Where each pixel of an undistorted image comes from: one pixel of the source, as large as the image.
+/// Maps each pixel of an undistorted image to one pixel of a source of the same size.
 struct NearestMap
 {
-    /// The pixel's number in the source; of no meaning outside of `inside`.
+    /// Index of the source pixel; undefined outside `inside`.
     std::vector<uint32_t> sources;
-    /// The pixels that come from the source.
+    /// The pixels that have a source pixel.
     Region inside;
 };
 
-/// Where each pixel of an undistorted image comes from: a place between four pixels of the source, as
-/// cv::remap takes it.
+/// Maps each pixel of an undistorted image to a position between four source pixels, in the form of
+/// cv::remap.
 struct BilinearMap
 {
-    /// Column and line of the upper left of the four pixels.
+    /// Column and line of the upper left of the four pixels, one pair per pixel.
     std::vector<int16_t> positions;
-    /// The place between them in steps of 1/32: the line's times 32 and the column's.
+    /// Position between the four pixels in steps of 1/32: 32 * vertical + horizontal.
     std::vector<uint16_t> fractions;
 };
 
-/// The widest and highest image that there are maps for.
+/// Limit for the width and the height of an image with a map.
 constexpr uint32_t mostPixels = INT16_MAX - 1;
 
-/// @param camera as it sees the distorted image, which has its size; at most mostPixels wide and high
+/// @param camera that describes the distorted image and has its size, at most mostPixels wide and high
 NearestMap MakeNearestMap(const tarn_cvl_CalibrationParameters &camera);
 BilinearMap MakeBilinearMap(const tarn_cvl_CalibrationParameters &camera);
 

@@ -24,10 +24,10 @@ struct Image
     uint32_t height;
 };
 
-/// Pixels of a pair of lines; what becomes of them stays in the first cache.
+/// Pixels of a piece. Its results stay in the first-level cache.
 constexpr uint32_t pieceWidth = 2048;
 
-/// The lower samples are the upper ones in a last line without its partner.
+/// Samples of two lines. In an unpaired last line, `lower` equals `upper`.
 struct LinePair
 {
     const uint8_t *upper;
@@ -35,7 +35,7 @@ struct LinePair
     uint32_t pixels;
 };
 
-/// The samples of the cell at the end of an odd line, where each column is its own partner.
+/// Writes the cell at the end of an odd line, whose last column pairs with itself.
 void CombineLastCell(uint32_t sampleBytes, const LinePair &pair, uint8_t *pixel)
 {
     const auto last = size_t{pair.pixels - 1} * sampleBytes;
@@ -65,49 +65,69 @@ void Combine(uint32_t sampleBytes, const LinePair &pair, uint8_t *target)
     }
 }
 
-/// Unpacks pairs of lines piece by piece, and puts each piece into both lines of the target.
+/// Unpacks pairs of lines piece by piece and writes each combined piece to both lines of the target.
 template <Interleaving interleaving>
-void UnpackLinePairs(const Image &image)
+class LinePairUnpacker
 {
-    const auto sampleBytes = BytesPerSample(image.packing);
-    const auto pixelBytes = sampleBytes * (interleaving == Interleaving::Lines ? 2 : 4);
-    const auto samples = uint64_t{image.width} * image.height;
-    const bool isPastCache = samples * pixelBytes >= pastCacheFrom;
-    const auto copy = [isPastCache](uint8_t *target, const uint8_t *source, size_t size)
-    { isPastCache ? CopyPastCache(target, source, size) : void(std::memcpy(target, source, size)); };
-    alignas(64) std::array<uint8_t, size_t{2} * pieceWidth> upper;
-    alignas(64) std::array<uint8_t, size_t{2} * pieceWidth> lower;
-    alignas(64) std::array<uint8_t, size_t{8} * pieceWidth> combined;
-    for (uint32_t y = 0; y < image.height; y += 2)
+public:
+    explicit LinePairUnpacker(const Image &image)
+        : m_image(image), m_sampleBytes(BytesPerSample(image.packing)),
+          m_pixelBytes(m_sampleBytes * (interleaving == Interleaving::Lines ? 2 : 4)),
+          m_samples(uint64_t{image.width} * image.height),
+          m_isPastCache(m_samples * m_pixelBytes >= pastCacheFrom)
     {
-        const auto hasLower = image.height - y > 1;
-        for (uint32_t x = 0; x < image.width;)
+    }
+
+    void Unpack()
+    {
+        for (uint32_t y = 0; y < m_image.height; y += std::min(2U, m_image.height - y))
         {
-            const auto pixels = std::min(pieceWidth, image.width - x);
-            const auto first = uint64_t{y} * image.width + x;
-            UnpackRun(image.packing, image.source, samples, first, pixels, upper.data());
-            if (hasLower)
+            for (uint32_t x = 0; x < m_image.width;)
             {
-                UnpackRun(image.packing, image.source, samples, first + image.width, pixels, lower.data());
+                const auto pixels = std::min(pieceWidth, m_image.width - x);
+                UnpackPiece(uint64_t{y} * m_image.width + x, pixels, m_image.height - y > 1);
+                x += pixels;
             }
-            const LinePair pair{upper.data(), hasLower ? lower.data() : upper.data(), pixels};
-            Combine<interleaving>(sampleBytes, pair, combined.data());
-            auto *const target = image.target + first * pixelBytes;
-            copy(target, combined.data(), size_t{pixels} * pixelBytes);
-            if (hasLower)
-            {
-                copy(target + uint64_t{image.width} * pixelBytes, combined.data(),
-                     size_t{pixels} * pixelBytes);
-            }
-            x += pixels;
         }
-        if (!hasLower)
+        FinishPastCache();
+    }
+
+private:
+    /// @param first index of the piece's first pixel in the upper line
+    void UnpackPiece(uint64_t first, uint32_t pixels, bool hasLower)
+    {
+        UnpackRun(m_image.packing, m_image.source, m_samples, first, pixels, m_upper.data());
+        if (hasLower)
         {
-            break;
+            UnpackRun(m_image.packing, m_image.source, m_samples, first + m_image.width, pixels,
+                      m_lower.data());
+        }
+        const LinePair pair{m_upper.data(), hasLower ? m_lower.data() : m_upper.data(), pixels};
+        Combine<interleaving>(m_sampleBytes, pair, m_combined.data());
+        PutCombined(first, pixels);
+        if (hasLower)
+        {
+            PutCombined(first + m_image.width, pixels);
         }
     }
-    FinishPastCache();
-}
+
+    void PutCombined(uint64_t first, uint32_t pixels)
+    {
+        auto *const target = m_image.target + first * m_pixelBytes;
+        const auto size = size_t{pixels} * m_pixelBytes;
+        m_isPastCache ? CopyPastCache(target, m_combined.data(), size)
+                      : void(std::memcpy(target, m_combined.data(), size));
+    }
+
+    const Image &m_image;
+    uint32_t m_sampleBytes;
+    uint32_t m_pixelBytes; ///< of the target
+    uint64_t m_samples;    ///< of the source
+    bool m_isPastCache;
+    alignas(64) std::array<uint8_t, size_t{2} * pieceWidth> m_upper;
+    alignas(64) std::array<uint8_t, size_t{2} * pieceWidth> m_lower;
+    alignas(64) std::array<uint8_t, size_t{8} * pieceWidth> m_combined;
+};
 
 } // namespace
 
@@ -130,10 +150,10 @@ void Unpack(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *target, 
         break;
     }
     case Interleaving::Lines:
-        UnpackLinePairs<Interleaving::Lines>(image);
+        LinePairUnpacker<Interleaving::Lines>(image).Unpack();
         break;
     case Interleaving::Cells:
-        UnpackLinePairs<Interleaving::Cells>(image);
+        LinePairUnpacker<Interleaving::Cells>(image).Unpack();
         break;
     }
 }

@@ -8,19 +8,18 @@ namespace tarn::vision
 // Unpacking of pixel formats. docs/pixel-layouts.md draws the layouts. Formats are the low 32 bits of the
 // codes in common/pixel_formats.inc.
 
-/// Whether Unpack takes images from the one format to the other: each packed format to its unpacked form, and
-/// each interleaved format to the one with the samples of its sub-images in one pixel.
+/// Whether Unpack converts between the formats: each packed format to its unpacked form, and each interleaved
+/// format to the format whose pixels hold the samples of all sub-images.
 bool IsUnpackOffered(uint32_t from, uint32_t to);
 
-/// Unpacks an image. Samples of more than 8 bits become 16-bit little-endian. Neither image needs any
-/// alignment, and no byte outside them is read or written; they must not overlap.
+/// Unpacks an image. Samples of more than 8 bits become 16-bit little-endian. The images need no alignment
+/// and must not overlap. No byte outside them is read or written.
 ///
 /// Lines of `_I_A_B` belong to A and B in turn, and a pair of them is a cell. Lines of `_I_AB_CD` alternate
 /// between A and B, and between C and D; the cells are blocks of 2 x 2. Every pixel of the output, which has
-/// the size of the input, holds the samples of its cell. Where the last line or column is without its
-/// partner, the samples that are missing from the cell repeat the nearest one that is there: B repeats A when
-/// the last line of `_I_A_B` is an A; in `_I_AB_CD`, B and D repeat A and C in an odd last column, C and D
-/// repeat A and B in an odd last line.
+/// the size of the input, holds the samples of its cell. In an unpaired last line or column, the missing
+/// samples of a cell repeat their nearest neighbour: B repeats A when the last line of `_I_A_B` is an A; in
+/// `_I_AB_CD`, B and D repeat A and C in an odd last column, and C and D repeat A and B in an odd last line.
 ///
 /// @param source GetSizeInBytes(from, {width, height}) bytes
 /// @param target GetSizeInBytes(to, {width, height}) bytes

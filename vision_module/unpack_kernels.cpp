@@ -8,7 +8,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/unpack_kernels.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
@@ -20,9 +20,9 @@ namespace tarn::vision
 
 constexpr size_t cacheLine = 64;
 
-/// Each vector of eight output samples is made in one way: bytes of the source move into 16-bit lanes, a
-/// multiplication moves the bits of each lane to its top (there is no shift by a count per lane before
-/// AVX-512), and one shift brings them down.
+/// The constants that make a vector of eight samples. Source bytes move into 16-bit lanes; a multiplication
+/// moves the bits of each lane to its top, since shifts by a count per lane need AVX-512; one shift moves
+/// them down.
 template <Packing packing>
 struct Kernel;
 
@@ -68,7 +68,7 @@ struct Kernel<Packing::Group24>
     alignas(16) static constexpr uint16_t lower[] = {0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0};
 };
 
-/// Eight pixels become 24 samples: three vectors, from the bytes 0, 8 and 16 on of their 32 bytes.
+/// Eight pixels of 32 bytes become 24 samples: three vectors, read from byte 0, 8 and 16.
 template <>
 struct Kernel<Packing::Word32>
 {
@@ -108,7 +108,7 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 #if HWY_TARGET == HWY_SCALAR
 
-// No vectors: all is left to what does the rest behind the last vector.
+// Without vectors, the loops for the remaining samples do everything.
 
 template <Packing packing, bool isStreamed>
 size_t UnpackVectors(const uint8_t *, const uint8_t *, uint64_t, uint8_t *)
@@ -141,7 +141,7 @@ constexpr size_t vectorBytes = hn::MaxLanes(Bytes{});
 constexpr size_t vectorBlocks = vectorBytes / 16;
 constexpr size_t vectorSamples = vectorBytes / 2;
 
-/// Sixteen bytes from `source` on for each block of 16 bytes of the vector, `stride` bytes apart.
+/// Loads 16 bytes into each 16-byte block of the vector, from addresses `stride` bytes apart.
 template <size_t stride, class D>
 HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t *source)
 {
@@ -157,7 +157,7 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t *source)
     }
 }
 
-/// A vector of samples from the beginning of a group on.
+/// Unpacks one vector of samples. `source` is the beginning of a group.
 template <Packing packing>
 HWY_INLINE hn::Vec<Bytes> UnpackVector(const uint8_t *source)
 {
@@ -179,7 +179,7 @@ HWY_INLINE hn::Vec<Bytes> UnpackVector(const uint8_t *source)
     }
 }
 
-/// Unpacks groups as far as vectors reach, and gives the number of samples.
+/// Unpacks as many groups as fill whole vectors and returns the number of samples.
 /// @param end of the readable memory
 /// @param isStreamed whether to write past the caches, to a target at a multiple of a cache line
 template <Packing packing, bool isStreamed>
@@ -246,7 +246,7 @@ size_t UnpackVectors<Packing::Word32, false>(const uint8_t *source, const uint8_
     return done;
 }
 
-/// CombineLines as far as vectors reach; gives the number of pixels.
+/// CombineLines for whole vectors; returns the number of pixels.
 template <class Sample>
 size_t CombineLineVectors(const uint8_t *a, const uint8_t *b, size_t pixels, uint8_t *target)
 {
@@ -261,7 +261,7 @@ size_t CombineLineVectors(const uint8_t *a, const uint8_t *b, size_t pixels, uin
     return done;
 }
 
-/// CombineCells as far as vectors reach; gives the number of cells.
+/// CombineCells for whole vectors; returns the number of cells.
 /// @tparam Pair an integer of the size of two samples
 template <class Pair>
 size_t CombineCellVectors(const uint8_t *ab, const uint8_t *cd, size_t cells, uint8_t *target)

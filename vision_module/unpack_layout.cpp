@@ -67,7 +67,7 @@ constexpr bool IsOffered(const Entry &entry)
 
 static_assert(std::ranges::count_if(table, &Entry::isPacked) == 46);
 static_assert(std::ranges::count_if(table, IsOffered) == 46 + 18);
-// What is packed has a layout of its own, and what is not is offered for its interleaving.
+// A packed format has a layout of its own. An unpacked one is offered only if it is interleaved.
 static_assert(std::ranges::all_of(table, [](const Entry &entry)
                                   { return entry.isPacked != HasWholeSamples(entry); }));
 static_assert(std::ranges::all_of(

@@ -6,11 +6,11 @@
 namespace tarn::vision
 {
 
-/// How the samples of an image lie in memory. The image is one run of samples; nothing happens at line ends.
+/// How the samples of an image lie in memory. The image is one run of samples without padding at line ends.
 enum class Packing : uint8_t
 {
-    Bytes,    ///< a byte each
-    Words,    ///< 16 bits each, little-endian
+    Bytes,    ///< one byte per sample
+    Words,    ///< 16 bits per sample, little-endian
     Stream10, ///< `10p`: a stream of bits, the lowest first
     Stream12, ///< `12p`: likewise
     Group40,  ///< `10g40QVR`: the upper 8 bits of four samples, then a byte with their lower 2 bits
@@ -18,7 +18,7 @@ enum class Packing : uint8_t
     Word32,   ///< `10p32`: three samples in the lower 30 bits of a 32-bit little-endian word
 };
 
-/// Which pixels of the source make a pixel of the target.
+/// The source pixels that are combined into a target pixel.
 enum class Interleaving : uint8_t
 {
     None,
@@ -32,7 +32,7 @@ struct Layout
     Interleaving interleaving;
 };
 
-/// The layout of `from`, when unpacking to `to` is offered.
+/// The layout of `from`; nullopt when unpacking to `to` is not offered.
 std::optional<Layout> FindLayout(uint32_t from, uint32_t to);
 
 /// @throws InvalidParameterException when unpacking to `to` is not offered
@@ -50,7 +50,7 @@ constexpr uint32_t BytesPerSample(Packing packing)
     return packing == Packing::Bytes ? 1 : 2;
 }
 
-/// One sample of an image that has `samples` of them.
+/// Reads one sample of an image with `samples` samples.
 constexpr uint32_t ReadSample(Packing packing, const uint8_t *source, uint64_t samples, uint64_t index)
 {
     const auto bits = [source](uint64_t first, uint32_t count)
@@ -58,7 +58,7 @@ constexpr uint32_t ReadSample(Packing packing, const uint8_t *source, uint64_t s
         const auto *byte = source + first / 8;
         return (byte[0] | uint32_t{byte[1]} << 8) >> first % 8 & ((1U << count) - 1);
     };
-    // Of an incomplete last group there are just the upper bytes of its samples and the one that follows.
+    // An incomplete last group has only the upper bytes of its samples, followed by the byte of lower bits.
     const auto grouped = [=](uint64_t count, uint32_t lowerBits)
     {
         const auto first = index / count * count;

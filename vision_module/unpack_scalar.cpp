@@ -7,24 +7,45 @@
 namespace tarn::vision
 {
 
+namespace
+{
+
+/// Writes samples of a source, each picked by its pixel, one behind the other.
+class SampleWriter
+{
+public:
+    SampleWriter(Packing packing, const uint8_t *source, uint8_t *target, uint32_t width, uint32_t height)
+        : m_packing(packing), m_source(source), m_target(target), m_width(width),
+          m_samples(uint64_t{width} * height * SamplesPerPixel(packing))
+    {
+    }
+
+    void Put(uint32_t x, uint32_t y, uint32_t component = 0)
+    {
+        const auto index = (uint64_t{y} * m_width + x) * SamplesPerPixel(m_packing) + component;
+        const auto sample = ReadSample(m_packing, m_source, m_samples, index);
+        *m_target++ = static_cast<uint8_t>(sample);
+        if (BytesPerSample(m_packing) == 2)
+        {
+            *m_target++ = static_cast<uint8_t>(sample >> 8);
+        }
+    }
+
+private:
+    Packing m_packing;
+    const uint8_t *m_source;
+    uint8_t *m_target;
+    uint32_t m_width;
+    uint64_t m_samples;
+};
+
+} // namespace
+
 void UnpackScalar(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *target, uint32_t width,
                   uint32_t height)
 {
     const auto [packing, interleaving] = GetLayout(from, to);
-    const auto perPixel = SamplesPerPixel(packing);
-    const auto samples = uint64_t{width} * height * perPixel;
-
-    const auto put = [&, packing = packing](uint32_t x, uint32_t y, uint32_t component = 0)
-    {
-        const auto index = (uint64_t{y} * width + x) * perPixel + component;
-        const auto sample = ReadSample(packing, source, samples, index);
-        *target++ = static_cast<uint8_t>(sample);
-        if (BytesPerSample(packing) == 2)
-        {
-            *target++ = static_cast<uint8_t>(sample >> 8);
-        }
-    };
-
+    SampleWriter writer(packing, source, target, width, height);
     for (uint32_t y = 0; y < height; ++y)
     {
         const auto upper = y - y % 2;
@@ -36,20 +57,20 @@ void UnpackScalar(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *ta
             switch (interleaving)
             {
             case Interleaving::None:
-                for (uint32_t component = 0; component < perPixel; ++component)
+                for (uint32_t component = 0; component < SamplesPerPixel(packing); ++component)
                 {
-                    put(x, y, component);
+                    writer.Put(x, y, component);
                 }
                 break;
             case Interleaving::Lines:
-                put(x, upper);
-                put(x, lower);
+                writer.Put(x, upper);
+                writer.Put(x, lower);
                 break;
             case Interleaving::Cells:
-                put(left, upper);
-                put(right, upper);
-                put(left, lower);
-                put(right, lower);
+                writer.Put(left, upper);
+                writer.Put(right, upper);
+                writer.Put(left, lower);
+                writer.Put(right, lower);
                 break;
             }
         }

@@ -5,7 +5,7 @@
 namespace tarn::vision
 {
 
-/// Unpack in its plain form, one sample after the other: what Unpack has to agree with.
+/// Unpacks sample by sample. Tests compare Unpack with it.
 void UnpackScalar(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *target, uint32_t width,
                   uint32_t height);
 

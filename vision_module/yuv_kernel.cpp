@@ -5,7 +5,7 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "vision_module/yuv_kernel.cpp"
 #include <hwy/foreach_target.h>
-// Highway wants its own header after that one.
+// Highway requires this order of its headers.
 #include <hwy/highway.h>
 
 #ifndef TARN_VISION_YUV_ONCE
@@ -16,7 +16,8 @@ namespace tarn::vision
 
 constexpr int fractionBits = 20;
 
-// The coefficients of ITU-R BT.601 have three places, and with 20 bits each product fits 32.
+// Coefficients of ITU-R BT.601 with 20 fractional bits: exact to their three decimals, and each product fits
+// in 32 bits.
 constexpr int32_t Fixed(double coefficient)
 {
     return static_cast<int32_t>(coefficient * (1 << fractionBits) + 0.5);
@@ -33,7 +34,7 @@ namespace tarn::vision::HWY_NAMESPACE
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-/// A sample of each pair in each lane.
+/// Samples of pairs of pixels; each lane holds one pair.
 template <class D>
 struct Pairs
 {
@@ -84,7 +85,7 @@ HWY_INLINE void PairsToRgb(D d, const YuvLine &line, size_t pair, uint8_t *rgb)
     const auto green = hn::Sub(hn::Sub(half, times(v, 0.813)), times(u, 0.391));
     const auto blue = hn::Add(half, times(u, 2.018));
 
-    // The six samples of a pair are three words.
+    // The six samples of a pair form three words.
     const auto sample = [&](hn::Vec<D> of, hn::Vec<D> colour) HWY_ATTR
     {
         const auto sum = hn::ShiftRight<fractionBits>(hn::Add(of, colour));

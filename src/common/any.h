@@ -9,13 +9,13 @@
 namespace tarn::common
 {
 
-/// A value of any copyable type, or none.
+/// A value of any copyable type, or no value.
 class Any
 {
 public:
     Any() = default;
     template <typename T>
-    Any(T value) // not explicit: a value is an Any
+    Any(T value) // not explicit, so that a value converts to an Any
         : m_content(std::make_unique<Holder<T>>(std::move(value)))
     {
     }
@@ -28,14 +28,14 @@ public:
     }
     ~Any() = default;
 
-    /// Type of the value, void when there is none.
+    /// The type of the value; void without a value.
     const std::type_info &Type() const { return m_content ? m_content->Type() : typeid(void); }
 
-    /// @throws InvalidCastException when the value is of another type
+    /// @throws InvalidCastException when the value has another type
     template <typename T>
     const T &Cast() const
     {
-        // By the name's address and not its characters: two types of one name in two libraries differ.
+        // Compares addresses, not characters: types of the same name in two libraries differ.
         if (Type().name() != typeid(T).name())
         {
             throw InvalidCastException(std::string("Casting from ") + Type().name() + " to the given type " +

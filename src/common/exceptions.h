@@ -6,7 +6,7 @@
 namespace tarn::common
 {
 
-/// Base of the value types' errors.
+/// Base of the exceptions of the value types.
 class Exception : public std::runtime_error
 {
 public:
@@ -14,7 +14,7 @@ public:
 };
 
 // The bases are virtual: the vision library's exceptions derive from one of these and from a base of their
-// own, and with two bases of std::exception in one object no handler for it would match.
+// own. With two std::exception bases in an object, no handler for std::exception would match.
 
 class InvalidParameterException : public virtual Exception
 {

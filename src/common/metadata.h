@@ -21,7 +21,7 @@ public:
     /// Inserts the value, or replaces the one of that name.
     void Set(const std::string &name, Any value) { m_values.insert_or_assign(name, std::move(value)); }
 
-    /// The value, or null when there is none of that name.
+    /// The value of that name, or null.
     const Any *Find(const std::string &name) const
     {
         const auto entry = m_values.find(name);
@@ -29,7 +29,7 @@ public:
     }
 
     /// @throws OutOfRangeException "There is no value named {}"
-    /// @throws InvalidCastException when it is not a rectangle
+    /// @throws InvalidCastException unless the value is a rectangle
     const Rectangle &GetRoi() const
     {
         const Any *value = Find("Roi");

@@ -8,8 +8,8 @@
 namespace tarn::common
 {
 
-/// A pixel format code of the published naming convention (PFNC) or of the maker. Signed 64-bit, so that a
-/// value from a GenTL query fits unchanged.
+/// A pixel format code, published (PFNC) or vendor-specific. Signed 64-bit, so that values of GenTL queries
+/// fit unchanged.
 enum class PixelFormat : int64_t
 {
 #define PIXEL_FORMAT(name, code, bits, maximum, packed, unpacked) name = code,
@@ -17,22 +17,22 @@ enum class PixelFormat : int64_t
 #undef PIXEL_FORMAT
 };
 
-// Each of the following throws InvalidParameterException for a code that is not in the table.
+// Each of these functions throws InvalidParameterException for a code that the table lacks.
 
-/// Bytes of one image, rows following each other without padding.
+/// Bytes of an image without padding between its rows.
 uint64_t GetSizeInBytes(PixelFormat format, Size size);
 
-/// The published name, as "BayerRG12p".
+/// The name of the format, as "BayerRG12p".
 std::string PixelFormatName(PixelFormat format);
 
 /// The largest value of a sample.
-/// @throws InvalidParameterException for a floating point format, too
+/// @throws InvalidParameterException also for a floating point format
 uint64_t MaximumPixelValue(PixelFormat format);
 
-/// Whether samples share bytes. The interleaved forms of formats with whole samples are not packed.
+/// Whether samples share bytes. An interleaved format of whole samples is not packed.
 bool IsPackedFormat(PixelFormat format);
 
-/// The format that unpacking gives; the format itself when there is nothing to unpack.
+/// The format after unpacking; the same format when there is nothing to unpack.
 PixelFormat UnpackedFormat(PixelFormat format);
 
 } // namespace tarn::common

@@ -86,13 +86,13 @@ std::string FindProducerIn(const std::string &folder)
     return found.empty() ? FindByPart(folder) : found;
 }
 
-std::string FindProducer(int32_t TlType)
+std::string FindProducer(int32_t tlType)
 {
     if (auto configured = utils::GetEnvironmentVariable("PROXY_TL_CTI_PATH"); !configured.empty())
     {
         return configured;
     }
-    if (TlType != gigeVision)
+    if (tlType != gigeVision)
     {
         throw std::logic_error("Unhandled TlType");
     }

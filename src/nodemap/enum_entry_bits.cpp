@@ -37,7 +37,7 @@ public:
     }
 
 private:
-    std::vector<Token> m_tokens; // the last one is End, which nothing accepts
+    std::vector<Token> m_tokens; // the last token is End, which is never accepted
     size_t m_position = 0;
 };
 

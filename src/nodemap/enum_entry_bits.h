@@ -12,15 +12,15 @@
 namespace GenTL::internal::nodemap
 {
 
-/// A bit of a register on the device.
+/// One bit of a device register.
 struct BitReference
 {
     uint64_t Address = 0;
     uint64_t Mask = 0;
 };
 
-/// An entry of an enumeration with the bits that decide whether it may be chosen; an absent one decides
-/// nothing.
+/// An entry of an enumeration with the bits that make it available and implemented. A missing bit counts as
+/// set.
 struct EnumEntryBits
 {
     std::string Name;
@@ -29,8 +29,8 @@ struct EnumEntryBits
     std::optional<BitReference> IsImplemented;
 };
 
-/// The bit that a pIsAvailable or pIsImplemented stands for: of a formula "VAR & 1", "(VAR >> 3) & 1" or
-/// "((VAR >> 3) & 1)", of a struct's entry, or the lowest one of a register. None for an empty name.
+/// The bit behind a pIsAvailable or pIsImplemented: the bit of a formula "VAR & 1", "(VAR >> 3) & 1" or
+/// "((VAR >> 3) & 1)", the bit of a struct entry, or the lowest bit of a register. Nullopt for an empty name.
 /// @throws std::bad_optional_access for any other formula
 /// @throws GenTLException "Did not find node {}!"
 std::optional<BitReference> ResolveBitReference(const NodeMapParser &parser, const std::string &name);
@@ -39,13 +39,13 @@ std::optional<BitReference> ResolveBitReference(const NodeMapParser &parser, con
 /// @throws GenTLException "pValue on EnumEntry not supported yet.", GC_ERR_ERROR
 std::vector<EnumEntryBits> CollectEnumEntryBits(const NodeMapParser &parser, const NodeInfo &node);
 
-/// Reads bits of a port, each register once for the life of this object.
+/// Reads bits through a port. Reads each register only once and keeps its value.
 class BitReader
 {
 public:
     BitReader(IPort &port, const NodeMapParser &parser) : m_port(port), m_parser(parser) {}
 
-    /// Whether the bit is set; true when there is none.
+    /// Whether the bit is set; true for nullopt.
     /// @throws GenTLException "Failed to find node with address {}, this should never happen!", GC_ERR_ERROR;
     /// failures of the port
     bool TestBit(const std::optional<BitReference> &reference);

@@ -11,11 +11,11 @@ namespace GenTL::internal::nodemap
 namespace
 {
 
-// Far above any honest chain of converters. A cycle through several of them ends here and not in an
-// exhausted stack.
+// Far beyond any honest chain of converters. Stops a cycle of formulas before it exhausts the stack.
 constexpr int maximumDepth = 100;
 
-// The same for formulas that share others: without a cycle, their number can still double at each step.
+// Stops formulas without a cycle that each use another one twice: the number of evaluations doubles with each
+// step.
 constexpr int maximumEvaluations = 10000;
 
 } // namespace

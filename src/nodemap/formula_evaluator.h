@@ -8,17 +8,17 @@
 namespace GenTL::internal::nodemap
 {
 
-/// Evaluates the formulas of a description over a port, reading every variable anew.
+/// Evaluates formulas of a description. Reads every variable from the port each time.
 ///
-/// Built for each use; holds references and no state beyond one evaluation.
+/// Made for each use. Holds references, and no state beyond one evaluation.
 class FormulaEvaluator
 {
 public:
     FormulaEvaluator(IPort &port, const NodeMapParser &parser) : m_port(port), m_parser(parser) {}
 
     /// @throws std::runtime_error "Converter {} not found!", "Unexpected char: ..."
-    /// @throws GenTLException GC_ERR_ERROR: a formula or a variable that cannot be evaluated; formulas that
-    /// refer to each other without end. Failures of the port.
+    /// @throws GenTLException GC_ERR_ERROR: a formula or a variable cannot be evaluated, or formulas refer to
+    /// each other endlessly. Errors of the port.
     double Evaluate(const std::string &converterName)
     {
         m_evaluations = 0;

@@ -15,8 +15,8 @@ namespace
 
 struct Symbol
 {
-    std::string_view text;
-    TokenType type;
+    std::string_view Text;
+    TokenType Type;
 };
 
 constexpr std::array<Symbol, 9> pairs{{
@@ -56,11 +56,11 @@ const Symbol *FindSymbol(std::string_view text, const std::array<Symbol, count> 
 {
     const auto *symbol =
         std::find_if(symbols.begin(), symbols.end(),
-                     [text](const Symbol &candidate) { return text.starts_with(candidate.text); });
+                     [text](const Symbol &candidate) { return text.starts_with(candidate.Text); });
     return symbol != symbols.end() ? symbol : nullptr;
 }
 
-// The tests of <cctype> follow the locale that the consumer's process has set; a description does not.
+// Unlike those of <cctype>, these tests do not depend on the locale of the consumer's process.
 bool IsSpace(char c)
 {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -129,18 +129,19 @@ Token TakeToken(std::string_view &text)
         const auto name = TakeWhile(text, IsNamePart);
         return {TokenType::Identifier, 0, std::string(name)};
     }
-    // A pair is tried before a single character.
+    // A pair takes precedence over a single character.
     const auto *symbol = FindSymbol(text, pairs);
     symbol = symbol != nullptr ? symbol : FindSymbol(text, singles);
     if (symbol == nullptr)
     {
         throw std::runtime_error(std::string("Unexpected char: ") + text.front());
     }
-    text.remove_prefix(symbol->text.size());
-    return {symbol->type, 0, {}};
+    text.remove_prefix(symbol->Text.size());
+    return {symbol->Type, 0, {}};
 }
 
-/// Zero for every truth test: 0 itself; and an infinity, which is not larger than its own rounding error.
+/// Whether a truth test takes the value for zero. An infinity counts as zero: it does not exceed its own
+/// rounding error.
 bool CountsAsZero(double x)
 {
     return std::abs(x) <= std::abs(x) * std::numeric_limits<double>::epsilon();
@@ -166,12 +167,19 @@ int64_t ShiftRight(int64_t value, int64_t count)
     return value >> (static_cast<uint64_t>(count) & 63U);
 }
 
+/// An operation on integers as one on doubles.
+template <auto operation>
+double OnIntegers(double a, double b)
+{
+    return static_cast<double>(operation(TruncateToInteger(a), TruncateToInteger(b)));
+}
+
 [[noreturn]] void Fail(const std::string &message)
 {
     throw GenTLException(message, GC_ERR_ERROR);
 }
 
-// Far above any honest formula; a hostile one must not exhaust the stack of the consumer's process. A pair
+// Far beyond any honest formula. A hostile one must not exhaust the stack of the consumer's process. A pair
 // of parentheses takes three levels.
 constexpr int maximumNesting = 1500;
 
@@ -202,7 +210,7 @@ std::vector<Token> Tokenize(std::string_view formula)
     return tokens;
 }
 
-/// One level of recursion, for as long as it lives.
+/// Counts one level of recursion while it lives.
 class MathExpressionParser::Nesting
 {
 public:
@@ -238,7 +246,7 @@ bool MathExpressionParser::Accept(TokenType type)
     {
         return false;
     }
-    // The last token is an End and stays the current one.
+    // The last token, End, stays the current one.
     m_position = std::min(m_position + 1, m_tokens.size() - 1);
     return true;
 }
@@ -259,168 +267,96 @@ double MathExpressionParser::Ternary()
     {
         return condition;
     }
-    // Both branches are computed, so that an unknown variable in either fails.
+    // Computes both branches, so that an unknown variable in either one is an error.
     const double first = Ternary();
     Expect(TokenType::Colon);
     const double second = Ternary();
     return CountsAsZero(condition) ? second : first;
 }
 
-template <typename Operation>
-double MathExpressionParser::LeftAssociative(TokenType type, double (MathExpressionParser::*next)(),
-                                             Operation operation)
+double MathExpressionParser::LeftAssociative(Level next, std::initializer_list<BinaryOperator> operators)
 {
     double value = (this->*next)();
-    while (Accept(type))
+    for (;;)
     {
-        value = operation(value, (this->*next)());
+        const auto accepted =
+            std::ranges::find_if(operators, [this](const auto &candidate) { return Accept(candidate.Type); });
+        if (accepted == operators.end())
+        {
+            return value;
+        }
+        value = accepted->Apply(value, (this->*next)());
     }
-    return value;
 }
 
 double MathExpressionParser::LogicalOr()
 {
-    return LeftAssociative(TokenType::OrOr, &MathExpressionParser::LogicalAnd,
-                           [](double a, double b) { return Truth(!CountsAsZero(a) || !CountsAsZero(b)); });
+    return LeftAssociative(
+        &MathExpressionParser::LogicalAnd,
+        {{TokenType::OrOr, [](double a, double b) { return Truth(!CountsAsZero(a) || !CountsAsZero(b)); }}});
 }
 
 double MathExpressionParser::LogicalAnd()
 {
-    return LeftAssociative(TokenType::AndAnd, &MathExpressionParser::BitwiseOr,
-                           [](double a, double b) { return Truth(!CountsAsZero(a) && !CountsAsZero(b)); });
+    return LeftAssociative(&MathExpressionParser::BitwiseOr,
+                           {{TokenType::AndAnd, [](double a, double b)
+                             { return Truth(!CountsAsZero(a) && !CountsAsZero(b)); }}});
 }
 
 double MathExpressionParser::BitwiseOr()
 {
-    return LeftAssociative(TokenType::BitOr, &MathExpressionParser::BitwiseXor,
-                           [](double a, double b)
-                           { return static_cast<double>(TruncateToInteger(a) | TruncateToInteger(b)); });
+    return LeftAssociative(&MathExpressionParser::BitwiseXor,
+                           {{TokenType::BitOr, OnIntegers<[](int64_t a, int64_t b) { return a | b; }>}});
 }
 
 double MathExpressionParser::BitwiseXor()
 {
-    return LeftAssociative(TokenType::BitXor, &MathExpressionParser::BitwiseAnd,
-                           [](double a, double b)
-                           { return static_cast<double>(TruncateToInteger(a) ^ TruncateToInteger(b)); });
+    return LeftAssociative(&MathExpressionParser::BitwiseAnd,
+                           {{TokenType::BitXor, OnIntegers<[](int64_t a, int64_t b) { return a ^ b; }>}});
 }
 
 double MathExpressionParser::BitwiseAnd()
 {
-    return LeftAssociative(TokenType::BitAnd, &MathExpressionParser::Equality,
-                           [](double a, double b)
-                           { return static_cast<double>(TruncateToInteger(a) & TruncateToInteger(b)); });
+    return LeftAssociative(&MathExpressionParser::Equality,
+                           {{TokenType::BitAnd, OnIntegers<[](int64_t a, int64_t b) { return a & b; }>}});
 }
 
 double MathExpressionParser::Equality()
 {
-    double value = Relation();
-    for (;;)
-    {
-        if (Accept(TokenType::Equal))
-        {
-            value = Truth(NearlyEqual(value, Relation()));
-        }
-        else if (Accept(TokenType::NotEqual))
-        {
-            value = Truth(!NearlyEqual(value, Relation()));
-        }
-        else
-        {
-            return value;
-        }
-    }
+    return LeftAssociative(
+        &MathExpressionParser::Relation,
+        {{TokenType::Equal, [](double a, double b) { return Truth(NearlyEqual(a, b)); }},
+         {TokenType::NotEqual, [](double a, double b) { return Truth(!NearlyEqual(a, b)); }}});
 }
 
 double MathExpressionParser::Relation()
 {
-    double value = Shift();
-    for (;;)
-    {
-        if (Accept(TokenType::Less))
-        {
-            value = Truth(value < Shift());
-        }
-        else if (Accept(TokenType::Greater))
-        {
-            value = Truth(value > Shift());
-        }
-        else if (Accept(TokenType::LessEqual))
-        {
-            value = Truth(value <= Shift());
-        }
-        else if (Accept(TokenType::GreaterEqual))
-        {
-            value = Truth(value >= Shift());
-        }
-        else
-        {
-            return value;
-        }
-    }
+    return LeftAssociative(&MathExpressionParser::Shift,
+                           {{TokenType::Less, [](double a, double b) { return Truth(a < b); }},
+                            {TokenType::Greater, [](double a, double b) { return Truth(a > b); }},
+                            {TokenType::LessEqual, [](double a, double b) { return Truth(a <= b); }},
+                            {TokenType::GreaterEqual, [](double a, double b) { return Truth(a >= b); }}});
 }
 
 double MathExpressionParser::Shift()
 {
-    double value = Sum();
-    for (;;)
-    {
-        if (Accept(TokenType::ShiftLeft))
-        {
-            value = static_cast<double>(ShiftLeft(TruncateToInteger(value), TruncateToInteger(Sum())));
-        }
-        else if (Accept(TokenType::ShiftRight))
-        {
-            value = static_cast<double>(ShiftRight(TruncateToInteger(value), TruncateToInteger(Sum())));
-        }
-        else
-        {
-            return value;
-        }
-    }
+    return LeftAssociative(&MathExpressionParser::Sum, {{TokenType::ShiftLeft, OnIntegers<ShiftLeft>},
+                                                        {TokenType::ShiftRight, OnIntegers<ShiftRight>}});
 }
 
 double MathExpressionParser::Sum()
 {
-    double value = Product();
-    for (;;)
-    {
-        if (Accept(TokenType::Plus))
-        {
-            value += Product();
-        }
-        else if (Accept(TokenType::Minus))
-        {
-            value -= Product();
-        }
-        else
-        {
-            return value;
-        }
-    }
+    return LeftAssociative(&MathExpressionParser::Product,
+                           {{TokenType::Plus, [](double a, double b) { return a + b; }},
+                            {TokenType::Minus, [](double a, double b) { return a - b; }}});
 }
 
 double MathExpressionParser::Product()
 {
-    double value = Power();
-    for (;;)
-    {
-        if (Accept(TokenType::Multiply))
-        {
-            value *= Power();
-        }
-        else if (Accept(TokenType::Divide))
-        {
-            value /= Power();
-        }
-        else if (Accept(TokenType::Modulo))
-        {
-            value = std::fmod(value, Power());
-        }
-        else
-        {
-            return value;
-        }
-    }
+    return LeftAssociative(&MathExpressionParser::Power,
+                           {{TokenType::Multiply, [](double a, double b) { return a * b; }},
+                            {TokenType::Divide, [](double a, double b) { return a / b; }},
+                            {TokenType::Modulo, [](double a, double b) { return std::fmod(a, b); }}});
 }
 
 double MathExpressionParser::Power()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -51,14 +52,14 @@ struct Token
 /// Truncates toward zero and saturates at the limits of the type; NaN gives 0.
 int64_t TruncateToInteger(double x);
 
-/// The tokens of a formula, an End behind the last one.
+/// Splits a formula into tokens. The last one is an End.
 /// @throws std::runtime_error "Unexpected char: " and the character
 std::vector<Token> Tokenize(std::string_view formula);
 
-/// Parses and computes a GenICam formula in one pass. Every value is a double; there are no functions and no
-/// named constants beside the variables given.
+/// Parses and computes a GenICam formula in one pass. Every value is a double. The language has no functions,
+/// and no names except the given variables.
 ///
-/// Used by one thread, once.
+/// For one thread and one use.
 class MathExpressionParser
 {
 public:
@@ -67,8 +68,9 @@ public:
     /// @throws std::runtime_error "Unexpected char: " and the character
     MathExpressionParser(std::string_view formula, Variables variables);
 
-    /// Computes one expression from the current token on. The caller then wants Expect(TokenType::End).
-    /// @throws GenTLException GC_ERR_ERROR: a token out of place, an unknown variable, nesting without end
+    /// Computes one expression, beginning at the current token. Call Expect(TokenType::End) afterwards to
+    /// refuse trailing tokens.
+    /// @throws GenTLException GC_ERR_ERROR: a misplaced token, an unknown variable, or too deep nesting
     double Parse();
 
     /// Consumes the current token if it has this type.
@@ -77,6 +79,12 @@ public:
 
 private:
     class Nesting;
+    using Level = double (MathExpressionParser::*)();
+    struct BinaryOperator
+    {
+        TokenType Type;
+        double (*Apply)(double, double);
+    };
 
     const Token &Current() const { return m_tokens[m_position]; }
     bool Accept(TokenType type);
@@ -96,8 +104,8 @@ private:
     double Unary();
     double Primary();
 
-    template <typename Operation>
-    double LeftAssociative(TokenType type, double (MathExpressionParser::*next)(), Operation operation);
+    /// Combines values of the next level from left to right.
+    double LeftAssociative(Level next, std::initializer_list<BinaryOperator> operators);
 
     std::vector<Token> m_tokens;
     size_t m_position = 0;

@@ -15,7 +15,7 @@ namespace GenTL::internal::nodemap
 namespace
 {
 
-// Far above any register that holds a number; a broken description must not make us allocate what it names.
+// Far beyond any register that holds a number. A broken description must not make us allocate a huge buffer.
 constexpr uint64_t maximumLength = 1U << 20U;
 
 size_t CheckedLength(const NodeInfo &node)
@@ -28,7 +28,7 @@ size_t CheckedLength(const NodeInfo &node)
     return static_cast<size_t>(node.Length);
 }
 
-/// The node's bytes, the most significant first.
+/// Reads the node's bytes, most significant first.
 std::vector<uint8_t> ReadBytes(IPort &port, const NodeInfo &node)
 {
     std::vector<uint8_t> bytes(CheckedLength(node));
@@ -52,7 +52,7 @@ T Accumulate(const std::vector<uint8_t> &bytes)
     return value;
 }
 
-/// Writes bytes that a function gives by their position from the most significant end.
+/// Writes a node's bytes. byteAt(i) gives byte i, counted from the most significant one.
 template <typename ByteAt>
 void WriteBytes(IPort &port, const NodeInfo &node, ByteAt byteAt)
 {
@@ -141,7 +141,7 @@ bool IsTrue(IPort &port, const NodeMapParser &parser, const std::string &name)
     case GenNodeType::Interface:
         return ReadInteger(port, parser.FindNode(name)) != 0;
     case GenNodeType::Converter:
-        // Greater than 0, so that a negative result is false here, though formulas count it as true.
+        // A negative result is false here, although formulas treat it as true.
         return FormulaEvaluator(port, parser).Evaluate(name) > 0.0;
     case GenNodeType::StructEntry:
         return ReadStructEntry(port, parser.FindStructEntry(name));

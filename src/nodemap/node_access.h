@@ -8,29 +8,29 @@
 #include <string>
 #include <vector>
 
-/// Values of features: what a node of a description means on a port.
+/// Reads and writes the values of features through a port.
 ///
-/// All operations use the port's ReadRegisters and WriteRegisters, so what a port changes for the consumer
-/// is not seen here. They keep no state; each is as thread-safe as the port. Failures of the port pass
-/// through. Limits (Min, Max, Inc) are never checked, and no selector is followed.
+/// All functions use the port's ReadRegisters and WriteRegisters, below the overrides that a consumer sees.
+/// They keep no state and are as thread-safe as the port. Errors of the port pass through. They ignore limits
+/// (Min, Max, Inc) and selectors.
 namespace GenTL::internal::nodemap
 {
 
-/// The register, in the node's byte order. Fewer than 8 bytes are sign-extended, whatever Sign says.
+/// The register in the node's byte order. A value of fewer than 8 bytes is sign-extended, whatever Sign says.
 int64_t ReadInteger(IPort &port, const NodeInfo &node);
-/// The same without sign extension.
+/// Like ReadInteger, without sign extension.
 uint64_t ReadUnsigned(IPort &port, const NodeInfo &node);
-/// The same in 32 bits: bytes beyond the low four are lost.
+/// Like ReadInteger, cut to the low 32 bits.
 uint32_t ReadUnsigned32(IPort &port, const NodeInfo &node);
-/// Writes the low bytes of the value.
+/// Writes as many low bytes of the value as the register has.
 void WriteInteger(IPort &port, const NodeInfo &node, int64_t value);
-/// Writes a command; on a node of 8 bytes the value stands in both halves.
+/// Writes a command. A node of 8 bytes gets the value in both halves.
 void WriteCommand(IPort &port, const NodeInfo &node, uint32_t value);
-/// The bit of a struct's entry.
+/// Reads the bit of a struct entry.
 bool ReadStructEntry(IPort &port, const StructEntryRecord &entry);
 
-/// Whether a condition (the node that a pIsAvailable or pIsImplemented names) holds. No name: it does. A name
-/// that is nowhere in the document: it does not. A formula holds when it is greater than 0.
+/// Whether a condition holds: the node that a pIsAvailable or pIsImplemented names. True for an empty name,
+/// false for an unknown one. A formula holds when its value is greater than 0.
 bool IsTrue(IPort &port, const NodeMapParser &parser, const std::string &name);
 
 /// Whether the conditions of a node hold: that of pIsAvailable and that of pIsImplemented.
@@ -50,10 +50,10 @@ int64_t GetBoundValue(IPort &port, const NodeMapParser &parser, const std::optio
 /// @throws std::runtime_error "Node is not available"
 float ReadFloat(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
 
-/// Name of the current entry.
+/// The name of the current entry.
 /// @throws std::runtime_error "Enumeration is not readable", "Enumeration entry not found!"
 std::string GetEnumEntry(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
-/// Names of the entries whose conditions hold, in the description's order.
+/// The names of the entries whose conditions hold, in the order of the description.
 std::vector<std::string> GetAvailableEnumEntries(IPort &port, const NodeMapParser &parser,
                                                  const NodeInfo &node);
 /// @throws std::runtime_error "Enumeration is not writeable", "Enumeration entry not found", "Enumeration

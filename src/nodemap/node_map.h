@@ -12,20 +12,20 @@
 namespace GenTL::internal::nodemap
 {
 
-/// The port of a module that answers for itself: registers from a table, and behind them the module's own
-/// GenICam description, announced by a "local:" URL like any device's.
+/// The port of a local module: registers from a table, followed by the module's own GenICam description,
+/// which a "local:" URL announces.
 ///
-/// Made and owned by its module, which is the context of the callbacks and fills registers through
-/// GetRegisterMap. Any thread may access it: the register map serialises, everything else is constant.
+/// Its module owns it, is the context of the callbacks, and fills registers through GetRegisterMap. Any
+/// thread may use it: the register map locks, and everything else is constant.
 class NodeMap final : public IPort
 {
 public:
-    /// @param document must stay where it is for as long as this object
+    /// @param document must outlive this object
     /// @throws GenTLException for a table with a gap or a value longer than its register
     NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
             void *owner, std::span<const RegisterDefinition> definitions);
 
-    /// Adds the document behind registers that were made elsewhere.
+    /// Adds the document behind existing registers.
     /// @throws GenTLException "RegisterMap not initialized!", GC_ERR_ERROR, without a register map
     NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
             std::unique_ptr<IRegisterMap> registerMap);
@@ -41,7 +41,7 @@ public:
     void ReadPortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
     void WritePortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries) override;
     ModuleType GetModuleType() const override { return m_moduleType; }
-    /// A failed access leaves a size of 0 behind.
+    /// A failed access sets the size to 0.
     void ReadRegisters(uint64_t iAddress, void *pBuffer, size_t *piSize) override;
     void WriteRegisters(uint64_t iAddress, const void *pBuffer, size_t *piSize) override;
 

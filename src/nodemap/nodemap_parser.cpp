@@ -20,14 +20,13 @@ std::string ChildText(const pugi::xml_node &element, const char *child)
     return element.child(child).text().get();
 }
 
-/// A number in a description: hexadecimal with the prefix 0x, else decimal.
+/// Reads a number: hexadecimal with the prefix 0x, otherwise decimal.
 uint64_t ChildNumber(const pugi::xml_node &element, const char *child)
 {
     return element.child(child).text().as_ullong();
 }
 
-/// A floating number as a description writes it, whatever decimal point the locale of the consumer's process
-/// asks for.
+/// Reads a floating point number with a decimal point, whatever the locale of the consumer's process.
 double ToDouble(const pugi::xml_text &text)
 {
     static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
@@ -113,22 +112,36 @@ const NodeInfo &VectorPtr::operator*() const
     return m_parser->m_nodes.at(m_index);
 }
 
-/// Reads one kind of element, at any depth, and always asks the walk to go on.
+/// Reads one kind of element at any depth. for_each always returns true, which continues the walk.
 template <GenNodeType type>
 struct NodeWalker final : pugi::xml_tree_walker
 {
-    explicit NodeWalker(NodeMapParser *target) : parser(target) {}
+    explicit NodeWalker(NodeMapParser *target) : m_parser(target) {}
 
     bool for_each(pugi::xml_node &element) override;
 
-    NodeMapParser *parser;
-
 private:
+    /// Reads the name, the sign and the entries of a StructReg.
+    void ReadStruct(const pugi::xml_node &element, NodeInfo &node);
     NodeInfo StartOf(const std::string &pValue) const;
     std::optional<Bound> ReadBound(const pugi::xml_node &element, const char *literal,
                                    const char *reference) const;
     void ReadValueNode(const pugi::xml_node &element);
+
+    NodeMapParser *m_parser;
 };
+
+template <>
+void NodeWalker<GenNodeType::Register>::ReadStruct(const pugi::xml_node &element, NodeInfo &node)
+{
+    node.Name = element.attribute("Comment").value();
+    node.Sign = ReadSign(element, Sign::Unsigned);
+    for (const auto &entry : element.children("StructEntry"))
+    {
+        const std::string name = entry.attribute("Name").value();
+        m_parser->m_structEntries.try_emplace(name, StructEntryRecord{name, ChildNumber(entry, "Bit"), node});
+    }
+}
 
 template <>
 bool NodeWalker<GenNodeType::Register>::for_each(pugi::xml_node &element)
@@ -152,23 +165,16 @@ bool NodeWalker<GenNodeType::Register>::for_each(pugi::xml_node &element)
     node.pIsImplemented = ChildText(element, "pIsImplemented");
     if (node.Type == "StructReg")
     {
-        node.Name = element.attribute("Comment").value();
-        node.Sign = ReadSign(element, Sign::Unsigned);
-        for (const auto &entry : element.children("StructEntry"))
-        {
-            const std::string name = entry.attribute("Name").value();
-            parser->m_structEntries.try_emplace(name,
-                                                StructEntryRecord{name, ChildNumber(entry, "Bit"), node});
-        }
+        ReadStruct(element, node);
     }
     const auto name = node.Name;
     const auto address = node.Address;
-    const auto added = parser->Append(std::move(node));
+    const auto added = m_parser->Append(std::move(node));
     if (!name.empty())
     {
-        parser->m_registers.try_emplace(name, added);
+        m_parser->m_registers.try_emplace(name, added);
     }
-    parser->m_addresses.insert_or_assign(address, added);
+    m_parser->m_addresses.insert_or_assign(address, added);
     return true;
 }
 
@@ -196,24 +202,24 @@ bool NodeWalker<GenNodeType::Converter>::for_each(pugi::xml_node &element)
     {
         record.pValue = ChildText(element, "pValue");
     }
-    parser->m_converters.try_emplace(element.attribute("Name").value(), std::move(record));
+    m_parser->m_converters.try_emplace(element.attribute("Name").value(), std::move(record));
     return true;
 }
 
-/// The register behind a value node, or an empty node. A pValue may also name a variable of some converter;
-/// the node behind the variable is the register then.
+/// The register behind a value node, or an empty node. A pValue may also name a converter's variable; then it
+/// is the node that the variable names.
 template <>
 NodeInfo NodeWalker<GenNodeType::Interface>::StartOf(const std::string &pValue) const
 {
-    if (const auto found = parser->m_registers.find(pValue); found != parser->m_registers.end())
+    if (const auto found = m_parser->m_registers.find(pValue); found != m_parser->m_registers.end())
     {
         return *found->second;
     }
-    for (const auto &[name, record] : parser->m_converters)
+    for (const auto &[name, record] : m_parser->m_converters)
     {
         if (const auto variable = record.Variables.find(pValue); variable != record.Variables.end())
         {
-            const auto *node = parser->Search(variable->second);
+            const auto *node = m_parser->Search(variable->second);
             return node != nullptr ? *node : NodeInfo{};
         }
     }
@@ -227,7 +233,7 @@ std::optional<Bound> NodeWalker<GenNodeType::Interface>::ReadBound(const pugi::x
 {
     if (const auto child = element.child(literal))
     {
-        // Only `Integer` has "Int" in its name, so that only it has integer literals.
+        // Only an `Integer` has integer literals; no other element has "Int" in its name.
         if (std::string_view(element.name()).find("Int") != std::string_view::npos)
         {
             return Bound{false, int64_t{child.text().as_llong()}};
@@ -237,9 +243,9 @@ std::optional<Bound> NodeWalker<GenNodeType::Interface>::ReadBound(const pugi::x
     if (const auto child = element.child(reference))
     {
         const std::string name = child.text().get();
-        if (const auto index = parser->IndexOf(name))
+        if (const auto index = m_parser->IndexOf(name))
         {
-            return Bound{true, VectorPtr(parser, *index)};
+            return Bound{true, VectorPtr(m_parser, *index)};
         }
         return Bound{true, name};
     }
@@ -276,7 +282,7 @@ void NodeWalker<GenNodeType::Interface>::ReadValueNode(const pugi::xml_node &ele
     replace(node.pIsAvailable, "pIsAvailable");
     replace(node.pIsImplemented, "pIsImplemented");
     const auto name = node.Name;
-    parser->m_interfaces.try_emplace(name, parser->Append(std::move(node)));
+    m_parser->m_interfaces.try_emplace(name, m_parser->Append(std::move(node)));
 }
 
 template <>
@@ -290,7 +296,7 @@ bool NodeWalker<GenNodeType::Interface>::for_each(pugi::xml_node &element)
     }
     else if (std::string_view(element.name()) == "Category")
     {
-        parser->m_categories.try_emplace(element.attribute("Name").value(), TextsOf(element, "pFeature"));
+        m_parser->m_categories.try_emplace(element.attribute("Name").value(), TextsOf(element, "pFeature"));
     }
     return true;
 }
@@ -322,7 +328,7 @@ bool NodeMapParser::Parse(const std::string_view &xml)
     {
         return false;
     }
-    // The order makes the references work: a value node finds all registers and converters known.
+    // Value nodes refer to registers and converters, so those are read first.
     NodeWalker<GenNodeType::Register> registers(this);
     NodeWalker<GenNodeType::Converter> converters(this);
     NodeWalker<GenNodeType::Interface> interfaces(this);
@@ -355,7 +361,7 @@ GenNodeType NodeMapParser::GetNodeType(const std::string &name) const
 {
     if (HasNode(name))
     {
-        // The name decides, not the element; both kinds are read alike.
+        // The node's name decides, not its element; both kinds are read alike.
         return name.find("Reg") != std::string::npos ? GenNodeType::Register : GenNodeType::Interface;
     }
     if (m_converters.contains(name))
@@ -389,7 +395,7 @@ bool NodeMapParser::HasNode(const std::string &name) const
 namespace
 {
 
-/// The entry of a table, or a failure that names it.
+/// Finds an entry of a table, or throws an error with its name.
 template <typename Table>
 const auto &Lookup(const Table &table, const std::string &name, const char *message)
 {

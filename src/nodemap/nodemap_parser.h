@@ -12,10 +12,10 @@
 namespace GenTL::internal::nodemap
 {
 
-/// Kind of node, as far as its value is concerned.
+/// The kind of a node, by where its value comes from.
 enum class GenNodeType : int32_t
 {
-    Unknown = 0, ///< nowhere in the document
+    Unknown = 0, ///< not in the document
     Register = 1,
     Converter = 2, ///< SwissKnife, IntSwissKnife, Converter, IntConverter
     Interface = 3, ///< Integer, Float, Enumeration, Boolean, Command
@@ -45,7 +45,7 @@ enum class Sign : int32_t
 class NodeMapParser;
 struct NodeInfo;
 
-/// A node of a parser's table, by index: stays valid when the table grows.
+/// Points to a node of a parser's table by index, so it stays valid when the table grows.
 class VectorPtr
 {
 public:
@@ -66,20 +66,22 @@ private:
 struct Bound
 {
     bool IsReference = false;
-    /// Literal as double or integer; reference as the name of a node unknown when it was read, or the node.
+    /// A literal is a double or an integer. A reference is a node, or the name of a node that was unknown
+    /// when the reference was read.
     std::variant<double, int64_t, std::string, VectorPtr> Value;
 };
 
 struct EnumEntry
 {
     std::string Name;
-    /// The reader fills the integer only.
+    /// The parser only stores integers.
     std::variant<int64_t, std::string> Value;
     std::string pIsAvailable;
     std::string pIsImplemented;
 };
 
-/// One node of a description. A value node carries address, length, access and byte order of its register.
+/// One node of a description. A value node has copies of the address, length, access mode and byte order of
+/// its register.
 struct NodeInfo
 {
     std::string Name;
@@ -120,13 +122,13 @@ struct StructEntryRecord
 
 /// A GenICam description as a flat table of nodes.
 ///
-/// A reader for the system's own needs and no GenApi: it knows where a feature lives on a port, the entries
-/// of an enumeration, and which nodes decide on availability. Constant after construction; references that
-/// it hands out live as long as it does. Any thread may read it.
+/// Reads only what this producer needs, far less than GenApi: the register of a feature, the entries of an
+/// enumeration, and the nodes that decide availability. Constant after construction. References that it
+/// returns live as long as the parser. Any thread may read it.
 class NodeMapParser
 {
 public:
-    /// Never throws for bad XML: IsValid tells. Throws for a well-formed document with a bad attribute.
+    /// Malformed XML does not throw; IsValid is false then. A well-formed document with a bad value throws.
     /// @throws GenTLException "Invalid access mode in XML: {}!", "Invalid sign value in XML: {}!"
     explicit NodeMapParser(const std::string_view &xml);
     NodeMapParser(const NodeMapParser &) = delete;
@@ -145,10 +147,10 @@ public:
     const NodeInfo &FindRegisterNode(const std::string &name) const;
     /// @throws std::runtime_error "Interface Node {} not found!"
     const NodeInfo &FindInterfaceNode(const std::string &name) const;
-    /// A feature by name: a value node, or failing that a register that is a feature itself, as a StringReg.
+    /// Finds a feature: a value node, otherwise a register that is itself a feature, such as a StringReg.
     /// @throws std::runtime_error "Interface Node {} not found!"
     const NodeInfo &FindFeatureNode(const std::string &name) const;
-    /// The same, null when there is neither.
+    /// Like FindFeatureNode; null when there is no such feature.
     const NodeInfo *TryFindFeatureNode(const std::string &name) const;
     std::optional<NodeInfo> TryFindNodeByAddress(uint64_t address) const;
 
@@ -171,7 +173,7 @@ private:
     VectorPtr Append(NodeInfo node);
 
     std::vector<NodeInfo> m_nodes;
-    std::unordered_map<std::string, size_t> m_indices; ///< the first of a name
+    std::unordered_map<std::string, size_t> m_indices; ///< the first node of each name
     std::unordered_map<std::string, VectorPtr> m_registers;
     std::unordered_map<std::string, VectorPtr> m_interfaces;
     std::map<uint64_t, VectorPtr> m_addresses;

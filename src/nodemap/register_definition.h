@@ -16,14 +16,14 @@ enum class RegisterKind : int32_t
     String = 3,
 };
 
-/// One row of a local module's register table. Rows follow each other without a gap, from address 0.
+/// One row of a local module's register table. The rows form a sequence without gaps from address 0.
 struct RegisterDefinition
 {
-    std::string_view Name; ///< the feature, as the owning module knows it
+    std::string_view Name; ///< the feature, by its name in the owning module
     uint64_t Size{};       ///< bytes
     uint64_t Address{};
     RegisterKind Kind{};
-    int32_t Access{}; ///< a RegisterAccess; anything else is refused by the register map
+    int32_t Access{}; ///< a RegisterAccess; the register map refuses other values
     std::variant<int32_t, int64_t, std::string, float> InitialValue{};
     bool Used = true; ///< false for registers that only a GigE interface has; for the owner's information
     RegisterCallback OnRead{};

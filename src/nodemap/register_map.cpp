@@ -66,7 +66,7 @@ void RegisterMap::AddRegister(Register &&reg, const void *initialValue, size_t i
              GC_ERR_ERROR);
     }
     const auto offset = m_storage.size();
-    // Not by a resize to a sum, which wraps for a size near 2^64.
+    // A resize to the sum could wrap for a size near 2^64.
     m_storage.insert(m_storage.end(), reg.Size, 0);
     reg.StorageOffset = offset;
     m_registers.push_back(std::move(reg));
@@ -85,7 +85,7 @@ std::span<Register> RegisterMap::Touched(uint64_t address, size_t size)
         Fail("Address not mapped", GC_ERR_INVALID_ADDRESS);
     }
     --first;
-    // The caller has tested that the range lies within the storage, so that this sum does not wrap.
+    // The caller has checked the range against the storage, so this sum cannot wrap.
     const auto last =
         std::find_if(first, m_registers.end(),
                      [end = address + size](const Register &reg) { return end <= reg.Address + reg.Size; });
@@ -147,7 +147,7 @@ void RegisterMap::WriteBytes(uint64_t address, const void *buffer, size_t size, 
             }
             if (reg.OnWrite)
             {
-                // Every callback sees the whole write, and may change it.
+                // Every callback sees the whole write and may change it.
                 reg.OnWrite(pending, reg.Context);
             }
         }

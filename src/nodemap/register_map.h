@@ -28,7 +28,7 @@ constexpr bool IsWritable(RegisterAccess access)
     return (static_cast<int32_t>(access) & ~1) == 2;
 }
 
-/// Called before a register is read or changed, with the bytes and the register's context.
+/// Called with the bytes and the register's context before the register is read or changed.
 using RegisterCallback = std::function<void(std::span<uint8_t> data, void *context)>;
 
 /// One register of a RegisterMap.
@@ -39,7 +39,7 @@ struct Register
     uint64_t Size{}; ///< bytes, never 0
     RegisterCallback OnWrite{};
     RegisterCallback OnRead{};
-    void *Context{};          ///< handed to both callbacks
+    void *Context{};          ///< passed to both callbacks
     uint64_t StorageOffset{}; ///< set by AddRegister
 };
 
@@ -53,24 +53,24 @@ public:
     virtual ~IRegisterMap() = default;
 
     /// Appends a register behind the last one.
-    /// @throws GenTLException GC_ERR_ERROR for a register without size, without access or out of place, and
-    /// for an initial value longer than the register; nothing changes then
+    /// @throws GenTLException GC_ERR_ERROR for a register without a size, without access, or at the wrong
+    /// address, and for an initial value longer than the register. The map stays unchanged.
     virtual void AddRegister(Register &&reg, const void *initialValue, size_t initialSize) = 0;
-    /// Reads with access check and read callbacks.
+    /// Checks access, runs the read callbacks, and reads.
     /// @throws GenTLException GC_ERR_INVALID_PARAMETER, GC_ERR_BUFFER_TOO_SMALL, GC_ERR_INVALID_ADDRESS,
     /// GC_ERR_ACCESS_DENIED
     virtual void Read(uint64_t address, void *buffer, size_t size) = 0;
-    /// Writes with access check and write callbacks. A failure leaves the registers unchanged.
+    /// Checks access, runs the write callbacks, and writes. An error leaves the registers unchanged.
     virtual void Write(uint64_t address, const void *buffer, size_t size) = 0;
-    /// Writes past access modes and callbacks: how owners fill read-only registers.
+    /// Writes without access checks and callbacks, so that owners can fill read-only registers.
     virtual void WriteInternal(uint64_t address, const void *buffer, size_t size) = 0;
-    /// One past the last register. Takes no lock.
+    /// The end address of the last register. Takes no lock.
     virtual uint64_t Size() const = 0;
 };
 
-/// A flat, gap-free byte array from address 0, cut into registers in ascending order.
+/// A byte array from address 0 without gaps, divided into registers in ascending order.
 ///
-/// One recursive mutex is held during every operation, callbacks included: a callback may use its own map. A
+/// Every operation and its callbacks run under one recursive mutex, so a callback may use its own map. A
 /// callback may also call the lower producer. That cannot deadlock: the lower producer calls nothing of ours,
 /// so its answer never waits for this mutex.
 class RegisterMap final : public IRegisterMap

@@ -15,11 +15,11 @@
 namespace GenTL::internal
 {
 
-/// Decides what happens to a delivered lower buffer before it reaches the consumer's buffer.
+/// Turns a delivered lower buffer into the content of the consumer's buffer.
 ///
-/// One for each opened device. The remote port configures it on the consumer's threads, the acquisition
-/// thread calls Process. Pixel format and 3D mode are frozen between AcquisitionStarted and
-/// AcquisitionStopped; that is what makes it safe without a lock.
+/// One per open device. The remote port configures it on the consumer's threads; the acquisition thread calls
+/// Process. Pixel format and 3D mode are frozen between AcquisitionStarted and AcquisitionStopped, so it
+/// needs no lock.
 class IProcessor
 {
 public:
@@ -28,9 +28,9 @@ public:
     IProcessor &operator=(const IProcessor &) = delete;
     virtual ~IProcessor() = default;
 
-    /// Bytes that a consumer buffer must have.
+    /// The size of a consumer buffer, in bytes.
     virtual uint64_t PayloadSize() = 0;
-    /// The first list for a component stays in force; later ones change nothing.
+    /// Only the first list for a component counts; later ones are ignored.
     virtual void SetAvailableInputFormats(Component component, const tarn::common::PixelFormat *formats,
                                           size_t count) = 0;
     virtual tarn::common::PixelFormat OutputPixelFormat(Component component) = 0;
@@ -38,22 +38,22 @@ public:
     virtual tarn::common::PixelFormat SetOutputPixelFormat(Component component,
                                                            tarn::common::PixelFormat format) = 0;
     virtual Scan3dOutputMode GetScan3dOutputMode() = 0;
-    /// Gives the component Image3D the first output format of the mode, too.
+    /// Also sets the output format of the component Image3D to the first one of the mode.
     virtual void SetScan3dOutputMode(Scan3dOutputMode mode) = 0;
     /// Minimum and maximum of the coordinate in the current mode.
     virtual std::pair<double, double> GetScan3dAxisMinMax(Scan3dCoordinate coordinate) = 0;
-    /// What the device tells of its raw data. With a scale, the device counts as a 3D device.
+    /// Sets how the device encodes its raw data. A scale makes it a 3D device.
     virtual void SetScan3dInfo(const Scan3dInfo &info) = 0;
     virtual void SetLensCalibrationData(const std::vector<uint8_t> &bytes) = 0;
-    /// The geometry of the images from now on.
+    /// Sets the geometry of all further images.
     virtual void SetMetadata(const tarn::common::Metadata &metadata) = 0;
     virtual std::vector<tarn::common::PixelFormat> AvailableOutputPixelFormats(Component component) = 0;
     virtual ProcessingResult Process(const InputData &input, std::span<uint8_t> output) = 0;
-    /// Gives the device's payload size before processing, bytes.
+    /// Sets the source of the device's payload size before processing, in bytes.
     virtual void SetPayloadSizeCallback(std::function<uint64_t()> callback) = 0;
-    /// Gives the device's current image size.
+    /// Sets the source of the device's current image size.
     virtual void SetImageSizeCallback(std::function<tarn::common::Size()> callback) = 0;
-    /// Gives the geometry of the images when an acquisition starts.
+    /// Sets the source of the images' geometry, which is read when an acquisition starts.
     virtual void SetMetadataCallback(std::function<tarn::common::Metadata()> callback) = 0;
     virtual void AcquisitionStarted() = 0;
     virtual void AcquisitionStopped() = 0;

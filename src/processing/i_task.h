@@ -12,7 +12,7 @@
 namespace GenTL::internal
 {
 
-/// One way from a lower buffer to a consumer buffer.
+/// One way to turn a lower buffer into a consumer buffer.
 ///
 /// Owned by the Processor, which calls the setters on the consumer's thread while no acquisition runs, and
 /// Process on the acquisition thread.
@@ -27,12 +27,12 @@ public:
     virtual ProcessingResult Process(const InputData &input, std::span<uint8_t> output) = 0;
     virtual void SetOutputFormat(Component component, tarn::common::PixelFormat format) = 0;
     virtual tarn::common::PixelFormat OutputFormat(Component component) const = 0;
-    /// Bytes that this task writes for the component at this image size.
+    /// The number of bytes that the task writes for the component at this image size.
     virtual uint64_t ImagePayloadSize(Component component, tarn::common::Size size) const = 0;
-    /// What this task can make of an input format; may be empty.
+    /// The output formats for an input format; may be empty.
     virtual std::vector<tarn::common::PixelFormat>
     AvailableOutputFormats(Component component, tarn::common::PixelFormat input) const = 0;
-    /// The input format, among the available ones, that gives this output.
+    /// The available input format that gives this output.
     virtual std::optional<tarn::common::PixelFormat>
     MatchInputFormat(Component component, tarn::common::PixelFormat output,
                      const std::vector<tarn::common::PixelFormat> &inputs) const = 0;

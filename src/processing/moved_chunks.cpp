@@ -42,7 +42,7 @@ const ChunkEntry &ImageChunk(const std::vector<ChunkEntry> &entries)
     return *image;
 }
 
-/// Writes trailers one behind the other, as far behind each other as the chunks are long.
+/// Writes the trailers of consecutive chunks, each behind the room for its chunk.
 class TrailerWriter
 {
 public:
@@ -66,10 +66,10 @@ private:
 
 ChunkList MoveChunks(const InputData &input, std::span<uint8_t> output, uint64_t imageSize)
 {
-    // An image without pixels needs no memory, so the vision library lets it pass.
+    // The vision library accepts an image without pixels at a null address.
     CheckHasMemory(input);
     const auto &entries = input.chunks->entries;
-    // Unsigned on purpose: an image that became smaller moves the chunks to the front.
+    // Unsigned on purpose: the difference wraps when a smaller image moves the chunks towards the front.
     const uint64_t delta = imageSize - ImageChunk(entries).ChunkLength;
     ChunkList moved;
     TrailerWriter trailers(output);

@@ -11,7 +11,7 @@ namespace GenTL::internal
 class PassthroughTask final : public ITask
 {
 public:
-    /// @throws GenTLException "Output buffer is smaller than input buffer!"; nothing is copied then
+    /// @throws GenTLException "Output buffer is smaller than input buffer!"; copies nothing
     ProcessingResult Process(const InputData &input, std::span<uint8_t> output) override;
     void SetOutputFormat(Component component, tarn::common::PixelFormat format) override;
     /// @throws std::out_of_range for a component without a format

@@ -21,7 +21,7 @@ using tarn::common::Size;
 namespace
 {
 
-/// The name of a format, or the number of what has none: a consumer may ask for anything.
+/// The name of a format, or its number: a consumer may ask for unknown codes.
 std::string Describe(PixelFormat format)
 {
     try
@@ -56,7 +56,7 @@ uint64_t Processor::PayloadSize()
     }
     uint64_t payload = m_payloadSize();
     const Size size = m_imageSize();
-    // What else the device delivers, chunks or other parts, stays counted.
+    // The bytes of chunks and of other parts stay in the sum.
     for (const auto &[component, format] : m_inputFormats)
     {
         payload += m_activeTask->ImagePayloadSize(component, size);
@@ -138,7 +138,7 @@ PixelFormat Processor::SetOutputPixelFormat3d(Component component, PixelFormat f
     {
         fail();
     }
-    // Not refused: what the mode makes of the input takes the place of what it does not make.
+    // Does not fail: the mode's own output format replaces one that it cannot make.
     const bool isMade = std::ranges::find(outputs, format) != outputs.end();
     return Activate(*m_coordTask, component, *input, isMade ? format : outputs.front());
 }
@@ -249,7 +249,7 @@ void Processor::SetMetadataCallback(std::function<tarn::common::Metadata()> call
 void Processor::AcquisitionStarted()
 {
     m_running = true;
-    // The consumer may have changed the region of interest since the last time.
+    // The consumer may have changed the region of interest since the last acquisition.
     if (Is3dDevice() && m_metadata)
     {
         SetMetadata(m_metadata());

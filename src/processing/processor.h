@@ -14,11 +14,11 @@ namespace GenTL::internal
 
 class CoordTask;
 
-/// The processing step of one device: the formats per component and the task that makes the output.
+/// The processing of one device: the formats of each component, and the task that makes the output.
 ///
 /// Made by Device and shared with its RemotePort, which configures it, and with the AcquisitionWorker, which
-/// has it process frames. Between AcquisitionStarted and AcquisitionStopped formats and mode are refused, so
-/// that the tables and the active task may be read without a lock.
+/// processes frames. Refuses formats and modes between AcquisitionStarted and AcquisitionStopped, so the
+/// tables and the active task can be read without a lock.
 class Processor final : public IProcessor
 {
 public:
@@ -32,17 +32,17 @@ public:
     /// @throws GenTLException "Output pixel format not set for component {}!"
     tarn::common::PixelFormat OutputPixelFormat(Component component) override;
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs; GC_ERR_INVALID_VALUE for a format
-    /// that no task makes
+    /// that no task can make
     tarn::common::PixelFormat SetOutputPixelFormat(Component component,
                                                    tarn::common::PixelFormat format) override;
     Scan3dOutputMode GetScan3dOutputMode() override;
-    /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs; GC_ERR_ERROR for a mode that makes
-    /// nothing of the input format
+    /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs; GC_ERR_ERROR for a mode that
+    /// cannot use the input format
     /// @throws std::out_of_range while Image3D has no input format
     void SetScan3dOutputMode(Scan3dOutputMode mode) override;
     std::pair<double, double> GetScan3dAxisMinMax(Scan3dCoordinate coordinate) override;
     void SetScan3dInfo(const Scan3dInfo &info) override;
-    /// @throws tarn::cvl::CorruptedException for what is no lens calibration
+    /// @throws tarn::cvl::CorruptedException for invalid lens calibration data
     void SetLensCalibrationData(const std::vector<uint8_t> &bytes) override;
     void SetMetadata(const tarn::common::Metadata &metadata) override;
     std::vector<tarn::common::PixelFormat> AvailableOutputPixelFormats(Component component) override;
@@ -71,7 +71,7 @@ private:
     std::function<tarn::common::Size()> m_imageSize;
     std::function<tarn::common::Metadata()> m_metadata;
     std::vector<std::unique_ptr<ITask>> m_tasks;
-    CoordTask *m_coordTask = nullptr; ///< the last one of the tasks
+    CoordTask *m_coordTask = nullptr; ///< the last element of the tasks
     std::atomic<bool> m_running = false;
 };
 

@@ -39,7 +39,7 @@ ProcessingResult UnpackerTask::Process(const InputData &input, std::span<uint8_t
     }
     const Size size{static_cast<unsigned int>(input.attributes.width.value_or(0)),
                     static_cast<unsigned int>(input.attributes.height.value_or(0))};
-    // C-13
+    // C-13: the default applies to a buffer without a pixel format.
     const auto inputFormat = static_cast<PixelFormat>(
         input.attributes.pixelFormat.value_or(static_cast<uint64_t>(PixelFormat::BayerBG8)));
     const tarn::cvl::Image source(inputFormat, size, input.data, input.size);

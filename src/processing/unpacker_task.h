@@ -5,14 +5,14 @@
 namespace GenTL::internal
 {
 
-/// Unpacks a 2D image into the consumer's buffer and keeps the chunks usable behind the larger image.
+/// Unpacks a 2D image into the consumer's buffer and moves the chunks behind the larger image.
 ///
-/// The vision library does the bit work, straight from the lower buffer into the consumer's.
+/// The vision library unpacks directly from the lower buffer into the consumer's.
 class UnpackerTask final : public ITask
 {
 public:
-    /// @throws tarn::cvl::Exception of the conversion; GenTLException for chunks without an image, and for
-    /// chunks that do not lie in the buffers. The output may be partly written then.
+    /// @throws tarn::cvl::Exception when the conversion fails; GenTLException for chunks without an image,
+    /// and for chunks outside the buffers. The output may be partly written then.
     ProcessingResult Process(const InputData &input, std::span<uint8_t> output) override;
     /// @throws GenTLException for another component than Image2D
     void SetOutputFormat(Component component, tarn::common::PixelFormat format) override;

@@ -5,7 +5,7 @@
 namespace GenTL::internal::utils
 {
 
-/// Runs an action when the scope ends, whichever way.
+/// Runs an action when the scope ends, also by an exception.
 template <typename Action>
 class AtEnd
 {

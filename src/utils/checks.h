@@ -11,14 +11,14 @@
 namespace GenTL::internal::utils
 {
 
-/// A pointer argument and the name that the consumer knows it by.
+/// A pointer argument, and its name for the error text.
 struct NamedPointer
 {
     std::string_view name;
     const volatile void *pointer;
 };
 
-/// Tests the arguments in the order given and stops at the first null one.
+/// Checks the arguments in order and fails at the first null pointer.
 /// @throws GenTLException "{} must not be NULL", GC_ERR_INVALID_PARAMETER
 inline void CheckNotNull(std::initializer_list<NamedPointer> arguments)
 {
@@ -64,7 +64,7 @@ inline void CheckIndex(uint64_t index, uint64_t count)
     }
 }
 
-/// Whether [offset, offset + size) lies within [0, limit), without a sum that could wrap.
+/// Whether [offset, offset + size) lies within [0, limit). Computes no sum that could wrap.
 constexpr bool RangeFits(uint64_t offset, uint64_t size, uint64_t limit)
 {
     return offset <= limit && size <= limit - offset;

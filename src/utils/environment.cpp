@@ -13,7 +13,7 @@ namespace GenTL::internal::utils
 namespace
 {
 
-/// Path of the shared library that an address lies in, empty when the loader knows of none.
+/// The path of the shared library that contains an address; empty when there is none.
 std::string PathOf(const void *address)
 {
     Dl_info info{};
@@ -44,7 +44,7 @@ std::string GetOwnPath()
 
 bool IsInOwnFile(const void *address)
 {
-    // By a link to it the loader gives the library that it has, under its first path.
+    // For a link to a loaded library, the loader reports the path under which it first loaded it.
     const auto path = PathOf(address);
     return !path.empty() && (path == GetOwnPath() || HaveSameBytes(path, GetOwnPath()));
 }

@@ -12,7 +12,7 @@ namespace GenTL::internal::utils
 namespace
 {
 
-/// The result of an action; an empty one for a failure, which is logged.
+/// The result of an action. A failure is logged and gives an empty result.
 template <typename Action>
 auto Guarded(const char *operation, Action action) -> decltype(action())
 {
@@ -100,7 +100,7 @@ bool FileAccess::Transfer(const Nodes &nodes, int64_t size, std::vector<uint8_t>
     const auto block = nodemap::GetBoundValue(m_port, m_parser, nodes.length.Max);
     if (size > 0 && block < 1)
     {
-        // Would never come to an end.
+        // The loop would never end.
         throw GenTLException("Device transfers no file data!", GC_ERR_ERROR);
     }
     for (int64_t offset = 0; offset < size;)

@@ -11,10 +11,10 @@
 namespace GenTL::internal::utils
 {
 
-/// Reads files of a device through the standard features for that.
+/// Reads files of a device through the standard features for file access.
 ///
-/// It knows nothing of what is in a file. Made for one use; port and parser must outlive it. The operations
-/// are those of several registers, so nothing else may use the device's file features meanwhile.
+/// Does not interpret the content. Made for one use; port and parser must outlive it. An operation takes
+/// several register accesses, so nothing else may use the device's file features meanwhile.
 class FileAccess
 {
 public:
@@ -23,11 +23,11 @@ public:
     /// @throws GenTLException "Did not find node {}!" for a device without file access
     std::vector<std::string> AvailableFiles() const;
 
-    /// Size in bytes; 0 for a failure, which is logged.
+    /// The size in bytes. A failure is logged and gives 0.
     uint64_t FileSize(std::string_view name) const;
 
-    /// The content; empty for a failure, which is logged unless the device itself reports it. The device is
-    /// believed to transfer all that it was asked for.
+    /// The content. A failure is logged, unless the device itself reports it, and gives an empty result.
+    /// Trusts the device to transfer all requested bytes.
     std::vector<uint8_t> ReadFile(std::string_view name) const;
 
 private:

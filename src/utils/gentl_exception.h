@@ -8,8 +8,8 @@
 namespace GenTL::internal::exceptions
 {
 
-/// The error type of the system: a message for the consumer's last error and the code that the export
-/// returns. Any other std::exception reaches the consumer as GC_ERR_ERROR.
+/// An error with the message for the consumer's last error and the code that the export returns. Any other
+/// std::exception becomes GC_ERR_ERROR.
 class GenTLException : public std::runtime_error
 {
 public:

@@ -10,7 +10,7 @@
 namespace GenTL::internal::utils
 {
 
-/// The answer to an info query: its type and its bytes, a text with its terminator.
+/// The answer to an info query: type and bytes. A text includes its terminator.
 struct Info
 {
     INFO_DATATYPE type;
@@ -33,15 +33,15 @@ private:
     }
 };
 
-/// Writes an answer to where the consumer wants it. With a null `pBuffer` it writes just type and size; a
-/// buffer that is too short stays as it is.
+/// Writes an answer through the consumer's pointers. Writes only type and size when `pBuffer` is null. A
+/// short buffer is an error and stays untouched.
 /// @throws GenTLException null piType or piSize (named "pType", "pSize"); buffer too small
 void WriteInfo(const Info &info, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
-/// One info query: where the consumer wants type, value and size of the answer.
+/// An info query: the pointers through which the consumer gets type, value and size.
 ///
-/// An answer writes the type, and with a null buffer just the size; a buffer that is too short fails without
-/// touching it.
+/// An answer writes the type and the size, and the value unless the buffer is null. A short buffer is an
+/// error and stays untouched.
 struct InfoQuery
 {
     INFO_DATATYPE *piType;
@@ -65,7 +65,7 @@ struct InfoQuery
         *piSize = size;
     }
 
-    /// Answers with a value whose width is that of T.
+    /// Answers with a value of the size of T.
     template <typename T>
     requires std::is_trivially_copyable_v<T>
     void Answer(INFO_DATATYPE type, T value) const { AnswerBytes(type, &value, sizeof value); }
@@ -78,10 +78,10 @@ struct InfoQuery
     void AnswerPointer(const void *value) const { Answer(INFO_DATATYPE_PTR, value); }
 };
 
-/// Answers with a text and its terminator.
+/// Answers with a text and its terminating zero.
 void WriteStringInfo(std::string_view text, const InfoQuery &query);
 
-/// Answers with raw bytes, as INFO_DATATYPE_BUFFER, without a terminator.
+/// Answers with raw bytes as INFO_DATATYPE_BUFFER.
 inline void WriteBufferInfo(const void *bytes, size_t size, const InfoQuery &query)
 {
     query.AnswerBytes(INFO_DATATYPE_BUFFER, bytes, size);

@@ -1,13 +1,13 @@
 #pragma once
 
-// Logging goes through spdlog's default logger: SPDLOG_ERROR("text {}", argument) and its siblings.
-// They record __PRETTY_FUNCTION__ (see SPDLOG_FUNCTION in the build), from which the log pattern's %*
-// takes the last two components.
+// Logging goes through spdlog's default logger: SPDLOG_ERROR("text {}", argument) and its siblings. They
+// record __PRETTY_FUNCTION__ (SPDLOG_FUNCTION in the build); the log pattern's %* prints its last two
+// components.
 #include <spdlog/spdlog.h>
 
 #if FMT_VERSION / 10000 == 9
-// spdlog formats through this function, which fmt 9 compiles anew, with all that it needs, in every file that
-// logs. Here log.cpp has it, once. Goes with fmt 9.
+// fmt 9 instantiates this function and all its helpers in every file that logs. Only log.cpp instantiates it
+// here. Can go when fmt 9 does.
 extern template void fmt::detail::vformat_to<char>(fmt::detail::buffer<char> &, fmt::string_view,
                                                    fmt::format_args, fmt::detail::locale_ref);
 #endif

@@ -9,8 +9,8 @@
 namespace GenTL::internal::utils
 {
 
-/// A text of an info command, by a size query and a read: query(type, buffer, size). The last byte that the
-/// query announces is its terminator.
+/// Reads the text of an info command through query(type, buffer, size): first its size, then its bytes. The
+/// last byte is the terminator.
 template <typename Query>
 std::string ReadText(Query query)
 {
@@ -19,7 +19,7 @@ std::string ReadText(Query query)
     query(&type, nullptr, &size);
     std::string text(size, '\0');
     query(&type, text.data(), &size);
-    // A producer may announce more than it writes in the end.
+    // A producer may announce a larger size than it writes.
     text.resize(std::min(text.size(), size));
     if (!text.empty())
     {
@@ -28,7 +28,7 @@ std::string ReadText(Query query)
     return text;
 }
 
-/// A value of fixed width of an info command: query(type, buffer, size).
+/// Reads the value of an info command through query(type, buffer, size). T has the size of the value.
 template <typename T, typename Query>
 T ReadValue(INFO_DATATYPE type, Query query)
 {

@@ -5,7 +5,7 @@
 namespace GenTL::internal::utils
 {
 
-/// The value of a key.
+/// Finds the value of a key.
 /// @throws std::out_of_range "unordered_map::at: key not found" (C-08), a text that differs between standard
 /// libraries
 template <typename Map>

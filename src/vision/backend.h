@@ -7,18 +7,18 @@
 namespace tarn::cvl::detail
 {
 
-/// An object over a handle of the library.
+/// An object that holds a handle of the library.
 template <typename T>
 class IBackendAccessible
 {
 public:
     virtual ~IBackendAccessible() = default;
 
-    /// The handle, still the object's; null when it is empty.
+    /// The handle, which the object keeps; null when the object is empty.
     virtual void *GetHandle() const = 0;
 };
 
-/// An object whose handle the library may exchange.
+/// An object whose handle the library may replace.
 template <typename T>
 class IBackendExchangeable
 {
@@ -28,7 +28,7 @@ public:
     virtual void **GetHandleAddress() = 0;
 };
 
-/// The way from an object to its handle, which the objects show to each other and to nobody else.
+/// Access to the handle of an object, for the classes of this folder only.
 struct Backend
 {
     template <typename T>
@@ -46,8 +46,8 @@ struct Backend
     }
 };
 
-/// Owner of one reference to an object of the library, or of none. `destroy` is the function that gives the
-/// reference back; its status is of no use to anybody.
+/// Owns one reference to an object of the library, or none. `destroy` releases the reference; nobody could
+/// act on its status.
 template <const auto &destroy>
 class Handle
 {
@@ -71,7 +71,7 @@ public:
     void *Get() const { return m_handle; }
     void **GetAddress() { return &m_handle; }
 
-    /// Calls a function whose first argument is where to put the new handle.
+    /// Calls a function that writes a new handle to its first argument.
     /// @throws as Call
     template <typename Function, typename... Args>
     static Handle Create(const Function &create, Args &&...args)

@@ -9,11 +9,11 @@
 namespace tarn::cvl
 {
 
-/// What lens calibration data tell, as the library reads them. The system knows of the size of the calibrated
-/// image, the focal lengths and the principal point; the rest is the library's own.
+/// Lens calibration as the library's record. We read the image size, the focal lengths and the principal
+/// point; the other fields are opaque.
 using CalibrationParameters = tarn_cvl_CalibrationParameters;
 
-/// The part of CalibrationParameters that travels to the library: the camera, as it is or as it sees
+/// The part of CalibrationParameters that is passed to the library: a camera, for distorted or for
 /// undistorted images.
 struct CameraParameters
 {
@@ -29,14 +29,14 @@ static_assert(sizeof(CameraParameters) == TARN_CVL_CAMERA_SIZE);
 static_assert(offsetof(CameraParameters, focalLengthX) == offsetof(CalibrationParameters, focalLengthX));
 static_assert(sizeof(CalibrationParameters) == TARN_CVL_CALIBRATION_SIZE);
 
-/// For functions that are told how much of the record there is.
+/// For library functions that take the size of the record as well.
 inline const CalibrationParameters *AsLibraryParameters(const CameraParameters &camera)
 {
     return reinterpret_cast<const CalibrationParameters *>(&camera);
 }
 
-/// Reads lens calibration data.
-/// @throws CorruptedException "The given binary data is invalid" when they are none; as ThrowStatus
+/// Decodes lens calibration data.
+/// @throws CorruptedException "The given binary data is invalid"; as ThrowStatus
 std::unique_ptr<CalibrationParameters> ParseCalibrationParameters(const uint8_t *bytes, size_t count);
 
 } // namespace tarn::cvl

@@ -80,7 +80,8 @@ const Binding &Binding::Instance()
     static Binding binding = []
     {
         Binding loaded(libraryFile);
-        // Registered behind the loading, so that it runs before the library's own objects end.
+        // Registered after the library is loaded, so it runs before the library's static objects are
+        // destroyed.
         std::atexit([] { binding.Unload(); });
         return loaded;
     }();

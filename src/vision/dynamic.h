@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <stdexcept>
 
-/// The vision library as it is found at run time. It is not linked: the first call of any function here
-/// opens it and looks all its functions up.
+/// Binds the vision library at run time. The first call of any function here opens the library and looks up
+/// all its functions.
 namespace tarn::cvl::dynamic
 {
 
@@ -16,8 +16,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Every function of the library, in the order of the list. Those that are never called have to be there too:
-/// a library without them is another than the one that this was written for.
+/// Every function of the library, in the order of the list. Binding requires the uncalled ones as well: a
+/// library without them is not the expected one.
 struct FunctionTable
 {
 #define CVL_CALLED(name) decltype(&tarn_cvl_##name) name;
@@ -29,14 +29,14 @@ struct FunctionTable
 
 /// The opened library and its functions.
 ///
-/// One for the process, made by the first call of a function below. A failure leaves it unmade, and the next
-/// call tries again. Afterwards it is only read, on any thread, until it is unloaded when the process exits
-/// or this code is unloaded. It has no destructor: what still calls after that must find null pointers.
+/// Instance() creates the only one. If that fails, the next call tries again. Any thread may then read it,
+/// until the library is unloaded when the process exits or this code is unloaded. It has no destructor: calls
+/// that come later must find null pointers.
 class Binding
 {
 public:
     /// @throws LoadLibraryException "Filename empty"; "Lib load failed: {}"
-    /// @throws std::runtime_error "Failed to load {}", with the first function that is missing
+    /// @throws std::runtime_error "Failed to load {}", naming the first missing function
     explicit Binding(const char *fileName);
 
     /// @throws as the constructor
@@ -44,7 +44,7 @@ public:
 
     const FunctionTable &Functions() const { return m_functions; }
 
-    /// Forgets the functions and lets go of the library.
+    /// Sets all functions to null and closes the library.
     void Unload() noexcept;
 
 private:
@@ -59,9 +59,9 @@ private:
 template <auto member>
 class Function;
 
-/// Passes a call on to the library, arguments and status as they are.
+/// Forwards a call to the library, with arguments and status unchanged.
 /// @throws as Binding's constructor
-/// @throws std::runtime_error "Library not loaded!" after the library was unloaded
+/// @throws std::runtime_error "Library not loaded!" once the library is unloaded
 template <typename... Args, int32_t (*FunctionTable::*member)(Args...)>
 class Function<member>
 {

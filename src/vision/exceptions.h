@@ -10,9 +10,8 @@ namespace tarn::cvl
 
 /// A failed call of the vision library.
 ///
-/// Where the value types have an error of the same name, the library's derives from it as well, so a handler
-/// may ask by either. There is one common base in each object: a handler for it, or for std::exception, has
-/// no two to choose from.
+/// Where tarn::common has an exception of the same name, the class derives from it as well, so a handler can
+/// catch either. The bases are virtual: with two copies of a base, no handler for it would match.
 class Exception : public virtual common::Exception
 {
 public:

@@ -13,11 +13,10 @@ namespace tarn::cvl
 
 class Region;
 
-/// One reference to an image of the library, and what is to be known of it without asking: size, format and
-/// where its pixels are.
+/// One reference to an image of the library, with a copy of its size, format and pixel address.
 ///
-/// Whoever makes it owns it; the library counts the references and frees the image with the last. Used by one
-/// thread at a time. Everything that calls the library throws as ThrowStatus.
+/// Its creator owns it. The library frees the image with its last reference. Used by one thread at a time.
+/// Every function that calls the library throws as ThrowStatus.
 class Image : detail::IBackendAccessible<Image>
 {
 public:
@@ -31,27 +30,27 @@ public:
 
     common::Size GetSize() const { return m_size; }
     void *GetData() const { return m_data; }
-    /// The low 32 bits of the format, which is what the library knows of it.
+    /// The low 32 bits of the format: the library stores no more.
     common::PixelFormat GetPixelFormat() const { return m_pixelFormat; }
 
-    /// Converts into the memory, unpacking what is packed, and gives the image over it.
+    /// Converts into the memory, unpacking if needed, and returns an image that refers to it.
     /// @param byteSize of the memory
     Image ConvertTo(common::PixelFormat format, void *memory, uint64_t byteSize) const;
-    /// Converts into an image of the format, each sample multiplied by the factor.
+    /// Converts into an image of the format and multiplies each sample by the factor.
     void ConvertTo(const Image &target, common::PixelFormat format, double factor) const;
 
     void SetMetadata(const common::Metadata &metadata);
     void SetRegion(const Region &region);
 
 protected:
-    /// A further reference to the image of another object.
+    /// Adds a reference to the image of another object.
     Image(const Image &shared);
 
 private:
     friend struct detail::Backend;
     friend class Undistortion;
 
-    /// Reads what the library knows of the image.
+    /// Reads size, format and pixel address from the library.
     void Refresh();
 
     void *GetHandle() const final { return m_handle.Get(); }
@@ -62,12 +61,12 @@ private:
     common::PixelFormat m_pixelFormat{};
 };
 
-/// An image without the lens's distortion, with the camera as such an image sees it: a copy, which needs
-/// the Undistortion that made it no longer.
+/// An undistorted image and a copy of the camera parameters that describe it. Does not depend on the
+/// Undistortion that made it.
 class UndistortedImage : public Image
 {
 public:
-    /// A further reference to an image that was undistorted.
+    /// Adds a reference to an undistorted image.
     UndistortedImage(const Image &undistorted, const CameraParameters &camera);
 
     const CameraParameters &GetCamera() const { return m_camera; }
@@ -76,13 +75,13 @@ private:
     CameraParameters m_camera;
 };
 
-/// Three coordinates, 32-bit floats, for each pixel of a depth image.
+/// The coordinates of each pixel of a depth image, as three 32-bit floats.
 class XYZImage : public Image
 {
 public:
     explicit XYZImage(const UndistortedImage &depth);
-    /// Over existing memory, which stays the caller's and must outlive the image. The library decides whether
-    /// the format will do.
+    /// Over existing memory, which stays the caller's and must outlive the image. The library checks the
+    /// format.
     /// @param byteSize of the memory
     XYZImage(const UndistortedImage &depth, common::PixelFormat format, common::Size size, void *memory,
              uint64_t byteSize);

@@ -10,21 +10,21 @@ namespace tarn::cvl
 namespace
 {
 
-/// The value if it is of exactly this type, else null.
+/// The value if it has exactly this type, otherwise null.
 template <typename T>
 const T *ValueOf(const common::Any &value)
 {
-    // Compared as Any::Cast does it.
+    // The same comparison as in Any::Cast.
     return value.Type().name() == typeid(T).name() ? &value.Cast<T>() : nullptr;
 }
 
-/// Writes entries of one store.
+/// Writes the entries of one metadata object.
 class Writer
 {
 public:
     explicit Writer(void *store) : m_store(store) {}
 
-    /// Passes over a value whose type the library does not know.
+    /// Skips a value whose type the library does not know.
     void Write(const std::string &key, const common::Any &value) const
     {
         [[maybe_unused]] const bool isWritten =

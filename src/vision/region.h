@@ -9,7 +9,7 @@ namespace tarn::cvl
 
 class Image;
 
-/// What a region is drawn with.
+/// The colour for drawing a region.
 using Colour = tarn_cvl_Colour;
 
 class IDrawable
@@ -20,17 +20,17 @@ public:
     virtual void Draw(const Image &image, const Colour &colour) = 0;
 };
 
-/// A set of pixels, owned by whoever made it. Used by one thread at a time. Everything that calls the
-/// library throws as ThrowStatus.
+/// A set of pixels, owned by its creator. Used by one thread at a time. Every function that calls the library
+/// throws as ThrowStatus.
 class Region : public IDrawable, detail::IBackendAccessible<Region>, detail::IBackendExchangeable<Region>
 {
 public:
-    /// Without pixels.
+    /// Creates an empty set.
     Region();
-    /// The pixels of the image whose value lies in the range, both ends included.
+    /// The pixels of the image whose value lies in the range, limits included.
     Region(const Image &image, int32_t minimum, int32_t maximum);
 
-    /// Sets the region's pixels of the image.
+    /// Draws the region's pixels in the image.
     void Draw(const Image &image, const Colour &colour) override;
 
 private:

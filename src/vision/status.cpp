@@ -10,7 +10,7 @@ namespace tarn::cvl
 namespace
 {
 
-/// A second status for errors of the library's own, beside TARN_CVL_UNKNOWN.
+/// A second status for internal errors of the library, besides TARN_CVL_UNKNOWN.
 constexpr int32_t otherInternal = 14;
 
 std::string LastErrorText()

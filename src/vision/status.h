@@ -8,12 +8,12 @@
 namespace tarn::cvl
 {
 
-/// Throws the exception that stands for a status other than 0, with the text of this thread's last error.
-/// @throws Exception and the classes derived from it; code 13 and "Could not query the last error!" when
-/// there is no text to be had
+/// Throws the exception for a nonzero status, with the text of the calling thread's last error.
+/// @throws Exception and the classes derived from it; with code 13 and "Could not query the last error!" when
+/// the text cannot be read
 [[noreturn]] void ThrowStatus(int32_t status);
 
-/// Calls a function of the library, one of the namespace dynamic.
+/// Calls a library function of namespace dynamic.
 /// @throws as ThrowStatus when it fails
 template <typename Function, typename... Args>
 void Call(const Function &function, Args &&...args)

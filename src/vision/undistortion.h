@@ -12,24 +12,23 @@ namespace tarn::cvl
 class Image;
 class UndistortedImage;
 
-/// Takes the lens's distortion out of images of one geometry.
+/// Removes lens distortion from images of one geometry.
 ///
-/// Made for the geometry that the metadata tell, by the thread that configures or starts an acquisition;
-/// used by one thread at a time. Everything that calls the library throws as ThrowStatus.
+/// The metadata describe the geometry. Created by the thread that configures or starts an acquisition; used
+/// by one thread at a time. Every function that calls the library throws as ThrowStatus.
 class Undistortion : detail::IBackendAccessible<Undistortion>
 {
 public:
     Undistortion(const common::Metadata &metadata, const CalibrationParameters &parameters);
 
-    /// How values between pixels are made: 0 for intensity images, 1 for depth images. To be set before each
-    /// use.
+    /// Sets the interpolation: 0 for intensity images, 1 for depth images. Set it before each use.
     void SetInterpolation(int32_t code);
 
     UndistortedImage Undistort(const Image &source) const;
-    /// Into an image of the same format and size.
+    /// Writes an image of the same format and size.
     void Undistort(const Image &source, const Image &target) const;
 
-    /// The camera as it sees undistorted images.
+    /// The camera that describes undistorted images.
     const CameraParameters &GetCamera() const { return m_camera; }
 
 private:

@@ -3,6 +3,7 @@
 #include "consumer.h"
 #include "gentl_proxy.h"
 #include "support/failure.h"
+#include "support/loaded.h"
 
 #include <unistd.h>
 
@@ -32,15 +33,7 @@ public:
 
     std::string Path() const { return m_path.string(); }
 
-    bool IsLoaded() const
-    {
-        void *const library = dlopen(m_path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-        if (library != nullptr)
-        {
-            dlclose(library);
-        }
-        return library != nullptr;
-    }
+    bool IsLoaded() const { return IsLibraryLoaded(m_path.c_str()); }
 
 private:
     fs::path m_path;

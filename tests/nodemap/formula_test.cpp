@@ -191,7 +191,7 @@ TEST_F(FormulaEvaluatorTest, FollowsALongChainOfFormulas)
     EXPECT_EQ(Evaluate(nodes, "K50"), 51.0);
 }
 
-// Without a cycle: each formula reads the next one twice, so the work doubles with each of them.
+// Without a cycle: each formula reads the next one twice, so each formula doubles the work.
 TEST_F(FormulaEvaluatorTest, RefusesFormulasOfUnboundedWork)
 {
     std::string nodes = Knife("K0", "", "1");

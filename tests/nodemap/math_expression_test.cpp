@@ -209,7 +209,7 @@ TEST(MathExpression, ComputesWhatHonestDescriptionsNest)
 {
     constexpr size_t depth = 200;
     EXPECT_EQ(Compute(Repeat("(", depth) + "7" + Repeat(")", depth)), 7);
-    // As generators write the choice of a value by pixel format.
+    // Generated descriptions choose a value by pixel format like this.
     EXPECT_EQ(Compute(Repeat("(0=1)?8:(", depth) + "16" + Repeat(")", depth)), 16);
     EXPECT_EQ(Compute(Repeat("0=1?8:", depth) + "16"), 16);
     EXPECT_EQ(Compute(Repeat("1 + ", 100000) + "1"), 100001);

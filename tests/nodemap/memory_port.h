@@ -19,7 +19,7 @@ inline std::string Description(const std::string &nodes)
     return "<RegisterDescription>" + nodes + "</RegisterDescription>";
 }
 
-/// A port over a few bytes. It records its accesses and takes one of 0 bytes as well.
+/// A port over a few bytes. It records its accesses and accepts those of 0 bytes.
 class MemoryPort final : public RegistersOnlyPort
 {
 public:

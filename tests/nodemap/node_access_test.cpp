@@ -35,7 +35,8 @@ NodeInfo Reg(uint64_t address, uint64_t length, Endianess endianess = Endianess:
 class NodeAccess : public testing::Test
 {
 protected:
-    /// Parses nodes beside some that most tests need: conditions at addresses 40 and 41, and constants.
+    /// Parses nodes, together with those that most tests need: conditions at addresses 40 and 41, and
+    /// constants.
     void Use(const std::string &nodes)
     {
         m_parser.emplace(Description("<IntReg Name=\"CondA\"><Address>40</Address><Length>1</Length></IntReg>"

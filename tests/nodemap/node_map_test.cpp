@@ -21,7 +21,7 @@ namespace
 
 using testing::ElementsAre;
 
-/// The node map of a module whose registers end where those of the real module do.
+/// The node map of a module with as many register bytes as the real one.
 class NodeMapTest : public testing::Test
 {
 protected:
@@ -311,7 +311,7 @@ TEST_F(NodeMapTest, ChecksTheArgumentsOfAStackedAccess)
           { system.WritePortStacked(entries, given); });
 }
 
-/// One answer: the command, its type and its bytes, a text with its terminator.
+/// One answer: command, type and bytes. A text includes its terminator.
 struct Answer
 {
     int32_t command;
@@ -330,7 +330,7 @@ std::string Text(const std::string &text)
     return text + '\0';
 }
 
-/// Asks for one answer in each way that GenTL allows.
+/// Queries one answer in each way that GenTL allows.
 template <typename Query>
 void ExpectAnswer(const Answer &answer, Query query)
 {

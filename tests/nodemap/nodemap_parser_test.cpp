@@ -212,7 +212,7 @@ TEST(NodeMapParserFormula, HasVariablesConstantsAndFormula)
     }
 }
 
-/// Sets a locale with a decimal comma, of those that were made for the tests, for as long as it lives.
+/// Sets one of the test locales, with a decimal comma, for the life of this object.
 class DecimalComma
 {
 public:
@@ -259,7 +259,7 @@ TEST(NodeMapParserValue, IsReadFromEachValueElement)
 
 TEST(NodeMapParserValue, CarriesTheRegisterOfItsPValue)
 {
-    // The register stands behind the value node in the document.
+    // The register follows the value node in the document.
     const NodeMapParser parser(
         Description(Element("Integer", "A", "<pValue>AReg</pValue>") +
                     Element("IntReg", "AReg",

@@ -51,7 +51,7 @@ protected:
         map.WriteInternal(address, bytes.data(), bytes.size());
     }
 
-    /// A callback that counts its calls and notes what it was given.
+    /// A callback that counts its calls and records its arguments.
     RegisterCallback Noting(int &calls)
     {
         return [this, &calls](std::span<uint8_t> data, void *given)
@@ -327,19 +327,19 @@ TEST_F(RegisterMapTest, PassesOnWhatACallbackThrowsAndUnlocks)
     Add(RegisterAccess::ReadOnly, 2, fail);
     EXPECT_EQ(FailureOf([&] { Write(0, {1, 2}); }), PlainFailure("callback"));
     EXPECT_EQ(FailureOf([&] { Read(2, 2); }), PlainFailure("callback"));
-    // Another thread gets the lock, and the store is as it was.
+    // Another thread gets the lock, and the bytes are unchanged.
     std::thread([this] { EXPECT_THAT(Read(0, 2), Each(0)); }).join();
 }
 
 TEST_F(RegisterMapTest, ServesManyThreadsOneAfterTheOther)
 {
-    // Written and read as a whole, so that torn values show up as unequal bytes. The callback's counter is
-    // no atomic: the map's lock has to do.
+    // A torn write or read would show as unequal bytes. The counter is not atomic, so only the map's lock
+    // protects it.
     int calls = 0;
     Add(RegisterAccess::ReadWrite, 64, [&calls](std::span<uint8_t>, void *) { ++calls; });
     Add(RegisterAccess::ReadOnly, 64);
     constexpr int rounds = 500;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (uint8_t id = 0; id < 4; ++id)
     {
         threads.emplace_back(
@@ -356,10 +356,7 @@ TEST_F(RegisterMapTest, ServesManyThreadsOneAfterTheOther)
                 }
             });
     }
-    for (auto &thread : threads)
-    {
-        thread.join();
-    }
+    threads.clear();
     EXPECT_EQ(calls, 4 * rounds);
 }
 

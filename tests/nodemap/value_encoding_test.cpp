@@ -21,7 +21,7 @@ using Bytes = std::vector<uint8_t>;
 
 constexpr auto unknownOrder = static_cast<Endianess>(7);
 
-/// A register of `size` bytes, each of them 0xEE before.
+/// A register of `size` bytes, initially 0xEE.
 Bytes Encoded(uint64_t value, size_t size, Endianess endianess)
 {
     Bytes bytes(size, 0xEE);
@@ -31,7 +31,7 @@ Bytes Encoded(uint64_t value, size_t size, Endianess endianess)
 
 Bytes Leading(uint64_t value, size_t size, Endianess endianess)
 {
-    Bytes bytes(size + 1, 0xEE); // one more, so that there is a buffer for no bytes, too
+    Bytes bytes(size + 1, 0xEE); // one more, so that a size of 0 has a buffer as well
     StoreLeadingBytes(value, bytes.data(), size, endianess);
     bytes.pop_back();
     return bytes;

@@ -34,7 +34,7 @@ inline tarn::common::Metadata MakeGeometry(uint64_t binning = 2)
     return metadata;
 }
 
-/// Over the tests' vision library. No object of it is left at the end but the task's rectifier.
+/// Uses the scripted vision library. Only the task's rectifier may remain at the end.
 class CoordTaskTest : public testing::Test
 {
 protected:

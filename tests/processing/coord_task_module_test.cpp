@@ -25,7 +25,7 @@ const std::vector<uint8_t> calibrationBytes{
     0,   0,   0,    0,    0, 0, 0,    0,    0,  0, 0,    0,    0, 0, 0, 0,    0, 0, 0, 0, //
     0,   0,   0,    0,    0, 0, 0,    0};
 
-/// The bytes with their CRC-32 behind them.
+/// The bytes followed by their CRC-32.
 std::vector<uint8_t> Sealed(std::vector<uint8_t> bytes)
 {
     uint32_t sum = 0xFFFFFFFF;
@@ -44,8 +44,8 @@ std::vector<uint8_t> Sealed(std::vector<uint8_t> bytes)
     return bytes;
 }
 
-/// Over the vision library of this project, found because it is loaded already. Frames of 4 x 2 pixels, which
-/// show those from (2, 1) on.
+/// Uses the open vision module, which is found because it is already loaded. Frames of 4 x 2 pixels show the
+/// part of the sensor that begins at (2, 1).
 class CoordTaskModule : public testing::Test
 {
 protected:
@@ -84,7 +84,7 @@ protected:
         return result;
     }
 
-    // 0 is below the range and 2000 above it.
+    // 0 is below the range and 2000 is above it.
     std::vector<uint16_t> source{100, 0, 300, 400, 500, 600, 2000, 1000};
     InputData input;
     CoordTask task;

@@ -77,7 +77,7 @@ protected:
     {
         return FailureOf([&] { Run(); });
     }
-    /// The bytes that the output begins with.
+    /// The first bytes of the output.
     std::vector<uint8_t> Written(size_t first, size_t count) const
     {
         const auto begin = output.begin() + static_cast<ptrdiff_t>(first);
@@ -367,7 +367,7 @@ TEST_F(CoordTaskProcess, NeedsARectifierInEveryOtherMode)
         task->SetMode(mode);
         Prepare(PixelFormat::Mono8, PixelFormat::Mono8, Component::Image2D);
         EXPECT_EQ(RunFailure(), noRectifier);
-        // The rectifier is asked for ahead of the format.
+        // The rectifier is checked before the format.
         Prepare(PixelFormat::Coord3D_C32f, PixelFormat::Coord3D_C16, Component::Image3D);
         EXPECT_EQ(RunFailure(), noRectifier);
     }
@@ -463,7 +463,7 @@ TEST_F(CoordTaskCalibrated, MakesCoordinatesInTheConsumersMemory)
     EXPECT_EQ(vision->xyz.height, 2U);
     EXPECT_EQ(vision->xyz.pixelFormat, CodeOf(PixelFormat::Coord3D_ABC32f));
     EXPECT_EQ(output.front(), 2);
-    // The adjusted camera and not the calibrated one.
+    // The adjusted camera, not the calibrated one.
     tarn::cvl::CameraParameters camera{};
     std::memcpy(&camera, vision->camera.data(), sizeof camera);
     EXPECT_EQ(camera.principalPointX, 9.F);
@@ -553,7 +553,7 @@ TEST_F(CoordTaskCalibrated, RefusesAnEmptyRange)
         EXPECT_EQ(RunFailure(),
                   PlainFailure("The maximum value has to be greater than or equal to the minimum value!"));
     }
-    // Without their fractions the two are equal.
+    // Without fractions, the two are equal.
     info.scan3dAxisMin = 4.9;
     info.scan3dAxisMax = 4.1;
     task->SetScan3dInfo(info);

@@ -175,7 +175,7 @@ TEST_F(CoordTaskRanges, UseDefaultsForWhatIsAbsent)
 
 TEST_F(CoordTaskRanges, AreRoundedOnce)
 {
-    // In two roundings the product loses the part that the sum then needs.
+    // Rounding the product separately would lose the part that the sum needs.
     constexpr double scale = 1.0 + 0x1p-30;
     task->SetScan3dInfo({.scan3dCoordinateScale = scale,
                          .scan3dAxisMax = scale,

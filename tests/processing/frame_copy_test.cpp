@@ -10,7 +10,7 @@ namespace GenTL::internal
 namespace
 {
 
-/// Copies `size` bytes to `offset` bytes behind an aligned place, and checks them and what is around them.
+/// Copies `size` bytes to `offset` bytes past an aligned address, and checks them and the bytes around them.
 void CheckCopy(size_t size, size_t offset)
 {
     std::vector<uint8_t> source(size + 3);

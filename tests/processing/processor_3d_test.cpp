@@ -21,7 +21,7 @@ using tarn::common::Size;
 using testing::ElementsAre;
 using Mode = Scan3dOutputMode;
 
-/// Over the tests' vision library.
+/// Uses the scripted vision library.
 class Processor3dTest : public testing::Test
 {
 protected:

@@ -20,7 +20,7 @@ namespace
 
 using tarn::common::PixelFormat;
 
-/// Over the vision library of this project, found because it is loaded already.
+/// Uses the open vision module, which is found because it is already loaded.
 class UnpackerTaskTest : public testing::Test
 {
 protected:
@@ -127,7 +127,7 @@ TEST_F(UnpackerTaskTest, GoesThroughTheChunksInTheOrderOfTheirList)
 {
     input.chunks = ChunkList{.entries = {{0x22, 13, 3}, {0x11, 0, 5}}};
     EXPECT_EQ(EntriesOf(task.Process(input, output)), (std::vector<Entry>{{0x22, 16, 3}, {0x11, 0, 8}}));
-    // The trailers stand as far behind each other as the chunks are long, wherever the chunks are.
+    // The distance between trailers is the length of the chunks, wherever the chunks are.
     EXPECT_EQ(OutputAt(3, 8), (std::vector<uint8_t>{0x22, 0, 0, 0, 3, 0, 0, 0}));
     EXPECT_EQ(OutputAt(16, 3), (std::vector<uint8_t>{7, 8, 9}));
     EXPECT_EQ(OutputAt(19, 8), (std::vector<uint8_t>{0x11, 0, 0, 0, 8, 0, 0, 0}));

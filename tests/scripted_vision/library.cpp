@@ -7,7 +7,7 @@
 #include <memory>
 #include <span>
 
-// The extra export: the library's script.
+// The extra export, which returns the library's script.
 extern "C" scripted::Script *VisionScript()
 {
     static scripted::Script script;
@@ -25,7 +25,7 @@ thread_local std::string lastError;
 extern "C" void NobodyDefinesThis();
 #endif
 
-/// Records the call, gives the scripted status if there is one, and runs the body under the lock.
+/// Records the call. Returns the scripted status, if any; otherwise runs the body under the lock.
 template <typename Body>
 int32_t Call(std::string_view name, Body body)
 {
@@ -54,7 +54,7 @@ int32_t Call(std::string_view name, Body body)
     return status;
 }
 
-/// The object of the handle, or null.
+/// The object behind a handle, or null.
 template <typename T>
 T *Find(Script &self, std::map<void *, T> &objects, void *handle)
 {
@@ -67,7 +67,7 @@ T *Find(Script &self, std::map<void *, T> &objects, void *handle)
     return &entry->second;
 }
 
-/// A handle that no other object has had.
+/// A handle that was never used before.
 void *NewHandle()
 {
     static uintptr_t last = 0x1000;
@@ -124,6 +124,18 @@ int32_t SetEntry(Script &self, void *handle, Entry entry)
     return works;
 }
 
+/// A call whose first argument is an image.
+template <typename Action>
+int32_t CallOnImage(const char *name, void *image, Action action)
+{
+    return Call(name,
+                [&](Script &self) -> int32_t
+                {
+                    auto *found = Find(self, self.images, image);
+                    return found != nullptr ? action(self, *found) : TARN_CVL_NULL_POINTER;
+                });
+}
+
 template <typename T>
 std::string Joined(const T *values, size_t count)
 {
@@ -144,7 +156,7 @@ extern "C"
     {                                                                                                        \
         return Call(#name, [](Script &) { return TARN_CVL_NOT_SUPPORTED; });                                 \
     }
-// Declared with parameters, which differ from function to function: defined under another name for the same
+// The header declares these functions with parameters, so each is defined under another C++ name for the same
 // symbol.
 #define CVL_OFFERED(name)                                                                                    \
     int32_t scripted_##name() __asm__("tarn_cvl_" #name);                                                    \
@@ -255,31 +267,19 @@ extern "C"
 
     int32_t tarn_cvl_Image_IncreaseUseCount(void *image)
     {
-        return Call("Image_IncreaseUseCount",
-                    [&](Script &self) -> int32_t
-                    {
-                        auto *found = Find(self, self.images, image);
-                        if (found == nullptr)
-                        {
-                            return TARN_CVL_NULL_POINTER;
-                        }
-                        ++found->owners;
-                        return works;
-                    });
+        return CallOnImage("Image_IncreaseUseCount", image,
+                           [](Script &, Image &found) -> int32_t
+                           {
+                               ++found.owners;
+                               return works;
+                           });
     }
 
     int32_t tarn_cvl_Image_Destroy(void *image)
     {
-        return Call("Image_Destroy",
-                    [&](Script &self) -> int32_t
-                    {
-                        auto *found = Find(self, self.images, image);
-                        if (found == nullptr)
-                        {
-                            return TARN_CVL_NULL_POINTER;
-                        }
-                        return --found->owners == 0 ? Remove(self, self.images, image) : works;
-                    });
+        return CallOnImage("Image_Destroy", image,
+                           [image](Script &self, Image &found) -> int32_t
+                           { return --found.owners == 0 ? Remove(self, self.images, image) : works; });
     }
 
     int32_t tarn_cvl_Image_ConvertPixelFormat(void *image, uint32_t pixelFormat, void *target)

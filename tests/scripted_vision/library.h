@@ -1,7 +1,7 @@
 #pragma once
 
-// A vision library of the tests' own: a shared object with the whole interface that does what a test tells
-// it to, counts its live objects, and lies when asked. The test reaches it through the one extra export,
+// A scriptable vision library: a shared object with the whole interface that follows a test's script, counts
+// its live objects, and returns wrong results on request. The test reaches it through the extra export
 // VisionScript().
 
 #include <tarn_cvl/tarn_cvl.h>
@@ -22,10 +22,10 @@
 namespace scripted
 {
 
-/// A scripted status that lets the function work.
+/// A scripted status with which the function works normally.
 inline constexpr int32_t works = 0;
 
-/// A value in a metadata store: the name of the function's type, the key, and the value as text.
+/// A value of a metadata object: the type in the function's name, the key, and the value as text.
 struct Entry
 {
     std::string type;
@@ -54,47 +54,47 @@ struct Undistortion
     int32_t interpolation = -1;
 };
 
-/// What the library is and does. By default everything works.
+/// The script and the record of the library. By default, every function works.
 ///
 /// "Conversion" copies bytes, "undistortion" adds 1 to each byte, and the adjusted camera is the given one
 /// with its principal point moved by 1.
 struct Script
 {
-    // What it does.
-    /// Statuses that a function gives on its next calls, first in first out, instead of working.
+    // Behaviour.
+    /// Statuses that a function returns from its next calls, in this order, without doing its work.
     std::map<std::string, std::deque<int32_t>, std::less<>> failures;
     std::string lastErrorText = "vision failed"; ///< of the next failure
     bool isLastErrorTerminated = true;
     bool acceptsCalibration = true;
     bool exchangesRegions = false;                    ///< a threshold gives a new handle
-    std::function<void(tarn_cvl_ImageInfo &)> onInfo; ///< changes what an image tells of itself
-    /// Called at the start of each function, with its name, outside of the lock.
+    std::function<void(tarn_cvl_ImageInfo &)> onInfo; ///< changes the info of an image
+    /// Called with its name at the start of each function, without the lock.
     std::function<void(std::string_view)> onCall;
 
-    // What happened.
+    // Record.
     int initialized = 0;
     std::vector<std::string> calls;
-    int staleHandles = 0; ///< uses of handles that are not alive
+    int staleHandles = 0; ///< uses of stale handles
     std::map<void *, Image> images;
     std::map<void *, std::vector<Entry>> metadata;
-    std::map<void *, std::vector<uint32_t>> regions; ///< the numbers of the pixels
+    std::map<void *, std::vector<uint32_t>> regions; ///< indices of the pixels
     std::map<void *, Undistortion> undistortions;
 
-    // What the last call of its kind was given.
-    std::vector<Entry> convertedMetadata; ///< the store at its end
+    // Arguments of the last call of each kind.
+    std::vector<Entry> convertedMetadata; ///< the metadata object when it was destroyed
     double factor = 0;
     uint8_t zeroInitFlag = 0xFF;
     uint32_t convertedFormat = 0;
     std::array<double, 3> colour{};
     std::array<uint8_t, TARN_CVL_CAMERA_SIZE> camera{};
     tarn_cvl_Range range{};
-    Image thresholded;            ///< the image that a threshold was taken of
-    Image undistorted;            ///< the image that was undistorted
+    Image thresholded;            ///< the image of the last threshold call
+    Image undistorted;            ///< the last undistorted image
     int32_t undistortedWith = -1; ///< its interpolation
-    tarn_cvl_ImageInfo xyz{};     ///< the image that coordinates were written into
+    tarn_cvl_ImageInfo xyz{};     ///< the last target of coordinates
     std::vector<uint8_t> calibration;
-    bool wasRecordZero = false; ///< the record that calibration data were to be read into
-    bool wasTextZero = false;   ///< the buffer that the last error was to be read into
+    bool wasRecordZero = false; ///< whether the record for calibration data was zeroed
+    bool wasTextZero = false;   ///< whether the buffer for the last error was zeroed
 
     mutable std::mutex mutex;
 

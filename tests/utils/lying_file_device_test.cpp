@@ -23,7 +23,23 @@ constexpr bool hasSanitizer = __has_feature(address_sanitizer) || __has_feature(
 constexpr bool hasSanitizer = false;
 #endif
 
-using LyingFileDevice = FileAccessTest;
+class LyingFileDevice : public FileAccessTest
+{
+protected:
+    /// Makes the access of this number fail, counted from 1 and from now on.
+    template <typename Exception>
+    void FailAtAccess(size_t failing, const Exception &exception)
+    {
+        port.accesses.clear();
+        port.onAccess = [this, failing, exception]
+        {
+            if (port.accesses.size() == failing)
+            {
+                throw exception;
+            }
+        };
+    }
+};
 
 TEST_F(LyingFileDevice, EndsNothingByTransferringNothing)
 {
@@ -184,14 +200,7 @@ TEST_F(LyingFileDevice, CostsTheFileWhicheverAccessFails)
     for (size_t failing = 1; failing <= all.size(); ++failing)
     {
         const LogCapture log;
-        port.accesses.clear();
-        port.onAccess = [&]
-        {
-            if (port.accesses.size() == failing)
-            {
-                throw GenTLException("cable pulled", GC_ERR_IO);
-            }
-        };
+        FailAtAccess(failing, GenTLException("cable pulled", GC_ERR_IO));
         EXPECT_THAT(Read(), IsEmpty()) << all[failing - 1];
         EXPECT_THAT(log.Lines(), ElementsAre("error: Exception: cable pulled")) << all[failing - 1];
         EXPECT_EQ(port.accesses, std::vector(all.begin(), all.begin() + static_cast<ptrdiff_t>(failing)))
@@ -209,14 +218,7 @@ TEST_F(LyingFileDevice, CostsTheSizeWhicheverAccessFails)
     for (size_t failing = 1; failing <= all.size(); ++failing)
     {
         const LogCapture log;
-        port.accesses.clear();
-        port.onAccess = [&]
-        {
-            if (port.accesses.size() == failing)
-            {
-                throw std::runtime_error("cable pulled");
-            }
-        };
+        FailAtAccess(failing, std::runtime_error("cable pulled"));
         EXPECT_EQ(Access().FileSize("UserSet"), 0U);
         EXPECT_THAT(log.Lines(), ElementsAre("error: Exception: cable pulled"));
         EXPECT_EQ(port.accesses.size(), failing);

@@ -11,7 +11,7 @@ namespace
 
 using namespace tarn;
 
-/// The text of the exception as a handler for `Caught` sees it; empty when the handler does not match.
+/// The text that a handler for `Caught` gets; empty when the handler does not match.
 template <typename Caught>
 std::string TextCaughtAs(void (*action)())
 {
@@ -94,7 +94,7 @@ TEST_F(VisionException, WithoutANamesakeIsNoneOfTheValueTypesErrors)
     EXPECT_EQ(TextCaughtAs<common::NotSupportedException>(Fail<5>), "");
 }
 
-// A failure to load the library is no error of the library.
+// A failure to load the library is not an error of the library.
 static_assert(std::is_base_of_v<std::runtime_error, cvl::dynamic::LoadLibraryException>);
 static_assert(!std::is_base_of_v<common::Exception, cvl::dynamic::LoadLibraryException>);
 

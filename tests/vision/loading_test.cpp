@@ -1,5 +1,6 @@
 #include "vision_test.h"
 
+#include "support/loaded.h"
 #include "vision/backend.h"
 #include "vision/dynamic.h"
 #include "vision/status.h"
@@ -38,12 +39,7 @@ const std::vector<std::string> symbols{
 
 bool IsLoaded()
 {
-    void *const library = dlopen(fileName, RTLD_NOW | RTLD_NOLOAD);
-    if (library != nullptr)
-    {
-        dlclose(library);
-    }
-    return library != nullptr;
+    return IsLibraryLoaded(fileName);
 }
 
 const std::string &FullLibrary()
@@ -57,8 +53,8 @@ const std::string &FullLibrary()
     return bytes;
 }
 
-/// The tests' library without some of its functions, loaded for the life of this object: a copy of the file
-/// in which their names are changed.
+/// The scripted library without some functions, loaded for the life of this object: a copy of the file with
+/// their names changed.
 class LibraryWithout
 {
 public:
@@ -91,7 +87,7 @@ private:
     void *m_library;
 };
 
-/// Ends a process that a test made for itself: 0 when the condition holds.
+/// Ends the process of a death test, with 0 when the condition holds.
 [[noreturn]] void ExitWith(bool isAsExpected)
 {
     std::exit(isAsExpected && !testing::Test::HasFailure() ? 0 : 1);
@@ -222,7 +218,7 @@ TEST(VisionLoadingDeathTest, EndsWithTheProcess)
 {
     EXPECT_EXIT(
         {
-            // Registered before the binding is made, so it runs after the binding's end.
+            // Registered before the binding exists, so it runs after the binding is unloaded.
             std::atexit(
                 []
                 {

@@ -14,11 +14,11 @@
 namespace GenTL::internal
 {
 
-/// What an action threw, down to its very class.
+/// The exception that an action threw, with its dynamic type.
 struct VisionFailure
 {
     std::string text;
-    int32_t code{};                             ///< 0 when it is no error of the library
+    int32_t code{};                             ///< 0 unless it is an error of the library
     const std::type_info *type = &typeid(void); ///< void when nothing was thrown
 
     friend bool operator==(const VisionFailure &left, const VisionFailure &right)
@@ -55,7 +55,8 @@ VisionFailure VisionFailureOf(Action action)
     return {};
 }
 
-/// Over the tests' vision library, with all its objects gone at the end and no handle used behind its life.
+/// Uses the scripted vision library. Checks at the end that no object is left and that no stale handle was
+/// used.
 class VisionTest : public testing::Test
 {
 protected:

@@ -71,7 +71,7 @@ TEST(VisionBilinearBlocks, GiveWhatOpenCVGivesBitByBit)
 
 TEST(VisionBilinearBlocks, MatchOpenCVAtEveryFraction)
 {
-    // Eight pixels next to each other come from the same place, so that vectors make all of them.
+    // Eight neighbouring pixels have the same source, so they form a block made with vectors.
     constexpr uint32_t width = 8 * 32;
     constexpr uint32_t height = 32;
     const auto pixels = Noise(width, height);
@@ -149,7 +149,7 @@ std::vector<T> Extremes(size_t count)
     return samples;
 }
 
-/// Compares the samples bit by bit after all lenses, in memory that begins at an odd address.
+/// Compares samples bit for bit for all lenses, in memory at an odd address.
 template <typename T>
 void ExpectAsRemapped(std::vector<T> samples, tarn::vision::Samples type, uint32_t width, uint32_t height)
 {

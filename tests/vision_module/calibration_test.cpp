@@ -50,7 +50,7 @@ uint32_t Crc32(const Bytes &bytes)
     return ~static_cast<uint32_t>(reversed(rest, 32));
 }
 
-/// The bytes with their checksum behind them.
+/// The bytes followed by their checksum.
 Bytes Sealed(Bytes content)
 {
     const auto sum = Crc32(content);
@@ -104,7 +104,7 @@ protected:
         return isValid != 0;
     }
 
-    /// What reading the bytes answers. A failure must leave the parameters alone.
+    /// The result of decoding the bytes. A failure must leave the parameters unchanged.
     Answered Read(const Bytes &bytes)
     {
         tarn_cvl_CalibrationParameters parameters = KnownParameters();
@@ -325,12 +325,13 @@ TEST_F(VisionCalibration, SaysWhatIsWrongWithAFile)
     EXPECT_EQ(ReadFile(path), corrupted);
 }
 
-TEST_F(VisionCalibration, RefusesBadArguments)
+/// Calls with bad arguments.
+class VisionCalibrationArguments : public VisionCalibration
 {
-    const auto bytes = ToBinary(DistortingCamera());
-    auto camera = DistortingCamera();
-    uint8_t isValid = 1;
-    Bytes room(binarySize);
+protected:
+    Bytes bytes = ToBinary(DistortingCamera());
+    tarn_cvl_CalibrationParameters camera = DistortingCamera();
+    Bytes room = Bytes(binarySize);
     size_t size = binarySize;
     const Answered noBytes{TARN_CVL_NULL_POINTER, "The pointer to the bytes is null"};
     const Answered noParameters{TARN_CVL_NULL_POINTER, "The pointer to the calibration parameters is null"};
@@ -338,13 +339,20 @@ TEST_F(VisionCalibration, RefusesBadArguments)
     const Answered noPath{TARN_CVL_NULL_POINTER, "The pointer to the path is null"};
     const Answered otherSize{TARN_CVL_MISMATCH,
                              "The size of the calibration parameters is given as 144 bytes, expected 176"};
+};
 
+TEST_F(VisionCalibrationArguments, AreRefusedByValidateBinary)
+{
+    uint8_t isValid = 1;
     EXPECT_EQ(AnswerOf(vision.ValidateBinary(nullptr, 1, &isValid)), noBytes);
     EXPECT_EQ(AnswerOf(vision.ValidateBinary(bytes.data(), bytes.size(), nullptr)),
               (Answered{TARN_CVL_NULL_POINTER, "The pointer to the answer is null"}));
     EXPECT_EQ(AnswerOf(vision.ValidateBinary(nullptr, 0, &isValid)), Answered{});
     EXPECT_EQ(isValid, 0);
+}
 
+TEST_F(VisionCalibrationArguments, AreRefusedByCreateFromBinary)
+{
     EXPECT_EQ(AnswerOf(vision.CalibrationParameters_CreateFromBinary(nullptr, 1, &camera, sizeof camera)),
               noBytes);
     EXPECT_EQ(AnswerOf(vision.CalibrationParameters_CreateFromBinary(bytes.data(), bytes.size(), nullptr,
@@ -353,7 +361,10 @@ TEST_F(VisionCalibration, RefusesBadArguments)
     EXPECT_EQ(
         AnswerOf(vision.CalibrationParameters_CreateFromBinary(bytes.data(), bytes.size(), &camera, 144)),
         otherSize);
+}
 
+TEST_F(VisionCalibrationArguments, AreRefusedByToBinary)
+{
     EXPECT_EQ(AnswerOf(vision.CalibrationParameters_ToBinaryGetSizeInBytes(nullptr, sizeof camera, &size)),
               noParameters);
     EXPECT_EQ(AnswerOf(vision.CalibrationParameters_ToBinaryGetSizeInBytes(&camera, 144, &size)), otherSize);
@@ -367,7 +378,10 @@ TEST_F(VisionCalibration, RefusesBadArguments)
               noBytes);
     EXPECT_EQ(AnswerOf(vision.CalibrationParameters_ToBinary(&camera, sizeof camera, room.data(), nullptr)),
               noSize);
+}
 
+TEST_F(VisionCalibrationArguments, AreRefusedByTheFunctionsOverFiles)
+{
     EXPECT_EQ(AnswerOf(vision.CalibrationParameters_CreateFromFile(nullptr, &camera, sizeof camera)), noPath);
     EXPECT_EQ(AnswerOf(vision.CalibrationParameters_CreateFromFile("x", nullptr, sizeof camera)),
               noParameters);

@@ -7,7 +7,7 @@
 namespace GenTL::internal
 {
 
-/// Terms of a lens distortion in the order k1 k2 p1 p2 k3 k4 k5 k6.
+/// Terms of a lens distortion: k1 k2 p1 p2 k3 k4 k5 k6.
 using DistortionTerms = std::array<float, 8>;
 
 inline tarn_cvl_CalibrationParameters Camera(uint32_t width, uint32_t height, float focalLengthX,
@@ -25,7 +25,7 @@ inline tarn_cvl_CalibrationParameters Camera(uint32_t width, uint32_t height, fl
     return camera;
 }
 
-/// A lens with every term, which moves the corners by tens of pixels.
+/// A lens that uses every term and moves the corners by tens of pixels.
 inline tarn_cvl_CalibrationParameters DistortingCamera()
 {
     return Camera(640, 480, 520.5F, 515.25F, 310.75F, 247.5F,

@@ -32,7 +32,7 @@ protected:
         return answered;
     }
 
-    /// Limits an image to the pixels that are 1 in a mask.
+    /// Gives an image the region of the pixels that are 1 in a mask.
     void Limit(void *image, Pixels &mask)
     {
         void *region = nullptr;
@@ -54,7 +54,7 @@ protected:
 
 TEST_F(VisionCoordinates, AreTheDepthAlongTheRayOfEachPixel)
 {
-    // Widths below, at and beside those of vectors.
+    // Widths below, at and next to vector widths.
     for (const uint32_t width : {1U, 3U, 4U, 7U, 8U, 9U, 16U, 31U, 64U, 67U})
     {
         const auto camera = Camera(width, 5, 410.5F, 377.25F, 3.25F, 1.75F);
@@ -71,7 +71,7 @@ TEST_F(VisionCoordinates, AreTheDepthAlongTheRayOfEachPixel)
         const auto points = PointsOf(target);
         for (uint32_t i = 0; i < width * 5; ++i)
         {
-            // Two roundings, of half a unit in the last place each.
+            // Two roundings, each of up to half a unit in the last place.
             constexpr double rounding = std::numeric_limits<float>::epsilon();
             const double z = depths[i];
             const double x = (i % width - 3.25) * z / 410.5;
@@ -95,7 +95,7 @@ TEST_F(VisionCoordinates, OfDepthZeroWithoutARegionAreZero)
 TEST_F(VisionCoordinates, AreNotNumbersAtDepthZeroOutsideOfTheRegion)
 {
     Pixels depth(PixelFormat::Coord3D_C32f, 3, 2, {1.0F, 2.0F, 3.0F, 4.0F, 5.0F, 6.0F});
-    // Larger than the image.
+    // A region larger than the image.
     Pixels mask(PixelFormat::Mono8, 4, 3,
                 {uint8_t{0}, uint8_t{1}, uint8_t{1}, uint8_t{1}, //
                  uint8_t{0}, uint8_t{1}, uint8_t{0}, uint8_t{1}, //
@@ -115,13 +115,9 @@ TEST_F(VisionCoordinates, AreNotNumbersAtDepthZeroOutsideOfTheRegion)
     EXPECT_EQ(depth.As<float>(), (std::vector<float>{1, 2, 3, 4, 5, 6}));
 }
 
-TEST_F(VisionCoordinates, FollowTheRegionThroughTheUndistortion)
+/// Fills a depth image with small depths where the mask is 1, and with 1000 elsewhere.
+void FillMasked(Pixels &depth, Pixels &mask)
 {
-    const auto camera = DistortingCamera();
-    const Undistorter undistorter(vision, camera);
-    ASSERT_EQ(vision.Transform_Undistortion_SetInterpolation(undistorter, nearest), TARN_CVL_SUCCESS);
-    Pixels depth(PixelFormat::Coord3D_C32f, 640, 480);
-    Pixels mask(PixelFormat::Mono8, 640, 480);
     std::vector<float> depths;
     std::vector<uint8_t> ones;
     for (uint32_t i = 0; i < 640 * 480; ++i)
@@ -132,6 +128,16 @@ TEST_F(VisionCoordinates, FollowTheRegionThroughTheUndistortion)
     }
     depth.Set(depths);
     mask.Set(ones);
+}
+
+TEST_F(VisionCoordinates, FollowTheRegionThroughTheUndistortion)
+{
+    const auto camera = DistortingCamera();
+    const Undistorter undistorter(vision, camera);
+    ASSERT_EQ(vision.Transform_Undistortion_SetInterpolation(undistorter, nearest), TARN_CVL_SUCCESS);
+    Pixels depth(PixelFormat::Coord3D_C32f, 640, 480);
+    Pixels mask(PixelFormat::Mono8, 640, 480);
+    FillMasked(depth, mask);
     const ImageHandle source(vision, depth);
     Limit(source, mask);
     Pixels undistorted(PixelFormat::Coord3D_C32f, 640, 480);
@@ -140,7 +146,7 @@ TEST_F(VisionCoordinates, FollowTheRegionThroughTheUndistortion)
     Pixels target(PixelFormat::Coord3D_ABC32f, 640, 480);
     ASSERT_EQ(Make(rectified, undistorter.Adjusted(), target), Answered{});
 
-    // A mask goes the way of the depth.
+    // The mask is undistorted like the depth.
     Pixels rectifiedMask(PixelFormat::Mono8, 640, 480);
     ASSERT_EQ(undistorter.Process(mask, rectifiedMask, nearest), TARN_CVL_SUCCESS);
     const auto isValid = rectifiedMask.As<uint8_t>();
@@ -182,7 +188,7 @@ TEST_F(VisionCoordinates, AreNoneWhereTheUndistortionFoundNothing)
     EXPECT_TRUE(points.back().IsNone());
     EXPECT_EQ(points.at(24 * 64 + 32).z, 2);
 
-    // With interpolation 0 and no region there is none, not even the one from before.
+    // With interpolation 0 and no region, the result has no region, not even the previous one.
     ASSERT_EQ(vision.Transform_Undistortion_SetInterpolation(undistorter, bilinear), TARN_CVL_SUCCESS);
     ASSERT_EQ(vision.Transform_Undistortion_Process(undistorter, source, rectified), TARN_CVL_SUCCESS);
     ASSERT_EQ(Make(rectified, undistorter.Adjusted(), target), Answered{});

@@ -15,11 +15,11 @@ namespace
 
 struct Pattern
 {
-    std::string letters; ///< colours of the first two lines' first two pixels, line by line
+    std::string letters; ///< colours of the first 2 x 2 pixels, line by line
     PixelFormat of8;
     PixelFormat of10;
     PixelFormat of12;
-    /// OpenCV's names, which tell the second line's second and third pixel.
+    /// OpenCV's conversions, named after the second and third pixel of the second line.
     int toGrey;
     int toRgb;
     int toBgr;
@@ -36,7 +36,7 @@ const std::array patterns{
             cv::COLOR_BayerRG2GRAY, cv::COLOR_BayerRG2RGB, cv::COLOR_BayerRG2BGR},
 };
 
-/// Differs from pixel to pixel, and is the same in each run.
+/// Differs between pixels and is the same in each run.
 template <typename T>
 std::vector<T> Noise(size_t count, uint32_t maximum)
 {
@@ -97,7 +97,7 @@ protected:
         return target.template As<To>();
     }
 
-    /// Compares what becomes of the samples with OpenCV's answers.
+    /// Compares the conversion of the samples with OpenCV's.
     void ExpectAsOpenCv(const Pattern &pattern, const std::vector<uint8_t> &samples, uint32_t columns,
                         uint32_t lines)
     {
@@ -107,8 +107,8 @@ protected:
                   ByOpenCv(samples, x, y, pattern.toRgb));
         EXPECT_EQ(Converted<uint8_t>(pattern.of8, samples, PixelFormat::BGR8, columns, lines),
                   ByOpenCv(samples, x, y, pattern.toBgr));
-        // From 20 columns on OpenCV cuts grey of bytes off where it rounds grey of words, and rounds it in
-        // the last columns again: white becomes 254 and 255.
+        // From 20 columns on, OpenCV truncates 8-bit grey, except in the last columns, and rounds 16-bit
+        // grey: white becomes 254 and 255.
         const std::vector<uint16_t> words(samples.begin(), samples.end());
         EXPECT_EQ(Converted<uint8_t>(pattern.of8, samples, PixelFormat::Mono8, columns, lines),
                   BytesOf(ByOpenCv(words, x, y, pattern.toGrey)));

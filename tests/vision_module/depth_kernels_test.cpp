@@ -22,7 +22,7 @@ namespace
 
 constexpr size_t longestRun = 200;
 
-/// Sets of pixels from none to all of them.
+/// Percentages of pixels in a set.
 constexpr std::array shares{0U, 3U, 50U, 97U, 100U};
 
 class VisionDepthKernels : public testing::Test
@@ -53,7 +53,7 @@ protected:
         return bytes;
     }
 
-    /// A bit for each pixel, so many in a hundred 1.
+    /// A random set of pixels with `share` percent of them.
     std::vector<uint64_t> RandomSet(size_t pixels, uint32_t share)
     {
         std::vector<uint64_t> bits(WordsOf(pixels));
@@ -72,7 +72,7 @@ bool IsIn(const std::vector<uint64_t> &bits, size_t pixel)
     return (bits[pixel / pixelsPerWord] >> pixel % pixelsPerWord & 1) != 0;
 }
 
-/// Looks for samples of one type in many ranges, at an odd address.
+/// Finds samples of one type in several ranges, at an odd address.
 template <typename T>
 void CheckRanges(const std::vector<uint8_t> &bytes)
 {
@@ -171,41 +171,62 @@ TEST_F(VisionDepthKernels, ScaleEachSampleAtDoublePrecision)
         });
 }
 
-TEST_F(VisionDepthKernels, MakePointsAtEachWidthAndPlace)
+/// Makes points of random depths, and checks each of them and the memory around them.
+class VisionPointKernel : public VisionDepthKernels
 {
-    std::vector<float> slopes(longestRun);
-    std::vector<float> depths(longestRun);
-    std::ranges::generate(slopes, [this] { return static_cast<float>(m_random() % 2000) / 1024 - 1; });
-    std::ranges::generate(depths, [this] { return static_cast<float>(m_random() % 60000) / 8; });
-    constexpr float slopeY = 0.375F;
-    std::vector<uint8_t> source(depths.size() * sizeof(float) + 1);
-    std::memcpy(source.data() + 1, depths.data(), source.size() - 1);
-    const auto check = [&](size_t pixels, size_t offset, const std::vector<uint64_t> *set, bool isPastCache)
+protected:
+    VisionPointKernel()
+    {
+        std::ranges::generate(m_slopes, [this] { return static_cast<float>(m_random() % 2000) / 1024 - 1; });
+        std::ranges::generate(m_depths, [this] { return static_cast<float>(m_random() % 60000) / 8; });
+        std::memcpy(m_source.data() + 1, m_depths.data(), m_source.size() - 1);
+    }
+
+    /// @param offset of the first point from a cache line
+    /// @param set the pixels with depth; null for all
+    void Check(size_t pixels, size_t offset, const std::vector<uint64_t> *set, bool isPastCache)
     {
         constexpr size_t line = 64;
-        constexpr size_t pointBytes = 12;
         std::vector<uint8_t> memory(2 * line + pixels * pointBytes + line, 0xA5);
         auto *const target =
             memory.data() + (line - reinterpret_cast<uintptr_t>(memory.data()) % line) + offset;
-        CoordinatesOfLine({slopes.data(), slopeY}, source.data() + 1, set != nullptr ? set->data() : nullptr,
-                          pixels, target, isPastCache);
+        CoordinatesOfLine({m_slopes.data(), slopeY}, m_source.data() + 1,
+                          set != nullptr ? set->data() : nullptr, pixels, target, isPastCache);
         for (size_t i = 0; i < pixels; ++i)
         {
-            std::array<float, 3> point{};
-            std::memcpy(point.data(), target + i * pointBytes, pointBytes);
-            if (set != nullptr && !IsIn(*set, i))
-            {
-                ASSERT_TRUE(std::isnan(point[0]) && std::isnan(point[1]) && point[2] == 0)
-                    << i << " of " << pixels << " at " << offset;
-                continue;
-            }
-            ASSERT_EQ(point, (std::array{slopes[i] * depths[i], slopeY * depths[i], depths[i]}))
-                << i << " of " << pixels << " at " << offset;
+            ASSERT_NO_FATAL_FAILURE(CheckPoint(target + i * pointBytes, i, set == nullptr || IsIn(*set, i)));
         }
         const auto isUntouched = [](uint8_t byte) { return byte == 0xA5; };
         ASSERT_TRUE(std::all_of(memory.data(), target, isUntouched));
         ASSERT_TRUE(std::all_of(target + pixels * pointBytes, memory.data() + memory.size(), isUntouched));
-    };
+    }
+
+private:
+    static constexpr size_t pointBytes = 12;
+    static constexpr float slopeY = 0.375F;
+
+    void CheckPoint(const uint8_t *bytes, size_t pixel, bool hasDepth) const
+    {
+        std::array<float, 3> point{};
+        std::memcpy(point.data(), bytes, pointBytes);
+        if (hasDepth)
+        {
+            const auto depth = m_depths[pixel];
+            ASSERT_EQ(point, (std::array{m_slopes[pixel] * depth, slopeY * depth, depth})) << pixel;
+        }
+        else
+        {
+            ASSERT_TRUE(std::isnan(point[0]) && std::isnan(point[1]) && point[2] == 0) << pixel;
+        }
+    }
+
+    std::vector<float> m_slopes = std::vector<float>(longestRun);
+    std::vector<float> m_depths = std::vector<float>(longestRun);
+    std::vector<uint8_t> m_source = std::vector<uint8_t>(longestRun * sizeof(float) + 1);
+};
+
+TEST_F(VisionPointKernel, MakesPointsAtEachWidthAndPlace)
+{
     WithEachInstructionSet(
         [&]
         {
@@ -213,9 +234,9 @@ TEST_F(VisionDepthKernels, MakePointsAtEachWidthAndPlace)
             {
                 for (size_t pixels = 1; pixels <= longestRun; ++pixels)
                 {
-                    ASSERT_NO_FATAL_FAILURE(check(pixels, 0, nullptr, isPastCache));
+                    ASSERT_NO_FATAL_FAILURE(Check(pixels, 0, nullptr, isPastCache));
                     const auto set = RandomSet(pixels, shares.at(pixels % shares.size()));
-                    ASSERT_NO_FATAL_FAILURE(check(pixels, pixels % 64, &set, isPastCache));
+                    ASSERT_NO_FATAL_FAILURE(Check(pixels, pixels % 64, &set, isPastCache));
                 }
             }
         });
@@ -235,7 +256,7 @@ TEST_F(VisionDepthKernels, RunsAndBitsAreTheSameSet)
             for (const auto &run : runs)
             {
                 EXPECT_EQ(run.line, 3U);
-                // With a gap between any two.
+                // A gap separates any two runs.
                 EXPECT_GT(run.begin, last);
                 EXPECT_LT(run.begin, run.end);
                 last = run.end;

@@ -11,7 +11,7 @@
 namespace tarn::vision
 {
 
-/// Memory between two pages that end the process when they are touched.
+/// Memory between two guard pages. Touching a guard ends the process.
 class GuardedMemory
 {
 public:
@@ -32,10 +32,10 @@ public:
     GuardedMemory(const GuardedMemory &) = delete;
     GuardedMemory &operator=(const GuardedMemory &) = delete;
 
-    /// What begins right behind a guard.
+    /// Memory that begins directly behind a guard.
     uint8_t *Front() { return _memory + _page; }
 
-    /// `size` bytes that end right before a guard.
+    /// `size` bytes that end directly before a guard.
     uint8_t *Back(size_t size) { return _memory + _page + _size - size; }
 
     void ForbidWriting() { Protect(PROT_READ); }

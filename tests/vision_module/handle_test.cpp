@@ -25,7 +25,7 @@ protected:
         EXPECT_EQ(vision.Region_Destroy(region), TARN_CVL_SUCCESS);
     }
 
-    /// A call with one handle left open, of this kind.
+    /// A call with a handle parameter of this kind.
     struct Call
     {
         std::string kind;
@@ -134,7 +134,7 @@ TEST_F(VisionHandle, WorksInEachFunctionWhenItIsOfTheKind)
                       TARN_CVL_SUCCESS);
         }
         EXPECT_EQ(AnswerOf(call(own)), Answered{});
-        // What the call has ended, or given another owner, is none of this test's concern.
+        // Handles that the call released or shared do not matter here.
         while (vision.Image_Destroy(own) == TARN_CVL_SUCCESS)
         {
         }

@@ -8,10 +8,9 @@ namespace GenTL::internal
 class VisionImage : public VisionTest
 {
 protected:
-    Answered Create(const tarn_cvl_ImageInfo &info)
+    /// Destroys an image that a call made, unless the call failed and made none.
+    Answered Destroyed(const Answered &answered, void *const &image)
     {
-        void *image = nullptr;
-        const auto answered = AnswerOf(vision.Image_CreateFromImageInfo(&image, &info, sizeof info));
         EXPECT_EQ(image != nullptr, answered.status == TARN_CVL_SUCCESS);
         if (image != nullptr)
         {
@@ -20,16 +19,16 @@ protected:
         return answered;
     }
 
+    Answered Create(const tarn_cvl_ImageInfo &info)
+    {
+        void *image = nullptr;
+        return Destroyed(AnswerOf(vision.Image_CreateFromImageInfo(&image, &info, sizeof info)), image);
+    }
+
     Answered CreateZeroed(uint32_t format, tarn_cvl_Size size, uint8_t flag = 0)
     {
         void *image = nullptr;
-        const auto answered = AnswerOf(vision.Image_CreateWithZeroInit(&image, format, size, flag));
-        EXPECT_EQ(image != nullptr, answered.status == TARN_CVL_SUCCESS);
-        if (image != nullptr)
-        {
-            vision.Image_Destroy(image);
-        }
-        return answered;
+        return Destroyed(AnswerOf(vision.Image_CreateWithZeroInit(&image, format, size, flag)), image);
     }
 
     tarn_cvl_ImageInfo InfoOf(void *image)

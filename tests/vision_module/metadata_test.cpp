@@ -8,7 +8,7 @@
 namespace GenTL::internal
 {
 
-/// What the module keeps is not given out again, so the values are looked at below its interface.
+/// The interface cannot read values back, so the tests look at the objects below it.
 class VisionMetadata : public testing::Test
 {
 protected:

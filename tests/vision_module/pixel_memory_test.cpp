@@ -18,7 +18,7 @@ constexpr size_t blockSize = PixelMemoryStore::smallestBlock;
 class VisionPixelMemory : public testing::Test
 {
 protected:
-    /// Gives blocks back, and says where they were.
+    /// Returns blocks to the store; the result is their addresses.
     std::vector<uint8_t *> PassThrough(std::vector<PixelMemory> blocks)
     {
         std::vector<uint8_t *> places;
@@ -47,7 +47,7 @@ TEST_F(VisionPixelMemory, IsKeptForTheNextOfItsSizeAndZeroAgain)
     std::fill_n(first.get(), blockSize, uint8_t{0xEE});
     const auto *const place = first.get();
     first.reset();
-    // Another size gets other memory and leaves that one alone.
+    // A request of another size gets other memory and leaves the kept block.
     const auto other = store->Take(blockSize + 1);
     EXPECT_NE(other.get(), place);
     const auto second = store->Take(blockSize);

@@ -26,7 +26,7 @@ inline uint32_t Code(PixelFormat format)
     return static_cast<uint32_t>(format);
 }
 
-/// Memory of just the size of an image, at an odd address and between bytes that must stay as they are.
+/// Memory of exactly the size of an image, at an odd address, between fence bytes that must not change.
 class Pixels
 {
 public:

@@ -29,7 +29,7 @@ protected:
         return answered;
     }
 
-    /// The region's pixels as ones.
+    /// An image with 1 for each pixel of the region.
     std::vector<uint8_t> Mask(uint32_t width, uint32_t height)
     {
         Pixels mask(PixelFormat::Mono8, width, height);

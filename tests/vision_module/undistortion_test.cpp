@@ -42,7 +42,7 @@ struct Shown
                 {"ROIY", roi.y / binningY},      {"ROIWidth", Width()},         {"ROIHeight", Height()}};
     }
 
-    /// The place in the calibrated image that a place in this image shows.
+    /// The position in the calibrated image of a position in this image.
     cv::Point2d Calibrated(double x, double y) const
     {
         return {binningX * (x + roi.x / binningX) + (binningX - 1) / 2.0,
@@ -50,7 +50,7 @@ struct Shown
     }
 };
 
-/// Where the camera's lens shows what belongs at this place.
+/// The distorted position of an undistorted one.
 cv::Point2d Distorted(const tarn_cvl_CalibrationParameters &camera, const cv::Point2d &place)
 {
     const std::vector<cv::Point3d> point{{(place.x - camera.principalPointX) / camera.focalLengthX,
@@ -79,7 +79,7 @@ std::vector<uint8_t> Picture(uint32_t width, uint32_t height)
 class VisionUndistortion : public VisionTest
 {
 protected:
-    /// The image undistorted.
+    /// Undistorts the image.
     template <typename T>
     std::vector<T> Undistorted(const Undistorter &undistorter, PixelFormat format,
                                const std::vector<T> &samples, int32_t interpolation)
@@ -93,8 +93,8 @@ protected:
         return target.template As<T>();
     }
 
-    /// Compares each pixel that has all its neighbours with where the calibrated lens shows it, by images
-    /// that say where they are.
+    /// Undistorts images whose values are their own coordinates, and compares each pixel that has all its
+    /// neighbours with its distorted position.
     void ExpectPlaces(const Shown &shown, int32_t interpolation, double toleranceInPixels)
     {
         const auto camera = DistortingCamera();
@@ -328,7 +328,7 @@ TEST_F(VisionUndistortion, MakesUpNoDepthAcrossAnEdge)
 
 TEST_F(VisionUndistortion, IsZeroOutsideOfTheSource)
 {
-    // A pincushion: the corners come from outside.
+    // Pincushion distortion: the corners come from outside the image.
     const Undistorter undistorter(vision, Camera(64, 48, 40, 40, 31.5F, 23.5F, {0.4F}));
     const std::vector<uint8_t> white(64 * 48, 255);
     for (const auto interpolation : {bilinear, nearest})

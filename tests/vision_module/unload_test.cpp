@@ -1,5 +1,7 @@
 #include "pixels.h"
 
+#include "support/loaded.h"
+
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -13,12 +15,7 @@ namespace
 
 bool IsLoaded()
 {
-    void *module = dlopen(VisionModule::path, RTLD_NOW | RTLD_NOLOAD);
-    if (module != nullptr)
-    {
-        dlclose(module);
-    }
-    return module != nullptr;
+    return IsLibraryLoaded(VisionModule::path);
 }
 
 void ConvertLarge(const VisionModule &vision)

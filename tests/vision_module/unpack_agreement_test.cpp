@@ -16,7 +16,7 @@ namespace tarn::vision
 namespace
 {
 
-/// An image and what the plain form makes of it.
+/// An image and the result of UnpackScalar.
 struct Sample
 {
     Sample(PixelFormat from, common::Size itsSize)
@@ -33,8 +33,8 @@ struct Sample
     std::vector<uint8_t> expected;
 };
 
-/// Whether the other form makes the same of it, with images at these distances from a cache line. Bytes
-/// around the target must stay.
+/// Whether Unpack gives the same result, with images at these offsets from a cache line. Bytes around the
+/// target must not change.
 testing::AssertionResult Agrees(const Sample &sample, size_t sourceOffset = 0, size_t targetOffset = 0)
 {
     constexpr size_t line = 64;

@@ -36,8 +36,8 @@ std::vector<uint8_t> BytesIn(std::istream &text)
     return bytes;
 }
 
-/// The blocks that begin with ```example: a line "<format>, <width> x <height>", then lines that begin with
-/// "source" or "target" and hold bytes.
+/// The blocks that begin with ```example: a line "<format>, <width> x <height>", then lines of bytes that
+/// begin with "source" or "target".
 std::vector<Example> ExamplesOf(const std::string &path)
 {
     std::ifstream file(path);

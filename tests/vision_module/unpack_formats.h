@@ -28,7 +28,7 @@ inline const std::vector<PixelFormat> &AllFormats()
     return formats;
 }
 
-/// The formats that Unpack takes to their unpacked form.
+/// The formats that Unpack converts to their unpacked form.
 inline std::vector<PixelFormat> OfferedFormats()
 {
     std::vector<PixelFormat> offered;

@@ -13,7 +13,7 @@ namespace tarn::vision
 namespace
 {
 
-/// The samples of an image, which are a byte or two each.
+/// The samples of an image, of one or two bytes.
 template <class T>
 std::vector<T> SamplesOf(PixelFormat from, const std::vector<uint8_t> &source, common::Size size)
 {

@@ -13,7 +13,7 @@
 namespace GenTL::internal
 {
 
-/// The built vision module, from its opening to its end. Functions have their names behind `tarn_cvl_`.
+/// The built vision module, open for the life of this object. Members are named without `tarn_cvl_`.
 class VisionModule
 {
 public:
@@ -39,7 +39,7 @@ public:
     VisionModule &operator=(const VisionModule &) = delete;
     ~VisionModule() { dlclose(m_module); }
 
-    /// A function that is not declared: `name` behind `tarn_cvl_`.
+    /// Calls an undeclared function, named without `tarn_cvl_`.
     int32_t CallOther(const std::string &name) const
     {
         return Load<int32_t (*)()>(("tarn_cvl_" + name).c_str())();
@@ -53,7 +53,7 @@ public:
 #undef CVL_OTHER
 };
 
-/// What a call answered: its status, and the last error's text unless it succeeded.
+/// The result of a call: its status and, after a failure, the text of the last error.
 struct Answered
 {
     int32_t status = TARN_CVL_SUCCESS;
