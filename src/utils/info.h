@@ -38,7 +38,7 @@ private:
 /// @throws GenTLException null piType or piSize (named "pType", "pSize"); buffer too small
 void WriteInfo(const Info &info, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
-/// One info query: where the consumer wants type, value and size of the answer.
+/// An info query: the places where the consumer wants type, value and size of the answer.
 ///
 /// An answer writes the type, and with a null buffer just the size; a buffer that is too short fails without
 /// touching it.
@@ -65,7 +65,7 @@ struct InfoQuery
         *piSize = size;
     }
 
-    /// Answers with a value whose width is that of T.
+    /// Answers with the bytes of a value.
     template <typename T>
     requires std::is_trivially_copyable_v<T>
     void Answer(INFO_DATATYPE type, T value) const { AnswerBytes(type, &value, sizeof value); }
