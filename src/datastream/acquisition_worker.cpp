@@ -49,7 +49,7 @@ AcquisitionWorker::~AcquisitionWorker()
     {
         CloseQuietly([this] { StopAcquisition(); });
     }
-    // A thread that ended by itself may still be calling back.
+    // A thread that ended by itself may still be in the finished callback.
     JoinThread();
 }
 
@@ -66,7 +66,7 @@ void AcquisitionWorker::StartAcquisition(uint64_t iNumToAcquire)
     }
     m_processor->AcquisitionStarted();
     m_proxyStream->AnnounceBuffers();
-    // The lower stream has no limit: frames that find no consumer buffer do not count here.
+    // Without a limit on the lower side, since frames that find no consumer buffer must not count.
     m_proxyStream->StartAcquisition(GENTL_INFINITE);
     JoinThread();
     Take(AcquisitionStep::Start);
@@ -87,7 +87,7 @@ void AcquisitionWorker::StopAcquisition()
     m_proxyStream->RevokeBuffers();
 }
 
-// For the end of the stream: goes on after failures.
+// The stream object ends in any case, so this goes on after a failure.
 void AcquisitionWorker::KillAcquisition()
 {
     Take(AcquisitionStep::Kill);
@@ -101,7 +101,7 @@ void AcquisitionWorker::KillAcquisition()
     }
     try
     {
-        // The memory of a frame in process goes with its buffer.
+        // Waits for a frame in process, whose memory the revoke takes away.
         const utils::MutexLock frame(m_frameMutex);
         m_proxyStream->RevokeBuffers();
     }

@@ -18,7 +18,7 @@ class Buffer;
 class ILibrary;
 enum class BufferState : int32_t;
 
-/// The handle of a buffer, null for one that is not in the Buffer registry any more.
+/// The handle of a buffer; null after the buffer has left the Buffer registry.
 BUFFER_HANDLE HandleOf(ILibrary &library, const Buffer &buffer);
 
 /// The consumer buffers of one stream in the order of announcement, which is the order in which the free ones
@@ -36,7 +36,7 @@ public:
     /// @throws GenTLException "Buffer is already in use!" for consumer memory that starts where another
     /// buffer's does
     BUFFER_HANDLE Add(const std::shared_ptr<Buffer> &buffer);
-    /// @param minimum number of buffers that cannot be undercut, 0 = none
+    /// @param minimum the list keeps at least this number of buffers, 0 = no minimum
     /// @throws GenTLException GC_ERR_INVALID_HANDLE; GC_ERR_BUSY for a buffer that is queued;
     /// GC_ERR_INVALID_BUFFER when only the minimum is left
     std::shared_ptr<Buffer> Remove(BUFFER_HANDLE handle, size_t minimum);
@@ -44,9 +44,10 @@ public:
     BUFFER_HANDLE HandleAt(uint32_t index);
     /// The first buffer in Input, now in Filling; null when there is none.
     std::shared_ptr<Buffer> TakeFree();
-    /// Visits the list with the lock held.
+    /// Hands out the list with the lock held, so the visitor must not call this object.
     void Visit(const std::function<void(const Buffers &)> &visitor);
-    Buffers Copy();
+    Buffers Copy() QVR_EXCLUDES(m_mutex);
+    /// Counts on a copy, without the lock.
     size_t CountIn(std::initializer_list<BufferState> states);
     /// Takes no lock.
     size_t Size() const { return m_numAnnounced; }

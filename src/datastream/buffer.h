@@ -42,9 +42,9 @@ enum class BufferState : int32_t
 class Buffer final : public PortWithoutRegisters
 {
 public:
-    /// Over memory of the consumer, which must outlive the buffer.
+    /// Uses memory of the consumer, which must outlive the buffer.
     Buffer(ILibrary &library, void *memory, size_t size, void *userPointer);
-    /// Over memory of its own, filled with zeros.
+    /// Allocates its memory, filled with zeros.
     Buffer(ILibrary &library, size_t size, void *userPointer);
 
     BufferState GetState() const { return m_state; }
@@ -55,7 +55,7 @@ public:
     bool OwnsMemory() const { return !m_ownMemory.empty(); }
     bool IsComplete() const { return m_complete; }
 
-    /// A step to Input ends the validity of the last frame.
+    /// A move to Input makes the last frame invalid.
     void SetState(BufferState state);
     void SetResult(bool complete, size_t sizeFilled, bool newData);
     void SetMetadata(const BufferMetadata &metadata);
@@ -68,11 +68,12 @@ public:
                          size_t *piSize) const;
     /// @throws GenTLException GC_ERR_NO_DATA without chunks, before null arguments are reported
     void DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const;
-    /// 0 for a frame that is a single image.
+    /// The number of parts, 0 for a single image.
     uint32_t DSGetNumBufferParts() const;
     void DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                              void *pBuffer, size_t *piSize) const;
-    /// A GenTLException of one entry becomes its result, and the walk goes on.
+    /// Stores the code of a failing entry in that entry and goes on with the next one.
+    /// @throws what is no GenTLException, which ends the walk
     void DSGetBufferInfoStacked(DS_BUFFER_INFO_STACKED *pInfoStacked, size_t iNumInfos) const;
     void DSGetBufferPartInfoStacked(DS_BUFFER_PART_INFO_STACKED *pInfoStacked, size_t iNumInfos) const;
 

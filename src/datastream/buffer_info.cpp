@@ -99,11 +99,11 @@ constexpr std::array knownQueries{
                [](Facts b) { return Info::Size(b.frame.chunkPayloadSize); }},
     KnownQuery{BUFFER_INFO_CHUNKLAYOUTID, Needs::Frame,
                [](Facts b) { return Info::Uint64(b.frame.chunkLayoutId); }},
-    // Consumers compare with this text to learn that there is no file name.
+    // C-14
     KnownQuery{BUFFER_INFO_FILENAME, Needs::Frame, [](Facts) { return Info::Text("TODO!"); }},
     KnownQuery{BUFFER_INFO_PIXEL_ENDIANNESS, Needs::Nothing,
                [](Facts) { return Info::Int32(PIXELENDIANNESS_LITTLE); }},
-    // The whole memory: consumers size their copies by it.
+    // C-15: the whole memory
     KnownQuery{BUFFER_INFO_DATA_SIZE, Needs::Frame, [](Facts b) { return Info::Size(b.size); }},
     KnownQuery{BUFFER_INFO_TIMESTAMP_NS, Needs::Frame, [](Facts b) { return Timestamp(b); }},
     KnownQuery{BUFFER_INFO_DATA_LARGER_THAN_BUFFER, Needs::Frame, [](Facts) { return Info::Bool(false); }},

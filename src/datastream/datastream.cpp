@@ -67,7 +67,7 @@ Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> wo
     m_worker->SetFinishedCallback([this] { m_isGrabbing = false; });
     auto &registers = m_nodeMap->GetRegisterMap();
     registers.WriteInternal(datastream_registers::streamId, streamId.data(), streamId.size());
-    // Fixed at construction: consumers keep what pIsImplemented gave them.
+    // C-16: fixed at construction.
     const uint8_t hasDroppedFrameCount = m_worker->GetDroppedFrameCount().has_value() ? 1 : 0;
     registers.WriteInternal(datastream_registers::streamDroppedFrameCountImplemented, &hasDroppedFrameCount,
                             sizeof hasDroppedFrameCount);
@@ -159,8 +159,7 @@ void Datastream::DSFlushQueue(ACQ_QUEUE_TYPE iOperation)
                 return m_output.Flush();
             case ACQ_QUEUE_ALL_TO_INPUT:
                 std::ranges::for_each(buffers, [](const auto &buffer) { buffer->SetState(Input); });
-                // Moves the buffers of the event's queue on to Announced: consumers rely on getting them
-                // back.
+                // C-17: moves the buffers of the event's queue on to Announced.
                 return m_output.Flush();
             case ACQ_QUEUE_UNQUEUED_TO_INPUT:
                 return MoveBuffers(buffers, Announced, Input);

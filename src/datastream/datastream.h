@@ -62,7 +62,7 @@ public:
     /// Moves a buffer to the output side.
     /// @throws std::runtime_error for a buffer that is neither queued nor being filled
     void PushBuffer(const std::shared_ptr<Buffer> &buffer);
-    /// The next buffer to fill, null when none is free; the frame counts as lost then.
+    /// The next buffer to fill. When none is free the result is null and the frame counts as lost.
     /// @throws std::runtime_error while stopped
     std::shared_ptr<Buffer> PopFreeInputBuffer();
 

@@ -53,7 +53,7 @@ void ReadDroppedFrameCount(std::span<uint8_t> data, void *context)
     Store(data, Owner(context).GetDroppedFrameCount());
 }
 
-// The one mode that there is. A write is taken and has no effect.
+// OldestFirst is the only mode. A write is accepted and ignored.
 void ReadBufferHandlingMode(std::span<uint8_t> data, void *)
 {
     constexpr uint64_t oldestFirst = 1;

@@ -50,7 +50,7 @@ void FrameTransfer::Fill(const ProxyBuffer &lower, Buffer &buffer)
             frame.input, std::span(static_cast<uint8_t *>(buffer.GetBase()), buffer.GetSize()));
         buffer.SetMetadata(result.attributes);
         buffer.SetParts(std::move(result.parts));
-        // A frame without chunks leaves the chunks of an earlier frame in the buffer.
+        // C-18: a frame without chunks leaves the chunks of an earlier frame in the buffer.
         if (result.chunks)
         {
             buffer.SetChunks(result.chunks->entries, result.chunks->payloadSize, result.chunks->layoutId);

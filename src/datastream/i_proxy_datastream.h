@@ -17,7 +17,7 @@ public:
     IProxyDataStream &operator=(const IProxyDataStream &) = delete;
     virtual ~IProxyDataStream() = default;
 
-    /// Allocates and queues the lower buffers, as many as the lower stream names as its minimum.
+    /// Allocates and queues the lower buffers, in the minimum number that the lower stream asks for.
     virtual void AnnounceBuffers() = 0;
     /// Discards the lower queues and revokes all lower buffers.
     virtual void RevokeBuffers() = 0;

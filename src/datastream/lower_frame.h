@@ -9,18 +9,18 @@ namespace GenTL::internal
 
 class ProxyBuffer;
 
-/// The description of a filled lower buffer, as its producer gives it.
+/// A filled lower buffer as its producer describes it.
 struct LowerFrame
 {
     InputData input;
     bool isIncomplete = false;
 };
 
-/// Asks the lower producer about a buffer. Geometry, format and chunks may be unknown there; what makes up
-/// the frame may not.
-/// @param nextFrameId number for this frame; one higher afterwards, once the payload type is known, whatever
-/// becomes of the frame
-/// @throws GenTLException of the lower producer
+/// Asks the lower producer about a buffer. Queries for geometry, format and chunk flags may fail and are then
+/// left unset; payload type, completeness, part addresses and announced chunks must succeed.
+/// @param nextFrameId in: this frame's number; out: the next one. Incremented as soon as the payload type was
+/// read, even if a later query throws.
+/// @throws GenTLException the failure of the lower producer
 LowerFrame ReadLowerFrame(const ProxyBuffer &buffer, uint64_t &nextFrameId);
 
 } // namespace GenTL::internal

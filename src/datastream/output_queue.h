@@ -39,7 +39,7 @@ public:
     void ResetDeliveredCount();
 
 private:
-    std::shared_ptr<EventHandler> Event();
+    std::shared_ptr<EventHandler> Event() QVR_EXCLUDES(m_eventMutex);
 
     ILibrary &m_library;
     utils::Mutex m_eventMutex;

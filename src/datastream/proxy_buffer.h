@@ -7,8 +7,8 @@ namespace GenTL::internal
 
 /// One filled lower buffer, for one pass of the acquisition loop.
 ///
-/// Reads base and size of the lower buffer once, when it is made. Its end closes nothing: giving the lower
-/// buffer back is RequeueBuffer's task.
+/// The constructor reads base and size of the lower buffer. The destructor closes nothing; RequeueBuffer
+/// gives the lower buffer back.
 class ProxyBuffer final : public ProxyModule
 {
 public:

@@ -154,12 +154,7 @@ std::optional<uint64_t> ProxyDataStream::GetDroppedFrameCount()
         return std::nullopt;
     }
     const auto node = m_lowerNodeMap->TryFindNode("StreamDroppedFrameCount");
-    if (!node || node->AccessMode == nodemap::AccessMode::WO)
-    {
-        return std::nullopt;
-    }
-    if (!nodemap::IsTrue(*this, *m_lowerNodeMap, node->pIsAvailable) ||
-        !nodemap::IsTrue(*this, *m_lowerNodeMap, node->pIsImplemented))
+    if (!node || !nodemap::IsReadable(*this, *m_lowerNodeMap, *node))
     {
         return std::nullopt;
     }

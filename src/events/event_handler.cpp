@@ -101,7 +101,7 @@ void EventHandler::Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout)
     }
     if (m_queue.empty())
     {
-        // The number is milliseconds. Consumers compare with the text, so its unit stays.
+        // C-19: the number is milliseconds.
         throw GenTLException(fmt::format("Time {}us exceeded", timeout), GC_ERR_TIMEOUT);
     }
 }

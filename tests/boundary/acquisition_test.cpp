@@ -105,6 +105,22 @@ TEST_F(Acquisition, DeliversFramesByteForByte)
     EXPECT_EQ(StreamInfo(stream, STREAM_INFO_NUM_UNDERRUN), 0U);
 }
 
+TEST_F(Acquisition, ReadsTheDevicesPayloadSizeWithoutTheStreams)
+{
+    Announce(2);
+    lower->payloadSize = 100;
+    lower->FailNext("DSGetInfo", GC_ERR_NOT_IMPLEMENTED);
+    const auto readsBefore = lower->CountOf("GCReadPort");
+    Start();
+    EXPECT_EQ(lower->CountOf("GCReadPort"), readsBefore + 1);
+    const std::lock_guard guard(lower->mutex);
+    EXPECT_EQ(lower->buffers.size(), lower->minimumBuffers);
+    for (const auto &[handle, memory] : lower->buffers)
+    {
+        EXPECT_EQ(memory.size(), 100U);
+    }
+}
+
 TEST_F(Acquisition, HasNoTimeStamp)
 {
     Announce(2);

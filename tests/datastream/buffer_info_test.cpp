@@ -40,7 +40,7 @@ protected:
         return FailureOf([&] { buffer.DSGetBufferInfo(command, nullptr, nullptr, nullptr); });
     }
 
-    /// A frame of which everything is known.
+    /// Fills the buffer with a fully described frame.
     void Fill()
     {
         buffer.SetState(BufferState::Input);
@@ -65,7 +65,7 @@ class FilledBufferInfo : public BufferFixture, public testing::WithParamInterfac
 {
 };
 
-// What a filled buffer in the output queue answers.
+// Answers of a filled buffer in the output queue.
 const std::vector<InfoCase> filledCases{
     {"Base", BUFFER_INFO_BASE, TypedAnswer::Pointer(bufferBase)},
     {"Size", BUFFER_INFO_SIZE, TypedAnswer::Size(memorySize)},
@@ -114,7 +114,7 @@ class NewBufferInfo : public BufferFixture, public testing::WithParamInterface<I
 {
 };
 
-// What a buffer answers that was never filled; all else is not available.
+// Answers of a buffer that was never filled. All other commands are not available.
 const std::vector<InfoCase> newCases{
     {"Base", BUFFER_INFO_BASE, TypedAnswer::Pointer(bufferBase)},
     {"Size", BUFFER_INFO_SIZE, TypedAnswer::Size(memorySize)},
@@ -151,7 +151,7 @@ TEST_F(BufferInfo, IsNotAvailableBeforeTheFirstFrame)
             continue;
         }
         ++gated;
-        // Also with null arguments: they are looked at later.
+        // Even with null arguments, which are checked later.
         EXPECT_EQ(FailureFor(command), NotAvailable(command));
     }
     EXPECT_EQ(gated, 21U);
@@ -244,7 +244,7 @@ TEST_F(BufferInfo, ShowsAnIncompleteFrame)
     EXPECT_EQ(AskFor<bool8_t>(Ask(BUFFER_INFO_IS_INCOMPLETE)), 1);
     EXPECT_EQ(AskFor<bool8_t>(Ask(BUFFER_INFO_NEW_DATA)), 1);
     EXPECT_EQ(AskFor<size_t>(Ask(BUFFER_INFO_SIZE_FILLED)), 0U);
-    // The description is that of the buffer's earlier use.
+    // The description still belongs to the earlier frame.
     EXPECT_EQ(AskFor<uint64_t>(Ask(BUFFER_INFO_FRAMEID)), 7U);
 }
 
@@ -322,7 +322,7 @@ TEST_F(BufferReuse, KeepsAllElse)
     EXPECT_EQ(buffer.DSGetNumBufferParts(), 2U);
     EXPECT_EQ(buffer.GetMetadata().frameId, 7U);
     EXPECT_EQ(AskFor<bool8_t>(Ask(BUFFER_INFO_CONTAINS_CHUNKDATA)), 1);
-    // A frame without chunks: those of the earlier one stay.
+    // A frame without chunks leaves the chunks of the earlier one.
     buffer.SetMetadata({.frameId = 8});
     buffer.SetParts({});
     buffer.SetResult(true, 5, true);

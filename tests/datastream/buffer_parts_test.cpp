@@ -20,7 +20,7 @@ uint8_t *const partBase = reinterpret_cast<uint8_t *>(0x30000);
 class BufferPartFixture : public testing::Test
 {
 protected:
-    /// Part 0 of which everything is known, part 1 of which only base, size and type are.
+    /// Part 0 is fully described; part 1 has only base, size and type.
     void FillParts()
     {
         buffer.SetParts({BufferPartInfo{.base = partBase,
@@ -67,7 +67,7 @@ const std::vector<InfoCase> partCases{
     {"DeliveredImageHeight", BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT, TypedAnswer::Size(10)},
 };
 
-// Without a result, too: parts are not tied to the validity of the frame.
+// Even without a result, since parts do not depend on the validity of the frame.
 TEST_P(BufferPartInfoOf, Answers)
 {
     FillParts();
@@ -252,7 +252,7 @@ TEST_F(BufferInfoStacked, FillsTheOthersWhenOneCommandIsWrong)
     EXPECT_EQ(int(entries[1].iResult), GC_ERR_NOT_IMPLEMENTED);
     EXPECT_EQ(int(entries[1].iType), 55);
     EXPECT_EQ(size_t(entries[1].iSize), 66U);
-    // A failed query writes back as well: the type was told before the size was looked at.
+    // A failed query writes back as well: it sets the type before it checks the size.
     EXPECT_EQ(int(entries[2].iResult), GC_ERR_BUFFER_TOO_SMALL);
     EXPECT_EQ(int(entries[2].iType), INFO_DATATYPE_SIZET);
     EXPECT_EQ(size_t(entries[2].iSize), sizeof tooShort);

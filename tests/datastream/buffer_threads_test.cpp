@@ -1,5 +1,5 @@
-// A consumer that asks about a buffer while the acquisition thread describes the next frame in it: to be
-// watched by a sanitizer.
+// A consumer asks about a buffer while the acquisition thread describes the next frame in it. Meant for a run
+// under a sanitizer.
 
 #include "datastream/buffer.h"
 #include "support/failure.h"
@@ -20,7 +20,7 @@ namespace
 class BufferThreads : public testing::Test
 {
 protected:
-    /// Frames by turns with parts and chunks, and without.
+    /// Alternates between frames with parts and chunks and frames without.
     void Describe(uint64_t frame)
     {
         const bool hasMore = frame % 2 == 0;
@@ -48,7 +48,7 @@ protected:
         std::array<SINGLE_CHUNK_DATA, 5> chunks{};
         size_t count = chunks.size();
         const auto failure = FailureOf([&] { buffer.DSGetBufferChunkData(chunks.data(), &count); });
-        // Of one frame or of the other, never of both.
+        // From one frame or the other, never a mixture.
         EXPECT_TRUE(failure == Failure{} || failure.code == GC_ERR_NO_DATA);
         EXPECT_TRUE(count == chunks.size());
         const auto parts = buffer.DSGetNumBufferParts();

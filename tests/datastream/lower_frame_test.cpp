@@ -177,14 +177,14 @@ TEST_F(ReadLowerFrameOf, AFrameToleratesAnyStandardExceptionThere)
     EXPECT_EQ(result.input.attributes.height, 480U);
 }
 
-TEST_F(ReadLowerFrameOf, AFrameWithoutPayloadTypeFailsAndTakesNoNumber)
+TEST_F(ReadLowerFrameOf, MissingPayloadTypeTakesNoNumber)
 {
     frame.infos.erase(BUFFER_INFO_PAYLOADTYPE);
     EXPECT_EQ(FailureOfRead(), Missing(BUFFER_INFO_PAYLOADTYPE));
     EXPECT_EQ(nextFrameId, 5U);
 }
 
-TEST_F(ReadLowerFrameOf, AFrameWithoutCompletenessFailsAndTakesANumber)
+TEST_F(ReadLowerFrameOf, MissingCompletenessTakesANumber)
 {
     frame.infos.erase(BUFFER_INFO_IS_INCOMPLETE);
     EXPECT_EQ(FailureOfRead(), Missing(BUFFER_INFO_IS_INCOMPLETE));

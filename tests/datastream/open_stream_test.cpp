@@ -25,6 +25,15 @@ protected:
     OpenStream()
     {
         remote.Serve(*proxy);
+        ServeStreams();
+        ServeDescription();
+        device = std::make_shared<Device>(&library.instances, proxy, LowerHandle(0x10), nullptr);
+        device->SetHandle(device.get());
+        proxy->ForgetCalls();
+    }
+
+    void ServeStreams()
+    {
         proxy->onDevGetPort = [](DEV_HANDLE, PORT_HANDLE *port)
         {
             *port = LowerHandle(0x15);
@@ -55,6 +64,10 @@ protected:
             lastClosed = closed;
             return GC_ERR_SUCCESS;
         };
+    }
+
+    void ServeDescription()
+    {
         proxy->onGCGetPortURLInfo =
             [this](PORT_HANDLE, uint32_t, URL_INFO_CMD command, INFO_DATATYPE *, void *buffer, size_t *)
         {
@@ -63,9 +76,6 @@ protected:
             std::memcpy(buffer, &value, sizeof value);
             return GC_ERR_SUCCESS;
         };
-        device = std::make_shared<Device>(&library.instances, proxy, LowerHandle(0x10), nullptr);
-        device->SetHandle(device.get());
-        proxy->ForgetCalls();
     }
 
     Failure FailureFor(const char *id)
@@ -73,7 +83,7 @@ protected:
         return FailureOf([&] { device->DevOpenDataStream(id, &handle); });
     }
 
-    /// What DSClose does with a stream.
+    /// Closes the stream as DSClose does.
     void Close()
     {
         device->ReleaseDataStream();

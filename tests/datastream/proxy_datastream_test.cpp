@@ -1,19 +1,16 @@
 #include "datastream/proxy_datastream.h"
-#include "remoteport.h"
+#include "fake_lower_stream.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
 #include "support/fake_library.h"
 #include "support/fake_lower_buffers.h"
-#include "support/fake_processor.h"
-#include "support/fake_remote_device.h"
 #include "support/handles.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <cstring>
+#include <functional>
 #include <future>
 #include <memory>
 #include <string>
@@ -25,19 +22,6 @@ namespace
 {
 
 using Calls = std::vector<std::string>;
-
-std::string Name(const void *handle)
-{
-    return handle == nullptr ? "null" : fmt::format("{:#x}", reinterpret_cast<uintptr_t>(handle));
-}
-
-template <typename T>
-GC_ERROR Write(void *buffer, size_t *size, T value)
-{
-    std::memcpy(buffer, &value, sizeof value);
-    *size = sizeof value;
-    return GC_ERR_SUCCESS;
-}
 
 /// A register of 8 bytes, little-endian, behind an Integer with the conditions given.
 std::string DroppedFrameDescription(const std::string &conditions, const std::string &access = "RO",
@@ -65,134 +49,17 @@ protected:
     ProxyStreamFixture()
     {
         lowerBuffers.Serve(*proxy);
-        proxy->onDevGetNumDataStreams = [this](DEV_HANDLE device, uint32_t *count)
-        {
-            calls.push_back("DevGetNumDataStreams " + Name(device));
-            *count = numStreams;
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDevGetDataStreamID = [this](DEV_HANDLE device, uint32_t index, char *id, size_t *size)
-        {
-            calls.push_back(fmt::format("DevGetDataStreamID {} {} {}", Name(device), index,
-                                        id == nullptr ? "size" : "text"));
-            constexpr std::string_view text = "LowerStream";
-            if (id != nullptr)
-            {
-                // Without a terminator: the buffer was zeroed.
-                text.copy(id, *size);
-            }
-            *size = text.size() + 1;
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDevOpenDataStream = [this](DEV_HANDLE device, const char *id, DS_HANDLE *handle)
-        {
-            calls.push_back(fmt::format("DevOpenDataStream {} {}", Name(device), id));
-            *handle = stream;
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onGCRegisterEvent = [this](void *source, EVENT_TYPE type, EVENT_HANDLE *handle)
-        {
-            calls.push_back(fmt::format("GCRegisterEvent {} {}", Name(source), type));
-            *handle = event;
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onGCUnregisterEvent = [this](void *source, EVENT_TYPE type)
-        {
-            calls.push_back(fmt::format("GCUnregisterEvent {} {}", Name(source), type));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDSClose = [this](DS_HANDLE handle)
-        {
-            calls.push_back("DSClose " + Name(handle));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onGCGetPortURLInfo = [this](PORT_HANDLE port, uint32_t index, URL_INFO_CMD command,
-                                           INFO_DATATYPE *, void *buffer, size_t *size)
-        {
-            calls.push_back(fmt::format("GCGetPortURLInfo {} {} {}", Name(port), index, command));
-            return Write<uint64_t>(buffer, size,
-                                   command == URL_INFO_FILE_REGISTER_ADDRESS ? 0x10000 : description.size());
-        };
-        proxy->onGCReadPort = [this](PORT_HANDLE port, uint64_t address, void *buffer, size_t *size)
-        {
-            calls.push_back(fmt::format("GCReadPort {} {:#x} {}", Name(port), address, *size));
-            if (address == 0x10000)
-            {
-                std::memcpy(buffer, description.data(), *size);
-            }
-            else
-            {
-                std::memcpy(buffer, &registers.at(address), *size);
-            }
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDSGetInfo = [this](DS_HANDLE handle, STREAM_INFO_CMD command, INFO_DATATYPE *, void *buffer,
-                                    size_t *size) -> GC_ERROR
-        {
-            calls.push_back(fmt::format("DSGetInfo {} {} {}", Name(handle), command, *size));
-            switch (command)
-            {
-            case STREAM_INFO_DEFINES_PAYLOADSIZE:
-                return Write<bool8_t>(buffer, size, definesPayloadSize);
-            case STREAM_INFO_PAYLOAD_SIZE:
-                return Write<size_t>(buffer, size, 5000);
-            case STREAM_INFO_BUF_ANNOUNCE_MIN:
-                return Write<size_t>(buffer, size, minimum);
-            default:
-                LowerFailure(GC_ERR_NOT_IMPLEMENTED);
-            }
-        };
-        proxy->onDSAllocAndAnnounceBuffer =
-            [this](DS_HANDLE handle, size_t size, void *userPointer, BUFFER_HANDLE *buffer)
-        {
-            calls.push_back(
-                fmt::format("DSAllocAndAnnounceBuffer {} {} {}", Name(handle), size, Name(userPointer)));
-            *buffer = LowerHandle(nextBuffer++);
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDSQueueBuffer = [this](DS_HANDLE handle, BUFFER_HANDLE buffer)
-        {
-            calls.push_back("DSQueueBuffer " + Name(handle) + " " + Name(buffer));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDSFlushQueue = [this](DS_HANDLE handle, ACQ_QUEUE_TYPE operation)
-        {
-            calls.push_back(fmt::format("DSFlushQueue {} {}", Name(handle), operation));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDSRevokeBuffer = [this](DS_HANDLE handle, BUFFER_HANDLE buffer, void **base, void **user)
-        {
-            calls.push_back(fmt::format("DSRevokeBuffer {} {} {} {}", Name(handle), Name(buffer), Name(base),
-                                        Name(user)));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDSStartAcquisition = [this](DS_HANDLE handle, ACQ_START_FLAGS flags, uint64_t count)
-        {
-            calls.push_back(fmt::format("DSStartAcquisition {} {} {:#x}", Name(handle), flags, count));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onDSStopAcquisition = [this](DS_HANDLE handle, ACQ_STOP_FLAGS flags)
-        {
-            calls.push_back(fmt::format("DSStopAcquisition {} {}", Name(handle), flags));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onEventKill = [this](EVENT_HANDLE handle)
-        {
-            calls.push_back("EventKill " + Name(handle));
-            return GC_ERR_SUCCESS;
-        };
-        proxy->onEventGetData = [this](EVENT_HANDLE handle, void *buffer, size_t *size, uint64_t timeout)
-        {
-            calls.push_back(fmt::format("EventGetData {} {} {}", Name(handle), *size, timeout));
-            return Write(buffer, size, EVENT_NEW_BUFFER_DATA{LowerHandle(0x100), LowerHandle(0x999)});
-        };
-        remoteDevice.SetRegister(0x108, 7000);
-        remoteDevice.Serve(*remoteProxy);
+        lower.Serve(*proxy);
     }
 
     std::unique_ptr<ProxyDataStream> Open()
     {
-        return ProxyDataStream::Open(library, proxy, LowerHandle(0x10), remotePort);
+        return ProxyDataStream::Open(library, proxy, LowerHandle(0x10),
+                                     [this]
+                                     {
+                                         ++numDeviceReads;
+                                         return readDevice();
+                                     });
     }
 
     /// Opened, with the calls of opening forgotten.
@@ -203,27 +70,12 @@ protected:
         return opened;
     }
 
-    void MakeRemotePort()
-    {
-        remotePort = std::make_shared<RemotePort>(remoteProxy, LowerHandle(0x15), processor);
-        remoteDevice.reads.clear();
-    }
-
     FakeLibrary library;
-    Calls calls;
-    uint32_t numStreams = 1;
-    bool8_t definesPayloadSize = 1;
-    size_t minimum = 3;
-    uintptr_t nextBuffer = 0x100;
-    std::string description = "<RegisterDescription/>";
-    std::array<uint8_t, 0x40> registers{};
-    const DS_HANDLE stream = LowerHandle(0x20);
-    const EVENT_HANDLE event = LowerHandle(0x30);
+    FakeLowerStream lower;
     FakeLowerBuffers lowerBuffers;
-    FakeRemoteDevice remoteDevice;
-    std::shared_ptr<FakeGenTLProxy> remoteProxy = std::make_shared<FakeGenTLProxy>();
-    std::shared_ptr<FakeProcessor> processor = std::make_shared<FakeProcessor>();
-    std::shared_ptr<RemotePort> remotePort;
+    Calls &calls = lower.calls;
+    int numDeviceReads = 0;
+    std::function<size_t()> readDevice = [] { return size_t{7000}; };
     std::shared_ptr<FakeGenTLProxy> proxy = std::make_shared<FakeGenTLProxy>();
 };
 
@@ -231,20 +83,20 @@ class ProxyDataStreamOpen : public ProxyStreamFixture
 {
 };
 
-TEST_F(ProxyDataStreamOpen, TakesTheFirstStreamAndReadsItsDescription)
+TEST_F(ProxyDataStreamOpen, ReadsTheDescriptionOfTheFirstStream)
 {
     const auto opened = Open();
     EXPECT_EQ(calls, (Calls{"DevGetNumDataStreams 0x10", "DevGetDataStreamID 0x10 0 size",
                             "DevGetDataStreamID 0x10 0 text", "DevOpenDataStream 0x10 LowerStream",
                             "GCRegisterEvent 0x20 1", "GCGetPortURLInfo 0x20 0 7",
                             "GCGetPortURLInfo 0x20 0 8", "GCReadPort 0x20 0x10000 22"}));
-    EXPECT_EQ(opened->GetLowerHandle(), stream);
+    EXPECT_EQ(opened->GetLowerHandle(), lower.stream);
     EXPECT_EQ(static_cast<int>(opened->GetModuleType()), 6);
 }
 
 TEST_F(ProxyDataStreamOpen, LeavesFurtherStreamsUntouched)
 {
-    numStreams = 3;
+    lower.numStreams = 3;
     const auto opened = Open();
     EXPECT_EQ(proxy->CountOf("DevOpenDataStream"), 1U);
     EXPECT_EQ(proxy->CountOf("DevGetDataStreamID"), 2U);
@@ -253,7 +105,7 @@ TEST_F(ProxyDataStreamOpen, LeavesFurtherStreamsUntouched)
 
 TEST_F(ProxyDataStreamOpen, FailsWithoutAStream)
 {
-    numStreams = 0;
+    lower.numStreams = 0;
     EXPECT_EQ(FailureOf([&] { Open(); }), PlainFailure("Failed to get number of data streams"));
     EXPECT_EQ(calls, Calls{"DevGetNumDataStreams 0x10"});
 }
@@ -308,7 +160,7 @@ TEST_F(ProxyDataStreamOpen, ClosesTheLowerStreamAgainWhenItFails)
 
 TEST_F(ProxyDataStreamOpen, WorksWithABadDescription)
 {
-    description = "<RegisterDescription><";
+    lower.description = "<RegisterDescription><";
     const auto opened = Open();
     EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
     EXPECT_EQ(opened->GetLowerPayloadSize(), 5000U);
@@ -347,7 +199,7 @@ class ProxyDataStreamBuffers : public ProxyStreamFixture
 
 TEST_F(ProxyDataStreamBuffers, AreAsManyAsTheLowerMinimum)
 {
-    minimum = 2;
+    lower.minimum = 2;
     Opened()->AnnounceBuffers();
     calls.resize(7);
     EXPECT_EQ(calls, (Calls{"DSGetInfo 0x20 9 1", "DSGetInfo 0x20 7 8", "DSGetInfo 0x20 12 8",
@@ -358,7 +210,7 @@ TEST_F(ProxyDataStreamBuffers, AreAsManyAsTheLowerMinimum)
 
 TEST_F(ProxyDataStreamBuffers, AreNoneForAMinimumOfZero)
 {
-    minimum = 0;
+    lower.minimum = 0;
     Opened()->AnnounceBuffers();
     EXPECT_EQ(proxy->CountOf("DSAllocAndAnnounceBuffer"), 0U);
     EXPECT_EQ(proxy->CountOf("DSQueueBuffer"), 0U);
@@ -366,7 +218,7 @@ TEST_F(ProxyDataStreamBuffers, AreNoneForAMinimumOfZero)
 
 TEST_F(ProxyDataStreamBuffers, AreRevokedAfterAFlush)
 {
-    minimum = 2;
+    lower.minimum = 2;
     const auto opened = Opened();
     opened->AnnounceBuffers();
     calls.clear();
@@ -377,7 +229,7 @@ TEST_F(ProxyDataStreamBuffers, AreRevokedAfterAFlush)
 
 TEST_F(ProxyDataStreamBuffers, StartFromAnEmptyListAfterARevoke)
 {
-    minimum = 1;
+    lower.minimum = 1;
     const auto opened = Opened();
     opened->AnnounceBuffers();
     opened->RevokeBuffers();
@@ -389,7 +241,7 @@ TEST_F(ProxyDataStreamBuffers, StartFromAnEmptyListAfterARevoke)
 
 TEST_F(ProxyDataStreamBuffers, StayListedWhenARevokeFails)
 {
-    minimum = 2;
+    lower.minimum = 2;
     const auto opened = Opened();
     opened->AnnounceBuffers();
     const auto revoke = proxy->onDSRevokeBuffer;
@@ -429,7 +281,7 @@ TEST_F(ProxyDataStreamBuffers, StayAnnouncedWhenOneFails)
 
 TEST_F(ProxyDataStreamBuffers, AreRevokedOnceByTwoThreads)
 {
-    minimum = 500;
+    lower.minimum = 500;
     const auto opened = Opened();
     opened->AnnounceBuffers();
     proxy->onDSFlushQueue = {};
@@ -438,7 +290,7 @@ TEST_F(ProxyDataStreamBuffers, AreRevokedOnceByTwoThreads)
     opened->RevokeBuffers();
     other.get();
     EXPECT_EQ(proxy->CountOf("DSFlushQueue"), 2U);
-    EXPECT_EQ(proxy->CountOf("DSRevokeBuffer"), minimum);
+    EXPECT_EQ(proxy->CountOf("DSRevokeBuffer"), lower.minimum);
 }
 
 TEST_F(ProxyDataStreamBuffers, AreNotRevokedWhenTheFlushFails)
@@ -483,7 +335,7 @@ TEST_F(ProxyDataStreamAcquisition, WaitsForALowerBuffer)
     const auto buffer = opened->WaitForBuffer(1234);
     EXPECT_EQ(calls, Calls{"EventGetData 0x30 16 1234"});
     EXPECT_EQ(buffer.GetLowerHandle(), LowerHandle(0x100));
-    EXPECT_EQ(buffer.DataStream(), stream);
+    EXPECT_EQ(buffer.DataStream(), lower.stream);
     EXPECT_EQ(buffer.Base(), memory);
     EXPECT_EQ(buffer.Size(), sizeof memory);
     EXPECT_EQ(lowerBuffers.Asked(), (std::vector<std::string>{"info 0", "info 1"}));
@@ -519,29 +371,26 @@ class ProxyDataStreamPayloadSize : public ProxyStreamFixture
 
 TEST_F(ProxyDataStreamPayloadSize, IsTheLowerStreamsOwn)
 {
-    MakeRemotePort();
     EXPECT_EQ(Opened()->GetLowerPayloadSize(), 5000U);
-    definesPayloadSize = 2;
+    lower.definesPayloadSize = 2;
     EXPECT_EQ(Opened()->GetLowerPayloadSize(), 5000U);
-    EXPECT_TRUE(remoteDevice.reads.empty());
+    EXPECT_EQ(numDeviceReads, 0);
 }
 
-TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWhenTheStreamDefinesNone)
+TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWithoutTheStreams)
 {
-    MakeRemotePort();
-    definesPayloadSize = 0;
+    lower.definesPayloadSize = 0;
     const auto opened = Opened();
     EXPECT_EQ(opened->GetLowerPayloadSize(), 7000U);
     EXPECT_EQ(calls, Calls{"DSGetInfo 0x20 9 1"});
-    EXPECT_EQ(remoteDevice.reads, (std::vector{FakeRemoteDevice::Access{LowerHandle(0x15), 0x108, 4}}));
+    EXPECT_EQ(numDeviceReads, 1);
 
     opened->AnnounceBuffers();
     EXPECT_EQ(calls[3], "DSAllocAndAnnounceBuffer 0x20 7000 null");
 }
 
-TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWhenTheStreamFailsToTell)
+TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWhenTheStreamFails)
 {
-    MakeRemotePort();
     const auto opened = Opened();
     proxy->onDSGetInfo = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_NOT_IMPLEMENTED); };
     EXPECT_EQ(opened->GetLowerPayloadSize(), 7000U);
@@ -549,9 +398,8 @@ TEST_F(ProxyDataStreamPayloadSize, IsTheDevicesWhenTheStreamFailsToTell)
     EXPECT_EQ(opened->GetLowerPayloadSize(), 7000U);
 }
 
-TEST_F(ProxyDataStreamPayloadSize, FailsWhenTheStreamDefinesItAndDoesNotTell)
+TEST_F(ProxyDataStreamPayloadSize, FailsWhenADefinedSizeCannotBeRead)
 {
-    MakeRemotePort();
     const auto opened = Opened();
     proxy->onDSGetInfo = [](DS_HANDLE, STREAM_INFO_CMD command, INFO_DATATYPE *, void *buffer,
                             size_t *size) -> GC_ERROR
@@ -560,7 +408,7 @@ TEST_F(ProxyDataStreamPayloadSize, FailsWhenTheStreamDefinesItAndDoesNotTell)
         {
             LowerFailure(GC_ERR_NOT_AVAILABLE, "no size");
         }
-        return Write<bool8_t>(buffer, size, 1);
+        return FakeLowerStream::Write<bool8_t>(buffer, size, 1);
     };
     EXPECT_EQ(FailureOf([&] { opened->GetLowerPayloadSize(); }), (Failure{"no size", GC_ERR_NOT_AVAILABLE}));
     EXPECT_EQ(FailureOf([&] { opened->AnnounceBuffers(); }), (Failure{"no size", GC_ERR_NOT_AVAILABLE}));
@@ -568,9 +416,8 @@ TEST_F(ProxyDataStreamPayloadSize, FailsWhenTheStreamDefinesItAndDoesNotTell)
 
 TEST_F(ProxyDataStreamPayloadSize, PassesAFailureOfTheDevice)
 {
-    MakeRemotePort();
-    definesPayloadSize = 0;
-    remoteProxy->onGCReadPort = [](auto &&...) -> GC_ERROR { LowerFailure(GC_ERR_IO, "cable"); };
+    lower.definesPayloadSize = 0;
+    readDevice = []() -> size_t { LowerFailure(GC_ERR_IO, "cable"); };
     EXPECT_EQ(FailureOf([&] { Opened()->GetLowerPayloadSize(); }), (Failure{"cable", GC_ERR_IO}));
 }
 
@@ -579,11 +426,11 @@ class ProxyDataStreamDroppedFrames : public ProxyStreamFixture
 protected:
     ProxyDataStreamDroppedFrames()
     {
-        description = DroppedFrameDescription(bothConditions);
-        registers[0x10] = 0x39;
-        registers[0x11] = 0x05;
-        registers[0x20] = 1;
-        registers[0x24] = 1;
+        lower.description = DroppedFrameDescription(bothConditions);
+        lower.registers[0x10] = 0x39;
+        lower.registers[0x11] = 0x05;
+        lower.registers[0x20] = 1;
+        lower.registers[0x24] = 1;
     }
 };
 
@@ -597,32 +444,32 @@ TEST_F(ProxyDataStreamDroppedFrames, AreReadFromTheLowerPort)
 TEST_F(ProxyDataStreamDroppedFrames, AreCheckedForEachTime)
 {
     const auto opened = Opened();
-    registers[0x20] = 0;
+    lower.registers[0x20] = 0;
     EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
-    registers[0x20] = 1;
-    registers[0x24] = 0;
+    lower.registers[0x20] = 1;
+    lower.registers[0x24] = 0;
     EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
-    registers[0x24] = 1;
+    lower.registers[0x24] = 1;
     EXPECT_EQ(opened->GetDroppedFrameCount(), 1337U);
 }
 
 TEST_F(ProxyDataStreamDroppedFrames, NeedNoConditions)
 {
-    description = DroppedFrameDescription("");
+    lower.description = DroppedFrameDescription("");
     EXPECT_EQ(Opened()->GetDroppedFrameCount(), 1337U);
 }
 
 TEST_F(ProxyDataStreamDroppedFrames, AreNoneWithoutTheFeature)
 {
-    description = DroppedFrameDescription("", "RO", "SomethingElse");
+    lower.description = DroppedFrameDescription("", "RO", "SomethingElse");
     const auto opened = Opened();
     EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
     EXPECT_TRUE(calls.empty());
 }
 
-TEST_F(ProxyDataStreamDroppedFrames, AreNoneForAFeatureThatCannotBeRead)
+TEST_F(ProxyDataStreamDroppedFrames, AreNoneForAWriteOnlyFeature)
 {
-    description = DroppedFrameDescription(bothConditions, "WO");
+    lower.description = DroppedFrameDescription(bothConditions, "WO");
     const auto opened = Opened();
     EXPECT_EQ(opened->GetDroppedFrameCount(), std::nullopt);
     EXPECT_TRUE(calls.empty());

@@ -91,7 +91,7 @@ TEST_F(StreamStart, PassesAFailureAndIsStoppedThen)
     worker->onStart = [] { throw GenTLException("cable", GC_ERR_IO); };
     EXPECT_EQ(FailureOf([&] { Start(); }), (Failure{"cable", GC_ERR_IO}));
     EXPECT_FALSE(IsGrabbing());
-    // The counters are those of the last acquisition.
+    // The counters still belong to the last acquisition.
     EXPECT_EQ(NumDelivered(), 1U);
     EXPECT_EQ(stream->GetIncompleteFrameCount(), 1U);
     EXPECT_EQ(FailureOf([&] { worker->source(); }), PlainFailure("The acquisition is not started!"));
@@ -101,7 +101,7 @@ TEST_F(StreamStart, PassesAFailureAndIsStoppedThen)
     EXPECT_TRUE(IsGrabbing());
 }
 
-TEST_F(StreamStart, BeginsTheCountsOfDeliveredAndIncompleteFramesAgain)
+TEST_F(StreamStart, ResetsTheDeliveredAndIncompleteCounts)
 {
     QueueMany(4);
     auto *const event = RegisterEvent();
@@ -252,7 +252,7 @@ TEST_F(StreamEvent, CanStillBeReadAfterItWasUnregistered)
     PassFrame();
     stream->UnregisterEvent(EVENT_NEW_BUFFER);
     EXPECT_EQ(NumDelivered(), 0U);
-    // What is pushed from now on belongs to no queue, until a flush moves it.
+    // A buffer that is pushed from now on is in no queue until a flush moves it.
     PassFrame();
     EXPECT_EQ(StateOf(handles[1]), Output);
     EXPECT_EQ(Fetch(event).BufferHandle, handles[0]);
@@ -299,7 +299,7 @@ TEST_F(StreamEnd, KillsARunningAcquisition)
     calls->Clear();
     stream.reset();
     EXPECT_EQ(calls->All(), (Calls{"Kill", "Close"}));
-    // Stopped by then, so that the minimum of buffers holds none of them.
+    // The stream is stopped by then, so the minimum number of buffers does not apply.
     EXPECT_FALSE(library.instances.buffers.Contains(handles[0]));
     EXPECT_FALSE(library.instances.buffers.Contains(handles[1]));
 }
@@ -354,7 +354,7 @@ protected:
     StreamEndDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
-TEST_F(StreamEndDeathTest, EndsTheProcessForWhatIsNoStandardException)
+TEST_F(StreamEndDeathTest, ForeignExceptionEndsTheProcess)
 {
     EXPECT_DEATH(
         {

@@ -235,7 +235,7 @@ TEST_F(StreamRevoke, LeavesTheMinimumDuringAcquisition)
         FailureFor(handles[1]),
         (Failure{"The minimum number of buffers is 2. No more buffers can be revoked during acquisition.",
                  GC_ERR_INVALID_BUFFER}));
-    // A queued buffer is refused for that, first.
+    // A queued buffer is refused for being queued, before the minimum is checked.
     stream->QueueBuffer(handles[2]);
     EXPECT_EQ(FailureFor(handles[2]).code, GC_ERR_BUSY);
     stream->DSStopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
@@ -283,7 +283,7 @@ TEST_F(StreamBufferWithoutHandle, IsPushedWithoutOne)
               std::vector<std::string>{"error: Failed to get buffer for new buffer event! Handle: 0x0"});
 }
 
-TEST_F(StreamBufferWithoutHandle, DoesNotKeepTheOthersAtTheEndOfTheStream)
+TEST_F(StreamBufferWithoutHandle, LetsTheStreamRevokeTheOthers)
 {
     QueueAndForget();
     stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);

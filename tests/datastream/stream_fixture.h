@@ -25,13 +25,13 @@
 namespace GenTL::internal
 {
 
-/// What the tests of a stream ask of it, whatever its worker is.
+/// Calls and questions that all tests of a stream share, whatever its worker.
 class StreamFixture : public testing::Test
 {
 protected:
     static constexpr uint64_t frames = 100;
 
-    // So that the stream can give up all of its buffers.
+    // The stream can revoke only buffers that are in no queue.
     void TearDown() override
     {
         if (stream)
@@ -111,7 +111,7 @@ protected:
     size_t NumQueued() { return Info<size_t>(STREAM_INFO_NUM_QUEUED); }
     size_t NumAwaiting() { return Info<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY); }
 
-    /// A feature of the stream's own node map, through its port.
+    /// Reads a feature of the stream's own node map through its port.
     uint64_t Feature(const std::string &name)
     {
         return nodemap::ReadUnsigned(*stream->GetNodeMap(), description.FindNode(name));
@@ -122,7 +122,7 @@ protected:
     std::unique_ptr<Datastream> stream;
 };
 
-/// A stream whose worker the test plays.
+/// A stream with a fake worker, which the test drives.
 class DatastreamFixture : public StreamFixture
 {
 protected:
@@ -141,7 +141,7 @@ protected:
         stream->DSStartAcquisition(ACQ_START_FLAGS_DEFAULT, numToAcquire);
     }
 
-    /// What the worker does with a frame that succeeds.
+    /// Passes one frame through the stream as the worker does. Null without a free buffer.
     BUFFER_HANDLE PassFrame()
     {
         const auto buffer = worker->source();

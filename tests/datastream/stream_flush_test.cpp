@@ -11,7 +11,7 @@ using States = std::vector<BufferState>;
 class StreamFlush : public DatastreamFixture
 {
 protected:
-    /// Five buffers: announced, queued, being filled, in the event's queue, pushed while there was no event.
+    /// Five buffers: announced, queued, being filled, in the event's queue, and pushed without an event.
     void MakeOneOfEach()
     {
         handles = AnnounceMany(5);
@@ -126,7 +126,7 @@ TEST_F(StreamFlush, RefusesOtherOperations)
                   (Failure{fmt::format("Flush mode {} not implemented", operation), GC_ERR_NOT_IMPLEMENTED}));
     }
     EXPECT_EQ(AllStates(), (States{Announced, Input, Filling, Output, Output}));
-    // The lock was let go of.
+    // The failure has released the lock.
     EXPECT_EQ(NumQueued(), 2U);
 }
 

@@ -1,4 +1,4 @@
-// What threads do to one stream beside each other: to be watched by a sanitizer.
+// Threads that use one stream beside each other. Meant for a run under a sanitizer.
 
 #include "stream_fixture.h"
 
@@ -13,8 +13,8 @@ namespace
 
 using enum BufferState;
 
-/// Between start and stop a thread fills buffers, as the worker's does. Buffers that others pull away from it
-/// are refused; that would end the process in the worker and goes by here.
+/// Between start and stop a thread fills buffers, as the worker's does. The stream refuses a buffer that
+/// another thread pulled away meanwhile; that would end the process in the worker, and is ignored here.
 class StreamThreads : public DatastreamFixture
 {
 protected:
@@ -50,8 +50,7 @@ protected:
         }
     }
 
-    /// A thread that does this again and again until the test's own thread has done with starting and
-    /// stopping.
+    /// Repeats the action on a thread of its own until the test's thread has finished starting and stopping.
     void Beside(std::function<void()> action)
     {
         threads.emplace_back(
@@ -62,6 +61,26 @@ protected:
                     action();
                 } while (!done.stop_requested());
             });
+    }
+
+    void AnnounceAndRevoke()
+    {
+        auto *const handle = Announce();
+        for (Failure failure{"", GC_ERR_BUSY}; failure != Failure{};)
+        {
+            failure = FailureOf([&] { stream->DSRevokeBuffer(handle, nullptr, nullptr); });
+            EXPECT_TRUE(failure == Failure{} || failure.code == GC_ERR_BUSY);
+            stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);
+        }
+    }
+
+    void FlushEveryWay()
+    {
+        for (const ACQ_QUEUE_TYPE operation : {ACQ_QUEUE_UNQUEUED_TO_INPUT, ACQ_QUEUE_INPUT_TO_OUTPUT,
+                                               ACQ_QUEUE_OUTPUT_DISCARD, ACQ_QUEUE_ALL_TO_INPUT})
+        {
+            stream->DSFlushQueue(operation);
+        }
     }
 
     void StartAndStop()
@@ -80,30 +99,12 @@ protected:
     std::vector<std::jthread> threads;
 };
 
-TEST_F(StreamThreads, MayAnnounceRevokeListAndFlushWhileOthersStartAndStop)
+TEST_F(StreamThreads, AnnounceRevokeListAndFlushBesideStartAndStop)
 {
     const auto handles = QueueMany(3);
     auto *const event = RegisterEvent();
-    Beside(
-        [&]
-        {
-            auto *const handle = Announce();
-            for (Failure failure{"", GC_ERR_BUSY}; failure != Failure{};)
-            {
-                failure = FailureOf([&] { stream->DSRevokeBuffer(handle, nullptr, nullptr); });
-                EXPECT_TRUE(failure == Failure{} || failure.code == GC_ERR_BUSY);
-                stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);
-            }
-        });
-    Beside(
-        [&]
-        {
-            for (const ACQ_QUEUE_TYPE operation : {ACQ_QUEUE_UNQUEUED_TO_INPUT, ACQ_QUEUE_INPUT_TO_OUTPUT,
-                                                   ACQ_QUEUE_OUTPUT_DISCARD, ACQ_QUEUE_ALL_TO_INPUT})
-            {
-                stream->DSFlushQueue(operation);
-            }
-        });
+    Beside([&] { AnnounceAndRevoke(); });
+    Beside([&] { FlushEveryWay(); });
     Beside(
         [&]
         {
@@ -131,7 +132,7 @@ TEST_F(StreamThreads, MayAnnounceRevokeListAndFlushWhileOthersStartAndStop)
     }
 }
 
-TEST_F(StreamThreads, MayRegisterUnregisterAndKillTheEventWhileBuffersArePushed)
+TEST_F(StreamThreads, RegisterUnregisterAndKillTheEventBesidePushes)
 {
     QueueMany(4);
     Beside(

@@ -38,7 +38,7 @@ protected:
             nullptr);
     }
 
-    // The thread uses what the test holds.
+    // Ends the thread before the objects of the test, which it uses.
     void TearDown() override
     {
         StreamFixture::TearDown();
@@ -57,7 +57,8 @@ protected:
         }
     }
 
-    /// Frames whose counts matter are delivered afterwards: the counters begin again when the thread runs.
+    /// Deliver frames whose counts matter after this, since the counters restart while the thread already
+    /// runs.
     void Start(uint64_t numToAcquire) { stream->DSStartAcquisition(ACQ_START_FLAGS_DEFAULT, numToAcquire); }
     void Stop() { stream->DSStopAcquisition(ACQ_STOP_FLAGS_DEFAULT); }
 
@@ -81,6 +82,30 @@ protected:
     uint64_t FrameId(BUFFER_HANDLE handle) { return BufferOf(handle)->GetMetadata().frameId; }
 
     std::array<uint8_t, frameSize> lowerMemory{};
+    void ReadStatisticsUntil(const std::atomic<bool> &isDone)
+    {
+        uint64_t last = 0;
+        while (!isDone)
+        {
+            Info<size_t>(STREAM_INFO_NUM_QUEUED);
+            Info<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY);
+            Info<size_t>(STREAM_INFO_NUM_ANNOUNCED);
+            Feature("StreamIsGrabbing");
+            const auto now = Feature("StreamStartedFrameCount");
+            EXPECT_GE(now, last);
+            last = now;
+        }
+    }
+
+    void AnnounceAndRevokeUntil(const std::atomic<bool> &isDone)
+    {
+        while (!isDone)
+        {
+            auto *const handle = Announce();
+            stream->DSRevokeBuffer(handle, nullptr, nullptr);
+        }
+    }
+
     std::shared_ptr<LowerStreamScript> script = std::make_shared<LowerStreamScript>();
     std::shared_ptr<FakeProcessor> processor = std::make_shared<FakeProcessor>(script->calls);
 };
@@ -105,7 +130,7 @@ TEST_F(StreamWithWorker, DeliversTheFramesAskedForAndStopsByItself)
     EXPECT_EQ(FailureOf([&] { Stop(); }), (Failure{"Acquisition is not running!", GC_ERR_RESOURCE_IN_USE}));
 }
 
-TEST_F(StreamWithWorker, CountsAnIncompleteFrameOfALimitedAcquisition)
+TEST_F(StreamWithWorker, CountsAnIncompleteFrameAgainstTheLimit)
 {
     Frame(1).infos[BUFFER_INFO_IS_INCOMPLETE] = TypedAnswer::Bool(true);
     const auto handles = QueueMany(4);
@@ -120,7 +145,7 @@ TEST_F(StreamWithWorker, CountsAnIncompleteFrameOfALimitedAcquisition)
     EXPECT_EQ(Feature("StreamIncompleteFrameCount"), 1U);
 }
 
-TEST_F(StreamWithWorker, UsesUpItsLimitOnlyWithFramesThatFoundABuffer)
+TEST_F(StreamWithWorker, DoesNotCountLostFramesAgainstTheLimit)
 {
     const auto handles = AnnounceMany(2);
     Start(2);
@@ -155,7 +180,7 @@ TEST_F(StreamWithWorker, NeverEndsWithBuffersThatAreTooSmall)
     Stop();
 }
 
-TEST_F(StreamWithWorker, CountsAFrameThatCannotBeProcessedAsIncomplete)
+TEST_F(StreamWithWorker, CountsAFailedFrameAsIncomplete)
 {
     const LogCapture log;
     const auto handles = QueueMany(2);
@@ -202,7 +227,7 @@ TEST_F(StreamWithWorker, StartsRightAfterItEndedByItself)
     EXPECT_EQ(NumStarted(), 20U);
 }
 
-/// The thread has done its last frame and is held in its own stop of the lower stream.
+/// Holds the thread in its own stop of the lower stream, after its last frame.
 class StreamThatEndsByItself : public StreamWithWorker
 {
 protected:
@@ -225,7 +250,7 @@ protected:
     std::shared_future<void> isReleased = released.get_future().share();
 };
 
-TEST_F(StreamThatEndsByItself, CanNeitherBeStoppedNorStartedUntilItHasEnded)
+TEST_F(StreamThatEndsByItself, RefusesStopAndStartUntilItHasEnded)
 {
     EXPECT_TRUE(IsGrabbing());
     EXPECT_EQ(FailureOf([&] { Stop(); }), (Failure{"Acquisition is already stopped!", GC_ERR_ERROR}));
@@ -263,39 +288,17 @@ TEST_F(StreamWithWorker, EndsWhileFramesAreComing)
     EXPECT_EQ(script->calls->All().back(), "Close");
 }
 
-// Consumers that fetch and requeue, announce and revoke, read statistics, register and unregister, and a
-// thread that fills: to be watched by a sanitizer.
-TEST_F(StreamWithWorker, BearsSeveralConsumersAtATime)
+// Consumers fetch and requeue, announce and revoke, and read statistics while the thread fills. Meant for a
+// run under a sanitizer.
+TEST_F(StreamWithWorker, ServesSeveralConsumersAtOnce)
 {
     constexpr int numFrames = 300;
     const auto handles = QueueMany(3);
     auto *const event = RegisterEvent();
     Start(GENTL_INFINITE);
     std::atomic<bool> isDone = false;
-    auto statistics = std::async(std::launch::async,
-                                 [&]
-                                 {
-                                     uint64_t last = 0;
-                                     while (!isDone)
-                                     {
-                                         Info<size_t>(STREAM_INFO_NUM_QUEUED);
-                                         Info<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY);
-                                         Info<size_t>(STREAM_INFO_NUM_ANNOUNCED);
-                                         Feature("StreamIsGrabbing");
-                                         const auto now = Feature("StreamStartedFrameCount");
-                                         EXPECT_GE(now, last);
-                                         last = now;
-                                     }
-                                 });
-    auto announcer = std::async(std::launch::async,
-                                [&]
-                                {
-                                    while (!isDone)
-                                    {
-                                        auto *const handle = Announce();
-                                        stream->DSRevokeBuffer(handle, nullptr, nullptr);
-                                    }
-                                });
+    auto statistics = std::async(std::launch::async, [&] { ReadStatisticsUntil(isDone); });
+    auto announcer = std::async(std::launch::async, [&] { AnnounceAndRevokeUntil(isDone); });
     int numFetched = 0;
     Ids ids;
     for (; numFetched < numFrames; ++numFetched)
@@ -321,7 +324,7 @@ class StreamWithWorkerDeathTest : public StreamWithWorker
 {
 };
 
-TEST_F(StreamWithWorkerDeathTest, EndsTheProcessWhenABufferIsPulledAwayWhileItIsFilled)
+TEST_F(StreamWithWorkerDeathTest, PullingAFillingBufferAwayEndsTheProcess)
 {
     EXPECT_DEATH(
         {

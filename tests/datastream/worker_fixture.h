@@ -24,8 +24,8 @@ namespace GenTL::internal
 
 /// A worker between a scripted lower stream and a pool of consumer buffers.
 ///
-/// All calls stand in one log: those of the lower stream and the processor, and "Pop", "Push" and "Finished"
-/// for the callbacks.
+/// One log holds all calls: of the lower stream, of the processor, and "Pop", "Push" and "Finished" for the
+/// callbacks.
 class WorkerFixture : public testing::Test
 {
 protected:
@@ -43,7 +43,7 @@ protected:
         SetCallbacks();
     }
 
-    // Before what the test and its fixture hold: the thread may still use it.
+    // Ends the thread before the objects of the test and its fixture, which it may still use.
     void TearDown() override { worker.reset(); }
 
     static BUFFER_HANDLE LowerBuffer(size_t number) { return LowerHandle(0x100 + number); }
@@ -73,7 +73,7 @@ protected:
         worker->SetFinishedCallback([this] { calls->Add("Finished"); });
     }
 
-    /// Consumer buffers, queued.
+    /// Makes and queues consumer buffers.
     std::vector<std::shared_ptr<Buffer>> Queue(size_t count, size_t size = frameSize)
     {
         std::vector<std::shared_ptr<Buffer>> made;
@@ -107,7 +107,7 @@ protected:
         calls->Add("Push");
     }
 
-    /// A limited acquisition, until it has ended by itself.
+    /// Runs a limited acquisition until it has ended by itself.
     void RunToTheEnd(uint64_t numToAcquire)
     {
         const auto before = calls->CountOf("Finished");

@@ -165,7 +165,7 @@ TEST_F(WorkerFrames, CountWhenTheyAreIncomplete)
     { return ProcessingResult{.bytesWritten = 8, .attributes = input.attributes}; };
     DeliverAll(4);
     RunToTheEnd(3);
-    // Nothing of an incomplete frame reaches its buffer, but it takes a number.
+    // An incomplete frame leaves its buffer alone, but it takes a number.
     EXPECT_EQ(FrameIds(buffers), (Ids{1, 99, 3, 0}));
     EXPECT_EQ(calls->CountOf("Process"), 2);
     EXPECT_EQ(calls->CountOf("Push"), 3);
@@ -189,7 +189,7 @@ TEST_F(WorkerFrames, AreLostWithoutAFreeBuffer)
     EXPECT_EQ(calls->CountOf(RequeueCall(1)), 1);
     EXPECT_EQ(calls->CountOf("Push"), 0);
     EXPECT_TRUE(worker->IsRunning());
-    // They have used up neither the limit nor a number.
+    // Those frames count neither against the limit nor in the numbering.
     const auto buffers = Queue(1);
     Deliver(2);
     ASSERT_TRUE(calls->WaitFor("Finished"));
@@ -389,7 +389,7 @@ TEST_F(WorkerFrames, EndWithoutAnyoneToTell)
 class WorkerFramesDeathTest : public WorkerFrames
 {
 protected:
-    /// One frame, and half a minute in which the process should end.
+    /// Delivers one frame and gives the process half a minute to end.
     void RunUntilDeath()
     {
         Queue(1);
@@ -423,7 +423,7 @@ TEST_F(WorkerFramesDeathTest, EndTheProcessWhenTheSinkIsGone)
         "terminate");
 }
 
-TEST_F(WorkerFramesDeathTest, EndTheProcessWhenARequeueThrowsNoStandardException)
+TEST_F(WorkerFramesDeathTest, ForeignExceptionOfRequeueEndsTheProcess)
 {
     EXPECT_DEATH(
         {

@@ -68,7 +68,7 @@ TEST_F(WorkerStart, PassesAFailureAndIsNotRunningThen)
     EXPECT_EQ(FailureOf([&] { worker->StartAcquisition(1); }), failure);
     script->on.clear();
     EXPECT_FALSE(worker->IsRunning());
-    // What was announced stays announced.
+    // The announced buffers stay announced.
     EXPECT_EQ(calls->All(), (Calls{"AcquisitionStarted", "AcquisitionStarted", "AnnounceBuffers",
                                    "AcquisitionStarted", "AnnounceBuffers", startCall}));
 
@@ -159,7 +159,7 @@ TEST_F(WorkerStop, PassesAFailureOfTheLowerStop)
     EXPECT_FALSE(worker->IsRunning());
     EXPECT_EQ(calls->CountOf("AcquisitionStopped"), 0);
     EXPECT_EQ(calls->CountOf("RevokeBuffers"), 0);
-    // The thread is left; it ends when its wait does.
+    // Nobody joins the thread; it ends when its wait does.
     script->Kill();
     EXPECT_TRUE(calls->WaitFor("Finished"));
 }
@@ -257,7 +257,7 @@ TEST_F(WorkerKill, LeavesTheMemoryOfAFrameInProcess)
     processor->onProcess = [&](const InputData &, std::span<uint8_t>)
     {
         isStopped.wait();
-        // Time enough for a revoke that does not wait for the frame.
+        // Long enough for a revoke that fails to wait for the frame.
         EXPECT_EQ(isRevoked.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
         return ProcessingResult{};
     };
@@ -373,7 +373,7 @@ TEST_F(WorkerEnd, SwallowsAFailingStop)
 
 using WorkerEndDeathTest = WorkerEnd;
 
-TEST_F(WorkerEndDeathTest, EndsTheProcessForWhatIsNoStandardException)
+TEST_F(WorkerEndDeathTest, ForeignExceptionEndsTheProcess)
 {
     EXPECT_DEATH(
         {

@@ -230,7 +230,7 @@ protected:
     WorkerInterleavings() { Hold(); }
 };
 
-TEST_F(WorkerInterleavings, StopTheLowerStreamTwiceWhenTheLastFrameIsInProcess)
+TEST_F(WorkerInterleavings, StopDuringTheLastFrameStopsLowerTwice)
 {
     const auto buffers = Queue(1);
     processor->onProcess = [this](const InputData &input, std::span<uint8_t>)

@@ -249,20 +249,17 @@ TEST_F(EventData, KeepsUpWithManyPushersAndWaiters)
     {
         buffers.push_back(MakeBuffer(i));
     }
-    std::vector<std::future<int>> waiters;
-    for (int i = 0; i < 2; ++i)
+    const auto fetchUntilKilled = [&]
     {
-        waiters.push_back(std::async(std::launch::async,
-                                     [&]
-                                     {
-                                         int fetched = 0;
-                                         while (FailureOf([&] { Fetch(GENTL_INFINITE); }) != aborted)
-                                         {
-                                             ++fetched;
-                                         }
-                                         return fetched;
-                                     }));
-    }
+        int fetched = 0;
+        while (FailureOf([&] { Fetch(GENTL_INFINITE); }) != aborted)
+        {
+            ++fetched;
+        }
+        return fetched;
+    };
+    auto waiter = std::async(std::launch::async, fetchUntilKilled);
+    auto otherWaiter = std::async(std::launch::async, fetchUntilKilled);
     {
         std::vector<std::jthread> pushers;
         for (int pusher = 0; pusher < 2; ++pusher)
@@ -283,7 +280,7 @@ TEST_F(EventData, KeepsUpWithManyPushersAndWaiters)
     }
     event.Kill();
     event.Kill();
-    EXPECT_EQ(waiters[0].get() + waiters[1].get(), count);
+    EXPECT_EQ(waiter.get() + otherWaiter.get(), count);
     EXPECT_EQ(event.GetDeliveredCount(), uint64_t{count});
     EXPECT_EQ(NumFired(), uint64_t{count});
 }

@@ -13,7 +13,7 @@ class EventInfo : public EventFixture, public testing::WithParamInterface<InfoPa
 {
 };
 
-// After three pushes, one of which was fetched.
+// The answers after three pushes and one fetch.
 const std::vector<InfoCase> infoCases{
     {"EventType", EVENT_EVENT_TYPE, TypedAnswer::Int32(EVENT_NEW_BUFFER)},
     {"NumInQueue", EVENT_NUM_IN_QUEUE, TypedAnswer::Size(2)},
@@ -156,7 +156,7 @@ TEST_F(EventDataInfoFailure, HasNoNumber)
               (Failure{"Event has no numeric data", GC_ERR_NOT_AVAILABLE}));
 }
 
-TEST_F(EventDataInfoFailure, RefusesAnUnknownCommandBeforeItsArguments)
+TEST_F(EventDataInfoFailure, RefusesAnUnknownCommandFirst)
 {
     for (const int32_t command : {-1, 3, int32_t{EVENT_DATA_CUSTOM_ID}})
     {
