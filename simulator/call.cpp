@@ -1,4 +1,4 @@
-#include "call.h"
+#include "simulator/call.h"
 
 namespace GenTL::simulator
 {

@@ -1,14 +1,11 @@
-#ifndef QVR_SIMULATOR_OWN_PATH_H
-#define QVR_SIMULATOR_OWN_PATH_H
+#pragma once
 
 #include <filesystem>
 
 namespace GenTL::simulator
 {
 
-/** Where this library was loaded from. */
+/// Where this library was loaded from.
 std::filesystem::path OwnPath();
 
 } // namespace GenTL::simulator
-
-#endif

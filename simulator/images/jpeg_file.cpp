@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <csetjmp>
 #include <cstdio> // jpeglib.h uses it and does not include it
@@ -11,7 +11,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/** Frees what libjpeg has made, and is told of its failures. */
+/// Frees what libjpeg has made, and is told of its failures.
 struct JpegReader
 {
     jpeg_decompress_struct jpeg{};
@@ -63,7 +63,7 @@ bool ReadRows(JpegReader &reader, uint8_t *out)
     return true;
 }
 
-/** What is left of white light by inks as Adobe's programs write them: 255 is none. */
+/// What is left of white light by inks as Adobe's programs write them: 255 is none.
 uint16_t GreyOfInks(const uint8_t *inks)
 {
     const uint32_t black = inks[3];

@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <csetjmp>
 #include <cstring>
@@ -21,7 +21,7 @@ void TakeBytes(png_structp png, png_bytep out, size_t size)
     left = left.subspan(size);
 }
 
-/** Frees what libpng has made. */
+/// Frees what libpng has made.
 struct PngReader
 {
     png_structp png = png_create_read_struct(
@@ -37,7 +37,7 @@ struct PngReader
 
 // A failure in libpng jumps out of these two, so they have no objects of their own that would need an end.
 
-/** All files are read as grey or RGB of 8 or 16 bits, in the byte order of x86. */
+/// All files are read as grey or RGB of 8 or 16 bits, in the byte order of x86.
 bool ReadHeader(const PngReader &reader, Bytes *file, bool *canBeDepth)
 {
     if (setjmp(png_jmpbuf(reader.png)) != 0)

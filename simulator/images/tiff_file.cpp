@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/** A file in memory as libtiff reads it. */
+/// A file in memory as libtiff reads it.
 struct MemoryFile
 {
     Bytes bytes;
@@ -46,7 +46,7 @@ struct MemoryFile
 
 using Tiff = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
 
-/** Without the messages that libtiff writes to standard error. */
+/// Without the messages that libtiff writes to standard error.
 Tiff Open(MemoryFile &file)
 {
     const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
@@ -72,7 +72,7 @@ T Field(const Tiff &tiff, uint32_t tag)
     return value;
 }
 
-/** Whatever has up to 8 bits, by libtiff's own conversion. */
+/// Whatever has up to 8 bits, by libtiff's own conversion.
 void ReadEightBits(const Tiff &tiff, Picture &picture)
 {
     std::vector<uint32_t> colours(picture.values.size());
@@ -81,12 +81,12 @@ void ReadEightBits(const Tiff &tiff, Picture &picture)
     {
         throw NoPicture();
     }
-    std::transform(colours.begin(), colours.end(), picture.values.begin(),
-                   [](uint32_t colour)
-                   { return GreyOf(TIFFGetR(colour), TIFFGetG(colour), TIFFGetB(colour)); });
+    std::ranges::transform(colours, picture.values.begin(),
+                           [](uint32_t colour)
+                           { return GreyOf(TIFFGetR(colour), TIFFGetG(colour), TIFFGetB(colour)); });
 }
 
-/** Samples of floating point files go from 0 to 1. */
+/// Samples of floating point files go from 0 to 1.
 template <typename T>
 uint16_t SampleAt(const uint8_t *bytes)
 {
@@ -102,7 +102,7 @@ uint16_t SampleAt(const uint8_t *bytes)
     }
 }
 
-/** Tiles, or strips as tiles of the picture's width, with the samples of a pixel beside each other. */
+/// Tiles, or strips as tiles of the picture's width, with the samples of a pixel beside each other.
 template <typename T>
 void ReadBlocks(const Tiff &tiff, Picture &picture, size_t samples)
 {
