@@ -1,4 +1,5 @@
-// The exported functions: each finds its object, checks what the object takes for granted, and calls it.
+// The exported functions. Each finds its object, checks the arguments that the object relies on, and calls
+// it.
 
 #include "simulator/call.h"
 #include "simulator/system/producer.h"
@@ -27,7 +28,7 @@ GC_ERROR With(const char *function, const void *handle, Body &&body) noexcept
                 });
 }
 
-/// The same with a buffer of the stream, which nothing changes meanwhile.
+/// The same with a buffer of the stream. Nothing changes the buffer meanwhile.
 template <typename Body>
 GC_ERROR WithBuffer(const char *function, const void *stream, const void *handle, Body &&body) noexcept
 {
@@ -68,7 +69,7 @@ std::span<const uint8_t> Readable(const void *bytes, const size_t *size)
     return CheckedBytes(static_cast<const uint8_t *>(bytes), size);
 }
 
-/// Calls `access` for each entry; `*count` tells how many succeeded.
+/// Calls `access` for each entry; afterwards `*count` is the number of calls that succeeded.
 template <typename Access>
 void ForEachEntry(PORT_REGISTER_STACK_ENTRY *entries, size_t *count, Access &&access)
 {
@@ -85,7 +86,7 @@ void ForEachEntry(PORT_REGISTER_STACK_ENTRY *entries, size_t *count, Access &&ac
     }
 }
 
-/// Answers each query on its own; the first failure is the result of the whole.
+/// Answers each query by itself; the first failure is the result of the call.
 template <typename Query, typename Answer>
 void AnswerStacked(const char *function, Query *queries, size_t count, Answer &&answer)
 {
@@ -149,7 +150,7 @@ GC_ERROR GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, s
 
 GC_ERROR GCGetLastError(GC_ERROR *piErrorCode, char *sErrText, size_t *piSize)
 {
-    // Its own failure must not replace what the caller wants to read.
+    // A failure of this function must not replace the error that the caller asks for.
     const LastError last = LastError::OfThisThread();
     const GC_ERROR result = Call("GCGetLastError",
                                  [&]

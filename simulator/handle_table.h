@@ -10,7 +10,7 @@
 namespace GenTL::simulator
 {
 
-/// Anything that a consumer has a handle of.
+/// Base of everything that a consumer gets a handle of.
 class Object
 {
 public:
@@ -27,8 +27,8 @@ private:
     void *m_handle = nullptr;
 };
 
-/// From handles to objects. A handle is a number that is never used again, so one that was closed is known
-/// for what it is. Any thread may call.
+/// Finds objects by their handles. A handle is a number that is never reused, so a closed handle is always
+/// recognised. Any thread may call.
 class HandleTable
 {
 public:
@@ -52,7 +52,7 @@ public:
         }
     }
 
-    /// @throws Error GC_ERR_INVALID_HANDLE: no object, or one of another kind, has this handle.
+    /// @throws Error GC_ERR_INVALID_HANDLE: no object of this kind has the handle.
     template <typename T>
     std::shared_ptr<T> Find(const void *handle) const
     {

@@ -7,7 +7,7 @@
 namespace GenTL::simulator
 {
 
-/// The answer to an info query: its type and its bytes, a text with its terminator.
+/// The answer to an info query: its type and its bytes; a text includes its terminator.
 struct Info
 {
     INFO_DATATYPE type;
@@ -28,10 +28,10 @@ struct Info
 /// @throws Error GC_ERR_BUFFER_TOO_SMALL: the answer does not fit into `*size` bytes.
 void WriteInfo(const Info &info, INFO_DATATYPE *type, void *buffer, size_t *size);
 
-/// The same for the functions that give a text and no type.
+/// The same for the functions that return a text without a type.
 void WriteText(const std::string &text, char *buffer, size_t *size);
 
-/// Ends a query whose command is unknown.
+/// @throws Error GC_ERR_NOT_IMPLEMENTED, always: for a query whose command is unknown.
 [[noreturn]] void UnknownCommand(int32_t command);
 
 } // namespace GenTL::simulator

@@ -5,7 +5,7 @@
 namespace GenTL::simulator
 {
 
-/// Where this library was loaded from.
+/// The file that this library was loaded from; empty when the loader does not know it.
 std::filesystem::path OwnPath();
 
 } // namespace GenTL::simulator

@@ -47,17 +47,6 @@ std::vector<std::string> MosaicFormats(const std::vector<std::string> &endings)
     return names;
 }
 
-template <typename T>
-std::vector<T> Joined(std::initializer_list<std::vector<T>> lists)
-{
-    std::vector<T> all;
-    for (const auto &list : lists)
-    {
-        all.insert(all.end(), list.begin(), list.end());
-    }
-    return all;
-}
-
 std::vector<Chunk> StandardChunks()
 {
     using enum FeatureKind;

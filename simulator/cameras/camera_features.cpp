@@ -105,15 +105,11 @@ std::vector<Feature> DeviceFeatures(const CameraModel &model)
 
 std::vector<Feature> GeometryFeatures(const Sensor &sensor, Decimation decimation)
 {
-    auto features = RegionFeatures(sensor);
     const std::string pixel = decimation == Decimation::SendsFirstPixel ? "the first" : "the middle";
-    for (auto &list :
-         {Reduction("Binning", "Sensor pixels that are averaged into one image pixel in this direction."),
-          Reduction("Decimation", "Of so many pixels in this direction only " + pixel + " is sent.")})
-    {
-        features.insert(features.end(), list.begin(), list.end());
-    }
-    return features;
+    return Joined(
+        {RegionFeatures(sensor),
+         Reduction("Binning", "Sensor pixels that are averaged into one image pixel in this direction."),
+         Reduction("Decimation", "Of so many pixels in this direction only " + pixel + " is sent.")});
 }
 
 std::vector<Feature> FlipFeatures()
@@ -207,8 +203,7 @@ std::vector<Feature> TransportFeatures()
             .Volatile()
             .Unit("B")
             .Visibility("Expert"),
-        Integer(category, "TLParamsLocked",
-                "Not 0 while a consumer streams: the image layout is frozen.")
+        Integer(category, "TLParamsLocked", "Not 0 while a consumer streams: the image layout is frozen.")
             .Range(0, 1)
             .Visibility("Invisible"),
         Integer("", "ParametersLocked", "1 while the image layout is frozen.")

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 
 namespace GenTL::simulator
 {
@@ -116,10 +115,7 @@ std::vector<Feature> Scan3dFeatures(const std::vector<UserSet> &sets)
         leastScale = std::min(leastScale, set.scan.scale);
         largestScale = std::max(largestScale, InFormat(set.scan, FindPixelFormat("Coord3D_C8")).scale);
     }
-    auto features = ModeFeatures();
-    std::ranges::move(ValueFeatures(leastScale, largestScale), std::back_inserter(features));
-    std::ranges::move(InvalidFeatures(), std::back_inserter(features));
-    return features;
+    return Joined({ModeFeatures(), ValueFeatures(leastScale, largestScale), InvalidFeatures()});
 }
 
 std::vector<Feature> UserSetFeatures(const std::vector<UserSet> &sets)

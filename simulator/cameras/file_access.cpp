@@ -23,6 +23,8 @@ constexpr int64_t longestTransfer = 32;
 std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files)
 {
     const char *const category = "FileAccessControl";
+    const auto bytes = [&](const char *name, const char *toolTip)
+    { return Integer(category, name, toolTip).ReadOnly().Volatile().Unit("B").Visibility("Guru"); };
     return {
         Enumeration(category, "FileSelector", "File that the features below are about.", EntriesOf(files))
             .Visibility("Guru"),
@@ -49,16 +51,8 @@ std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files)
             .ReadOnly()
             .Volatile()
             .Visibility("Guru"),
-        Integer(category, "FileOperationResult", "Bytes that the last operation read.")
-            .ReadOnly()
-            .Volatile()
-            .Unit("B")
-            .Visibility("Guru"),
-        Integer(category, "FileSize", "Bytes of the file.")
-            .ReadOnly()
-            .Volatile()
-            .Unit("B")
-            .Visibility("Guru"),
+        bytes("FileOperationResult", "Bytes that the last operation read."),
+        bytes("FileSize", "Bytes of the file."),
     };
 }
 

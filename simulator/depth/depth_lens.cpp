@@ -1,6 +1,6 @@
 #include "simulator/depth/depth_lens.h"
 
-#include "simulator/frames/frame_check.h"
+#include "simulator/checksum.h"
 
 #include <bit>
 #include <cmath>

@@ -27,10 +27,10 @@ struct Lens
     float fx, fy, cx, cy;
     float k1, k2, p1, p2, k3, k4, k5, k6;
 
-    /// The direction that a place of the sensor looks to; pixels, which may be fractions.
+    /// The direction in which a place of the sensor looks. `column` and `row` in pixels, with fractions.
     Ray DirectionOf(double column, double row) const;
 
-    /// The file LensCalibrationData, see docs/simulator.md.
+    /// The content of the file LensCalibrationData: docs/simulator.md gives its layout.
     std::vector<uint8_t> File() const;
 };
 

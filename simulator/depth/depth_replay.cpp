@@ -64,7 +64,7 @@ public:
     }
 
 private:
-    /// The pixel nearest to the middle of those that a pixel of the image stands for.
+    /// Depth in the middle of the sensor pixels that a pixel of the image covers; the upper left of two.
     uint16_t DepthAt(const DepthPictures::Picture &picture, uint32_t column, uint32_t row) const
     {
         const auto &s = m_settings;
@@ -73,7 +73,7 @@ private:
         return picture.depth[y * s.sensorWidth + x];
     }
 
-    /// The mean of the binned pixels in the middle of those.
+    /// Mean light of the binned pixels in the middle of the same sensor pixels.
     double LightAt(const DepthPictures::Picture &picture, uint32_t column, uint32_t row) const
     {
         const auto &s = m_settings;

@@ -10,7 +10,7 @@
 namespace GenTL::simulator
 {
 
-/// Depth pictures to replay, and the lens they were made with.
+/// Depth pictures to replay, and the lens that took them.
 struct DepthReplay
 {
     std::filesystem::path folder;
@@ -18,33 +18,35 @@ struct DepthReplay
     double scale; ///< mm of a step of the pictures
 };
 
-/// What the environment asks for: QVR_SIM_DEPTH=folder. None when it is not set.
+/// The replay that QVR_SIM_DEPTH=folder asks for; none when the variable is not set. `defaultScale` holds
+/// where the calibration file gives no scale.
 ///
-/// @throws Error GC_ERR_IO: the folder has not exactly one calibration file, or one that says no lens.
+/// @throws Error GC_ERR_IO: the folder does not contain exactly one calibration file, or the file does not
+/// describe a lens.
 /// @throws Error GC_ERR_NOT_AVAILABLE: the library that reads images cannot be loaded.
 std::optional<DepthReplay> FindDepthReplay(double defaultScale);
 
-/// The pictures of a folder. Read before they are made known, then read by one thread.
+/// The pictures of a folder. Shared by the sources of a stream and used on its acquisition thread.
 class DepthPictures
 {
 public:
     static constexpr size_t keptBytes = size_t{1} << 30;
 
-    /// What a frame shows, row by row; of light and depth the same number of pixels.
+    /// What a frame shows, row by row. Light and depth have the same number of pixels.
     struct Picture
     {
         std::vector<uint16_t> depth; ///< in steps of the replay's scale, 0 without depth
         std::vector<uint16_t> light; ///< up to `white`; black when there is no file of it
     };
 
-    /// Reads them all, to refuse what cannot be replayed before there is a frame.
+    /// Reads all pictures up front, so that a bad one fails the start and not a frame.
     ///
-    /// @throws Error GC_ERR_IO: there are none, or one that cannot be read or does not have the lens's size.
+    /// @throws Error GC_ERR_IO: there is no picture, or one cannot be read or differs in size from the lens.
     explicit DepthPictures(const DepthReplay &replay);
 
     const DepthReplay &Replay() const { return m_replay; }
 
-    /// The picture of frame `number`. Stays as it is until the next call.
+    /// The picture of frame `number`, from 1. The reference is valid until the next call.
     const Picture &At(uint64_t number);
 
 private:
@@ -61,11 +63,11 @@ private:
     ImageLibrary m_library;
     std::vector<Files> m_files;
     std::vector<Picture> m_kept; ///< the first pictures
-    Picture m_other;             ///< the last one of the others that was asked for
+    Picture m_other;             ///< the picture beyond those that was read last
     size_t m_otherIndex;
 };
 
-/// A function that makes sources of these pictures, which share them. Fails as DepthPictures does.
+/// Makes sources of these pictures; the sources share them. Throws as DepthPictures does.
 MakeFrameSource DepthReplaySources(const DepthReplay &replay);
 
 } // namespace GenTL::simulator

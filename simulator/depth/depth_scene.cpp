@@ -14,8 +14,8 @@ namespace
 constexpr double planeDepth = 1500.0;
 constexpr double planeX = 0.25;
 constexpr double planeY = 0.10;
-constexpr double gridPitch = 100.0; // lines where x or y is a multiple of it
-constexpr double gridLine = 8.0;    // their width
+constexpr double gridPitch = 100.0; // distance of the lines
+constexpr double gridLine = 8.0;    // width of a line
 constexpr double bandTop = 330.0;   // y
 constexpr double bandBottom = 400.0;
 
@@ -30,7 +30,7 @@ constexpr double plateTop = -150.0;
 constexpr double plateBottom = 100.0;
 constexpr double plateDepth = 1000.0;
 
-/// Part of the light that comes back from a surface of this normal.
+/// Share of the light that a surface with this normal reflects: the cosine of the angle to the ray.
 double Facing(const Ray &ray, double nx, double ny, double nz)
 {
     const double dot = std::abs(ray.x * nx + ray.y * ny + nz);
@@ -77,7 +77,7 @@ DepthPoint SceneAt(const Ray &ray)
     {
         return Surface(plateDepth, 0.5, Facing(ray, 0.0, 0.0, -1.0));
     }
-    // The nearer of the two places where the ray meets the sphere.
+    // The ray meets the sphere in two places; the nearer one is seen.
     const double a = ray.x * ray.x + ray.y * ray.y + 1;
     const double b = ray.x * sphereX + ray.y * sphereY + sphereZ;
     const double c = sphereX * sphereX + sphereY * sphereY + sphereZ * sphereZ - sphereRadius * sphereRadius;

@@ -5,11 +5,11 @@
 namespace GenTL::simulator
 {
 
-/// What a depth camera sees in one direction.
+/// What the depth camera sees in one direction.
 struct DepthPoint
 {
     double depth;      ///< mm along the camera's axis
-    bool isValid;      ///< the surface sends light back
+    bool isValid;      ///< the surface reflects light
     double light;      ///< 0 to `white`
     double confidence; ///< 0 to 1
 };
@@ -17,8 +17,8 @@ struct DepthPoint
 /// The lens of the depth camera.
 const Lens &DepthLens();
 
-/// The scene of the depth camera: a tilted plane with a grid of straight lines and a band that sends no light
-/// back, a sphere in front of it, and a plate that faces the camera. Its numbers are in docs/simulator.md.
+/// The scene of the depth camera: a tilted plane with a grid of straight lines and a band that reflects no
+/// light, a sphere in front of it, and a plate that faces the camera. docs/simulator.md gives the numbers.
 DepthPoint SceneAt(const Ray &ray);
 
 } // namespace GenTL::simulator

@@ -12,7 +12,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/// The middle of the sensor pixels that a pixel of the image stands for, binned or decimated.
+/// The middle of the sensor pixels that a binned or decimated pixel of the image covers.
 double SensorPlace(uint32_t pixel, uint32_t offset, uint32_t step)
 {
     return (static_cast<double>(offset) + pixel) * step + (step - 1) / 2.0;
@@ -24,7 +24,7 @@ Ray RayOf(const ImageSettings &s, uint32_t column, uint32_t row)
                                    SensorPlace(row, s.offsetY, s.stepY));
 }
 
-/// Light of a pixel of the image: the mean over places spread evenly over its area.
+/// Light of a pixel of the image: the mean of places spread evenly over its area.
 double LightOf(const ImageSettings &s, uint32_t column, uint32_t row)
 {
     constexpr int places = 2; // in each direction
@@ -39,7 +39,7 @@ double LightOf(const ImageSettings &s, uint32_t column, uint32_t row)
     return sum / (places * places);
 }
 
-/// The value that stands for a depth; of none, or one that cannot be shown, the invalid value.
+/// The value of a depth; the invalid value for no depth and for one outside the range.
 uint16_t RawOf(const ImageSettings &settings, double depth)
 {
     const auto &scan = settings.depth.scan;
@@ -81,7 +81,7 @@ void WriteLight(const ImageSettings &settings, uint64_t frame, std::span<const u
     {
         return;
     }
-    std::mt19937_64 random(~frame); // not the numbers of the depth
+    std::mt19937_64 random(~frame); // independent of the noise of the depth
     std::normal_distribution<double> noise(0.0, settings.depth.noise);
     const double highest = settings.format->MaximumSample();
     for (uint16_t &sample : samples)

@@ -7,10 +7,10 @@
 namespace GenTL::simulator
 {
 
-/// Stands for no depth where depths are mm.
+/// Marks a pixel without depth in a list of depths in mm.
 constexpr double noDepth = -1.0;
 
-/// Calls `use` with column and row of each pixel of the image, row by row.
+/// Calls `use` with the column and the row of each pixel of the image, row by row.
 template <typename Use>
 void ForEachPixel(const ImageSettings &s, Use use)
 {
@@ -23,15 +23,15 @@ void ForEachPixel(const ImageSettings &s, Use use)
     }
 }
 
-/// Makes the values of a range image from the depths of its pixels, with the noise of this frame.
+/// Makes the values of a range image from depths in mm, with the noise of this frame.
 void WriteRange(const ImageSettings &settings, uint64_t frame, std::span<const double> depths,
                 std::vector<uint16_t> &samples);
 
-/// Makes an intensity image of its pixels without noise, with the noise of this frame.
+/// Adds the noise of this frame to an intensity image.
 void WriteLight(const ImageSettings &settings, uint64_t frame, std::span<const uint16_t> light,
                 std::vector<uint16_t> &samples);
 
-/// The images of a depth camera: range, light and confidence of the scene of SceneAt through DepthLens.
+/// The images of the depth camera: range, light and confidence of its scene through its lens.
 class DepthSource : public FrameSource
 {
 public:
@@ -46,7 +46,7 @@ private:
     ImageSettings m_settings{};
     std::vector<double> m_depths;  ///< of a range image
     std::vector<uint16_t> m_still; ///< the image without noise
-    std::vector<uint16_t> m_noisy; ///< that of one frame, when there is noise
+    std::vector<uint16_t> m_noisy; ///< the image of one frame; used with noise only
 };
 
 } // namespace GenTL::simulator

@@ -5,6 +5,7 @@
 #include <pugixml.hpp>
 
 #include <string>
+#include <vector>
 
 namespace GenTL::simulator
 {
@@ -28,7 +29,7 @@ struct FormulaVariable
     std::string target;
 };
 
-/// What the nodes of the registers of one kind have in common.
+/// Where a register is, and what a consumer can do with it.
 struct RegisterPlace
 {
     uint64_t address;
@@ -40,7 +41,7 @@ struct RegisterPlace
 class DescriptionNodes
 {
 public:
-    /// `port` is the name of the module's port. The caller adds it at last.
+    /// `port` is the name of the module's port. The caller adds its node last.
     explicit DescriptionNodes(std::string port);
 
     pugi::xml_node Root() { return m_root; }
@@ -50,7 +51,7 @@ public:
     /// A node that consumers do not see.
     pugi::xml_node AddInvisible(const char *element, const std::string &name,
                                 NameSpace nameSpace = NameSpace::Custom);
-    /// Where the register is. `port` is empty for the port of the module.
+    /// Adds the place of a register to its node. `port` is empty for the port of the module.
     void AddPlace(pugi::xml_node node, const RegisterPlace &place, const std::string &port = {});
     void AddFormula(const char *element, const std::string &name,
                     const std::vector<FormulaVariable> &variables, const std::string &formula);

@@ -60,7 +60,7 @@ void AddCondition(DescriptionNodes &nodes, const EntryBit &bit, const std::strin
     }
 }
 
-/// The name of the node that reads the bit; `name` is that of its condition.
+/// The name of the node that reads the bit: `name`, or the register of a plain bit.
 std::string NodeOfBit(const FeatureLayout::Place &place, const EntryBit &bit, const std::string &name)
 {
     return bit.form == BitForm::Plain ? place.bitRegisters[bit.registerIndex].name : name;

@@ -2,6 +2,7 @@
 
 #include "simulator/features/register_space.h"
 
+#include <initializer_list>
 #include <optional>
 #include <set>
 #include <string>
@@ -88,7 +89,7 @@ struct Feature
     bool mixedConditions = false; ///< the description reads the bits of the entries in every form that exists
     bool vendorSpecific = false;  ///< not named by the SFNC
 
-    /// The value after opening; its type is that of the feature's kind.
+    /// The value after opening: a number, a float or a text by the kind of the feature.
     Feature &&Default(DefaultValue value) &&;
     Feature &&Range(int64_t low, Limit high, int64_t step = 1) &&;
     Feature &&FloatRange(double low, double high) &&;
@@ -139,6 +140,18 @@ std::vector<EnumEntry> EntriesOf(const Items &items)
         entries.push_back(item.entry);
     }
     return entries;
+}
+
+/// Several lists as one.
+template <typename T>
+std::vector<T> Joined(std::initializer_list<std::vector<T>> lists)
+{
+    std::vector<T> all;
+    for (const auto &list : lists)
+    {
+        all.insert(all.end(), list.begin(), list.end());
+    }
+    return all;
 }
 
 /// "AcquisitionFrameRate" as "Acquisition Frame Rate".

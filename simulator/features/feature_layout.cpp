@@ -18,7 +18,7 @@ uint64_t AlignUp(uint64_t address)
     return (address + 3) & ~uint64_t{3};
 }
 
-/// Whether an entry is implemented is a formula over a register, whether it is available a struct's entry.
+/// A formula reads the bit for "implemented", an entry of a StructReg the bit for "available".
 void AddBits(FeatureLayout::Place &place)
 {
     const auto &feature = place.feature;
@@ -33,14 +33,14 @@ void AddBits(FeatureLayout::Place &place)
     }
 }
 
-/// Each entry in another form, in registers of either byte order; up to 16 entries.
+/// Gives each entry another form, in registers of either byte order. For up to 16 entries.
 void AddMixedBits(FeatureLayout::Place &place)
 {
     struct Kind
     {
         BitForm form;
         bool bigEndian;
-        bool isShared; ///< with other entries, else a register of its own
+        bool isShared; ///< shares its register with other entries
     };
     constexpr Kind kinds[] = {{BitForm::ShortFormula, false, false},   {BitForm::Formula, false, true},
                               {BitForm::BracketedFormula, true, true}, {BitForm::StructEntry, false, true},

@@ -5,7 +5,7 @@
 namespace GenTL::simulator
 {
 
-/// How the description asks for a bit of a register.
+/// How the description reads a bit of a register.
 enum class BitForm
 {
     ShortFormula,     ///< "BITS & 1"
@@ -33,7 +33,7 @@ struct EntryBit
     unsigned bit;         ///< 0 is the lowest
 };
 
-/// A list of features with their place in a register space.
+/// A list of features with the addresses of their registers.
 struct FeatureLayout
 {
     struct Place

@@ -26,7 +26,7 @@ public:
     /// `action` runs after a consumer's write of any feature, behind the action of that feature.
     void AfterAnyWrite(std::function<void()> action);
 
-    // The errors are those of RegisterSpace and of CheckWrite.
+    // These throw as RegisterSpace and CheckWrite do.
     void Read(uint64_t address, std::span<uint8_t> out);
     void Write(uint64_t address, std::span<const uint8_t> in);
 

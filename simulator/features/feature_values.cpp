@@ -34,6 +34,25 @@ void StoreEntryBits(FeatureNode &node)
     }
 }
 
+std::vector<uint8_t> BytesOf(const FeatureNode &node, const FeatureKey &key)
+{
+    if (!key.selected)
+    {
+        return node.value.bytes;
+    }
+    const auto found = node.value.bank.find(*key.selected);
+    return found == node.value.bank.end() ? DefaultBytes(node.place.feature) : found->second;
+}
+
+std::vector<uint8_t> &BytesOf(FeatureNode &node, const FeatureKey &key)
+{
+    if (!key.selected)
+    {
+        return node.value.bytes;
+    }
+    return node.value.bank.try_emplace(*key.selected, DefaultBytes(node.place.feature)).first->second;
+}
+
 } // namespace
 
 FeatureValues::FeatureValues(const FeatureLayout &layout)
@@ -56,68 +75,47 @@ std::unique_lock<std::recursive_mutex> FeatureValues::Lock() const
     return std::unique_lock(m_mutex);
 }
 
-std::vector<uint8_t> FeatureValues::BytesOf(const FeatureKey &key) const
-{
-    const auto &node = m_nodes.at(key.name);
-    if (!key.selected)
-    {
-        return node.value.bytes;
-    }
-    const auto found = node.value.bank.find(*key.selected);
-    return found == node.value.bank.end() ? DefaultBytes(node.place.feature) : found->second;
-}
-
-std::vector<uint8_t> &FeatureValues::BytesOf(const FeatureKey &key)
-{
-    auto &node = m_nodes.at(key.name);
-    if (!key.selected)
-    {
-        return node.value.bytes;
-    }
-    return node.value.bank.try_emplace(*key.selected, DefaultBytes(node.place.feature)).first->second;
-}
-
 int64_t FeatureValues::Integer(const FeatureKey &key) const
 {
     const auto lock = Lock();
-    const auto &source = m_nodes.at(key.name).source;
-    return source ? source() : DecodeInteger(BytesOf(key));
+    const auto &node = m_nodes.at(key.name);
+    return node.source ? node.source() : DecodeInteger(BytesOf(node, key));
 }
 
 double FeatureValues::Float(const FeatureKey &key) const
 {
     const auto lock = Lock();
-    return DecodeFloat(BytesOf(key));
+    return DecodeFloat(BytesOf(m_nodes.at(key.name), key));
 }
 
 std::string FeatureValues::Text(const FeatureKey &key) const
 {
     const auto lock = Lock();
-    return DecodeText(BytesOf(key));
+    return DecodeText(BytesOf(m_nodes.at(key.name), key));
 }
 
 void FeatureValues::SetInteger(const FeatureKey &key, int64_t value)
 {
     const auto lock = Lock();
-    EncodeInteger(BytesOf(key), value);
+    EncodeInteger(BytesOf(m_nodes.at(key.name), key), value);
 }
 
 void FeatureValues::SetFloat(const FeatureKey &key, double value)
 {
     const auto lock = Lock();
-    EncodeFloat(BytesOf(key), value);
+    EncodeFloat(BytesOf(m_nodes.at(key.name), key), value);
 }
 
 void FeatureValues::SetText(const FeatureKey &key, const std::string &value)
 {
     const auto lock = Lock();
-    EncodeText(BytesOf(key), value);
+    EncodeText(BytesOf(m_nodes.at(key.name), key), value);
 }
 
 void FeatureValues::SetBytes(const FeatureKey &key, std::span<const uint8_t> value)
 {
     const auto lock = Lock();
-    auto &bytes = BytesOf(key);
+    auto &bytes = BytesOf(m_nodes.at(key.name), key);
     std::ranges::fill(bytes, uint8_t{0});
     std::ranges::copy(value.first(std::min(value.size(), bytes.size())), bytes.begin());
 }

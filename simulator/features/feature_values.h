@@ -80,9 +80,6 @@ protected:
     Nodes &AllNodes() { return m_nodes; }
 
 private:
-    std::vector<uint8_t> BytesOf(const FeatureKey &key) const;
-    std::vector<uint8_t> &BytesOf(const FeatureKey &key);
-
     mutable std::recursive_mutex m_mutex;
     Nodes m_nodes;
 };

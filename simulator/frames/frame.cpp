@@ -1,5 +1,6 @@
 #include "simulator/frames/frame.h"
 
+#include "simulator/checksum.h"
 #include "simulator/frames/frame_check.h"
 #include "simulator/sources/pattern_source.h"
 
@@ -15,7 +16,7 @@ namespace
 
 constexpr size_t trailerSize = 8;
 
-/// The trailer behind each chunk has the byte order of GigE Vision: the highest byte first.
+/// The trailer behind each chunk is big-endian, as in GigE Vision.
 void PutBigEndian(uint8_t *out, uint32_t value)
 {
     for (int shift = 24; shift >= 0; shift -= 8)

@@ -10,7 +10,7 @@
 namespace GenTL::simulator
 {
 
-/// An image of a frame. Several follow each other without gaps.
+/// An image of a frame. The images of a frame follow each other without gaps.
 struct FramePart
 {
     ImageSettings image;
@@ -19,7 +19,7 @@ struct FramePart
     PARTDATATYPE_IDS Type() const;
 };
 
-/// What a camera sends for a frame, as its features say. Constant once made.
+/// What a camera sends as a frame, by its features at the time. Constant once made.
 struct FrameSettings
 {
     std::vector<FramePart> parts; ///< at least one
@@ -29,14 +29,14 @@ struct FrameSettings
     std::vector<Chunk> chunks; ///< in the order of the buffer; empty without chunk mode
     size_t payloadSize;
 
-    /// Of all parts together.
+    /// Bytes of all parts together.
     size_t ImageBytes() const { return parts.back().offset + parts.back().image.Bytes(); }
 };
 
-/// Bytes of the images as a chunk: GigE Vision keeps chunks at multiples of four bytes.
+/// Bytes of the images as a chunk: GigE Vision pads chunks to a multiple of four.
 size_t ImageChunkSize(const FrameSettings &settings);
 
-/// Bytes of a frame with its chunks.
+/// Bytes of a frame, its chunks included.
 size_t PayloadSize(const FrameSettings &settings);
 
 /// The camera's order to send one frame.
@@ -47,7 +47,7 @@ struct FrameOrder
     std::shared_ptr<const FrameSettings> settings;
 };
 
-/// What a buffer holds after it was filled.
+/// The content of a filled buffer.
 struct Frame
 {
     FrameOrder order;
@@ -56,14 +56,14 @@ struct Frame
     std::vector<SINGLE_CHUNK_DATA> chunks;
 };
 
-/// Makes the bytes of frames. Lives on the acquisition thread of a stream.
+/// Makes the bytes of frames. Used on the acquisition thread of a stream.
 class FrameWriter
 {
 public:
-    /// Makes a source of the camera's images for each part of a frame.
+    /// `makeSource` is called once for each part of a frame. @throws Error what it throws
     explicit FrameWriter(MakeFrameSource makeSource);
 
-    /// Fills the buffer; of a frame that does not fit it writes the beginning.
+    /// Fills the buffer. A frame that does not fit is cut off at the end of the buffer.
     Frame Write(const FrameOrder &order, std::span<uint8_t> buffer);
 
 private:
@@ -73,16 +73,16 @@ private:
     void AddSources();
     FrameSource &SourceFor(const ImageSettings &settings, size_t part);
 
-    /// Where the images of a part come from.
+    /// The sources of the images of one part.
     struct PartSources
     {
         std::unique_ptr<FrameSource> camera;
         std::unique_ptr<FrameSource> pattern;
-        std::unique_ptr<ImageSettings> prepared; ///< what the source in use was prepared for
+        std::unique_ptr<ImageSettings> prepared; ///< the settings that the source in use was prepared for
     };
 
     MakeFrameSource m_makeSource;
-    std::vector<PartSources> m_sources; ///< of as many parts as a frame had so far
+    std::vector<PartSources> m_sources; ///< as many as a frame has had parts so far
     std::vector<uint8_t> m_oversize;    ///< for frames that do not fit their buffer
 };
 

@@ -6,8 +6,8 @@
 namespace GenTL::simulator
 {
 
-/// What the feature FrameCheck puts into the first bytes of an image, over its pixels. All numbers in
-/// little-endian byte order.
+/// The header that the feature FrameCheck writes over the first pixels of an image. All numbers are
+/// little-endian.
 struct FrameCheckHeader
 {
     char magic[8];        ///< "QVRFRAME"
@@ -18,10 +18,7 @@ struct FrameCheckHeader
 };
 static_assert(sizeof(FrameCheckHeader) == 32);
 
-/// CRC-32 as of zlib, PNG and Ethernet.
-uint32_t Checksum(std::span<const uint8_t> bytes);
-
-/// Overwrites the beginning of the image. An image smaller than the header stays as it is.
+/// Writes the header into the image. An image smaller than the header stays as it is.
 void WriteFrameCheck(uint64_t frameNumber, std::span<uint8_t> image);
 
 } // namespace GenTL::simulator

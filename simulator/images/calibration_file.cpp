@@ -21,7 +21,7 @@ using Names = std::initializer_list<const char *>;
 
 constexpr int largestSide = 16384;
 
-/// Without the first line "%YAML:1.0" that OpenCV writes, which is no directive of YAML.
+/// Reads the file without the line "%YAML:1.0" that OpenCV writes first: it is no YAML directive.
 std::string ReadText(const char *path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -48,7 +48,7 @@ YAML::Node Parse(const std::string &text)
     throw std::runtime_error("is no YAML file");
 }
 
-/// An undefined node when there is none of these.
+/// The first of these that the file has; undefined when it has none.
 YAML::Node TryFind(const YAML::Node &file, Names names)
 {
     for (const char *const name : names)
@@ -71,7 +71,7 @@ YAML::Node Find(const YAML::Node &file, Names names)
     return node;
 }
 
-/// Nothing when the node is no finite number; what is in quotes is a text.
+/// None when the node is not a finite number; a quoted number is a text.
 std::optional<double> NumberOf(const YAML::Node &node)
 {
     if (!node.IsScalar() || node.Tag() == "!")
@@ -97,7 +97,7 @@ uint32_t ReadSide(const YAML::Node &file, Names names)
     return static_cast<uint32_t>(value);
 }
 
-/// The numbers of a matrix row by row, also of one that is not marked as OpenCV's.
+/// The numbers of a matrix, row by row. The matrix need not carry OpenCV's tag.
 std::vector<double> ReadMatrix(const YAML::Node &file, Names names)
 {
     const YAML::Node matrix = Find(file, names);

@@ -9,7 +9,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/// What a value of the result is made of: the values from `first` on, each by its weight.
+/// How a value of the result is made: the values from `first` on, each times its weight.
 struct Mix
 {
     size_t first;
@@ -37,7 +37,7 @@ Mix Between(double at, uint32_t length)
     return length == 1 ? Mix{0, {1.0F}} : Mix{static_cast<size_t>(first), {1.0F - part, part}};
 }
 
-/// Along one axis: `count` values around the centre of `length` ones scaled to `scaled`.
+/// Along one axis: scales `length` values to `scaled` values and keeps the middle `count`.
 std::vector<Mix> Mixes(uint32_t length, uint32_t scaled, uint32_t count)
 {
     const double step = static_cast<double>(length) / scaled;

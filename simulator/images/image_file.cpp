@@ -17,7 +17,7 @@ std::string SizeText(uint32_t width, uint32_t height)
     return fmt::format("{} x {}", width, height);
 }
 
-/// Full scale of the file's values to 65535.
+/// Spreads the values of the file to the range from 0 to 65535.
 void SpreadToSixteenBits(Picture &picture)
 {
     const uint32_t white = picture.white;

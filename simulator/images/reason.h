@@ -7,7 +7,7 @@
 namespace GenTL::simulator
 {
 
-/// Says why a function failed; a text that is too long is cut off.
+/// Stores why a function failed; a text that is too long is cut off.
 void WriteReason(const std::exception &error, QvrReason *reason);
 
 } // namespace GenTL::simulator

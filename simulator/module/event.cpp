@@ -28,7 +28,7 @@ std::deque<EventItem> Event::TakeAll()
 bool Event::WaitForItem(std::unique_lock<std::mutex> &lock, uint64_t timeout)
 {
     const auto ready = [this] { return m_closed || m_kills > 0 || !m_queue.empty(); };
-    // Longer waits would overflow the clock; they are as good as endless.
+    // A longer timeout would overflow the clock. A year counts as no limit.
     constexpr uint64_t endless = uint64_t{1000} * 3600 * 24 * 365;
     ++m_waiting;
     bool isReady = true;

@@ -12,7 +12,7 @@
 namespace GenTL::simulator
 {
 
-/// One event that fired.
+/// An event that fired and was not taken yet.
 struct EventItem
 {
     std::vector<uint8_t> data;
@@ -20,8 +20,8 @@ struct EventItem
     std::function<void(bool taken)> leaves;
 };
 
-/// A registered event and its queue. Made by the module that fires it, with the module's lock, so that the
-/// module can change its own state and the queue in one step. Any thread may call.
+/// A registered event and its queue. Made by the module that fires it. Module and event share a lock, so that
+/// the module can change its own state and the queue in one step. Any thread may call.
 class Event : public Object
 {
 public:
@@ -33,15 +33,16 @@ public:
 
     /// With the lock held.
     void Push(EventItem item);
-    /// With the lock held: takes all items out without a word to them.
+    /// Takes all items out, without calling `leaves`. With the lock held.
     std::deque<EventItem> TakeAll();
     /// With the lock held.
     size_t Pending() const { return m_queue.size(); }
 
-    /// Waits for an item for so many ms, GENTL_INFINITE for no limit. A null buffer asks for the size alone.
+    /// Waits for an item for `timeout` ms, GENTL_INFINITE for no limit, and copies its data. A null buffer
+    /// asks for the size alone.
     ///
-    /// @throws Error GC_ERR_TIMEOUT: nothing came.
-    /// @throws Error GC_ERR_ABORT: Kill, or the event was closed meanwhile.
+    /// @throws Error GC_ERR_TIMEOUT: no event fired in time.
+    /// @throws Error GC_ERR_ABORT: the wait was killed, or the event is closed.
     /// @throws Error GC_ERR_BUFFER_TOO_SMALL: the item stays in the queue.
     void GetData(void *buffer, size_t *size, uint64_t timeout);
 
@@ -52,7 +53,7 @@ public:
     /// Empties the queue.
     void Flush();
 
-    /// Ends one wait with GC_ERR_ABORT: one that goes on now or else the next.
+    /// Ends one wait with GC_ERR_ABORT: a present wait, or else the next one.
     void Kill();
 
     /// Ends all waits with GC_ERR_ABORT, now and later.
@@ -68,7 +69,7 @@ private:
     std::deque<EventItem> m_queue;
     uint64_t m_fired = 0;
     size_t m_waiting = 0;
-    size_t m_kills = 0; ///< not yet used up
+    size_t m_kills = 0; ///< that have ended no wait yet
     bool m_closed = false;
 };
 

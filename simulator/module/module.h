@@ -9,8 +9,8 @@
 namespace GenTL::simulator
 {
 
-/// A module of the producer: a port with registers and a description, events, and the modules that were
-/// opened on it. Closing a module closes those first. Any thread may call.
+/// A module of the producer: a port, its events, and the modules that were opened on it. Made by its parent,
+/// which adopts it; ends when it was closed and no call uses it any more. Any thread may call.
 class Module : public Object, public Port, public std::enable_shared_from_this<Module>
 {
 public:
@@ -18,21 +18,23 @@ public:
            const std::string &description, std::vector<EVENT_TYPE> events);
 
     /// @throws Error GC_ERR_NOT_IMPLEMENTED: the module has no such event.
-    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is registered.
+    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is registered already.
     void *RegisterEvent(EVENT_TYPE type);
     /// @throws Error GC_ERR_NOT_AVAILABLE: it is not registered.
     void UnregisterEvent(EVENT_TYPE type);
 
-    /// Gives the child its handle. GC_ERR_INVALID_HANDLE: this module was closed meanwhile.
+    /// Makes this module the parent of `child`, and returns the handle of the child.
+    /// @throws Error GC_ERR_INVALID_HANDLE: this module was closed meanwhile.
     void *Adopt(const std::shared_ptr<Module> &child);
     std::shared_ptr<Module> Parent() const { return m_parent.lock(); }
     bool IsClosed() const;
 
-    /// Closes what was opened on this module, then the module. Its handle is invalid then.
+    /// Closes the children, then this module. Its handle is invalid afterwards.
+    /// @throws Error GC_ERR_INVALID_HANDLE: it is closed already.
     void Close();
 
 protected:
-    /// The module's own part of Close, once.
+    /// What the kind of module does when it is closed. Called once.
     virtual void OnClose() {}
     virtual std::shared_ptr<Event> MakeEvent(EVENT_TYPE type);
 

@@ -32,7 +32,7 @@ public:
     Port &operator=(const Port &) = delete;
     virtual ~Port() = default;
 
-    // The errors are those of FeatureSet.
+    // These throw as FeatureSet does.
     void Read(uint64_t address, std::span<uint8_t> out);
     /// @throws Error GC_ERR_ACCESS_DENIED: the module was opened for reading only.
     void Write(uint64_t address, std::span<const uint8_t> in);

@@ -8,7 +8,8 @@ namespace GenTL::simulator
 namespace
 {
 
-/// Groups of samples: the upper eight bits of each in bytes, then the remaining low bits in one byte.
+/// Packs groups of samples: a byte with the upper eight bits of each sample, then one byte with the low bits
+/// of all.
 template <unsigned LowBits>
 void PackGroups(std::span<const uint16_t> samples, uint8_t *out)
 {

@@ -38,15 +38,15 @@ void PackBits(std::span<const uint16_t> samples, uint8_t *out)
 }
 
 /// Four samples of 10 bits in five bytes: the upper eight bits of each, then a byte of the lower two bits,
-/// those of the first sample lowest. A last group of fewer samples has fewer upper bytes.
+/// the bits of the first sample lowest. A last group of fewer samples has fewer upper bytes.
 void PackGroups40(std::span<const uint16_t> samples, uint8_t *out);
 
 /// Two samples of 12 bits in three bytes: the upper eight bits of each, then a byte of the lower four bits,
-/// those of the first sample lowest. A last group of one sample takes two bytes.
+/// the bits of the first sample lowest. A last group of one sample takes two bytes.
 void PackGroups24(std::span<const uint16_t> samples, uint8_t *out);
 
-///  Three samples of up to 10 bits in a word of four bytes, the first in the lowest bits; the upper two are
-///  0.
+/// Three samples of up to 10 bits in a word of four bytes, the first in the lowest bits; the upper two bits
+/// are 0.
 void PackWords(std::span<const uint16_t> samples, uint8_t *out);
 
 } // namespace GenTL::simulator

@@ -25,19 +25,20 @@ struct PixelFormat
     int64_t code;
     unsigned sampleBits; ///< significant bits of a sample
     unsigned pixelBits;  ///< bits that a pixel takes in the image
-    unsigned components; ///< samples of a pixel, which follow each other
+    unsigned components; ///< samples of a pixel; they follow each other
     void (*pack)(std::span<const uint16_t> samples, uint8_t *out);
-    /// Of the components; of one component: of the pixels of each block of 2 x 2, line by line.
+    /// Colour of each component. With one component: colour of each pixel in a block of 2 x 2, line by line.
     std::array<Colour, 4> colours;
-    /// Parts of the light that the pixels of each block of 2 x 2 get: the sub-images differ in it.
+    /// Share of the light that each pixel in a block of 2 x 2 gets, line by line: the sub-images differ in
+    /// it.
     std::array<double, 4> exposures;
 
     uint16_t MaximumSample() const { return static_cast<uint16_t>((1U << sampleBits) - 1); }
 
-    /// Bytes of so many pixels, the last byte filled up.
+    /// Size of the pixels in bytes; the last byte is padded.
     size_t SizeOf(size_t pixels) const { return (pixels * pixelBits + 7) / 8; }
 
-    /// What a sample of the pixel in this place measures.
+    /// The colour that a sample of the pixel in this place measures.
     Colour ColourAt(uint32_t column, uint32_t row, unsigned component) const
     {
         return colours[components == 1 ? row % 2 * 2 + column % 2 : component];
@@ -53,13 +54,13 @@ struct PixelFormat
     }
 };
 
-/// So many pixels end on a byte, and on a group, in every format.
+/// This many pixels end on a byte and on a group in every format.
 constexpr uint32_t pixelsPerGroup = 8;
 
-/// Throws std::logic_error for a code that is not in the list.
+/// @throws std::logic_error no format has this code
 const PixelFormat &FindPixelFormat(int64_t code);
 
-/// Throws std::logic_error for a name that is not in the list.
+/// @throws std::logic_error no format has this name
 const PixelFormat &FindPixelFormat(std::string_view name);
 
 /// The same format with another mosaic: "GR" makes BayerGR8 of BayerRG8.

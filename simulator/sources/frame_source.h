@@ -10,7 +10,7 @@
 namespace GenTL::simulator
 {
 
-/// The light of a scene goes from 0 to this.
+/// The brightest light of a scene; the darkest is 0.
 constexpr uint32_t white = 65535;
 
 /// What the pixels of an image measure.
@@ -21,14 +21,14 @@ enum class Quantity
     Confidence
 };
 
-/// How a depth camera writes depth: depth in mm = value * scale + offset.
+/// How a depth camera encodes depth: depth in mm = value * scale + offset.
 struct Scan3dValues
 {
     double scale;
     double offset;       ///< mm
-    double axisMin;      ///< the least valid value
+    double axisMin;      ///< the smallest valid value
     double axisMax;      ///< the largest
-    double invalidValue; ///< stands for no depth
+    double invalidValue; ///< of pixels without depth
 
     bool operator==(const Scan3dValues &) const = default;
 };
@@ -42,12 +42,12 @@ struct DepthSettings
     bool operator==(const DepthSettings &) const = default;
 };
 
-/// All that decides what an image looks like. Lengths in pixels.
+/// Everything that the content of an image depends on. Lengths in pixels.
 struct ImageSettings
 {
     uint32_t sensorWidth;
     uint32_t sensorHeight;
-    uint32_t width; ///< of the image; this and the offsets count binned and decimated pixels
+    uint32_t width; ///< of the image; sizes and offsets count binned and decimated pixels
     uint32_t height;
     uint32_t offsetX;
     uint32_t offsetY;
@@ -64,7 +64,7 @@ struct ImageSettings
 
     bool operator==(const ImageSettings &) const = default;
 
-    /// The sample that light from 0 to `white` gives in a place of the image, rounded to the nearest.
+    /// The sample that light from 0 to `white` yields in a place of the image, rounded to the nearest.
     uint16_t SampleOf(double light, uint32_t column, uint32_t row) const
     {
         const double maximum = format->MaximumSample();
@@ -77,16 +77,17 @@ struct ImageSettings
     size_t Bytes() const { return format->SizeOf(Pixels()); }
 };
 
-/// Where a camera's images come from. Made by the stream and used on its acquisition thread alone.
+/// Makes the images of a camera, or of a part of its frames. Made by the stream and used on its acquisition
+/// thread alone.
 class FrameSource
 {
 public:
     virtual ~FrameSource() = default;
 
-    /// Called before the first image and whenever the settings changed; may take its time.
+    /// Called before the first image and whenever the settings changed. May be slow.
     virtual void Prepare(const ImageSettings &settings) = 0;
 
-    /// Writes the image of frame `number` (from 1) into `image`, which has the bytes of the settings.
+    /// Writes the image of frame `number` (from 1) into `image`, whose size follows from the settings.
     virtual void Render(uint64_t number, std::span<uint8_t> image) = 0;
 };
 

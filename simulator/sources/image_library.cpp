@@ -14,7 +14,8 @@ namespace GenTL::simulator
 namespace
 {
 
-/// Beside this library's own file, or, of an installed copy of it, in the simulator's folder.
+/// Beside this library's own file. A copy of this library alone, as an installation has it, finds it in the
+/// folder of the simulator.
 std::filesystem::path LibraryPath()
 {
     constexpr const char *name = "qvr_sim_images.so";
@@ -28,7 +29,7 @@ std::filesystem::path LibraryPath()
 ImageLibrary LoadImageLibrary()
 {
     const std::filesystem::path path = LibraryPath();
-    // Its functions are called after this one has returned: it stays loaded.
+    // The functions are called after this one has returned, so the library stays loaded.
     void *const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     if (library == nullptr)
     {

@@ -8,7 +8,7 @@
 namespace GenTL::simulator
 {
 
-/// The functions of the library that reads images.
+/// The functions of the library that reads image files.
 struct ImageLibrary
 {
     decltype(&qvrReadGreyImage) readGreyImage;
@@ -19,10 +19,10 @@ struct ImageLibrary
 /// @throws Error GC_ERR_NOT_AVAILABLE: the library cannot be loaded.
 ImageLibrary LoadImageLibrary();
 
-/// The files of a folder that are images by their names, sorted; none of a folder that cannot be read.
+/// The image files of a folder by their extensions, sorted; empty when the folder cannot be read.
 std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder);
 
-/// The end of a file's name from its last point, in small letters.
+/// The extension of a file with its dot, in lower case.
 std::string ExtensionOf(const std::filesystem::path &file);
 
 } // namespace GenTL::simulator

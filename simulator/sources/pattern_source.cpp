@@ -105,7 +105,7 @@ void PatternSource::Render(uint64_t number, std::span<uint8_t> image)
 
 void PatternSource::Draw(uint64_t number, std::span<uint8_t> image) const
 {
-    // Bands of so many rows begin on a byte in every format.
+    // A band of this many rows begins on a byte in every format.
     constexpr uint32_t bandRows = pixelsPerGroup;
     const auto &s = m_settings;
     const bool alongRow = Find(s.testPattern).alongRow;
@@ -118,7 +118,7 @@ void PatternSource::Draw(uint64_t number, std::span<uint8_t> image) const
         if (alongRow && first > 0 && rows == bandRows)
         {
             std::memcpy(image.data() + offset, image.data(),
-                        s.format->SizeOf(size_t{bandRows} * s.width)); // as the first
+                        s.format->SizeOf(size_t{bandRows} * s.width)); // the same as the first band
             continue;
         }
         for (uint32_t row = 0; row < rows; ++row)

@@ -6,10 +6,10 @@
 namespace GenTL::simulator
 {
 
-/// The entries of the feature TestPattern, the first one for no pattern.
+/// The entries of the feature TestPattern. The first one means no pattern.
 std::vector<EnumEntry> TestPatterns();
 
-/// The test patterns of the SFNC. They fill the image, not the sensor, and no setting makes them brighter.
+/// The test patterns of the SFNC. They fill the image, not the sensor, and ignore exposure and gain.
 class PatternSource : public FrameSource
 {
 public:

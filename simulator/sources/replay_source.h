@@ -8,11 +8,10 @@
 namespace GenTL::simulator
 {
 
-/// The image files of a folder in the order of their names, again and again: PNG, JPEG, TIFF, PGM and what
-/// else the decoder knows. An image is scaled to cover the sensor, cut to the region, and exposure and gain
-/// act on it. A file that is no image is shown as black.
+/// Loops over the image files of a folder, sorted by name. An image is scaled to cover the sensor and cut to
+/// the region; exposure and gain act on it. A file that cannot be read is shown as black.
 ///
-/// Each image is read once for each change of settings and then kept, as far as `keptBytes` allows.
+/// Each image is read once after a change of settings and then kept, up to `keptBytes` in all.
 class ReplaySource : public FrameSource
 {
 public:
@@ -33,10 +32,11 @@ private:
     ReadImage m_readImage;
     std::vector<std::filesystem::path> m_files;
     ImageSettings m_settings{};
-    std::vector<std::vector<uint8_t>> m_kept; ///< an image in the pixel format for each file, or nothing
+    std::vector<std::vector<uint8_t>>
+        m_kept; ///< each file's image in the pixel format; empty when it is not kept
 };
 
-/// The source that the environment asks for: QVR_SIM_IMAGES=folder. None when it is not set.
+/// The source that QVR_SIM_IMAGES=folder asks for; null when the variable is not set.
 std::unique_ptr<FrameSource> MakeReplaySource();
 
 } // namespace GenTL::simulator

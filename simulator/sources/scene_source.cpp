@@ -45,19 +45,19 @@ bool GlyphHas(const Glyph &glyph, uint32_t x, uint32_t y)
     return ((glyph[y] >> (glyphWidth - 1 - x)) & 1) != 0;
 }
 
-/// Pixels of a glyph's dot, so that the number takes a good third of the image's width.
+/// Pixels of a dot of a glyph: the number takes a good third of the image's width.
 uint32_t NumberScale(const ImageSettings &settings)
 {
     return std::clamp(settings.width / 128, 1U, 12U);
 }
 
-/// Which part of the disc's light has a colour: orange.
+/// The share of each colour in the light of the disc, which is orange.
 double DiscColour(Colour colour)
 {
     return colour == Colour::Blue ? 0.125 : colour == Colour::Green ? 0.5 : 1.0;
 }
 
-/// The chart's layout for one sensor, and its light at a place.
+/// The chart for one size of sensor.
 class Chart
 {
 public:
@@ -87,7 +87,7 @@ private:
         return x < thickness || y < thickness || x >= m_width - thickness || y >= m_height - thickness;
     }
 
-    /// Seven bars from left to right in the upper half: white, yellow, cyan, green, magenta, red, blue.
+    /// The seven bars of the upper half, from left to right: white, yellow, cyan, green, magenta, red, blue.
     bool HasBarColour(uint32_t x, Colour colour) const
     {
         constexpr uint32_t bars = 7;
@@ -114,7 +114,7 @@ private:
         return std::abs(distance - outer) < 2.0 || std::abs(distance - outer / 2) < 2.0;
     }
 
-    /// F upper left (it has no symmetry), A upper right, B lower left, R lower right.
+    /// The letters in the corners: F upper left, A upper right, B lower left, R lower right.
     bool InCornerLetter(uint32_t x, uint32_t y) const
     {
         const uint32_t margin = 4 * m_unit;
@@ -132,8 +132,8 @@ private:
         return GlyphHas(glyph, (x - originX) / m_unit, (y - originY) / m_unit);
     }
 
-    /// From left to right over the full range in the upper half; in the lower half in bands whose slope is
-    /// one step of 8, of 10 and of 12 bits for each pixel: a format with fewer bits shows stairs there.
+    /// Upper half: one ramp over the full range, from left to right. Lower half: bands that rise by one step
+    /// of 8, 10 and 12 bits per pixel; a format with fewer bits shows stairs there.
     Light Ramp(uint32_t x, uint32_t y) const
     {
         if (y < m_height / 2)
@@ -252,7 +252,7 @@ void SceneSource::DrawNumber(const std::string &digits, std::vector<uint16_t> &r
 
 void SceneSource::PatchRows(uint64_t number, uint32_t firstRow, uint32_t endRow, std::span<uint8_t> image)
 {
-    // A row can begin in the middle of a byte: bands of eight rows never do, whatever the width.
+    // A row can begin in the middle of a byte. A band of eight rows never does, whatever its width.
     firstRow -= firstRow % pixelsPerGroup;
     endRow = std::min<uint32_t>(m_settings.height,
                                 (endRow + pixelsPerGroup - 1) / pixelsPerGroup * pixelsPerGroup);

@@ -35,31 +35,39 @@ const std::string &BufferDescription()
     return description;
 }
 
-/// What parts have each of their own, so that a buffer of several has no answer.
-bool IsOfOneImage(BUFFER_INFO_CMD command)
+Info PfncNamespace()
+{
+    return Info::UInt64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
+}
+
+/// The answer to a command about an image, which each part of a buffer answers for itself. None for a command
+/// about the whole buffer.
+std::optional<Info> ImageInfo(const ImageSettings &image, BUFFER_INFO_CMD command)
 {
     switch (command)
     {
     case BUFFER_INFO_WIDTH:
+        return Info::Size(image.width);
     case BUFFER_INFO_HEIGHT:
     case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
+        return Info::Size(image.height);
     case BUFFER_INFO_XOFFSET:
+        return Info::Size(image.offsetX);
     case BUFFER_INFO_YOFFSET:
+        return Info::Size(image.offsetY);
     case BUFFER_INFO_XPADDING:
     case BUFFER_INFO_YPADDING:
     case BUFFER_INFO_IMAGEOFFSET:
+        return Info::Size(0);
     case BUFFER_INFO_PIXELFORMAT:
+        return Info::UInt64(static_cast<uint64_t>(image.format->code));
     case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
+        return PfncNamespace();
     case BUFFER_INFO_PIXEL_ENDIANNESS:
-        return true;
+        return Info::Int32(PIXELENDIANNESS_LITTLE);
     default:
-        return false;
+        return std::nullopt;
     }
-}
-
-Info PfncNamespace()
-{
-    return Info::UInt64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
 }
 
 } // namespace
@@ -122,41 +130,26 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
     }
     const auto &filled = RequireFrame();
     const auto &settings = *filled.order.settings;
-    const auto &image = settings.parts.front().image;
-    if (settings.parts.size() > 1 && IsOfOneImage(command))
+    const bool hasParts = settings.parts.size() > 1;
+    if (const auto info = ImageInfo(settings.parts.front().image, command))
     {
-        throw Error(GC_ERR_NOT_AVAILABLE, "Ask the parts of the buffer: each has its own");
+        if (hasParts)
+        {
+            throw Error(GC_ERR_NOT_AVAILABLE, "Ask the parts of the buffer: each has its own");
+        }
+        return *info;
     }
     switch (command)
     {
     case BUFFER_INFO_TIMESTAMP:
     case BUFFER_INFO_TIMESTAMP_NS:
         return Info::UInt64(filled.order.timestamp);
-    case BUFFER_INFO_WIDTH:
-        return Info::Size(image.width);
-    case BUFFER_INFO_HEIGHT:
-    case BUFFER_INFO_DELIVERED_IMAGEHEIGHT:
-        return Info::Size(image.height);
-    case BUFFER_INFO_XOFFSET:
-        return Info::Size(image.offsetX);
-    case BUFFER_INFO_YOFFSET:
-        return Info::Size(image.offsetY);
-    case BUFFER_INFO_XPADDING:
-    case BUFFER_INFO_YPADDING:
-    case BUFFER_INFO_IMAGEOFFSET:
-        return Info::Size(0);
     case BUFFER_INFO_FRAMEID:
         return Info::UInt64(filled.order.number);
     case BUFFER_INFO_IMAGEPRESENT:
         return Info::Bool(true);
     case BUFFER_INFO_PAYLOADTYPE:
-        return Info::Size(settings.parts.size() > 1 ? PAYLOAD_TYPE_MULTI_PART : PAYLOAD_TYPE_IMAGE);
-    case BUFFER_INFO_PIXELFORMAT:
-        return Info::UInt64(static_cast<uint64_t>(image.format->code));
-    case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
-        return PfncNamespace();
-    case BUFFER_INFO_PIXEL_ENDIANNESS:
-        return Info::Int32(PIXELENDIANNESS_LITTLE);
+        return Info::Size(hasParts ? PAYLOAD_TYPE_MULTI_PART : PAYLOAD_TYPE_IMAGE);
     case BUFFER_INFO_DATA_SIZE:
         return Info::Size(filled.filled);
     case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
@@ -164,7 +157,7 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
     case BUFFER_INFO_CHUNKLAYOUTID:
         return Info::UInt64(settings.chunks.size());
     default:
-        throw Error(GC_ERR_NOT_AVAILABLE, "No information of that kind in an image");
+        throw Error(GC_ERR_NOT_AVAILABLE, "An image has no such information");
     }
 }
 

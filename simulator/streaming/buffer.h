@@ -8,12 +8,12 @@
 namespace GenTL::simulator
 {
 
-/// An announced buffer: memory of the consumer's or of its own, and the description of the frame in it.
+/// An announced buffer: memory, of the consumer or its own, and the description of the frame in it.
 ///
 ///     Idle --queue--> Queued --fill--> Filling --done--> Output --EventGetData--> Idle
 ///
-/// and a flush leads from Queued and Output to any of Idle, Queued, Output. Owned by its stream, which
-/// guards all that is not constant with its own lock.
+/// A flush leads from Queued and Output to Idle, Queued or Output; Revoke leads from Idle to Revoked. Owned
+/// by its stream, whose lock guards everything that is not constant.
 class Buffer : public Module
 {
 public:
@@ -26,7 +26,7 @@ public:
         Revoked
     };
 
-    /// With a null `memory` the buffer has memory of its own.
+    /// With a null `memory` the buffer allocates its memory.
     Buffer(HandleTable &handles, const void *stream, void *memory, size_t size, void *userPointer);
 
     std::span<uint8_t> Memory() const { return {static_cast<uint8_t *>(m_base), m_size}; }
@@ -36,9 +36,9 @@ public:
     const void *Stream() const { return m_stream; }
 
     State state = State::Idle;
-    std::optional<Frame> frame; ///< what was filled in last; none after the buffer was queued
+    std::optional<Frame> frame; ///< the frame that filled it last; none after the buffer was queued
 
-    /// What a frame gave is GC_ERR_NOT_AVAILABLE without one.
+    /// @throws Error GC_ERR_NOT_AVAILABLE: the answer needs a frame, and there is none.
     Info GetInfo(BUFFER_INFO_CMD command) const;
     uint32_t NumParts() const
     {
@@ -47,8 +47,11 @@ public:
     /// @throws Error GC_ERR_INVALID_INDEX: no such part.
     Info GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const;
     /// The buffer is one segment.
+    /// @throws Error GC_ERR_INVALID_INDEX: `index` is not 0.
     Info GetSegmentInfo(uint32_t index, SEGMENT_INFO_CMD command) const;
-    /// @throws Error GC_ERR_NO_DATA: the buffer holds no chunks. A null `chunks` asks for the number alone.
+    /// A null `chunks` asks for the number alone.
+    /// @throws Error GC_ERR_NO_DATA: the buffer holds no chunks.
+    /// @throws Error GC_ERR_BUFFER_TOO_SMALL: there are more than `*count` chunks.
     void GetChunks(SINGLE_CHUNK_DATA *chunks, size_t *count) const;
 
 private:

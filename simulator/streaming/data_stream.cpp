@@ -38,6 +38,31 @@ const std::string &StreamDescription()
     return description;
 }
 
+/// What does not change while the stream is open.
+Info ConstantInfo(const CameraModel &camera, STREAM_INFO_CMD command)
+{
+    switch (command)
+    {
+    case STREAM_INFO_ID:
+        return Info::Text(DataStream::id);
+    case STREAM_INFO_DEFINES_PAYLOADSIZE:
+        return Info::Bool(false);
+    case STREAM_INFO_TLTYPE:
+        return Info::Text(transportType);
+    case STREAM_INFO_NUM_CHUNKS_MAX:
+        return Info::Size(camera.chunks.size());
+    case STREAM_INFO_BUF_ANNOUNCE_MIN:
+        return Info::Size(DataStream::minimumBuffers);
+    case STREAM_INFO_BUF_ALIGNMENT:
+        return Info::Size(1);
+    case STREAM_INFO_FLOW_TABLE:
+    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR:
+        throw Error(GC_ERR_NOT_AVAILABLE, "The stream has no flows");
+    default:
+        UnknownCommand(command);
+    }
+}
+
 } // namespace
 
 DataStream::DataStream(HandleTable &handles, std::shared_ptr<Camera> camera)
@@ -89,41 +114,24 @@ Info DataStream::GetInfo(STREAM_INFO_CMD command) const
         return Info::Size(m_camera->PayloadSize());
     }
     const std::lock_guard lock(*m_mutex);
-    const auto sizes = m_pool.Sizes();
-    const auto &counters = m_pool.Counters();
     switch (command)
     {
-    case STREAM_INFO_ID:
-        return Info::Text(id);
     case STREAM_INFO_NUM_DELIVERED:
-        return Info::UInt64(counters.delivered);
+        return Info::UInt64(m_pool.Counters().delivered);
     case STREAM_INFO_NUM_UNDERRUN:
-        return Info::UInt64(counters.dropped);
-    case STREAM_INFO_NUM_ANNOUNCED:
-        return Info::Size(sizes.announced);
-    case STREAM_INFO_NUM_QUEUED:
-        return Info::Size(sizes.input);
-    case STREAM_INFO_NUM_AWAIT_DELIVERY:
-        return Info::Size(sizes.output);
+        return Info::UInt64(m_pool.Counters().dropped);
     case STREAM_INFO_NUM_STARTED:
-        return Info::UInt64(counters.started);
+        return Info::UInt64(m_pool.Counters().started);
+    case STREAM_INFO_NUM_ANNOUNCED:
+        return Info::Size(m_pool.Sizes().announced);
+    case STREAM_INFO_NUM_QUEUED:
+        return Info::Size(m_pool.Sizes().input);
+    case STREAM_INFO_NUM_AWAIT_DELIVERY:
+        return Info::Size(m_pool.Sizes().output);
     case STREAM_INFO_IS_GRABBING:
         return Info::Bool(m_thread.IsGrabbing());
-    case STREAM_INFO_DEFINES_PAYLOADSIZE:
-        return Info::Bool(false);
-    case STREAM_INFO_TLTYPE:
-        return Info::Text(transportType);
-    case STREAM_INFO_NUM_CHUNKS_MAX:
-        return Info::Size(m_camera->Model().chunks.size());
-    case STREAM_INFO_BUF_ANNOUNCE_MIN:
-        return Info::Size(minimumBuffers);
-    case STREAM_INFO_BUF_ALIGNMENT:
-        return Info::Size(1);
-    case STREAM_INFO_FLOW_TABLE:
-    case STREAM_INFO_GENDC_PREFETCH_DESCRIPTOR:
-        throw Error(GC_ERR_NOT_AVAILABLE, "The stream has no flows");
     default:
-        UnknownCommand(command);
+        return ConstantInfo(m_camera->Model(), command);
     }
 }
 

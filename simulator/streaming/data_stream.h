@@ -9,8 +9,8 @@ namespace GenTL::simulator
 /// them. Made and owned by the device.
 ///
 /// Any thread may call. Locks, in the order in which they are taken: `m_control`, which serialises announce,
-/// start and stop; those of the module and of the camera; that of the new-buffer event, which is the stream's
-/// own and guards the buffers.
+/// start and stop; the locks of the module and of the camera; the lock of the new-buffer event, which the
+/// stream owns and which guards the buffers.
 class DataStream : public Module
 {
 public:
@@ -27,7 +27,7 @@ public:
     /// @throws Error GC_ERR_OUT_OF_MEMORY: the stream cannot allocate that much.
     /// @throws Error GC_ERR_RESOURCE_IN_USE: the memory is announced already.
     void *Announce(void *memory, size_t size, void *userPointer);
-    // The errors of these four are those of BufferPool, and of FindBuffer.
+    // These four throw as BufferPool and FindBuffer do.
     void Revoke(const void *buffer, void **memory, void **userPointer);
     void Queue(const void *buffer);
     void Flush(ACQ_QUEUE_TYPE operation);

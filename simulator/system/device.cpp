@@ -108,7 +108,7 @@ void *Device::OpenStream(const std::string &id)
 void Device::OnClose()
 {
     const std::lock_guard lock(m_openMutex);
-    // A thread of the consumer may still read a frame of a stream that ends with its device.
+    // Another thread of the consumer may still read a frame of the stream, which is closed with its device.
     m_unit.Retire(m_stream.lock());
 }
 

@@ -6,8 +6,8 @@
 namespace GenTL::simulator
 {
 
-/// An opened device. It brings its camera, the remote device, along, and opens the one stream of that.
-/// Made by the interface, which sees to it that there is one device for a camera.
+/// An opened device. It owns its camera, which is the remote device, and opens the camera's one stream. Made
+/// by the interface, which opens at most one device for a camera. Any thread may call.
 class Device : public Module
 {
 public:
@@ -20,7 +20,7 @@ public:
     void *CameraHandle();
 
     /// @throws Error GC_ERR_INVALID_ID: no stream of this id.
-    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open.
+    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
     /// @throws Error GC_ERR_ACCESS_DENIED: the device was opened for reading only.
     void *OpenStream(const std::string &id);
 
@@ -34,7 +34,7 @@ private:
     std::weak_ptr<DataStream> m_stream;
 };
 
-/// What is known of a camera; `open` is its device, or null.
+/// Answers a query about a camera. `open` is its device, or null while it is closed.
 Info DeviceInfo(const CameraUnit &unit, const Device *open, DEVICE_INFO_CMD command);
 
 } // namespace GenTL::simulator

@@ -84,7 +84,7 @@ Interface::Interface(HandleTable &handles, const InterfaceModel &model, std::vec
 
 bool Interface::UpdateList()
 {
-    // The features' lock comes first: an update by feature arrives with it.
+    // The lock of the features comes first: a write of the update command arrives with that lock held.
     const auto features = Features().Lock();
     const std::lock_guard lock(m_listMutex);
     if (m_listed)
@@ -126,7 +126,7 @@ std::string Interface::DeviceId(uint32_t index) const
     return m_cameras[index]->Model().Id();
 }
 
-// Known by their ids without an update of the list: consumers open a device that they know right away.
+// Finds a device without an update of the list: consumers open a known id right away.
 size_t Interface::IndexOf(const std::string &id) const
 {
     for (size_t i = 0; i < m_cameras.size(); ++i)

@@ -5,7 +5,7 @@
 namespace GenTL::simulator
 {
 
-/// An interface as data: a network adapter that does not exist.
+/// An interface, a network adapter that does not exist, as data.
 struct InterfaceModel
 {
     std::string id;
@@ -20,8 +20,8 @@ const std::vector<InterfaceModel> &InterfaceCatalog();
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command);
 
-/// An opened interface, with the cameras that are connected to it. The list is empty, and no device known,
-/// before its first update. Any thread may call.
+/// An opened interface with the cameras that are connected to it. Its list of devices is empty before the
+/// first update; a device is found by its id all the same. Any thread may call.
 class Interface : public Module
 {
 public:
@@ -29,17 +29,17 @@ public:
 
     Info GetInfo(INTERFACE_INFO_CMD command) const { return InterfaceInfo(m_model, command); }
 
-    /// True if the list changed.
+    /// Returns whether the list changed.
     bool UpdateList();
     uint32_t NumDevices() const;
     /// @throws Error GC_ERR_INVALID_INDEX: the list is shorter.
     std::string DeviceId(uint32_t index) const;
-    /// @throws Error GC_ERR_INVALID_ID: the list holds no such device.
+    /// @throws Error GC_ERR_INVALID_ID: no such camera is connected.
     Info GetDeviceInfo(const std::string &id, DEVICE_INFO_CMD command) const;
 
-    /// @throws Error GC_ERR_INVALID_ID: the list holds no such device.
-    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open.
-    /// @throws Error GC_ERR_INVALID_PARAMETER: `access` is no access to open with.
+    /// @throws Error GC_ERR_INVALID_ID: no such camera is connected.
+    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
+    /// @throws Error GC_ERR_INVALID_PARAMETER: `access` is unknown.
     void *OpenDevice(const std::string &id, DEVICE_ACCESS_FLAGS access);
 
 private:

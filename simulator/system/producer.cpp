@@ -10,7 +10,7 @@ namespace
 
 struct Instance
 {
-    // The catalogs are made first, so that they end last when the library is unloaded.
+    // The catalogues are made first, so that they outlive the producer when the library is unloaded.
     const std::vector<CameraModel> &cameras = CameraCatalog();
     const std::vector<InterfaceModel> &interfaces = InterfaceCatalog();
     std::mutex mutex;
@@ -48,7 +48,7 @@ void Producer::Shutdown()
     {
         throw Error(GC_ERR_NOT_INITIALIZED, "GCInitLib was not called");
     }
-    ended->CloseSystem(); // waits in other threads end
+    ended->CloseSystem(); // aborts the waits of other threads
 }
 
 std::shared_ptr<Producer> Producer::Get()
@@ -72,7 +72,7 @@ Producer::Producer()
 
 Producer::~Producer()
 {
-    CloseSystem(); // of a library that is unloaded without GCCloseLib
+    CloseSystem(); // when the library is unloaded without GCCloseLib
 }
 
 void *Producer::OpenSystem()

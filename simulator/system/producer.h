@@ -5,14 +5,15 @@
 namespace GenTL::simulator
 {
 
-/// The library between GCInitLib and GCCloseLib: the simulated cameras, and all handles. A call that is
-/// under way during GCCloseLib keeps it alive.
+/// The library between GCInitLib and GCCloseLib: the simulated cameras and all handles. Calls that run during
+/// GCCloseLib keep it alive. Any thread may call.
 class Producer
 {
 public:
     /// @throws Error GC_ERR_RESOURCE_IN_USE: it is initialised already.
     static void Initialize();
-    /// Closes all that is open. GC_ERR_NOT_INITIALIZED: it is not initialised.
+    /// Closes everything that is open.
+    /// @throws Error GC_ERR_NOT_INITIALIZED: it is not initialised.
     static void Shutdown();
     /// @throws Error GC_ERR_NOT_INITIALIZED: it is not initialised.
     static std::shared_ptr<Producer> Get();
@@ -26,7 +27,7 @@ public:
         return m_handles.Find<T>(handle);
     }
 
-    /// @throws Error GC_ERR_RESOURCE_IN_USE: the system is open.
+    /// @throws Error GC_ERR_RESOURCE_IN_USE: the system is open already.
     void *OpenSystem();
 
 private:

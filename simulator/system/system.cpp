@@ -17,16 +17,13 @@ std::string FileName()
     return OwnPath().filename();
 }
 
-std::vector<Feature> SystemFeatures()
+std::vector<Feature> InformationFeatures()
 {
-    const char *const information = "SystemInformation";
-    const char *const interfaces = "InterfaceEnumeration";
+    const char *const category = "SystemInformation";
     const auto text = [&](const char *name, const char *toolTip, size_t length, const std::string &value)
-    { return Text(information, name, toolTip, length).Default(value).ReadOnly(); };
+    { return Text(category, name, toolTip, length).Default(value).ReadOnly(); };
     const auto number = [&](const char *name, const char *toolTip, int64_t value)
-    { return Integer(information, name, toolTip).Default(value).ReadOnly().Visibility("Expert"); };
-    const auto ofInterface = [&](const char *name, const char *toolTip)
-    { return Integer(interfaces, name, toolTip).ReadOnly().SelectedBy("InterfaceSelector").Volatile(); };
+    { return Integer(category, name, toolTip).Default(value).ReadOnly().Visibility("Expert"); };
     return {
         text("TLID", "Identifier of the producer.", 64, systemId),
         text("TLVendorName", "Name of the producer's vendor.", 64, vendorName),
@@ -35,41 +32,45 @@ std::vector<Feature> SystemFeatures()
         text("TLFileName", "File of the producer.", 64, FileName()),
         text("TLDisplayName", "Name to show to a user.", 64, systemModel),
         text("TLPath", "Path of the producer's file.", 512, OwnPath().string()),
-        Enumeration(information, "TLType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
+        Enumeration(category, "TLType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
         number("GenTLVersionMajor", "Major version of GenTL.", 1),
         number("GenTLVersionMinor", "Minor version of GenTL.", 6),
         number("GenTLSFNCVersionMajor", "Major version of the naming convention.", 1),
         number("GenTLSFNCVersionMinor", "Minor version of the naming convention.", 1),
-        Command(interfaces, "InterfaceUpdateList", "Looks for interfaces."),
-        Integer(interfaces, "InterfaceCount", "Interfaces in the list.")
-            .ReadOnly()
-            .Volatile()
-            .VendorSpecific(),
-        Integer(interfaces, "InterfaceIndexMax", "Largest value of InterfaceSelector.")
+    };
+}
+
+std::vector<Feature> InterfaceListFeatures()
+{
+    const char *const category = "InterfaceEnumeration";
+    const auto selected = [](Feature feature)
+    { return std::move(feature).ReadOnly().SelectedBy("InterfaceSelector").Volatile(); };
+    const auto number = [&](const char *name, const char *toolTip)
+    { return selected(Integer(category, name, toolTip)); };
+    return {
+        Command(category, "InterfaceUpdateList", "Looks for interfaces."),
+        Integer(category, "InterfaceCount", "Interfaces in the list.").ReadOnly().Volatile().VendorSpecific(),
+        Integer(category, "InterfaceIndexMax", "Largest value of InterfaceSelector.")
             .ReadOnly()
             .Volatile()
             .VendorSpecific()
             .Visibility("Expert"),
-        Integer(interfaces, "InterfaceSelector", "Interface that the following features are about.")
+        Integer(category, "InterfaceSelector", "Interface that the following features are about.")
             .Range(0, ValueOf("InterfaceIndexMax")),
-        Text(interfaces, "InterfaceID", "Identifier of the interface.", 128)
-            .ReadOnly()
-            .SelectedBy("InterfaceSelector")
-            .Volatile(),
-        Text(interfaces, "InterfaceDisplayName", "Name to show to a user.", 128)
-            .ReadOnly()
-            .SelectedBy("InterfaceSelector")
-            .Volatile(),
-        Enumeration(interfaces, "InterfaceType", "Transport layer type.", {{"GigEVision", 0}})
-            .ReadOnly()
-            .SelectedBy("InterfaceSelector")
-            .Volatile(),
-        ofInterface("NetworkAdapterCount", "Network adapters of the interface.").VendorSpecific(),
-        ofInterface("GevInterfaceMACAddress", "Hardware address.").Length(8).Representation("MACAddress"),
-        ofInterface("GevInterfaceDefaultIPAddress", "Address.").Representation("IPV4Address"),
-        ofInterface("GevInterfaceDefaultSubnetMask", "Subnet mask.").Representation("IPV4Address"),
-        ofInterface("GevInterfaceDefaultGateway", "Gateway.").Representation("IPV4Address"),
+        selected(Text(category, "InterfaceID", "Identifier of the interface.", 128)),
+        selected(Text(category, "InterfaceDisplayName", "Name to show to a user.", 128)),
+        selected(Enumeration(category, "InterfaceType", "Transport layer type.", {{"GigEVision", 0}})),
+        number("NetworkAdapterCount", "Network adapters of the interface.").VendorSpecific(),
+        number("GevInterfaceMACAddress", "Hardware address.").Length(8).Representation("MACAddress"),
+        number("GevInterfaceDefaultIPAddress", "Address.").Representation("IPV4Address"),
+        number("GevInterfaceDefaultSubnetMask", "Subnet mask.").Representation("IPV4Address"),
+        number("GevInterfaceDefaultGateway", "Gateway.").Representation("IPV4Address"),
     };
+}
+
+std::vector<Feature> SystemFeatures()
+{
+    return Joined({InformationFeatures(), InterfaceListFeatures()});
 }
 
 std::string Description()
@@ -121,7 +122,7 @@ System::System(HandleTable &handles, std::vector<std::unique_ptr<CameraUnit>> &c
 
 bool System::UpdateList()
 {
-    // The features' lock comes first: an update by feature arrives with it.
+    // The lock of the features comes first: a write of the update command arrives with that lock held.
     const auto features = Features().Lock();
     const std::lock_guard lock(m_listMutex);
     if (m_listed)

@@ -5,26 +5,26 @@
 namespace GenTL::simulator
 {
 
-/// What the producer tells of itself, before TLOpen too.
+/// Answers a query about the producer, before TLOpen, too.
 Info SystemInfo(TL_INFO_CMD command);
 
-/// The system module. The list of interfaces is empty, and no interface known, before its first update.
-/// Any thread may call.
+/// The system module. Its list of interfaces is empty before the first update; an interface is found by its
+/// id all the same. Any thread may call.
 class System : public Module
 {
 public:
     System(HandleTable &handles, std::vector<std::unique_ptr<CameraUnit>> &cameras);
 
-    /// True if the list changed.
+    /// Returns whether the list changed.
     bool UpdateList();
     uint32_t NumInterfaces() const;
     /// @throws Error GC_ERR_INVALID_INDEX: the list is shorter.
     std::string InterfaceId(uint32_t index) const;
-    /// @throws Error GC_ERR_INVALID_ID: the list holds no such interface.
+    /// @throws Error GC_ERR_INVALID_ID: there is no such interface.
     Info GetInterfaceInfo(const std::string &id, INTERFACE_INFO_CMD command) const;
 
-    /// @throws Error GC_ERR_INVALID_ID: the list holds no such interface.
-    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open.
+    /// @throws Error GC_ERR_INVALID_ID: there is no such interface.
+    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
     void *OpenInterface(const std::string &id);
 
 private:
