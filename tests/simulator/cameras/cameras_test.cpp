@@ -1,7 +1,7 @@
 // What tells the cameras from each other: colours, interleaved images, and the bits of their formats.
 
-#include "simulator.h"
 #include "support/environment_variable.h"
+#include "support/simulator/simulator.h"
 
 #include <cmath>
 #include <functional>
@@ -12,7 +12,7 @@ namespace simulator_test
 namespace
 {
 
-/** Bits of an image, the lowest bit of the first byte first. */
+/// Bits of an image, the lowest bit of the first byte first.
 unsigned Bits(const std::vector<uint8_t> &bytes, size_t first, size_t count)
 {
     unsigned value = 0;
@@ -23,7 +23,7 @@ unsigned Bits(const std::vector<uint8_t> &bytes, size_t first, size_t count)
     return value;
 }
 
-class SimulatorCameras : public LibraryTest
+class SimulatorCamera : public LibraryTest
 {
 protected:
     void Open(const std::string &interfaceId, const std::string &deviceId)
@@ -40,7 +40,7 @@ protected:
         m_camera = std::make_unique<Nodes>(port);
     }
 
-    /** A node of the description, also an entry of a struct. */
+    /// A node of the description, also an entry of a struct.
     pugi::xml_node NodeOf(const std::string &name) const
     {
         const auto entry = m_camera->Document().select_node(("//StructEntry[@Name='" + name + "']").c_str());
@@ -61,7 +61,7 @@ protected:
         return Value(xml) != 0;
     }
 
-    /** The entries of PixelFormat whose bits say that they can be chosen. */
+    /// The entries of PixelFormat whose bits say that they can be chosen.
     std::set<std::string> OfferedFormats() const
     {
         std::set<std::string> names;
@@ -135,7 +135,7 @@ std::set<std::string> ColourFormats(const std::string &mosaic)
     return names;
 }
 
-TEST_F(SimulatorCameras, OfColoursOfferTheMosaicOfTheirFlips)
+TEST_F(SimulatorCamera, OffersTheMosaicOfItsFlips)
 {
     Open("SIM-GIGE-0", "SIM-SIM0004");
     const struct
@@ -158,7 +158,7 @@ TEST_F(SimulatorCameras, OfColoursOfferTheMosaicOfTheirFlips)
     EXPECT_EQ("RGB10p32", Format());
 }
 
-TEST_F(SimulatorCameras, KeepTheirFlipsWhenTheyAreOpenedAgain)
+TEST_F(SimulatorCamera, KeepsItsFlipsWhenReopened)
 {
     Open("SIM-GIGE-0", "SIM-SIM0004");
     ASSERT_OK(m_camera->Set("ReverseX", 1));
@@ -169,7 +169,7 @@ TEST_F(SimulatorCameras, KeepTheirFlipsWhenTheyAreOpenedAgain)
     EXPECT_EQ("BayerGR8", Format());
 }
 
-TEST_F(SimulatorCameras, ListWhatCanBeMadeOfTheirFormatsAndNeverSendIt)
+TEST_F(SimulatorCamera, ListsUnpackedFormatsAsUnavailable)
 {
     const struct
     {
@@ -193,7 +193,7 @@ TEST_F(SimulatorCameras, ListWhatCanBeMadeOfTheirFormatsAndNeverSendIt)
     }
 }
 
-TEST_F(SimulatorCameras, HaveTheBitsOfTheirFormatsInEveryForm)
+TEST_F(SimulatorCamera, HasFormatBitsInEveryForm)
 {
     Open("SIM-GIGE-1", "SIM-SIM0006");
     EXPECT_EQ((std::set<std::string>{"Mono8", "Mono10p", "Mono12p", "Mono10g40QVR", "Mono12g24QVR"}),
@@ -224,7 +224,7 @@ TEST_F(SimulatorCameras, HaveTheBitsOfTheirFormatsInEveryForm)
               forms);
 }
 
-TEST_F(SimulatorCameras, OfferTheFormatsOfTheEnvironmentOnly)
+TEST_F(SimulatorCamera, OffersOnlyTheFormatsOfTheEnvironment)
 {
     const GenTL::internal::EnvironmentVariable wanted("QVR_SIM_PIXEL_FORMATS", "Mono12p,Mono10g40QVR,Mono10");
     Open("SIM-GIGE-1", "SIM-SIM0006");
@@ -238,7 +238,7 @@ TEST_F(SimulatorCameras, OfferTheFormatsOfTheEnvironmentOnly)
     EXPECT_TRUE(OfferedFormats().contains("BayerRG10p_I_A_B"));
 }
 
-TEST_F(SimulatorCameras, TakeHalvesOfAFormatOfEightBytes)
+TEST_F(SimulatorCamera, TakesAnEightByteFormatInHalves)
 {
     Open("SIM-GIGE-1", "SIM-SIM0005");
     PORT_HANDLE port = nullptr;
@@ -258,7 +258,7 @@ TEST_F(SimulatorCameras, TakeHalvesOfAFormatOfEightBytes)
     EXPECT_EQ("Mono12p_I_AB_CD", Format());
 }
 
-class SimulatorColours : public CameraTest
+class SimulatorColour : public CameraTest
 {
 protected:
     void SetUp() override
@@ -273,7 +273,7 @@ protected:
         return GrabOne();
     }
 
-    /** Whether each sample of the mosaic is that colour of the RGB image. */
+    /// Whether each sample of the mosaic is that colour of the RGB image.
     static size_t Differences(const std::vector<uint8_t> &mosaic, const std::vector<uint8_t> &rgb,
                               const std::string &colours, size_t width)
     {
@@ -287,7 +287,7 @@ protected:
     }
 };
 
-TEST_F(SimulatorColours, LieInTheMosaicThatTheFormatNames)
+TEST_F(SimulatorColour, LiesInTheMosaicOfTheFormat)
 {
     constexpr size_t width = 128;
     SetRegion(width, 96, 1200, 940);
@@ -310,7 +310,7 @@ TEST_F(SimulatorColours, LieInTheMosaicThatTheFormatNames)
     }
 }
 
-TEST_F(SimulatorColours, AreTurnedWithTheSensor)
+TEST_F(SimulatorColour, TurnsWithTheSensor)
 {
     const auto pixelAt = [](const std::vector<uint8_t> &image, size_t x, size_t y)
     {
@@ -332,7 +332,7 @@ TEST_F(SimulatorColours, AreTurnedWithTheSensor)
     EXPECT_NE(plain, turned);
 }
 
-TEST_F(SimulatorColours, OfTenBitsShareAWord)
+TEST_F(SimulatorColour, PacksTenBitsIntoAWord)
 {
     SetRegion(64, 20, 1200, 940);
     const auto rgb8 = Grab("RGB8");
@@ -354,7 +354,7 @@ TEST_F(SimulatorColours, OfTenBitsShareAWord)
     EXPECT_EQ(0U, wrong);
 }
 
-class SimulatorSubImages : public CameraTest
+class SimulatorSubImage : public CameraTest
 {
 protected:
     void SetUp() override
@@ -366,7 +366,7 @@ protected:
         m_plain = GrabOne();
     }
 
-    /** Compares each sample of the format with its part of the plain image's light. */
+    /// Compares each sample of the format with its part of the plain image's light.
     void ExpectParts(const std::string &format, unsigned bits,
                      const std::function<double(size_t, size_t)> &part)
     {
@@ -387,7 +387,7 @@ protected:
     std::vector<uint8_t> m_plain;
 };
 
-TEST_F(SimulatorSubImages, TakeLinesInTurn)
+TEST_F(SimulatorSubImage, TakesLinesInTurn)
 {
     const auto part = [](size_t, size_t y) { return y % 2 == 0 ? 1.0 : 0.5; };
     ExpectParts("Mono8_I_A_B", 8, part);
@@ -395,7 +395,7 @@ TEST_F(SimulatorSubImages, TakeLinesInTurn)
     ExpectParts("Mono12p_I_A_B", 12, part);
 }
 
-TEST_F(SimulatorSubImages, TakePixelsInTurn)
+TEST_F(SimulatorSubImage, TakesPixelsInTurn)
 {
     const auto part = [](size_t x, size_t y)
     {

@@ -1,6 +1,6 @@
 // The images that the depth camera sends beside each other: which, where in the buffer, and what they show.
 
-#include "depth_camera.h"
+#include "support/simulator/depth_camera.h"
 
 namespace simulator_test
 {
@@ -38,7 +38,7 @@ protected:
         return count;
     }
 
-    /** The image of a component that is alone in its frame. */
+    /// The image of a component that is alone in its frame.
     std::vector<uint8_t> GrabAlone(const char *component)
     {
         Enable(component);
@@ -92,7 +92,7 @@ TEST_F(SimulatorDepthParts, FollowEachOtherInTheBuffer)
     Stop();
 }
 
-TEST_F(SimulatorDepthParts, AreTheImagesThatEachIsAlone)
+TEST_F(SimulatorDepthParts, EqualTheImagesSentAlone)
 {
     const std::vector<uint8_t> range = GrabOne();
     const std::vector<uint8_t> confidence = GrabAlone("Confidence");
@@ -115,7 +115,7 @@ TEST_F(SimulatorDepthParts, AreTheImagesThatEachIsAlone)
     Stop();
 }
 
-TEST_F(SimulatorDepthParts, AreThoseOfTheComponentsThatAreOn)
+TEST_F(SimulatorDepthParts, AreTheEnabledComponents)
 {
     Enable("Confidence");
     Enable("Range", false);
@@ -145,7 +145,7 @@ TEST_F(SimulatorDepthParts, HaveAPixelFormatEach)
     EXPECT_EQ(0x010800B1, m_camera->Get("PixelFormat"));
 }
 
-TEST_F(SimulatorDepthParts, TellByBitsWhichFormatsTheSelectedOneHas)
+TEST_F(SimulatorDepthParts, HaveFormatBitsOfTheSelectedOne)
 {
     std::map<std::string, int64_t> bits;
     int64_t bit = 1;
@@ -174,7 +174,7 @@ TEST_F(SimulatorDepthParts, TellByBitsWhichFormatsTheSelectedOneHas)
                      (bits.at("Coord3D_C32f") | bits.at("Coord3D_ABC32f")));
 }
 
-TEST_F(SimulatorDepthParts, ShowLinesThatAreStraightOnThePlane)
+TEST_F(SimulatorDepthParts, ShowStraightLinesOnThePlane)
 {
     const std::vector<uint8_t> light = GrabAlone("Intensity");
     ASSERT_EQ(sensorPixels, light.size());
@@ -198,7 +198,7 @@ TEST_F(SimulatorDepthParts, ShowLinesThatAreStraightOnThePlane)
     EXPECT_EQ(0, at(0, 365)); // in the band without depth
 }
 
-TEST_F(SimulatorDepthParts, ShowHowTheSurfaceIsTurned)
+TEST_F(SimulatorDepthParts, ConfidenceFollowsTheSurfaceAngle)
 {
     const std::vector<uint8_t> confidence = GrabAlone("Confidence");
     ASSERT_EQ(sensorPixels, confidence.size());
@@ -211,7 +211,7 @@ TEST_F(SimulatorDepthParts, ShowHowTheSurfaceIsTurned)
     EXPECT_EQ(0, confidence[static_cast<size_t>(inBand.y) * sensorWidth + 322]);
 }
 
-TEST_F(SimulatorDepthParts, GetDarkerWithTheExposureInTheLightAlone)
+TEST_F(SimulatorDepthParts, ExposureActsOnIntensityAlone)
 {
     EnableAll();
     const std::vector<uint8_t> bright = GrabOne();

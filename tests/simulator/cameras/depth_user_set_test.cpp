@@ -1,6 +1,6 @@
 // What the depth camera's user sets hold, and what its values of depth are in each pixel format.
 
-#include "depth_camera.h"
+#include "support/simulator/depth_camera.h"
 
 #include <map>
 
@@ -9,7 +9,7 @@ namespace simulator_test
 namespace
 {
 
-class SimulatorUserSets : public DepthCameraTest
+class SimulatorUserSet : public DepthCameraTest
 {
 protected:
     void Load(const char *set)
@@ -37,7 +37,7 @@ protected:
         EXPECT_EQ(axisMax * 1000, m_camera->Get("Scan3dAxisMaxReg"));
     }
 
-    /** Values of the features of the image and how it is taken, selected ones for each selector. */
+    /// Values of the features of the image and how it is taken, selected ones for each selector.
     std::map<std::string, double> State() const
     {
         std::map<std::string, double> state;
@@ -68,7 +68,7 @@ protected:
         return state;
     }
 
-    /** Leaves no feature of State as it was. */
+    /// Leaves no feature of State as it was.
     void ChangeAll()
     {
         ASSERT_OK(m_camera->Set("BinningHorizontal", 2));
@@ -101,7 +101,7 @@ protected:
     }
 };
 
-TEST_F(SimulatorUserSets, ChangeTheValuesOfDepth)
+TEST_F(SimulatorUserSet, ChangesTheValuesOfDepth)
 {
     const Direction direction = DirectionAt(320, 20);
     const size_t pixel = 20 * sensorWidth + 320;
@@ -122,7 +122,7 @@ TEST_F(SimulatorUserSets, ChangeTheValuesOfDepth)
     EXPECT_NEAR(PlaneDepth(direction) / 0.5, GrabRange()[pixel], 0.501);
 }
 
-TEST_F(SimulatorUserSets, LoadTheFactoryValuesOfAllFeatures)
+TEST_F(SimulatorUserSet, LoadsTheFactoryValuesOfAllFeatures)
 {
     const std::map<std::string, double> factory = State();
     ChangeAll();
@@ -141,7 +141,7 @@ TEST_F(SimulatorUserSets, LoadTheFactoryValuesOfAllFeatures)
     EXPECT_EQ(finer, State());
 }
 
-TEST_F(SimulatorUserSets, LoadWhatWasSavedUntilTheLibraryIsClosed)
+TEST_F(SimulatorUserSet, KeepsSavedValuesUntilCloseLib)
 {
     const std::map<std::string, double> factory = State();
     Load("UserSet1");
@@ -163,7 +163,7 @@ TEST_F(SimulatorUserSets, LoadWhatWasSavedUntilTheLibraryIsClosed)
     EXPECT_EQ(200000, m_camera->Get("Scan3dCoordinateOffsetReg"));
 }
 
-TEST_F(SimulatorUserSets, LeaveSelectorsAndTheNameOfTheCamera)
+TEST_F(SimulatorUserSet, KeepsSelectorsAndUserName)
 {
     ASSERT_OK(m_camera->SetText("DeviceUserID", "mine"));
     ASSERT_OK(m_camera->SetEntry("ComponentSelector", "Confidence"));
@@ -173,7 +173,7 @@ TEST_F(SimulatorUserSets, LeaveSelectorsAndTheNameOfTheCamera)
     EXPECT_EQ(selected, m_camera->Get("ComponentSelector"));
 }
 
-TEST_F(SimulatorUserSets, StayAsTheyAreWhileTheImageLayoutIsFrozen)
+TEST_F(SimulatorUserSet, IsLockedWithTheImageLayout)
 {
     ASSERT_OK(m_camera->SetEntry("UserSetSelector", "UserSet0"));
     ASSERT_OK(m_camera->Set("TLParamsLocked", 1));
@@ -184,7 +184,7 @@ TEST_F(SimulatorUserSets, StayAsTheyAreWhileTheImageLayoutIsFrozen)
     EXPECT_CODE(GC_ERR_ACCESS_DENIED, m_camera->Set("UserSetSave", 1));
 }
 
-TEST_F(SimulatorUserSets, TellConsumersThatOtherFeaturesChange)
+TEST_F(SimulatorUserSet, InvalidatesTheCoveredFeatures)
 {
     for (const char *const name : {"ExposureTimeReg", "GainReg", "BinningHorizontalReg", "PixelFormatReg"})
     {
@@ -198,7 +198,7 @@ TEST_F(SimulatorUserSets, TellConsumersThatOtherFeaturesChange)
     }
 }
 
-TEST_F(SimulatorUserSets, CoverTheSameDepthInEightBits)
+TEST_F(SimulatorUserSet, CoversTheSameDepthInEightBits)
 {
     struct Expected
     {
@@ -233,7 +233,7 @@ TEST_F(SimulatorUserSets, CoverTheSameDepthInEightBits)
     }
 }
 
-TEST_F(SimulatorUserSets, HaveTheirOwnScaleAgainInSixteenBits)
+TEST_F(SimulatorUserSet, RestoresItsScaleInSixteenBits)
 {
     ASSERT_OK(m_camera->SetEntry("PixelFormat", "Coord3D_C8"));
     EXPECT_EQ(static_cast<int64_t>(sensorWidth * 480), m_camera->Get("PayloadSize"));

@@ -1,6 +1,6 @@
 // The file access features of the depth camera, and the lens calibration that is read through them.
 
-#include "depth_camera.h"
+#include "support/simulator/depth_camera.h"
 
 #include <bit>
 #include <zlib.h>
@@ -100,7 +100,7 @@ TEST_F(SimulatorFileAccess, FailsWithoutAnOpenFile)
     EXPECT_EQ('T', Buffer().front());
 }
 
-TEST_F(SimulatorFileAccess, ReadsNothingBehindTheEnd)
+TEST_F(SimulatorFileAccess, FailsBehindTheEndOfTheFile)
 {
     Execute("Open");
     Read(60, 32);

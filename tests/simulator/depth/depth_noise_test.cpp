@@ -1,6 +1,6 @@
 // Noise of the depth camera's images: none at first, and on request of the given deviation.
 
-#include "depth_camera.h"
+#include "support/simulator/depth_camera.h"
 
 #include <ostream>
 
@@ -9,7 +9,7 @@ namespace simulator_test
 namespace
 {
 
-/** Component and pixel format, the feature of its noise, and the unit of that in values. */
+/// Component and pixel format, the feature of its noise, and the unit of that in values.
 struct NoisyImage
 {
     const char *component;
@@ -40,7 +40,7 @@ protected:
         ASSERT_OK(m_camera->SetEntry("PixelFormat", GetParam().format));
     }
 
-    /** The first frames of an acquisition. */
+    /// The first frames of an acquisition.
     std::vector<std::vector<unsigned>> Grab(size_t count)
     {
         std::vector<std::vector<unsigned>> frames;
@@ -75,7 +75,7 @@ struct Statistics
     double deviation;
 };
 
-/** Of the differences where there is a value, and the noise does not meet an end of the range. */
+/// Of the differences where there is a value, and the noise does not meet an end of the range.
 Statistics Compare(const std::vector<unsigned> &still, const std::vector<unsigned> &noisy)
 {
     double sum = 0;
@@ -96,7 +96,7 @@ Statistics Compare(const std::vector<unsigned> &still, const std::vector<unsigne
     return {mean, std::sqrt(squares / static_cast<double>(count) - mean * mean)};
 }
 
-TEST_P(SimulatorDepthNoise, HasTheMeanAndTheDeviationThatAreAskedFor)
+TEST_P(SimulatorDepthNoise, HasMeanZeroAndTheSetDeviation)
 {
     const std::vector<unsigned> still = Grab(1).front();
     for (const double deviation : {2.0, 4.0}) // in values; more reaches the end of 8 bits
@@ -111,7 +111,7 @@ TEST_P(SimulatorDepthNoise, HasTheMeanAndTheDeviationThatAreAskedFor)
     EXPECT_EQ(still, Grab(1).front());
 }
 
-TEST_P(SimulatorDepthNoise, DependsOnTheNumberOfTheFrameAlone)
+TEST_P(SimulatorDepthNoise, DependsOnTheFrameNumberAlone)
 {
     ASSERT_OK(m_camera->SetFloat(GetParam().feature, static_cast<float>(5.0 * GetParam().unit)));
     const std::vector<std::vector<unsigned>> frames = Grab(3);
@@ -121,14 +121,14 @@ TEST_P(SimulatorDepthNoise, DependsOnTheNumberOfTheFrameAlone)
     EXPECT_EQ(frames, Grab(3));
 }
 
-TEST_P(SimulatorDepthNoise, IsNotThereAtFirst)
+TEST_P(SimulatorDepthNoise, IsOffByDefault)
 {
     EXPECT_EQ(0.0F, m_camera->GetFloat(GetParam().feature));
     const std::vector<std::vector<unsigned>> frames = Grab(2);
     EXPECT_EQ(frames[0], frames[1]);
 }
 
-TEST_P(SimulatorDepthNoise, LeavesPixelsWithoutDepthAndTheEndsOfTheRange)
+TEST_P(SimulatorDepthNoise, KeepsInvalidPixelsAndTheRange)
 {
     const std::vector<unsigned> still = Grab(1).front();
     ASSERT_OK(m_camera->SetFloat(GetParam().feature, static_cast<float>(5.0 * GetParam().unit)));
@@ -147,7 +147,7 @@ TEST_P(SimulatorDepthNoise, LeavesPixelsWithoutDepthAndTheEndsOfTheRange)
     EXPECT_EQ(isRange, invalid > 10000);
 }
 
-TEST_P(SimulatorDepthNoise, CanNotBeLessThanNone)
+TEST_P(SimulatorDepthNoise, RefusesNegativeValues)
 {
     EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetFloat(GetParam().feature, -1.0F));
 }

@@ -1,7 +1,7 @@
 // Depth pictures of a folder instead of the depth camera's scene.
 
-#include "depth_camera.h"
 #include "support/environment_variable.h"
+#include "support/simulator/depth_camera.h"
 
 #include <bit>
 #include <cstdlib>
@@ -19,7 +19,7 @@ namespace
 constexpr int pictureWidth = 320;
 constexpr int pictureHeight = 200;
 
-/** A folder of depth pictures, gone after the test. */
+/// A folder of depth pictures, gone after the test.
 class SimulatorDepthReplay : public DepthCameraTest
 {
 protected:
@@ -56,7 +56,7 @@ protected:
         return (cv::Mat_<double>(3, 3) << 250.5, 0, 160.25, 0, 251, 99.5, 0, 0, 1);
     }
 
-    /** As cv::FileStorage writes it. */
+    /// As cv::FileStorage writes it.
     void SaveCalibration(double depthScale = 0.0)
     {
         cv::FileStorage file(m_folder / "camera.yml", cv::FileStorage::WRITE);
@@ -69,7 +69,7 @@ protected:
         }
     }
 
-    /** Each pixel of another value, with the 0 that stands for no depth and the largest there is. */
+    /// Each pixel of another value, with the 0 that stands for no depth and the largest there is.
     static cv::Mat Depth(int first)
     {
         cv::Mat image(pictureHeight, pictureWidth, CV_16U);
@@ -106,7 +106,7 @@ protected:
         return LastErrorText();
     }
 
-    /** The calibration file of the camera, which is read in blocks. */
+    /// The calibration file of the camera, which is read in blocks.
     std::vector<uint8_t> LensFile()
     {
         const auto execute = [&](const char *operation)
@@ -141,7 +141,7 @@ protected:
     std::optional<internal::EnvironmentVariable> m_variable;
 };
 
-TEST_F(SimulatorDepthReplay, ShowsTheFilesInTheOrderOfTheirNamesAgainAndAgain)
+TEST_F(SimulatorDepthReplay, LoopsOverFilesSortedByName)
 {
     SaveCalibration();
     Save("b.png", Depth(1000));
@@ -181,7 +181,7 @@ TEST_F(SimulatorDepthReplay, HasTheLensOfTheCalibrationFile)
     }
 }
 
-TEST_F(SimulatorDepthReplay, ReadsACalibrationOfPlainYaml)
+TEST_F(SimulatorDepthReplay, ReadsACalibrationInPlainYaml)
 {
     SaveText("ost.yaml", "image_width: 320\n"
                          "image_height: 200\n"
@@ -202,7 +202,7 @@ TEST_F(SimulatorDepthReplay, ReadsACalibrationOfPlainYaml)
     EXPECT_EQ(std::bit_cast<uint32_t>(0.75F), WholeAt(file, 64));
 }
 
-TEST_F(SimulatorDepthReplay, TakesTheScaleOfTheCalibrationFile)
+TEST_F(SimulatorDepthReplay, HasTheScaleOfTheCalibrationFile)
 {
     SaveCalibration(2.0);
     cv::Mat depth(pictureHeight, pictureWidth, CV_16U, cv::Scalar(700));
@@ -309,7 +309,7 @@ TEST_F(SimulatorDepthReplay, ShowsTheIntensityBesideTheDepth)
     Stop();
 }
 
-TEST_F(SimulatorDepthReplay, TakesThePixelInTheMiddleOfThoseThatOneStandsFor)
+TEST_F(SimulatorDepthReplay, BinningTakesTheMiddlePixel)
 {
     SaveCalibration();
     const cv::Mat depth = Depth(7);
@@ -328,7 +328,7 @@ TEST_F(SimulatorDepthReplay, TakesThePixelInTheMiddleOfThoseThatOneStandsFor)
     }
 }
 
-TEST_F(SimulatorDepthReplay, RefusesPicturesThatItCanNotShow)
+TEST_F(SimulatorDepthReplay, RefusesUnusablePictures)
 {
     SaveCalibration();
     EXPECT_EQ("DSStartAcquisition: There are no depth pictures in " + m_folder.string(), FailureOfStart());
@@ -357,7 +357,7 @@ TEST_F(SimulatorDepthReplay, RefusesPicturesThatItCanNotShow)
               failureWith("a_intensity.png"));
 }
 
-TEST_F(SimulatorDepthReplay, RefusesAFolderWithoutOneCalibration)
+TEST_F(SimulatorDepthReplay, NeedsExactlyOneCalibrationFile)
 {
     EXPECT_EQ("IFOpenDevice: There is no calibration file (.yaml, .yml) in " + m_folder.string(),
               FailureOfOpening());
@@ -367,7 +367,7 @@ TEST_F(SimulatorDepthReplay, RefusesAFolderWithoutOneCalibration)
               FailureOfOpening());
 }
 
-TEST_F(SimulatorDepthReplay, RefusesACalibrationThatSaysNoLens)
+TEST_F(SimulatorDepthReplay, RefusesACalibrationWithoutALens)
 {
     const std::string size = "image_width: 320\nimage_height: 200\n";
     const std::string matrix = "camera_matrix: {rows: 3, cols: 3, data: [9, 0, 1, 0, 9, 1, 0, 0, 1]}\n";

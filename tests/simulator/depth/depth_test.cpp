@@ -1,6 +1,6 @@
 // The depth camera's range image, and what its Scan3d features say about it.
 
-#include "depth_camera.h"
+#include "support/simulator/depth_camera.h"
 
 namespace simulator_test
 {
@@ -9,7 +9,7 @@ namespace
 
 using SimulatorDepth = DepthCameraTest;
 
-TEST_F(SimulatorDepth, HasTheScan3dFeaturesInEachForm)
+TEST_F(SimulatorDepth, HasScan3dFeaturesInEveryForm)
 {
     EXPECT_EQ(0.5F, m_camera->GetFloat("Scan3dCoordinateScale"));
     EXPECT_EQ(0.0F, m_camera->GetFloat("Scan3dInvalidDataValue"));
@@ -37,7 +37,7 @@ TEST_F(SimulatorDepth, HasTheScan3dFeaturesInEachForm)
                  m_camera->Node("Scan3dAxisMaxConverter").child("pVariable").text().get());
 }
 
-TEST_F(SimulatorDepth, OffersWhatItDoesItselfOnly)
+TEST_F(SimulatorDepth, OffersUncalibratedDepthOnly)
 {
     EXPECT_OK(m_camera->SetEntry("Scan3dOutputMode", "UncalibratedC"));
     for (const char *const mode : {"CalibratedC", "CalibratedABC_Grid", "RectifiedC"})
@@ -54,7 +54,7 @@ TEST_F(SimulatorDepth, OffersWhatItDoesItselfOnly)
     }
 }
 
-TEST_F(SimulatorDepth, ShowsThePlaneAndTheSphereThroughTheLens)
+TEST_F(SimulatorDepth, ShowsPlaneAndSphereThroughTheLens)
 {
     const std::vector<unsigned> values = GrabRange();
     ASSERT_EQ(sensorWidth * sensorHeight, values.size());
@@ -108,13 +108,13 @@ TEST_F(SimulatorDepth, HasABandWithoutDepth)
     EXPECT_GT(valueAt(405), 3000U);
 }
 
-/** With binning, decimation or both. */
+/// With binning, decimation or both.
 class SimulatorDepthReduced : public DepthCameraTest,
                               public ::testing::WithParamInterface<std::pair<unsigned, unsigned>>
 {
 };
 
-TEST_P(SimulatorDepthReduced, ShowsTheMiddleOfThePixelsThatOneStandsFor)
+TEST_P(SimulatorDepthReduced, ShowsDepthInTheMiddleOfTheBlock)
 {
     const auto [binning, decimation] = GetParam();
     for (const char *const direction : {"Horizontal", "Vertical"})
@@ -146,7 +146,7 @@ INSTANTIATE_TEST_SUITE_P(BinningAndDecimation, SimulatorDepthReduced,
                          ::testing::Values(std::pair(2U, 1U), std::pair(1U, 2U), std::pair(1U, 3U),
                                            std::pair(2U, 2U)));
 
-TEST_F(SimulatorDepth, IsAnImageOfThreeDimensions)
+TEST_F(SimulatorDepth, RangeAloneIsA3dImage)
 {
     AnnounceBuffers(4);
     Start(1);

@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <cctype>
 #include <cmath>
@@ -9,7 +9,7 @@ namespace simulator_test
 namespace
 {
 
-/** Every reference of the description leads to a node, and names are used once. */
+/// Every reference of the description leads to a node, and names are used once.
 void ExpectConsistent(PORT_HANDLE port)
 {
     const Nodes nodes(port);
@@ -36,7 +36,7 @@ void ExpectConsistent(PORT_HANDLE port)
     EXPECT_GT(references, 0U);
 }
 
-/** What a feature tree shows has texts for its reader. */
+/// What a feature tree shows has texts for its reader.
 void ExpectTexts(PORT_HANDLE port)
 {
     const Nodes nodes(port);
@@ -59,7 +59,7 @@ void ExpectTexts(PORT_HANDLE port)
     EXPECT_GT(features, 0U);
 }
 
-/** Each register of the module can be read at its address with its length. */
+/// Each register of the module can be read at its address with its length.
 void ExpectReadable(PORT_HANDLE port)
 {
     const Nodes nodes(port);
@@ -85,7 +85,7 @@ void ExpectReadable(PORT_HANDLE port)
 
 using SimulatorDescription = CameraTest;
 
-TEST_F(SimulatorDescription, OfEveryModuleIsConsistent)
+TEST_F(SimulatorDescription, IsConsistentForEveryModule)
 {
     AnnounceBuffers(1);
     for (const PORT_HANDLE port : {m_system, m_interface, m_device, m_port, m_stream, m_buffers[0]})
@@ -100,7 +100,7 @@ TEST_F(SimulatorDescription, OfEveryModuleIsConsistent)
     }
 }
 
-TEST_F(SimulatorDescription, OfEveryCameraIsConsistent)
+TEST_F(SimulatorDescription, IsConsistentForEveryCamera)
 {
     const std::pair<const char *, const char *> cameras[] = {{"SIM-GIGE-0", "SIM-SIM0004"},
                                                              {"SIM-GIGE-1", "SIM-SIM0005"},
@@ -118,7 +118,7 @@ TEST_F(SimulatorDescription, OfEveryCameraIsConsistent)
     }
 }
 
-TEST_F(SimulatorDescription, IsNamedByTheUrl)
+TEST_F(SimulatorDescription, MatchesItsUrl)
 {
     const std::string url =
         AskText([&](auto *type, void *out, size_t *size)
@@ -136,7 +136,7 @@ TEST_F(SimulatorDescription, IsNamedByTheUrl)
                 Tl().GCGetPortURLInfo(m_port, 0, URL_INFO_FILE_SHA1_HASH, &type, nullptr, &size));
 }
 
-TEST_F(SimulatorDescription, OfTheStreamHasTheDroppedFrames)
+TEST_F(SimulatorDescription, StreamHasDroppedFrameCount)
 {
     const Nodes stream(m_stream);
     EXPECT_EQ(0, stream.Get("StreamDroppedFrameCount"));
@@ -159,7 +159,7 @@ TEST_F(SimulatorDescription, WritesChunkIdsAsWholeBytes)
 
 using SimulatorFeatures = CameraTest;
 
-TEST_F(SimulatorFeatures, TellWhichCameraItIs)
+TEST_F(SimulatorFeatures, IdentifyTheCamera)
 {
     EXPECT_EQ("OVRA-M1", m_camera->GetText("DeviceModelName"));
     EXPECT_EQ("QVR", m_camera->GetText("DeviceVendorName"));
@@ -181,7 +181,7 @@ TEST_F(SimulatorFeatures, KeepTheRegionOnTheSensor)
     EXPECT_EQ(1000, m_camera->Get("Width"));
 }
 
-TEST_F(SimulatorFeatures, HaveIncrements)
+TEST_F(SimulatorFeatures, RefuseValuesOffTheIncrement)
 {
     ASSERT_OK(Tl().IFClose(m_interface));
     OpenCamera("SIM-GIGE-0", "SIM-SIM0001");
@@ -203,7 +203,7 @@ TEST_F(SimulatorFeatures, ShrinkTheRegionWithBinning)
     EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->Set("BinningHorizontal", 5));
 }
 
-TEST_F(SimulatorFeatures, GiveThePayloadSizeOfEveryPixelFormat)
+TEST_F(SimulatorFeatures, PayloadSizeFitsEveryPixelFormat)
 {
     SetRegion(17, 3);
     const std::map<std::string, int64_t> sizes = {
@@ -218,7 +218,7 @@ TEST_F(SimulatorFeatures, GiveThePayloadSizeOfEveryPixelFormat)
     EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->Set("PixelFormat", 0x02180014));
 }
 
-TEST_F(SimulatorFeatures, TellByBitsWhichPixelFormatsThereAre)
+TEST_F(SimulatorFeatures, HaveBitsForEveryPixelFormat)
 {
     const pugi::xml_node node = m_camera->Node("PixelFormat");
     int64_t bit = 1;
@@ -233,7 +233,7 @@ TEST_F(SimulatorFeatures, TellByBitsWhichPixelFormatsThereAre)
     EXPECT_EQ(bit - 1, m_camera->Get("PixelFormatImplementedReg"));
 }
 
-TEST_F(SimulatorFeatures, RefuseAPixelFormatThatThisCameraHasNot)
+TEST_F(SimulatorFeatures, RefuseAnAbsentPixelFormat)
 {
     ASSERT_OK(Tl().DevClose(m_device));
     DEV_HANDLE device = nullptr;
@@ -270,7 +270,7 @@ TEST_F(SimulatorFeatures, KeepAValueForEachSelection)
     EXPECT_EQ(1, m_camera->Get("ChunkEnable"));
 }
 
-TEST_F(SimulatorFeatures, KeepTheImageWhenEveryChunkIsDisabled)
+TEST_F(SimulatorFeatures, KeepTheImageChunkEnabled)
 {
     const std::string lock = m_camera->Node("ChunkEnable").child("pIsLocked").text().get();
     for (const pugi::xml_node entry : m_camera->Node("ChunkSelector").children("EnumEntry"))
@@ -284,7 +284,7 @@ TEST_F(SimulatorFeatures, KeepTheImageWhenEveryChunkIsDisabled)
     }
 }
 
-TEST_F(SimulatorFeatures, LockEveryChunkWhileTheLayoutIsFrozen)
+TEST_F(SimulatorFeatures, LockChunksWithTheImageLayout)
 {
     const std::string lock = m_camera->Node("ChunkEnable").child("pIsLocked").text().get();
     ASSERT_OK(m_camera->SetEntry("ChunkSelector", "Gain"));

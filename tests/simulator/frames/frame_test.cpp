@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,7 +15,7 @@ uint32_t Crc(const uint8_t *bytes, size_t size)
     return static_cast<uint32_t>(crc32_z(0, bytes, size));
 }
 
-/** Reads samples bit by bit, as the layouts are published, whatever the packing code does. */
+/// Reads samples bit by bit, as the layouts are published, whatever the packing code does.
 class SampleReader
 {
 public:
@@ -124,7 +124,7 @@ TEST_F(SimulatorFrame, ShowsTheSameSceneInEveryFormat)
     }
 }
 
-TEST_F(SimulatorFrame, IsCutOutOfTheWholeScene)
+TEST_F(SimulatorFrame, RegionIsCutOutOfTheScene)
 {
     const std::vector<uint8_t> whole = GrabOne();
     SetRegion(200, 100, 700, 850);
@@ -172,7 +172,7 @@ TEST_F(SimulatorFrame, MovesAndCounts)
     EXPECT_FALSE(std::equal(first.begin() + 300 * 40, first.end(), second.begin() + 300 * 40)); // the disc
 }
 
-TEST_F(SimulatorFrame, CarriesItsNumberAndChecksumInACheckedImage)
+TEST_F(SimulatorFrame, CarriesNumberAndChecksum)
 {
     SetRegion(640, 480);
     ASSERT_OK(m_camera->SetEntry("PixelFormat", "Mono10p"));

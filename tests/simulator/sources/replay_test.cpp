@@ -1,5 +1,5 @@
-#include "simulator.h"
 #include "support/environment_variable.h"
+#include "support/simulator/simulator.h"
 
 #include <array>
 #include <cmath>
@@ -17,7 +17,7 @@ namespace simulator_test
 namespace
 {
 
-/** A folder of images for the camera to replay, gone after the test. */
+/// A folder of images for the camera to replay, gone after the test.
 class SimulatorReplay : public CameraTest
 {
 protected:
@@ -41,7 +41,7 @@ protected:
         ASSERT_TRUE(cv::imwrite(m_folder / name, image));
     }
 
-    /** The samples of Mono8 in the middle of so many frames. */
+    /// The samples of Mono8 in the middle of so many frames.
     std::vector<int> GrabMiddles(int frames)
     {
         const internal::EnvironmentVariable folder("QVR_SIM_IMAGES", m_folder);
@@ -64,7 +64,7 @@ protected:
         std::ofstream(m_folder / name, std::ios::binary) << text;
     }
 
-    /** In tiles of 16 x 16, which OpenCV does not write. */
+    /// In tiles of 16 x 16, which OpenCV does not write.
     void SaveTiled(const std::string &name, const cv::Mat &image)
     {
         constexpr int side = 16;
@@ -98,7 +98,7 @@ protected:
         TIFFClose(file);
     }
 
-    /** In four inks, 255 for none of one, as programs for print write it. */
+    /// In four inks, 255 for none of one, as programs for print write it.
     void SaveInks(const std::string &name, const std::array<uint8_t, 4> &inks)
     {
         constexpr JDIMENSION side = 16;
@@ -130,7 +130,7 @@ protected:
         std::fclose(file);
     }
 
-    /** Files of every kind with the same colour, for whose grey 135 stands. */
+    /// Files of every kind with the same colour, for whose grey 135 stands.
     size_t SaveEveryKind()
     {
         const cv::Mat colour(20, 24, CV_8UC3, cv::Scalar(40, 120, 200));
@@ -185,7 +185,7 @@ protected:
     std::filesystem::path m_folder;
 };
 
-TEST_F(SimulatorReplay, ShowsTheFilesInTheOrderOfTheirNamesAgainAndAgain)
+TEST_F(SimulatorReplay, LoopsOverFilesSortedByName)
 {
     Save("c.png", cv::Mat(10, 10, CV_8U, cv::Scalar(30)));
     Save("a.pgm", cv::Mat(10, 10, CV_8U, cv::Scalar(10)));
@@ -195,7 +195,7 @@ TEST_F(SimulatorReplay, ShowsTheFilesInTheOrderOfTheirNamesAgainAndAgain)
     EXPECT_EQ((std::vector<int>{10, 20, 30, 40, 10, 20, 30, 40, 10}), GrabMiddles(9));
 }
 
-TEST_F(SimulatorReplay, ShowsTheSameGreyOfEveryKindOfFile)
+TEST_F(SimulatorReplay, ShowsTheSameGreyForEveryKindOfFile)
 {
     const size_t files = SaveEveryKind();
     ASSERT_EQ(26U, files);
@@ -208,7 +208,7 @@ TEST_F(SimulatorReplay, ShowsTheSameGreyOfEveryKindOfFile)
     }
 }
 
-TEST_F(SimulatorReplay, OutlivesFilesThatAreCutOff)
+TEST_F(SimulatorReplay, SurvivesTruncatedFiles)
 {
     const size_t files = SaveEveryKind();
     for (const double rest : {0.9, 0.5, 0.02})
@@ -239,7 +239,7 @@ TEST_F(SimulatorReplay, ScalesAsOpenCvDoes)
     }
 }
 
-TEST_F(SimulatorReplay, ShowsAFileThatIsNoImageAsBlack)
+TEST_F(SimulatorReplay, ShowsAnUnreadableFileAsBlack)
 {
     Save("a.png", cv::Mat(10, 10, CV_8U, cv::Scalar(77)));
     std::ofstream(m_folder / "b.png") << "broken";
@@ -254,7 +254,7 @@ TEST_F(SimulatorReplay, FailsToStartWithoutImages)
     EXPECT_EQ(0, StreamInfo<bool8_t>(STREAM_INFO_IS_GRABBING));
 }
 
-TEST_F(SimulatorReplay, CutsTheRegionOutOfTheImageAndPacksIt)
+TEST_F(SimulatorReplay, CutsAndPacksTheRegion)
 {
     // An image of the sensor's size, each pixel of its own value in 12 bits.
     cv::Mat image(1024, 1280, CV_16U);

@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <atomic>
 #include <thread>
@@ -59,7 +59,7 @@ TEST_F(SimulatorAcquisition, WaitsForABufferAtRateZero)
     EXPECT_EQ(0U, StreamInfo<uint64_t>(STREAM_INFO_NUM_UNDERRUN));
 }
 
-TEST_F(SimulatorAcquisition, DropsAndCountsFramesWithoutABufferAtARate)
+TEST_F(SimulatorAcquisition, CountsDroppedFramesAtARate)
 {
     AnnounceBuffers(4);
     ASSERT_OK(m_camera->SetFloat("AcquisitionFrameRate", 1000.0F));
@@ -80,7 +80,7 @@ TEST_F(SimulatorAcquisition, DropsAndCountsFramesWithoutABufferAtARate)
     EXPECT_GE(StreamInfo<uint64_t>(STREAM_INFO_NUM_UNDERRUN), number - 5);
 }
 
-TEST_F(SimulatorAcquisition, GivesOneFrameInTheModeSingleFrame)
+TEST_F(SimulatorAcquisition, SendsOneFrameInSingleFrameMode)
 {
     ASSERT_OK(m_camera->SetEntry("AcquisitionMode", "SingleFrame"));
     AnnounceBuffers(4);
@@ -92,7 +92,7 @@ TEST_F(SimulatorAcquisition, GivesOneFrameInTheModeSingleFrame)
     Stop();
 }
 
-TEST_F(SimulatorAcquisition, GivesTheCountedFramesInTheModeMultiFrame)
+TEST_F(SimulatorAcquisition, SendsFrameCountInMultiFrameMode)
 {
     ASSERT_OK(m_camera->SetEntry("AcquisitionMode", "MultiFrame"));
     ASSERT_OK(m_camera->Set("AcquisitionFrameCount", 3));
@@ -106,7 +106,7 @@ TEST_F(SimulatorAcquisition, GivesTheCountedFramesInTheModeMultiFrame)
     Stop();
 }
 
-TEST_F(SimulatorAcquisition, EndsByItselfAfterTheFramesAskedFor)
+TEST_F(SimulatorAcquisition, EndsAfterTheRequestedFrames)
 {
     AnnounceBuffers(6);
     Start(2);
@@ -117,7 +117,7 @@ TEST_F(SimulatorAcquisition, EndsByItselfAfterTheFramesAskedFor)
     Stop();
 }
 
-TEST_F(SimulatorAcquisition, NeedsItsMinimumOfBuffers)
+TEST_F(SimulatorAcquisition, RefusesToStartWithTooFewBuffers)
 {
     const size_t minimum = StreamInfo<size_t>(STREAM_INFO_BUF_ANNOUNCE_MIN);
     AnnounceBuffers(minimum - 1);
@@ -126,7 +126,7 @@ TEST_F(SimulatorAcquisition, NeedsItsMinimumOfBuffers)
     EXPECT_OK(Tl().DSStartAcquisition(m_stream, 0, GENTL_INFINITE));
 }
 
-TEST_F(SimulatorAcquisition, StartsAndStopsOnce)
+TEST_F(SimulatorAcquisition, RefusesASecondStartAndStop)
 {
     AnnounceBuffers(4);
     EXPECT_CODE(GC_ERR_RESOURCE_IN_USE, Tl().DSStopAcquisition(m_stream, ACQ_STOP_FLAGS_DEFAULT));
@@ -141,7 +141,7 @@ TEST_F(SimulatorAcquisition, StartsAndStopsOnce)
     Stop();
 }
 
-TEST_F(SimulatorAcquisition, FreezesTheImageLayout)
+TEST_F(SimulatorAcquisition, LocksTheImageLayout)
 {
     AnnounceBuffers(4);
     Start();
@@ -165,7 +165,7 @@ TEST_F(SimulatorAcquisition, RestartsFromFrameOne)
     }
 }
 
-TEST_F(SimulatorAcquisition, MarksAFrameThatIsLargerThanItsBuffer)
+TEST_F(SimulatorAcquisition, MarksAFrameLargerThanItsBuffer)
 {
     std::vector<std::vector<uint8_t>> memory(4, std::vector<uint8_t>(1000));
     for (auto &bytes : memory)
@@ -216,7 +216,7 @@ TEST_F(SimulatorEventKill, EndsExactlyOneWait)
     EXPECT_CODE(GC_ERR_TIMEOUT, Wait(0));
 }
 
-TEST_F(SimulatorEventKill, ComesBeforeFramesThatWait)
+TEST_F(SimulatorEventKill, ComesBeforeWaitingFrames)
 {
     AnnounceBuffers(4);
     Start();
@@ -230,7 +230,7 @@ TEST_F(SimulatorEventKill, ComesBeforeFramesThatWait)
     EXPECT_OK(Wait(0));
 }
 
-TEST_F(SimulatorEventKill, IsWhatAWaitGetsWhenTheDeviceIsClosed)
+TEST_F(SimulatorEventKill, ClosingTheDeviceAbortsAWait)
 {
     AnnounceBuffers(4);
     Start();
@@ -248,7 +248,7 @@ TEST_F(SimulatorEventKill, IsWhatAWaitGetsWhenTheDeviceIsClosed)
     waiting.join();
 }
 
-TEST_F(SimulatorAcquisition, KeepsAFrameReadableWhenItsDeviceIsClosed)
+TEST_F(SimulatorAcquisition, FrameOutlivesItsDevice)
 {
     AnnounceBuffers(4);
     Start();
@@ -260,7 +260,7 @@ TEST_F(SimulatorAcquisition, KeepsAFrameReadableWhenItsDeviceIsClosed)
     EXPECT_CODE(GC_ERR_INVALID_HANDLE, Tl().DSClose(m_stream));
 }
 
-TEST_F(SimulatorAcquisition, KeepsTheFramesInTheOutputQueueWhenItStops)
+TEST_F(SimulatorAcquisition, StopKeepsTheOutputQueue)
 {
     AnnounceBuffers(4);
     Start();
@@ -275,7 +275,7 @@ TEST_F(SimulatorAcquisition, KeepsTheFramesInTheOutputQueueWhenItStops)
     }
 }
 
-TEST_F(SimulatorAcquisition, TellsOfItsEvent)
+TEST_F(SimulatorAcquisition, AnswersQueriesAboutItsEvent)
 {
     AnnounceBuffers(4);
     ASSERT_OK(Tl().DSFlushQueue(m_stream, ACQ_QUEUE_INPUT_TO_OUTPUT));
@@ -305,7 +305,7 @@ TEST_F(SimulatorAcquisition, TellsOfItsEvent)
                 Tl().EventGetDataInfo(m_event, &data, 15, EVENT_DATA_ID, &type, nullptr, &size));
 }
 
-TEST_F(SimulatorAcquisition, DeliversWhatWaitsToAnEventThatIsRegisteredLater)
+TEST_F(SimulatorAcquisition, LaterEventGetsWaitingFrames)
 {
     AnnounceBuffers(4);
     ASSERT_OK(Tl().GCUnregisterEvent(m_stream, EVENT_NEW_BUFFER));
@@ -343,7 +343,7 @@ TEST_F(SimulatorFlush, MovesBuffersBetweenTheQueues)
     EXPECT_CODE(GC_ERR_INVALID_PARAMETER, Tl().DSFlushQueue(m_stream, 5));
 }
 
-TEST_F(SimulatorFlush, OfTheEventDiscardsTheOutputQueue)
+TEST_F(SimulatorFlush, EventFlushDiscardsTheOutputQueue)
 {
     AnnounceBuffers(4);
     ASSERT_OK(Tl().DSFlushQueue(m_stream, ACQ_QUEUE_INPUT_TO_OUTPUT));

@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 namespace simulator_test
 {
@@ -16,7 +16,7 @@ protected:
     }
 };
 
-TEST_F(SimulatorBuffer, IsAnnouncedQueuedAndRevoked)
+TEST_F(SimulatorBuffer, CanBeAnnouncedQueuedAndRevoked)
 {
     std::vector<uint8_t> memory(4096);
     int user = 0;
@@ -90,7 +90,7 @@ TEST_F(SimulatorBuffer, AnswersEveryQueryAboutAFrame)
     Stop();
 }
 
-TEST_F(SimulatorBuffer, KnowsNothingOfAFrameBeforeThereIsOne)
+TEST_F(SimulatorBuffer, HasNoFrameInfoBeforeTheFirstFrame)
 {
     AnnounceBuffers(1);
     INFO_DATATYPE type = 0;
@@ -103,7 +103,7 @@ TEST_F(SimulatorBuffer, KnowsNothingOfAFrameBeforeThereIsOne)
     EXPECT_EQ(0U, parts);
 }
 
-TEST_F(SimulatorBuffer, IsOnePart)
+TEST_F(SimulatorBuffer, AnImageIsOnePart)
 {
     AnnounceBuffers(4);
     Start();

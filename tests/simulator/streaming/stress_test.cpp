@@ -1,6 +1,6 @@
 // Many threads at once on the same handles. What they get is of no interest; the sanitizers watch.
 
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <atomic>
 #include <functional>
@@ -20,7 +20,7 @@ protected:
         SetRegion(64, 48);
     }
 
-    /** Runs each of them again and again until `main` is done. */
+    /// Runs each of them again and again until `main` is done.
     void RunBeside(const std::vector<std::function<void()>> &others, const std::function<void()> &main)
     {
         std::atomic<bool> done = false;
@@ -68,7 +68,7 @@ protected:
     uint64_t m_streamCounters = 0;
 };
 
-TEST_F(SimulatorThreads, StartStopFlushAndKillWhileOthersTakeFrames)
+TEST_F(SimulatorThreads, ControlTheStreamWhileOthersTakeFrames)
 {
     AnnounceBuffers(6);
     m_streamCounters = Nodes(m_stream).Address("StreamAnnouncedBufferCount");
@@ -89,7 +89,7 @@ TEST_F(SimulatorThreads, StartStopFlushAndKillWhileOthersTakeFrames)
               });
 }
 
-TEST_F(SimulatorThreads, CloseAndOpenTheDeviceWhileOthersUseIt)
+TEST_F(SimulatorThreads, ReopenTheDeviceWhileOthersUseIt)
 {
     std::atomic<DS_HANDLE> stream = m_stream;
     std::atomic<EVENT_HANDLE> event = m_event;
@@ -128,7 +128,7 @@ TEST_F(SimulatorThreads, CloseAndOpenTheDeviceWhileOthersUseIt)
               });
 }
 
-TEST_F(SimulatorThreads, EndTheLibraryUnderAWaitingThread)
+TEST_F(SimulatorThreads, CloseTheLibraryUnderAWaitingThread)
 {
     std::thread waiting(
         [&]

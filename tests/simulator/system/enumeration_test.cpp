@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 namespace simulator_test
 {
@@ -14,7 +14,7 @@ std::string IdAt(auto function, void *handle, uint32_t index)
     return text.c_str();
 }
 
-TEST(SimulatorLibrary, IsInitialisedAndClosedAgainAndAgain)
+TEST(SimulatorLibrary, CanBeInitialisedAgain)
 {
     EXPECT_CODE(GC_ERR_NOT_INITIALIZED, Tl().GCCloseLib());
     for (int i = 0; i < 3; ++i)
@@ -27,7 +27,7 @@ TEST(SimulatorLibrary, IsInitialisedAndClosedAgainAndAgain)
     EXPECT_CODE(GC_ERR_NOT_INITIALIZED, Tl().TLOpen(&system));
 }
 
-TEST(SimulatorLibrary, TellsWhatItIsBeforeItIsInitialised)
+TEST(SimulatorLibrary, AnswersGCGetInfoBeforeInitLib)
 {
     const auto text = [](TL_INFO_CMD command)
     {
@@ -66,7 +66,7 @@ TEST(SimulatorLists, AreEmptyBeforeTheirFirstUpdate)
     EXPECT_OK(Tl().GCCloseLib());
 }
 
-TEST(SimulatorDevices, AreOpenedByTheirIdWithoutAnUpdate)
+TEST(SimulatorDevices, OpenByIdWithoutAnUpdate)
 {
     ASSERT_OK(Tl().GCInitLib());
     TL_HANDLE system = nullptr;
@@ -82,7 +82,7 @@ TEST(SimulatorDevices, AreOpenedByTheirIdWithoutAnUpdate)
 
 using SimulatorEnumeration = LibraryTest;
 
-TEST_F(SimulatorEnumeration, ListsTheCamerasOnTheirInterfaces)
+TEST_F(SimulatorEnumeration, ListsCamerasOnTheirInterfaces)
 {
     std::vector<std::string> models;
     uint32_t interfaces = 0;
@@ -107,7 +107,7 @@ TEST_F(SimulatorEnumeration, ListsTheCamerasOnTheirInterfaces)
               models);
 }
 
-TEST_F(SimulatorEnumeration, ShowsTheSelectedInterfaceInTheSystemsFeatures)
+TEST_F(SimulatorEnumeration, SystemShowsTheSelectedInterface)
 {
     const Nodes nodes(m_system);
     EXPECT_EQ(2, nodes.Get("InterfaceCount"));
@@ -149,7 +149,7 @@ TEST_F(SimulatorEnumeration, OpensADeviceOnce)
     EXPECT_EQ(DEVICE_ACCESS_STATUS_OPEN_READONLY, status());
 }
 
-TEST_F(SimulatorEnumeration, DoesNotWriteToADeviceOpenedForReading)
+TEST_F(SimulatorEnumeration, ReadOnlyDeviceRefusesWrites)
 {
     const IF_HANDLE opened = OpenInterface("SIM-GIGE-0");
     DEV_HANDLE device = nullptr;
@@ -161,7 +161,7 @@ TEST_F(SimulatorEnumeration, DoesNotWriteToADeviceOpenedForReading)
     EXPECT_CODE(GC_ERR_ACCESS_DENIED, Tl().DevOpenDataStream(device, "Stream0", &stream));
 }
 
-TEST_F(SimulatorEnumeration, RefusesAccessThatNothingCanBeOpenedWith)
+TEST_F(SimulatorEnumeration, RefusesUnknownAccessFlags)
 {
     const IF_HANDLE opened = OpenInterface("SIM-GIGE-0");
     DEV_HANDLE device = nullptr;
@@ -171,7 +171,7 @@ TEST_F(SimulatorEnumeration, RefusesAccessThatNothingCanBeOpenedWith)
     }
 }
 
-TEST_F(SimulatorEnumeration, ClosesWhatWasOpenedOnAModuleWithIt)
+TEST_F(SimulatorEnumeration, ClosingAModuleClosesItsChildren)
 {
     const IF_HANDLE opened = OpenInterface("SIM-GIGE-0");
     DEV_HANDLE device = nullptr;
@@ -190,7 +190,7 @@ TEST_F(SimulatorEnumeration, ClosesWhatWasOpenedOnAModuleWithIt)
     OpenInterface("SIM-GIGE-0");
 }
 
-TEST_F(SimulatorEnumeration, KnowsTheParents)
+TEST_F(SimulatorEnumeration, ReturnsTheParents)
 {
     const IF_HANDLE opened = OpenInterface("SIM-GIGE-0");
     DEV_HANDLE device = nullptr;

@@ -1,7 +1,7 @@
 // The descriptions as the proxy producer's own reader sees them: it knows fewer elements than GenApi does.
 
 #include "nodemap/node_access.h"
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <algorithm>
 
@@ -12,7 +12,7 @@ namespace
 
 using namespace internal::nodemap;
 
-/** The simulator's port for the reader. What the reader does not call is not there. */
+/// The simulator's port for the reader. What the reader does not call is not there.
 class DirectPort : public internal::IPort
 {
 public:
@@ -40,7 +40,7 @@ private:
     PORT_HANDLE m_port;
 };
 
-class SimulatorSeenByTheReader : public CameraTest
+class SimulatorThroughReader : public CameraTest
 {
 protected:
     void SetUp() override
@@ -62,7 +62,7 @@ protected:
     std::unique_ptr<DirectPort> m_direct;
 };
 
-TEST_F(SimulatorSeenByTheReader, HasTheFeaturesOfACamera)
+TEST_F(SimulatorThroughReader, HasTheFeaturesOfACamera)
 {
     EXPECT_EQ(1280U, ReadUnsigned32(*m_direct, Node("Width")));
     EXPECT_EQ(1024U, ReadUnsigned32(*m_direct, Node("Height")));
@@ -74,7 +74,7 @@ TEST_F(SimulatorSeenByTheReader, HasTheFeaturesOfACamera)
     EXPECT_EQ(1280, GetBoundValue(*m_direct, *m_reader, Node("SensorWidth").Value));
 }
 
-TEST_F(SimulatorSeenByTheReader, OffersAllPixelFormats)
+TEST_F(SimulatorThroughReader, OffersAllPixelFormats)
 {
     const std::vector<std::string> expected = {"Mono8",   "Mono10",       "Mono12",      "Mono10p",
                                                "Mono12p", "Mono10g40QVR", "Mono12g24QVR"};
@@ -83,7 +83,7 @@ TEST_F(SimulatorSeenByTheReader, OffersAllPixelFormats)
     EXPECT_EQ("Mono12g24QVR", GetEnumEntry(*m_direct, *m_reader, Node("PixelFormat")));
 }
 
-TEST_F(SimulatorSeenByTheReader, HasConditionsOfEntriesAtTheAddressesOfRegisters)
+TEST_F(SimulatorThroughReader, EntryConditionsReadRegisters)
 {
     for (const internal::nodemap::EnumEntry &entry : Node("PixelFormat").EnumEntries)
     {
@@ -94,7 +94,7 @@ TEST_F(SimulatorSeenByTheReader, HasConditionsOfEntriesAtTheAddressesOfRegisters
     }
 }
 
-TEST_F(SimulatorSeenByTheReader, HasBinningAndDecimationForEverySelection)
+TEST_F(SimulatorThroughReader, BinningWorksForEverySelection)
 {
     for (const std::string prefix : {"Binning", "Decimation"})
     {
@@ -106,7 +106,7 @@ TEST_F(SimulatorSeenByTheReader, HasBinningAndDecimationForEverySelection)
     }
 }
 
-TEST_F(SimulatorSeenByTheReader, HasADroppedFrameCountInTheStream)
+TEST_F(SimulatorThroughReader, StreamHasDroppedFrameCount)
 {
     Read(m_stream);
     const NodeInfo &node = Node("StreamDroppedFrameCount");
@@ -115,7 +115,7 @@ TEST_F(SimulatorSeenByTheReader, HasADroppedFrameCountInTheStream)
     EXPECT_EQ(0, ReadInteger(*m_direct, node));
 }
 
-TEST_F(SimulatorSeenByTheReader, HasTheSystemFeaturesThatTheProxyReadsThrough)
+TEST_F(SimulatorThroughReader, HasForwardedSystemFeatures)
 {
     Read(m_system);
     const std::pair<const char *, uint64_t> expected[] = {{"InterfaceCount", 4},

@@ -1,7 +1,6 @@
-#ifndef QVR_TESTS_SIMULATOR_DEPTH_CAMERA_H
-#define QVR_TESTS_SIMULATOR_DEPTH_CAMERA_H
+#pragma once
 
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <cmath>
 #include <optional>
@@ -12,14 +11,14 @@ namespace simulator_test
 inline constexpr size_t sensorWidth = 640;
 inline constexpr size_t sensorHeight = 480;
 
-/** The numbers of the depth camera's scene and lens, as docs/simulator.md gives them. */
+/// The numbers of the depth camera's scene and lens, as docs/simulator.md gives them.
 struct Direction
 {
     double x;
     double y;
 };
 
-/** Where the lens shows a point, as column and row of the sensor. */
+/// Where the lens shows a point, as column and row of the sensor.
 inline Direction PlaceOf(Direction direction)
 {
     const double x = direction.x;
@@ -33,7 +32,7 @@ inline Direction PlaceOf(Direction direction)
     return {525.5 * shownX + 322.75, 524.25 * shownY + 238.5};
 }
 
-/** The direction that a place of the sensor looks to. */
+/// The direction that a place of the sensor looks to.
 inline Direction DirectionAt(double column, double row)
 {
     const Direction shown{(column - 322.75) / 525.5, (row - 238.5) / 524.25};
@@ -53,7 +52,7 @@ inline double PlaneDepth(Direction direction)
     return 1500.0 / (1 - 0.25 * direction.x - 0.10 * direction.y);
 }
 
-/** None where the ray misses the sphere. */
+/// None where the ray misses the sphere.
 inline std::optional<double> SphereDepth(Direction direction)
 {
     const double a = direction.x * direction.x + direction.y * direction.y + 1;
@@ -63,7 +62,7 @@ inline std::optional<double> SphereDepth(Direction direction)
     return root > 0 ? std::optional((b - std::sqrt(root)) / a) : std::nullopt;
 }
 
-/** The camera OVRA-D1 open, with its stream. */
+/// The camera OVRA-D1 open, with its stream.
 class DepthCameraTest : public CameraTest
 {
 protected:
@@ -80,7 +79,7 @@ protected:
                       { return Tl().DSGetBufferPartInfo(m_stream, buffer, part, command, type, out, size); });
     }
 
-    /** The values of a range image that is alone in its frame. */
+    /// The values of a range image that is alone in its frame.
     std::vector<unsigned> GrabRange(size_t bytesPerPixel = 2)
     {
         const std::vector<uint8_t> bytes = GrabOne();
@@ -94,5 +93,3 @@ protected:
 };
 
 } // namespace simulator_test
-
-#endif

@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <dlfcn.h>
 #include <stdexcept>

@@ -1,5 +1,4 @@
-#ifndef QVR_TESTS_SIMULATOR_SIMULATOR_H
-#define QVR_TESTS_SIMULATOR_SIMULATOR_H
+#pragma once
 
 #include <gentl/gentl.h>
 
@@ -15,7 +14,7 @@ namespace simulator_test
 
 using namespace GenTL;
 
-/** The functions of the simulator as it is built, by their names. */
+/// The functions of the simulator as it is built, by their names.
 struct Functions
 {
 #define FN(group, name, parameters, arguments) decltype(&::GenTL::name) name = nullptr;
@@ -23,19 +22,19 @@ struct Functions
 #undef FN
 };
 
-/** Loads the simulator once. */
+/// Loads the simulator once.
 const Functions &Tl();
 
 std::string LibraryPath();
 
-/** The text that GCGetLastError gives. */
+/// The text that GCGetLastError gives.
 std::string LastErrorText();
 
 #define EXPECT_CODE(code, call) EXPECT_EQ(GC_ERROR{code}, call) << ::simulator_test::LastErrorText()
 #define ASSERT_OK(call) ASSERT_EQ(GC_ERROR{GC_ERR_SUCCESS}, call) << ::simulator_test::LastErrorText()
 #define EXPECT_OK(call) EXPECT_EQ(GC_ERROR{GC_ERR_SUCCESS}, call) << ::simulator_test::LastErrorText()
 
-/** The answer of an info function, called as query(type, buffer, size). */
+/// The answer of an info function, called as query(type, buffer, size).
 template <typename T, typename Query>
 T Ask(Query &&query)
 {
@@ -60,10 +59,10 @@ std::string AskText(Query &&query)
     return text.c_str();
 }
 
-/** The description of the module behind the port, unpacked. */
+/// The description of the module behind the port, unpacked.
 std::string ReadDescription(PORT_HANDLE port);
 
-/** Features of a module by name: the registers behind them are found in its description. */
+/// Features of a module by name: the registers behind them are found in its description.
 class Nodes
 {
 public:
@@ -90,7 +89,7 @@ private:
     std::map<std::string, pugi::xml_node> m_nodes;
 };
 
-/** The library initialised, the system open, lists up to date. */
+/// The library initialised, the system open, lists up to date.
 class LibraryTest : public ::testing::Test
 {
 protected:
@@ -102,21 +101,21 @@ protected:
     TL_HANDLE m_system = nullptr;
 };
 
-/** A filled buffer as EventGetData gave it. */
+/// A filled buffer as EventGetData gave it.
 struct Received
 {
     BUFFER_HANDLE handle = nullptr;
     void *userPointer = nullptr;
 };
 
-/** The camera OVRA-M1 open, with its stream. */
+/// The camera OVRA-M1 open, with its stream.
 class CameraTest : public LibraryTest
 {
 protected:
     void SetUp() override;
 
     void OpenCamera(const std::string &interfaceId, const std::string &deviceId);
-    /** So many buffers of the payload size, announced and queued. */
+    /// So many buffers of the payload size, announced and queued.
     void AnnounceBuffers(size_t count);
     void Start(uint64_t frames = GENTL_INFINITE);
     void Stop(ACQ_STOP_FLAGS flags = ACQ_STOP_FLAGS_DEFAULT);
@@ -136,10 +135,10 @@ protected:
                       { return Tl().DSGetInfo(m_stream, command, type, out, size); });
     }
 
-    /** The filled bytes of the buffer. */
+    /// The filled bytes of the buffer.
     std::vector<uint8_t> Content(BUFFER_HANDLE buffer);
 
-    /** Announces buffers, grabs a frame, and revokes them: the content of the first frame. */
+    /// Announces buffers, grabs a frame, and revokes them: the content of the first frame.
     std::vector<uint8_t> GrabOne();
 
     void SetRegion(int64_t width, int64_t height, int64_t offsetX = 0, int64_t offsetY = 0);
@@ -154,5 +153,3 @@ protected:
 };
 
 } // namespace simulator_test
-
-#endif
