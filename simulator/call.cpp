@@ -1,4 +1,4 @@
-#include "call.h"
+#include "simulator/call.h"
 
 namespace GenTL::simulator
 {
@@ -19,7 +19,7 @@ GC_ERROR Fail(const char *function, GC_ERROR code, const char *text) noexcept
     }
     catch (const std::bad_alloc &)
     {
-        // Without memory for the text the code alone has to do.
+        // Without memory for the text, the code alone is reported.
     }
     return code;
 }

@@ -1,7 +1,6 @@
-#ifndef QVR_SIMULATOR_CALL_H
-#define QVR_SIMULATOR_CALL_H
+#pragma once
 
-#include "error.h"
+#include "simulator/error.h"
 
 #include <exception>
 #include <new>
@@ -9,7 +8,7 @@
 namespace GenTL::simulator
 {
 
-/** What GCGetLastError tells: one for each thread, kept until the thread's next failure. */
+/// What GCGetLastError returns: the last failure of each thread.
 struct LastError
 {
     GC_ERROR code = GC_ERR_SUCCESS;
@@ -18,10 +17,10 @@ struct LastError
     static LastError &OfThisThread();
 };
 
-/** Remembers the failure for GCGetLastError and gives its code. */
+/// Stores the failure for GCGetLastError and returns its code.
 GC_ERROR Fail(const char *function, GC_ERROR code, const char *text) noexcept;
 
-/** The frame around every export: nothing is thrown across the C interface. */
+/// Runs the body of an export and turns an exception into a code: nothing is thrown across the C interface.
 template <typename Body>
 GC_ERROR Call(const char *function, Body &&body) noexcept
 {
@@ -49,5 +48,3 @@ GC_ERROR Call(const char *function, Body &&body) noexcept
 }
 
 } // namespace GenTL::simulator
-
-#endif

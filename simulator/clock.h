@@ -1,5 +1,4 @@
-#ifndef QVR_SIMULATOR_CLOCK_H
-#define QVR_SIMULATOR_CLOCK_H
+#pragma once
 
 #include <chrono>
 #include <cstdint>
@@ -7,7 +6,7 @@
 namespace GenTL::simulator
 {
 
-/** The clock of all cameras. */
+/// The clock of all cameras.
 inline uint64_t Nanoseconds()
 {
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
@@ -15,5 +14,3 @@ inline uint64_t Nanoseconds()
 }
 
 } // namespace GenTL::simulator
-
-#endif

@@ -1,19 +1,24 @@
-#ifndef QVR_SIMULATOR_ERROR_H
-#define QVR_SIMULATOR_ERROR_H
+#pragma once
 
+#include <fmt/format.h>
 #include <gentl/gentl.h>
 
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace GenTL::simulator
 {
 
-/** A failure that an export reports: the code it returns, and the text that GCGetLastError gives. */
+/// A failure that an export reports: the code it returns, and the text that GCGetLastError gives.
 class Error : public std::runtime_error
 {
 public:
-    Error(GC_ERROR code, const std::string &text) : std::runtime_error(text), m_code(code) {}
+    template <typename... Args>
+    explicit Error(GC_ERROR code, fmt::format_string<Args...> text, Args &&...args)
+        : std::runtime_error(fmt::format(text, std::forward<Args>(args)...)), m_code(code)
+    {
+    }
 
     GC_ERROR Code() const { return m_code; }
 
@@ -21,15 +26,13 @@ private:
     GC_ERROR m_code;
 };
 
-/** Fails with GC_ERR_INVALID_PARAMETER, naming the argument, when `pointer` is null. */
+/// @throws Error GC_ERR_INVALID_PARAMETER: the argument called `name` is null.
 inline void RequireNotNull(const void *pointer, const char *name)
 {
     if (pointer == nullptr)
     {
-        throw Error(GC_ERR_INVALID_PARAMETER, std::string(name) + " must not be NULL");
+        throw Error(GC_ERR_INVALID_PARAMETER, "{} must not be NULL", name);
     }
 }
 
 } // namespace GenTL::simulator
-
-#endif

@@ -1,7 +1,8 @@
-// The exported functions: each finds its object, checks what the object takes for granted, and calls it.
+// The exported functions. Each finds its object, checks the arguments that the object relies on, and calls
+// it.
 
-#include "call.h"
-#include "producer.h"
+#include "simulator/call.h"
+#include "simulator/system/producer.h"
 
 #include <cstring>
 #include <utility>
@@ -14,20 +15,20 @@ using namespace simulator;
 namespace
 {
 
-/** Calls `body` with the object behind the handle, which lives until `body` has returned. */
+/// Calls `body` with the object behind the handle, which lives until `body` has returned.
 template <typename T, typename Body>
 GC_ERROR With(const char *function, const void *handle, Body &&body) noexcept
 {
     return Call(function,
                 [&]
                 {
-                    const std::shared_ptr<Producer> producer = Producer::Get();
-                    const std::shared_ptr<T> object = producer->Find<T>(handle);
+                    const auto producer = Producer::Get();
+                    const auto object = producer->Find<T>(handle);
                     body(*object);
                 });
 }
 
-/** The same with a buffer of the stream, which nothing changes meanwhile. */
+/// The same with a buffer of the stream. Nothing changes the buffer meanwhile.
 template <typename Body>
 GC_ERROR WithBuffer(const char *function, const void *stream, const void *handle, Body &&body) noexcept
 {
@@ -68,7 +69,7 @@ std::span<const uint8_t> Readable(const void *bytes, const size_t *size)
     return CheckedBytes(static_cast<const uint8_t *>(bytes), size);
 }
 
-/** Calls `access` for each entry; `*count` tells how many succeeded. */
+/// Calls `access` for each entry; afterwards `*count` is the number of calls that succeeded.
 template <typename Access>
 void ForEachEntry(PORT_REGISTER_STACK_ENTRY *entries, size_t *count, Access &&access)
 {
@@ -85,7 +86,7 @@ void ForEachEntry(PORT_REGISTER_STACK_ENTRY *entries, size_t *count, Access &&ac
     }
 }
 
-/** Answers each query on its own; the first failure is the result of the whole. */
+/// Answers each query by itself; the first failure is the result of the call.
 template <typename Query, typename Answer>
 void AnswerStacked(const char *function, Query *queries, size_t count, Answer &&answer)
 {
@@ -120,7 +121,7 @@ template <typename T>
 void WriteParent(const Module &module, T *out, const char *name)
 {
     RequireNotNull(out, name);
-    const std::shared_ptr<Module> parent = module.Parent();
+    const auto parent = module.Parent();
     if (!parent)
     {
         throw Error(GC_ERR_INVALID_HANDLE, "The parent was closed");
@@ -149,7 +150,7 @@ GC_ERROR GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, s
 
 GC_ERROR GCGetLastError(GC_ERROR *piErrorCode, char *sErrText, size_t *piSize)
 {
-    // Its own failure must not replace what the caller wants to read.
+    // A failure of this function must not replace the error that the caller asks for.
     const LastError last = LastError::OfThisThread();
     const GC_ERROR result = Call("GCGetLastError",
                                  [&]
@@ -282,7 +283,7 @@ GC_ERROR TLOpen(TL_HANDLE *phTL)
     return Call("TLOpen",
                 [&]
                 {
-                    const std::shared_ptr<Producer> producer = Producer::Get();
+                    const auto producer = Producer::Get();
                     RequireNotNull(phTL, "phTL");
                     *phTL = producer->OpenSystem();
                 });

@@ -1,7 +1,6 @@
-#ifndef QVR_SIMULATOR_HANDLE_TABLE_H
-#define QVR_SIMULATOR_HANDLE_TABLE_H
+#pragma once
 
-#include "error.h"
+#include "simulator/error.h"
 
 #include <memory>
 #include <mutex>
@@ -11,7 +10,7 @@
 namespace GenTL::simulator
 {
 
-/** Anything that a consumer has a handle of. */
+/// Base of everything that a consumer gets a handle of.
 class Object
 {
 public:
@@ -20,7 +19,7 @@ public:
     Object &operator=(const Object &) = delete;
     virtual ~Object() = default;
 
-    /** Null before the object is in the table. */
+    /// Null before the object is in the table.
     void *Handle() const { return m_handle; }
 
 private:
@@ -28,16 +27,14 @@ private:
     void *m_handle = nullptr;
 };
 
-/**
- * From handles to objects. A handle is a number that is never used again, so one that was closed is known
- * for what it is. Any thread may call.
- */
+/// Finds objects by their handles. A handle is a number that is never reused, so a closed handle is always
+/// recognised. Any thread may call.
 class HandleTable
 {
 public:
     void *Add(const std::shared_ptr<Object> &object)
     {
-        const std::unique_lock lock(m_mutex);
+        const std::lock_guard lock(m_mutex);
         object->m_handle = reinterpret_cast<void *>(m_next);
         m_next += 16;
         m_objects.emplace(object->m_handle, object);
@@ -47,7 +44,7 @@ public:
     void Remove(const Object &object)
     {
         std::shared_ptr<Object> removed; // declared first: the object ends when the lock is free again
-        const std::unique_lock lock(m_mutex);
+        const std::lock_guard lock(m_mutex);
         if (const auto found = m_objects.find(object.m_handle); found != m_objects.end())
         {
             removed = std::move(found->second);
@@ -55,7 +52,7 @@ public:
         }
     }
 
-    /** GC_ERR_INVALID_HANDLE: no object, or one of another kind, has this handle. */
+    /// @throws Error GC_ERR_INVALID_HANDLE: no object of this kind has the handle.
     template <typename T>
     std::shared_ptr<T> Find(const void *handle) const
     {
@@ -78,5 +75,3 @@ private:
 };
 
 } // namespace GenTL::simulator
-
-#endif

@@ -1,4 +1,4 @@
-#include "info.h"
+#include "simulator/info.h"
 
 #include <cstring>
 
@@ -20,9 +20,8 @@ void WriteBytes(const std::string &bytes, void *buffer, size_t *size)
     {
         if (*size < bytes.size())
         {
-            throw Error(GC_ERR_BUFFER_TOO_SMALL, "Buffer of " + std::to_string(*size) +
-                                                     " bytes is too small, needed are " +
-                                                     std::to_string(bytes.size()));
+            throw Error(GC_ERR_BUFFER_TOO_SMALL, "Buffer of {} bytes is too small, {} are needed", *size,
+                        bytes.size());
         }
         std::memcpy(buffer, bytes.data(), bytes.size());
     }
@@ -82,7 +81,7 @@ void WriteText(const std::string &text, char *buffer, size_t *size)
 
 void UnknownCommand(int32_t command)
 {
-    throw Error(GC_ERR_NOT_IMPLEMENTED, "Command " + std::to_string(command) + " is not implemented");
+    throw Error(GC_ERR_NOT_IMPLEMENTED, "Command {} is not implemented", command);
 }
 
 } // namespace GenTL::simulator

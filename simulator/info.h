@@ -1,14 +1,13 @@
-#ifndef QVR_SIMULATOR_INFO_H
-#define QVR_SIMULATOR_INFO_H
+#pragma once
 
-#include "error.h"
+#include "simulator/error.h"
 
 #include <string>
 
 namespace GenTL::simulator
 {
 
-/** The answer to an info query: its type and its bytes, a text with its terminator. */
+/// The answer to an info query: its type and its bytes; a text includes its terminator.
 struct Info
 {
     INFO_DATATYPE type;
@@ -23,20 +22,16 @@ struct Info
     static Info Pointer(const void *value);
 };
 
-/**
- * Answers a query by the rules that all info functions share: a null `buffer` asks for the size alone.
- *
- * GC_ERR_INVALID_PARAMETER: `type` or `size` is null.
- * GC_ERR_BUFFER_TOO_SMALL: the answer does not fit into `*size` bytes.
- */
+/// Answers a query by the rules that all info functions share: a null `buffer` asks for the size alone.
+///
+/// @throws Error GC_ERR_INVALID_PARAMETER: `type` or `size` is null.
+/// @throws Error GC_ERR_BUFFER_TOO_SMALL: the answer does not fit into `*size` bytes.
 void WriteInfo(const Info &info, INFO_DATATYPE *type, void *buffer, size_t *size);
 
-/** The same for the functions that give a text and no type. */
+/// The same for the functions that return a text without a type.
 void WriteText(const std::string &text, char *buffer, size_t *size);
 
-/** Ends a query whose command is unknown. */
+/// @throws Error GC_ERR_NOT_IMPLEMENTED, always: for a query whose command is unknown.
 [[noreturn]] void UnknownCommand(int32_t command);
 
 } // namespace GenTL::simulator
-
-#endif

@@ -1,4 +1,4 @@
-#include "own_path.h"
+#include "simulator/own_path.h"
 
 #include <dlfcn.h>
 

@@ -1,14 +1,11 @@
-#ifndef QVR_SIMULATOR_OWN_PATH_H
-#define QVR_SIMULATOR_OWN_PATH_H
+#pragma once
 
 #include <filesystem>
 
 namespace GenTL::simulator
 {
 
-/** Where this library was loaded from. */
+/// The file that this library was loaded from; empty when the loader does not know it.
 std::filesystem::path OwnPath();
 
 } // namespace GenTL::simulator
-
-#endif

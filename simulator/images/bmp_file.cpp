@@ -1,6 +1,6 @@
-// Bitmaps without compression: of 1, 4 and 8 bits with a palette, of 24 and of 32 bits.
+// Uncompressed bitmaps: 1, 4 and 8 bits with a palette, 24 and 32 bits.
 
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 namespace GenTL::simulator
 {
@@ -8,7 +8,8 @@ namespace GenTL::simulator
 namespace
 {
 
-/** The bytes from `offset` on, when there are `size` of them. */
+/// The `size` bytes from `offset` on.
+/// @throws NoPicture the file is shorter
 const uint8_t *At(Bytes file, size_t offset, size_t size)
 {
     if (offset > file.size() || size > file.size() - offset)
@@ -34,7 +35,7 @@ uint16_t GreyOfBgr(const uint8_t *bgr)
     return GreyOf(bgr[2], bgr[1], bgr[0]);
 }
 
-/** The index of `bits` bits behind the upper `bit` ones. */
+/// The index in the `bits` bits of the byte that follow its upper `bit` bits.
 size_t IndexAt(uint8_t byte, size_t bit, size_t bits)
 {
     return (byte >> (8 - bit - bits)) & ((1U << bits) - 1);

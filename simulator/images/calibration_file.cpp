@@ -1,9 +1,10 @@
-#include "image_file.h"
+#include "simulator/images/reason.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
@@ -20,13 +21,13 @@ using Names = std::initializer_list<const char *>;
 
 constexpr int largestSide = 16384;
 
-/** Without the first line "%YAML:1.0" that OpenCV writes, which is no directive of YAML. */
+/// Reads the file without the line "%YAML:1.0" that OpenCV writes first: it is no YAML directive.
 std::string ReadText(const char *path)
 {
     std::ifstream file(path, std::ios::binary);
     if (!file)
     {
-        throw std::runtime_error("can not be read");
+        throw std::runtime_error("cannot be read");
     }
     const std::string text((std::istreambuf_iterator<char>(file)), {});
     return text.starts_with("%YAML") ? text.substr(std::min(text.find('\n'), text.size())) : text;
@@ -47,7 +48,7 @@ YAML::Node Parse(const std::string &text)
     throw std::runtime_error("is no YAML file");
 }
 
-/** An undefined node when there is none of these. */
+/// The first of these that the file has; undefined when it has none.
 YAML::Node TryFind(const YAML::Node &file, Names names)
 {
     for (const char *const name : names)
@@ -65,19 +66,19 @@ YAML::Node Find(const YAML::Node &file, Names names)
     YAML::Node node = TryFind(file, names);
     if (!node)
     {
-        throw std::runtime_error(std::string("has no ") + *names.begin());
+        throw std::runtime_error(fmt::format("has no {}", *names.begin()));
     }
     return node;
 }
 
-/** Nothing when the node is no finite number; what is in quotes is a text. */
+/// None when the node is not a finite number; a quoted number is a text.
 std::optional<double> NumberOf(const YAML::Node &node)
 {
     if (!node.IsScalar() || node.Tag() == "!")
     {
         return std::nullopt;
     }
-    const std::string &text = node.Scalar();
+    const auto &text = node.Scalar();
     const char *const begin = text.data() + (text.starts_with('+') ? 1 : 0);
     const char *const end = text.data() + text.size();
     double value = 0;
@@ -91,23 +92,22 @@ uint32_t ReadSide(const YAML::Node &file, Names names)
     const double value = NumberOf(Find(file, names)).value_or(0);
     if (!(value >= 16 && value <= largestSide) || value != std::floor(value))
     {
-        throw std::runtime_error(std::string(*names.begin()) + " is not from 16 to " +
-                                 std::to_string(largestSide));
+        throw std::runtime_error(fmt::format("{} is not from 16 to {}", *names.begin(), largestSide));
     }
     return static_cast<uint32_t>(value);
 }
 
-/** The numbers of a matrix row by row, also of one that is not marked as OpenCV's. */
+/// The numbers of a matrix, row by row. The matrix need not carry OpenCV's tag.
 std::vector<double> ReadMatrix(const YAML::Node &file, Names names)
 {
     const YAML::Node matrix = Find(file, names);
     std::vector<double> values;
     for (const YAML::Node &node : matrix.IsMap() ? matrix["data"] : YAML::Node())
     {
-        const std::optional<double> value = NumberOf(node);
+        const auto value = NumberOf(node);
         if (!value)
         {
-            throw std::runtime_error(std::string(*names.begin()) + " has something else than numbers");
+            throw std::runtime_error(fmt::format("{} has something else than numbers", *names.begin()));
         }
         values.push_back(*value);
     }
@@ -131,8 +131,8 @@ void ReadCameraMatrix(const YAML::Node &file, QvrCalibration &lens)
 
 void ReadDistortion(const YAML::Node &file, QvrCalibration &lens)
 {
-    const std::vector<double> d = ReadMatrix(file, {"distortion_coefficients", "Distortion_Coefficients",
-                                                    "distCoeffs", "dist_coeffs", "DistCoeffs"});
+    const auto d = ReadMatrix(file, {"distortion_coefficients", "Distortion_Coefficients", "distCoeffs",
+                                     "dist_coeffs", "DistCoeffs"});
     const size_t known = std::size(lens.distortion);
     for (size_t i = 0; i < d.size(); ++i)
     {
@@ -149,7 +149,7 @@ void ReadDistortion(const YAML::Node &file, QvrCalibration &lens)
     const std::string name = model && model.IsScalar() ? model.Scalar() : "plumb_bob";
     if (name != "plumb_bob" && name != "rational_polynomial")
     {
-        throw std::runtime_error("distortion_model " + name + " is not known");
+        throw std::runtime_error(fmt::format("distortion_model {} is not known", name));
     }
 }
 
@@ -183,7 +183,7 @@ int qvrReadCalibration(const char *path, QvrCalibration *out, QvrReason *reason)
     }
     catch (const std::exception &error)
     {
-        std::snprintf(reason->text, sizeof reason->text, "%s", error.what());
+        GenTL::simulator::WriteReason(error, reason);
         return 0;
     }
 }

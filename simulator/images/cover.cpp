@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +9,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/** What a value of the result is made of: the values from `first` on, each by its weight. */
+/// How a value of the result is made: the values from `first` on, each times its weight.
 struct Mix
 {
     size_t first;
@@ -37,7 +37,7 @@ Mix Between(double at, uint32_t length)
     return length == 1 ? Mix{0, {1.0F}} : Mix{static_cast<size_t>(first), {1.0F - part, part}};
 }
 
-/** Along one axis: `count` values around the centre of `length` ones scaled to `scaled`. */
+/// Along one axis: scales `length` values to `scaled` values and keeps the middle `count`.
 std::vector<Mix> Mixes(uint32_t length, uint32_t scaled, uint32_t count)
 {
     const double step = static_cast<double>(length) / scaled;
@@ -72,17 +72,17 @@ void Cover(const Picture &picture, uint32_t width, uint32_t height, uint16_t *ou
     const double scale = std::max(1.0 * width / picture.width, 1.0 * height / picture.height);
     const auto scaled = [&](uint32_t length, uint32_t least)
     { return std::max(least, static_cast<uint32_t>(std::lround(length * scale))); };
-    const std::vector<Mix> columns = Mixes(picture.width, scaled(picture.width, width), width);
-    const std::vector<Mix> rows = Mixes(picture.height, scaled(picture.height, height), height);
+    const auto columns = Mixes(picture.width, scaled(picture.width, width), width);
+    const auto rows = Mixes(picture.height, scaled(picture.height, height), height);
 
     std::vector<float> narrowed(size_t{picture.height} * width);
     for (uint32_t row = 0; row < picture.height; ++row)
     {
         const uint16_t *const line = picture.values.data() + size_t{row} * picture.width;
-        std::transform(columns.begin(), columns.end(), narrowed.begin() + ptrdiff_t{row} * width,
-                       [&](const Mix &mix) { return Mixed(mix, line, 1); });
+        std::ranges::transform(columns, narrowed.begin() + ptrdiff_t{row} * width,
+                               [&](const Mix &mix) { return Mixed(mix, line, 1); });
     }
-    for (const Mix &mix : rows)
+    for (const auto &mix : rows)
     {
         for (uint32_t column = 0; column < width; ++column)
         {

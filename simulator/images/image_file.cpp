@@ -1,9 +1,11 @@
-#include "image_file.h"
+#include "simulator/images/image_file.h"
 
-#include "picture.h"
+#include "simulator/images/picture.h"
+#include "simulator/images/reason.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
 
 using namespace GenTL::simulator;
 
@@ -12,10 +14,10 @@ namespace
 
 std::string SizeText(uint32_t width, uint32_t height)
 {
-    return std::to_string(width) + " x " + std::to_string(height);
+    return fmt::format("{} x {}", width, height);
 }
 
-/** Full scale of the file's values to 65535. */
+/// Spreads the values of the file to the range from 0 to 65535.
 void SpreadToSixteenBits(Picture &picture)
 {
     const uint32_t white = picture.white;
@@ -36,8 +38,8 @@ Picture ReadOfSize(const char *path, bool isDepth, uint32_t width, uint32_t heig
     }
     if (picture.width != width || picture.height != height)
     {
-        throw std::runtime_error("has " + SizeText(picture.width, picture.height) + " pixels instead of " +
-                                 SizeText(width, height));
+        throw std::runtime_error(fmt::format(
+            "has {} pixels instead of {}", SizeText(picture.width, picture.height), SizeText(width, height)));
     }
     if (!isDepth)
     {
@@ -54,12 +56,12 @@ int qvrReadPicture(const char *path, uint32_t width, uint32_t height, int isDept
     try
     {
         const Picture picture = ReadOfSize(path, isDepth != 0, width, height);
-        std::copy(picture.values.begin(), picture.values.end(), out);
+        std::ranges::copy(picture.values, out);
         return 1;
     }
     catch (const std::exception &error)
     {
-        std::snprintf(reason->text, sizeof reason->text, "%s", error.what());
+        WriteReason(error, reason);
         return 0;
     }
 }

@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <csetjmp>
 #include <cstdio> // jpeglib.h uses it and does not include it
@@ -11,7 +11,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/** Frees what libjpeg has made, and is told of its failures. */
+/// Owns the objects of libjpeg and receives its failures.
 struct JpegReader
 {
     jpeg_decompress_struct jpeg{};
@@ -31,7 +31,7 @@ struct JpegReader
     ~JpegReader() { jpeg_destroy_decompress(&jpeg); }
 };
 
-// A failure in libjpeg jumps out of these two, so they have no objects of their own that would need an end.
+// A failure in libjpeg jumps out of these two functions, so they hold no object that needs a destructor.
 
 bool ReadHeader(JpegReader &reader, Bytes file)
 {
@@ -63,7 +63,7 @@ bool ReadRows(JpegReader &reader, uint8_t *out)
     return true;
 }
 
-/** What is left of white light by inks as Adobe's programs write them: 255 is none. */
+/// The light that inks leave of white. The values are inverted, as is common in files: 255 is no ink.
 uint16_t GreyOfInks(const uint8_t *inks)
 {
     const uint32_t black = inks[3];

@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <algorithm>
 #include <fstream>
@@ -41,8 +41,8 @@ Picture ReadAnyPicture(const std::string &path)
                                      {"P6"sv, ReadPnm}};
     std::ifstream stream(path, std::ios::binary);
     const std::string content((std::istreambuf_iterator<char>(stream)), {});
-    const auto kind = std::find_if(std::begin(kinds), std::end(kinds),
-                                   [&](const Kind &each) { return content.starts_with(each.begin); });
+    const auto kind =
+        std::ranges::find_if(kinds, [&](const Kind &each) { return content.starts_with(each.begin); });
     if (kind == std::end(kinds))
     {
         throw NoPicture();

@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <csetjmp>
 #include <cstring>
@@ -21,7 +21,7 @@ void TakeBytes(png_structp png, png_bytep out, size_t size)
     left = left.subspan(size);
 }
 
-/** Frees what libpng has made. */
+/// Owns the objects of libpng.
 struct PngReader
 {
     png_structp png = png_create_read_struct(
@@ -35,9 +35,9 @@ struct PngReader
     ~PngReader() { png_destroy_read_struct(&png, &info, nullptr); }
 };
 
-// A failure in libpng jumps out of these two, so they have no objects of their own that would need an end.
+// A failure in libpng jumps out of these two functions, so they hold no object that needs a destructor.
 
-/** All files are read as grey or RGB of 8 or 16 bits, in the byte order of x86. */
+/// Asks libpng for grey or RGB of 8 or 16 bits, in little-endian byte order.
 bool ReadHeader(const PngReader &reader, Bytes *file, bool *canBeDepth)
 {
     if (setjmp(png_jmpbuf(reader.png)) != 0)

@@ -1,6 +1,6 @@
 // PGM and PPM, as text or in binary.
 
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "picture.h"
+#include "simulator/images/picture.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,7 +13,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/** A file in memory as libtiff reads it. */
+/// A file in memory as libtiff reads it.
 struct MemoryFile
 {
     Bytes bytes;
@@ -46,7 +46,7 @@ struct MemoryFile
 
 using Tiff = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
 
-/** Without the messages that libtiff writes to standard error. */
+/// Opens the file and silences libtiff, which writes to standard error otherwise.
 Tiff Open(MemoryFile &file)
 {
     const std::unique_ptr<TIFFOpenOptions, decltype(&TIFFOpenOptionsFree)> options(TIFFOpenOptionsAlloc(),
@@ -72,7 +72,7 @@ T Field(const Tiff &tiff, uint32_t tag)
     return value;
 }
 
-/** Whatever has up to 8 bits, by libtiff's own conversion. */
+/// Reads a file of up to 8 bits by libtiff's own conversion.
 void ReadEightBits(const Tiff &tiff, Picture &picture)
 {
     std::vector<uint32_t> colours(picture.values.size());
@@ -81,12 +81,12 @@ void ReadEightBits(const Tiff &tiff, Picture &picture)
     {
         throw NoPicture();
     }
-    std::transform(colours.begin(), colours.end(), picture.values.begin(),
-                   [](uint32_t colour)
-                   { return GreyOf(TIFFGetR(colour), TIFFGetG(colour), TIFFGetB(colour)); });
+    std::ranges::transform(colours, picture.values.begin(),
+                           [](uint32_t colour)
+                           { return GreyOf(TIFFGetR(colour), TIFFGetG(colour), TIFFGetB(colour)); });
 }
 
-/** Samples of floating point files go from 0 to 1. */
+/// Samples of floating point files go from 0 to 1.
 template <typename T>
 uint16_t SampleAt(const uint8_t *bytes)
 {
@@ -102,7 +102,35 @@ uint16_t SampleAt(const uint8_t *bytes)
     }
 }
 
-/** Tiles, or strips as tiles of the picture's width, with the samples of a pixel beside each other. */
+/// Place and size of a block in pixels, and the samples of each pixel.
+struct TiffBlock
+{
+    uint32_t left;
+    uint32_t top;
+    uint32_t width;
+    uint32_t height;
+    size_t samples;
+};
+
+/// Copies the part of a block that lies in the picture.
+template <typename T>
+void CopyBlock(const uint8_t *bytes, const TiffBlock &block, Picture &picture)
+{
+    const size_t pixelBytes = block.samples * sizeof(T);
+    for (uint32_t row = block.top; row < std::min(block.top + block.height, picture.height); ++row)
+    {
+        const uint8_t *at = bytes + size_t{row - block.top} * block.width * pixelBytes;
+        uint16_t *value = picture.values.data() + size_t{row} * picture.width + block.left;
+        for (uint32_t i = 0; i < std::min(block.width, picture.width - block.left); ++i, at += pixelBytes)
+        {
+            *value++ = block.samples < 3 ? SampleAt<T>(at)
+                                         : GreyOf(SampleAt<T>(at), SampleAt<T>(at + sizeof(T)),
+                                                  SampleAt<T>(at + 2 * sizeof(T)));
+        }
+    }
+}
+
+/// Reads tiles, or strips as tiles as wide as the picture. The samples of a pixel stand beside each other.
 template <typename T>
 void ReadBlocks(const Tiff &tiff, Picture &picture, size_t samples)
 {
@@ -133,17 +161,7 @@ void ReadBlocks(const Tiff &tiff, Picture &picture, size_t samples)
             {
                 throw NoPicture();
             }
-            for (uint32_t row = top; row < std::min(top + height, picture.height); ++row)
-            {
-                const uint8_t *at = block.data() + size_t{row - top} * width * pixelBytes;
-                uint16_t *value = picture.values.data() + size_t{row} * picture.width + left;
-                for (uint32_t i = 0; i < std::min(width, picture.width - left); ++i, at += pixelBytes)
-                {
-                    *value++ = samples < 3 ? SampleAt<T>(at)
-                                           : GreyOf(SampleAt<T>(at), SampleAt<T>(at + sizeof(T)),
-                                                    SampleAt<T>(at + 2 * sizeof(T)));
-                }
-            }
+            CopyBlock<T>(block.data(), {left, top, width, height, samples}, picture);
         }
     }
 }

@@ -1,4 +1,4 @@
-#include "simulator.h"
+#include "support/simulator/simulator.h"
 
 #include <elf.h>
 #include <fstream>
@@ -10,7 +10,7 @@ namespace simulator_test
 namespace
 {
 
-/** Names of the functions and objects that a 64-bit ELF file exports. */
+/// Names of the functions and objects that a 64-bit ELF file exports.
 std::set<std::string> ExportedNames(const std::string &path)
 {
     std::ifstream file(path, std::ios::binary);
@@ -45,7 +45,7 @@ std::set<std::string> ExportedNames(const std::string &path)
     return names;
 }
 
-TEST(SimulatorExports, AreTheFunctionsOfTheStandardAndNoOther)
+TEST(SimulatorExports, AreExactlyTheStandardFunctions)
 {
     std::set<std::string> expected;
 #define FN(group, name, parameters, arguments) expected.insert(#name);
@@ -55,7 +55,7 @@ TEST(SimulatorExports, AreTheFunctionsOfTheStandardAndNoOther)
     EXPECT_EQ(expected, ExportedNames(LibraryPath()));
 }
 
-TEST(SimulatorExports, AllNeedAnInitialisedLibrary)
+TEST(SimulatorExports, NeedAnInitialisedLibrary)
 {
     const std::set<std::string> always = {"GCGetInfo", "GCGetLastError", "GCInitLib"};
     size_t checked = 0;
@@ -73,7 +73,7 @@ TEST(SimulatorExports, AllNeedAnInitialisedLibrary)
     EXPECT_EQ(61U, checked);
 }
 
-TEST(SimulatorExports, RefuseAHandleThatIsNone)
+TEST(SimulatorExports, RefuseInvalidHandles)
 {
     ASSERT_OK(Tl().GCInitLib());
     const std::set<std::string> withoutHandle = {"GCGetInfo", "GCGetLastError", "GCInitLib", "GCCloseLib",
@@ -96,8 +96,8 @@ TEST(SimulatorExports, RefuseAHandleThatIsNone)
 
 using SimulatorArguments = CameraTest;
 
-/** Calls with a good handle and nothing else: null pointers, zero sizes. */
-TEST_F(SimulatorArguments, MayAllBeNullWithoutACrash)
+/// Calls with a good handle and nothing else: null pointers, zero sizes.
+TEST_F(SimulatorArguments, NullNeverCrashes)
 {
     AnnounceBuffers(1);
     const auto expectRefused = [](const char *name, GC_ERROR result)
@@ -156,7 +156,7 @@ TEST_F(SimulatorArguments, MayAllBeNullWithoutACrash)
     EXPECT_CODE(GC_ERR_INVALID_HANDLE, Tl().DSQueueBuffer(m_stream, nullptr));
 }
 
-TEST_F(SimulatorArguments, OfAnotherKindOfModuleAreNoHandle)
+TEST_F(SimulatorArguments, HandlesOfOtherModulesAreRefused)
 {
     DEV_HANDLE device = nullptr;
     EXPECT_CODE(GC_ERR_INVALID_HANDLE,
@@ -166,7 +166,7 @@ TEST_F(SimulatorArguments, OfAnotherKindOfModuleAreNoHandle)
     EXPECT_CODE(GC_ERR_INVALID_HANDLE, Tl().GCReadPort(m_event, 0, nullptr, nullptr));
 }
 
-TEST_F(SimulatorArguments, OfAPortAreChecked)
+TEST_F(SimulatorArguments, PortArgumentsAreChecked)
 {
     uint8_t bytes[16] = {};
     size_t size = 4;
@@ -180,7 +180,7 @@ TEST_F(SimulatorArguments, OfAPortAreChecked)
     EXPECT_CODE(GC_ERR_INVALID_PARAMETER, Tl().GCReadPortStacked(m_port, nullptr, &size));
 }
 
-TEST_F(SimulatorArguments, MayAskForNothingWithoutABuffer)
+TEST_F(SimulatorArguments, NoBytesNeedNoBuffer)
 {
     size_t size = 0;
     EXPECT_OK(Tl().GCReadPort(m_port, 0x1000, nullptr, &size));
@@ -195,7 +195,7 @@ TEST_F(SimulatorArguments, MayAskForNothingWithoutABuffer)
     EXPECT_EQ(1U, size);
 }
 
-TEST_F(SimulatorArguments, OfAStackTellHowFarItCame)
+TEST_F(SimulatorArguments, StackedCallsCountTheirSuccesses)
 {
     uint32_t first = 0;
     uint32_t second = 0;
@@ -212,7 +212,7 @@ TEST_F(SimulatorArguments, OfAStackTellHowFarItCame)
     EXPECT_EQ(1024U, second);
 }
 
-TEST_F(SimulatorArguments, LeadToATextForTheThread)
+TEST_F(SimulatorArguments, LastErrorBelongsToTheThread)
 {
     EXPECT_CODE(GC_ERR_INVALID_ID, Tl().DevOpenDataStream(m_device, "none", &m_stream));
     GC_ERROR code = 0;

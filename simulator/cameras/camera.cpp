@@ -1,0 +1,118 @@
+#include "simulator/cameras/camera.h"
+
+#include "simulator/clock.h"
+#include "simulator/features/description.h"
+#include "simulator/features/zip_writer.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+std::string FileName(const CameraModel &model)
+{
+    return model.model + (model.zippedDescription ? ".zip" : ".xml");
+}
+
+std::string Description(const CameraModel &model)
+{
+    std::vector<ChunkPort> chunks;
+    for (const auto &chunk : model.chunks)
+    {
+        if (chunk.value != ChunkValue::Image)
+        {
+            chunks.push_back({chunk.id, "Chunk" + chunk.entry.name, chunk.kind, chunk.length, chunk.toolTip});
+        }
+    }
+    std::string name = model.model;
+    std::ranges::replace(name, '-', '_');
+    const auto xml =
+        BuildDescription({name, model.toolTip, "Device", model.ProductGuid(), model.VersionGuid()},
+                         FeatureLayout(model.features), chunks);
+    return model.zippedDescription ? ZipFile(model.model + ".xml", xml) : xml;
+}
+
+PortIdentity Identity(const CameraModel &model)
+{
+    return {model.Id(), model.model, "Device", "Device", cameraVersion, FileName(model)};
+}
+
+/// What the features that all cameras have say of a frame: one image without region and format.
+FrameSettings CommonSettings(const FeatureSet &features)
+{
+    FrameSettings settings{};
+    settings.exposureTime = features.Float("ExposureTime");
+    settings.gain = features.Float("Gain");
+    settings.frameCheck = features.IsTrue("FrameCheck");
+    auto &image = settings.parts.emplace_back().image;
+    image.testPattern = features.Integer("TestPattern");
+    image.brightness = settings.exposureTime / 10000.0 * std::pow(10.0, settings.gain / 20.0);
+    return settings;
+}
+
+} // namespace
+
+Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
+    : Camera(handles, unit, unit.Model().atOpening ? unit.Model().atOpening() : unit.Model(), writable)
+{
+}
+
+Camera::Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable)
+    : Module(handles, Identity(model), FeatureLayout(model.features), Description(model),
+             {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
+      m_model(std::move(model)), m_writable(writable), m_acquisition(Features())
+{
+    ConnectFeatures(unit);
+    const CameraContext context{Features(), m_model, unit, m_acquisition};
+    for (const auto &make : m_model.parts)
+    {
+        m_parts.push_back(make(context));
+        m_parts.back()->Update();
+    }
+    Update();
+}
+
+void Camera::ConnectFeatures(CameraUnit &unit)
+{
+    auto &features = Features();
+    features.SetText("DeviceUserID", unit.UserName());
+    features.AfterWrite("DeviceUserID", [this, &unit] { unit.SetUserName(Features().Text("DeviceUserID")); });
+    features.AfterWrite(
+        "TimestampLatch",
+        [this] { Features().SetInteger("TimestampLatchValue", static_cast<int64_t>(Nanoseconds())); });
+    features.AfterAnyWrite([this] { Update(); });
+}
+
+void Camera::Update()
+{
+    for (const auto &part : m_parts)
+    {
+        part->Update();
+    }
+    auto settings = CommonSettings(Features());
+    for (const auto &part : m_parts)
+    {
+        part->Contribute(settings);
+    }
+    settings.payloadSize = simulator::PayloadSize(settings);
+    Features().SetInteger("PayloadSize", static_cast<int64_t>(settings.payloadSize));
+    m_settings = std::make_shared<FrameSettings>(std::move(settings));
+}
+
+std::optional<FrameOrder> Camera::NextFrame()
+{
+    const auto lock = Features().Lock();
+    const auto number = m_acquisition.NextFrame();
+    return number ? std::optional(FrameOrder{*number, Nanoseconds(), m_settings}) : std::nullopt;
+}
+
+size_t Camera::PayloadSize() const
+{
+    return static_cast<size_t>(Features().Integer("PayloadSize"));
+}
+
+} // namespace GenTL::simulator

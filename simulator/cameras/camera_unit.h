@@ -1,0 +1,83 @@
+#pragma once
+
+#include "simulator/cameras/camera_model.h"
+
+#include <map>
+#include <mutex>
+
+namespace GenTL::simulator
+{
+
+/// What UserSetSave keeps.
+struct SavedSet
+{
+    Scan3dValues scan;
+    std::map<std::string, FeatureValue> features;
+};
+
+/// One simulated camera, connected from GCInitLib to GCCloseLib: everything that outlives a DevClose. Owned
+/// by the Producer. Any thread may call.
+class CameraUnit
+{
+public:
+    explicit CameraUnit(const CameraModel &model) : m_model(model) {}
+
+    const CameraModel &Model() const { return m_model; }
+
+    std::string UserName() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_userName;
+    }
+
+    void SetUserName(std::string name)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_userName = std::move(name);
+    }
+
+    /// The value last kept for the feature, until GCCloseLib; 0 at first.
+    int64_t Kept(const std::string &feature) const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_kept.find(feature);
+        return found == m_kept.end() ? 0 : found->second;
+    }
+
+    void Keep(const std::string &feature, int64_t value)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_kept[feature] = value;
+    }
+
+    /// What was saved as the user set of this value, until GCCloseLib; none at first.
+    std::optional<SavedSet> Saved(int64_t set) const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_saved.find(set);
+        return found == m_saved.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    void Save(int64_t set, SavedSet content)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_saved[set] = std::move(content);
+    }
+
+    /// Keeps `kept` alive until the next call.
+    void Retire(std::shared_ptr<void> kept)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_retired.swap(kept);
+    }
+
+private:
+    const CameraModel &m_model;
+    mutable std::mutex m_mutex;
+    std::string m_userName;
+    std::map<std::string, int64_t> m_kept;
+    std::map<int64_t, SavedSet> m_saved;
+    std::shared_ptr<void> m_retired;
+};
+
+} // namespace GenTL::simulator

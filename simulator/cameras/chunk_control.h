@@ -1,0 +1,21 @@
+#pragma once
+
+#include "simulator/cameras/camera_part.h"
+
+namespace GenTL::simulator
+{
+
+/// ChunkEnable. The chunk of the image is always enabled.
+class ChunkControl : public CameraPart
+{
+public:
+    explicit ChunkControl(const CameraContext &context);
+
+    void Contribute(FrameSettings &settings) const override;
+
+private:
+    FeatureSet &m_features;
+    const std::vector<Chunk> &m_chunks;
+};
+
+} // namespace GenTL::simulator

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "simulator/cameras/camera_part.h"
+
+namespace GenTL::simulator
+{
+
+/// Region, binning and decimation. A region that does not fit the binned and decimated sensor gets smaller.
+class RegionControl : public CameraPart
+{
+public:
+    explicit RegionControl(const CameraContext &context) : m_features(context.features) {}
+
+    void Update() override;
+    void Contribute(FrameSettings &settings) const override;
+
+private:
+    FeatureSet &m_features;
+};
+
+} // namespace GenTL::simulator

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+namespace GenTL::simulator
+{
+
+/// A direction of view: the point at depth 1. x goes right, y down.
+struct Ray
+{
+    double x;
+    double y;
+};
+
+/// A lens with radial and tangential distortion:
+///
+///     r2 = x^2 + y^2, radial = (1 + k1 r2 + k2 r2^2 + k3 r2^3) / (1 + k4 r2 + k5 r2^2 + k6 r2^3)
+///     column = fx (x radial + 2 p1 x y + p2 (r2 + 2 x^2)) + cx
+///     row    = fy (y radial + p1 (r2 + 2 y^2) + 2 p2 x y) + cy
+///
+/// The middle of the first pixel is at column 0, row 0.
+struct Lens
+{
+    uint32_t width;
+    uint32_t height;
+    float fx, fy, cx, cy;
+    float k1, k2, p1, p2, k3, k4, k5, k6;
+
+    /// The direction in which a place of the sensor looks. `column` and `row` in pixels, with fractions.
+    Ray DirectionOf(double column, double row) const;
+
+    /// The content of the file LensCalibrationData: docs/simulator.md gives its layout.
+    std::vector<uint8_t> File() const;
+};
+
+} // namespace GenTL::simulator

@@ -1,0 +1,230 @@
+#include "simulator/depth/depth_replay.h"
+
+#include "simulator/depth/depth_source.h"
+#include "simulator/error.h"
+
+#include <cstdlib>
+#include <map>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+constexpr std::string_view lightEnding = "_intensity";
+
+std::filesystem::path CalibrationFile(const std::filesystem::path &folder)
+{
+    std::filesystem::path found;
+    std::error_code ignored; // a folder that cannot be read has no files
+    for (const auto &entry : std::filesystem::directory_iterator(folder, ignored))
+    {
+        const std::string extension = ExtensionOf(entry.path());
+        if (!entry.is_regular_file() || (extension != ".yaml" && extension != ".yml"))
+        {
+            continue;
+        }
+        if (!found.empty())
+        {
+            throw Error(GC_ERR_IO, "There is more than one calibration file in {}", folder.string());
+        }
+        found = entry.path();
+    }
+    if (found.empty())
+    {
+        throw Error(GC_ERR_IO, "There is no calibration file (.yaml, .yml) in {}", folder.string());
+    }
+    return found;
+}
+
+class DepthReplaySource : public FrameSource
+{
+public:
+    explicit DepthReplaySource(std::shared_ptr<DepthPictures> pictures) : m_pictures(std::move(pictures)) {}
+
+    void Prepare(const ImageSettings &settings) override { m_settings = settings; }
+
+    void Render(uint64_t number, std::span<uint8_t> image) override
+    {
+        const auto &picture = m_pictures->At(number);
+        switch (m_settings.depth.quantity)
+        {
+        case Quantity::Range:
+            ShowRange(picture, number);
+            break;
+        case Quantity::Light:
+            ShowLight(picture, number);
+            break;
+        case Quantity::Confidence:
+            ShowConfidence(picture);
+            break;
+        }
+        m_settings.format->pack(m_samples, image.data());
+    }
+
+private:
+    /// Depth in the middle of the sensor pixels that a pixel of the image covers; the upper left of two.
+    uint16_t DepthAt(const DepthPictures::Picture &picture, uint32_t column, uint32_t row) const
+    {
+        const auto &s = m_settings;
+        const size_t x = (s.offsetX + column) * s.stepX + (s.stepX - 1) / 2;
+        const size_t y = (s.offsetY + row) * s.stepY + (s.stepY - 1) / 2;
+        return picture.depth[y * s.sensorWidth + x];
+    }
+
+    /// Mean light of the binned pixels in the middle of the same sensor pixels.
+    double LightAt(const DepthPictures::Picture &picture, uint32_t column, uint32_t row) const
+    {
+        const auto &s = m_settings;
+        const size_t left = (s.offsetX + column) * s.stepX + (s.stepX - s.binningX) / 2;
+        const size_t top = (s.offsetY + row) * s.stepY + (s.stepY - s.binningY) / 2;
+        uint64_t sum = 0;
+        for (size_t y = top; y < top + s.binningY; ++y)
+        {
+            for (size_t x = left; x < left + s.binningX; ++x)
+            {
+                sum += picture.light[y * s.sensorWidth + x];
+            }
+        }
+        return static_cast<double>(sum) / (s.binningX * s.binningY);
+    }
+
+    void ShowRange(const DepthPictures::Picture &picture, uint64_t number)
+    {
+        m_depths.clear();
+        ForEachPixel(m_settings,
+                     [&](uint32_t column, uint32_t row)
+                     {
+                         const uint16_t value = DepthAt(picture, column, row);
+                         m_depths.push_back(value == 0 ? noDepth : value * m_pictures->Replay().scale);
+                     });
+        WriteRange(m_settings, number, m_depths, m_samples);
+    }
+
+    void ShowLight(const DepthPictures::Picture &picture, uint64_t number)
+    {
+        m_light.clear();
+        ForEachPixel(m_settings, [&](uint32_t column, uint32_t row)
+                     { m_light.push_back(m_settings.SampleOf(LightAt(picture, column, row), column, row)); });
+        WriteLight(m_settings, number, m_light, m_samples);
+    }
+
+    void ShowConfidence(const DepthPictures::Picture &picture)
+    {
+        m_samples.clear();
+        ForEachPixel(m_settings,
+                     [&](uint32_t column, uint32_t row)
+                     {
+                         const bool hasDepth = DepthAt(picture, column, row) != 0;
+                         m_samples.push_back(hasDepth ? m_settings.format->MaximumSample() : uint16_t{0});
+                     });
+    }
+
+    std::shared_ptr<DepthPictures> m_pictures;
+    ImageSettings m_settings{};
+    std::vector<double> m_depths;
+    std::vector<uint16_t> m_light; ///< without noise
+    std::vector<uint16_t> m_samples;
+};
+
+} // namespace
+
+std::optional<DepthReplay> FindDepthReplay(double defaultScale)
+{
+    const char *const folder = std::getenv("QVR_SIM_DEPTH");
+    if (folder == nullptr || *folder == '\0')
+    {
+        return std::nullopt;
+    }
+    const std::filesystem::path file = CalibrationFile(folder);
+    QvrCalibration read{};
+    QvrReason reason{};
+    if (LoadImageLibrary().readCalibration(file.c_str(), &read, &reason) == 0)
+    {
+        throw Error(GC_ERR_IO, "Calibration {}: {}", file.string(), reason.text);
+    }
+    const auto number = [](double value) { return static_cast<float>(value); };
+    const double *const d = read.distortion;
+    const Lens lens{read.width,      read.height,  number(read.fx), number(read.fy), number(read.cx),
+                    number(read.cy), number(d[0]), number(d[1]),    number(d[2]),    number(d[3]),
+                    number(d[4]),    number(d[5]), number(d[6]),    number(d[7])};
+    return DepthReplay{folder, lens, read.depthScale > 0 ? read.depthScale : defaultScale};
+}
+
+DepthPictures::DepthPictures(const DepthReplay &replay)
+    : m_replay(replay), m_library(LoadImageLibrary()), m_otherIndex(SIZE_MAX)
+{
+    std::map<std::string, std::filesystem::path> lights;
+    std::vector<std::filesystem::path> depths;
+    for (const auto &file : ImageFiles(replay.folder))
+    {
+        const std::string stem = file.stem();
+        if (stem.ends_with(lightEnding))
+        {
+            lights[stem.substr(0, stem.size() - lightEnding.size())] = file;
+        }
+        else
+        {
+            depths.push_back(file);
+        }
+    }
+    if (depths.empty())
+    {
+        throw Error(GC_ERR_IO, "There are no depth pictures in {}", replay.folder.string());
+    }
+    for (const auto &file : depths)
+    {
+        const auto light = lights.find(file.stem());
+        m_files.push_back({file, light == lights.end() ? std::filesystem::path() : light->second});
+    }
+    const size_t pictureBytes = size_t{replay.lens.width} * replay.lens.height * 2 * sizeof(uint16_t);
+    for (const auto &files : m_files)
+    {
+        Picture picture = Read(files);
+        if ((m_kept.size() + 1) * pictureBytes <= keptBytes)
+        {
+            m_kept.push_back(std::move(picture));
+        }
+    }
+}
+
+std::vector<uint16_t> DepthPictures::ReadFile(const std::filesystem::path &file, bool isDepth) const
+{
+    std::vector<uint16_t> values(size_t{m_replay.lens.width} * m_replay.lens.height);
+    QvrReason reason{};
+    if (!file.empty() && m_library.readPicture(file.c_str(), m_replay.lens.width, m_replay.lens.height,
+                                               isDepth ? 1 : 0, values.data(), &reason) == 0)
+    {
+        throw Error(GC_ERR_IO, "Picture {} {}", file.string(), reason.text);
+    }
+    return values;
+}
+
+DepthPictures::Picture DepthPictures::Read(const Files &files) const
+{
+    return {ReadFile(files.depth, true), ReadFile(files.light, false)};
+}
+
+const DepthPictures::Picture &DepthPictures::At(uint64_t number)
+{
+    const size_t index = (number - 1) % m_files.size();
+    if (index < m_kept.size())
+    {
+        return m_kept[index];
+    }
+    if (index != m_otherIndex)
+    {
+        m_other = Read(m_files[index]);
+        m_otherIndex = index;
+    }
+    return m_other;
+}
+
+MakeFrameSource DepthReplaySources(const DepthReplay &replay)
+{
+    return [pictures = std::make_shared<DepthPictures>(replay)]
+    { return std::make_unique<DepthReplaySource>(pictures); };
+}
+
+} // namespace GenTL::simulator

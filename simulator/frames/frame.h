@@ -1,0 +1,89 @@
+#pragma once
+
+#include "simulator/frames/chunk.h"
+#include "simulator/sources/frame_source.h"
+
+#include <gentl/gentl.h>
+#include <memory>
+#include <vector>
+
+namespace GenTL::simulator
+{
+
+/// An image of a frame. The images of a frame follow each other without gaps.
+struct FramePart
+{
+    ImageSettings image;
+    size_t offset; ///< bytes from the beginning of the frame
+
+    PARTDATATYPE_IDS Type() const;
+};
+
+/// What a camera sends as a frame, by its features at the time. Constant once made.
+struct FrameSettings
+{
+    std::vector<FramePart> parts; ///< at least one
+    double exposureTime;          ///< us
+    double gain;                  ///< dB
+    bool frameCheck;
+    std::vector<Chunk> chunks; ///< in the order of the buffer; empty without chunk mode
+    size_t payloadSize;
+
+    /// Bytes of all parts together.
+    size_t ImageBytes() const { return parts.back().offset + parts.back().image.Bytes(); }
+};
+
+/// Bytes of the images as a chunk: GigE Vision pads chunks to a multiple of four.
+size_t ImageChunkSize(const FrameSettings &settings);
+
+/// Bytes of a frame, its chunks included.
+size_t PayloadSize(const FrameSettings &settings);
+
+/// The camera's order to send one frame.
+struct FrameOrder
+{
+    uint64_t number;    ///< from 1 since AcquisitionStart
+    uint64_t timestamp; ///< ns
+    std::shared_ptr<const FrameSettings> settings;
+};
+
+/// The content of a filled buffer.
+struct Frame
+{
+    FrameOrder order;
+    size_t filled; ///< bytes
+    bool cutOff;   ///< the frame was larger than the buffer
+    std::vector<SINGLE_CHUNK_DATA> chunks;
+};
+
+/// Makes the bytes of frames. Used on the acquisition thread of a stream.
+class FrameWriter
+{
+public:
+    /// `makeSource` is called once for each part of a frame. @throws Error what it throws
+    explicit FrameWriter(MakeFrameSource makeSource);
+
+    /// Fills the buffer. A frame that does not fit is cut off at the end of the buffer.
+    Frame Write(const FrameOrder &order, std::span<uint8_t> buffer);
+
+private:
+    void WriteWhole(Frame &frame, std::span<uint8_t> payload);
+    void WriteImages(const FrameOrder &order, std::span<uint8_t> images);
+    void WriteChunks(Frame &frame, std::span<uint8_t> payload) const;
+    void AddSources();
+    FrameSource &SourceFor(const ImageSettings &settings, size_t part);
+
+    /// The sources of the images of one part.
+    struct PartSources
+    {
+        std::unique_ptr<FrameSource> camera;
+        std::unique_ptr<FrameSource> pattern;
+        std::unique_ptr<ImageSettings> prepared; ///< the settings that the source in use was prepared for
+    };
+
+    MakeFrameSource m_makeSource;
+    std::vector<PartSources> m_sources; ///< as many as a frame has had parts so far
+    std::vector<uint8_t> m_oversize;    ///< for frames that do not fit their buffer
+};
+
+} // namespace GenTL::simulator

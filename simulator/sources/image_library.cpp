@@ -1,0 +1,80 @@
+#include "simulator/sources/image_library.h"
+
+#include "simulator/error.h"
+#include "simulator/own_path.h"
+
+#include <algorithm>
+#include <cctype>
+#include <dlfcn.h>
+#include <set>
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+/// Beside this library's own file. A copy of this library alone, as an installation has it, finds it in the
+/// folder of the simulator.
+std::filesystem::path LibraryPath()
+{
+    constexpr const char *name = "qvr_sim_images.so";
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(OwnPath()).parent_path();
+    const std::filesystem::path beside = folder / name;
+    return exists(beside) ? beside : folder.parent_path() / "simulator" / name;
+}
+
+} // namespace
+
+ImageLibrary LoadImageLibrary()
+{
+    const std::filesystem::path path = LibraryPath();
+    // The functions are called after this one has returned, so the library stays loaded.
+    void *const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+    if (library == nullptr)
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, "Images cannot be read: {}", dlerror());
+    }
+    ImageLibrary functions{};
+    const auto find = [&](auto &function, const char *name)
+    {
+        function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(dlsym(library, name));
+        return function != nullptr;
+    };
+    const bool hasAll = find(functions.readGreyImage, "qvrReadGreyImage") &&
+                        find(functions.readPicture, "qvrReadPicture") &&
+                        find(functions.readCalibration, "qvrReadCalibration");
+    dlclose(library);
+    if (!hasAll)
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, "Images cannot be read: {} has no reader", path.string());
+    }
+    return functions;
+}
+
+std::string ExtensionOf(const std::filesystem::path &file)
+{
+    std::string extension = file.extension();
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder)
+{
+    static const std::set<std::string> extensions = {".png",  ".jpg", ".jpeg", ".tif",
+                                                     ".tiff", ".pgm", ".ppm",  ".bmp"};
+    std::vector<std::filesystem::path> files;
+    std::error_code ignored; // a folder that cannot be read has no files
+    for (const auto &entry : std::filesystem::directory_iterator(folder, ignored))
+    {
+        if (entry.is_regular_file() && extensions.contains(ExtensionOf(entry.path())))
+        {
+            files.push_back(entry.path());
+        }
+    }
+    std::ranges::sort(files);
+    return files;
+}
+
+} // namespace GenTL::simulator

@@ -1,0 +1,172 @@
+#include "simulator/system/interface.h"
+
+#include "simulator/features/description.h"
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+std::vector<Feature> InterfaceFeatures(const InterfaceModel &model)
+{
+    const char *const information = "InterfaceInformation";
+    const char *const devices = "DeviceEnumeration";
+    const auto ofDevice = [&](const char *name, const char *toolTip, size_t length)
+    { return Text(devices, name, toolTip, length).ReadOnly().SelectedBy("DeviceSelector").Volatile(); };
+    return {
+        Text(information, "InterfaceID", "Identifier of the interface.", 64).Default(model.id).ReadOnly(),
+        Text(information, "InterfaceDisplayName", "Name to show to a user.", 64)
+            .Default(model.displayName)
+            .ReadOnly(),
+        Enumeration(information, "InterfaceType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
+        Command(devices, "DeviceUpdateList", "Looks for devices."),
+        Integer(devices, "DeviceCount", "Devices in the list.").ReadOnly().Volatile().VendorSpecific(),
+        Integer(devices, "DeviceIndexMax", "Largest value of DeviceSelector.")
+            .ReadOnly()
+            .Volatile()
+            .VendorSpecific()
+            .Visibility("Expert"),
+        Integer(devices, "DeviceSelector", "Device that the following features are about.")
+            .Range(0, ValueOf("DeviceIndexMax")),
+        ofDevice("DeviceID", "Identifier of the device.", 64),
+        ofDevice("DeviceVendorName", "Name of the manufacturer.", 32),
+        ofDevice("DeviceModelName", "Model of the device.", 32),
+        ofDevice("DeviceSerialNumber", "Serial number of the device.", 32),
+    };
+}
+
+std::string Description(const InterfaceModel &model)
+{
+    return BuildDescription({"SimulatorInterface", "Simulated network interface", "InterfacePort",
+                             "4D2A9C61-0B7E-4F0A-BB3C-7F6E5D4C3B01", "4D2A9C61-0B7E-4F0A-BB3C-7F6E5D4C3B02"},
+                            FeatureLayout(InterfaceFeatures(model)));
+}
+
+PortIdentity Identity(const InterfaceModel &model)
+{
+    return {model.id, model.displayName, "TLInterface", "InterfacePort", producerVersion, "Interface.xml"};
+}
+
+} // namespace
+
+const std::vector<InterfaceModel> &InterfaceCatalog()
+{
+    static const std::vector<InterfaceModel> catalog = {
+        {"SIM-GIGE-0", "Simulated GigE 0", 0x020000000001, 0xC0A80A01, 0xFFFFFF00, 0},
+        {"SIM-GIGE-1", "Simulated GigE 1", 0x020000000002, 0xC0A80B01, 0xFFFFFF00, 0},
+    };
+    return catalog;
+}
+
+Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command)
+{
+    switch (command)
+    {
+    case INTERFACE_INFO_ID:
+        return Info::Text(model.id);
+    case INTERFACE_INFO_DISPLAYNAME:
+        return Info::Text(model.displayName);
+    case INTERFACE_INFO_TLTYPE:
+        return Info::Text(transportType);
+    default:
+        UnknownCommand(command);
+    }
+}
+
+Interface::Interface(HandleTable &handles, const InterfaceModel &model, std::vector<CameraUnit *> cameras)
+    : Module(handles, Identity(model), FeatureLayout(InterfaceFeatures(model)), Description(model),
+             {EVENT_ERROR, EVENT_MODULE}),
+      m_model(model), m_cameras(std::move(cameras)), m_opened(m_cameras.size())
+{
+    Features().AfterWrite("DeviceUpdateList", [this] { UpdateList(); });
+}
+
+bool Interface::UpdateList()
+{
+    // The lock of the features comes first: a write of the update command arrives with that lock held.
+    const auto features = Features().Lock();
+    const std::lock_guard lock(m_listMutex);
+    if (m_listed)
+    {
+        return false;
+    }
+    m_listed = true;
+    ShowDevices();
+    return true;
+}
+
+void Interface::ShowDevices()
+{
+    const auto count = static_cast<int64_t>(m_cameras.size());
+    Features().SetInteger("DeviceCount", count);
+    Features().SetInteger("DeviceIndexMax", count - 1);
+    for (int64_t i = 0; i < count; ++i)
+    {
+        const auto &model = m_cameras[static_cast<size_t>(i)]->Model();
+        Features().SetText({"DeviceID", i}, model.Id());
+        Features().SetText({"DeviceVendorName", i}, cameraVendor);
+        Features().SetText({"DeviceModelName", i}, model.model);
+        Features().SetText({"DeviceSerialNumber", i}, model.SerialNumber());
+    }
+}
+
+uint32_t Interface::NumDevices() const
+{
+    const std::lock_guard lock(m_listMutex);
+    return m_listed ? static_cast<uint32_t>(m_cameras.size()) : 0;
+}
+
+std::string Interface::DeviceId(uint32_t index) const
+{
+    if (index >= NumDevices())
+    {
+        throw Error(GC_ERR_INVALID_INDEX, "There is no device {}", index);
+    }
+    return m_cameras[index]->Model().Id();
+}
+
+// Finds a device without an update of the list: consumers open a known id right away.
+size_t Interface::IndexOf(const std::string &id) const
+{
+    for (size_t i = 0; i < m_cameras.size(); ++i)
+    {
+        if (m_cameras[i]->Model().Id() == id)
+        {
+            return i;
+        }
+    }
+    throw Error(GC_ERR_INVALID_ID, "There is no device {}", id);
+}
+
+std::shared_ptr<Device> Interface::OpenedDevice(size_t index) const
+{
+    const std::shared_ptr<Device> device = m_opened[index].lock();
+    return device && !device->IsClosed() ? device : nullptr;
+}
+
+Info Interface::GetDeviceInfo(const std::string &id, DEVICE_INFO_CMD command) const
+{
+    const std::lock_guard lock(m_listMutex);
+    const size_t index = IndexOf(id);
+    return DeviceInfo(*m_cameras[index], OpenedDevice(index).get(), command);
+}
+
+void *Interface::OpenDevice(const std::string &id, DEVICE_ACCESS_FLAGS access)
+{
+    const std::lock_guard lock(m_listMutex);
+    const size_t index = IndexOf(id);
+    if (access < DEVICE_ACCESS_READONLY || access > DEVICE_ACCESS_EXCLUSIVE)
+    {
+        throw Error(GC_ERR_INVALID_PARAMETER, "A device cannot be opened with access {}", access);
+    }
+    if (OpenedDevice(index))
+    {
+        throw Error(GC_ERR_RESOURCE_IN_USE, "The device is open already");
+    }
+    const auto device = std::make_shared<Device>(Handles(), *m_cameras[index], access);
+    m_opened[index] = device;
+    return Adopt(device);
+}
+
+} // namespace GenTL::simulator

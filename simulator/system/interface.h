@@ -1,0 +1,57 @@
+#pragma once
+
+#include "simulator/system/device.h"
+
+namespace GenTL::simulator
+{
+
+/// An interface, a network adapter that does not exist, as data.
+struct InterfaceModel
+{
+    std::string id;
+    std::string displayName;
+    uint64_t macAddress;
+    uint32_t ipAddress;
+    uint32_t subnetMask;
+    uint32_t gateway;
+};
+
+const std::vector<InterfaceModel> &InterfaceCatalog();
+
+Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command);
+
+/// An opened interface with the cameras that are connected to it. Its list of devices is empty before the
+/// first update; a device is found by its id all the same. Any thread may call.
+class Interface : public Module
+{
+public:
+    Interface(HandleTable &handles, const InterfaceModel &model, std::vector<CameraUnit *> cameras);
+
+    Info GetInfo(INTERFACE_INFO_CMD command) const { return InterfaceInfo(m_model, command); }
+
+    /// Returns whether the list changed.
+    bool UpdateList();
+    uint32_t NumDevices() const;
+    /// @throws Error GC_ERR_INVALID_INDEX: the list is shorter.
+    std::string DeviceId(uint32_t index) const;
+    /// @throws Error GC_ERR_INVALID_ID: no such camera is connected.
+    Info GetDeviceInfo(const std::string &id, DEVICE_INFO_CMD command) const;
+
+    /// @throws Error GC_ERR_INVALID_ID: no such camera is connected.
+    /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
+    /// @throws Error GC_ERR_INVALID_PARAMETER: `access` is unknown.
+    void *OpenDevice(const std::string &id, DEVICE_ACCESS_FLAGS access);
+
+private:
+    size_t IndexOf(const std::string &id) const;
+    std::shared_ptr<Device> OpenedDevice(size_t index) const;
+    void ShowDevices();
+
+    const InterfaceModel &m_model;
+    const std::vector<CameraUnit *> m_cameras;
+    mutable std::mutex m_listMutex; ///< guards what follows
+    bool m_listed = false;
+    std::vector<std::weak_ptr<Device>> m_opened; ///< one for each camera
+};
+
+} // namespace GenTL::simulator

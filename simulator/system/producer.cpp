@@ -1,0 +1,99 @@
+#include "simulator/system/producer.h"
+
+#include "simulator/cameras/camera_catalog.h"
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+struct Instance
+{
+    // The catalogues are made first, so that they outlive the producer when the library is unloaded.
+    const std::vector<CameraModel> &cameras = CameraCatalog();
+    const std::vector<InterfaceModel> &interfaces = InterfaceCatalog();
+    std::mutex mutex;
+    std::shared_ptr<Producer> producer;
+};
+
+Instance &TheInstance()
+{
+    static Instance instance;
+    return instance;
+}
+
+} // namespace
+
+void Producer::Initialize()
+{
+    auto &instance = TheInstance();
+    const std::lock_guard lock(instance.mutex);
+    if (instance.producer)
+    {
+        throw Error(GC_ERR_RESOURCE_IN_USE, "The library is initialised already");
+    }
+    instance.producer = std::make_shared<Producer>();
+}
+
+void Producer::Shutdown()
+{
+    std::shared_ptr<Producer> ended;
+    {
+        auto &instance = TheInstance();
+        const std::lock_guard lock(instance.mutex);
+        ended.swap(instance.producer);
+    }
+    if (!ended)
+    {
+        throw Error(GC_ERR_NOT_INITIALIZED, "GCInitLib was not called");
+    }
+    ended->CloseSystem(); // aborts the waits of other threads
+}
+
+std::shared_ptr<Producer> Producer::Get()
+{
+    auto &instance = TheInstance();
+    const std::lock_guard lock(instance.mutex);
+    if (!instance.producer)
+    {
+        throw Error(GC_ERR_NOT_INITIALIZED, "GCInitLib was not called");
+    }
+    return instance.producer;
+}
+
+Producer::Producer()
+{
+    for (const auto &model : CameraCatalog())
+    {
+        m_cameras.push_back(std::make_unique<CameraUnit>(model));
+    }
+}
+
+Producer::~Producer()
+{
+    CloseSystem(); // when the library is unloaded without GCCloseLib
+}
+
+void *Producer::OpenSystem()
+{
+    const std::lock_guard lock(m_mutex);
+    if (const auto open = m_system.lock(); open && !open->IsClosed())
+    {
+        throw Error(GC_ERR_RESOURCE_IN_USE, "The system is open already");
+    }
+    const auto system = std::make_shared<System>(m_handles, m_cameras);
+    m_system = system;
+    return m_handles.Add(system);
+}
+
+void Producer::CloseSystem()
+{
+    const std::lock_guard lock(m_mutex);
+    if (const auto system = m_system.lock(); system && !system->IsClosed())
+    {
+        system->Close();
+    }
+}
+
+} // namespace GenTL::simulator

@@ -1,0 +1,211 @@
+#include "simulator/system/system.h"
+
+#include "simulator/features/description.h"
+#include "simulator/own_path.h"
+
+namespace GenTL::simulator
+{
+
+namespace
+{
+
+constexpr const char *systemId = "QVR-SIMULATOR";
+constexpr const char *systemModel = "Simulated cameras";
+
+std::string FileName()
+{
+    return OwnPath().filename();
+}
+
+std::vector<Feature> InformationFeatures()
+{
+    const char *const category = "SystemInformation";
+    const auto text = [&](const char *name, const char *toolTip, size_t length, const std::string &value)
+    { return Text(category, name, toolTip, length).Default(value).ReadOnly(); };
+    const auto number = [&](const char *name, const char *toolTip, int64_t value)
+    { return Integer(category, name, toolTip).Default(value).ReadOnly().Visibility("Expert"); };
+    return {
+        text("TLID", "Identifier of the producer.", 64, systemId),
+        text("TLVendorName", "Name of the producer's vendor.", 64, vendorName),
+        text("TLModelName", "Name of the producer.", 64, systemModel),
+        text("TLVersion", "Version of the producer.", 32, producerVersion),
+        text("TLFileName", "File of the producer.", 64, FileName()),
+        text("TLDisplayName", "Name to show to a user.", 64, systemModel),
+        text("TLPath", "Path of the producer's file.", 512, OwnPath().string()),
+        Enumeration(category, "TLType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
+        number("GenTLVersionMajor", "Major version of GenTL.", 1),
+        number("GenTLVersionMinor", "Minor version of GenTL.", 6),
+        number("GenTLSFNCVersionMajor", "Major version of the naming convention.", 1),
+        number("GenTLSFNCVersionMinor", "Minor version of the naming convention.", 1),
+    };
+}
+
+std::vector<Feature> InterfaceListFeatures()
+{
+    const char *const category = "InterfaceEnumeration";
+    const auto selected = [](Feature feature)
+    { return std::move(feature).ReadOnly().SelectedBy("InterfaceSelector").Volatile(); };
+    const auto number = [&](const char *name, const char *toolTip)
+    { return selected(Integer(category, name, toolTip)); };
+    return {
+        Command(category, "InterfaceUpdateList", "Looks for interfaces."),
+        Integer(category, "InterfaceCount", "Interfaces in the list.").ReadOnly().Volatile().VendorSpecific(),
+        Integer(category, "InterfaceIndexMax", "Largest value of InterfaceSelector.")
+            .ReadOnly()
+            .Volatile()
+            .VendorSpecific()
+            .Visibility("Expert"),
+        Integer(category, "InterfaceSelector", "Interface that the following features are about.")
+            .Range(0, ValueOf("InterfaceIndexMax")),
+        selected(Text(category, "InterfaceID", "Identifier of the interface.", 128)),
+        selected(Text(category, "InterfaceDisplayName", "Name to show to a user.", 128)),
+        selected(Enumeration(category, "InterfaceType", "Transport layer type.", {{"GigEVision", 0}})),
+        number("NetworkAdapterCount", "Network adapters of the interface.").VendorSpecific(),
+        number("GevInterfaceMACAddress", "Hardware address.").Length(8).Representation("MACAddress"),
+        number("GevInterfaceDefaultIPAddress", "Address.").Representation("IPV4Address"),
+        number("GevInterfaceDefaultSubnetMask", "Subnet mask.").Representation("IPV4Address"),
+        number("GevInterfaceDefaultGateway", "Gateway.").Representation("IPV4Address"),
+    };
+}
+
+std::vector<Feature> SystemFeatures()
+{
+    return Joined({InformationFeatures(), InterfaceListFeatures()});
+}
+
+std::string Description()
+{
+    return BuildDescription({"SimulatorSystem", "Simulated cameras", "TLPort",
+                             "7B1F0E94-3C2D-4A5B-9E8F-1A2B3C4D5E01", "7B1F0E94-3C2D-4A5B-9E8F-1A2B3C4D5E02"},
+                            FeatureLayout(SystemFeatures()));
+}
+
+} // namespace
+
+Info SystemInfo(TL_INFO_CMD command)
+{
+    switch (command)
+    {
+    case TL_INFO_ID:
+        return Info::Text(systemId);
+    case TL_INFO_VENDOR:
+        return Info::Text(vendorName);
+    case TL_INFO_MODEL:
+    case TL_INFO_DISPLAYNAME:
+        return Info::Text(systemModel);
+    case TL_INFO_VERSION:
+        return Info::Text(producerVersion);
+    case TL_INFO_TLTYPE:
+        return Info::Text(transportType);
+    case TL_INFO_NAME:
+        return Info::Text(FileName());
+    case TL_INFO_PATHNAME:
+        return Info::Text(OwnPath().string());
+    case TL_INFO_CHAR_ENCODING:
+        return Info::Int32(TL_CHAR_ENCODING_UTF8);
+    case TL_INFO_GENTL_VER_MAJOR:
+        return Info::UInt32(1);
+    case TL_INFO_GENTL_VER_MINOR:
+        return Info::UInt32(6);
+    default:
+        UnknownCommand(command);
+    }
+}
+
+System::System(HandleTable &handles, std::vector<std::unique_ptr<CameraUnit>> &cameras)
+    : Module(handles, {systemId, systemModel, "TLSystem", "TLPort", producerVersion, "System.xml"},
+             FeatureLayout(SystemFeatures()), Description(), {EVENT_ERROR, EVENT_MODULE}),
+      m_cameras(cameras), m_opened(InterfaceCatalog().size())
+{
+    Features().AfterWrite("InterfaceUpdateList", [this] { UpdateList(); });
+}
+
+bool System::UpdateList()
+{
+    // The lock of the features comes first: a write of the update command arrives with that lock held.
+    const auto features = Features().Lock();
+    const std::lock_guard lock(m_listMutex);
+    if (m_listed)
+    {
+        return false;
+    }
+    m_listed = true;
+    ShowInterfaces();
+    return true;
+}
+
+void System::ShowInterfaces()
+{
+    const auto count = static_cast<int64_t>(InterfaceCatalog().size());
+    Features().SetInteger("InterfaceCount", count);
+    Features().SetInteger("InterfaceIndexMax", count - 1);
+    for (int64_t i = 0; i < count; ++i)
+    {
+        const auto &model = InterfaceCatalog()[static_cast<size_t>(i)];
+        Features().SetText({"InterfaceID", i}, model.id);
+        Features().SetText({"InterfaceDisplayName", i}, model.displayName);
+        Features().SetInteger({"InterfaceType", i}, 0);
+        Features().SetInteger({"NetworkAdapterCount", i}, 1);
+        Features().SetInteger({"GevInterfaceMACAddress", i}, static_cast<int64_t>(model.macAddress));
+        Features().SetInteger({"GevInterfaceDefaultIPAddress", i}, model.ipAddress);
+        Features().SetInteger({"GevInterfaceDefaultSubnetMask", i}, model.subnetMask);
+        Features().SetInteger({"GevInterfaceDefaultGateway", i}, model.gateway);
+    }
+}
+
+uint32_t System::NumInterfaces() const
+{
+    const std::lock_guard lock(m_listMutex);
+    return m_listed ? static_cast<uint32_t>(m_opened.size()) : 0;
+}
+
+std::string System::InterfaceId(uint32_t index) const
+{
+    if (index >= NumInterfaces())
+    {
+        throw Error(GC_ERR_INVALID_INDEX, "There is no interface {}", index);
+    }
+    return InterfaceCatalog()[index].id;
+}
+
+size_t System::IndexOf(const std::string &id) const
+{
+    for (size_t i = 0; i < m_opened.size(); ++i)
+    {
+        if (InterfaceCatalog()[i].id == id)
+        {
+            return i;
+        }
+    }
+    throw Error(GC_ERR_INVALID_ID, "There is no interface {} in the list", id);
+}
+
+Info System::GetInterfaceInfo(const std::string &id, INTERFACE_INFO_CMD command) const
+{
+    const std::lock_guard lock(m_listMutex);
+    return InterfaceInfo(InterfaceCatalog()[IndexOf(id)], command);
+}
+
+void *System::OpenInterface(const std::string &id)
+{
+    const std::lock_guard lock(m_listMutex);
+    const size_t index = IndexOf(id);
+    if (const auto open = m_opened[index].lock(); open && !open->IsClosed())
+    {
+        throw Error(GC_ERR_RESOURCE_IN_USE, "The interface is open already");
+    }
+    std::vector<CameraUnit *> connected;
+    for (const auto &camera : m_cameras)
+    {
+        if (camera->Model().interfaceIndex == index)
+        {
+            connected.push_back(camera.get());
+        }
+    }
+    const auto opened =
+        std::make_shared<Interface>(Handles(), InterfaceCatalog()[index], std::move(connected));
+    m_opened[index] = opened;
+    return Adopt(opened);
+}
+
+} // namespace GenTL::simulator

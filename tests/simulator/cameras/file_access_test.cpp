@@ -1,0 +1,126 @@
+// The file access features of the depth camera, and the lens calibration that is read through them.
+
+#include "support/simulator/depth_camera.h"
+
+#include <bit>
+#include <zlib.h>
+
+namespace simulator_test
+{
+namespace
+{
+
+class SimulatorFileAccess : public DepthCameraTest
+{
+protected:
+    void Execute(const char *operation)
+    {
+        ASSERT_OK(m_camera->SetEntry("FileOperationSelector", operation));
+        ASSERT_OK(m_camera->Set("FileOperationExecute", 1));
+    }
+
+    bool Succeeded() { return m_camera->Get("FileOperationStatus") == 0; }
+
+    void Read(int64_t offset, int64_t length)
+    {
+        ASSERT_OK(m_camera->Set("FileAccessOffset", offset));
+        ASSERT_OK(m_camera->Set("FileAccessLength", length));
+        Execute("Read");
+    }
+
+    std::vector<uint8_t> Buffer()
+    {
+        std::vector<uint8_t> bytes(m_camera->Node("FileAccessBuffer").child("Length").text().as_uint());
+        size_t size = bytes.size();
+        EXPECT_OK(Tl().GCReadPort(m_port, m_camera->Address("FileAccessBuffer"), bytes.data(), &size));
+        return bytes;
+    }
+
+    std::vector<uint8_t> ReadFile()
+    {
+        const int64_t size = m_camera->Get("FileSize");
+        const int64_t block = m_camera->Node("FileAccessLength").child("Max").text().as_llong();
+        std::vector<uint8_t> content;
+        Execute("Open");
+        EXPECT_TRUE(Succeeded());
+        for (int64_t offset = 0; offset < size; offset += block)
+        {
+            const int64_t count = std::min(block, size - offset);
+            Read(offset, count);
+            EXPECT_TRUE(Succeeded());
+            EXPECT_EQ(count, m_camera->Get("FileOperationResult"));
+            const std::vector<uint8_t> bytes = Buffer();
+            content.insert(content.end(), bytes.begin(), bytes.begin() + count);
+        }
+        Execute("Close");
+        EXPECT_TRUE(Succeeded());
+        return content;
+    }
+};
+
+TEST_F(SimulatorFileAccess, ReadsTheLensCalibration)
+{
+    EXPECT_OK(m_camera->SetEntry("FileSelector", "LensCalibrationData"));
+    const std::vector<uint8_t> file = ReadFile();
+    ASSERT_EQ(72U, file.size());
+    EXPECT_EQ("TCAL", std::string(file.begin(), file.begin() + 4));
+    const auto wholeAt = [&](size_t offset)
+    {
+        uint32_t number = 0;
+        std::memcpy(&number, file.data() + offset, sizeof number);
+        return number;
+    };
+    EXPECT_EQ(1U, wholeAt(4));
+    EXPECT_EQ(72U, wholeAt(8));
+    EXPECT_EQ(640U, wholeAt(12));
+    EXPECT_EQ(480U, wholeAt(16));
+    const float expected[] = {525.5F,  524.25F,  322.75F, 238.5F, -0.21F, 0.065F,
+                              0.0011F, -0.0007F, -0.008F, 0.0F,   0.0F,   0.0F};
+    for (size_t i = 0; i < std::size(expected); ++i)
+    {
+        EXPECT_EQ(std::bit_cast<uint32_t>(expected[i]), wholeAt(20 + 4 * i)) << i;
+    }
+    EXPECT_EQ(crc32(0, file.data(), 68), wholeAt(68));
+    EXPECT_EQ(file, ReadFile());
+}
+
+TEST_F(SimulatorFileAccess, FailsWithoutAnOpenFile)
+{
+    Read(0, 4);
+    EXPECT_FALSE(Succeeded());
+    EXPECT_EQ(std::vector<uint8_t>(32), Buffer());
+    Execute("Close");
+    EXPECT_FALSE(Succeeded());
+    Execute("Open");
+    EXPECT_TRUE(Succeeded());
+    Execute("Open");
+    EXPECT_FALSE(Succeeded());
+    Read(0, 4);
+    EXPECT_TRUE(Succeeded());
+    EXPECT_EQ('T', Buffer().front());
+}
+
+TEST_F(SimulatorFileAccess, FailsBehindTheEndOfTheFile)
+{
+    Execute("Open");
+    Read(60, 32);
+    EXPECT_TRUE(Succeeded());
+    EXPECT_EQ(12, m_camera->Get("FileOperationResult"));
+    Read(72, 1);
+    EXPECT_FALSE(Succeeded());
+    EXPECT_EQ(0, m_camera->Get("FileOperationResult"));
+    EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->Set("FileAccessLength", 33));
+}
+
+TEST_F(SimulatorFileAccess, BeginsWithClosedFiles)
+{
+    Execute("Open");
+    EXPECT_TRUE(Succeeded());
+    ASSERT_OK(Tl().IFClose(m_interface));
+    OpenCamera("SIM-GIGE-1", "SIM-SIM0007");
+    Read(0, 4);
+    EXPECT_FALSE(Succeeded());
+}
+
+} // namespace
+} // namespace simulator_test

@@ -1,0 +1,309 @@
+#include "support/simulator/simulator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <zlib.h>
+
+namespace simulator_test
+{
+namespace
+{
+
+uint32_t Crc(const uint8_t *bytes, size_t size)
+{
+    return static_cast<uint32_t>(crc32_z(0, bytes, size));
+}
+
+/// Reads samples bit by bit, as the layouts are published, whatever the packing code does.
+class SampleReader
+{
+public:
+    SampleReader(const std::vector<uint8_t> &bytes, const std::string &format)
+        : m_bytes(bytes), m_format(format)
+    {
+    }
+
+    unsigned operator[](size_t index) const
+    {
+        if (m_format == "Mono8")
+        {
+            return Bits(index * 8, 8);
+        }
+        if (m_format == "Mono10" || m_format == "Mono12")
+        {
+            return Bits(index * 16, 16);
+        }
+        if (m_format == "Mono10p")
+        {
+            return Bits(index * 10, 10);
+        }
+        if (m_format == "Mono12p")
+        {
+            return Bits(index * 12, 12);
+        }
+        const size_t perGroup = m_format == "Mono10g40QVR" ? 4 : 2;
+        const size_t lowBits = 8 / perGroup;
+        const size_t group = index / perGroup * (perGroup + 1);
+        const size_t inGroup = index % perGroup;
+        // A last group of fewer samples has fewer upper bytes in front of its byte of low bits.
+        const size_t low = std::min(group + perGroup, m_bytes.size() - 1);
+        return Bits((group + inGroup) * 8, 8) << lowBits | Bits(low * 8 + inGroup * lowBits, lowBits);
+    }
+
+private:
+    unsigned Bits(size_t first, size_t count) const
+    {
+        unsigned value = 0;
+        for (size_t i = 0; i < count; ++i)
+        {
+            const size_t bit = first + i;
+            value |= (m_bytes.at(bit / 8) >> (bit % 8) & 1U) << i;
+        }
+        return value;
+    }
+
+    const std::vector<uint8_t> &m_bytes;
+    const std::string m_format;
+};
+
+using SimulatorFrame = CameraTest;
+
+const std::map<std::string, unsigned> formats = {
+    {"Mono8", 255},    {"Mono10", 1023},       {"Mono12", 4095},      {"Mono10p", 1023},
+    {"Mono12p", 4095}, {"Mono10g40QVR", 1023}, {"Mono12g24QVR", 4095}};
+
+TEST_F(SimulatorFrame, IsPackedAsItsFormatSays)
+{
+    // Rows begin in the middle of bytes and of groups, and the last group is not whole.
+    for (const int64_t width : {64, 65, 67, 70})
+    {
+        SetRegion(width, 19);
+        for (const auto &[format, maximum] : formats)
+        {
+            for (const char *const pattern : {"GreyHorizontalRamp", "GreyVerticalRamp"})
+            {
+                ASSERT_OK(m_camera->SetEntry("PixelFormat", format));
+                ASSERT_OK(m_camera->SetEntry("TestPattern", pattern));
+                const std::vector<uint8_t> image = GrabOne();
+                const SampleReader samples(image, format);
+                const bool alongRow = std::string(pattern) == "GreyHorizontalRamp";
+                size_t wrong = 0;
+                for (unsigned y = 0; y < 19; ++y)
+                {
+                    for (unsigned x = 0; x < static_cast<unsigned>(width); ++x)
+                    {
+                        const unsigned expected =
+                            alongRow ? x * maximum / (static_cast<unsigned>(width) - 1) : y * maximum / 18;
+                        wrong += samples[y * static_cast<size_t>(width) + x] == expected ? 0 : 1;
+                    }
+                }
+                EXPECT_EQ(0U, wrong) << format << " " << pattern << " " << width;
+            }
+        }
+    }
+}
+
+TEST_F(SimulatorFrame, ShowsTheSameSceneInEveryFormat)
+{
+    SetRegion(101, 75, 333, 480);
+    ASSERT_OK(m_camera->SetEntry("PixelFormat", "Mono12"));
+    const std::vector<uint8_t> reference = GrabOne();
+    const SampleReader expected(reference, "Mono12");
+    for (const auto &[format, maximum] : formats)
+    {
+        ASSERT_OK(m_camera->SetEntry("PixelFormat", format));
+        const std::vector<uint8_t> image = GrabOne();
+        const SampleReader samples(image, format);
+        size_t wrong = 0;
+        for (size_t i = 0; i < 101 * 75; ++i)
+        {
+            wrong += std::abs(samples[i] / double(maximum) - expected[i] / 4095.0) > 1.0 / maximum ? 1 : 0;
+        }
+        EXPECT_EQ(0U, wrong) << format;
+    }
+}
+
+TEST_F(SimulatorFrame, RegionIsCutOutOfTheScene)
+{
+    const std::vector<uint8_t> whole = GrabOne();
+    SetRegion(200, 100, 700, 850);
+    const std::vector<uint8_t> region = GrabOne();
+    // Rows below the frame number, which stands in the corner of the image and not of the scene.
+    for (size_t y = 50; y < 100; ++y)
+    {
+        const auto row = region.begin() + static_cast<ptrdiff_t>(y * 200);
+        const auto expected = whole.begin() + static_cast<ptrdiff_t>((y + 850) * 1280 + 700);
+        ASSERT_TRUE(std::equal(row, row + 200, expected)) << y;
+    }
+}
+
+TEST_F(SimulatorFrame, GetsBrighterWithExposureAndGain)
+{
+    SetRegion(128, 128, 600, 200);
+    const auto mean = [&]
+    {
+        const std::vector<uint8_t> image = GrabOne();
+        double sum = 0;
+        for (const uint8_t sample : image)
+        {
+            sum += sample;
+        }
+        return sum / static_cast<double>(image.size());
+    };
+    ASSERT_OK(m_camera->SetFloat("ExposureTime", 4000.0F));
+    const double dim = mean();
+    ASSERT_OK(m_camera->SetFloat("ExposureTime", 8000.0F));
+    EXPECT_NEAR(2.0, mean() / dim, 0.05);
+    ASSERT_OK(m_camera->SetFloat("ExposureTime", 4000.0F));
+    ASSERT_OK(m_camera->SetFloat("Gain", 6.0206F));
+    EXPECT_NEAR(2.0, mean() / dim, 0.05);
+}
+
+TEST_F(SimulatorFrame, MovesAndCounts)
+{
+    SetRegion(300, 300, 0, 400);
+    AnnounceBuffers(4);
+    Start();
+    const std::vector<uint8_t> first = Content(Receive().handle);
+    const std::vector<uint8_t> second = Content(Receive().handle);
+    Stop();
+    EXPECT_FALSE(std::equal(first.begin(), first.begin() + 300 * 40, second.begin()));          // the number
+    EXPECT_FALSE(std::equal(first.begin() + 300 * 40, first.end(), second.begin() + 300 * 40)); // the disc
+}
+
+TEST_F(SimulatorFrame, CarriesNumberAndChecksum)
+{
+    SetRegion(640, 480);
+    ASSERT_OK(m_camera->SetEntry("PixelFormat", "Mono10p"));
+    ASSERT_OK(m_camera->Set("FrameCheck", 1));
+    AnnounceBuffers(4);
+    Start();
+    for (uint64_t number = 1; number <= 1000; ++number)
+    {
+        const BUFFER_HANDLE buffer = Receive().handle;
+        const auto *const image = BufferInfo<const uint8_t *>(buffer, BUFFER_INFO_BASE);
+        const auto at = [&]<typename T>(T value, size_t offset)
+        {
+            std::memcpy(&value, image + offset, sizeof value);
+            return value;
+        };
+        ASSERT_EQ(0, std::memcmp(image, "QVRFRAME", 8));
+        ASSERT_EQ(number, at(uint64_t{}, 8));
+        ASSERT_EQ(number, BufferInfo<uint64_t>(buffer, BUFFER_INFO_FRAMEID));
+        const auto size = at(uint64_t{}, 16);
+        ASSERT_EQ(size, BufferInfo<size_t>(buffer, BUFFER_INFO_SIZE_FILLED));
+        ASSERT_EQ(32U, at(uint32_t{}, 28));
+        ASSERT_EQ(Crc(image + 32, size - 32), at(uint32_t{}, 24)) << number;
+        ASSERT_OK(Tl().DSQueueBuffer(m_stream, buffer));
+    }
+    Stop();
+}
+
+TEST_F(SimulatorFrame, IsFollowedByItsChunks)
+{
+    SetRegion(17, 3);
+    ASSERT_OK(m_camera->SetEntry("PixelFormat", "Mono10p")); // 64 bytes with a partly used last one
+    ASSERT_OK(m_camera->Set("Width", 19));                   // 72 bytes: 71.25
+    ASSERT_OK(m_camera->SetFloat("ExposureTime", 1234.5F));
+    ASSERT_OK(m_camera->SetFloat("Gain", 3.5F));
+    ASSERT_OK(m_camera->Set("ChunkModeActive", 1));
+    for (const char *const chunk : {"FrameID", "Timestamp", "ExposureTime", "Gain", "ImageChecksum"})
+    {
+        ASSERT_OK(m_camera->SetEntry("ChunkSelector", chunk));
+        ASSERT_OK(m_camera->Set("ChunkEnable", 1));
+    }
+    AnnounceBuffers(4);
+    Start();
+    const BUFFER_HANDLE buffer = Receive().handle;
+    const std::vector<uint8_t> bytes = Content(buffer);
+    EXPECT_EQ(1, BufferInfo<bool8_t>(buffer, BUFFER_INFO_CONTAINS_CHUNKDATA));
+    EXPECT_EQ(bytes.size(), BufferInfo<size_t>(buffer, BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE));
+    EXPECT_EQ(bytes.size(), static_cast<size_t>(m_camera->Get("PayloadSize")));
+
+    size_t count = 0;
+    ASSERT_OK(Tl().DSGetBufferChunkData(m_stream, buffer, nullptr, &count));
+    ASSERT_EQ(6U, count);
+    SINGLE_CHUNK_DATA chunks[6];
+    count = 5;
+    EXPECT_CODE(GC_ERR_BUFFER_TOO_SMALL, Tl().DSGetBufferChunkData(m_stream, buffer, chunks, &count));
+    count = 6;
+    ASSERT_OK(Tl().DSGetBufferChunkData(m_stream, buffer, chunks, &count));
+
+    const auto value = [&]<typename T>(T result, size_t index)
+    {
+        EXPECT_EQ(sizeof result, size_t{chunks[index].ChunkLength});
+        std::memcpy(&result, bytes.data() + chunks[index].ChunkOffset, sizeof result);
+        return result;
+    };
+    EXPECT_EQ(0, ptrdiff_t{chunks[0].ChunkOffset});
+    EXPECT_EQ(72U, size_t{chunks[0].ChunkLength});
+    EXPECT_EQ(1U, value(uint64_t{}, 1));
+    EXPECT_EQ(BufferInfo<uint64_t>(buffer, BUFFER_INFO_TIMESTAMP), value(uint64_t{}, 2));
+    EXPECT_EQ(1234.5F, value(float{}, 3));
+    EXPECT_EQ(3.5F, value(float{}, 4));
+    EXPECT_EQ(Crc(bytes.data(), 72), value(uint32_t{}, 5));
+
+    // From the end: each trailer leads to the one in front of it.
+    const auto bigEndian = [&](size_t offset)
+    {
+        return uint32_t{bytes[offset]} << 24 | uint32_t{bytes[offset + 1]} << 16 |
+               uint32_t{bytes[offset + 2]} << 8 | bytes[offset + 3];
+    };
+    size_t end = bytes.size();
+    for (size_t i = 6; i-- > 0;)
+    {
+        EXPECT_EQ(uint64_t{chunks[i].ChunkID}, bigEndian(end - 8));
+        EXPECT_EQ(size_t{chunks[i].ChunkLength}, bigEndian(end - 4));
+        end -= 8 + size_t{chunks[i].ChunkLength};
+        EXPECT_EQ(static_cast<size_t>(ptrdiff_t{chunks[i].ChunkOffset}), end);
+    }
+    EXPECT_EQ(0U, end);
+    Stop();
+}
+
+TEST_F(SimulatorFrame, HasNoChunksWithoutChunkMode)
+{
+    AnnounceBuffers(4);
+    Start();
+    size_t count = 0;
+    EXPECT_CODE(GC_ERR_NO_DATA, Tl().DSGetBufferChunkData(m_stream, Receive().handle, nullptr, &count));
+    Stop();
+}
+
+TEST_F(SimulatorFrame, FollowsTheMovingPatterns)
+{
+    SetRegion(64, 20);
+    AnnounceBuffers(4);
+    for (const char *const pattern : {"FrameCounter", "HorizontalLineMoving", "VerticalLineMoving",
+                                      "GreyHorizontalRampMoving", "GreyVerticalRampMoving"})
+    {
+        ASSERT_OK(m_camera->SetEntry("TestPattern", pattern));
+        ASSERT_OK(Tl().DSFlushQueue(m_stream, ACQ_QUEUE_ALL_TO_INPUT));
+        Start();
+        for (unsigned number = 1; number <= 30; ++number)
+        {
+            const BUFFER_HANDLE buffer = Receive().handle;
+            const std::vector<uint8_t> image = Content(buffer);
+            const std::map<std::string, std::function<unsigned(unsigned, unsigned)>> expected = {
+                {"FrameCounter", [&](unsigned, unsigned) { return number & 255; }},
+                {"HorizontalLineMoving", [&](unsigned, unsigned y) { return y == number % 20 ? 255U : 0U; }},
+                {"VerticalLineMoving", [&](unsigned x, unsigned) { return x == number % 64 ? 255U : 0U; }},
+                {"GreyHorizontalRampMoving",
+                 [&](unsigned x, unsigned) { return (x + number) % 64 * 255 / 63; }},
+                {"GreyVerticalRampMoving",
+                 [&](unsigned, unsigned y) { return (y + number) % 20 * 255 / 19; }}};
+            size_t wrong = 0;
+            for (unsigned i = 0; i < 64 * 20; ++i)
+            {
+                wrong += image[i] == expected.at(pattern)(i % 64, i / 64) ? 0 : 1;
+            }
+            ASSERT_EQ(0U, wrong) << pattern << " " << number;
+            ASSERT_OK(Tl().DSQueueBuffer(m_stream, buffer));
+        }
+        Stop();
+    }
+}
+
+} // namespace
+} // namespace simulator_test
