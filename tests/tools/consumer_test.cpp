@@ -1,10 +1,11 @@
 // The parts of the consumer over a lower producer that does what a test tells it to.
 
-#include "gentlctl/description.h"
-#include "gentlctl/features.h"
+#include "consumer/description.h"
+#include "consumer/features.h"
+#include "consumer/modules.h"
+#include "consumer/producer.h"
 #include "gentlctl/grab.h"
 #include "gentlctl/interrupt.h"
-#include "gentlctl/producer.h"
 
 #include "support/lower_library.h"
 

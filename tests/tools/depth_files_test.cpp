@@ -1,4 +1,4 @@
-#include "gentlctl/depth_files.h"
+#include "pictures/depth_files.h"
 
 #include "common/pixel_format.h"
 

@@ -1,4 +1,4 @@
-#include "gentlctl/point_view.h"
+#include "pictures/point_view.h"
 
 #include "common/pixel_format.h"
 #include "rasters.h"

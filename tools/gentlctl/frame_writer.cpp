@@ -11,7 +11,7 @@ FrameWriter::FrameWriter(size_t capacity, Write write, Release release)
 {
 }
 
-bool FrameWriter::Offer(Frame &frame)
+bool FrameWriter::Offer(FrameInfo &frame)
 {
     const std::lock_guard guard(m_mutex);
     if (m_held.size() >= m_capacity)
@@ -58,7 +58,7 @@ void FrameWriter::Run()
         {
             return;
         }
-        // It keeps its place while others are put behind it.
+        // A deque keeps its first element in place while others are added behind it.
         const auto &frame = m_held.front();
         lock.unlock();
         Handle(frame);
@@ -67,7 +67,7 @@ void FrameWriter::Run()
     }
 }
 
-void FrameWriter::Handle(const Frame &frame)
+void FrameWriter::Handle(const FrameInfo &frame)
 {
     const auto attempt = [this](auto step)
     {

@@ -10,8 +10,9 @@ namespace gentlctl
 /// Makes SIGINT and SIGTERM a request to end, for as long as it lives. The second signal of a kind ends the
 /// program at once, as ever. One object at a time.
 ///
-/// A thread of its own takes the signals. The calling thread and those that it starts from then on block them,
-/// so make the object before anything starts threads: a thread that does not block them ends the program.
+/// A thread of its own takes the signals. The calling thread and those that it starts from then on block
+/// them, so make the object before anything starts threads: a thread that does not block them ends the
+/// program.
 class Interrupt
 {
 public:
