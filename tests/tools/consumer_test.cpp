@@ -119,6 +119,17 @@ TEST(FeatureValues, TellWhatCanBeTold)
     EXPECT_TRUE(system.Open().Values({"Off"})["Off"].contains("error"));
 }
 
+TEST(FeatureValues, DoNotAskForTheAvailabilityOfAMissingFeature)
+{
+    SystemFeatures system(Description(
+        "<Integer Name=\"Absent\"><pIsImplemented>No</pIsImplemented><pIsAvailable>Broken</pIsAvailable>"
+        "<Value>1</Value></Integer><Integer Name=\"No\"><Value>0</Value></Integer>"
+        "<SwissKnife Name=\"Broken\"><pVariable Name=\"A\">Missing</pVariable><Formula>A</Formula>"
+        "</SwissKnife>",
+        {"Absent"}));
+    EXPECT_EQ(system.Open().Values({}), (Json{{"Absent", {{"text", "not available now"}}}}));
+}
+
 TEST(ModulesAboveTheDevice, NeedNoDevice)
 {
     LowerLibrary lower;

@@ -1,6 +1,7 @@
 #include "consumer/description.h"
 
 #include "consumer/text.h"
+#include "remote/description_url.h"
 #include "remote/unzip.h"
 
 #include <fmt/format.h>
@@ -34,30 +35,26 @@ std::vector<uint8_t> ReadFile(const std::string &path)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-/// Bytes behind "local:[///]NAME;ADDRESS;SIZE[?...]" or "file:///PATH[?...]".
+bool HasScheme(std::string_view url, std::string_view scheme)
+{
+    const auto sameIgnoringCase = [](char a, char b)
+    { return a == std::tolower(static_cast<unsigned char>(b)); };
+    return url.size() >= scheme.size() &&
+           std::ranges::equal(scheme, url.substr(0, scheme.size()), sameIgnoringCase);
+}
+
+/// The bytes behind "local:[///]NAME;ADDRESS;SIZE[?...]" or "file://PATH[?...]".
 std::vector<uint8_t> FetchDescription(internal::IPort &port, const std::string &url)
 {
-    const auto withoutQuery = url.substr(0, url.find('?'));
-    constexpr std::string_view local = "local:";
     constexpr std::string_view file = "file://";
-    const auto lower = [&](std::string_view scheme)
+    const auto withoutQuery = url.substr(0, url.find('?'));
+    // ParseDescriptionUrl, the reader of the producer, takes one number for both.
+    if (HasScheme(withoutQuery, "local:") && std::ranges::count(withoutQuery, ';') > 1)
     {
-        return std::equal(scheme.begin(), scheme.end(), withoutQuery.begin(),
-                          withoutQuery.begin() +
-                              static_cast<std::ptrdiff_t>(std::min(scheme.size(), withoutQuery.size())),
-                          [](char a, char b) { return a == std::tolower(static_cast<unsigned char>(b)); });
-    };
-    if (lower(local))
-    {
-        const auto last = withoutQuery.rfind(';');
-        const auto first = last == std::string::npos ? last : withoutQuery.rfind(';', last - 1);
-        if (first != std::string::npos)
-        {
-            return ReadWhole(port, std::stoull(withoutQuery.substr(first + 1), nullptr, 16),
-                             std::stoull(withoutQuery.substr(last + 1), nullptr, 16));
-        }
+        const auto range = internal::ParseDescriptionUrl(withoutQuery).value();
+        return ReadWhole(port, range.address, range.size);
     }
-    if (lower(file))
+    if (HasScheme(withoutQuery, file))
     {
         return ReadFile(withoutQuery.substr(file.size()));
     }
