@@ -12,7 +12,7 @@ namespace gentlctl
 /// Writes a number in the form that a description asks for.
 using NumberForm = std::string (*)(uint64_t);
 
-/// A module's description, and what it says beyond the nodes that NodeMapParser reads.
+/// A module's description, and the properties in it that NodeMapParser does not read.
 struct DescriptionXml
 {
     std::string text;

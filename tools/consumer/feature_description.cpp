@@ -29,7 +29,7 @@ bool Resembles(const std::string &name, const std::string &wanted)
            (contains(name, wanted) || contains(wanted, name));
 }
 
-/// The names to propose for one that does not exist.
+/// Names to propose in place of a wrong one.
 std::vector<std::string> Similar(std::vector<std::string> names, const std::string &wanted)
 {
     constexpr size_t most = 8;

@@ -12,7 +12,7 @@
 namespace gentlctl
 {
 
-/// What a module's description says of its features. Constant after construction.
+/// The features in a module's description. Constant after construction.
 class FeatureDescription
 {
 public:

@@ -59,7 +59,7 @@ std::vector<PartInfo> ReadPartInfos(IGenTLProxy &calls, DS_HANDLE stream, BUFFER
     return parts;
 }
 
-/// The chunks of a buffer by their ids. Leaves out those that do not lie in its memory.
+/// The chunks in the memory of a buffer, by their ids.
 std::map<uint64_t, std::span<const uint8_t>> FindChunks(IGenTLProxy &calls, DS_HANDLE stream,
                                                         const FrameInfo &frame)
 {

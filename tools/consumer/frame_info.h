@@ -14,7 +14,7 @@
 namespace gentlctl
 {
 
-// What the producer says of a delivered buffer. Numbers that it does not know are 0, addresses null.
+// The producer's answers about a delivered buffer. A number that it does not answer is 0, an address null.
 
 /// A part of a buffer.
 struct PartInfo

@@ -39,7 +39,7 @@ std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
         // A producer that is not initialised has no last error to read.
         throw std::runtime_error(
             fmt::format("{} cannot be initialised: {} ({}). With PROXY_TL_LOG_LEVEL=error "
-                        "in the environment the proxy producer tells the reason.",
+                        "in the environment the proxy producer logs the reason.",
                         file, exception.what(), exception.Code()));
     }
 }
@@ -152,7 +152,7 @@ DeviceEntry Producer::Choose(const std::string &selection)
     {
         throw std::runtime_error("The producer lists no device. Is a camera connected and powered?");
     }
-    throw std::runtime_error(selection.empty() ? "No device can be opened; `gentlctl list` tells why."
+    throw std::runtime_error(selection.empty() ? "No device can be opened; `gentlctl list` says why."
                                                : fmt::format("There is no device \"{}\". Known: {}",
                                                              selection, fmt::join(known, ", ")));
 }

@@ -192,7 +192,8 @@ private:
         auto *command = Add("get", "Print the values of features",
                             [this] { return Get(common, module, names, assignments); });
         command->add_option("features", names, "Names of features; default: all")->type_name("NAME");
-        AddModule(command, readableModules, "Module to address; \"frame\" grabs a frame and prints its chunks");
+        AddModule(command, readableModules,
+                  "Module to address; \"frame\" grabs a frame and prints its chunks");
         AddAssignments(command);
         AddDevice(command);
     }

@@ -92,7 +92,7 @@ int GrabFrames(const CommonOptions &options, const std::vector<std::string> &ass
     if (report.incomplete == report.delivered)
     {
         throw std::runtime_error("No frame is complete, so there is no picture. PROXY_TL_LOG_LEVEL=error in "
-                                 "the environment makes the proxy producer tell why");
+                                 "the environment makes the proxy producer log why");
     }
     return success;
 }

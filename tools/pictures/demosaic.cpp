@@ -36,7 +36,7 @@ Raster<T> Demosaic(const Raster<T> &mosaic, const FirstRed &red)
         const T *row = mosaic.At(0, y);
         const T *above = mosaic.At(0, Before(y, mosaic.height));
         const T *below = mosaic.At(0, After(y, mosaic.height));
-        // Each row and each column has green samples and those of one other colour.
+        // Each row and each column has green samples and samples of one other colour.
         const size_t rowColour = y % 2 == red.y ? 0 : 2;
         T *pixel = picture.At(0, y);
         for (size_t x = 0; x < mosaic.width; ++x, pixel += 3)

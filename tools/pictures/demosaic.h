@@ -7,14 +7,14 @@
 namespace gentlctl
 {
 
-/// Where a Bayer mosaic has its first red sample: column and row, 0 or 1.
+/// Column and row, 0 or 1, of the first red sample of a Bayer mosaic.
 struct FirstRed
 {
     size_t x;
     size_t y;
 };
 
-/// A mosaic in colour: red, green and blue, of which a pixel has one from its own sample and the others from
+/// Converts a mosaic to red, green and blue. A pixel has one colour from its own sample; each other colour is
 /// the mean of the samples of that colour around it.
 template <typename T>
 Raster<T> Demosaic(const Raster<T> &mosaic, const FirstRed &red);

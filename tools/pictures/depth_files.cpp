@@ -30,7 +30,7 @@ constexpr size_t barWidth = 96;
 constexpr size_t barMargin = 12;
 constexpr size_t barStrip = 20;
 
-/// A colour of the Turbo map, from the polynomials that are published as its approximation.
+/// A colour of the Turbo map, by its published approximation in polynomials.
 /// @param level 0 to 1, from dark blue through green to dark red
 Colour Turbo(double level)
 {

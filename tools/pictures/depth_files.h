@@ -11,19 +11,19 @@ namespace gentlctl
 /// Whether an image holds three coordinates for each pixel.
 bool IsPointGrid(const ImageView &image);
 
-/// Whether an image holds a grey value of eight bits for each pixel of a grid of points.
+/// Whether an image holds an 8-bit grey value for each point of a grid.
 bool IsIntensityOf(const ImageView &points, const ImageView *intensity);
 
 /// The colour of a depth: red at the minimum, blue at the maximum.
 Colour ColourOf(float depth, double minimum, double maximum);
 
-/// A bar of the colours of depth: the largest value at the top, the least at the bottom, five values beside
-/// it.
+/// A bar of the colours of depth, labelled with five values: the largest at the top, the smallest at the
+/// bottom.
 ColourRaster ScaleBar(size_t height, double minimum, double maximum, const Colour &ground);
 
-/// Depth in colours, near red and far blue, with a bar at the right edge that says which value is which.
-/// Pixels without depth (0, or not a finite number) are black.
-/// @return wider than the depth by the bar
+/// Colours depth from red near to blue far, and adds a bar of the colours at the right edge. Pixels without
+/// depth (0, or not a finite number) are black.
+/// @return a picture that is wider than the depth by the bar
 ColourRaster ColourDepth(const Raster<float> &depth);
 
 /// Writes the points that have coordinates as a binary PLY, in their order in the image.

@@ -24,7 +24,7 @@ std::string Reason(int error)
     return error == ENOSPC || error == EDQUOT ? "the disk is full" : std::generic_category().message(error);
 }
 
-/// The path of a file while it is not complete.
+/// The path of a file until it is complete.
 fs::path Unfinished(const fs::path &file)
 {
     return file.string() + ".part";
@@ -58,7 +58,7 @@ bool WriteFile(const fs::path &file, const void *data, size_t size)
     }
     const bool written = WriteAll(descriptor, static_cast<const char *>(data), size);
     const int error = errno;
-    // Some file systems tell only now that the disk is full.
+    // Some file systems report a full disk only on close.
     const bool closed = close(descriptor) == 0;
     errno = written ? errno : error;
     return written && closed;

@@ -28,7 +28,7 @@ std::runtime_error CannotEncode(const char *format, const Raster<T> &pixels, con
                                           pixels.height, format, reason.empty() ? "" : ": ", reason));
 }
 
-/// libpng's objects for one file, and where the file and the text of a failure go.
+/// libpng's objects for one file, with the bytes of the file and the text of a failure.
 class PngWriter
 {
 public:
@@ -90,7 +90,7 @@ private:
     png_infop m_info = nullptr;
 };
 
-/// A file in memory for libtiff, which goes back to what it wrote.
+/// A file in memory for libtiff, which seeks back to bytes that it wrote.
 struct MemoryFile
 {
     std::string bytes;
@@ -151,7 +151,7 @@ void Describe(TIFF *tiff, const Raster<T> &pixels)
 template <typename T>
 bool WriteRows(TIFF *tiff, const Raster<T> &pixels)
 {
-    // libtiff changes the row that it is given.
+    // libtiff changes the row that it gets.
     std::vector<T> row(pixels.width * pixels.channels);
     for (size_t y = 0; y < pixels.height; ++y)
     {
@@ -184,7 +184,7 @@ std::string Png(const Raster<T> &pixels)
 template <typename T>
 std::string Tiff(const Raster<T> &pixels)
 {
-    // What fails is told by the exception; libtiff would print it, too.
+    // The exception reports the failure; libtiff would also print it.
     TIFFSetErrorHandler(nullptr);
     MemoryFile file;
     const std::unique_ptr<TIFF, decltype(&TIFFClose)> tiff(

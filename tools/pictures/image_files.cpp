@@ -27,7 +27,7 @@ namespace
 
 using tarn::common::PixelFormat;
 
-/// What becomes of the samples of a format.
+/// How the samples of a format are converted.
 enum class Conversion
 {
     AsItIs,
@@ -41,7 +41,7 @@ enum class Conversion
 };
 using enum Conversion;
 
-/// How a format becomes a picture. Samples up to 255 have 8 bits, larger ones 16; floats have no largest.
+/// How a format becomes a picture. Samples up to 255 have 8 bits, larger ones 16; the maximum of floats is 0.
 struct Picture
 {
     PixelFormat format;
@@ -161,7 +161,7 @@ Raster<T> RedFirst(Raster<T> pixels)
     return pixels;
 }
 
-/// What a file holds of an image: grey, or red, green and blue, or coordinates.
+/// The samples for a file: grey, or red, green and blue, or coordinates.
 template <typename T>
 AnyRaster Convert(Raster<T> pixels, Conversion conversion, size_t index, bool isPng)
 {
@@ -176,7 +176,8 @@ AnyRaster Convert(Raster<T> pixels, Conversion conversion, size_t index, bool is
     case Depth:
         if (isPng)
         {
-            return ColourDepth(Channel<float>(pixels, pixels.channels - 1)); // of points it is z
+            return ColourDepth(
+                Channel<float>(pixels, pixels.channels - 1)); // the last channel of points is z
         }
         return pixels;
     default:

@@ -25,18 +25,17 @@ size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height);
 /// The published name of a pixel format, or its code when the project does not know it.
 std::string FormatName(uint64_t pixelFormat);
 
-/// How many images an image of this format holds in the samples of each pixel: 2 of `Mono10_AB`, 4 of
-/// `Mono8_ABCD`, 1 of others.
+/// How many images the samples of a pixel hold: 2 in `Mono10_AB`, 4 in `Mono8_ABCD`, 1 in other formats.
 size_t ImagesIn(uint64_t pixelFormat);
 
 /// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 and 12 bits
 /// are scaled to the full 16, so that every viewer shows them right; in a TIFF they keep their values.
-/// Bayer images are written in colour, but those of several in one as they are: whose lines of the mosaic
-/// each has, the format does not tell. Depth is coloured in a PNG; a TIFF keeps its values, x, y and z of
-/// points.
-/// @param index which image, of a format that holds several
-/// @throws std::runtime_error format not supported, image larger than its memory, or the file cannot be
-/// written
+/// Bayer images are written in colour, but the images in an interleaved format as they are, since the format
+/// does not define which lines of the mosaic each has. Depth is coloured in a PNG; a TIFF keeps its values,
+/// x, y and z of points.
+/// @param index selects one of the images of an interleaved format
+/// @throws std::runtime_error the format is not supported, the image is larger than its memory, or the file
+/// cannot be written
 void WritePicture(const std::filesystem::path &file, const ImageView &image, size_t index = 0);
 
 /// Writes an image in the format of the file's extension.

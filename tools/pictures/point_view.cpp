@@ -24,16 +24,16 @@ namespace gentlctl
 namespace
 {
 
-// A picture is drawn twice as large and made smaller, which smooths its edges.
+// The picture is drawn in twice its size and scaled down, which smooths its edges.
 constexpr size_t supersampling = 2;
 constexpr size_t pictureWidth = 864;
 constexpr size_t pictureHeight = 640;
 constexpr double marginOfPicture = 0.07;
 
-// A surface that the camera sees at a smaller angle than this (its sine) is taken for a step in depth.
+// The sine of an angle. A surface that the camera sees at a smaller one counts as a step in depth.
 constexpr double leastSine = 0.15;
 
-/// What the points with coordinates take up.
+/// The box around the points with coordinates.
 struct Bounds
 {
     size_t count = 0;
@@ -55,7 +55,7 @@ Eigen::Vector3f PointAt(const Raster<float> &points, size_t x, size_t y)
     return Eigen::Vector3f(points.At(x, y));
 }
 
-/// Of `transform(point)` of all points with coordinates.
+/// The box around `transform(point)` of all points with coordinates.
 template <typename Transform>
 Bounds BoundsOf(const Raster<float> &points, Transform transform)
 {
@@ -88,7 +88,7 @@ struct Vertex
 {
     bool isValid = false;
     Eigen::Vector3d point = Eigen::Vector3d::Zero();
-    Eigen::Vector3d normal = Eigen::Vector3d::Zero(); ///< sum of those of the triangles around it
+    Eigen::Vector3d normal = Eigen::Vector3d::Zero(); ///< sum of the normals of the triangles around it
     Eigen::Vector2d pixel = Eigen::Vector2d::Zero();
     double inverseDistance = 0;
     float depth = 0;
@@ -115,7 +115,7 @@ public:
 
     void Draw(const Vertex &a, const Vertex &b, const Vertex &c)
     {
-        // Pixels on an edge belong to both of its triangles, or it would show as a crack.
+        // Pixels on an edge belong to both triangles; otherwise the edge would show as a crack.
         constexpr double rounding = 1e-9;
         const double area = Cross(b.pixel - a.pixel, c.pixel - a.pixel);
         if (area == 0)
@@ -186,7 +186,7 @@ public:
         }
     }
 
-    /// Light from the upper left behind the viewpoint, and what the intensity leaves of it.
+    /// Light from the upper left behind the viewpoint, dimmed by the intensity.
     void Light(const Viewpoint &viewpoint, const Raster<uint8_t> &intensity)
     {
         ForEachTriangle(
@@ -240,7 +240,7 @@ private:
         }
         vertex.point = point.cast<double>();
         const auto turned = viewpoint.Turn(vertex.point);
-        // What is behind the viewpoint, or at it, is not seen.
+        // Points at the viewpoint or behind it are invisible.
         vertex.isValid = turned.z() > 0;
         vertex.pixel = viewpoint.Project(turned);
         vertex.inverseDistance = 1 / turned.z();
@@ -278,7 +278,7 @@ private:
         }
     }
 
-    // Of the points around, as depth comes in steps. Its length is of no meaning; 0 without a triangle.
+    // From the points around, since depth comes in steps. Only the direction counts; 0 without a triangle.
     Eigen::Vector3d SmoothNormal(size_t x, size_t y)
     {
         constexpr size_t reach = 2;
@@ -316,7 +316,7 @@ Colour ColourAt(const PointView &view, size_t x, size_t y, const Bounds &bounds)
     return colour;
 }
 
-/// The view in colours, made smaller.
+/// The view in colours, scaled down.
 ColourRaster PictureOf(const PointView &view, const Bounds &bounds)
 {
     ColourRaster picture{view.distance.width / supersampling, view.distance.height / supersampling, 3};
@@ -365,7 +365,8 @@ double RoundBelow(double value)
     return power * (digits >= 5 ? 5 : digits >= 2 ? 2 : 1);
 }
 
-/// The axes of the camera in a corner, as long as said below them at the distance of the middle of the scene.
+/// Draws the axes of the camera in a corner. The text below them is their length at the distance of the
+/// middle of the scene.
 void DrawAxes(ColourRaster &picture, const Viewpoint &viewpoint)
 {
     constexpr double longest = 80;
@@ -428,7 +429,7 @@ Viewpoint LookAt(const Raster<float> &points, const ViewAngles &angles, const Pi
     viewpoint.rotation = Rotation(angles);
     viewpoint.centre = bounds.Middle();
     viewpoint.size = size;
-    // Outside of the sphere around the points, however they are turned.
+    // Outside of the sphere around the points, which no rotation changes.
     viewpoint.distance = std::max({std::abs(viewpoint.centre.z()), bounds.Extent().norm(), 1e-3});
     const auto seen = BoundsOf(points,
                                [&](const Eigen::Vector3d &point)

@@ -10,8 +10,8 @@
 namespace gentlctl
 {
 
-/// Where points are looked at from, against the camera that measured them: degrees around the middle of the
-/// scene, as seen by the camera.
+/// The direction of a viewpoint: degrees by which it turns around the middle of the scene, away from the
+/// camera that measured the points.
 struct ViewAngles
 {
     double right = 28;
@@ -28,7 +28,7 @@ struct PictureSize
 struct Viewpoint
 {
     Eigen::Matrix3d rotation = Eigen::Matrix3d::Identity();   ///< of the points, around `centre`
-    Eigen::Vector3d centre = Eigen::Vector3d::Zero();         ///< what stays where it is under the rotation
+    Eigen::Vector3d centre = Eigen::Vector3d::Zero();         ///< of the rotation
     double distance = 0;                                      ///< of `centre` from the viewpoint
     double focalLength = 1;                                   ///< pixels
     Eigen::Vector2d principalPoint = Eigen::Vector2d::Zero(); ///< pixels; where `centre` is seen
@@ -44,27 +44,27 @@ struct Viewpoint
 struct PointView
 {
     Raster<float> distance;   ///< along the viewpoint's axis; 0 where nothing is seen
-    Raster<float> depth;      ///< z of what is seen, as the camera measured it
-    Raster<float> brightness; ///< 0 to 1, of the light that falls on what is seen
+    Raster<float> depth;      ///< z in the coordinates of the camera that measured the points
+    Raster<float> brightness; ///< 0 to 1
 };
 
-/// Whether a point was measured: not one that is 0 or not a number.
+/// Whether a point was measured: its coordinates are finite and z is not 0.
 bool HasCoordinates(const Eigen::Vector3f &point);
 
-/// A viewpoint that is turned by these angles and has all points in sight.
+/// A viewpoint turned by these angles, with all points in sight.
 /// @param points x, y and z
 /// @throws std::runtime_error no point has coordinates
 Viewpoint LookAt(const Raster<float> &points, const ViewAngles &angles, const PictureSize &size);
 
-/// Renders the points, and the surface between neighbours of the grid; neighbours on either side of a step in
-/// depth have none. What is nearer to the viewpoint hides what is farther away.
+/// Renders the points, and the surface between neighbours in the grid unless there is a step in depth between
+/// them. Nearer points hide farther ones.
 /// @param points x, y and z
 /// @param intensity of the same size, which dims the light; empty without
 PointView RenderPoints(const Raster<float> &points, const Raster<uint8_t> &intensity,
                        const Viewpoint &viewpoint);
 
-/// Writes a picture of a grid of points from a turned viewpoint: near the camera red and far from it blue,
-/// with the axes of the camera and a bar of the colours.
+/// Writes a picture of a grid of points from a turned viewpoint, coloured from red near the camera to blue
+/// far from it, with the axes of the camera and a bar of the colours.
 /// @param intensity grey values of the same size; null without
 /// @throws std::runtime_error no point has coordinates, or the file cannot be written
 void WriteView(const std::filesystem::path &file, const ImageView &points, const ImageView *intensity,

@@ -36,7 +36,7 @@ ColourRaster Filled(size_t width, size_t height, const Colour &colour);
 
 void SetColour(ColourRaster &picture, size_t x, size_t y, const Colour &colour);
 
-/// Two pictures of the same height as one.
+/// Puts two pictures of the same height side by side.
 ColourRaster Beside(const ColourRaster &left, const ColourRaster &right);
 
 } // namespace gentlctl
