@@ -1,13 +1,13 @@
 #pragma once
 
 #include "consumer/frame_info.h"
+#include "utils/mutex.h"
 
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <exception>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,32 +34,37 @@ public:
     ~FrameWriter() { Finish(); }
 
     /// Takes a frame; false, and the frame stays the caller's, while no more can be held.
-    bool Offer(FrameInfo &frame);
+    bool Offer(FrameInfo &frame) QVR_EXCLUDES(m_mutex);
 
     /// Waits until no frame is held. Offer must not be called afterwards.
-    void Finish();
+    void Finish() QVR_EXCLUDES(m_mutex);
 
-    uint64_t Written() const;
+    uint64_t Written() const QVR_EXCLUDES(m_mutex);
     /// Why the writing ended; null while it goes on.
-    std::exception_ptr Failure() const;
+    std::exception_ptr Failure() const QVR_EXCLUDES(m_mutex);
     /// Names of the files that were written; to be called after Finish.
     const std::vector<std::string> &Files() const { return m_files; }
 
 private:
     void Run();
-    void Handle(const FrameInfo &frame);
+    const FrameInfo *WaitForFrame() QVR_EXCLUDES(m_mutex);
+    void RemoveFirst() QVR_EXCLUDES(m_mutex);
+    void WriteAndRelease(const FrameInfo &frame) QVR_EXCLUDES(m_mutex);
+    void WriteOne(const FrameInfo &frame) QVR_EXCLUDES(m_mutex);
+    template <typename Step>
+    void KeepFailure(Step step) QVR_EXCLUDES(m_mutex);
 
     const size_t m_capacity;
     const Write m_write;
     const Release m_release;
-    std::vector<std::string> m_files;
+    std::vector<std::string> m_files; ///< belongs to the thread until Finish
 
-    mutable std::mutex m_mutex; ///< guards the following
+    mutable GenTL::internal::utils::Mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<FrameInfo> m_held; ///< the first is being written
-    uint64_t m_written = 0;
-    std::exception_ptr m_failure;
-    bool m_isFinishing = false;
+    std::deque<FrameInfo> m_held QVR_GUARDED_BY(m_mutex); ///< the first is being written
+    uint64_t m_written QVR_GUARDED_BY(m_mutex) = 0;
+    std::exception_ptr m_failure QVR_GUARDED_BY(m_mutex);
+    bool m_isFinishing QVR_GUARDED_BY(m_mutex) = false;
     std::thread m_thread;
 };
 
