@@ -4,8 +4,9 @@
 //
 //   producer_overhead [megabytes per round] [rounds]
 
-#include "gentlctl/features.h"
-#include "gentlctl/producer.h"
+#include "consumer/device.h"
+#include "consumer/features.h"
+#include "consumer/producer.h"
 #include "median.h"
 
 #include "utils/log.h"

@@ -2,7 +2,7 @@
 // sanitizer. A few thousand calls each, or the minutes that are asked for.
 
 #include "consumer.h"
-#include "gentlctl/description.h"
+#include "consumer/description.h"
 #include "nodemap/nodemap_parser.h"
 
 #include <dlfcn.h>

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "gentlctl/features.h"
-#include "gentlctl/producer.h"
+#include "consumer/device.h"
+#include "consumer/features.h"
+#include "consumer/info_answers.h"
+#include "consumer/producer.h"
 
 #include "gentl_proxy.h"
 #include "utils/log.h"
@@ -59,9 +61,10 @@ public:
 
     size_t PayloadSize()
     {
-        return gentlctl::Answer([this](INFO_DATATYPE *type, void *value, size_t *size)
-                                { m_calls.DSGetInfo(m_stream, STREAM_INFO_PAYLOAD_SIZE, type, value, size); })
-            .get<size_t>();
+        return gentlctl::TryNumber(
+                   [this](INFO_DATATYPE *type, void *value, size_t *size)
+                   { m_calls.DSGetInfo(m_stream, STREAM_INFO_PAYLOAD_SIZE, type, value, size); })
+            .value();
     }
 
     void RegisterEvent() { m_calls.GCRegisterEvent(m_stream, EVENT_NEW_BUFFER, &m_event); }

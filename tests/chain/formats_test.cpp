@@ -2,7 +2,7 @@
 // it agree.
 
 #include "consumer.h"
-#include "gentlctl/description.h"
+#include "consumer/description.h"
 #include "nodemap/node_access.h"
 #include "plain_pixels.h"
 #include "support/environment_variable.h"

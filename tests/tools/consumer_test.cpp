@@ -1,10 +1,11 @@
 // The parts of the consumer over a lower producer that does what a test tells it to.
 
-#include "gentlctl/description.h"
-#include "gentlctl/features.h"
+#include "consumer/description.h"
+#include "consumer/features.h"
+#include "consumer/modules.h"
+#include "consumer/producer.h"
 #include "gentlctl/grab.h"
 #include "gentlctl/interrupt.h"
-#include "gentlctl/producer.h"
 
 #include "support/lower_library.h"
 
@@ -116,6 +117,17 @@ TEST(FeatureValues, TellWhatCanBeTold)
     EXPECT_TRUE(values["Hidden"].contains("error")) << values;
     EXPECT_EQ(values["Off"], (Json{{"text", "not available now"}}));
     EXPECT_TRUE(system.Open().Values({"Off"})["Off"].contains("error"));
+}
+
+TEST(FeatureValues, DoNotAskForTheAvailabilityOfAMissingFeature)
+{
+    SystemFeatures system(Description(
+        "<Integer Name=\"Absent\"><pIsImplemented>No</pIsImplemented><pIsAvailable>Broken</pIsAvailable>"
+        "<Value>1</Value></Integer><Integer Name=\"No\"><Value>0</Value></Integer>"
+        "<SwissKnife Name=\"Broken\"><pVariable Name=\"A\">Missing</pVariable><Formula>A</Formula>"
+        "</SwissKnife>",
+        {"Absent"}));
+    EXPECT_EQ(system.Open().Values({}), (Json{{"Absent", {{"text", "not available now"}}}}));
 }
 
 TEST(ModulesAboveTheDevice, NeedNoDevice)

@@ -1,4 +1,4 @@
-#include "gentlctl/demosaic.h"
+#include "pictures/demosaic.h"
 
 #include "rasters.h"
 

@@ -1,4 +1,4 @@
-#include "gentlctl/depth_files.h"
+#include "pictures/depth_files.h"
 
 #include "common/pixel_format.h"
 
@@ -84,7 +84,7 @@ TEST_F(DepthFiles, HoldNoIntensityOfAnotherSize)
                  std::runtime_error);
 }
 
-TEST_F(DepthFiles, ColourNearRedAndFarBlueAndLeaveInvalidPixelsBlack)
+TEST_F(DepthFiles, ColourNearRedAndFarBlueAndInvalidPixelsBlack)
 {
     const auto infinity = std::numeric_limits<float>::infinity();
     const auto picture = ColourDepth({6, 1, 1, {0, 1000, 2000, notANumber, infinity, 3000}});

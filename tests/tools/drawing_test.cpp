@@ -1,4 +1,4 @@
-#include "gentlctl/drawing.h"
+#include "pictures/drawing.h"
 
 #include <gtest/gtest.h>
 

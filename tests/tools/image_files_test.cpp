@@ -1,8 +1,8 @@
 // Pictures of every pixel format, read back by another library than those that wrote them.
 
-#include "gentlctl/image_files.h"
+#include "pictures/image_files.h"
 
-#include "gentlctl/depth_files.h"
+#include "pictures/depth_files.h"
 
 #include "common/pixel_format.h"
 #include "rasters.h"

@@ -1,4 +1,4 @@
-#include "gentlctl/point_view.h"
+#include "pictures/point_view.h"
 
 #include "common/pixel_format.h"
 #include "rasters.h"
@@ -120,7 +120,7 @@ TEST(PointViewOfSinglePoints, ShowsNoneThatHasNoCoordinates)
     EXPECT_EQ(cv::countNonZero(Render(Single({1, 1, 500}), {}, AtTheCamera()).distance), 1);
 }
 
-TEST(PointViewOfSinglePoints, ShowsNoneOutsideThePictureOrBehindTheViewpoint)
+TEST(PointViewOfSinglePoints, ShowsNoneOutsideOfThePictureOrBehind)
 {
     for (const auto &point : {cv::Vec3f(600, 0, 1000), cv::Vec3f(0, -600, 1000), cv::Vec3f(0, 0, -1000)})
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "gentlctl/raster.h"
+#include "pictures/raster.h"
 
 #include <opencv2/core.hpp>
 

@@ -1,6 +1,6 @@
 #include "gentlctl/assignments.h"
 
-#include "gentlctl/features.h"
+#include "consumer/features.h"
 
 #include "utils/gentl_exception.h"
 

@@ -8,8 +8,8 @@ namespace gentlctl
 
 class Features;
 
-/// Sets features, given as NAME=VALUE, in their order.
-/// @throws std::runtime_error what was refused, and what the feature takes
+/// Sets features, each given as NAME=VALUE, in order.
+/// @throws std::runtime_error a value is refused; the message says which, why, and what the feature takes
 void Apply(const Features &features, const std::vector<std::string> &assignments);
 
 } // namespace gentlctl

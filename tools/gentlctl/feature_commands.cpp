@@ -1,10 +1,10 @@
+#include "consumer/features.h"
+#include "consumer/modules.h"
 #include "gentlctl/assignments.h"
 #include "gentlctl/commands.h"
-#include "gentlctl/features.h"
 #include "gentlctl/interrupt.h"
-#include "gentlctl/output.h"
-#include "gentlctl/printing.h"
-#include "gentlctl/producer.h"
+#include "gentlctl/standard_output.h"
+#include "gentlctl/value_printing.h"
 
 #include <fmt/format.h>
 
@@ -17,7 +17,7 @@ namespace gentlctl
 namespace
 {
 
-/// Values of the chunks of a frame by name: of those named, else of all.
+/// Values of the features in the chunks of a frame: of the named ones, or of all.
 Json ChunksOf(const GrabReport &report, const std::vector<std::string> &names)
 {
     if (report.failure)
@@ -39,10 +39,10 @@ Json ChunksOf(const GrabReport &report, const std::vector<std::string> &names)
     return values;
 }
 
-/// Prints values, and says what could not be told.
-int Tell(const Json &values, bool asJson)
+/// Prints values, and says on standard error which ones are missing.
+int PrintValues(const Json &values, bool asJson)
 {
-    auto told = Json::object();
+    auto known = Json::object();
     std::vector<std::string> failures;
     for (const auto &entry : values.items())
     {
@@ -54,10 +54,10 @@ int Tell(const Json &values, bool asJson)
         }
         else
         {
-            told[entry.key()] = entry.value();
+            known[entry.key()] = entry.value();
         }
     }
-    asJson ? PrintJson(values) : PrintTable(told, "");
+    asJson ? PrintJson(values) : PrintTable(known, "");
     for (const auto &failure : failures)
     {
         Complain(failure);
@@ -66,14 +66,14 @@ int Tell(const Json &values, bool asJson)
 }
 
 /// Grabs a frame and prints its chunks.
-int TellOfFrame(Producer &producer, OpenDevice &device, const Features &remote,
-                const std::vector<std::string> &names, const Interrupt &interrupt, bool asJson)
+int PrintFrame(Producer &producer, OpenDevice &device, const Features &remote,
+               const std::vector<std::string> &names, const Interrupt &interrupt, bool asJson)
 {
     GrabOptions grab;
     grab.frames = 1;
     const auto report = Grab(producer, device, remote, grab, interrupt);
     const int signal = interrupt.Signal();
-    return signal != 0 ? killed + signal : Tell(ChunksOf(report, names), asJson);
+    return signal != 0 ? killed + signal : PrintValues(ChunksOf(report, names), asJson);
 }
 
 } // namespace
@@ -90,8 +90,8 @@ int Get(const CommonOptions &options, const std::string &module, const std::vect
     Modules modules(producer, options.device);
     const Features features(modules.PortOf(interrupt ? "remote" : module));
     Apply(features, assignments);
-    return interrupt ? TellOfFrame(producer, modules.Device(), features, names, *interrupt, options.json)
-                     : Tell(features.Values(names), options.json);
+    return interrupt ? PrintFrame(producer, modules.Device(), features, names, *interrupt, options.json)
+                     : PrintValues(features.Values(names), options.json);
 }
 
 int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)

@@ -5,15 +5,17 @@
 namespace gentlctl
 {
 
+using GenTL::internal::utils::MutexLock;
+
 FrameWriter::FrameWriter(size_t capacity, Write write, Release release)
     : m_capacity(capacity), m_write(std::move(write)), m_release(std::move(release)),
       m_thread([this] { Run(); })
 {
 }
 
-bool FrameWriter::Offer(Frame &frame)
+bool FrameWriter::Offer(FrameInfo &frame)
 {
-    const std::lock_guard guard(m_mutex);
+    const MutexLock lock(m_mutex);
     if (m_held.size() >= m_capacity)
     {
         return false;
@@ -26,7 +28,7 @@ bool FrameWriter::Offer(Frame &frame)
 void FrameWriter::Finish()
 {
     {
-        const std::lock_guard guard(m_mutex);
+        const MutexLock lock(m_mutex);
         m_isFinishing = true;
         m_changed.notify_one();
     }
@@ -38,61 +40,72 @@ void FrameWriter::Finish()
 
 uint64_t FrameWriter::Written() const
 {
-    const std::lock_guard guard(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_written;
 }
 
 std::exception_ptr FrameWriter::Failure() const
 {
-    const std::lock_guard guard(m_mutex);
+    const MutexLock lock(m_mutex);
     return m_failure;
 }
 
 void FrameWriter::Run()
 {
-    std::unique_lock lock(m_mutex);
-    for (;;)
+    while (const auto *frame = WaitForFrame())
     {
-        m_changed.wait(lock, [this] { return m_isFinishing || !m_held.empty(); });
-        if (m_held.empty())
-        {
-            return;
-        }
-        // It keeps its place while others are put behind it.
-        const auto &frame = m_held.front();
-        lock.unlock();
-        Handle(frame);
-        lock.lock();
-        m_held.pop_front();
+        WriteAndRelease(*frame);
+        RemoveFirst();
     }
 }
 
-void FrameWriter::Handle(const Frame &frame)
+/// The first frame held, which a deque keeps in place while others are added behind it. Null at the end.
+const FrameInfo *FrameWriter::WaitForFrame()
 {
-    const auto attempt = [this](auto step)
+    MutexLock lock(m_mutex);
+    while (!m_isFinishing && m_held.empty())
     {
-        try
-        {
-            step();
-        }
-        catch (...)
-        {
-            const std::lock_guard guard(m_mutex);
-            m_failure = m_failure ? m_failure : std::current_exception();
-        }
-    };
+        m_changed.wait(lock.ForWait());
+    }
+    return m_held.empty() ? nullptr : &m_held.front();
+}
+
+void FrameWriter::RemoveFirst()
+{
+    const MutexLock lock(m_mutex);
+    m_held.pop_front();
+}
+
+void FrameWriter::WriteAndRelease(const FrameInfo &frame)
+{
     if (!Failure())
     {
-        attempt(
-            [&]
-            {
-                const auto files = m_write(frame, m_written + 1);
-                m_files.insert(m_files.end(), files.begin(), files.end());
-                const std::lock_guard guard(m_mutex);
-                ++m_written;
-            });
+        KeepFailure([&] { WriteOne(frame); });
     }
-    attempt([&] { m_release(frame); });
+    KeepFailure([&] { m_release(frame); });
+}
+
+void FrameWriter::WriteOne(const FrameInfo &frame)
+{
+    const auto files = m_write(frame, Written() + 1);
+    m_files.insert(m_files.end(), files.begin(), files.end());
+    const MutexLock lock(m_mutex);
+    ++m_written;
+}
+
+/// Runs a step. The first failure is the writer's.
+template <typename Step>
+void FrameWriter::KeepFailure(Step step)
+{
+    try
+    {
+        step();
+    }
+    catch (...)
+    {
+        const MutexLock lock(m_mutex);
+        m_failure = m_failure ? m_failure : std::current_exception();
+    }
 }
 
 } // namespace gentlctl

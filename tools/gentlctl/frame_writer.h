@@ -1,63 +1,70 @@
 #pragma once
 
-#include "gentlctl/frame.h"
+#include "consumer/frame_info.h"
+#include "utils/mutex.h"
 
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <exception>
 #include <functional>
-#include <mutex>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace gentlctl
 {
 
-/// Writes frames on a thread of its own, in their order, while others arrive. What cannot be written ends the
-/// writing: the frames behind it are given back unwritten.
+/// Writes frames on a thread of its own, in their order, while others arrive. The first failure ends the
+/// writing: later frames are given back unwritten.
 ///
-/// One thread offers and finishes.
+/// Offer and Finish are for one thread.
 class FrameWriter
 {
 public:
-    /// Writes a frame of this number, from 1 on, and gives the names of its files.
-    using Write = std::function<Json(const Frame &, uint64_t)>;
+    /// Writes a frame under its number, from 1 on, and returns the names of its files.
+    using Write = std::function<std::vector<std::string>(const FrameInfo &, uint64_t)>;
     /// Gives a frame back to the stream, written or not.
-    using Release = std::function<void(const Frame &)>;
+    using Release = std::function<void(const FrameInfo &)>;
 
-    /// @param capacity frames that are held at most, the one that is being written included
+    /// @param capacity most frames to hold, with the one that is being written
     FrameWriter(size_t capacity, Write write, Release release);
     FrameWriter(const FrameWriter &) = delete;
     FrameWriter &operator=(const FrameWriter &) = delete;
     ~FrameWriter() { Finish(); }
 
-    /// Takes a frame, unless as many as can be held wait to be written: then the frame stays the caller's.
-    bool Offer(Frame &frame);
+    /// Takes a frame; false, and the frame stays the caller's, while no more can be held.
+    bool Offer(FrameInfo &frame) QVR_EXCLUDES(m_mutex);
 
-    /// Waits until no frame is held. Nothing is offered after this.
-    void Finish();
+    /// Waits until no frame is held. Offer must not be called afterwards.
+    void Finish() QVR_EXCLUDES(m_mutex);
 
-    uint64_t Written() const;
+    uint64_t Written() const QVR_EXCLUDES(m_mutex);
     /// Why the writing ended; null while it goes on.
-    std::exception_ptr Failure() const;
-    /// Names of the files that were written; after Finish.
-    const Json &Files() const { return m_files; }
+    std::exception_ptr Failure() const QVR_EXCLUDES(m_mutex);
+    /// Names of the files that were written; to be called after Finish.
+    const std::vector<std::string> &Files() const { return m_files; }
 
 private:
     void Run();
-    void Handle(const Frame &frame);
+    const FrameInfo *WaitForFrame() QVR_EXCLUDES(m_mutex);
+    void RemoveFirst() QVR_EXCLUDES(m_mutex);
+    void WriteAndRelease(const FrameInfo &frame) QVR_EXCLUDES(m_mutex);
+    void WriteOne(const FrameInfo &frame) QVR_EXCLUDES(m_mutex);
+    template <typename Step>
+    void KeepFailure(Step step) QVR_EXCLUDES(m_mutex);
 
     const size_t m_capacity;
     const Write m_write;
     const Release m_release;
-    Json m_files = Json::array();
+    std::vector<std::string> m_files; ///< belongs to the thread until Finish
 
-    mutable std::mutex m_mutex; ///< guards what follows
+    mutable GenTL::internal::utils::Mutex m_mutex;
     std::condition_variable m_changed;
-    std::deque<Frame> m_held; ///< the first is being written
-    uint64_t m_written = 0;
-    std::exception_ptr m_failure;
-    bool m_isFinishing = false;
+    std::deque<FrameInfo> m_held QVR_GUARDED_BY(m_mutex); ///< the first is being written
+    uint64_t m_written QVR_GUARDED_BY(m_mutex) = 0;
+    std::exception_ptr m_failure QVR_GUARDED_BY(m_mutex);
+    bool m_isFinishing QVR_GUARDED_BY(m_mutex) = false;
     std::thread m_thread;
 };
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include "gentlctl/info.h"
-#include "gentlctl/point_view.h"
+#include "consumer/json.h"
+#include "gentlctl/frame_files.h"
 
 #include <cstdint>
 #include <exception>
-#include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace gentlctl
 {
@@ -20,35 +20,34 @@ class Interrupt;
 struct GrabOptions
 {
     uint64_t frames = 10;
-    std::optional<uint32_t> buffers; ///< when not told, as many as the frames need, within limits
+    std::optional<uint32_t> buffers; ///< default: as many as the frames need, within limits
     uint64_t timeoutMs = 5000;       ///< longest wait for one frame
-    std::filesystem::path folder;    ///< where files go; empty: nothing is written
-    std::string format = "png";      ///< "png", "tiff" or "raw"
-    std::optional<ViewAngles> view;  ///< also picture the points from here
+    FrameFileOptions files;
     bool showProgress = false;
 };
 
 struct GrabReport
 {
-    uint64_t delivered = 0;  ///< frames that arrived
-    uint64_t incomplete = 0; ///< of these, frames with missing data
-    uint64_t written = 0;    ///< frames that were written
-    uint64_t unwritten = 0;  ///< frames that should have been and were not
-    uint64_t lost = 0;       ///< frames for which no buffer was free
-    double seconds = 0;      ///< from the first to the last frame
-    Json files = Json::array();
-    Json chunks = Json::object(); ///< of the last frame
-    std::exception_ptr failure;   ///< what ended the grabbing before its time; null when nothing did
+    uint64_t delivered = 0;         ///< frames that arrived
+    uint64_t incomplete = 0;        ///< frames that arrived with missing data
+    uint64_t written = 0;           ///< frames that were written
+    uint64_t unwritten = 0;         ///< frames that arrived and should have been written, but were not
+    uint64_t lost = 0;              ///< frames for which no buffer was free
+    double seconds = 0;             ///< from the first to the last frame
+    std::vector<std::string> files; ///< names of the written files
+    Json chunks = Json::object();   ///< of the last frame
+    std::exception_ptr failure;     ///< the reason for an early end; null without
 };
 
-/// Grabs frames from the device's stream: announces and queues buffers, starts, receives and writes the
-/// frames at the same time, stops. While writing falls behind, frames wait in their buffers; a frame for
-/// which there is no room is not written and does not count as one of those that are asked for.
+/// Frames per second; 0 while fewer than two frames came.
+double FrameRate(const GrabReport &report);
+
+/// Grabs frames from the device's first stream: announces and queues buffers, starts the stream, receives and
+/// writes frames at the same time, stops the stream. While writing falls behind, frames wait in their
+/// buffers. A frame for which there is no room is not written, and does not count towards the number of
+/// frames to grab.
 ///
-/// Writes each frame as `frame-NNNNN.png` (or .tiff, .raw) and its infos beside it as `frame-NNNNN.json`; a
-/// grid of points as `frame-NNNNN.ply` and, with a view, `frame-NNNNN-view.png`, too. The folder is there.
-///
-/// Ends early, and in order, at an interrupt or a failure once the stream runs, which the report tells.
+/// An interrupt, or a failure once the stream runs, ends the grab early and in order; the report says so.
 /// @throws GenTLException the stream cannot be started
 GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options,
                 const Interrupt &interrupt);

@@ -1,11 +1,12 @@
+#include "consumer/device.h"
+#include "consumer/features.h"
+#include "consumer/producer.h"
 #include "gentlctl/assignments.h"
 #include "gentlctl/commands.h"
-#include "gentlctl/features.h"
 #include "gentlctl/interrupt.h"
-#include "gentlctl/output.h"
-#include "gentlctl/output_files.h"
-#include "gentlctl/printing.h"
-#include "gentlctl/producer.h"
+#include "gentlctl/standard_output.h"
+#include "gentlctl/value_printing.h"
+#include "pictures/file_writing.h"
 
 #include <fmt/format.h>
 
@@ -19,9 +20,9 @@ namespace gentlctl
 namespace
 {
 
-void TellReport(const GrabReport &report, const std::string &device, const std::string &folder, bool asJson)
+void PrintReport(const GrabReport &report, const std::string &device, const std::string &folder, bool asJson)
 {
-    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
+    const auto rate = FrameRate(report);
     if (asJson)
     {
         return PrintJson({{"device", device},
@@ -43,8 +44,8 @@ void TellReport(const GrabReport &report, const std::string &device, const std::
     }
 }
 
-/// What of a report is no success, for standard error.
-void TellWhatIsMissing(const GrabReport &report, uint64_t frames, int signal)
+/// Says on standard error which frames are missing.
+void ComplainOfMissing(const GrabReport &report, uint64_t frames, int signal)
 {
     if (signal != 0)
     {
@@ -64,9 +65,9 @@ void TellWhatIsMissing(const GrabReport &report, uint64_t frames, int signal)
 int GrabFrames(const CommonOptions &options, const std::vector<std::string> &assignments,
                const GrabOptions &grab)
 {
-    if (!grab.folder.empty())
+    if (!grab.files.folder.empty())
     {
-        MakeFolder(grab.folder);
+        MakeFolder(grab.files.folder);
     }
     const Interrupt interrupt;
     Producer producer(options.producer);
@@ -77,8 +78,8 @@ int GrabFrames(const CommonOptions &options, const std::vector<std::string> &ass
     const int signal = interrupt.Signal();
     if (report.delivered != 0 || signal != 0)
     {
-        TellReport(report, device.Entry().id, grab.folder.string(), options.json);
-        TellWhatIsMissing(report, grab.frames, signal);
+        PrintReport(report, device.Entry().id, grab.files.folder.string(), options.json);
+        ComplainOfMissing(report, grab.frames, signal);
     }
     if (report.failure)
     {
@@ -91,7 +92,7 @@ int GrabFrames(const CommonOptions &options, const std::vector<std::string> &ass
     if (report.incomplete == report.delivered)
     {
         throw std::runtime_error("No frame is complete, so there is no picture. PROXY_TL_LOG_LEVEL=error in "
-                                 "the environment makes the proxy producer tell why");
+                                 "the environment makes the proxy producer log why");
     }
     return success;
 }

@@ -35,7 +35,7 @@ int MakeEvent()
     return Checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 }
 
-/// Makes an event's descriptor readable, for good: nobody reads it.
+/// Makes an event's descriptor readable for good: nobody reads the event.
 void Raise(int event)
 {
     const uint64_t one = 1;
@@ -110,7 +110,7 @@ void Interrupt::TakeSignals(int signals)
         {
             m_signal = signal;
             Raise(m_event);
-            UnblockOne(signal); // The next one ends the program, here.
+            UnblockOne(signal); // The next one ends the program in this thread.
         }
     }
     close(signals);
@@ -140,7 +140,7 @@ void InterruptWatch::Run(int signalled)
     std::array<pollfd, 2> events{pollfd{m_end, POLLIN, 0}, pollfd{signalled, POLLIN, 0}};
     for (bool ending = false; !ending;)
     {
-        // Once the signal has come its descriptor stays readable: only the end is waited for.
+        // Once the signal has come, its descriptor stays readable: poll the end alone.
         const bool came = IsReadable(events[1]);
         if (came)
         {

@@ -7,27 +7,26 @@
 namespace gentlctl
 {
 
-/// Makes SIGINT and SIGTERM a request to end, for as long as it lives. The second signal of a kind ends the
-/// program at once, as ever. One object at a time.
-///
-/// A thread of its own takes the signals. The calling thread and those that it starts from then on block them,
-/// so make the object before anything starts threads: a thread that does not block them ends the program.
+/// Turns the first SIGINT and the first SIGTERM of its lifetime into a request to end. The second signal of a
+/// kind ends the program. There is at most one object at a time. A thread of its own takes the signals; the
+/// calling thread and the threads that it starts later block them. So make the object before anything starts
+/// threads: in a thread that does not block them, a signal ends the program.
 class Interrupt
 {
 public:
-    /// @throws std::system_error no descriptor or thread is left
+    /// @throws std::system_error no descriptor or thread can be had
     Interrupt();
     Interrupt(const Interrupt &) = delete;
     Interrupt &operator=(const Interrupt &) = delete;
     ~Interrupt();
 
-    /// The signal that came; 0 while none has.
+    /// The signal that came; 0 before.
     int Signal() const;
 
 private:
     friend class InterruptWatch;
 
-    /// @param signals a signalfd, closed at the end
+    /// @param signals a signalfd, which it closes
     void TakeSignals(int signals);
 
     int m_event; ///< readable from the first signal on
@@ -36,12 +35,12 @@ private:
     std::thread m_thread;
 };
 
-/// Ends a wait that goes on when the signal comes: calls a function on a thread of its own, again and again
-/// until the watch ends, since a call just before the wait begins may have no effect.
+/// Ends a wait when the signal comes: calls a function on a thread of its own, again and again until the
+/// watch ends, because a call just before the wait begins may have no effect.
 class InterruptWatch
 {
 public:
-    /// @throws std::system_error no descriptor or thread is left
+    /// @throws std::system_error no descriptor or thread can be had
     InterruptWatch(const Interrupt &interrupt, std::function<void()> endWait);
     InterruptWatch(const InterruptWatch &) = delete;
     InterruptWatch &operator=(const InterruptWatch &) = delete;

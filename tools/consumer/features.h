@@ -1,0 +1,81 @@
+#pragma once
+
+#include "consumer/feature_description.h"
+#include "consumer/json.h"
+#include "consumer/port.h"
+#include "utils/file_access.h"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+
+/// The features of a port by name, through the project's own description reader.
+///
+/// Reads and writes go through the port like those of any consumer. A feature whose value is a formula can be
+/// read; it can be written only where a register stands behind it. An integer that the description gives as a
+/// value belongs to this object: it can be written and read again, and reaches no device.
+class Features
+{
+public:
+    /// @throws std::runtime_error the description cannot be loaded or read
+    explicit Features(std::shared_ptr<Port> port);
+
+    /// Names of all features below the category `Root`, in the description's order.
+    std::vector<std::string> Names() const { return m_description.Names(); }
+    bool Has(const std::string &name) const { return m_description.Nodes().HasNode(name); }
+
+    // Each of the following throws std::runtime_error when there is no such feature.
+
+    /// Names of the entries of an enumeration that can be chosen now.
+    std::vector<std::string> AvailableEntries(const std::string &name) const;
+
+    /// Why a feature has no value now, as "only with a frame" for the features of chunks; none when it has
+    /// one.
+    std::optional<std::string> WhyWithoutValue(const std::string &name) const;
+
+    /// @throws std::runtime_error the feature cannot be read now
+    Json Get(const std::string &name) const;
+
+    /// @throws std::runtime_error the feature cannot be read now
+    int64_t GetInteger(const std::string &name) const;
+
+    /// Writes a value given as text; a command takes any text.
+    /// @throws std::runtime_error the text is no value of the feature's type, or the feature cannot be
+    /// written now
+    /// @throws GenTLException the port refuses the value
+    void Set(const std::string &name, const std::string &value) const;
+    void Execute(const std::string &command) const { Set(command, "1"); }
+    bool IsReadOnly(const std::string &name) const;
+
+    /// The values that a feature takes now, as "it takes 16 to 1280"; empty when the description does not
+    /// say.
+    std::string Allowed(const std::string &name) const;
+
+    // The following throw nothing for a feature that cannot be read.
+
+    /// Values by name: of the named features, else of all. In place of a value that is missing stands the
+    /// reason: as an "error" when the feature was named or could not be read, as a "text" when it has no
+    /// value now.
+    Json Values(const std::vector<std::string> &names) const;
+
+    /// Values of the features in the chunks of a frame, by name. In place of a value that cannot be read
+    /// stands an "error".
+    /// @param chunks by their ids
+    Json ChunkValues(const std::map<uint64_t, std::span<const uint8_t>> &chunks) const;
+
+    /// Access to the files of a device.
+    GenTL::internal::utils::FileAccess Files() const { return {*m_port, m_description.Nodes()}; }
+
+private:
+    std::shared_ptr<Port> m_port;
+    FeatureDescription m_description;
+};
+
+} // namespace gentlctl

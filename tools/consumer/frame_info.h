@@ -1,0 +1,53 @@
+#pragma once
+
+#include "consumer/features.h"
+#include "consumer/info_answers.h"
+#include "consumer/json.h"
+#include "port/i_gentl_proxy.h"
+
+#include <gentl/gentl.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace gentlctl
+{
+
+// The producer's answers about a delivered buffer. A number that it does not answer is 0, an address null.
+
+/// A part of a buffer.
+struct PartInfo
+{
+    const uint8_t *base = nullptr;
+    size_t size = 0;                 ///< bytes
+    uint64_t dataType = 0;           ///< a PARTDATATYPE_ID
+    uint64_t pixelFormat = 0;        ///< PFNC code
+    size_t width = 0;                ///< pixels
+    size_t height = 0;               ///< lines
+    std::vector<InfoAnswer> answers; ///< to all commands
+};
+
+/// A delivered buffer. The memory is valid until the buffer is queued again.
+struct FrameInfo
+{
+    GenTL::BUFFER_HANDLE buffer = nullptr;
+    const uint8_t *base = nullptr;
+    size_t size = 0;       ///< bytes of the memory
+    size_t sizeFilled = 0; ///< bytes
+    bool isIncomplete = false;
+    uint64_t payloadType = 0;        ///< a PAYLOADTYPE_INFO_ID
+    uint64_t pixelFormat = 0;        ///< PFNC code
+    size_t width = 0;                ///< pixels
+    size_t height = 0;               ///< lines
+    size_t imageOffset = 0;          ///< bytes
+    std::vector<InfoAnswer> answers; ///< to all commands
+    std::vector<PartInfo> parts;
+    Json chunks = Json::object(); ///< values of the features in the chunks, by name
+};
+
+/// @param remote features of the device, which give the chunks of a complete frame their meaning
+FrameInfo ReadFrameInfo(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream,
+                        GenTL::BUFFER_HANDLE buffer, const Features &remote);
+
+} // namespace gentlctl

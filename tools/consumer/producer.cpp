@@ -1,0 +1,160 @@
+#include "consumer/producer.h"
+
+#include "consumer/info_answers.h"
+#include "consumer/producer_files.h"
+#include "consumer/text.h"
+#include "gentl_proxy.h"
+#include "utils/gentl_exception.h"
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <stdexcept>
+#include <utility>
+
+namespace gentlctl
+{
+
+using namespace GenTL;
+using GenTL::internal::IGenTLProxy;
+
+namespace
+{
+
+// Time for a camera's answer to a discovery, in milliseconds.
+constexpr uint64_t updateTimeout = 1000;
+
+std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
+{
+    // The proxy producer opens the vision library by its bare name, which works once the library is loaded.
+    // It stays loaded until the process ends; other producers do not notice it.
+    dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
+    try
+    {
+        return std::make_shared<internal::GenTLProxy>(file);
+    }
+    catch (const internal::GenTLException &exception)
+    {
+        // A producer that is not initialised has no last error to read.
+        throw std::runtime_error(
+            fmt::format("{} cannot be initialised: {} ({}). With PROXY_TL_LOG_LEVEL=error "
+                        "in the environment the proxy producer logs the reason.",
+                        file, exception.what(), exception.Code()));
+    }
+}
+
+} // namespace
+
+Producer::Producer(const std::string &file) : m_proxy(LoadProducer(file))
+{
+    m_proxy->GCInitLib();
+    try
+    {
+        TL_HANDLE system = nullptr;
+        m_proxy->TLOpen(&system);
+        m_system = Handle(system, [this](void *handle) { m_proxy->TLClose(handle); });
+    }
+    catch (...)
+    {
+        internal::CloseQuietly([this] { m_proxy->GCCloseLib(); });
+        throw;
+    }
+}
+
+Producer::~Producer()
+{
+    m_interfaces.clear();
+    m_system = Handle();
+    internal::CloseQuietly([this] { m_proxy->GCCloseLib(); });
+}
+
+IF_HANDLE Producer::OpenInterface(const std::string &id)
+{
+    auto &interface = m_interfaces[id];
+    if (interface.Get() == nullptr)
+    {
+        IF_HANDLE handle = nullptr;
+        m_proxy->TLOpenInterface(System(), id.c_str(), &handle);
+        interface = Handle(handle, [this](void *closing) { m_proxy->IFClose(closing); });
+    }
+    return interface.Get();
+}
+
+std::vector<InterfaceEntry> Producer::Enumerate()
+{
+    bool8_t changed = 0;
+    m_proxy->TLUpdateInterfaceList(System(), &changed, updateTimeout);
+    uint32_t count = 0;
+    m_proxy->TLGetNumInterfaces(System(), &count);
+    std::vector<InterfaceEntry> interfaces;
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        const auto id =
+            ReadText([&](char *text, size_t *size) { m_proxy->TLGetInterfaceID(System(), i, text, size); });
+        const auto info = [&](INTERFACE_INFO_CMD command)
+        {
+            return TextAnswer(
+                [&, command](INFO_DATATYPE *type, void *buffer, size_t *size)
+                { m_proxy->TLGetInterfaceInfo(System(), id.c_str(), command, type, buffer, size); });
+        };
+        interfaces.push_back(
+            {id, info(INTERFACE_INFO_DISPLAYNAME), info(INTERFACE_INFO_TLTYPE), Devices(id)});
+    }
+    return interfaces;
+}
+
+std::vector<DeviceEntry> Producer::Devices(const std::string &interfaceId)
+{
+    auto *const handle = OpenInterface(interfaceId);
+    bool8_t changed = 0;
+    m_proxy->IFUpdateDeviceList(handle, &changed, updateTimeout);
+    uint32_t count = 0;
+    m_proxy->IFGetNumDevices(handle, &count);
+    std::vector<DeviceEntry> devices;
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        const auto id =
+            ReadText([&](char *text, size_t *size) { m_proxy->IFGetDeviceID(handle, i, text, size); });
+        const auto query = [&](DEVICE_INFO_CMD command)
+        {
+            return [&, command](INFO_DATATYPE *type, void *buffer, size_t *size)
+            { m_proxy->IFGetDeviceInfo(handle, id.c_str(), command, type, buffer, size); };
+        };
+        const auto status = TryNumber(query(DEVICE_INFO_ACCESS_STATUS));
+        devices.push_back({interfaceId, id, TextAnswer(query(DEVICE_INFO_VENDOR)),
+                           TextAnswer(query(DEVICE_INFO_MODEL)), TextAnswer(query(DEVICE_INFO_SERIAL_NUMBER)),
+                           TextAnswer(query(DEVICE_INFO_USER_DEFINED_NAME)),
+                           status ? static_cast<int32_t>(*status) : DEVICE_ACCESS_STATUS_UNKNOWN});
+    }
+    return devices;
+}
+
+DeviceEntry Producer::Choose(const std::string &selection)
+{
+    std::vector<std::string> known;
+    for (const auto &interface : Enumerate())
+    {
+        for (const auto &device : interface.devices)
+        {
+            known.push_back(fmt::format("{} ({})", device.id, device.model));
+            const bool named = selection == device.id || selection == device.model ||
+                               selection == device.serialNumber || selection == device.userName;
+            const bool anyOpenable =
+                selection.empty() && device.accessStatus == DEVICE_ACCESS_STATUS_READWRITE;
+            if (anyOpenable || (!selection.empty() && named))
+            {
+                return device;
+            }
+        }
+    }
+    if (known.empty())
+    {
+        throw std::runtime_error("The producer lists no device. Is a camera connected and powered?");
+    }
+    throw std::runtime_error(selection.empty() ? "No device can be opened; `gentlctl list` says why."
+                                               : fmt::format("There is no device \"{}\". Known: {}",
+                                                             selection, fmt::join(known, ", ")));
+}
+
+} // namespace gentlctl

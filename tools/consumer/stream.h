@@ -1,0 +1,66 @@
+#pragma once
+
+#include "consumer/features.h"
+#include "port/i_gentl_proxy.h"
+
+#include <gentl/gentl.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+
+/// A stream with buffers, which runs from construction to destruction.
+///
+/// One thread at a time, but for EndWait.
+class RunningStream
+{
+public:
+    /// How many buffers to announce, each of this many bytes.
+    using BufferCount = std::function<size_t(size_t bytes)>;
+
+    /// Announces and queues the buffers, and starts stream and device.
+    /// @param remote features of the device
+    /// @throws GenTLException the stream cannot be started
+    RunningStream(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream, const Features &remote,
+                  const BufferCount &count);
+    RunningStream(const RunningStream &) = delete;
+    RunningStream &operator=(const RunningStream &) = delete;
+    ~RunningStream() { Stop(); }
+
+    /// Waits for the next frame.
+    /// @throws std::runtime_error no frame came in time
+    /// @throws GenTLException the wait was ended, or failed
+    GenTL::BUFFER_HANDLE NextBuffer(uint64_t timeoutMs);
+
+    /// Makes a wait for the next frame fail. Any thread may call it.
+    void EndWait();
+
+    void QueueAgain(GenTL::BUFFER_HANDLE buffer) { m_calls.DSQueueBuffer(m_stream, buffer); }
+
+    size_t Buffers() const { return m_buffers.size(); }
+
+    /// Frames that were lost since no buffer was free.
+    uint64_t LostFrames() const;
+
+    /// Stops the device alone: the frames that are on their way still arrive.
+    void StopDevice();
+
+private:
+    size_t PayloadSize() const;
+    void Start(const BufferCount &count);
+    void Stop();
+    void SetIfThere(const std::string &feature, const std::string &value);
+
+    GenTL::internal::IGenTLProxy &m_calls;
+    GenTL::DS_HANDLE m_stream;
+    const Features &m_remote;
+    GenTL::EVENT_HANDLE m_event = nullptr;
+    std::vector<GenTL::BUFFER_HANDLE> m_buffers;
+};
+
+} // namespace gentlctl

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+
+namespace gentlctl
+{
+
+/// The text that a GenTL function writes: function(buffer, size) answers the size for a null buffer.
+template <typename Function>
+std::string ReadText(Function function)
+{
+    size_t size = 0;
+    function(nullptr, &size);
+    std::string text(size, '\0');
+    function(text.data(), &size);
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
+}
+
+} // namespace gentlctl

@@ -1,0 +1,37 @@
+#include "gentlctl/device_files.h"
+
+#include "consumer/features.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace gentlctl
+{
+
+std::vector<std::string> FilesOf(const Features &remote)
+{
+    return remote.Has("FileSelector") ? remote.Files().AvailableFiles() : std::vector<std::string>();
+}
+
+std::vector<uint8_t> FetchFile(const Features &remote, const std::string &name)
+{
+    const auto known = FilesOf(remote);
+    if (std::ranges::find(known, name) == known.end())
+    {
+        throw std::runtime_error(known.empty() ? fmt::format("The device has no files, and so no {}", name)
+                                               : fmt::format("The device has no file \"{}\"; it has {}", name,
+                                                             fmt::join(known, ", ")));
+    }
+    auto content = remote.Files().ReadFile(name);
+    if (content.empty())
+    {
+        throw std::runtime_error(
+            fmt::format("The file {} cannot be read from the device, or is empty", name));
+    }
+    return content;
+}
+
+} // namespace gentlctl

@@ -1,0 +1,105 @@
+#include "gentlctl/commands.h"
+
+#include "consumer/device.h"
+#include "consumer/features.h"
+#include "consumer/producer_files.h"
+#include "gentlctl/offered_formats.h"
+#include "gentlctl/standard_output.h"
+#include "gentlctl/value_printing.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <vector>
+
+namespace gentlctl
+{
+namespace
+{
+
+/// The answer of the command.
+struct FormatsReport
+{
+    std::string device;                 ///< its id
+    std::vector<std::string> chosen;    ///< names of the formats that an application may choose
+    std::vector<std::string> sent;      ///< names of the formats that the device itself sends
+    std::vector<OfferedFormat> offered; ///< those of `chosen`, explained
+    /// The features that decide which formats are offered, each with its value ("is") and its entries
+    /// ("canBe").
+    Json decisive = Json::object();
+};
+
+FormatsReport ReadFormats(const CommonOptions &options)
+{
+    Producer producer(options.producer);
+    OpenDevice device(producer, options.device);
+    const Features remote(device.PortOf("remote"));
+    FormatsReport report{.device = device.Entry().id, .chosen = remote.AvailableEntries("PixelFormat")};
+    for (const auto *feature : {"ComponentSelector", "Scan3dOutputMode"})
+    {
+        if (remote.Has(feature))
+        {
+            report.decisive[feature] = {{"is", remote.Get(feature)},
+                                        {"canBe", remote.AvailableEntries(feature)}};
+        }
+    }
+    return report;
+}
+
+/// The formats that the device itself sends: the lower producer offers them, without the proxy producer.
+std::vector<std::string> SentFormats(const CommonOptions &options, const FormatsReport &report)
+{
+    const auto lower = LowerProducerFile(options.producer);
+    if (lower.empty())
+    {
+        return report.chosen;
+    }
+    Producer producer(lower);
+    OpenDevice device(producer, report.device);
+    return Features(device.PortOf("remote")).AvailableEntries("PixelFormat");
+}
+
+void PrintFormatsAsJson(const FormatsReport &report)
+{
+    Json json{{"device", report.device}, {"sends", report.sent}, {"offers", Json::array()}};
+    for (const auto &format : report.offered)
+    {
+        json["offers"].push_back({{"format", format.name}, {"sentAs", format.sentAs}, {"task", format.task}});
+    }
+    json.update(report.decisive);
+    PrintJson(json);
+}
+
+void PrintFormats(const FormatsReport &report)
+{
+    Print("{} sends: {}\n\n{:<32}  {:<24}  {}\n", report.device, fmt::join(report.sent, " "),
+          "application may choose", "device sends", "the producer");
+    for (const auto &format : report.offered)
+    {
+        Print("{:<32}  {:<24}  {}\n", format.name, format.sentAs,
+              format.task == "copy"     ? "copies"
+              : format.task == "unpack" ? "unpacks"
+                                        : "calibrates");
+    }
+    const char *separator = "\n";
+    for (const auto &feature : report.decisive.items())
+    {
+        Print("{}This is for {}={}; it can be {}\n", separator, feature.key(),
+              feature.value()["is"].get<std::string>(),
+              fmt::join(feature.value()["canBe"].get<std::vector<std::string>>(), ", "));
+        separator = "";
+    }
+}
+
+} // namespace
+
+int Formats(const CommonOptions &options)
+{
+    auto report = ReadFormats(options);
+    report.sent = SentFormats(options, report);
+    report.offered = ExplainFormats(report.chosen, report.sent);
+    options.json ? PrintFormatsAsJson(report) : PrintFormats(report);
+    return success;
+}
+
+} // namespace gentlctl

@@ -1,0 +1,62 @@
+#include "gentlctl/standard_output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <stdexcept>
+#include <system_error>
+
+namespace gentlctl
+{
+namespace
+{
+
+/// The former standard output. FinishOutput closes it.
+FILE *results = nullptr;
+/// The errno of the first failure; 0 without.
+int failure = 0;
+
+} // namespace
+
+void TakeStandardOutput()
+{
+    const int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    results = own >= 0 ? fdopen(own, "w") : nullptr;
+    failure = results == nullptr ? errno : 0;
+    if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
+    {
+        const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(nowhere, STDOUT_FILENO);
+        close(nowhere);
+    }
+}
+
+void PrintText(std::string_view text)
+{
+    if (results != nullptr && fwrite(text.data(), 1, text.size(), results) != text.size() && failure == 0)
+    {
+        failure = errno;
+    }
+}
+
+void Complain(std::string_view text)
+{
+    fmt::print(stderr, "gentlctl: {}\n", text);
+}
+
+void FinishOutput()
+{
+    if (results != nullptr && fclose(std::exchange(results, nullptr)) != 0 && failure == 0)
+    {
+        failure = errno;
+    }
+    if (failure != 0)
+    {
+        throw std::runtime_error(
+            fmt::format("Cannot write to standard output: {}", std::generic_category().message(failure)));
+    }
+}
+
+} // namespace gentlctl

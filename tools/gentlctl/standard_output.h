@@ -1,0 +1,31 @@
+#pragma once
+
+#include <fmt/format.h>
+
+#include <string_view>
+#include <utility>
+
+namespace gentlctl
+{
+
+/// Keeps standard output for the results of this program: from now on, whatever libraries print there, as a
+/// producer's log, goes to standard error. To be called once, before any library is loaded.
+void TakeStandardOutput();
+
+/// Writes to standard output. FinishOutput reports a failure.
+void PrintText(std::string_view text);
+
+template <typename... Arguments>
+void Print(fmt::format_string<Arguments...> format, Arguments &&...arguments)
+{
+    PrintText(fmt::format(format, std::forward<Arguments>(arguments)...));
+}
+
+/// Writes a line to standard error, behind the name of the program.
+void Complain(std::string_view text);
+
+/// Ends the output.
+/// @throws std::runtime_error standard output did not take all that was printed
+void FinishOutput();
+
+} // namespace gentlctl

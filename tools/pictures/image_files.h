@@ -1,0 +1,46 @@
+#pragma once
+
+#include "pictures/raster.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace gentlctl
+{
+
+/// A delivered image in memory: rows without padding, samples little-endian.
+struct ImageView
+{
+    const uint8_t *data;
+    size_t size;          ///< bytes of the memory
+    size_t width;         ///< pixels
+    size_t height;        ///< lines
+    uint64_t pixelFormat; ///< PFNC code
+};
+
+/// Bytes of an image of this format; 0 for a format that the project does not know.
+size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height);
+
+/// The published name of a pixel format, or its code when the project does not know it.
+std::string FormatName(uint64_t pixelFormat);
+
+/// How many images the samples of a pixel hold: 2 in `Mono10_AB`, 4 in `Mono8_ABCD`, 1 in other formats.
+size_t ImagesIn(uint64_t pixelFormat);
+
+/// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 and 12 bits
+/// are scaled to the full 16, so that every viewer shows them right; in a TIFF they keep their values.
+/// Bayer images are written in colour, but the images in an interleaved format as they are, since the format
+/// does not define which lines of the mosaic each has. Depth is coloured in a PNG; a TIFF keeps its values,
+/// x, y and z of points.
+/// @param index selects one of the images of an interleaved format
+/// @throws std::runtime_error the format is not supported, the image is larger than its memory, or the file
+/// cannot be written
+void WritePicture(const std::filesystem::path &file, const ImageView &image, size_t index = 0);
+
+/// Writes an image in the format of the file's extension.
+/// @param pixels grey, or red, green and blue
+/// @throws std::runtime_error the file cannot be written
+void WriteImage(const std::filesystem::path &file, const AnyRaster &pixels);
+
+} // namespace gentlctl
