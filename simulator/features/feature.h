@@ -31,7 +31,7 @@ struct Limit
     std::string minus; ///< empty: nothing is subtracted
 
     // A plain number stands for a limit in calls such as Range(16, 640).
-    Limit(int64_t value) : number(value) {} // NOLINT(google-explicit-constructor)
+    Limit(int64_t value) : number(value) {}
     Limit(std::string whole, std::string part) : feature(std::move(whole)), minus(std::move(part)) {}
 };
 

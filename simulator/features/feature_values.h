@@ -17,8 +17,8 @@ struct FeatureKey
     std::optional<int64_t> selected;
 
     // A plain name stands for the value that is selected now.
-    FeatureKey(const char *feature) : name(feature) {}            // NOLINT(google-explicit-constructor)
-    FeatureKey(std::string feature) : name(std::move(feature)) {} // NOLINT(google-explicit-constructor)
+    FeatureKey(const char *feature) : name(feature) {}
+    FeatureKey(std::string feature) : name(std::move(feature)) {}
     FeatureKey(std::string feature, int64_t selector) : name(std::move(feature)), selected(selector) {}
 };
 

@@ -200,63 +200,89 @@ TEST_F(SimulatorFrame, CarriesNumberAndChecksum)
     Stop();
 }
 
-TEST_F(SimulatorFrame, IsFollowedByItsChunks)
+/// A frame of 19 x 3 pixels with all chunks.
+class SimulatorChunks : public SimulatorFrame
 {
-    SetRegion(17, 3);
-    ASSERT_OK(m_camera->SetEntry("PixelFormat", "Mono10p")); // 64 bytes with a partly used last one
-    ASSERT_OK(m_camera->Set("Width", 19));                   // 72 bytes: 71.25
-    ASSERT_OK(m_camera->SetFloat("ExposureTime", 1234.5F));
-    ASSERT_OK(m_camera->SetFloat("Gain", 3.5F));
-    ASSERT_OK(m_camera->Set("ChunkModeActive", 1));
-    for (const char *const chunk : {"FrameID", "Timestamp", "ExposureTime", "Gain", "ImageChecksum"})
+protected:
+    static constexpr size_t imageSize = 72; ///< 71.25 bytes of pixels
+
+    void SetUp() override
     {
-        ASSERT_OK(m_camera->SetEntry("ChunkSelector", chunk));
-        ASSERT_OK(m_camera->Set("ChunkEnable", 1));
+        SimulatorFrame::SetUp();
+        SetRegion(17, 3);
+        ASSERT_OK(m_camera->SetEntry("PixelFormat", "Mono10p")); // 64 bytes with a partly used last one
+        ASSERT_OK(m_camera->Set("Width", 19));
+        ASSERT_OK(m_camera->SetFloat("ExposureTime", 1234.5F));
+        ASSERT_OK(m_camera->SetFloat("Gain", 3.5F));
+        ASSERT_OK(m_camera->Set("ChunkModeActive", 1));
+        for (const char *const chunk : {"FrameID", "Timestamp", "ExposureTime", "Gain", "ImageChecksum"})
+        {
+            ASSERT_OK(m_camera->SetEntry("ChunkSelector", chunk));
+            ASSERT_OK(m_camera->Set("ChunkEnable", 1));
+        }
+        AnnounceBuffers(4);
+        Start();
+        m_buffer = Receive().handle;
+        m_bytes = Content(m_buffer);
+        size_t count = std::size(m_chunks);
+        ASSERT_OK(Tl().DSGetBufferChunkData(m_stream, m_buffer, m_chunks, &count));
     }
-    AnnounceBuffers(4);
-    Start();
-    const BUFFER_HANDLE buffer = Receive().handle;
-    const std::vector<uint8_t> bytes = Content(buffer);
-    EXPECT_EQ(1, BufferInfo<bool8_t>(buffer, BUFFER_INFO_CONTAINS_CHUNKDATA));
-    EXPECT_EQ(bytes.size(), BufferInfo<size_t>(buffer, BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE));
-    EXPECT_EQ(bytes.size(), static_cast<size_t>(m_camera->Get("PayloadSize")));
 
-    size_t count = 0;
-    ASSERT_OK(Tl().DSGetBufferChunkData(m_stream, buffer, nullptr, &count));
-    ASSERT_EQ(6U, count);
-    SINGLE_CHUNK_DATA chunks[6];
-    count = 5;
-    EXPECT_CODE(GC_ERR_BUFFER_TOO_SMALL, Tl().DSGetBufferChunkData(m_stream, buffer, chunks, &count));
-    count = 6;
-    ASSERT_OK(Tl().DSGetBufferChunkData(m_stream, buffer, chunks, &count));
-
-    const auto value = [&]<typename T>(T result, size_t index)
+    template <typename T>
+    T Value(size_t index) const
     {
-        EXPECT_EQ(sizeof result, size_t{chunks[index].ChunkLength});
-        std::memcpy(&result, bytes.data() + chunks[index].ChunkOffset, sizeof result);
+        T result{};
+        EXPECT_EQ(sizeof result, size_t{m_chunks[index].ChunkLength});
+        std::memcpy(&result, m_bytes.data() + m_chunks[index].ChunkOffset, sizeof result);
         return result;
-    };
-    EXPECT_EQ(0, ptrdiff_t{chunks[0].ChunkOffset});
-    EXPECT_EQ(72U, size_t{chunks[0].ChunkLength});
-    EXPECT_EQ(1U, value(uint64_t{}, 1));
-    EXPECT_EQ(BufferInfo<uint64_t>(buffer, BUFFER_INFO_TIMESTAMP), value(uint64_t{}, 2));
-    EXPECT_EQ(1234.5F, value(float{}, 3));
-    EXPECT_EQ(3.5F, value(float{}, 4));
-    EXPECT_EQ(Crc(bytes.data(), 72), value(uint32_t{}, 5));
+    }
 
-    // From the end: each trailer leads to the one in front of it.
-    const auto bigEndian = [&](size_t offset)
+    uint32_t BigEndian(size_t offset) const
     {
-        return uint32_t{bytes[offset]} << 24 | uint32_t{bytes[offset + 1]} << 16 |
-               uint32_t{bytes[offset + 2]} << 8 | bytes[offset + 3];
-    };
-    size_t end = bytes.size();
+        return uint32_t{m_bytes[offset]} << 24 | uint32_t{m_bytes[offset + 1]} << 16 |
+               uint32_t{m_bytes[offset + 2]} << 8 | m_bytes[offset + 3];
+    }
+
+    BUFFER_HANDLE m_buffer = nullptr;
+    std::vector<uint8_t> m_bytes;
+    SINGLE_CHUNK_DATA m_chunks[6]{};
+};
+
+TEST_F(SimulatorChunks, AreCountedInTheBuffer)
+{
+    EXPECT_EQ(1, BufferInfo<bool8_t>(m_buffer, BUFFER_INFO_CONTAINS_CHUNKDATA));
+    EXPECT_EQ(m_bytes.size(), BufferInfo<size_t>(m_buffer, BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE));
+    EXPECT_EQ(m_bytes.size(), static_cast<size_t>(m_camera->Get("PayloadSize")));
+    size_t count = 0;
+    ASSERT_OK(Tl().DSGetBufferChunkData(m_stream, m_buffer, nullptr, &count));
+    ASSERT_EQ(6U, count);
+    count = 5;
+    EXPECT_CODE(GC_ERR_BUFFER_TOO_SMALL, Tl().DSGetBufferChunkData(m_stream, m_buffer, m_chunks, &count));
+    Stop();
+}
+
+TEST_F(SimulatorChunks, HoldTheValuesOfTheFrame)
+{
+    EXPECT_EQ(0, ptrdiff_t{m_chunks[0].ChunkOffset});
+    EXPECT_EQ(imageSize, size_t{m_chunks[0].ChunkLength});
+    EXPECT_EQ(1U, Value<uint64_t>(1));
+    EXPECT_EQ(BufferInfo<uint64_t>(m_buffer, BUFFER_INFO_TIMESTAMP), Value<uint64_t>(2));
+    EXPECT_EQ(1234.5F, Value<float>(3));
+    EXPECT_EQ(3.5F, Value<float>(4));
+    EXPECT_EQ(Crc(m_bytes.data(), imageSize), Value<uint32_t>(5));
+    Stop();
+}
+
+TEST_F(SimulatorChunks, AreLinkedByTheirTrailers)
+{
+    // From the end: each trailer leads to the one in front of it.
+    size_t end = m_bytes.size();
     for (size_t i = 6; i-- > 0;)
     {
-        EXPECT_EQ(uint64_t{chunks[i].ChunkID}, bigEndian(end - 8));
-        EXPECT_EQ(size_t{chunks[i].ChunkLength}, bigEndian(end - 4));
-        end -= 8 + size_t{chunks[i].ChunkLength};
-        EXPECT_EQ(static_cast<size_t>(ptrdiff_t{chunks[i].ChunkOffset}), end);
+        EXPECT_EQ(uint64_t{m_chunks[i].ChunkID}, BigEndian(end - 8));
+        EXPECT_EQ(size_t{m_chunks[i].ChunkLength}, BigEndian(end - 4));
+        end -= 8 + size_t{m_chunks[i].ChunkLength};
+        EXPECT_EQ(static_cast<size_t>(ptrdiff_t{m_chunks[i].ChunkOffset}), end);
     }
     EXPECT_EQ(0U, end);
     Stop();
