@@ -1,5 +1,5 @@
-#include "datastream/fake_lower_stream.h"
 #include "datastream/proxy_datastream.h"
+#include "fake_lower_stream.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
 #include "support/fake_library.h"
