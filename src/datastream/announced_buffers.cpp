@@ -16,6 +16,16 @@ BUFFER_HANDLE HandleOf(ILibrary &library, const Buffer &buffer)
     return library.GetInstanceManager().buffers.Contains(handle) ? handle : nullptr;
 }
 
+bool GiveBack(ILibrary &library, BUFFER_HANDLE handle)
+{
+    const auto buffer = library.GetInstanceManager().buffers.Find(handle);
+    if (buffer)
+    {
+        buffer->SetState(BufferState::Announced);
+    }
+    return buffer != nullptr;
+}
+
 BUFFER_HANDLE AnnouncedBuffers::Add(const std::shared_ptr<Buffer> &buffer)
 {
     const utils::MutexLock guard(m_mutex);

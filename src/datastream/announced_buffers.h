@@ -21,6 +21,9 @@ enum class BufferState : int32_t;
 /// The handle of a buffer; null after the buffer has left the Buffer registry.
 BUFFER_HANDLE HandleOf(ILibrary &library, const Buffer &buffer);
 
+/// Hands a buffer back to the consumer: moves it to Announced. False for a buffer that was revoked.
+bool GiveBack(ILibrary &library, BUFFER_HANDLE handle);
+
 /// The consumer buffers of one stream in the order of announcement, which is the order in which the free ones
 /// are filled. Adds them to the Buffer registry and removes them from it.
 ///

@@ -33,15 +33,7 @@ void OutputQueue::RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
         throw GenTLException("Event is already registered", GC_ERR_RESOURCE_IN_USE);
     }
     // The event outlives the stream, hence no reference to this.
-    const auto release = [&library = m_library](BUFFER_HANDLE handle)
-    {
-        const auto buffer = library.GetInstanceManager().buffers.Find(handle);
-        if (buffer)
-        {
-            buffer->SetState(BufferState::Announced);
-        }
-        return buffer != nullptr;
-    };
+    const auto release = [&library = m_library](BUFFER_HANDLE handle) { return GiveBack(library, handle); };
     m_newBufferEvent = std::make_shared<EventHandler>(release, iEventID);
     *phEvent = m_library.GetInstanceManager().events.Add(m_newBufferEvent);
 }

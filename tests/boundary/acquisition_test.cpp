@@ -1,7 +1,7 @@
 #include "consumer.h"
+#include "support/run_together.h"
 
 #include <atomic>
-#include <barrier>
 #include <numeric>
 #include <set>
 #include <thread>
@@ -246,23 +246,14 @@ TEST_F(Acquisition, IsClosedByOneOfSeveralThreads)
         Announce(2);
         Start();
         ASSERT_EQ(gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD), GC_ERR_SUCCESS);
-        constexpr int numThreads = 3;
         std::atomic<int> numClosed = 0;
-        std::barrier together(numThreads);
-        {
-            std::vector<std::jthread> threads;
-            for (int i = 0; i < numThreads; ++i)
-            {
-                threads.emplace_back(
+        RunTogether(3,
                     [&]
                     {
-                        together.arrive_and_wait();
                         const auto code = gentl.DSClose(stream);
                         EXPECT_TRUE(code == GC_ERR_SUCCESS || code == GC_ERR_INVALID_HANDLE);
                         numClosed += code == GC_ERR_SUCCESS ? 1 : 0;
                     });
-            }
-        }
         EXPECT_EQ(numClosed, 1);
         EXPECT_FALSE(lower->isGrabbing);
         stream = OpenStream(device);

@@ -268,6 +268,15 @@ TEST_F(StreamEvent, CanStillBeReadAfterItWasUnregistered)
 
 class StreamEnd : public DatastreamFixture
 {
+protected:
+    void ExpectRemoved(const std::vector<BUFFER_HANDLE> &handles, EVENT_HANDLE event)
+    {
+        for (auto *const handle : handles)
+        {
+            EXPECT_FALSE(library.instances.buffers.Contains(handle));
+        }
+        EXPECT_FALSE(library.instances.events.Contains(event));
+    }
 };
 
 TEST_F(StreamEnd, RevokesItsBuffersAndItsEvent)
@@ -275,11 +284,7 @@ TEST_F(StreamEnd, RevokesItsBuffersAndItsEvent)
     const auto handles = AnnounceMany(3);
     auto *const event = RegisterEvent();
     stream.reset();
-    for (auto *const handle : handles)
-    {
-        EXPECT_FALSE(library.instances.buffers.Contains(handle));
-    }
-    EXPECT_FALSE(library.instances.events.Contains(event));
+    ExpectRemoved(handles, event);
     EXPECT_EQ(calls->CountOf("Kill"), 0);
     EXPECT_EQ(calls->CountOf("Close"), 1);
 }
@@ -327,11 +332,7 @@ TEST_F(StreamEnd, LeavesNothingAfterADiscard)
     stream->DSStopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
     stream->DSFlushQueue(ACQ_QUEUE_ALL_DISCARD);
     stream.reset();
-    for (auto *const handle : handles)
-    {
-        EXPECT_FALSE(library.instances.buffers.Contains(handle));
-    }
-    EXPECT_FALSE(library.instances.events.Contains(event));
+    ExpectRemoved(handles, event);
 }
 
 TEST_F(StreamEnd, LeavesEverythingWhenTheKillFails)

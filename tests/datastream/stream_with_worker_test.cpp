@@ -16,7 +16,7 @@ namespace
 using Ids = std::vector<uint64_t>;
 
 /// A stream with its real worker and thread, over a scripted lower stream.
-class StreamWithWorker : public StreamFixture
+class StreamWithWorker : public StreamFixture, protected ScriptedFrames
 {
 protected:
     static constexpr size_t frameSize = 64;
@@ -43,18 +43,6 @@ protected:
     {
         StreamFixture::TearDown();
         stream.reset();
-    }
-
-    static BUFFER_HANDLE LowerBuffer(size_t number) { return LowerHandle(0x100 + number); }
-    FakeLowerBuffers::Frame &Frame(size_t number) { return script->buffers.frames.at(LowerBuffer(number)); }
-
-    void Deliver(size_t number) { script->Deliver(LowerBuffer(number)); }
-    void DeliverAll(size_t count)
-    {
-        for (size_t i = 0; i < count; ++i)
-        {
-            Deliver(i);
-        }
     }
 
     /// Deliver frames whose counts matter after this, since the counters restart while the thread already
@@ -106,7 +94,6 @@ protected:
         }
     }
 
-    std::shared_ptr<LowerStreamScript> script = std::make_shared<LowerStreamScript>();
     std::shared_ptr<FakeProcessor> processor = std::make_shared<FakeProcessor>(script->calls);
 };
 

@@ -16,6 +16,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,7 @@ namespace GenTL::internal
 ///
 /// One log holds all calls: of the lower stream, of the processor, and "Pop", "Push" and "Finished" for the
 /// callbacks.
-class WorkerFixture : public testing::Test
+class WorkerFixture : public testing::Test, protected ScriptedFrames
 {
 protected:
     static constexpr size_t frameSize = 64;
@@ -46,7 +47,6 @@ protected:
     // Ends the thread before the objects of the test and its fixture, which it may still use.
     void TearDown() override { worker.reset(); }
 
-    static BUFFER_HANDLE LowerBuffer(size_t number) { return LowerHandle(0x100 + number); }
     static std::string RequeueCall(size_t number)
     {
         return fmt::format("RequeueBuffer {}", LowerBuffer(number));
@@ -56,14 +56,14 @@ protected:
     {
         return script->buffers.AddImage(LowerBuffer(number), lowerMemory.data(), frameSize);
     }
-    FakeLowerBuffers::Frame &Frame(size_t number) { return script->buffers.frames.at(LowerBuffer(number)); }
-    void Deliver(size_t number) { script->Deliver(LowerBuffer(number)); }
-    void DeliverAll(size_t count)
+    /// Lets the lower stream fail to stop, although the wait ends.
+    void FailLowerStop()
     {
-        for (size_t i = 0; i < count; ++i)
+        script->on["StopAcquisition"] = [this]
         {
-            Deliver(i);
-        }
+            script->Kill();
+            throw std::runtime_error("cable");
+        };
     }
 
     void SetCallbacks()
@@ -137,7 +137,6 @@ protected:
 
     FakeLibrary library;
     std::array<uint8_t, frameSize> lowerMemory{};
-    std::shared_ptr<LowerStreamScript> script = std::make_shared<LowerStreamScript>();
     std::shared_ptr<CallLog> calls = script->calls;
     std::shared_ptr<FakeProcessor> processor = std::make_shared<FakeProcessor>(calls);
     std::mutex lock;

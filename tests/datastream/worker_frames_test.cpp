@@ -14,6 +14,15 @@ using Ids = std::vector<uint64_t>;
 class WorkerFrames : public WorkerFixture
 {
 protected:
+    /// The frames before counted neither against the limit of 1 nor in the numbering.
+    void ExpectTheNextFrameToBeTheFirst()
+    {
+        const auto buffers = Queue(1);
+        Deliver(2);
+        ASSERT_TRUE(calls->WaitFor("Finished"));
+        EXPECT_EQ(FrameIds(buffers), Ids{1});
+    }
+
     std::shared_ptr<Buffer> Pop() override
     {
         if (onPop)
@@ -189,11 +198,7 @@ TEST_F(WorkerFrames, AreLostWithoutAFreeBuffer)
     EXPECT_EQ(calls->CountOf(RequeueCall(1)), 1);
     EXPECT_EQ(calls->CountOf("Push"), 0);
     EXPECT_TRUE(worker->IsRunning());
-    // Those frames count neither against the limit nor in the numbering.
-    const auto buffers = Queue(1);
-    Deliver(2);
-    ASSERT_TRUE(calls->WaitFor("Finished"));
-    EXPECT_EQ(FrameIds(buffers), Ids{1});
+    ExpectTheNextFrameToBeTheFirst();
 }
 
 TEST_F(WorkerFrames, AreNotTakenByABufferThatIsTooSmall)
@@ -214,10 +219,7 @@ TEST_F(WorkerFrames, AreNotTakenByABufferThatIsTooSmall)
     EXPECT_EQ(calls->CountOf("Process"), 0);
     EXPECT_EQ(calls->CountOf(RequeueCall(0)), 1);
     EXPECT_TRUE(worker->IsRunning());
-    const auto buffers = Queue(1);
-    Deliver(2);
-    ASSERT_TRUE(calls->WaitFor("Finished"));
-    EXPECT_EQ(FrameIds(buffers), Ids{1});
+    ExpectTheNextFrameToBeTheFirst();
 }
 
 TEST_F(WorkerFrames, FitABufferOfJustTheirSize)

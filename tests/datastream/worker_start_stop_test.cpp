@@ -271,11 +271,7 @@ TEST_F(WorkerKill, LeavesTheMemoryOfAFrameInProcess)
 TEST_F(WorkerKill, GoesOnWhenTheLowerStopFails)
 {
     const LogCapture log;
-    script->on["StopAcquisition"] = [&]
-    {
-        script->Kill();
-        throw std::runtime_error("cable");
-    };
+    FailLowerStop();
     worker->StartAcquisition(GENTL_INFINITE);
     worker->KillAcquisition();
     EXPECT_THAT(log.Lines(), testing::Contains("error: Failed to stop acquisition in proxy: cable"));
@@ -361,11 +357,7 @@ TEST_F(WorkerEnd, JoinsAThreadThatEndedByItself)
 
 TEST_F(WorkerEnd, SwallowsAFailingStop)
 {
-    script->on["StopAcquisition"] = [&]
-    {
-        script->Kill();
-        throw std::runtime_error("cable");
-    };
+    FailLowerStop();
     worker->StartAcquisition(GENTL_INFINITE);
     EXPECT_NO_THROW(worker.reset());
     EXPECT_EQ(calls->CountOf("Close"), 1);

@@ -1,13 +1,12 @@
+#include "support/run_together.h"
 #include "worker_fixture.h"
 
 #include <algorithm>
 #include <atomic>
-#include <barrier>
 #include <chrono>
 #include <functional>
 #include <future>
 #include <map>
-#include <thread>
 
 namespace GenTL::internal
 {
@@ -255,27 +254,18 @@ TEST_F(WorkerInterleavings, StopDuringTheLastFrameStopsLowerTwice)
 
 TEST_F(WorkerInterleavings, LetOneOfManyStopsThrough)
 {
-    constexpr int numThreads = 3;
     Release();
     for (int round = 0; round < 100; ++round)
     {
         worker->StartAcquisition(GENTL_INFINITE);
         std::atomic<int> numStopped = 0;
-        std::barrier together(numThreads);
-        {
-            std::vector<std::jthread> threads;
-            for (int i = 0; i < numThreads; ++i)
-            {
-                threads.emplace_back(
+        RunTogether(3,
                     [&]
                     {
-                        together.arrive_and_wait();
                         const auto failure = FailureOf([&] { worker->StopAcquisition(); });
                         EXPECT_TRUE(failure == Failure{} || failure == alreadyStopped);
                         numStopped += failure == Failure{} ? 1 : 0;
                     });
-            }
-        }
         EXPECT_EQ(numStopped, 1);
     }
 }

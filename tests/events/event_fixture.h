@@ -1,5 +1,6 @@
 #pragma once
 
+#include "datastream/announced_buffers.h"
 #include "datastream/buffer.h"
 #include "events/event_handler.h"
 #include "support/failure.h"
@@ -17,15 +18,7 @@ namespace GenTL::internal
 /// Gives buffers of a registry back, as the stream does.
 inline EventHandler::ReleaseBuffer ReleaseTo(FakeLibrary &library)
 {
-    return [&library](BUFFER_HANDLE handle)
-    {
-        const auto buffer = library.instances.buffers.Find(handle);
-        if (buffer)
-        {
-            buffer->SetState(BufferState::Announced);
-        }
-        return buffer != nullptr;
-    };
+    return [&library](BUFFER_HANDLE handle) { return GiveBack(library, handle); };
 }
 
 /// A new-buffer event and buffers to push into it.

@@ -131,4 +131,23 @@ private:
     std::shared_ptr<LowerStreamScript> m_script;
 };
 
+/// The frames of a scripted lower stream by number.
+class ScriptedFrames
+{
+protected:
+    static BUFFER_HANDLE LowerBuffer(size_t number) { return LowerHandle(0x100 + number); }
+
+    FakeLowerBuffers::Frame &Frame(size_t number) { return script->buffers.frames.at(LowerBuffer(number)); }
+    void Deliver(size_t number) { script->Deliver(LowerBuffer(number)); }
+    void DeliverAll(size_t count)
+    {
+        for (size_t i = 0; i < count; ++i)
+        {
+            Deliver(i);
+        }
+    }
+
+    std::shared_ptr<LowerStreamScript> script = std::make_shared<LowerStreamScript>();
+};
+
 } // namespace GenTL::internal
