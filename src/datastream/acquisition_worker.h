@@ -18,18 +18,18 @@ class FrameTransfer;
 /// Owner of the one thread of a stream's data path: it pairs each filled lower buffer with a free consumer
 /// buffer, has the processor write the frame there, and hands the consumer buffer on.
 ///
-/// Owned by its Datastream. AcquisitionState has the states and their graph; these calls are legal:
+/// Owned by its Datastream. AcquisitionState has the states and their graph. What each call does in them:
 ///
-///     state              start        stop         kill     end of the object
-///     Idle               yes          refused      yes      yes
-///     Running            refused      yes          yes      yes, stops first
-///     Stopping           no           refused      no       no
-///     Finishing          yes, joins   refused      yes      yes, joins
-///     Killed             no           refused      yes      yes
-///     StartedAfterKill   refused      yes          yes      yes, stops first
+///     state              start              stop      kill    end of the object
+///     Idle               starts             refused   kills   ends
+///     Running            refused            stops     kills   stops, ends
+///     Stopping           not allowed        refused   not allowed
+///     Finishing          joins, starts      refused   kills   joins, ends
+///     Killed             delivers nothing   refused   kills   ends
+///     StartedAfterKill   refused            stops     kills   stops, ends
 ///
-/// Stops may come from several consumer threads at once: the first one counts. A start or a kill must not run
-/// beside another of these calls, which is the "no" in Stopping. A start after a kill delivers nothing.
+/// Several consumer threads may stop at once: the first one stops. A start, a kill or the end of the object
+/// must not run beside another of these calls, so none of them is allowed in Stopping.
 ///
 /// The thread throws nothing: it logs a frame that fails, and the consumer sees the failure in the buffer's
 /// flags and in the counters.

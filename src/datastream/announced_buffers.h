@@ -27,8 +27,7 @@ bool GiveBack(ILibrary &library, BUFFER_HANDLE handle);
 /// The consumer buffers of one stream in the order of announcement, which is the order in which the free ones
 /// are filled. Adds them to the Buffer registry and removes them from it.
 ///
-/// Any thread may call anything. The lock of the list comes before the lock of the event and that of a
-/// registry.
+/// Any thread may call anything. Lock order: the list, the event, a registry.
 class AnnouncedBuffers
 {
 public:
