@@ -1,6 +1,6 @@
 // Zip archives with a description: each yields the bytes of its first file, or GC_ERR_IO.
 
-#include "remote/unzip.h"
+#include "nodemap/unzip.h"
 #include "utils/gentl_exception.h"
 
 #include <spdlog/spdlog.h>

@@ -3,7 +3,6 @@
 #include "port/port_overrides.h"
 #include "port/proxy_module.h"
 #include "processing/i_processor.h"
-#include "remote/description_url.h"
 #include "remote/device_description.h"
 #include "remote/device_features.h"
 #include "remote/format_overrides.h"

@@ -1,7 +1,7 @@
 #include "remote/device_description.h"
 
-#include "remote/description_url.h"
-#include "remote/unzip.h"
+#include "nodemap/description_url.h"
+#include "nodemap/unzip.h"
 #include "utils/lower_info.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "consumer/description.h"
 
 #include "consumer/text.h"
-#include "remote/description_url.h"
-#include "remote/unzip.h"
+#include "nodemap/description_url.h"
+#include "nodemap/unzip.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "remote/unzip.h"
+#include "nodemap/unzip.h"
 
 #include "utils/gentl_exception.h"
 #include "utils/log.h"

@@ -1,4 +1,4 @@
-#include "remoteport.h"
+#include "nodemap/description_url.h"
 
 #include <gtest/gtest.h>
 

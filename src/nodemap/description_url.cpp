@@ -1,4 +1,4 @@
-#include "remote/description_url.h"
+#include "nodemap/description_url.h"
 
 #include <string>
 

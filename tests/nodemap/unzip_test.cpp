@@ -1,4 +1,4 @@
-#include "remote/unzip.h"
+#include "nodemap/unzip.h"
 
 #include "support/failure.h"
 #include "support/log_capture.h"
