@@ -262,20 +262,31 @@ void Library::GetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer
     }
 }
 
-std::shared_ptr<IPort> Library::FindPort(void *handle)
+namespace
 {
-    CheckLibraryInitialized();
-    if (auto port = m_instances.remotePorts.Find(handle))
+
+/// The module over a lower module behind a handle; null for a handle of another kind.
+std::shared_ptr<ProxyModule> FindProxyModule(InstanceManager &instances, void *handle)
+{
+    if (auto port = instances.remotePorts.Find(handle))
     {
         return port;
     }
-    if (auto device = m_instances.devices.Find(handle))
+    if (auto device = instances.devices.Find(handle))
     {
         return device;
     }
-    if (auto interface = m_instances.interfaces.Find(handle))
+    return instances.interfaces.Find(handle);
+}
+
+} // namespace
+
+std::shared_ptr<IPort> Library::FindPort(void *handle)
+{
+    CheckLibraryInitialized();
+    if (auto module = FindProxyModule(m_instances, handle))
     {
-        return interface;
+        return module;
     }
     if (const auto system = m_instances.systems.Find(handle))
     {
@@ -292,17 +303,9 @@ std::shared_ptr<IPort> Library::FindPort(void *handle)
 std::shared_ptr<IEventSource> Library::FindEventSource(void *handle)
 {
     CheckLibraryInitialized();
-    if (auto port = m_instances.remotePorts.Find(handle))
+    if (auto module = FindProxyModule(m_instances, handle))
     {
-        return port;
-    }
-    if (auto device = m_instances.devices.Find(handle))
-    {
-        return device;
-    }
-    if (auto interface = m_instances.interfaces.Find(handle))
-    {
-        return interface;
+        return module;
     }
     if (auto system = m_instances.systems.Find(handle))
     {

@@ -51,6 +51,29 @@ void CheckCallbackSize(size_t size)
     }
 }
 
+/// @throws std::runtime_error for a register that does not exist or is too small
+void WriteRegister(nodemap::NodeMap &nodeMap, uint64_t address, std::string_view bytes)
+{
+    const auto rows = SystemFeatures();
+    const auto row = std::ranges::find(rows, address, &nodemap::RegisterDefinition::Address);
+    if (row == rows.end())
+    {
+        throw std::runtime_error(fmt::format("Could not find register with address 0x{:x}", address));
+    }
+    if (row->Size < bytes.size())
+    {
+        throw std::runtime_error(
+            fmt::format("Register with address 0x{:x} is too small! [Size: {} | Required-Size: {}]", address,
+                        row->Size, bytes.size()));
+    }
+    nodeMap.GetRegisterMap().WriteInternal(address, bytes.data(), bytes.size());
+}
+
+std::string_view BytesOf(const uint32_t &number)
+{
+    return {reinterpret_cast<const char *>(&number), sizeof number};
+}
+
 } // namespace
 
 System::System(ILibrary &library, ISystemInformationProvider *infoProvider,
@@ -170,45 +193,22 @@ std::string System::QueryText(TL_INFO_CMD command)
 void System::FillRegisters()
 {
     using namespace system_registers;
-    WriteNumber(genTLSFNCVersionMajor, 1);
-    WriteNumber(genTLSFNCVersionMinor, 1);
-    WriteNumber(genTLVersionMajor, QueryNumber(TL_INFO_GENTL_VER_MAJOR));
-    WriteNumber(genTLVersionMinor, QueryNumber(TL_INFO_GENTL_VER_MINOR));
-    WriteText(tlDisplayName, QueryText(TL_INFO_DISPLAYNAME));
-    WriteText(tlFileName, std::filesystem::path(QueryText(TL_INFO_PATHNAME)).filename().string());
-    WriteText(tlId, QueryText(TL_INFO_ID));
-    WriteText(tlModelName, QueryText(TL_INFO_MODEL));
-    WriteText(tlPath, QueryText(TL_INFO_PATHNAME));
-    WriteNumber(tlType, MapType(QueryText(TL_INFO_TLTYPE)));
-    WriteText(tlVendorName, QueryText(TL_INFO_VENDOR));
-    WriteText(tlVersion, QueryText(TL_INFO_VERSION));
-}
-
-void System::WriteText(uint64_t address, std::string_view text)
-{
-    WriteRegister(address, text.data(), text.size());
-}
-
-void System::WriteNumber(uint64_t address, uint32_t number)
-{
-    WriteRegister(address, &number, sizeof number);
-}
-
-void System::WriteRegister(uint64_t address, const void *bytes, size_t size)
-{
-    const auto rows = SystemFeatures();
-    const auto row = std::ranges::find(rows, address, &nodemap::RegisterDefinition::Address);
-    if (row == rows.end())
-    {
-        throw std::runtime_error(fmt::format("Could not find register with address 0x{:x}", address));
-    }
-    if (row->Size < size)
-    {
-        throw std::runtime_error(
-            fmt::format("Register with address 0x{:x} is too small! [Size: {} | Required-Size: {}]", address,
-                        row->Size, size));
-    }
-    m_nodeMap->GetRegisterMap().WriteInternal(address, bytes, size);
+    const auto writeNumber = [this](uint64_t address, uint32_t number)
+    { WriteRegister(*m_nodeMap, address, BytesOf(number)); };
+    const auto writeText = [this](uint64_t address, const std::string &text)
+    { WriteRegister(*m_nodeMap, address, text); };
+    writeNumber(genTLSFNCVersionMajor, 1);
+    writeNumber(genTLSFNCVersionMinor, 1);
+    writeNumber(genTLVersionMajor, QueryNumber(TL_INFO_GENTL_VER_MAJOR));
+    writeNumber(genTLVersionMinor, QueryNumber(TL_INFO_GENTL_VER_MINOR));
+    writeText(tlDisplayName, QueryText(TL_INFO_DISPLAYNAME));
+    writeText(tlFileName, std::filesystem::path(QueryText(TL_INFO_PATHNAME)).filename().string());
+    writeText(tlId, QueryText(TL_INFO_ID));
+    writeText(tlModelName, QueryText(TL_INFO_MODEL));
+    writeText(tlPath, QueryText(TL_INFO_PATHNAME));
+    writeNumber(tlType, MapType(QueryText(TL_INFO_TLTYPE)));
+    writeText(tlVendorName, QueryText(TL_INFO_VENDOR));
+    writeText(tlVersion, QueryText(TL_INFO_VERSION));
 }
 
 // The local description gives the byte order of the values that are read through, so the lower module must

@@ -59,9 +59,6 @@ private:
     uint32_t QueryNumber(TL_INFO_CMD command);
     std::string QueryText(TL_INFO_CMD command);
     void FillRegisters();
-    void WriteText(uint64_t address, std::string_view text);
-    void WriteNumber(uint64_t address, uint32_t number);
-    void WriteRegister(uint64_t address, const void *bytes, size_t size);
     void CheckByteOrder() const;
     const nodemap::NodeInfo &LowerFeature(const std::string &feature, size_t size) const;
 

@@ -23,10 +23,7 @@ void *Module::RegisterEvent(EVENT_TYPE type)
         throw Error(GC_ERR_NOT_IMPLEMENTED, "This module has no event of type {}", type);
     }
     const std::lock_guard lock(m_mutex);
-    if (m_closed)
-    {
-        throw Error(GC_ERR_INVALID_HANDLE, "The module was closed");
-    }
+    RequireOpen();
     if (m_events.contains(type))
     {
         throw Error(GC_ERR_RESOURCE_IN_USE, "The event is registered already");
@@ -49,13 +46,18 @@ void Module::UnregisterEvent(EVENT_TYPE type)
     m_events.erase(found);
 }
 
-void *Module::Adopt(const std::shared_ptr<Module> &child)
+void Module::RequireOpen() const
 {
-    const std::lock_guard lock(m_mutex);
     if (m_closed)
     {
         throw Error(GC_ERR_INVALID_HANDLE, "The module was closed");
     }
+}
+
+void *Module::Adopt(const std::shared_ptr<Module> &child)
+{
+    const std::lock_guard lock(m_mutex);
+    RequireOpen();
     child->m_parent = weak_from_this();
     m_children.insert(child);
     return m_handles.Add(child);
@@ -80,10 +82,7 @@ void Module::Close()
     std::map<EVENT_TYPE, std::shared_ptr<Event>> events;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_closed)
-        {
-            throw Error(GC_ERR_INVALID_HANDLE, "The module was closed");
-        }
+        RequireOpen();
         m_closed = true;
         children.swap(m_children);
         events.swap(m_events);

@@ -42,6 +42,9 @@ protected:
 
 private:
     void Forget(const std::shared_ptr<Module> &child);
+    /// With the lock held.
+    /// @throws Error GC_ERR_INVALID_HANDLE after Close
+    void RequireOpen() const;
 
     HandleTable &m_handles;
     const std::vector<EVENT_TYPE> m_eventTypes;

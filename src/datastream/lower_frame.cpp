@@ -2,27 +2,13 @@
 
 #include "datastream/proxy_buffer.h"
 #include "utils/lower_info.h"
-
-#include <exception>
+#include "utils/try.h"
 
 namespace GenTL::internal
 {
 
 namespace
 {
-
-template <typename Query>
-auto Tolerant(Query query) -> std::optional<decltype(query())>
-{
-    try
-    {
-        return query();
-    }
-    catch (const std::exception &)
-    {
-        return std::nullopt;
-    }
-}
 
 class BufferQueries
 {
@@ -42,7 +28,7 @@ public:
     template <typename T>
     std::optional<T> TryInfo(BUFFER_INFO_CMD command, INFO_DATATYPE type) const
     {
-        return Tolerant([&] { return Info<T>(command, type); });
+        return utils::Try([&] { return Info<T>(command, type); });
     }
 
     template <typename T>
@@ -60,7 +46,7 @@ public:
     template <typename T>
     std::optional<T> TryPartInfo(uint32_t part, BUFFER_PART_INFO_CMD command, INFO_DATATYPE type) const
     {
-        return Tolerant([&] { return PartInfo<T>(part, command, type); });
+        return utils::Try([&] { return PartInfo<T>(part, command, type); });
     }
 
     uint32_t NumParts() const

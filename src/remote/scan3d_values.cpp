@@ -7,10 +7,10 @@
 #include "remote/node_callbacks.h"
 #include "utils/gentl_exception.h"
 #include "utils/map_at.h"
+#include "utils/try.h"
 
 #include <bit>
 #include <cmath>
-#include <exception>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -27,24 +27,12 @@ namespace
 /// What a feature of the device holds from now on that an axis is divided by.
 constexpr uint64_t variableDivisor = 1000;
 
-std::optional<std::vector<nodemap::Token>> TryTokenize(const std::string &formula)
-{
-    try
-    {
-        return nodemap::Tokenize(formula);
-    }
-    catch (const std::exception &)
-    {
-        return std::nullopt;
-    }
-}
-
 /// The operand's name in a formula like TO / OPERAND, empty for a literal. None for any other formula, nor
 /// for one that cannot be read.
 std::optional<std::string> DivisorIn(const std::string &formula)
 {
     using nodemap::TokenType;
-    const auto tokens = TryTokenize(formula);
+    const auto tokens = utils::Try([&] { return nodemap::Tokenize(formula); });
     if (!tokens || tokens->size() != 4) // the last one is End
     {
         return std::nullopt;

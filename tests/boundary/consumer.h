@@ -107,6 +107,26 @@ protected:
         return handle;
     }
 
+    struct OpenModules
+    {
+        TL_HANDLE system;
+        IF_HANDLE interface;
+        DEV_HANDLE device;
+        DS_HANDLE stream;
+        PORT_HANDLE remote;
+    };
+
+    OpenModules OpenAll()
+    {
+        OpenModules handles{};
+        handles.system = OpenSystem();
+        handles.interface = OpenInterface(handles.system);
+        handles.device = OpenDevice(handles.interface);
+        handles.stream = OpenStream(handles.device);
+        EXPECT_EQ(gentl.DevGetPort(handles.device, &handles.remote), GC_ERR_SUCCESS) << GetLastError();
+        return handles;
+    }
+
     LowerLibrary lower;
     VisionLibrary vision;
     EnvironmentVariable ctiPath;

@@ -15,12 +15,7 @@ using EventSources = ConsumerTest;
 
 TEST_F(EventSources, AreAllModulesButBuffers)
 {
-    auto *const system = OpenSystem();
-    auto *const interface = OpenInterface(system);
-    auto *const device = OpenDevice(interface);
-    auto *const stream = OpenStream(device);
-    void *remote = nullptr;
-    ASSERT_EQ(gentl.DevGetPort(device, &remote), GC_ERR_SUCCESS);
+    const auto [system, interface, device, stream, remote] = OpenAll();
     for (void *source : {system, interface, device, remote})
     {
         const auto registered = lower->CountOf("GCRegisterEvent");

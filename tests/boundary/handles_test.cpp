@@ -266,12 +266,7 @@ using Ports = ConsumerTest;
 
 TEST_F(Ports, AreBehindTheHandlesOfAllModules)
 {
-    auto *const system = OpenSystem();
-    auto *const interface = OpenInterface(system);
-    auto *const device = OpenDevice(interface);
-    auto *const stream = OpenStream(device);
-    void *remote = nullptr;
-    ASSERT_EQ(gentl.DevGetPort(device, &remote), GC_ERR_SUCCESS);
+    const auto [system, interface, device, stream, remote] = OpenAll();
     for (void *handle : {system, interface, device, remote, stream})
     {
         uint32_t value = 0;

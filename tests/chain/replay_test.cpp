@@ -58,17 +58,23 @@ cv::Mat PictureOf(Camera &camera, BUFFER_HANDLE buffer, int type)
             camera.BufferInfo<void *>(buffer, BUFFER_INFO_BASE)};
 }
 
+/// Has the camera send this many frames.
+void StartFor(Camera &camera, size_t frames)
+{
+    camera.Remote().Set("AcquisitionMode", "MultiFrame");
+    camera.Remote().Set("AcquisitionFrameCount", std::to_string(frames));
+    camera.AnnounceAndQueue(frames);
+    camera.RegisterEvent();
+    camera.Start();
+}
+
 TEST(Replay, GivesTheSamePictures)
 {
     const Photographs photographs({1280, 1024});
     const internal::EnvironmentVariable folder("QVR_SIM_IMAGES", photographs.Folder());
     gentlctl::Producer producer(proxyProducer);
     Camera camera(producer, "OVRA-M1");
-    camera.Remote().Set("AcquisitionMode", "MultiFrame");
-    camera.Remote().Set("AcquisitionFrameCount", std::to_string(photographs.Count()));
-    camera.AnnounceAndQueue(photographs.Count());
-    camera.RegisterEvent();
-    camera.Start();
+    StartFor(camera, photographs.Count());
     for (size_t i = 0; i < photographs.Count(); ++i)
     {
         auto *const buffer = camera.Take();
@@ -85,11 +91,7 @@ TEST(Replay, GivesTheSamePicturesUnpackedFromAPackedFormat)
     gentlctl::Producer producer(proxyProducer);
     Camera camera(producer, "OVRA-F1");
     camera.Remote().Set("PixelFormat", "Mono12");
-    camera.Remote().Set("AcquisitionMode", "MultiFrame");
-    camera.Remote().Set("AcquisitionFrameCount", std::to_string(photographs.Count()));
-    camera.AnnounceAndQueue(photographs.Count());
-    camera.RegisterEvent();
-    camera.Start();
+    StartFor(camera, photographs.Count());
     for (size_t i = 0; i < photographs.Count(); ++i)
     {
         cv::Mat levels;

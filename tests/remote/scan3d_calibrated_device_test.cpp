@@ -46,12 +46,7 @@ protected:
         SetValue(axisMinAddress, 210);
     }
 
-    void Open()
-    {
-        device.description = Description();
-        device.url = fmt::format("local:///Device.xml;10000;{:X}", device.description.size());
-        port = std::make_unique<RemotePort>(proxy, LowerHandle(0x907), processing);
-    }
+    void Open() { OpenOver(processing); }
 
     VisionLibrary vision;
     LogCapture log;

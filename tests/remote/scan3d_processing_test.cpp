@@ -35,12 +35,7 @@ protected:
         SetValue(scaleAddress, 0.5F);
     }
 
-    void Open()
-    {
-        device.description = Description();
-        device.url = fmt::format("local:///Device.xml;10000;{:X}", device.description.size());
-        port = std::make_unique<RemotePort>(proxy, LowerHandle(0x907), processing);
-    }
+    void Open() { OpenOver(processing); }
 
     LogCapture log;
     std::shared_ptr<Processor> processing = std::make_shared<Processor>();

@@ -111,6 +111,14 @@ protected:
     static constexpr uint64_t coordinateAddress = 0x178;
     static constexpr uint64_t userSetLoadAddress = 0x180;
 
+    /// Opens the port over another processor than the fake.
+    void OpenOver(std::shared_ptr<IProcessor> other)
+    {
+        device.description = Description();
+        device.url = fmt::format("local:///Device.xml;10000;{:X}", device.description.size());
+        port = std::make_unique<RemotePort>(proxy, LowerHandle(0x907), std::move(other));
+    }
+
     FakeFileDevice files;
     std::shared_ptr<Scan3dProcessor> scan3d = std::make_shared<Scan3dProcessor>();
 

@@ -164,6 +164,20 @@ const std::string camera = Description(
     "<IntReg Name=\"StopRegister\"><Address>0x44</Address><Length>4</Length></IntReg>",
     {"PayloadSize"});
 
+struct CameraLibrary : LowerLibrary
+{
+    CameraLibrary() { (*this)->deviceXml = camera; }
+};
+
+struct OpenedCamera
+{
+    CameraLibrary lower;
+    const Interrupt interrupt; // before threads start
+    Producer producer{lower.Path()};
+    OpenDevice device{producer, "cam0"};
+    Features remote{device.PortOf("remote")};
+};
+
 TEST(InterruptedGrab, EndsTheWaitAndStopsInOrder)
 {
     LowerLibrary lower;
@@ -194,34 +208,24 @@ TEST(InterruptedGrab, EndsTheWaitAndStopsInOrder)
 
 TEST(InterruptedGrab, DoesNotBeginAfterTheSignal)
 {
-    LowerLibrary lower;
-    lower->deviceXml = camera;
-    const Interrupt interrupt;
-    Producer producer(lower.Path());
-    OpenDevice device(producer, "cam0");
-    const Features remote(device.PortOf("remote"));
+    OpenedCamera opened;
     kill(getpid(), SIGTERM);
-    while (interrupt.Signal() == 0)
+    while (opened.interrupt.Signal() == 0)
     {
         std::this_thread::yield();
     }
-    EXPECT_EQ(Grab(producer, device, remote, {}, interrupt).delivered, 0U);
-    EXPECT_EQ(interrupt.Signal(), SIGTERM);
-    EXPECT_EQ(lower->CountOf("EventGetData"), 0U);
+    EXPECT_EQ(Grab(opened.producer, opened.device, opened.remote, {}, opened.interrupt).delivered, 0U);
+    EXPECT_EQ(opened.interrupt.Signal(), SIGTERM);
+    EXPECT_EQ(opened.lower->CountOf("EventGetData"), 0U);
 }
 
 TEST(FailedGrab, TellsWhyAndStops)
 {
-    LowerLibrary lower;
-    lower->deviceXml = camera;
-    const Interrupt interrupt;
-    Producer producer(lower.Path());
-    OpenDevice device(producer, "cam0");
-    const Features remote(device.PortOf("remote"));
-    lower->FailNext("EventGetData", GenTL::GC_ERR_IO);
-    const auto report = Grab(producer, device, remote, {}, interrupt);
+    OpenedCamera opened;
+    opened.lower->FailNext("EventGetData", GenTL::GC_ERR_IO);
+    const auto report = Grab(opened.producer, opened.device, opened.remote, {}, opened.interrupt);
     EXPECT_TRUE(report.failure);
-    EXPECT_EQ(lower->CountOf("DSStopAcquisition"), 1U);
+    EXPECT_EQ(opened.lower->CountOf("DSStopAcquisition"), 1U);
 }
 
 } // namespace

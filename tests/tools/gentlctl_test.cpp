@@ -443,12 +443,19 @@ TEST_P(GentlctlInterrupted, KeepsTheFramesThatCame)
 
 INSTANTIATE_TEST_SUITE_P(Signal, GentlctlInterrupted, testing::Values(SIGINT, SIGTERM));
 
+/// Makes a pipe in place of a file, so that a write of it waits for the test.
+fs::path MakePipe(const Folder &folder, const std::string &name)
+{
+    fs::create_directories(folder.Path());
+    auto file = folder.Path() / name;
+    EXPECT_EQ(mkfifo(file.c_str(), 0600), 0);
+    return file;
+}
+
 TEST(Gentlctl, WritesFramesWhileItWaitsForTheNext)
 {
     const Folder folder;
-    fs::create_directories(folder.Path());
-    const auto file = folder.Path() / "frame-00001.png";
-    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const auto file = MakePipe(folder, "frame-00001.png");
     AtTerminal run(
         "grab -d OVRA-M1 -n 5 -t 86400000 -s AcquisitionMode=MultiFrame -s AcquisitionFrameCount=2 "
         "-s AcquisitionFrameRate=4 -s Width=64 -s Height=32 -o " +
@@ -464,9 +471,7 @@ TEST(Gentlctl, WritesFramesWhileItWaitsForTheNext)
 TEST(Gentlctl, CountsWhatTheDiskCannotTake)
 {
     const Folder folder;
-    fs::create_directories(folder.Path());
-    const auto file = folder.Path() / "frame-00001.png";
-    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const auto file = MakePipe(folder, "frame-00001.png");
     AtTerminal run(
         "--json grab -d OVRA-M1 -n 2 -b 2 -s AcquisitionFrameRate=50 -s Width=64 -s Height=32 -o " +
         folder.Path().string());

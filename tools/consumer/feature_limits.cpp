@@ -3,11 +3,11 @@
 #include "consumer/feature_values.h"
 #include "nodemap/formula_evaluator.h"
 #include "nodemap/node_access.h"
+#include "utils/try.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <exception>
 #include <optional>
 #include <variant>
 
@@ -42,14 +42,8 @@ std::string ReadLimit(IPort &port, const FeatureDescription &description, const 
 std::optional<std::string> TryReadLimit(IPort &port, const FeatureDescription &description,
                                         const std::optional<Bound> &bound)
 {
-    try
-    {
-        return bound ? std::optional(ReadLimit(port, description, *bound)) : std::nullopt;
-    }
-    catch (const std::exception &)
-    {
-        return std::nullopt;
-    }
+    return bound ? GenTL::internal::utils::Try([&] { return ReadLimit(port, description, *bound); })
+                 : std::nullopt;
 }
 
 } // namespace

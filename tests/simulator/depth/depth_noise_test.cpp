@@ -58,13 +58,7 @@ protected:
             frames.push_back(std::move(values));
             EXPECT_OK(Tl().DSQueueBuffer(m_stream, buffer));
         }
-        Stop();
-        EXPECT_OK(Tl().DSFlushQueue(m_stream, ACQ_QUEUE_ALL_DISCARD));
-        for (const BUFFER_HANDLE buffer : m_buffers)
-        {
-            EXPECT_OK(Tl().DSRevokeBuffer(m_stream, buffer, nullptr, nullptr));
-        }
-        m_buffers.clear();
+        StopAndRevoke();
         return frames;
     }
 };

@@ -17,6 +17,17 @@ protected:
         SetRegion(64, 48);
     }
 
+    /// Announces buffers and waits until all hold a frame.
+    void FillBuffers(size_t count)
+    {
+        AnnounceBuffers(count);
+        Start();
+        while (StreamInfo<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY) < count)
+        {
+            std::this_thread::yield();
+        }
+    }
+
     GC_ERROR Wait(uint64_t timeout)
     {
         EVENT_NEW_BUFFER_DATA data{};
@@ -218,12 +229,7 @@ TEST_F(SimulatorEventKill, EndsExactlyOneWait)
 
 TEST_F(SimulatorEventKill, ComesBeforeWaitingFrames)
 {
-    AnnounceBuffers(4);
-    Start();
-    while (StreamInfo<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY) < 4)
-    {
-        std::this_thread::yield();
-    }
+    FillBuffers(4);
     Stop();
     ASSERT_OK(Tl().EventKill(m_event));
     EXPECT_CODE(GC_ERR_ABORT, Wait(0));
@@ -262,12 +268,7 @@ TEST_F(SimulatorAcquisition, FrameOutlivesItsDevice)
 
 TEST_F(SimulatorAcquisition, StopKeepsTheOutputQueue)
 {
-    AnnounceBuffers(4);
-    Start();
-    while (StreamInfo<size_t>(STREAM_INFO_NUM_AWAIT_DELIVERY) < 4)
-    {
-        std::this_thread::yield();
-    }
+    FillBuffers(4);
     Stop(ACQ_STOP_FLAGS_KILL);
     for (uint64_t number = 1; number <= 4; ++number)
     {

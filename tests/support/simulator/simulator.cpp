@@ -251,6 +251,12 @@ std::vector<uint8_t> CameraTest::GrabOne()
     Start();
     const Received received = Receive();
     const std::vector<uint8_t> content = Content(received.handle);
+    StopAndRevoke();
+    return content;
+}
+
+void CameraTest::StopAndRevoke()
+{
     Stop();
     EXPECT_OK(Tl().DSFlushQueue(m_stream, ACQ_QUEUE_ALL_DISCARD));
     for (const BUFFER_HANDLE buffer : m_buffers)
@@ -258,7 +264,6 @@ std::vector<uint8_t> CameraTest::GrabOne()
         EXPECT_OK(Tl().DSRevokeBuffer(m_stream, buffer, nullptr, nullptr));
     }
     m_buffers.clear();
-    return content;
 }
 
 void CameraTest::SetRegion(int64_t width, int64_t height, int64_t offsetX, int64_t offsetY)

@@ -140,6 +140,7 @@ protected:
 
     /// Announces buffers, grabs a frame, and revokes them: the content of the first frame.
     std::vector<uint8_t> GrabOne();
+    void StopAndRevoke();
 
     void SetRegion(int64_t width, int64_t height, int64_t offsetX = 0, int64_t offsetY = 0);
 
