@@ -74,6 +74,21 @@ std::string_view BytesOf(const uint32_t &number)
     return {reinterpret_cast<const char *>(&number), sizeof number};
 }
 
+/// The local description gives the byte order of the values that are read through, so the lower one must
+/// agree.
+/// @throws std::runtime_error "Endianness mismatch detected! [Node: '{}']"
+void CheckByteOrder(const nodemap::NodeMapParser &local, const nodemap::NodeMapParser &lower)
+{
+    for (const std::string feature : readThroughFeatures)
+    {
+        const auto *node = lower.TryFindFeatureNode(feature);
+        if (node != nullptr && node->Endianess != local.FindFeatureNode(feature).Endianess)
+        {
+            throw std::runtime_error(fmt::format("Endianness mismatch detected! [Node: '{}']", feature));
+        }
+    }
+}
+
 } // namespace
 
 System::System(ILibrary &library, ISystemInformationProvider *infoProvider,
@@ -95,7 +110,7 @@ System::System(ILibrary &library, ISystemInformationProvider *infoProvider,
     m_nodeMap = std::make_shared<nodemap::NodeMap>("TLPort", QueryText(TL_INFO_TLTYPE), ModuleType::System,
                                                    nodemap::SystemDescription(), this, SystemFeatures());
     FillRegisters();
-    CheckByteOrder();
+    CheckByteOrder(*m_localDescription, *m_lowerDescription);
 }
 
 System::~System() = default;
@@ -209,20 +224,6 @@ void System::FillRegisters()
     writeNumber(tlType, MapType(QueryText(TL_INFO_TLTYPE)));
     writeText(tlVendorName, QueryText(TL_INFO_VENDOR));
     writeText(tlVersion, QueryText(TL_INFO_VERSION));
-}
-
-// The local description gives the byte order of the values that are read through, so the lower module must
-// use the same.
-void System::CheckByteOrder() const
-{
-    for (const std::string feature : readThroughFeatures)
-    {
-        const auto *lower = m_lowerDescription->TryFindFeatureNode(feature);
-        if (lower != nullptr && lower->Endianess != m_localDescription->FindFeatureNode(feature).Endianess)
-        {
-            throw std::runtime_error(fmt::format("Endianness mismatch detected! [Node: '{}']", feature));
-        }
-    }
 }
 
 const nodemap::NodeInfo &System::LowerFeature(const std::string &feature, size_t size) const

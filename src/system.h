@@ -59,7 +59,6 @@ private:
     uint32_t QueryNumber(TL_INFO_CMD command);
     std::string QueryText(TL_INFO_CMD command);
     void FillRegisters();
-    void CheckByteOrder() const;
     const nodemap::NodeInfo &LowerFeature(const std::string &feature, size_t size) const;
 
     ILibrary &m_library;
