@@ -35,7 +35,7 @@ public:
     template <typename T>
     const T &Cast() const
     {
-        // Compares addresses, not characters: types of the same name in two libraries differ.
+        // Compares the addresses of the names. Types of the same name in two libraries count as different.
         if (Type().name() != typeid(T).name())
         {
             throw InvalidCastException(std::string("Casting from ") + Type().name() + " to the given type " +

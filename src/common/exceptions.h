@@ -13,8 +13,8 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// The bases are virtual: the vision library's exceptions derive from one of these and from a base of their
-// own. With two std::exception bases in an object, no handler for std::exception would match.
+// The bases are virtual, because an exception of tarn::cvl derives from one of these classes and from
+// tarn::cvl::Exception. An object with two std::exception bases would match no handler for std::exception.
 
 class InvalidParameterException : public virtual Exception
 {
