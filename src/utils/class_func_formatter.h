@@ -10,7 +10,7 @@ namespace GenTL::internal
 
 /// The last two `::` components of a function's pretty signature, as in "Library::Initialize".
 ///
-/// Cuts at the first "(" and keeps the text after the last "::" but one. C-07: template arguments and return
+/// Cuts at the first "(" and keeps the text after the second-last "::". C-07: template arguments and return
 /// types are not parsed.
 std::string_view ClassAndFunction(std::string_view signature);
 

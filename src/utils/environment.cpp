@@ -44,7 +44,7 @@ std::string GetOwnPath()
 
 bool IsInOwnFile(const void *address)
 {
-    // For a link to a loaded library, the loader reports the path under which it first loaded it.
+    // The loader loads a file once. Loaded again through a link, it keeps the path of its first load.
     const auto path = PathOf(address);
     return !path.empty() && (path == GetOwnPath() || HaveSameBytes(path, GetOwnPath()));
 }

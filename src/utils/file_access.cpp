@@ -31,7 +31,7 @@ auto Guarded(const char *operation, Action action) -> decltype(action())
 
 struct FileAccess::Nodes
 {
-    // Looked up in this order.
+    // The members are looked up in this order. It decides which missing node an error names.
     explicit Nodes(const nodemap::NodeMapParser &parser)
         : selector(parser.FindNode("FileSelector")), size(parser.FindNode("FileSize")),
           operation(parser.FindNode("FileOperationSelector")), openMode(parser.FindNode("FileOpenMode")),
@@ -80,7 +80,7 @@ std::vector<uint8_t> FileAccess::Read(const std::string &name) const
     Set(nodes.selector, name);
     const auto size = nodemap::ReadInteger(m_port, nodes.size);
     std::vector<uint8_t> content;
-    // Refuses a negative size.
+    // Throws std::length_error for a negative size.
     content.reserve(static_cast<size_t>(size));
     Set(nodes.operation, "Open");
     Set(nodes.openMode, "Read");
@@ -100,7 +100,7 @@ bool FileAccess::Transfer(const Nodes &nodes, int64_t size, std::vector<uint8_t>
     const auto block = nodemap::GetBoundValue(m_port, m_parser, nodes.length.Max);
     if (size > 0 && block < 1)
     {
-        // The loop would never end.
+        // With blocks of no bytes, the loop would never end.
         throw GenTLException("Device transfers no file data!", GC_ERR_ERROR);
     }
     for (int64_t offset = 0; offset < size;)

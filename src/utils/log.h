@@ -12,8 +12,8 @@ extern template void fmt::detail::vformat_to<char>(fmt::detail::buffer<char> &, 
                                                    fmt::format_args, fmt::detail::locale_ref);
 #endif
 
-// A record that a helper writes for the operation that it works for, named as "Class::Function": log filters
-// know the record by that name.
+// Writes a record under the name of another function, given as "Class::Function". For code that was moved out
+// of this function: log filters know the record by the function's name.
 #define QVR_LOG_FOR(operation, level, ...)                                                                   \
     spdlog::default_logger_raw()->log(spdlog::source_loc{__FILE__, __LINE__, operation}, level, __VA_ARGS__)
 #define QVR_LOG_ERROR_FOR(operation, ...) QVR_LOG_FOR(operation, spdlog::level::err, __VA_ARGS__)

@@ -6,8 +6,8 @@ namespace GenTL::internal::utils
 {
 
 /// Finds the value of a key.
-/// @throws std::out_of_range "unordered_map::at: key not found" (C-08), a text that differs between standard
-/// libraries
+/// @throws std::out_of_range "unordered_map::at: key not found" (C-08). The text stands here, because the
+/// map's own text differs between standard libraries.
 template <typename Map>
 auto &MapAt(Map &map, const typename Map::key_type &key)
 {

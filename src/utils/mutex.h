@@ -9,13 +9,13 @@
 #define QVR_THREAD_SAFETY(attribute)
 #endif
 
-/// Behind a member: it is read and written only with the mutex held.
+/// Placed after a member: the member is read and written only with the mutex held.
 #define QVR_GUARDED_BY(mutex) QVR_THREAD_SAFETY(guarded_by(mutex))
-/// Behind a function: the caller holds the mutex.
+/// Placed after a function: the caller holds the mutex.
 #define QVR_REQUIRES(...) QVR_THREAD_SAFETY(requires_capability(__VA_ARGS__))
-/// Behind a function: the caller does not hold the mutex, since the function takes it.
+/// Placed after a function: the caller does not hold the mutex, since the function takes it.
 #define QVR_EXCLUDES(...) QVR_THREAD_SAFETY(locks_excluded(__VA_ARGS__))
-/// Behind a function: not checked, for a reason given there.
+/// Placed after a function: the compiler does not check it. The function says why.
 #define QVR_UNCHECKED QVR_THREAD_SAFETY(no_thread_safety_analysis)
 
 namespace GenTL::internal::utils
@@ -49,7 +49,7 @@ public:
     MutexLock(const MutexLock &) = delete;
     MutexLock &operator=(const MutexLock &) = delete;
 
-    /// For the wait of a condition variable, which has the mutex again when it returns.
+    /// For a condition variable's wait, which releases the mutex and holds it again when it returns.
     std::unique_lock<Native> &ForWait() { return m_lock; }
 
 private:
