@@ -13,7 +13,7 @@ namespace GenTL::internal
 class IGenTLProxy;
 class InstanceManager;
 
-/// The library, as the modules use it.
+/// The library, as the exports and the modules use it.
 class ILibrary
 {
 public:
@@ -27,9 +27,9 @@ public:
     virtual void OpenSystem(TL_HANDLE *phTL) = 0;
     virtual void CloseSystem(TL_HANDLE hTL) = 0;
     virtual void GetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize) = 0;
-    /// The port behind a handle; null for a handle that no module with a port has.
+    /// The port behind a handle; null when no module with a port has this handle.
     virtual std::shared_ptr<IPort> FindPort(void *handle) = 0;
-    /// The event source behind a handle; null for a handle that no event source has.
+    /// The event source behind a handle; null when no event source has this handle.
     virtual std::shared_ptr<IEventSource> FindEventSource(void *handle) = 0;
     /// @throws GenTLException "Library not initialized", GC_ERR_NOT_INITIALIZED
     virtual void CheckLibraryInitialized() const = 0;

@@ -9,8 +9,9 @@ namespace GenTL::internal
 
 /// A register port: the object behind the handle of GCReadPort and its siblings.
 ///
-/// The exports call ReadPort and WritePort, the producer's own code calls ReadRegisters and WriteRegisters. A
-/// class that shows the consumer other values overrides the first pair only.
+/// The exports call ReadPort and WritePort. Code of the producer that needs the module's own values calls
+/// ReadRegisters and WriteRegisters. A class that shows the consumer other values overrides the first pair
+/// only.
 ///
 /// All operations throw GenTLException. The implementing class says which threads may call them.
 class IPort

@@ -30,12 +30,13 @@ public:
     using ReadGap = std::function<void(uint64_t address, void *buffer, size_t size)>;
     using WriteGap = std::function<void(uint64_t address, const void *buffer, size_t size)>;
 
-    /// Adds an entry. If the address has one, the callbacks that are set replace those of before.
+    /// Adds an entry. If the address already has one, each callback that is set replaces the earlier one.
     /// @throws GenTLException "Port callback register size mismatch detected on {} ({})", GC_ERR_ERROR
     void AddPortCallback(uint64_t address, PortCallback entry);
 
     void Read(uint64_t address, void *buffer, size_t size, const ReadGap &readGap) const;
-    /// Writes the registers first, in no particular order, then the gaps by ascending address.
+    /// Writes the registers first, in no particular order, then the gaps by ascending address. A register
+    /// whose callback leaves it to the device is written there on its own.
     void Write(uint64_t address, const void *buffer, size_t size, const WriteGap &writeGap) const;
 
 private:

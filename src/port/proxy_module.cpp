@@ -33,7 +33,7 @@ void ProxyModule::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO
     m_proxy->GCGetPortURLInfo(m_handle, iURLIndex, iInfoCmd, piType, pBuffer, piSize);
 }
 
-// The lower stacked functions are not used. A stacked access so works over a lower producer without them, and
+// The lower stacked functions are not used. So a stacked access works over a lower producer without them, and
 // goes through the ReadPort and WritePort of the derived class.
 void ProxyModule::ReadPortStacked(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries)
 {

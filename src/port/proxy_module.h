@@ -12,7 +12,7 @@ namespace GenTL::internal
 /// to the lower producer unchanged.
 ///
 /// Holds the lower producer, so that it stays loaded as long as a module lives. The derived class's
-/// destructor closes the lower handle. Without a lock: constant after construction.
+/// destructor closes the lower handle. Constant after construction, so it needs no lock.
 class ProxyModule : public IProxyModule
 {
 public:

@@ -8,7 +8,7 @@ namespace GenTL::internal
 
 /// Splits a stacked request into calls of the port's ReadPort, so that the port's overrides apply to each
 /// entry. *piNumEntries counts the entries that succeeded, even when a later one fails.
-/// @throws GenTLException null or zero arguments; whatever the port throws
+/// @throws GenTLException for a null pointer or a count of 0; whatever the port throws
 inline void ReadStacked(IPort &port, PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries);
 
 /// The same for WritePort.
@@ -25,7 +25,8 @@ void ForEachStackEntry(PORT_REGISTER_STACK_ENTRY *pEntries, size_t *piNumEntries
     *piNumEntries = 0;
     for (size_t i = 0; i < count; ++i)
     {
-        // The struct is packed, so its members are copied and never bound to a reference.
+        // The struct is packed, so its members may be misaligned: they are copied and never bound to a
+        // reference.
         const auto entry = pEntries[i];
         size_t size = entry.Size;
         access(entry.Address, entry.pBuffer, &size);
