@@ -45,8 +45,8 @@ std::string FindByName(const fs::path &folder)
     return {};
 }
 
-// A renamed copy: its name contains the wanted name and ends in ".cti". The wanted name itself ends
-// differently, so a file never satisfies both searches.
+// Finds a renamed copy: its name contains the wanted name and ends in ".cti". The wanted name itself ends in
+// ".pr_cti", so no file is found by both searches.
 std::string FindByPart(const fs::path &folder)
 {
     std::error_code error;
