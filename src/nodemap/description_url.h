@@ -15,8 +15,7 @@ struct DescriptionRange
 };
 
 /// The range in a port's URL, local:///name;address;size?query with numbers in base 16. None when the URL has
-/// no
-/// ';'. A URL with one ';' gives the same number for both.
+/// no ';'. In a URL with one ';', the number behind it is both the address and the size.
 /// @throws std::invalid_argument, std::out_of_range when a field is not a number of 64 bits
 std::optional<DescriptionRange> ParseDescriptionUrl(std::string_view url);
 

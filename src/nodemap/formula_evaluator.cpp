@@ -14,8 +14,8 @@ namespace
 // Far beyond any honest chain of converters. Stops a cycle of formulas before it exhausts the stack.
 constexpr int maximumDepth = 100;
 
-// Stops formulas without a cycle that each use another one twice: the number of evaluations doubles with each
-// step.
+// Stops a chain without a cycle in which each formula uses the next one twice: the number of evaluations
+// doubles with each formula.
 constexpr int maximumEvaluations = 10000;
 
 } // namespace

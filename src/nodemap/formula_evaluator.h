@@ -10,7 +10,7 @@ namespace GenTL::internal::nodemap
 
 /// Evaluates formulas of a description. Reads every variable from the port each time.
 ///
-/// Made for each use. Holds references, and no state beyond one evaluation.
+/// Made for each use: it refers to the port and the parser, and keeps no state between evaluations.
 class FormulaEvaluator
 {
 public:

@@ -140,8 +140,8 @@ Token TakeToken(std::string_view &text)
     return {symbol->Type, 0, {}};
 }
 
-/// Whether a truth test takes the value for zero. An infinity counts as zero: it does not exceed its own
-/// rounding error.
+/// Whether a value is false. Only zero and the infinities are: an infinity does not exceed its own rounding
+/// error.
 bool CountsAsZero(double x)
 {
     return std::abs(x) <= std::abs(x) * std::numeric_limits<double>::epsilon();
@@ -167,7 +167,7 @@ int64_t ShiftRight(int64_t value, int64_t count)
     return value >> (static_cast<uint64_t>(count) & 63U);
 }
 
-/// An operation on integers as one on doubles.
+/// Applies an operation on integers to two doubles, truncated.
 template <auto operation>
 double OnIntegers(double a, double b)
 {
@@ -179,8 +179,8 @@ double OnIntegers(double a, double b)
     throw GenTLException(message, GC_ERR_ERROR);
 }
 
-// Far beyond any honest formula. A hostile one must not exhaust the stack of the consumer's process. A pair
-// of parentheses takes three levels.
+// Levels of recursion, far beyond any honest formula. A hostile one must not exhaust the stack of the
+// consumer's process. A pair of parentheses takes three levels.
 constexpr int maximumNesting = 1500;
 
 } // namespace

@@ -16,7 +16,8 @@
 namespace GenTL::internal::nodemap
 {
 
-/// The register in the node's byte order. A value of fewer than 8 bytes is sign-extended, whatever Sign says.
+/// Reads the node's register in its byte order. Extends the sign of a value of fewer than 8 bytes, whatever
+/// the node's Sign.
 int64_t ReadInteger(IPort &port, const NodeInfo &node);
 /// Like ReadInteger, without sign extension.
 uint64_t ReadUnsigned(IPort &port, const NodeInfo &node);
@@ -29,24 +30,24 @@ void WriteCommand(IPort &port, const NodeInfo &node, uint32_t value);
 /// Reads the bit of a struct entry.
 bool ReadStructEntry(IPort &port, const StructEntryRecord &entry);
 
-/// Whether a condition holds: the node that a pIsAvailable or pIsImplemented names. True for an empty name,
-/// false for an unknown one. A formula holds when its value is greater than 0.
+/// Whether a condition holds. `name` is the node that a pIsAvailable or pIsImplemented names. True for an
+/// empty name, false for an unknown one. A formula holds when its value is greater than 0.
 bool IsTrue(IPort &port, const NodeMapParser &parser, const std::string &name);
 
 /// Whether the conditions of a node hold: that of pIsAvailable and that of pIsImplemented.
 bool IsAvailable(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
 /// Whether a node's conditions hold and its access mode allows reading.
 bool IsReadable(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
-/// Whether a node's conditions hold and its access mode is read and write; a node without an access mode
-/// counts.
+/// Whether a node's conditions hold and its access mode is RW or None.
 bool IsReadableAndWritable(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
 
+/// Reads the value of a literal, or of the node that the bound refers to.
 /// @throws std::runtime_error "Bound has no value!", "Double currently not supported!", "Node is not
 /// readable"
-/// @throws std::bad_variant_access a floating literal
+/// @throws std::bad_variant_access for a floating literal
 int64_t GetBoundValue(IPort &port, const NodeMapParser &parser, const std::optional<Bound> &bound);
 
-/// A floating literal, a register of 4 bytes, or a formula.
+/// Reads a floating literal, a register of 4 bytes, or a formula.
 /// @throws std::runtime_error "Node is not available"
 float ReadFloat(IPort &port, const NodeMapParser &parser, const NodeInfo &node);
 

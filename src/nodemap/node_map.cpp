@@ -41,7 +41,7 @@ RegisterAccess AccessOf(int32_t number)
 
 std::unique_ptr<IRegisterMap> MakeRegisterMap(std::span<const RegisterDefinition> definitions, void *owner)
 {
-    // A count of bytes where one of registers would do: it only has to be large enough.
+    // The map reserves room for this number of registers. The number of bytes is never too small for it.
     uint64_t total = 0;
     for (const auto &definition : definitions)
     {
@@ -115,8 +115,8 @@ std::string NodeMap::Url() const
                        m_documentAddress, m_document.size(), 1, 1);
 }
 
-// C-10: the answer is one byte longer than the text and its terminator, and the size of a larger buffer
-// stays.
+// C-10: the answer is one byte longer than the text and its terminator, and *piSize keeps the size of a
+// larger buffer.
 void NodeMap::GetPortURL(char *sURL, size_t *piSize)
 {
     utils::CheckNotNull("piSize", piSize);

@@ -25,7 +25,7 @@ public:
     NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
             void *owner, std::span<const RegisterDefinition> definitions);
 
-    /// Adds the document behind existing registers.
+    /// Takes existing registers and adds the document behind them.
     /// @throws GenTLException "RegisterMap not initialized!", GC_ERR_ERROR, without a register map
     NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
             std::unique_ptr<IRegisterMap> registerMap);

@@ -206,8 +206,8 @@ bool NodeWalker<GenNodeType::Converter>::for_each(pugi::xml_node &element)
     return true;
 }
 
-/// The register behind a value node, or an empty node. A pValue may also name a converter's variable; then it
-/// is the node that the variable names.
+/// Finds the register behind a value node. When pValue is the name of a converter's variable, finds the node
+/// of this variable. Gives an empty node when there is neither.
 template <>
 NodeInfo NodeWalker<GenNodeType::Interface>::StartOf(const std::string &pValue) const
 {
@@ -361,7 +361,8 @@ GenNodeType NodeMapParser::GetNodeType(const std::string &name) const
 {
     if (HasNode(name))
     {
-        // The node's name decides, not its element; both kinds are read alike.
+        // The node's name decides, not its element. Registers and value nodes are read alike, so a wrong
+        // answer does no harm.
         return name.find("Reg") != std::string::npos ? GenNodeType::Register : GenNodeType::Interface;
     }
     if (m_converters.contains(name))

@@ -25,7 +25,7 @@ struct RegisterDefinition
     RegisterKind Kind{};
     int32_t Access{}; ///< a RegisterAccess; the register map refuses other values
     std::variant<int32_t, int64_t, std::string, float> InitialValue{};
-    bool Used = true; ///< false for registers that only a GigE interface has; for the owner's information
+    bool Used = true; ///< false for registers that only a GigE interface has; the register map ignores it
     RegisterCallback OnRead{};
     RegisterCallback OnWrite{};
 };

@@ -64,7 +64,7 @@ public:
     virtual void Write(uint64_t address, const void *buffer, size_t size) = 0;
     /// Writes without access checks and callbacks, so that owners can fill read-only registers.
     virtual void WriteInternal(uint64_t address, const void *buffer, size_t size) = 0;
-    /// The end address of the last register. Takes no lock.
+    /// The first address behind the last register. Takes no lock.
     virtual uint64_t Size() const = 0;
 };
 

@@ -11,7 +11,7 @@ namespace GenTL::internal::nodemap
 {
 
 /// Goes through the registers behind a node: its own, or those that its formula needs, and those of its
-/// limits.
+/// limits. A node with neither a register nor a formula is skipped together with its limits.
 ///
 /// Made for one node; the parser must outlive it.
 class RegisterVisitor
