@@ -13,8 +13,7 @@ namespace tarn::cvl
 /// point; the other fields are opaque.
 using CalibrationParameters = tarn_cvl_CalibrationParameters;
 
-/// The part of CalibrationParameters that is passed to the library: a camera, for distorted or for
-/// undistorted images.
+/// One camera: the leading part of CalibrationParameters. It describes distorted or undistorted images.
 struct CameraParameters
 {
     uint32_t width;        ///< pixels of the calibrated image
@@ -29,7 +28,8 @@ static_assert(sizeof(CameraParameters) == TARN_CVL_CAMERA_SIZE);
 static_assert(offsetof(CameraParameters, focalLengthX) == offsetof(CalibrationParameters, focalLengthX));
 static_assert(sizeof(CalibrationParameters) == TARN_CVL_CALIBRATION_SIZE);
 
-/// For library functions that take the size of the record as well.
+/// A camera in the type that library functions declare. They learn from a size argument that it is only the
+/// leading part.
 inline const CalibrationParameters *AsLibraryParameters(const CameraParameters &camera)
 {
     return reinterpret_cast<const CalibrationParameters *>(&camera);

@@ -29,9 +29,9 @@ struct FunctionTable
 
 /// The opened library and its functions.
 ///
-/// Instance() creates the only one. If that fails, the next call tries again. Any thread may then read it,
-/// until the library is unloaded when the process exits or this code is unloaded. It has no destructor: calls
-/// that come later must find null pointers.
+/// Instance() creates the only one. If that fails, the next call tries again. Any thread may then read it.
+/// The library is unloaded when the process exits or this code is unloaded. The class has no destructor,
+/// because a later call must find null pointers.
 class Binding
 {
 public:

@@ -20,10 +20,10 @@ class Region;
 class Image : detail::IBackendAccessible<Image>
 {
 public:
-    /// Over existing memory, which stays the caller's and must outlive the image.
+    /// Refers to existing memory, which stays the caller's and must outlive the image.
     /// @param byteSize of the memory
     Image(common::PixelFormat format, common::Size size, void *memory, uint64_t byteSize);
-    /// With zeroed memory of its own.
+    /// Owns its memory, filled with zeros.
     Image(common::PixelFormat format, common::Size size);
     Image(Image &&) = default;
     Image &operator=(Image &&) = default;
@@ -80,7 +80,7 @@ class XYZImage : public Image
 {
 public:
     explicit XYZImage(const UndistortedImage &depth);
-    /// Over existing memory, which stays the caller's and must outlive the image. The library checks the
+    /// Refers to existing memory, which stays the caller's and must outlive the image. The library checks the
     /// format.
     /// @param byteSize of the memory
     XYZImage(const UndistortedImage &depth, common::PixelFormat format, common::Size size, void *memory,
