@@ -17,7 +17,8 @@ class AxisRanges
 {
 public:
     bool IsEmpty() const { return m_ranges.empty(); }
-    /// From the device's range of depth and the lens's view at the farthest depth, where the view is widest.
+    /// Computes C from the device's range of depth, including the device's offset, and A and B from the
+    /// lens's view at the farthest depth, where the view is widest.
     void Compute(const Scan3dInfo &info, const tarn::cvl::CalibrationParameters &camera);
     /// @throws std::out_of_range "unordered_map::at: key not found" before Compute
     std::pair<double, double> Of(Scan3dCoordinate coordinate) const;

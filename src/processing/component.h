@@ -24,11 +24,11 @@ enum class Component : int32_t
 /// The enumerator's name; a value outside of the enumeration as a decimal number.
 std::string ToString(Component component);
 
-/// The component that an entry of ComponentSelector names, none for another entry.
+/// The component that an entry of ComponentSelector names; none for an unknown entry.
 std::optional<Component> ComponentOfEntry(std::string_view entry);
-/// The component of a part of this PARTDATATYPE_IDS, none for another type.
+/// The component of a part with this PARTDATATYPE_IDS; none for an unknown type.
 std::optional<Component> ComponentOfPart(int32_t type);
-/// The component that comes in a format.
+/// The component whose images have this format.
 Component ComponentOf(tarn::common::PixelFormat format);
 
 /// Whether a format is depth without the other two coordinates.

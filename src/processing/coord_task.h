@@ -22,7 +22,7 @@ namespace GenTL::internal
 /// Without lens calibration, nothing but confidence maps and the mode UncalibratedC works.
 ///
 /// Configured on the consumer's threads while no acquisition runs. SetMetadata replaces the rectifier without
-/// a lock, so it has to be called ahead of the frames that need it.
+/// a lock, so it must not run while a frame is processed.
 class CoordTask final : public ITask
 {
 public:
@@ -37,7 +37,7 @@ public:
     uint64_t ImagePayloadSize(Component component, tarn::common::Size size) const override;
     std::vector<tarn::common::PixelFormat>
     AvailableOutputFormats(Component component, tarn::common::PixelFormat input) const override;
-    /// In three dimensions the first input that can be processed, whatever output is wanted.
+    /// For Image3D, the first input that the mode can process, whatever the output.
     std::optional<tarn::common::PixelFormat>
     MatchInputFormat(Component component, tarn::common::PixelFormat output,
                      const std::vector<tarn::common::PixelFormat> &inputs) const override;
@@ -57,17 +57,18 @@ public:
 
     /// Minimum and maximum of a coordinate in the current mode.
     /// @throws GenTLException for A and B in a mode without them
-    /// @throws std::out_of_range while scale or calibration is unknown
+    /// @throws std::out_of_range in a calibrated mode, while 3D values or calibration are unknown
     std::pair<double, double> GetScan3dAxisMinMax(Scan3dCoordinate coordinate) const;
 
 private:
     using PixelFormat = tarn::common::PixelFormat;
 
-    /// Once scale and calibration are known; the first answer stays.
+    /// Computes the ranges if there is a calibration and they are not computed yet.
     void ComputeAxisRanges();
     void ProcessImage(const InputData &input, std::span<uint8_t> output, ProcessingResult &result);
     void ProcessParts(const InputData &input, std::span<uint8_t> output, ProcessingResult &result);
-    /// @return the bytes that were written, which are added to the result's size
+    /// Adds the bytes that it writes to result.bytesWritten.
+    /// @return these bytes
     uint64_t ProcessComponent(Component component, const Rectification::Source &source, PixelFormat format,
                               std::span<uint8_t> output, ProcessingResult &result);
 

@@ -32,7 +32,7 @@ public:
     /// The output formats for an input format; may be empty.
     virtual std::vector<tarn::common::PixelFormat>
     AvailableOutputFormats(Component component, tarn::common::PixelFormat input) const = 0;
-    /// The available input format that gives this output.
+    /// The available input format that gives this output; none when no input does.
     virtual std::optional<tarn::common::PixelFormat>
     MatchInputFormat(Component component, tarn::common::PixelFormat output,
                      const std::vector<tarn::common::PixelFormat> &inputs) const = 0;

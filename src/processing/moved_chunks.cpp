@@ -66,7 +66,7 @@ private:
 
 ChunkList MoveChunks(const InputData &input, std::span<uint8_t> output, uint64_t imageSize)
 {
-    // The vision library accepts an image without pixels at a null address.
+    // The conversion before this call does not fail for an image without pixels at a null address.
     CheckHasMemory(input);
     const auto &entries = input.chunks->entries;
     // Unsigned on purpose: the difference wraps when a smaller image moves the chunks towards the front.

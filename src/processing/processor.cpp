@@ -56,7 +56,7 @@ uint64_t Processor::PayloadSize()
     }
     uint64_t payload = m_payloadSize();
     const Size size = m_imageSize();
-    // The bytes of chunks and of other parts stay in the sum.
+    // Only the images change their size. The bytes of chunks and of other parts stay in the sum.
     for (const auto &[component, format] : m_inputFormats)
     {
         payload += m_activeTask->ImagePayloadSize(component, size);
@@ -138,7 +138,7 @@ PixelFormat Processor::SetOutputPixelFormat3d(Component component, PixelFormat f
     {
         fail();
     }
-    // Does not fail: the mode's own output format replaces one that it cannot make.
+    // A format that the mode cannot make is no error: the mode's own format replaces it.
     const bool isMade = std::ranges::find(outputs, format) != outputs.end();
     return Activate(*m_coordTask, component, *input, isMade ? format : outputs.front());
 }

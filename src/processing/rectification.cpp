@@ -46,7 +46,7 @@ int32_t Truncate(double value)
         std::clamp(value, static_cast<double>(Limits::min()), static_cast<double>(Limits::max())));
 }
 
-/// Raw values of valid pixels, both ends included.
+/// The range of the raw values of valid pixels, both ends included.
 struct ValidRange
 {
     ValidRange(double lowest, double highest) : minimum(Truncate(lowest)), maximum(Truncate(highest))
@@ -101,7 +101,7 @@ public:
 
 private:
     ValidRange m_range;
-    Image m_comparable; ///< the same memory
+    Image m_comparable; ///< the raw depth's memory, in the format for the comparison
     Region m_valid;
     Image m_depth;
 };
@@ -187,7 +187,7 @@ void Rectification::ProcessDepthToCalibratedDepth(const Source &source, const Im
 void Rectification::ProcessDepthToXYZ(const Source &source, const Image &image, const Target &target) const
 {
     auto &rectifier = Rectifier("CoordTask::ProcessDepthToXYZ");
-    // Always called, because it refuses floats.
+    // Called even when the device has a maximum: the call throws for a format of floats.
     const auto largest = static_cast<double>(tarn::common::MaximumPixelValue(source.format));
     const auto maximum = m_info.scan3dAxisMax.value_or(std::min(largest, defaultAxisMax));
     const DepthImage depth(*this, source, image, maximum);

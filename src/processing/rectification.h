@@ -76,12 +76,12 @@ private:
     void ProcessDepthToCalibratedDepth(const Source &source, const tarn::cvl::Image &image,
                                        const Target &target) const;
     void ProcessDepthToXYZ(const Source &source, const tarn::cvl::Image &image, const Target &target) const;
-    /// @param operation the one that needs it, for the log
+    /// @param operation the operation that needs the rectifier, for the log
     tarn::cvl::Undistortion &Rectifier(const char *operation) const;
 
     std::unique_ptr<tarn::cvl::Undistortion> m_rectifier;            ///< null without calibration
     std::unique_ptr<tarn::cvl::CalibrationParameters> m_calibration; ///< null until there is one
-    tarn::common::Metadata m_metadata;                               ///< goes along with every image
+    tarn::common::Metadata m_metadata;                               ///< attached to every image
     Scan3dInfo m_info;
     Scan3dOutputMode m_mode = Scan3dOutputMode::CalibratedABC_Grid;
 };

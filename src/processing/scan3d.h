@@ -21,7 +21,7 @@ enum class Scan3dCoordinate : int32_t
 /// "Scan3dCoordinate" and the letter, as in "Scan3dCoordinateA"; without a letter for any other value.
 std::string ToString(Scan3dCoordinate coordinate);
 
-/// The coordinate that an entry of Scan3dCoordinateSelector names, none for another entry.
+/// The coordinate that an entry of Scan3dCoordinateSelector names; none for an unknown entry.
 std::optional<Scan3dCoordinate> Scan3dCoordinateOf(std::string_view entry);
 
 /// Entries of the SFNC feature of this name, in its order.
@@ -53,11 +53,11 @@ struct OutputModeTraits
     Scan3dOutputMode mode{};
     bool isRaw = false;   ///< the device's values pass through
     bool hasGrid = false; ///< a point has the coordinates A and B
-    /// The format of the depth that comes out; none: the format of the device, which may then not be floats.
+    /// The format of the depth that comes out. None: the device's format, which must not be floats then.
     std::optional<tarn::common::PixelFormat> makes{};
 };
 
-/// The modes that the processing makes of any depth.
+/// The modes that the processing implements.
 inline constexpr std::array<OutputModeTraits, 3> outputModes{
     {{.mode = Scan3dOutputMode::UncalibratedC, .isRaw = true},
      {.mode = Scan3dOutputMode::CalibratedC, .makes = tarn::common::PixelFormat::Coord3D_C32f},
@@ -65,10 +65,10 @@ inline constexpr std::array<OutputModeTraits, 3> outputModes{
       .hasGrid = true,
       .makes = tarn::common::PixelFormat::Coord3D_ABC32f}}};
 
-/// The row of a mode. A mode without one has the traits of none.
+/// The row of a mode. A mode without a row is not raw, has no grid and makes no format of its own.
 OutputModeTraits TraitsOf(Scan3dOutputMode mode);
 
-/// 3D values of the device; an absent one has no readable node.
+/// 3D values of the device. A value is absent when its node is missing or not readable.
 struct Scan3dInfo
 {
     std::optional<double> scan3dCoordinateScale;
