@@ -11,7 +11,7 @@
 namespace GenTL::internal
 {
 
-/// A device's description, byte for byte as the device gave it when it was opened, and what was read in it.
+/// A device's description, byte for byte as the device gave it when it was opened, and its nodes.
 ///
 /// Owned by the device's RemotePort; constant after construction.
 class DeviceDescription

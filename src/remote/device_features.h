@@ -10,8 +10,8 @@
 namespace GenTL::internal
 {
 
-/// The features of a device by name: its description, and the registers behind it as the device itself has
-/// them.
+/// The features of a device by name. Reads the device's own registers, below the overrides that a consumer
+/// sees.
 ///
 /// A view: port and parser must outlive it. Copies are cheap. As thread-safe as the port.
 class DeviceFeatures
@@ -23,7 +23,7 @@ public:
     IPort &Port() const { return m_port; }
     /// @throws GenTLException "Parser not initialized"
     const nodemap::NodeMapParser &Parser() const;
-    /// The same for what needs a description that could be read.
+    /// Like Parser, for callers that need a valid description.
     /// @throws GenTLException "XML not parsed or not valid!"
     const nodemap::NodeMapParser &ValidParser() const;
 

@@ -96,14 +96,14 @@ void FormatAvailability::Read(const nodemap::NodeInfo &node, Component component
 {
     m_features.Port().ReadRegisters(node.Address, buffer, size);
     const auto mask = utils::MapAt(utils::MapAt(m_pixelFormatMasks, node.Address), component);
-    // A number of 64 bits in a register of 8 bytes and of 32 bits in any other, whatever size the lower
-    // producer says that it has read.
+    // The number has 64 bits in a register of 8 bytes and 32 bits in any other. The size that the lower
+    // producer reports as read does not count.
     const auto length = node.Length == sizeof(uint64_t) ? sizeof(uint64_t)
                                                         : std::min<uint64_t>(node.Length, sizeof(uint32_t));
     if (component == Component::Image3D)
     {
-        // Without the device's bits, which say nothing about the formats that the processing makes of a range
-        // image. A register of 4 bytes gets the first half of the 8, whatever the byte order.
+        // The device's bits are dropped: they say nothing about the formats that the processing makes of a
+        // range image. A register of 4 bytes gets the first 4 of the mask's 8 bytes in either byte order.
         nodemap::StoreLeadingBytes(mask, buffer, length, node.Endianess);
         return;
     }

@@ -13,9 +13,9 @@ namespace GenTL::internal
 
 /// Which entries of PixelFormat the consumer sees as available: those that the processing makes.
 ///
-/// Knows, for each component, the bits of the device's registers that stand for formats that come out of the
-/// processing, and sets them in what the consumer reads. Owned by FormatOverrides. Without a lock: used on
-/// the consumer's thread.
+/// Registers of the device have a bit for each format. For each component, this class knows the bits of the
+/// formats that the processing makes, and sets them in the bytes that the consumer reads. Owned by
+/// FormatOverrides. Has no lock: used on the consumer's thread.
 class FormatAvailability
 {
 public:
@@ -24,15 +24,15 @@ public:
     {
     }
 
-    /// Tells the processor which formats the device offers for a component, as the device stands, and
-    /// collects the bits of the formats that the processor makes of them.
+    /// Tells the processor which formats the device offers for a component in its current state, and collects
+    /// the bits of the formats that the processor makes of them.
     /// @throws GenTLException "Did not find node {}!"; failures of the device and of the processor
     void Update(Component component);
 
     /// The addresses of the registers with such bits.
     std::vector<uint64_t> Addresses() const;
 
-    /// Reads such a register and sets the bits of a component.
+    /// Reads such a register and sets the bits of a component. For Image3D, they replace the device's bits.
     /// @throws std::out_of_range "unordered_map::at: key not found" for a component without formats
     void Read(const nodemap::NodeInfo &node, Component component, void *buffer, size_t *size) const;
 

@@ -14,19 +14,19 @@ namespace GenTL::internal
 /// processing.
 ///
 /// Follows the component that the consumer selects, since each has a format of its own. Owned by RemotePort;
-/// features, processor and overrides must outlive it. Without a lock: used on the consumer's thread.
+/// features, processor and overrides must outlive it. Has no lock: used on the consumer's thread.
 class FormatOverrides
 {
 public:
     FormatOverrides(const DeviceFeatures &features, IProcessor &processor, PortOverrides &overrides);
 
-    /// Answers for the three features, and tells the processor the formats of each component: to read them,
-    /// it selects each component of the device in turn and then the one from before.
+    /// Answers for the three features, and tells the processor the formats of each component. To read them,
+    /// it selects each component of the device in turn, and at the end the original one.
     /// @throws GenTLException "Did not find node {}!"; "Not implemented component '{}'.",
     /// GC_ERR_NOT_AVAILABLE
     void Install();
-    /// Answers for the registers that say which formats are available. Comes behind all that Install and
-    /// Scan3dModes do, since the last callback for an address counts.
+    /// Answers for the registers that say which formats are available. Call it after Install and
+    /// Scan3dModes::Install, because the last callback for an address counts.
     void InstallAvailability();
 
     /// Reads a component's formats anew.

@@ -44,7 +44,7 @@ Metadata ReadMetadata(const DeviceFeatures &features)
     const std::array<std::string, 4> region{"OffsetX", "OffsetY", "Width", "Height"};
     if (std::ranges::all_of(region, [&](const auto &name) { return parser.HasNode(name); }))
     {
-        // One after the other, in this order.
+        // The braces read the four registers in this order.
         metadata.Set("Roi",
                      Rectangle{features.ReadUnsigned32(region[0]), features.ReadUnsigned32(region[1]),
                                features.ReadUnsigned32(region[2]), features.ReadUnsigned32(region[3])});

@@ -21,8 +21,8 @@ struct BinningFactors
     uint32_t vertical = 1;
 };
 
-/// The product over all regions of the device: prefix + "Selector" is set to each of its available entries in
-/// turn, and stays at the last one. 1 for a device without the features.
+/// Multiplies the factors of all entries of prefix + "Selector" that are available. Selects each of them in
+/// turn, and leaves the last one selected. 1 for a device without the features.
 /// @param prefix "Binning" or "Decimation"
 BinningFactors ReadFactors(const DeviceFeatures &features, const std::string &prefix);
 

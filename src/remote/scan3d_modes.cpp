@@ -166,7 +166,7 @@ bool Scan3dModes::WriteOutputMode(Endianess endianess, const void *buffer, size_
     const auto mode = entry->first;
     m_processor.SetScan3dOutputMode(mode);
     *size = sizeof(uint32_t);
-    // Another look at the device's formats would reset the one that the mode just chose.
+    // m_updateFormats resets the output format, so the one that the mode chose is set again afterwards.
     const auto format = m_processor.OutputPixelFormat(Component::Image3D);
     m_updateFormats();
     m_processor.SetOutputPixelFormat(Component::Image3D, format);

@@ -18,7 +18,7 @@ namespace GenTL::internal
 /// makes, and the coordinate whose values are shown.
 ///
 /// The device's own two features stay as they are. Owned by RemotePort; features, processor and overrides
-/// must outlive it. Without a lock: used on the consumer's thread.
+/// must outlive it. Has no lock: used on the consumer's thread.
 class Scan3dModes
 {
 public:

@@ -44,7 +44,7 @@ std::vector<uint8_t> ReadLensCalibration(const DeviceFeatures &features)
 {
     const std::string name = "LensCalibrationData";
     const utils::FileAccess files(features.Port(), features.Parser());
-    // Both answers are unused: a device without file access fails here.
+    // Both answers are unused. AvailableFiles throws for a device without file access.
     files.AvailableFiles();
     files.FileSize(name);
     return files.ReadFile(name);

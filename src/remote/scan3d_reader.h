@@ -22,7 +22,7 @@ Scan3dInfo ReadScan3dValues(const DeviceFeatures &features);
 std::optional<OutputModeValues> ReadOutputModes(const DeviceFeatures &features);
 
 /// The content of the device's file LensCalibrationData; empty when the device reports a failure.
-/// @throws std::exception a device without file access
+/// @throws std::exception for a device without file access
 std::vector<uint8_t> ReadLensCalibration(const DeviceFeatures &features);
 
 } // namespace GenTL::internal

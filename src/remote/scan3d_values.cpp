@@ -24,7 +24,8 @@ using nodemap::StoreNumber;
 namespace
 {
 
-/// What a feature of the device holds from now on that an axis is divided by.
+/// The divisor of an axis, where the divisor is a feature of the device: the consumer reads this value from
+/// the feature.
 constexpr uint64_t variableDivisor = 1000;
 
 /// The operand's name in a formula like TO / OPERAND, empty for a literal. None for any other formula, nor

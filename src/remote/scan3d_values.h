@@ -11,9 +11,10 @@ namespace GenTL::internal
 {
 
 /// What the consumer sees of the Scan3d values (scale, offset, axis, invalid data): those of the depth that
-/// leaves the processing. While the device's raw depth passes through, the device's own values show.
+/// leaves the processing. While the device's raw depth passes through, the device's own values show, except
+/// Scan3dInvalidDataFlag, which then is always 1.
 ///
-/// Owned by RemotePort; features, processor and overrides must outlive it. Without a lock: used on the
+/// Owned by RemotePort; features, processor and overrides must outlive it. Has no lock: used on the
 /// consumer's thread.
 class Scan3dValues
 {
