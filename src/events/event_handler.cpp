@@ -30,7 +30,7 @@ Clock::time_point DeadlineOf(uint64_t timeout)
     return now + std::chrono::milliseconds(limited);
 }
 
-/// The answer of the event types without data of their own.
+/// The sizes that an event of another type than EVENT_NEW_BUFFER reports.
 constexpr size_t otherEventSize = 128;
 
 Info AnswerDataInfo(EVENT_DATA_INFO_CMD command, const EVENT_NEW_BUFFER_DATA &data)

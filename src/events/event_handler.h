@@ -16,8 +16,8 @@
 namespace GenTL::internal
 {
 
-/// One entry of an event's queue. Only the first alternatives are in use; the others are for event types that
-/// carry a number.
+/// One entry of an event's queue. Only the first alternative of each variant is in use; the second is for
+/// event types that carry a number.
 struct NewBufferEvent
 {
     std::variant<BUFFER_HANDLE, uint64_t> id;
