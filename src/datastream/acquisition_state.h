@@ -29,9 +29,9 @@ enum class AcquisitionState : uint8_t
 /// What moves an acquisition from one state to the next.
 enum class AcquisitionStep : uint8_t
 {
-    Start,     ///< the lower stream runs and the thread is about to
+    Start,     ///< the lower stream runs and the thread is about to begin
     Stop,      ///< a consumer stops
-    LastFrame, ///< the thread has delivered as many frames as were asked for
+    LastFrame, ///< the thread has delivered the number of frames asked for
     End,       ///< the thread is about to return
     Kill,      ///< the stream object ends
 };

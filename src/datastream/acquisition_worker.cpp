@@ -76,7 +76,7 @@ void AcquisitionWorker::StartAcquisition(uint64_t iNumToAcquire)
 
 void AcquisitionWorker::StopAcquisition()
 {
-    // Of two concurrent stops only one takes the step, and may join the thread.
+    // Of two concurrent stops only one takes the step. Only this one may join the thread.
     if (!Take(AcquisitionStep::Stop))
     {
         throw GenTLException("Acquisition is already stopped!", GC_ERR_ERROR);
@@ -101,7 +101,7 @@ void AcquisitionWorker::KillAcquisition()
     }
     try
     {
-        // Waits for a frame in process, whose memory the revoke takes away.
+        // Waits until no frame is in process: the revoke takes its memory away.
         const utils::MutexLock frame(m_frameMutex);
         m_proxyStream->RevokeBuffers();
     }
@@ -189,7 +189,8 @@ void AcquisitionWorker::RunAcquisition()
     }
 }
 
-// Start refuses to run without callbacks; this waits for a stop when they are taken away later.
+// A start without callbacks fails. If the callbacks are reset later, the thread waits here for new ones or
+// for a stop.
 bool AcquisitionWorker::WaitForCallbacks()
 {
     while (!m_bufferSource || !m_bufferSink)
@@ -203,7 +204,7 @@ bool AcquisitionWorker::WaitForCallbacks()
     return true;
 }
 
-/// One lower buffer. False after a kill: from then on the thread must touch nothing.
+/// Handles one lower buffer. False after a kill: from then on the thread must touch nothing.
 bool AcquisitionWorker::RunPass(FrameTransfer &transfer)
 {
     const auto lower = m_proxyStream->WaitForBuffer(waitForBufferMs);

@@ -18,18 +18,19 @@ class FrameTransfer;
 /// Owner of the one thread of a stream's data path: it pairs each filled lower buffer with a free consumer
 /// buffer, has the processor write the frame there, and hands the consumer buffer on.
 ///
-/// Owned by its Datastream. AcquisitionState has the states and their graph. What each call does in them:
+/// Owned by its Datastream. AcquisitionState has the states and their graph. The table shows what each call
+/// does in each state. A refused call throws; the caller must not make a forbidden one.
 ///
-///     state              start              stop      kill    end of the object
-///     Idle               starts             refused   kills   ends
-///     Running            refused            stops     kills   stops, ends
-///     Stopping           not allowed        refused   not allowed
-///     Finishing          joins, starts      refused   kills   joins, ends
-///     Killed             delivers nothing   refused   kills   ends
-///     StartedAfterKill   refused            stops     kills   stops, ends
+///     state              start              stop      kill        end of the object
+///     Idle               starts             refused   kills       ends
+///     Running            refused            stops     kills       stops, ends
+///     Stopping           forbidden          refused   forbidden   forbidden
+///     Finishing          joins, starts      refused   kills       joins, ends
+///     Killed             delivers nothing   refused   kills       ends
+///     StartedAfterKill   refused            stops     kills       stops, ends
 ///
 /// Several consumer threads may stop at once: the first one stops. A start, a kill or the end of the object
-/// must not run beside another of these calls, so none of them is allowed in Stopping.
+/// must not run beside another of these calls, so all three are forbidden in Stopping.
 ///
 /// The thread throws nothing: it logs a frame that fails, and the consumer sees the failure in the buffer's
 /// flags and in the counters.
@@ -64,8 +65,8 @@ private:
     std::unique_ptr<IProxyDataStream> m_proxyStream;
     std::shared_ptr<IProcessor> m_processor;
     std::jthread m_thread;
-    /// A frame in process, whose memory a kill would take away. Held over calls into the lower producer and
-    /// the vision library. Neither calls anything of ours, so neither waits for this mutex.
+    /// Held while a frame is in process, whose memory a kill would revoke. Held over calls into the lower
+    /// producer and the vision library. Neither calls anything of ours, so neither waits for this mutex.
     utils::Mutex m_frameMutex;
     std::atomic<AcquisitionState> m_state = AcquisitionState::Idle;
     uint64_t m_numToAcquire = 0;

@@ -23,6 +23,9 @@ class ILibrary;
 ///         |                           +- flush to output -+           | push
 ///         |     EventGetData, discard                     v           v
 ///         +----------------------------------------------- Output <---+
+///
+/// Two steps are not drawn. A flush with ACQ_QUEUE_ALL_TO_INPUT moves a buffer from any state to Input. A
+/// stop moves a buffer that is still in Filling back to Input, or with ACQ_STOP_FLAGS_KILL to Output.
 enum class BufferState : int32_t
 {
     Announced = 0, ///< known to the stream, not queued; owned by the consumer
@@ -37,8 +40,8 @@ enum class BufferState : int32_t
 /// Made by the stream when it is announced; the stream and the Buffer registry own it until it is revoked.
 ///
 /// State and flags are atomic. The acquisition thread writes the description of the frame while the buffer is
-/// in Filling, and a consumer reads it after EventGetData. A consumer that asks earlier reads whatever is
-/// there; for its sake the description has a lock.
+/// in Filling, and a consumer reads it after EventGetData. A consumer that asks earlier may get values of two
+/// frames; the lock makes even this read safe.
 class Buffer final : public PortWithoutRegisters
 {
 public:
@@ -55,7 +58,7 @@ public:
     bool OwnsMemory() const { return !m_ownMemory.empty(); }
     bool IsComplete() const { return m_complete; }
 
-    /// A move to Input makes the last frame invalid.
+    /// A move to Input clears the flags of the last frame: complete and new data.
     void SetState(BufferState state);
     void SetResult(bool complete, size_t sizeFilled, bool newData);
     void SetMetadata(const BufferMetadata &metadata);
@@ -63,17 +66,17 @@ public:
     void SetChunks(const std::vector<ChunkEntry> &chunks, size_t chunkPayloadSize, uint64_t chunkLayoutId);
 
     /// @throws GenTLException GC_ERR_NOT_IMPLEMENTED for an unknown command, GC_ERR_NOT_AVAILABLE for a value
-    /// that the last frame lacks, both before null arguments are reported
+    /// that the last frame lacks. Both take precedence over an error for a null argument.
     void DSGetBufferInfo(BUFFER_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
                          size_t *piSize) const;
-    /// @throws GenTLException GC_ERR_NO_DATA without chunks, before null arguments are reported
+    /// @throws GenTLException GC_ERR_NO_DATA without chunks, even when an argument is null
     void DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const;
     /// The number of parts, 0 for a single image.
     uint32_t DSGetNumBufferParts() const;
     void DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                              void *pBuffer, size_t *piSize) const;
     /// Stores the code of a failing entry in that entry and goes on with the next one.
-    /// @throws what is no GenTLException, which ends the walk
+    /// @throws any exception of an entry that is not a GenTLException; later entries are not answered then
     void DSGetBufferInfoStacked(DS_BUFFER_INFO_STACKED *pInfoStacked, size_t iNumInfos) const;
     void DSGetBufferPartInfoStacked(DS_BUFFER_PART_INFO_STACKED *pInfoStacked, size_t iNumInfos) const;
 

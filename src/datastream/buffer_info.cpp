@@ -18,7 +18,7 @@ namespace
 
 using utils::Info;
 
-/// Nothing: the frame lacks the value.
+/// The answer to a command; none when the frame lacks the value.
 using Answer = std::optional<Info>;
 using Facts = const BufferFacts &;
 
@@ -62,7 +62,7 @@ Answer Height(Facts buffer)
     return Told(buffer.frame.metadata.height, Info::Size);
 }
 
-/// The commands that a buffer knows. It has no answer to any other one.
+/// The commands that a buffer answers. Any other one fails.
 constexpr std::array knownQueries{
     KnownQuery{BUFFER_INFO_BASE, Needs::Nothing, [](Facts b) { return Info::Pointer(b.base); }},
     KnownQuery{BUFFER_INFO_SIZE, Needs::Nothing, [](Facts b) { return Info::Size(b.size); }},

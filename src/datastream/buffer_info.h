@@ -32,7 +32,7 @@ struct BufferFacts
     size_t size;
     void *userPointer;
     bool complete;
-    bool newData; ///< else all commands that describe the frame are not available
+    bool newData; ///< when false, all commands that describe the frame fail with GC_ERR_NOT_AVAILABLE
     BufferState state;
 };
 

@@ -67,7 +67,7 @@ Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> wo
     m_worker->SetFinishedCallback([this] { m_isGrabbing = false; });
     auto &registers = m_nodeMap->GetRegisterMap();
     registers.WriteInternal(datastream_registers::streamId, streamId.data(), streamId.size());
-    // C-16: fixed at construction.
+    // C-16: the register is filled here and never again.
     const uint8_t hasDroppedFrameCount = m_worker->GetDroppedFrameCount().has_value() ? 1 : 0;
     registers.WriteInternal(datastream_registers::streamDroppedFrameCountImplemented, &hasDroppedFrameCount,
                             sizeof hasDroppedFrameCount);
@@ -235,7 +235,8 @@ void Datastream::DSStartAcquisition(ACQ_START_FLAGS iStartFlags, uint64_t iNumTo
         throw GenTLException("Acquisition is already running!", GC_ERR_RESOURCE_IN_USE);
     }
     m_numToAcquire = iNumToAcquire;
-    // Before the thread begins, whose first frames would find the stream stopped and be lost.
+    // Set before the thread begins. Otherwise PopFreeInputBuffer would fail and the first frames would be
+    // lost.
     m_isGrabbing = true;
     try
     {

@@ -21,15 +21,16 @@ namespace GenTL::internal
 /// worker's AcquisitionState, which is Idle after construction. A stream can be started again after a stop
 /// and after the last frame.
 ///
-/// isGrabbing is the consumer's view of that state. It lasts longer than Running at both ends: it is set
-/// before the lower stream starts, so that the first frames find it, and cleared once the stop has returned
-/// or the thread has ended, so that the last frame finds it.
+/// isGrabbing is the consumer's view of that state, and PopFreeInputBuffer fails without it. So it lasts
+/// longer than Running at both ends: it is set before the lower stream starts, and cleared once the stop has
+/// returned or the thread has ended.
 ///
 /// The input pool is the list of announced buffers: the first one in state Input is taken. The output queue
 /// is the queue of the registered event; without an event a pushed buffer stays in Output and no queue holds
 /// it.
 ///
-/// Consumer threads may call anything at any time, but start and stop must not run beside each other. The
+/// Consumer threads may call anything at any time, except that a start must not run beside a stop or another
+/// start. The
 /// acquisition thread calls PopFreeInputBuffer and PushBuffer. Lock order: the list of buffers, the event, a
 /// registry.
 class Datastream final : public IEventSource
@@ -59,7 +60,7 @@ public:
     /// @throws GenTLException GC_ERR_RESOURCE_IN_USE while stopped, also after the last frame asked for
     void DSStopAcquisition(ACQ_STOP_FLAGS iStopFlags);
 
-    /// Moves a buffer to the output side.
+    /// Moves a buffer to Output and pushes it to the output queue.
     /// @throws std::runtime_error for a buffer that is neither queued nor being filled
     void PushBuffer(const std::shared_ptr<Buffer> &buffer);
     /// The next buffer to fill. When none is free the result is null and the frame counts as lost.

@@ -11,7 +11,7 @@ namespace GenTL::internal
 
 class ProxyBuffer;
 
-/// The origin of every log record of the acquisition thread.
+/// The function name in the log records of the acquisition loop.
 inline constexpr auto acquisitionThreadFunction = "AcquisitionWorker::RunAcquisition";
 
 /// Carries the frames of one acquisition from lower buffers into consumer buffers, and counts them.
@@ -25,6 +25,7 @@ public:
                   uint64_t numToAcquire);
 
     /// Takes a free consumer buffer, writes the frame there and hands the buffer on, also after a failure.
+    /// Without a free buffer, logs that and returns.
     /// @throws GenTLException of the lower producer's queries; whatever the processor throws
     void Transfer(const ProxyBuffer &lower);
     /// Whether the last frame that was asked for is done.

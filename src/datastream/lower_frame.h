@@ -16,8 +16,8 @@ struct LowerFrame
     bool isIncomplete = false;
 };
 
-/// Asks the lower producer about a buffer. Queries for geometry, format and chunk flags may fail and are then
-/// left unset; payload type, completeness, part addresses and announced chunks must succeed.
+/// Asks the lower producer about a buffer. A query for geometry, format, source id, the chunk flag or the
+/// chunk layout may fail: its value is then unset, 0 or false. All other queries must succeed.
 /// @param nextFrameId in: this frame's number; out: the next one. Incremented as soon as the payload type was
 /// read, even if a later query throws.
 /// @throws GenTLException the failure of the lower producer

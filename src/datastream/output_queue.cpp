@@ -32,7 +32,7 @@ void OutputQueue::RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
     {
         throw GenTLException("Event is already registered", GC_ERR_RESOURCE_IN_USE);
     }
-    // The event outlives the stream, hence no reference to this.
+    // The event may outlive the stream, so the callback holds the library and not `this`.
     const auto release = [&library = m_library](BUFFER_HANDLE handle) { return GiveBack(library, handle); };
     m_newBufferEvent = std::make_shared<EventHandler>(release, iEventID);
     *phEvent = m_library.GetInstanceManager().events.Add(m_newBufferEvent);

@@ -17,8 +17,8 @@ class ILibrary;
 /// The output queue of a stream: the queue of its registered new-buffer event. Without an event nothing is
 /// queued, flushed or counted.
 ///
-/// Events come and go while the acquisition thread pushes, so any thread may call anything. Nothing is called
-/// with the lock held but for the Event registry.
+/// Events come and go while the acquisition thread pushes, so any thread may call anything. With its lock
+/// held, it calls only the Event registry.
 class OutputQueue
 {
 public:

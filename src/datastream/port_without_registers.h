@@ -5,7 +5,7 @@
 namespace GenTL::internal
 {
 
-/// A port that a handle must have, with neither description nor registers behind it.
+/// The port of a module that GenTL requires to have one, but that has neither description nor registers.
 ///
 /// It checks the pointers of a call and then fails with "Function not implemented", GC_ERR_NOT_IMPLEMENTED.
 /// Only the number of URLs has an answer, 0.

@@ -45,7 +45,7 @@ ProxyDataStream::ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy>
     }
     catch (...)
     {
-        // An open lower stream would refuse the next attempt.
+        // While the lower stream stays open, it cannot be opened again.
         Close(hasEvent);
         throw;
     }
@@ -125,7 +125,7 @@ void ProxyDataStream::RequeueBuffer(const ProxyBuffer &buffer)
     Proxy()->DSQueueBuffer(GetLowerHandle(), buffer.GetLowerHandle());
 }
 
-/// Tolerant: a lower stream that fails to answer defines none.
+/// A lower stream that fails to answer counts as one that defines no payload size.
 bool ProxyDataStream::DefinesPayloadSize()
 {
     try

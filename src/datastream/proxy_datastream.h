@@ -23,8 +23,8 @@ class ILibrary;
 class ProxyDataStream final : public ProxyModule, public IProxyDataStream
 {
 public:
-    /// The feature "PayloadSize" of the lower device itself, past all overrides: bytes of a frame before
-    /// processing.
+    /// Reads the feature "PayloadSize" of the lower device itself, below all overrides: the bytes of a frame
+    /// before processing.
     using DevicePayloadSize = std::function<size_t()>;
 
     /// Opens the first stream of the lower device.
@@ -56,8 +56,8 @@ private:
 
     std::unique_ptr<nodemap::NodeMapParser> m_lowerNodeMap;
     DevicePayloadSize m_devicePayloadSize;
-    /// A kill may revoke while the thread ends by itself. Held over calls into the lower producer, which
-    /// calls nothing of ours and so never waits for this mutex.
+    /// A kill may revoke the buffers while the thread, which ends by itself, revokes them too. Held over
+    /// calls into the lower producer, which calls nothing of ours and so never waits for this mutex.
     utils::Mutex m_lowerBuffersMutex;
     std::vector<BUFFER_HANDLE> m_lowerBuffers QVR_GUARDED_BY(m_lowerBuffersMutex); ///< in order of allocation
     EVENT_HANDLE m_newBufferEvent = nullptr;
