@@ -60,8 +60,9 @@ void Device::OpenRemotePort()
 Device::~Device()
 {
     m_processor.reset();
-    // One guard for all calls: when the library cleans up, the remote port is already gone. The first call
-    // then fails, and the lower GCCloseLib closes the device.
+    // One guard for all calls. When the library clears its registries, the remote port is already gone, so
+    // the first call throws and DevClose is skipped. In GCCloseLib, the lower GCCloseLib then closes the
+    // device.
     CloseQuietly(
         // Without the lock: nobody else reaches a device that ends.
         [this]() QVR_UNCHECKED

@@ -19,7 +19,7 @@ class RemotePort;
 ///
 /// Made by Interface::IFOpenDevice, owned by the Device registry. Two states: without a stream,
 /// DevOpenDataStream is allowed; with one, it is refused until DSClose. Several threads may open and close
-/// the stream at a time; the other operations have no lock.
+/// the stream at the same time; the other operations have no lock.
 class Device final : public ProxyModule
 {
 public:

@@ -1,5 +1,5 @@
 // The exports. Each one names itself, turns handles into objects, checks its arguments and calls the object's
-// operation. Only this file turns exceptions into codes and last errors.
+// operation. Only this file turns exceptions into the codes and last errors that a consumer gets.
 
 #include "datastream/buffer.h"
 #include "datastream/datastream.h"
@@ -29,8 +29,8 @@ using GenTL::internal::Library;
 using GenTL::internal::System;
 using namespace GenTL::internal::utils;
 
-// C-01: at global scope and with the full return type, because log filters match the records of GenTLCall by
-// it.
+// C-01: GenTLCall stands at global scope and spells out its return type, because log filters match the name
+// that its records get from its signature.
 namespace
 {
 
@@ -90,8 +90,8 @@ std::shared_ptr<T> Lookup(RegistryOf<T> registry, std::string_view name, void *h
     return object;
 }
 
-/// For functions that do not use the object. Holding it, even for a moment, could make this thread the one
-/// that destroys it.
+/// Checks a handle for a function that does not use its object. It takes no reference: the last reference
+/// destroys the object, and that must not happen on this thread.
 template <typename T>
 void CheckKnown(RegistryOf<T> registry, std::string_view name, void *handle)
 {
@@ -126,7 +126,7 @@ void CheckStream(DS_HANDLE handle)
     CheckKnown(&InstanceManager::datastreams, "hDataStream", handle);
 }
 
-/// The buffer. Checks the handle of its stream first.
+/// The buffer of a handle. Checks the handle of the stream first.
 std::shared_ptr<Buffer> BufferOf(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer)
 {
     CheckStream(hDataStream);

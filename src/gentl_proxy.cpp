@@ -46,7 +46,7 @@ GenTLProxy::GenTLProxy(const std::string &path) : m_path(path)
     {
         throw GenTLException("Failed to initialize CTI!", GC_ERR_ERROR);
     }
-    // Before the first call: it would load this file again, and that one the next, without end.
+    // Checked before the first call. GCInitLib of this producer would load the same file again, without end.
     if (utils::IsInOwnFile(reinterpret_cast<const void *>(m_functions.GCInitLib)))
     {
         throw GenTLException(

@@ -10,12 +10,12 @@ namespace GenTL::internal
 
 class InstanceManager;
 
-/// The object behind an IF_HANDLE: the lower interface, behind a filter that admits one family of devices.
+/// The object behind an IF_HANDLE: the lower interface, with a filter that admits one family of devices.
 /// Other devices stay in the list, are reported as not accessible and cannot be opened.
 ///
 /// Made by TLOpenInterface, owned by the Interface registry; the destructor calls the lower IFClose. Open
-/// devices do not depend on their interface. Without a lock: constant after SetHandle, which runs inside
-/// TLOpenInterface.
+/// devices do not depend on their interface. Has no lock: constant after SetHandle, which runs
+/// inside TLOpenInterface.
 class Interface final : public ProxyModule
 {
 public:
@@ -49,7 +49,8 @@ private:
     bool m_filterDevices;
 };
 
-/// Whether a device of this model name belongs to the family: "ovra..." in any case.
+/// Whether a device of this model name belongs to the family: the name begins with "ovra", in upper or lower
+/// case.
 bool IsAdmittedModel(std::string model);
 
 } // namespace GenTL::internal

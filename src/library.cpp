@@ -37,9 +37,9 @@ namespace
 constexpr auto loggerName = "gentli_proxy";
 constexpr auto defaultPattern = "[%T] [%^%l%$] (%*) %v";
 
-// A consumer may close the library, and fail, from a destructor of a static object, which runs after the
-// thread-local objects of the main thread are gone. This pointer has no destructor, so it can be read until
-// the process ends.
+// A consumer may call GCCloseLib from the destructor of a static object. It runs after the thread-local
+// objects of the main thread are destroyed, LastError among them. This flag has no destructor, so it can be
+// read until the process ends.
 thread_local bool isLastErrorGone = false;
 
 struct LastError
@@ -50,7 +50,7 @@ struct LastError
     ~LastError() { isLastErrorGone = true; }
 };
 
-/// The calling thread's last error; null at the end of the thread.
+/// The calling thread's last error; null once the thread has destroyed it.
 LastError *CurrentLastError()
 {
     thread_local LastError lastError;
@@ -135,9 +135,9 @@ void Library::Initialize()
     SetCurrentLastError({}, GC_ERR_SUCCESS);
     BringUpLowerProducer();
     BringUpVisionLibrary();
-    // At exit, static objects end in the reverse order of their construction. The handles that a consumer
-    // left open must be closed before the lower producer's static objects end, which are younger than this
-    // library's, and before the vision library is unloaded.
+    // The handles that a consumer left open must be closed before the lower producer's static objects are
+    // destroyed and before the vision library is unloaded. Both were loaded above, and exit handlers and
+    // destructors run in reverse order, so a handler that is registered here runs first.
     std::atexit([] { Instance().ReleaseMembers(); });
     m_initialized = true;
 }
@@ -265,7 +265,7 @@ void Library::GetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer
 namespace
 {
 
-/// The module over a lower module behind a handle; null for a handle of another kind.
+/// The ProxyModule behind a handle; null for a handle of another kind.
 std::shared_ptr<ProxyModule> FindProxyModule(InstanceManager &instances, void *handle)
 {
     if (auto port = instances.remotePorts.Find(handle))

@@ -20,8 +20,9 @@ namespace GenTL::internal
 /// The root of the system: the log set-up, the registries, the lower producer and the last errors.
 ///
 /// One for the process, reached by Instance. Closed until GCInitLib and again after GCCloseLib. No other call
-/// may run during these two; in between, any thread may call anything. At process exit the destructor closes
-/// the lower handles that a consumer left open, without the lower GCCloseLib.
+/// may run during these two; in between, any thread may call anything. At process exit, an exit handler
+/// clears the registries, which closes lower handles that a consumer left open. It calls neither the lower
+/// DevClose nor the lower GCCloseLib.
 class Library final : public ILibrary, public ISystemInformationProvider
 {
 public:

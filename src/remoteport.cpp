@@ -25,8 +25,8 @@ RemotePort::RemotePort(const std::shared_ptr<IGenTLProxy> &proxy, PORT_HANDLE ha
     m_processor->SetImageSizeCallback([this] { return ReadImageSize(m_features); });
     m_processor->SetPayloadSizeCallback([this]
                                         { return nodemap::ReadUnsigned(*this, FindNode("PayloadSize")); });
-    // Ahead of the overrides, so that the device itself answers. A description that cannot be read fails
-    // there.
+    // Before the overrides: their set-up asks the processor, which by then must know whether this is a 3D
+    // device. A document that is not valid XML is skipped here; InjectOverrides fails for it.
     const auto *parser = m_description.Parser();
     if (parser == nullptr || parser->IsValid())
     {

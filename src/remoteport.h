@@ -21,12 +21,12 @@ namespace GenTL::internal
 /// registers behind it.
 ///
 /// Made and owned by Device, which closes the lower handle; the RemotePort registry and the stream share it.
-/// The description is fetched and read once, in the constructor, and constant afterwards. ReadPort and
-/// WritePort are what the consumer sees: the features of a better camera, which an override answers for, and
-/// the description from memory. ReadRegisters and WriteRegisters are the device itself.
+/// The description is fetched and read once, in the constructor, and constant afterwards. The consumer uses
+/// ReadPort and WritePort: overrides answer for the features that the processing changes, memory holds the
+/// description, and all else is the device's. ReadRegisters and WriteRegisters reach the device itself.
 ///
-/// Without a lock: which component is selected, and the availability of pixel formats, follow the consumer's
-/// writes on the consumer's thread.
+/// Has no lock: the consumer's writes change the selected component and the availability of pixel formats, on
+/// the consumer's thread.
 class RemotePort final : public ProxyModule
 {
 public:
@@ -47,11 +47,12 @@ public:
 
 private:
     void ReadFromDevice(uint64_t address, void *buffer, size_t size);
-    /// Gives the processor what the device says of its 3D output and of its image geometry.
+    /// Reads the device's 3D values, modes, lens calibration and image geometry, and gives them to the
+    /// processor.
     void ReadScan3dInfo();
     void ReadLensCalibration();
     void InjectOverrides();
-    /// A user set may change the 3D values.
+    /// Has each UserSetLoad read the 3D values again, because a user set may change them.
     void OverrideUserSetLoad();
 
     std::shared_ptr<IProcessor> m_processor;

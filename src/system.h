@@ -21,7 +21,7 @@ namespace GenTL::internal
 /// read through to the lower system module. The lists of interfaces come from the lower producer.
 ///
 /// Made by TLOpen, owned by the System registry; interfaces and devices opened through it do not depend on
-/// it. Without a lock: constant after SetHandle. Register access is serialised by the node map, callbacks
+/// it. Has no lock: constant after SetHandle. Register access is serialised by the node map, callbacks
 /// included, so a long interface update holds up every other access to this module's features.
 class System final : public IEventSource
 {
