@@ -99,11 +99,11 @@ constexpr std::array knownQueries{
                [](Facts b) { return Info::Size(b.frame.chunkPayloadSize); }},
     KnownQuery{BUFFER_INFO_CHUNKLAYOUTID, Needs::Frame,
                [](Facts b) { return Info::Uint64(b.frame.chunkLayoutId); }},
-    // C-14
+    // C-14: not the name of a file.
     KnownQuery{BUFFER_INFO_FILENAME, Needs::Frame, [](Facts) { return Info::Text("TODO!"); }},
     KnownQuery{BUFFER_INFO_PIXEL_ENDIANNESS, Needs::Nothing,
                [](Facts) { return Info::Int32(PIXELENDIANNESS_LITTLE); }},
-    // C-15: the whole memory
+    // C-15: the size of the whole memory, not of the delivered data.
     KnownQuery{BUFFER_INFO_DATA_SIZE, Needs::Frame, [](Facts b) { return Info::Size(b.size); }},
     KnownQuery{BUFFER_INFO_TIMESTAMP_NS, Needs::Frame, [](Facts b) { return Timestamp(b); }},
     KnownQuery{BUFFER_INFO_DATA_LARGER_THAN_BUFFER, Needs::Frame, [](Facts) { return Info::Bool(false); }},

@@ -30,9 +30,8 @@ namespace GenTL::internal
 /// it.
 ///
 /// Consumer threads may call anything at any time, except that a start must not run beside a stop or another
-/// start. The
-/// acquisition thread calls PopFreeInputBuffer and PushBuffer. Lock order: the list of buffers, the event, a
-/// registry.
+/// start. The acquisition thread calls PopFreeInputBuffer and PushBuffer. Lock order: the list of buffers,
+/// the event, a registry.
 class Datastream final : public IEventSource
 {
 public:

@@ -8,7 +8,7 @@ namespace GenTL::internal
 namespace
 {
 
-/// Fails once the named pointers are known to be there.
+/// Checks that the named pointers are not null, then fails.
 [[noreturn]] void Refuse(std::initializer_list<utils::NamedPointer> arguments)
 {
     utils::CheckNotNull(arguments);
