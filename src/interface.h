@@ -14,8 +14,8 @@ class InstanceManager;
 /// Other devices stay in the list, are reported as not accessible and cannot be opened.
 ///
 /// Made by TLOpenInterface, owned by the Interface registry; the destructor calls the lower IFClose. Open
-/// devices do not depend on their interface. Has no lock: constant after SetHandle, which runs
-/// inside TLOpenInterface.
+/// devices do not depend on their interface. Has no lock: constant after SetHandle, which runs inside
+/// TLOpenInterface.
 class Interface final : public ProxyModule
 {
 public:

@@ -37,9 +37,9 @@ namespace
 constexpr auto loggerName = "gentli_proxy";
 constexpr auto defaultPattern = "[%T] [%^%l%$] (%*) %v";
 
-// A consumer may call GCCloseLib from the destructor of a static object. It runs after the thread-local
-// objects of the main thread are destroyed, LastError among them. This flag has no destructor, so it can be
-// read until the process ends.
+// A consumer may call GCCloseLib from the destructor of a static object. Such a destructor runs after the
+// thread-local objects of the main thread are destroyed, LastError among them. This flag has no destructor,
+// so it can be read until the process ends.
 thread_local bool isLastErrorGone = false;
 
 struct LastError
