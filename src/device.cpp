@@ -135,7 +135,7 @@ void Device::DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *p
 
 void Device::ReleaseDataStream()
 {
-    // Destroyed after the lock is released, if this is the last reference.
+    // Declared before the lock, so that a last reference is destroyed after the lock is released.
     std::shared_ptr<Datastream> released;
     const utils::MutexLock guard(m_dataStreamMutex);
     released.swap(m_dataStream);
