@@ -260,7 +260,7 @@ TEST_F(RemotePortOverrides, GiveThePixelFormatAfterProcessing)
     EXPECT_THAT(device.reads, IsEmpty());
 }
 
-TEST_F(RemotePortOverrides, GiveThePixelFormatInThatByteOrder)
+TEST_F(RemotePortOverrides, GiveThePixelFormatInPayloadSizeOrder)
 {
     payloadSize.order = "BigEndian";
     Open();
