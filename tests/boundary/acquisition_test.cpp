@@ -307,7 +307,7 @@ void OpenGrabClose(const Exports &gentl, LowerLibrary &lower)
     }
 }
 
-TEST(FailuresOfTheLowerProducer, OneAfterTheOtherEndInACodeAndNothingOpen)
+TEST(FailuresOfTheLowerProducer, EachEndInACodeWithNothingOpen)
 {
     LowerLibrary lower;
     const EnvironmentVariable ctiPath("PROXY_TL_CTI_PATH", lower.Path());

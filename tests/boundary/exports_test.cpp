@@ -172,7 +172,7 @@ TEST_F(Exported, DeviceFunctionsTellOfTheDeviceAndItsOneStream)
     EXPECT_STREQ(id, "Stream1");
 }
 
-TEST_F(Exported, BufferFunctionsOfTheStreamKeepMemoryAndUserPointerApart)
+TEST_F(Exported, BuffersKeepMemoryAndUserPointerApart)
 {
     std::array<uint8_t, 64> memory{};
     int user = 0;

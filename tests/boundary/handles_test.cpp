@@ -112,7 +112,7 @@ std::string ExpectedText(const HandleCall &call)
 
 using Handles = ConsumerTest;
 
-TEST_F(Handles, AreTheArgumentOfAllFunctionsButThoseOfTheLibraryAndTheEvents)
+TEST_F(Handles, AreTakenByAllFunctionsButLibraryAndEvents)
 {
     // GCGetInfo, GCGetLastError, GCInitLib, GCCloseLib, TLOpen, and five functions of events, whose unknown
     // handles are the lower producer's.
@@ -198,7 +198,7 @@ TEST_F(Handles, AreGoneAfterClosing)
     EXPECT_EQ(GetLastError().text, "IFClose Error: Handle not found!");
 }
 
-TEST_F(Handles, OfStreamsAreGoneAfterClosingAndTheirDeviceOpensAnother)
+TEST_F(Handles, OfAClosedStreamAreGone)
 {
     auto *const device = OpenDevice(OpenInterface(OpenSystem()));
     auto *const stream = OpenStream(device);

@@ -190,7 +190,7 @@ TEST_F(LibraryLifecycle, RunsAHundredTimesWithoutAnOpenHandle)
     EXPECT_EQ(lower->initialized, 1);
 }
 
-TEST_F(LibraryLifecycle, StaysInitialisedWhenTheLowerProducerCannotBeClosed)
+TEST_F(LibraryLifecycle, StaysInitialisedWhenTheLowerCloseFails)
 {
     lower->FailNext("GCCloseLib", GC_ERR_BUSY);
     EXPECT_EQ(gentl.GCCloseLib(), GC_ERR_BUSY);

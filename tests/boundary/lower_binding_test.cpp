@@ -94,7 +94,7 @@ class LowerProducerOfVersion : public testing::TestWithParam<Version>
 {
 };
 
-TEST_P(LowerProducerOfVersion, HasTheFunctionsThatItsMinorNumberPromises)
+TEST_P(LowerProducerOfVersion, HasTheFunctionsOfItsMinorNumber)
 {
     const LowerLibrary lower;
     lower->versionMajor = GetParam().major;
@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(Versions, LowerProducerOfVersion,
                                          // The minor number decides, unless the major one is not known.
                                          Version{2, 0, all}, Version{2, 6, {}}, Version{0, 6, all}));
 
-TEST(LowerProducerOfUnknownVersion, HasTheFunctionsUpTo14AndNeverTheLaterOnes)
+TEST(LowerProducerOfUnknownVersion, HasTheFunctionsUpToVersion14)
 {
     for (const size_t queriesThatWork : {0U, 1U})
     {
@@ -128,7 +128,7 @@ TEST(LowerProducerOfUnknownVersion, HasTheFunctionsUpTo14AndNeverTheLaterOnes)
     }
 }
 
-TEST(LowerProducerOfUnknownVersion, IsRefusedByTheSameTextWhicheverQueryFails)
+TEST(LowerProducerOfUnknownVersion, IsRefusedWhicheverQueryFails)
 {
     const LowerLibrary lower;
     lower->FailNext("GCGetInfo", lower::works);

@@ -77,7 +77,7 @@ TEST_F(ProcessDeathTest, WithoutAVisionLibraryIsNotInitialised)
         testing::ExitedWithCode(0), "^Lib load failed: libqvr_tarn_cvl.so\n$");
 }
 
-TEST_F(ProcessDeathTest, TellsAtLevelDebugWhyAVisionLibraryDoesNotLoad)
+TEST_F(ProcessDeathTest, LogsAtDebugWhyAVisionLibraryDoesNotLoad)
 {
     EXPECT_EXIT(
         {
@@ -90,7 +90,7 @@ TEST_F(ProcessDeathTest, TellsAtLevelDebugWhyAVisionLibraryDoesNotLoad)
         "Lib load failed: libqvr_tarn_cvl.so\n$");
 }
 
-TEST_F(ProcessDeathTest, WithAnIncompleteVisionLibraryIsNotInitialised)
+TEST_F(ProcessDeathTest, FailsWithAnIncompleteVisionLibrary)
 {
     EXPECT_EXIT(
         {
@@ -147,7 +147,7 @@ TEST_F(ProcessDeathTest, SharesTheSymbolsOfTheLowerProducerWithAll)
 
 const Producer *producerAtExit;
 
-TEST_F(ProcessDeathTest, ThatExitsHasNoLowerProducerForAConsumerThatStillCalls)
+TEST_F(ProcessDeathTest, HasNoLowerProducerDuringItsExit)
 {
     EXPECT_EXIT(
         {
@@ -163,7 +163,7 @@ TEST_F(ProcessDeathTest, ThatExitsHasNoLowerProducerForAConsumerThatStillCalls)
         testing::ExitedWithCode(0), "^Proxy is not available!\n$");
 }
 
-TEST_F(ProcessDeathTest, ThatExitsMayFailAndCloseTheLibraryBehindTheEndOfItsThread)
+TEST_F(ProcessDeathTest, MayCloseTheLibraryAfterItsThreadEnded)
 {
     EXPECT_EXIT(
         {

@@ -99,7 +99,7 @@ TEST_F(DepthModes, GridAgreesWithTheFeaturesOfItsThreeCoordinates)
     EXPECT_LT(invalid, 20000U);
 }
 
-TEST_F(DepthModes, CalibratedDepthAgreesWithTheFeaturesOfItsCoordinate)
+TEST_F(DepthModes, CalibratedDepthAgreesWithItsFeatures)
 {
     UseMode("CalibratedC");
     EXPECT_EQ(Remote().Get("PixelFormat"), "Coord3D_C32f");

@@ -51,7 +51,7 @@ TEST_F(StopOrder, KillDiscardFlushEventRevokeEach)
               GC_ERR_INVALID_INDEX);
 }
 
-TEST_F(StopOrder, DefaultUnregisterDiscardRevokeTheFirstUntilNoneIsLeft)
+TEST_F(StopOrder, DefaultUnregisterDiscardRevokeTheFirst)
 {
     auto &calls = m_camera.Calls();
     m_camera.Stop(ACQ_STOP_FLAGS_DEFAULT);
@@ -66,7 +66,7 @@ TEST_F(StopOrder, DefaultUnregisterDiscardRevokeTheFirstUntilNoneIsLeft)
     EXPECT_EQ(revoked, m_camera.Buffers().size());
 }
 
-TEST_F(StopOrder, EventKillFromAnotherThreadThenRestartWithTheSameHandles)
+TEST_F(StopOrder, EventKillThenRestartWithTheSameHandles)
 {
     auto &calls = m_camera.Calls();
     GC_ERROR end = GC_ERR_SUCCESS;

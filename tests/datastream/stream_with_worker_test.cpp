@@ -311,7 +311,7 @@ class StreamWithWorkerDeathTest : public StreamWithWorker
 {
 };
 
-TEST_F(StreamWithWorkerDeathTest, PullingAFillingBufferAwayEndsTheProcess)
+TEST_F(StreamWithWorkerDeathTest, RevokingAFillingBufferEndsIt)
 {
     EXPECT_DEATH(
         {

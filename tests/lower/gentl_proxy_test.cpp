@@ -22,7 +22,7 @@ Failure FailureOfLoading(const std::string &path)
     return FailureOf([&] { const GenTLProxy proxy(path); });
 }
 
-TEST(LoadingALowerProducer, InitialisesItForTheLengthOfTheVersionQuery)
+TEST(LoadingALowerProducer, InitialisesItForTheVersionQueryOnly)
 {
     const LowerLibrary lower;
     const GenTLProxy proxy(lower.Path());
@@ -64,7 +64,7 @@ TEST(LoadingALowerProducer, DoesNotAskForFunctionsOfALaterVersion)
                  GC_ERR_NOT_IMPLEMENTED}));
 }
 
-TEST(LoadingALowerProducer, FailsWithoutAFunctionThatItsVersionPromises)
+TEST(LoadingALowerProducer, FailsWithoutAFunctionOfItsVersion)
 {
     const LowerLibrary lower("lower_without_parent_tl");
     lower->versionMinor = 5;
@@ -117,7 +117,7 @@ TEST(LoadingALowerProducer, FailsWhenTheVersionQueryFailsOtherwise)
     EXPECT_EQ(lower->initialized, 0);
 }
 
-TEST(LoadingALowerProducer, OfUnknownVersionToleratesAMissingBaseFunctionUntilItIsCalled)
+TEST(LoadingALowerProducer, FailsAtTheCallWhenTheVersionIsUnknown)
 {
     const LowerLibrary lower("lower_without_read_port");
     lower->FailNext("GCGetInfo", GC_ERR_NOT_IMPLEMENTED);

@@ -48,7 +48,7 @@ TEST_F(ProducerFolderTest, PrefersTheExactName)
     EXPECT_EQ(Find(), PathOf("qvr_gevgentl.pr_cti"));
 }
 
-TEST_F(ProducerFolderTest, GivesAFileWhoseNameHoldsTheWantedOneInAnyCase)
+TEST_F(ProducerFolderTest, FindsARenamedCopyInAnyCase)
 {
     Add("X_QVR_GevGenTL.PR_CTI.cti");
     EXPECT_EQ(Find(), PathOf("X_QVR_GevGenTL.PR_CTI.cti"));

@@ -275,7 +275,7 @@ TEST(InstanceManager, WarnsOnlyOnceAboutWhatWasCleared)
     EXPECT_THAT(log.Lines(), IsEmpty());
 }
 
-TEST(InstanceManager, LeavesDevicesThatWereNotClosedToTheLowerLibrary)
+TEST(InstanceManager, LeavesOpenDevicesToTheLowerLibrary)
 {
     const auto proxy = std::make_shared<FakeGenTLProxy>();
     FakeRemoteDevice remoteDevice;

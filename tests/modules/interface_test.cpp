@@ -341,7 +341,7 @@ TEST_F(InterfaceOpenDevice, NamesTheNullArgument)
     EXPECT_THAT(proxy->Calls(), IsEmpty());
 }
 
-TEST_F(InterfaceOpenDevice, RefusesAnotherDeviceBeforeItLooksAtTheFlags)
+TEST_F(InterfaceOpenDevice, RefusesAnotherDeviceBeforeItsFlags)
 {
     model = "other";
     const Failure expected{"Access denied!", GC_ERR_ACCESS_DENIED};
@@ -400,7 +400,7 @@ TEST_F(InterfaceOpenDevice, PassesTheOtherFlagsOn)
     EXPECT_THAT(passed, ElementsAre(1, 3, 4));
 }
 
-TEST_F(InterfaceOpenDevice, RegistersADeviceOverTheLowerOneWithItselfAsParent)
+TEST_F(InterfaceOpenDevice, RegistersADeviceWithItselfAsParent)
 {
     proxy->onIFOpenDevice = [](IF_HANDLE, const char *, DEVICE_ACCESS_FLAGS, DEV_HANDLE *device)
     {

@@ -632,7 +632,7 @@ TEST_F(SystemForwarding, OpensTheSameInterfaceTwice)
     library.instances.interfaces.Remove(second);
 }
 
-TEST_F(SystemForwarding, GivesNoHandleWhenTheLowerInterfaceDoesNotOpen)
+TEST_F(SystemForwarding, GivesNoHandleWhenTheLowerOpenFails)
 {
     const auto system = Make();
     lower->onTLOpenInterface = [](const char *, IF_HANDLE *)
@@ -643,7 +643,7 @@ TEST_F(SystemForwarding, GivesNoHandleWhenTheLowerInterfaceDoesNotOpen)
     EXPECT_EQ(handle, nullptr);
 }
 
-TEST_F(SystemForwarding, OpensNoLowerInterfaceWithoutAPlaceForItsHandle)
+TEST_F(SystemForwarding, ChecksItsHandleBeforeTheLowerOpen)
 {
     const auto system = Make();
     bool wasAsked = false;

@@ -39,7 +39,7 @@ TEST(ParseDescriptionUrl, IgnoresAQuestionMarkBeforeTheSize)
     EXPECT_EQ(RangeOf("local:///Cam.xml;12?;34"), Range(0x12, 0x34));
 }
 
-TEST(ParseDescriptionUrl, TakesTheNumberBehindASingleSeparatorForBoth)
+TEST(ParseDescriptionUrl, UsesASingleNumberForBoth)
 {
     EXPECT_EQ(RangeOf("local:///a.xml;100"), Range(0x100, 0x100));
     EXPECT_EQ(RangeOf("local:///a.xml;100?SchemaVersion=1.0.0"), Range(0x100, 0x100));

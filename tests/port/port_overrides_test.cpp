@@ -96,7 +96,7 @@ protected:
     std::vector<Bytes> kept;
 };
 
-TEST_F(PortOverridesTest, PassOnARequestAsItIsWhereNothingIsOverridden)
+TEST_F(PortOverridesTest, PassOnARequestWithoutOverrides)
 {
     EXPECT_THAT(Read(0x10, 3), ElementsAre(0x10, 0x11, 0x12));
     Write(0x20, 5);
@@ -126,7 +126,7 @@ TEST_F(PortOverridesTest, PassByARegisterThatARequestCoversInPart)
     EXPECT_THAT(kept, IsEmpty());
 }
 
-TEST_F(PortOverridesTest, TakeTheGapsBetweenRegistersFromTheDeviceInAscendingOrder)
+TEST_F(PortOverridesTest, ReadGapsFromTheDeviceInAscendingOrder)
 {
     overrides.AddPortCallback(0x16, Answer(0xBB, 2));
     overrides.AddPortCallback(0x11, Answer(0xAA, 2));
@@ -157,7 +157,7 @@ TEST_F(PortOverridesTest, TakeAnOverridesWordForMoreThanItsLength)
     EXPECT_THAT(gaps, ElementsAre(Part(0x13, 1)));
 }
 
-TEST_F(PortOverridesTest, ReadFromTheDeviceWhatAnOverrideDoesNotHandle)
+TEST_F(PortOverridesTest, ReadTheDeviceForAnUnhandledOverride)
 {
     overrides.AddPortCallback(
         0x11,
@@ -166,7 +166,7 @@ TEST_F(PortOverridesTest, ReadFromTheDeviceWhatAnOverrideDoesNotHandle)
     EXPECT_THAT(gaps, ElementsAre(Part(0x10, 4)));
 }
 
-TEST_F(PortOverridesTest, ReadFromTheDeviceWhereOnlyWritesAreOverridden)
+TEST_F(PortOverridesTest, ReadTheDeviceWhereOnlyWritesAreOverridden)
 {
     overrides.AddPortCallback(0x11, Keeper(2, true));
     EXPECT_THAT(Read(0x10, 4), ElementsAre(0x10, 0x11, 0x12, 0x13));
@@ -189,7 +189,7 @@ TEST_F(PortOverridesTest, WriteARegisterOnItsOwnThatNoOverrideTakes)
     EXPECT_THAT(gaps, ElementsAre(Part(0x12, 2), Part(0x10, 2), Part(0x14, 2)));
 }
 
-TEST_F(PortOverridesTest, WriteARegisterOnItsOwnWhereOnlyReadsAreOverridden)
+TEST_F(PortOverridesTest, WriteARegisterWithReadOverrideOnItsOwn)
 {
     overrides.AddPortCallback(0x12, Answer(0xAA, 2));
     Write(0x10, 6);
@@ -210,7 +210,7 @@ TEST_F(PortOverridesTest, WriteTheRegistersFirstAndTheGapsBehindThem)
                 ElementsAre(Part(0x10, 1), Part(0x13, 2), Part(0x17, 2), Part(0x1B, 1)));
 }
 
-TEST_F(PortOverridesTest, WriteAllThatAnOverrideLeavesWhenItRefusesAndShortens)
+TEST_F(PortOverridesTest, WriteTheRestOfARefusedAndShortenedOverride)
 {
     overrides.AddPortCallback(0x10, {.Name = "Odd",
                                      .OnRead = {},
@@ -298,7 +298,7 @@ TEST_F(PortOverridesTest, ReachTheLastRegisterOfTheAddressSpace)
     EXPECT_THAT(gaps, ElementsAre(Part(highest - 5, 2), Part(highest - 2, 3)));
 }
 
-TEST_F(PortOverridesTest, PassByARegisterThatClaimsMoreThanTheAddressSpace)
+TEST_F(PortOverridesTest, SkipARegisterLongerThanTheAddressSpace)
 {
     overrides.AddPortCallback(0x10, Answer(0xAA, highest));
     overrides.AddPortCallback(highest - 1, Answer(0xBB, 4));

@@ -89,7 +89,7 @@ TEST_F(ComponentSelector, WriteThePixelFormatOfTheSelectedComponent)
     EXPECT_THAT(processor->calls->All(), ElementsAre("output of Confidence is 1100007"));
 }
 
-TEST_F(ComponentSelector, KeepTheComponentForAnUnknownValueAndAPartialWrite)
+TEST_F(ComponentSelector, KeepsItsComponentOnAnUnknownValue)
 {
     UseSelector();
     Open();
@@ -114,7 +114,7 @@ TEST_F(ComponentSelector, KeepTheComponentWhenTheDeviceRefusesAnother)
     EXPECT_EQ(Read(pixelFormatAddress, 4), BytesOf(uint32_t{0x01080001}));
 }
 
-TEST_F(ComponentSelector, ReadTheSelectionInItsByteOrderAndWithItsSign)
+TEST_F(ComponentSelector, ReadsItsByteOrderAndSign)
 {
     UseSelector({.length = 2, .order = "BigEndian"}, Entry("Intensity", 1) + Entry("Range", -2));
     SetRegisters(selectorAddress, {0, 1});
@@ -169,7 +169,7 @@ TEST_F(ComponentSelector, PassByAComponentThatIsNotAvailable)
     EXPECT_EQ(Read(pixelFormatAddress, 4), BytesOf(uint32_t{0x01080001})) << "any other name is an image";
 }
 
-TEST_F(ComponentSelector, GoOnWithTheNextComponentWhenTheDeviceRefusesOne)
+TEST_F(ComponentSelector, SkipsAComponentThatTheDeviceRefuses)
 {
     const LogCapture log;
     UseSelector();
@@ -191,7 +191,7 @@ TEST_F(ComponentSelector, GoOnWithTheNextComponentWhenTheDeviceRefusesOne)
     EXPECT_EQ(DeviceBytes(selectorAddress, 4), BytesOf(intensity));
 }
 
-TEST_F(ComponentSelector, GoOnWithTheNextComponentWhenTheProcessorRefusesOne)
+TEST_F(ComponentSelector, SkipsAComponentThatTheProcessorRefuses)
 {
     const LogCapture log;
     UseSelector();
@@ -217,7 +217,7 @@ TEST_F(ComponentSelector, GoOnWithTheNextComponentWhenTheProcessorRefusesOne)
     EXPECT_EQ(Read(pixelFormatAddress, 4), BytesOf(uint32_t{0x01080001}));
 }
 
-TEST_F(ComponentSelector, FailWhenTheSelectionHasNoNameOrCannotBeRestored)
+TEST_F(ComponentSelector, FailsWithoutANameOrWhenNotRestored)
 {
     const LogCapture log;
     UseSelector();
@@ -228,7 +228,7 @@ TEST_F(ComponentSelector, FailWhenTheSelectionHasNoNameOrCannotBeRestored)
     EXPECT_EQ(OpenFailure(), PlainFailure("Enumeration entry not available"));
 }
 
-TEST_F(ComponentSelector, TakeADeviceForA2DCameraWhoseSelectorIsNotUsable)
+TEST_F(ComponentSelector, UnusableMeansA2DCamera)
 {
     extra = Register("NeverReg", 0x140, {});
     for (const auto &layout : {Layout{4, "LittleEndian", "RO", ""}, Layout{4, "LittleEndian", "WO", ""},
@@ -248,7 +248,7 @@ TEST_F(ComponentSelector, TakeADeviceForA2DCameraWhoseSelectorIsNotUsable)
     }
 }
 
-TEST_F(ComponentSelector, AskWhetherItIsThereThenWhatIsSelectedThenWhatThereIs)
+TEST_F(ComponentSelector, QueriesTheDeviceInItsOrder)
 {
     extra =
         Register("FirstReg", 0x140, {}) + Register("SecondReg", 0x144, {}) + Register("ThirdReg", 0x148, {});

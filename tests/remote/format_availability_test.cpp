@@ -200,7 +200,7 @@ TEST_F(FormatAvailability, FollowWhatAnother3dModeMakes)
     EXPECT_EQ(Read(availableAddress, 4), BytesOf(uint32_t{0b0011})) << "of another component";
 }
 
-TEST_F(FormatAvailability, WinOverTheEntriesOf3dModesInTheSameRegister)
+TEST_F(FormatAvailability, WinsOverThe3dModesOfTheSameRegister)
 {
     UseConditions();
     UseModes(Entry("CalibratedC", 15, Available("Bit3")));
@@ -212,7 +212,7 @@ TEST_F(FormatAvailability, WinOverTheEntriesOf3dModesInTheSameRegister)
     EXPECT_EQ(Read(availableAddress, 4), BytesOf(uint32_t{0b1000})) << "theirs otherwise";
 }
 
-TEST_F(FormatAvailability, FailForTheConditionsOfAComponentWithoutFormats)
+TEST_F(FormatAvailability, FailsForAComponentWithoutFormats)
 {
     UseConditions();
     UseSelector();
@@ -224,7 +224,7 @@ TEST_F(FormatAvailability, FailForTheConditionsOfAComponentWithoutFormats)
     EXPECT_THAT(device.reads, ElementsAre(DeviceRead(availableAddress, 4)));
 }
 
-TEST_F(FormatAvailability, StayWithinARegisterOfConditionsThatTheLowerProducerClaimsToBeLonger)
+TEST_F(FormatAvailability, IgnoresAnOverstatedLengthOfConditions)
 {
     UseConditions();
     UseSelector();
@@ -248,7 +248,7 @@ TEST_F(FormatAvailability, StayWithinARegisterOfConditionsThatTheLowerProducerCl
     }
 }
 
-TEST_F(FormatAvailability, RefuseConditionsInThePixelFormatsRegisterOfAnotherLength)
+TEST_F(FormatAvailability, RefusesConditionsOfAnotherLength)
 {
     pixelFormats = Entry("Mono8", 0x01080001, Available("Bit"));
     extra = BitOf("Bit", "OtherReg", 0) + Register("OtherReg", pixelFormatAddress, {.length = 8});

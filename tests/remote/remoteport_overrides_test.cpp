@@ -163,7 +163,7 @@ TEST_F(RemotePortOverrides, GoOnBehindTheDescriptionOnTheDevice)
     EXPECT_THAT(device.reads, ElementsAre(DeviceRead(0x10000 + size, 1), DeviceRead(0x10000 + size, 1)));
 }
 
-TEST_F(RemotePortOverrides, ReadTheDeviceAheadOfTheDescriptionAndBehindIt)
+TEST_F(RemotePortOverrides, ReadTheDeviceAroundTheDescription)
 {
     Open();
     FillTheAddressSpace(0x5A);
@@ -187,7 +187,7 @@ TEST_F(RemotePortOverrides, GiveADescriptionAtTheEndOfTheAddressSpace)
     EXPECT_EQ(Read(widthAddress, 4), BytesOf(uint32_t{640}));
 }
 
-TEST_F(RemotePortOverrides, DoNotTakeTheStartOfTheAddressSpaceForADescriptionBeyondItsEnd)
+TEST_F(RemotePortOverrides, DoNotWrapADescriptionAround)
 {
     const auto text = Description();
     const auto first = std::numeric_limits<uint64_t>::max() - 9;
@@ -260,7 +260,7 @@ TEST_F(RemotePortOverrides, GiveThePixelFormatAfterProcessing)
     EXPECT_THAT(device.reads, IsEmpty());
 }
 
-TEST_F(RemotePortOverrides, GiveThePixelFormatInTheByteOrderOfThePayloadSize)
+TEST_F(RemotePortOverrides, GiveThePixelFormatInPayloadSizeOrder)
 {
     payloadSize.order = "BigEndian";
     Open();
@@ -304,7 +304,7 @@ TEST_F(RemotePortOverrides, TakeAPixelFormatOfTheMakerUnsigned)
     EXPECT_THAT(processor->calls->All(), ElementsAre("output of Image2D is FFFFFFFF"));
 }
 
-TEST_F(RemotePortOverrides, WriteTheUpperHalfOfAFormatToAShortBigEndianRegister)
+TEST_F(RemotePortOverrides, WriteTheUpperHalfToAShortBigEndianOne)
 {
     payloadSize.order = "BigEndian";
     Open();
@@ -314,7 +314,7 @@ TEST_F(RemotePortOverrides, WriteTheUpperHalfOfAFormatToAShortBigEndianRegister)
     EXPECT_THAT(writes, ElementsAre(Write{pixelFormatAddress, {0, 0, 0, 0}}));
 }
 
-TEST_F(RemotePortOverrides, WriteTheSecondHalfOfALongPixelFormatAsItCame)
+TEST_F(RemotePortOverrides, WriteTheSecondHalfOfALongFormatUnchanged)
 {
     pixelFormat.length = 8;
     Open();
@@ -323,7 +323,7 @@ TEST_F(RemotePortOverrides, WriteTheSecondHalfOfALongPixelFormatAsItCame)
                                     Write{pixelFormatAddress + 4, BytesOf(uint32_t{0x11223344})}));
 }
 
-TEST_F(RemotePortOverrides, TakeTheFirstHalfOfALongBigEndianPixelFormat)
+TEST_F(RemotePortOverrides, TakeTheFirstHalfOfALongBigEndianFormat)
 {
     payloadSize.order = "BigEndian";
     pixelFormat.length = 8;
@@ -345,7 +345,7 @@ TEST_F(RemotePortOverrides, DoNotReadBeyondAShortPixelFormat)
     EXPECT_THAT(writes, ElementsAre(Write{pixelFormatAddress, {0x01, 0x00}}));
 }
 
-TEST_F(RemotePortOverrides, LeaveTheDeviceAloneWhenTheProcessorRefusesAFormat)
+TEST_F(RemotePortOverrides, DoNotWriteAFormatThatTheProcessorRefuses)
 {
     Open();
     processor->onSetOutput = [](Component, PixelFormat)

@@ -219,7 +219,7 @@ TEST_F(RemotePortLoading, KeepsTheCodeOfALowerFailure)
     EXPECT_EQ(MakeFailure(), (Failure{"no URL", GC_ERR_NOT_AVAILABLE}));
 }
 
-TEST_F(RemotePortLoading, GivesTheProcessorNothingBeforeItHasTheDescription)
+TEST_F(RemotePortLoading, CallsTheProcessorAfterTheDescription)
 {
     proxy->onGCReadPort = [](PORT_HANDLE, uint64_t, void *, size_t *) -> GC_ERROR
     { LowerFailure(GC_ERR_IO, "no answer"); };

@@ -110,14 +110,14 @@ TEST_F(Scan3dDeviceWithoutCalibration, SaysSoOnceWhereTheFileIsEmpty)
     EXPECT_THAT(log.Lines(), ElementsAre(invalid));
 }
 
-TEST_F(Scan3dDeviceWithoutCalibration, SaysSoOnceWhereTheFileCannotBeRead)
+TEST_F(Scan3dDeviceWithoutCalibration, LogsOnceForAnUnreadableFile)
 {
     files.statusOf = [](int) { return FakeFileDevice::failure; };
     Open();
     EXPECT_THAT(log.Lines(), ElementsAre(invalid));
 }
 
-TEST_F(Scan3dDeviceWithoutCalibration, SaysSoOnceWhereThereIsNoFileAccess)
+TEST_F(Scan3dDeviceWithoutCalibration, LogsOnceWithoutFileAccess)
 {
     const std::string node = "Name=\"FileSelector\"";
     extra.replace(extra.find(node), node.size(), "Name=\"Other\"");
@@ -125,7 +125,7 @@ TEST_F(Scan3dDeviceWithoutCalibration, SaysSoOnceWhereThereIsNoFileAccess)
     EXPECT_THAT(log.Lines(), ElementsAre("error: Did not find node FileSelector!"));
 }
 
-TEST_F(Scan3dDeviceWithoutCalibration, SaysSoAtEachStepWhereTheFileIsNotListed)
+TEST_F(Scan3dDeviceWithoutCalibration, LogsEachStepForAFileNotListed)
 {
     const std::string entry = "Name=\"LensCalibrationData\"";
     extra.replace(extra.find(entry), entry.size(), "Name=\"Other\"");

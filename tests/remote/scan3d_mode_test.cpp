@@ -385,7 +385,7 @@ TEST_F(Scan3dCoordinateSelection, PassesOverAValueThatItDoesNotKnow)
     EXPECT_THAT(writes, IsEmpty());
 }
 
-TEST_F(Scan3dCoordinateSelection, StoresNothingForACoordinateThatTheDeviceDoesNotHave)
+TEST_F(Scan3dCoordinateSelection, StoresNothingForAnUnknownOne)
 {
     UseModes();
     UseCoordinates({}, Entry("CoordinateA", 30));
