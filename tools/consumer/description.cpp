@@ -48,7 +48,7 @@ std::vector<uint8_t> FetchDescription(internal::IPort &port, const std::string &
 {
     constexpr std::string_view file = "file://";
     const auto withoutQuery = url.substr(0, url.find('?'));
-    // ParseDescriptionUrl, the reader of the producer, takes one number for both.
+    // A local URL must give address and size. ParseDescriptionUrl also accepts a single number for both.
     if (HasScheme(withoutQuery, "local:") && std::ranges::count(withoutQuery, ';') > 1)
     {
         const auto range = internal::ParseDescriptionUrl(withoutQuery).value();

@@ -14,7 +14,7 @@ namespace gentlctl
 std::string LoadDescription(GenTL::internal::IPort &port);
 
 /// The bytes of a register or a description.
-/// @throws std::runtime_error the size is 0, or larger than any honest description
+/// @throws std::runtime_error the size is 0 or more than 1 GiB
 std::vector<uint8_t> ReadWhole(GenTL::internal::IPort &port, uint64_t address, uint64_t size);
 
 } // namespace gentlctl

@@ -22,7 +22,8 @@ int64_t LiteralOf(const pugi::xml_text &text)
     return std::string_view(text.get()) == "true" ? 1 : text.as_llong();
 }
 
-/// Replaces each integer literal by a register of the port's own.
+/// Replaces the literal value of each integer, boolean and enumeration by a register that the port itself
+/// holds.
 void GiveRegisters(pugi::xml_document &description, Port &port)
 {
     auto root = description.child("RegisterDescription");

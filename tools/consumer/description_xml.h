@@ -16,7 +16,8 @@ using NumberForm = std::string (*)(uint64_t);
 struct DescriptionXml
 {
     std::string text;
-    /// Why a port is there for a time only, as "only with a frame"; by the name of the port.
+    /// When a port exists that does not always exist, for example "only with a frame"; by the name of the
+    /// port.
     std::map<std::string, std::string> passingPorts;
     /// The ids of chunks, by the name of their port.
     std::map<std::string, uint64_t> chunkIds;
@@ -24,11 +25,11 @@ struct DescriptionXml
     std::map<std::string, NumberForm> forms;
 };
 
-/// Reads the description behind a port. An integer that the description gives as a value gets a register of
-/// the port's own, so that features, formulas and conditions read and write it as any other.
+/// Reads the description behind a port. Gives each integer, boolean and enumeration with a literal value a
+/// register that the port itself holds, so that features, formulas and conditions read and write it like any
+/// other.
 ///
-/// NodeMapParser reads the resulting text once more: it has to see those registers, so they must be there
-/// before.
+/// `text` contains these registers: NodeMapParser, which reads it next, finds them there.
 /// @throws std::runtime_error as LoadDescription
 DescriptionXml ReadDescriptionXml(Port &port);
 

@@ -10,11 +10,11 @@
 namespace gentlctl
 {
 
-/// An opened device with its remote port, and its first stream once somebody asks for it.
+/// An opened device with its remote port. Opens its first stream on demand.
 class OpenDevice
 {
 public:
-    /// @param selection as of Producer::Choose
+    /// @param selection as for Producer::Choose
     /// @throws std::runtime_error there is no such device, or it cannot be opened; the message says why
     OpenDevice(Producer &producer, const std::string &selection);
 
@@ -22,7 +22,7 @@ public:
     void *InterfaceHandle() const { return m_interface; }
     void *DeviceHandle() const { return m_device.Get(); }
     void *RemotePortHandle() const { return m_remotePort; }
-    /// The first stream, opened by the first call.
+    /// The first stream. The first call opens it.
     void *Stream();
 
     /// @param module "system", "interface", "device", "remote" or "stream"

@@ -37,7 +37,7 @@ std::vector<std::string> Similar(std::vector<std::string> names, const std::stri
     const auto sameLength = std::ranges::find(names, wanted.size(), &std::string::size);
     if (sameLength != names.end())
     {
-        // It differs in upper and lower case only.
+        // This name differs from the wanted one only in case.
         return {*sameLength};
     }
     names.resize(std::min(names.size(), most));
@@ -105,8 +105,8 @@ const FeatureDescription::NodeInfo &FeatureDescription::Find(const std::string &
     return m_nodes.FindNode(name);
 }
 
-/// The port of a frame or an event that a node stands on; empty when there is none. Behind a feature there
-/// may be a register, a formula over others, or another feature.
+/// The chunk or event port behind a node; empty when there is none. A node names its port itself, or refers
+/// to other nodes directly or through a formula.
 std::string FeatureDescription::PassingPort(const std::string &node, int depth) const
 {
     constexpr int deepest = 16;

@@ -29,7 +29,8 @@ public:
     /// @throws std::runtime_error there is no such feature; the message names similar ones
     const NodeInfo &Find(const std::string &name) const;
 
-    /// Why a feature has a value for a time only, as "only with a frame"; none for other features.
+    /// When a feature has a value that it does not always have, for example "only with a frame"; none for
+    /// other features.
     std::optional<std::string> WhyPassing(const std::string &name) const;
 
     /// Features in chunks, each with the id of its chunk, in the description's order.

@@ -29,8 +29,8 @@ std::string ReadTextFeature(IPort &port, const NodeInfo &node)
     return {bytes.begin(), std::ranges::find(bytes, uint8_t{0})};
 }
 
-/// A floating-point number: a register of 8 or 4 bytes, a literal or a formula. ReadFloat of node_access.h,
-/// which knows the producer's own features only, would round all of them to 4 bytes.
+/// A floating-point number: a register of 8 or 4 bytes, a literal or a formula. ReadFloat of node_access.h is
+/// too narrow: it reads no register of 8 bytes and rounds each value to a float.
 double ReadNumberFeature(IPort &port, const NodeMapParser &nodes, const NodeInfo &node)
 {
     if (node.Length == sizeof(double))

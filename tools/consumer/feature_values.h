@@ -9,7 +9,7 @@
 namespace gentlctl
 {
 
-// How a feature is read through a port. Whether it has a value now, the caller has asked before.
+// Read a feature through a port. They do not check whether the feature has a value now.
 
 /// The value of a feature: number, truth value, name of an entry, text, or bytes in hexadecimal.
 /// @throws std::exception the feature cannot be read

@@ -31,7 +31,7 @@ Json ValueOrReason(const Features &features, const std::string &name, bool isNam
     {
         if (const auto why = isNamed ? std::nullopt : features.WhyWithoutValue(name))
         {
-            // In a list of everything this is an answer, not a failure.
+            // In a list of all features, a feature without a value is not a failure.
             return {{"text", *why}};
         }
         return features.Get(name);
@@ -42,7 +42,8 @@ Json ValueOrReason(const Features &features, const std::string &name, bool isNam
     }
 }
 
-/// In this order: a device may be unable to say whether a feature is available that it does not implement.
+/// Asks `pIsImplemented` first: a device may fail to answer `pIsAvailable` for a feature that it does not
+/// implement.
 bool IsImplementedAndAvailable(IPort &port, const nodemap::NodeMapParser &nodes,
                                const nodemap::NodeInfo &node)
 {

@@ -19,8 +19,8 @@ namespace gentlctl
 /// The features of a port by name, through the project's own description reader.
 ///
 /// Reads and writes go through the port like those of any consumer. A feature whose value is a formula can be
-/// read; it can be written only where a register stands behind it. An integer that the description gives as a
-/// value belongs to this object: it can be written and read again, and reaches no device.
+/// read; it can be written only where a register stands behind it. A literal value of the description belongs
+/// to this object: it can be written and read again, and reaches no device.
 class Features
 {
 public:
@@ -36,8 +36,8 @@ public:
     /// Names of the entries of an enumeration that can be chosen now.
     std::vector<std::string> AvailableEntries(const std::string &name) const;
 
-    /// Why a feature has no value now, as "only with a frame" for the features of chunks; none when it has
-    /// one.
+    /// Why a feature has no value now, for example "only with a frame" for the feature of a chunk; none when
+    /// it has one.
     std::optional<std::string> WhyWithoutValue(const std::string &name) const;
 
     /// @throws std::runtime_error the feature cannot be read now
@@ -58,15 +58,14 @@ public:
     /// say.
     std::string Allowed(const std::string &name) const;
 
-    // The following throw nothing for a feature that cannot be read.
+    // The following two report a feature that cannot be read in their answer, and do not throw.
 
-    /// Values by name: of the named features, else of all. In place of a value that is missing stands the
-    /// reason: as an "error" when the feature was named or could not be read, as a "text" when it has no
-    /// value now.
+    /// Values by name: of the named features; of all when `names` is empty. The reason stands in place of a
+    /// missing value: as an "error" when the feature was named or could not be read, else as a "text".
     Json Values(const std::vector<std::string> &names) const;
 
-    /// Values of the features in the chunks of a frame, by name. In place of a value that cannot be read
-    /// stands an "error".
+    /// Values of the features in the chunks of a frame, by name. An "error" stands in place of a value that
+    /// cannot be read.
     /// @param chunks by their ids
     Json ChunkValues(const std::map<uint64_t, std::span<const uint8_t>> &chunks) const;
 

@@ -49,7 +49,7 @@ PartInfo ReadPartInfo(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer
 std::vector<PartInfo> ReadPartInfos(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer)
 {
     uint32_t count = 0;
-    // Producers without parts fail here.
+    // A producer that does not support parts fails this call: then there are none.
     internal::CloseQuietly([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
     std::vector<PartInfo> parts;
     for (uint32_t part = 0; part < count; ++part)
@@ -80,7 +80,7 @@ std::map<uint64_t, std::span<const uint8_t>> FindChunks(IGenTLProxy &calls, DS_H
     return chunks;
 }
 
-/// A producer that does not say whether there are chunks is asked for them.
+/// Whether to ask for chunks: of complete frames, unless the producer says that there are none.
 bool MayHaveChunks(const FrameInfo &frame)
 {
     const auto *contains = std::get_if<bool>(&ValueOf(frame.answers, BUFFER_INFO_CONTAINS_CHUNKDATA));

@@ -14,7 +14,7 @@
 namespace gentlctl
 {
 
-// The producer's answers about a delivered buffer. A number that it does not answer is 0, an address null.
+// The producer's answers about a delivered buffer. A number without an answer is 0, an address null.
 
 /// A part of a buffer.
 struct PartInfo

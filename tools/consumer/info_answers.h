@@ -23,7 +23,7 @@ using InfoQuery = std::function<void(GenTL::INFO_DATATYPE *, void *, size_t *)>;
 /// An info function that still needs its command.
 using InfoFunction = std::function<void(int32_t, GenTL::INFO_DATATYPE *, void *, size_t *)>;
 
-/// An answer of a type that has no value of its own here.
+/// An answer of an INFO_DATATYPE that InfoValue cannot hold: its size alone.
 struct OpaqueInfo
 {
     size_t size; ///< bytes
@@ -63,10 +63,10 @@ std::string TextAnswer(const InfoQuery &query);
 /// The answers to all commands, failures included, in the order of the commands.
 std::vector<InfoAnswer> Answers(std::span<const InfoCommand> commands, const InfoFunction &function);
 
-/// Whether a value is the truth value true.
+/// Whether a value is the boolean true.
 bool IsTrueAnswer(const InfoValue &value);
 
-/// A value as a number; none when it is something else. A truth value is no number.
+/// A value as a number; none when it is something else, a boolean included.
 std::optional<uint64_t> NumberOf(const InfoValue &value);
 
 } // namespace gentlctl

@@ -44,7 +44,7 @@ std::shared_ptr<Port> Modules::PortOf(const std::string &module)
     using internal::ModuleType;
     if (module == "system")
     {
-        // Its features list the interfaces that the last update found.
+        // The features of the system list the interfaces that the last update found.
         m_producer.Enumerate();
         return std::make_shared<Port>(m_producer.Shared(), m_producer.System(), ModuleType::System);
     }

@@ -15,7 +15,7 @@ namespace gentlctl
 class Modules
 {
 public:
-    /// @param selection as of Producer::Choose
+    /// @param selection as for Producer::Choose
     Modules(Producer &producer, std::string selection);
 
     /// The interface of the selected device; without a selection the first one with a device that can be

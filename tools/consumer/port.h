@@ -12,8 +12,8 @@ namespace gentlctl
 
 /// A register port of the producer, for reading features by name.
 ///
-/// It also holds registers of this program's own, at addresses where no device has any: a description may
-/// give a feature's value in place of a register. One thread at a time uses those.
+/// It also holds registers of its own, at addresses that no device uses. They store the literal values of a
+/// description. Only one thread at a time may use them.
 class Port final : public GenTL::internal::ProxyModule
 {
 public:

@@ -22,13 +22,13 @@ using GenTL::internal::IGenTLProxy;
 namespace
 {
 
-// Time for a camera's answer to a discovery, in milliseconds.
+// How long an update waits for the cameras to answer, in ms.
 constexpr uint64_t updateTimeout = 1000;
 
 std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
 {
     // The proxy producer opens the vision library by its bare name, which works once the library is loaded.
-    // It stays loaded until the process ends; other producers do not notice it.
+    // It stays loaded until the process ends. Other producers do not use it.
     dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
     try
     {

@@ -27,7 +27,7 @@ std::string FindProducerFile(const std::string &argument)
         return argument;
     }
     std::error_code ignored;
-    // The first is where a build has it, the second where an installation has it.
+    // Its place in a build, then its place in an installation.
     for (const auto *ours : {"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"})
     {
         if (const auto file = LibraryFolder() / ours; fs::is_regular_file(file, ignored))

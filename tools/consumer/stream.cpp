@@ -108,7 +108,7 @@ void RunningStream::Start(const BufferCount &count)
     m_remote.Execute("AcquisitionStart");
 }
 
-// A step that fails, or undoes what was never begun, must not keep the next one from running.
+// Every step runs, even when an earlier one fails, or undoes a step that Start never reached.
 void RunningStream::Stop()
 {
     StopDevice();

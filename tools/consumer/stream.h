@@ -16,7 +16,7 @@ namespace gentlctl
 
 /// A stream with buffers, which runs from construction to destruction.
 ///
-/// One thread at a time, but for EndWait.
+/// Only one thread at a time may call; any thread may call EndWait.
 class RunningStream
 {
 public:
@@ -37,17 +37,17 @@ public:
     /// @throws GenTLException the wait was ended, or failed
     GenTL::BUFFER_HANDLE NextBuffer(uint64_t timeoutMs);
 
-    /// Makes a wait for the next frame fail. Any thread may call it.
+    /// Makes a wait for the next frame fail.
     void EndWait();
 
     void QueueAgain(GenTL::BUFFER_HANDLE buffer) { m_calls.DSQueueBuffer(m_stream, buffer); }
 
     size_t Buffers() const { return m_buffers.size(); }
 
-    /// Frames that were lost since no buffer was free.
+    /// Frames that were lost because no buffer was free.
     uint64_t LostFrames() const;
 
-    /// Stops the device alone: the frames that are on their way still arrive.
+    /// Stops the device, but not the stream: frames on their way still arrive.
     void StopDevice();
 
 private:

@@ -42,8 +42,8 @@ int Get(const CommonOptions &options, const std::string &module, const std::vect
 /// Writes features of a module, given as NAME=VALUE, in their order.
 int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments);
 
-/// Prints the pixel formats that a device sends, those that an application may choose, and how the producer
-/// makes these of those.
+/// Prints the pixel formats that a device sends, the formats that an application may choose, and how the
+/// producer makes each of the latter.
 int Formats(const CommonOptions &options);
 
 /// Lists the files on a device with their sizes, or fetches the named ones into a folder.

@@ -23,7 +23,7 @@ struct FormatsReport
     std::string device;                 ///< its id
     std::vector<std::string> chosen;    ///< names of the formats that an application may choose
     std::vector<std::string> sent;      ///< names of the formats that the device itself sends
-    std::vector<OfferedFormat> offered; ///< those of `chosen`, explained
+    std::vector<OfferedFormat> offered; ///< how the producer makes each of `chosen`
     /// The features that decide which formats are offered, each with its value ("is") and its entries
     /// ("canBe").
     Json decisive = Json::object();
@@ -46,7 +46,8 @@ FormatsReport ReadFormats(const CommonOptions &options)
     return report;
 }
 
-/// The formats that the device itself sends: the lower producer offers them, without the proxy producer.
+/// The formats that the device itself sends: the lower producer, asked directly, offers them. Without a lower
+/// producer they are the chosen formats.
 std::vector<std::string> SentFormats(const CommonOptions &options, const FormatsReport &report)
 {
     const auto lower = LowerProducerFile(options.producer);

@@ -91,7 +91,7 @@ private:
         }
     }
 
-    /// Writes the images that an image holds, several as "A", "B", ... behind the name of their part.
+    /// Writes each image that an image holds. Several images get "A", "B", ... after the name of their part.
     void WritePictures(const NamedImage &image)
     {
         const auto count = ImagesIn(image.view.pixelFormat);
@@ -115,7 +115,8 @@ private:
         }
     }
 
-    // A producer that unpacks reports as filled what the camera sent, which is less than the image.
+    // Bytes of the image to write. The filled size alone would be too small: a producer that unpacks reports
+    // the size that the camera sent.
     size_t Delivered(const ImageView &image) const
     {
         const auto imageSize = BytesOf(image.pixelFormat, image.width, image.height);

@@ -59,7 +59,8 @@ void FrameWriter::Run()
     }
 }
 
-/// The first frame held, which a deque keeps in place while others are added behind it. Null at the end.
+/// Waits for the first held frame; null when the writer is finishing and holds none. The pointer stays valid
+/// while frames are added, because a deque keeps its elements in place.
 const FrameInfo *FrameWriter::WaitForFrame()
 {
     MutexLock lock(m_mutex);
@@ -93,7 +94,7 @@ void FrameWriter::WriteOne(const FrameInfo &frame)
     ++m_written;
 }
 
-/// Runs a step. The first failure is the writer's.
+/// Runs a step, and keeps its exception as the writer's failure unless there is an earlier one.
 template <typename Step>
 void FrameWriter::KeepFailure(Step step)
 {

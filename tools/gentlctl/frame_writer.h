@@ -18,7 +18,7 @@ namespace gentlctl
 /// Writes frames on a thread of its own, in their order, while others arrive. The first failure ends the
 /// writing: later frames are given back unwritten.
 ///
-/// Offer and Finish are for one thread.
+/// One thread calls Offer and Finish.
 class FrameWriter
 {
 public:
@@ -33,14 +33,14 @@ public:
     FrameWriter &operator=(const FrameWriter &) = delete;
     ~FrameWriter() { Finish(); }
 
-    /// Takes a frame; false, and the frame stays the caller's, while no more can be held.
+    /// Takes a frame. While `capacity` frames are held, returns false and leaves the frame to the caller.
     bool Offer(FrameInfo &frame) QVR_EXCLUDES(m_mutex);
 
     /// Waits until no frame is held. Offer must not be called afterwards.
     void Finish() QVR_EXCLUDES(m_mutex);
 
     uint64_t Written() const QVR_EXCLUDES(m_mutex);
-    /// Why the writing ended; null while it goes on.
+    /// The first failure; null when there was none.
     std::exception_ptr Failure() const QVR_EXCLUDES(m_mutex);
     /// Names of the files that were written; to be called after Finish.
     const std::vector<std::string> &Files() const { return m_files; }
@@ -57,7 +57,7 @@ private:
     const size_t m_capacity;
     const Write m_write;
     const Release m_release;
-    std::vector<std::string> m_files; ///< belongs to the thread until Finish
+    std::vector<std::string> m_files; ///< only the writer's thread may use it until Finish
 
     mutable GenTL::internal::utils::Mutex m_mutex;
     std::condition_variable m_changed;

@@ -26,8 +26,9 @@ using Clock = std::chrono::steady_clock;
 /// Buffers that wait to be filled while frames wait to be written.
 constexpr size_t spareBuffers = 16;
 
-/// As many buffers as are asked for; else enough for all frames to arrive before the first is written, and
-/// spare ones for the frames that come before the device stops, within some memory.
+/// How many buffers to announce: the number that the options name. Without one, the spare buffers, and one
+/// for each frame to be written, so that all can arrive before the first is written. The spare ones also take
+/// the frames that come before the device stops. `least`, `most` and `memory` limit the number.
 /// @param size bytes of a buffer
 size_t BufferCount(const GrabOptions &options, size_t size)
 {

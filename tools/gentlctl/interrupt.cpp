@@ -35,7 +35,7 @@ int MakeEvent()
     return Checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 }
 
-/// Makes an event's descriptor readable for good: nobody reads the event.
+/// Makes an event's descriptor readable. It stays so, because nobody reads the event.
 void Raise(int event)
 {
     const uint64_t one = 1;
@@ -110,7 +110,7 @@ void Interrupt::TakeSignals(int signals)
         {
             m_signal = signal;
             Raise(m_event);
-            UnblockOne(signal); // The next one ends the program in this thread.
+            UnblockOne(signal); // this thread receives the next one, which ends the program
         }
     }
     close(signals);
@@ -140,7 +140,7 @@ void InterruptWatch::Run(int signalled)
     std::array<pollfd, 2> events{pollfd{m_end, POLLIN, 0}, pollfd{signalled, POLLIN, 0}};
     for (bool ending = false; !ending;)
     {
-        // Once the signal has come, its descriptor stays readable: poll the end alone.
+        // `signalled` stays readable once a signal has come, so from then on poll `m_end` alone.
         const bool came = IsReadable(events[1]);
         if (came)
         {

@@ -14,7 +14,7 @@ namespace gentlctl
 class Interrupt
 {
 public:
-    /// @throws std::system_error no descriptor or thread can be had
+    /// @throws std::system_error a descriptor or the thread cannot be made
     Interrupt();
     Interrupt(const Interrupt &) = delete;
     Interrupt &operator=(const Interrupt &) = delete;
@@ -35,12 +35,12 @@ private:
     std::thread m_thread;
 };
 
-/// Ends a wait when the signal comes: calls a function on a thread of its own, again and again until the
-/// watch ends, because a call just before the wait begins may have no effect.
+/// Ends a wait when a signal comes: a thread of its own calls `endWait` again and again until the watch is
+/// destroyed. One call is not enough, because a call just before the wait begins may have no effect.
 class InterruptWatch
 {
 public:
-    /// @throws std::system_error no descriptor or thread can be had
+    /// @throws std::system_error a descriptor or the thread cannot be made
     InterruptWatch(const Interrupt &interrupt, std::function<void()> endWait);
     InterruptWatch(const InterruptWatch &) = delete;
     InterruptWatch &operator=(const InterruptWatch &) = delete;

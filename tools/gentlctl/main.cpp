@@ -45,7 +45,7 @@ int Finish()
 int main(int argc, char **argv)
 {
     TakeStandardOutput();
-    // A file that grows too large makes its write fail, and does not end the program.
+    // With SIGXFSZ ignored, a write beyond the file size limit fails and does not end the program.
     std::signal(SIGXFSZ, SIG_IGN);
     // The exception says what failed; the log lines of the shared code would repeat it. A producer has a log
     // of its own.

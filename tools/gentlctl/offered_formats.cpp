@@ -41,7 +41,7 @@ OfferedFormat Explain(const std::string &name, const std::vector<PixelFormat> &i
     {
         return {name, PixelFormatName(*packed), "unpack"};
     }
-    // A format that is neither sent nor unpacked can only be made of depth.
+    // A format that is neither sent nor unpacked can only be made from depth.
     return {name, "raw depth", "calibrate"};
 }
 

@@ -14,9 +14,10 @@ struct OfferedFormat
     std::string task;   ///< "copy", "unpack", or "calibrate" for depth
 };
 
-/// Explains, by the table of pixel formats, how each of the chosen formats is made of those that the device
-/// sends: a format that is sent is copied, before others are unpacked. A format that is not in the table is
-/// copied.
+/// Says how the proxy producer makes each chosen format, by the table of pixel formats. It copies a format
+/// that the device sends. It unpacks a format from the packed form that the device sends. It calibrates any
+/// other format from depth. A format that is not in the table counts as copied; so does every format when the
+/// table has none of the sent ones.
 std::vector<OfferedFormat> ExplainFormats(const std::vector<std::string> &chosen,
                                           const std::vector<std::string> &sent);
 

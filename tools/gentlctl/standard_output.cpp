@@ -15,7 +15,7 @@ namespace
 
 /// The former standard output. FinishOutput closes it.
 FILE *results = nullptr;
-/// The errno of the first failure; 0 without.
+/// The errno of the first failure; 0 without one.
 int failure = 0;
 
 } // namespace

@@ -8,8 +8,8 @@
 namespace gentlctl
 {
 
-/// Keeps standard output for the results of this program: from now on, whatever libraries print there, as a
-/// producer's log, goes to standard error. To be called once, before any library is loaded.
+/// Keeps standard output for the results of this program: from now on, output of libraries to it, such as a
+/// producer's log, goes to standard error. Call it once, before any library is loaded.
 void TakeStandardOutput();
 
 /// Writes to standard output. FinishOutput reports a failure.

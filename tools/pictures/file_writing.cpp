@@ -24,7 +24,7 @@ std::string Reason(int error)
     return error == ENOSPC || error == EDQUOT ? "the disk is full" : std::generic_category().message(error);
 }
 
-/// The path of a file until it is complete.
+/// The path under which a file is written until it is complete.
 fs::path Unfinished(const fs::path &file)
 {
     return file.string() + ".part";

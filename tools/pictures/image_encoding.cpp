@@ -43,7 +43,8 @@ public:
     PngWriter &operator=(const PngWriter &) = delete;
     ~PngWriter() { png_destroy_write_struct(&m_png, &m_info); }
 
-    /// False with the reason in Failure. Nothing here has a destructor: libpng leaves by a jump.
+    /// False with the reason in Failure. No local variable has a destructor, because a failure in libpng
+    /// jumps out of this function.
     template <typename T>
     bool Write(const Raster<T> &pixels, uint8_t **rows)
     {

@@ -41,7 +41,8 @@ enum class Conversion
 };
 using enum Conversion;
 
-/// How a format becomes a picture. Samples up to 255 have 8 bits, larger ones 16; the maximum of floats is 0.
+/// How a format becomes a picture. `maximum` gives the type of a sample: 8 bits up to 255, 16 bits above, and
+/// float for 0.
 struct Picture
 {
     PixelFormat format;

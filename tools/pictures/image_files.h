@@ -30,9 +30,9 @@ size_t ImagesIn(uint64_t pixelFormat);
 
 /// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 and 12 bits
 /// are scaled to the full 16, so that every viewer shows them right; in a TIFF they keep their values.
-/// Bayer images are written in colour, but the images in an interleaved format as they are, since the format
-/// does not define which lines of the mosaic each has. Depth is coloured in a PNG; a TIFF keeps its values,
-/// x, y and z of points.
+/// Bayer images are written in colour. The images of an interleaved Bayer format are written as they are: the
+/// format does not define which lines of the mosaic each has. A PNG shows depth in colours; a TIFF keeps its
+/// values, or x, y and z of points.
 /// @param index selects one of the images of an interleaved format
 /// @throws std::runtime_error the format is not supported, the image is larger than its memory, or the file
 /// cannot be written

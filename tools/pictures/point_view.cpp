@@ -30,7 +30,8 @@ constexpr size_t pictureWidth = 864;
 constexpr size_t pictureHeight = 640;
 constexpr double marginOfPicture = 0.07;
 
-// The sine of an angle. A surface that the camera sees at a smaller one counts as a step in depth.
+// Sine of the angle between a surface and the camera's ray. A surface at a smaller angle counts as a step in
+// depth.
 constexpr double leastSine = 0.15;
 
 /// The box around the points with coordinates.
@@ -146,7 +147,7 @@ public:
     }
 
 private:
-    // Pixels between the least and the largest of three coordinates, within the picture: first and end.
+    // The pixels from the least to the largest of three coordinates, cut to the picture, as first and end.
     static std::pair<size_t, size_t> Range(double a, double b, double c, size_t count)
     {
         const double first = std::max(std::ceil(std::min({a, b, c})), 0.0);
@@ -278,7 +279,8 @@ private:
         }
     }
 
-    // From the points around, since depth comes in steps. Only the direction counts; 0 without a triangle.
+    // The sum of the normals around a point, which smooths the steps of the depth. Only its direction counts;
+    // it is 0 without a triangle nearby.
     Eigen::Vector3d SmoothNormal(size_t x, size_t y)
     {
         constexpr size_t reach = 2;
@@ -429,7 +431,7 @@ Viewpoint LookAt(const Raster<float> &points, const ViewAngles &angles, const Pi
     viewpoint.rotation = Rotation(angles);
     viewpoint.centre = bounds.Middle();
     viewpoint.size = size;
-    // Outside of the sphere around the points, which no rotation changes.
+    // The viewpoint lies outside the sphere around the points, so that no rotation brings a point behind it.
     viewpoint.distance = std::max({std::abs(viewpoint.centre.z()), bounds.Extent().norm(), 1e-3});
     const auto seen = BoundsOf(points,
                                [&](const Eigen::Vector3d &point)
