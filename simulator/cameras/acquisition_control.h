@@ -15,7 +15,7 @@ class AcquisitionControl
 public:
     explicit AcquisitionControl(FeatureSet &features);
 
-    /// Whether AcquisitionStart is in force.
+    /// Whether the camera acquires: AcquisitionStart has begun an acquisition that has not ended.
     bool IsRunning() const;
 
     /// Frames in a second; 0 for no limit.

@@ -41,7 +41,7 @@ PortIdentity Identity(const CameraModel &model)
     return {model.Id(), model.model, "Device", "Device", cameraVersion, FileName(model)};
 }
 
-/// What the features that all cameras have say of a frame: one image without region and format.
+/// The settings that follow from the features of all cameras: one image, still without region and format.
 FrameSettings CommonSettings(const FeatureSet &features)
 {
     FrameSettings settings{};

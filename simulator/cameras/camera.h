@@ -10,7 +10,7 @@ namespace GenTL::simulator
 /// An opened camera: the remote device module. Made by IFOpenDevice with all features at their defaults, and
 /// closed with its device. It decides which frames are sent; the stream sends them.
 ///
-/// The camera itself does what all kinds do; the parts of its model do the rest. Any thread may call.
+/// This class holds what all kinds of camera share; the parts of the model add the rest. Any thread may call.
 class Camera : public Module
 {
 public:

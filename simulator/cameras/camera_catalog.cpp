@@ -187,7 +187,7 @@ CameraModel SeveralS2()
                         PixelFormatFeature(InterleavedFormats()).Length(length));
 }
 
-/// Sends Mono8 and packed formats only; its description reads the bits of their entries in every form.
+/// Sends Mono8 and packed formats only. Its description reads the bits of their entries in every BitForm.
 CameraModel FormulaF1()
 {
     auto pixelFormat =
@@ -214,7 +214,7 @@ std::vector<ImageComponent> DepthComponents()
 
 constexpr double defaultScale = 0.5;
 
-/// The default set of a replay shows every value of the pictures as it is.
+/// In a replay, the default set shows the values of the pictures unchanged.
 std::vector<UserSet> DepthUserSets(const std::optional<DepthReplay> &replay)
 {
     constexpr Scan3dValues ofScene = {defaultScale, 0.0, 1.0, 4095.0, 0.0};

@@ -30,7 +30,7 @@ struct Formats
     std::set<std::string> absent = {}; ///< of `sent`: listed, and not implemented by this camera
 };
 
-/// Of binned and decimated pixels.
+/// Which pixel of a decimated block the camera sends.
 enum class Decimation
 {
     SendsFirstPixel,

@@ -24,11 +24,12 @@ struct CameraModel
     std::vector<Chunk> chunks = {};
     std::vector<MakeCameraPart> parts = {}; ///< a later part builds on the features of an earlier one
 
-    /// Called at the start of an acquisition: the function that makes the sources of the images.
+    /// Called at the start of an acquisition: returns the function that makes the sources of the images.
     /// @throws Error when the images that the environment asks for cannot be replayed
     std::function<MakeFrameSource()> sources = {};
 
-    /// Called when the camera is opened: the model that the environment asks for. Empty when it has no say.
+    /// Called when the camera is opened: returns the model that the environment asks for. Empty for a model
+    /// that the environment does not change.
     std::function<CameraModel()> atOpening = {};
 
     std::string SerialNumber() const { return fmt::format("SIM{:04}", number); }

@@ -33,8 +33,8 @@ public:
     CameraPart &operator=(const CameraPart &) = delete;
     virtual ~CameraPart() = default;
 
-    /// Brings features that depend on others up to date. Runs once when the part was made, and after each
-    /// write by the consumer.
+    /// Brings features that depend on others up to date. Runs after the part was made, after all parts were
+    /// made, and after each write by the consumer.
     virtual void Update() {}
 
     /// Adds to what the earlier parts of the list made of `settings`. The first part finds one image without

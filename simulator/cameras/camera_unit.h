@@ -50,7 +50,8 @@ public:
         m_kept[feature] = value;
     }
 
-    /// What was saved as the user set of this value, until GCCloseLib; none at first.
+    /// The content last saved for the user set with this value of UserSetSelector, until GCCloseLib; none at
+    /// first.
     std::optional<SavedSet> Saved(int64_t set) const
     {
         const std::lock_guard lock(m_mutex);

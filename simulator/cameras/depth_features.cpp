@@ -32,8 +32,8 @@ std::vector<Feature> ModeFeatures()
     };
 }
 
-/// The values of the depth. The description has each in another form: a register, or a converter over one
-/// with a constant or a feature as its divisor.
+/// The features of Scan3dValues. The description shows them in different forms: a register, a converter with
+/// a constant as divisor, and a converter with a feature as divisor.
 std::vector<Feature> ValueFeatures(double leastScale, double largestScale)
 {
     const auto divisor = fmt::to_string(scan3dDivisor);

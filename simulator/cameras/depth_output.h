@@ -8,8 +8,8 @@ namespace GenTL::simulator
 /// The registers of the Scan3d features with a converter hold the value times this.
 constexpr int64_t scan3dDivisor = 1000;
 
-/// Values of depth in a format. Where the values of 16 bits do not fit, steps that are larger by a power of
-/// two cover the same depth.
+/// Fits values for 16 bits to a format. In a format of fewer bits, steps larger by a power of two cover the
+/// same depth.
 Scan3dValues InFormat(const Scan3dValues &scan, const PixelFormat &format);
 
 /// The Scan3d features and the noise of a depth camera. The features show the values of the user set in
@@ -17,8 +17,8 @@ Scan3dValues InFormat(const Scan3dValues &scan, const PixelFormat &format);
 class DepthOutput : public CameraPart
 {
 public:
-    /// `range` is the value of ComponentSelector for the range. Stands behind the other parts in the list:
-    /// see UserSets.
+    /// `range` is the value of ComponentSelector for the range. This part comes last in the list of parts, as
+    /// UserSets requires.
     DepthOutput(const CameraContext &context, int64_t range, std::vector<UserSet> sets);
 
     void Update() override;

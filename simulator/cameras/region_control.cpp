@@ -33,7 +33,7 @@ int64_t Factor(const FeatureSet &features, const char *name)
 void Fit(FeatureSet &features, const Axis &axis)
 {
     const auto step = Factor(features, axis.binning) * Factor(features, axis.decimation);
-    // Being a multiple of 4, the largest size is one of every increment.
+    // Every increment of a size divides 4, so a multiple of 4 suits each of them.
     const auto largest = features.Integer(axis.sensor) / step / 4 * 4;
     features.SetInteger(axis.sizeMax, largest);
     const auto fitting = std::min(features.Integer(axis.size), largest);

@@ -47,7 +47,7 @@ void UserSets::Load()
         m_context.features.SetValue(name, value);
     }
     m_scan = content.scan;
-    m_context.acquisition.TellListener(); // of the frame rate
+    m_context.acquisition.TellListener(); // the frame rate may have changed
 }
 
 void UserSets::Save()

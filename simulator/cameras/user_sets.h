@@ -12,16 +12,15 @@ struct UserSet
     Scan3dValues scan; ///< of 16 bits; formats of fewer bits have larger steps
 };
 
-/// UserSetLoad and UserSetSave. Owned by the part of the camera that shows the values of depth. When it is
-/// made, the features of the other parts have to be up to date: they are the defaults that a set restores. It
-/// acts in hooks of the features, with their lock held.
+/// UserSetLoad and UserSetSave. Owned by DepthOutput. Made after the other parts: the features that it finds
+/// are the defaults that a set restores. It acts in hooks of the features, with their lock held.
 class UserSets
 {
 public:
-    /// The first set is the default: it is in force at first and cannot be saved.
+    /// The first set is the default: it is loaded at first and cannot be saved.
     UserSets(const CameraContext &context, std::vector<UserSet> sets);
 
-    /// The values of depth in force, for 16 bits.
+    /// The values of depth that were last loaded, for 16 bits.
     const Scan3dValues &Scan() const { return m_scan; }
 
 private:

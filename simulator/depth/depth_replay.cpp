@@ -64,7 +64,8 @@ public:
     }
 
 private:
-    /// Depth in the middle of the sensor pixels that a pixel of the image covers; the upper left of two.
+    /// Depth in the middle of the sensor pixels that a pixel of the image covers. Of an even number, it is
+    /// the pixel left of or above the middle.
     uint16_t DepthAt(const DepthPictures::Picture &picture, uint32_t column, uint32_t row) const
     {
         const auto &s = m_settings;

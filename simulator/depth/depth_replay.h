@@ -18,8 +18,8 @@ struct DepthReplay
     double scale; ///< mm of a step of the pictures
 };
 
-/// The replay that QVR_SIM_DEPTH=folder asks for; none when the variable is not set. `defaultScale` holds
-/// where the calibration file gives no scale.
+/// The replay that QVR_SIM_DEPTH=folder asks for; none when the variable is not set. `defaultScale` is the
+/// scale when the calibration file gives none.
 ///
 /// @throws Error GC_ERR_IO: the folder does not contain exactly one calibration file, or the file does not
 /// describe a lens.
@@ -63,7 +63,7 @@ private:
     ImageLibrary m_library;
     std::vector<Files> m_files;
     std::vector<Picture> m_kept; ///< the first pictures
-    Picture m_other;             ///< the picture beyond those that was read last
+    Picture m_other;             ///< the last picture read that m_kept lacks
     size_t m_otherIndex;
 };
 

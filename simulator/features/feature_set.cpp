@@ -95,7 +95,7 @@ void FeatureSet::Written(FeatureNode &node)
     const bool acts = feature.kind != FeatureKind::Command || DecodeInteger(bytes) != 0;
     if (feature.kind == FeatureKind::Command)
     {
-        EncodeInteger(bytes, 0); // reads back as done
+        EncodeInteger(bytes, 0); // a command that reads as 0 is done
     }
     if (const auto &action = m_hooks.at(feature.name).action; acts && action)
     {

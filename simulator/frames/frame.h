@@ -19,7 +19,7 @@ struct FramePart
     PARTDATATYPE_IDS Type() const;
 };
 
-/// What a camera sends as a frame, by its features at the time. Constant once made.
+/// The layout and the content settings of a frame, taken from the camera's features. Constant once made.
 struct FrameSettings
 {
     std::vector<FramePart> parts; ///< at least one
@@ -60,7 +60,8 @@ struct Frame
 class FrameWriter
 {
 public:
-    /// `makeSource` is called once for each part of a frame. @throws Error what it throws
+    /// `makeSource` is called once for each part of a frame.
+    /// @throws Error what `makeSource` throws
     explicit FrameWriter(MakeFrameSource makeSource);
 
     /// Fills the buffer. A frame that does not fit is cut off at the end of the buffer.
@@ -82,7 +83,7 @@ private:
     };
 
     MakeFrameSource m_makeSource;
-    std::vector<PartSources> m_sources; ///< as many as a frame has had parts so far
+    std::vector<PartSources> m_sources; ///< by part; as many as the largest frame so far had parts
     std::vector<uint8_t> m_oversize;    ///< for frames that do not fit their buffer
 };
 

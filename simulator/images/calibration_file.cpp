@@ -21,7 +21,7 @@ using Names = std::initializer_list<const char *>;
 
 constexpr int largestSide = 16384;
 
-/// Reads the file without the line "%YAML:1.0" that OpenCV writes first: it is no YAML directive.
+/// Reads the file without its first line "%YAML:1.0", which OpenCV writes and which is not valid YAML.
 std::string ReadText(const char *path)
 {
     std::ifstream file(path, std::ios::binary);

@@ -69,7 +69,7 @@ private:
     std::deque<EventItem> m_queue;
     uint64_t m_fired = 0;
     size_t m_waiting = 0;
-    size_t m_kills = 0; ///< that have ended no wait yet
+    size_t m_kills = 0; ///< calls of Kill that have not ended a wait yet
     bool m_closed = false;
 };
 

@@ -54,7 +54,7 @@ struct PixelFormat
     }
 };
 
-/// This many pixels end on a byte and on a group in every format.
+/// In every format, this number of pixels fills whole bytes and whole groups.
 constexpr uint32_t pixelsPerGroup = 8;
 
 /// @throws std::logic_error no format has this code

@@ -56,7 +56,7 @@ struct ImageSettings
     uint32_t stepX; ///< sensor pixels from one image pixel to the next: binning times decimation
     uint32_t stepY;
     bool reverseX; ///< the sensor is read from right to left
-    bool reverseY; ///< and from the bottom to the top
+    bool reverseY; ///< the sensor is read from bottom to top
     const PixelFormat *format;
     double brightness; ///< 1 shows the scene as it is
     int64_t testPattern;

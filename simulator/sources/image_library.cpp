@@ -14,8 +14,8 @@ namespace GenTL::simulator
 namespace
 {
 
-/// Beside this library's own file. A copy of this library alone, as an installation has it, finds it in the
-/// folder of the simulator.
+/// The image library: beside the file of this library. A copy of this library in another folder, as an
+/// installation has one, finds it in the folder `simulator` next to its own folder.
 std::filesystem::path LibraryPath()
 {
     constexpr const char *name = "qvr_sim_images.so";

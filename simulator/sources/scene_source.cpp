@@ -132,8 +132,8 @@ private:
         return GlyphHas(glyph, (x - originX) / m_unit, (y - originY) / m_unit);
     }
 
-    /// Upper half: one ramp over the full range, from left to right. Lower half: bands that rise by one step
-    /// of 8, 10 and 12 bits per pixel; a format with fewer bits shows stairs there.
+    /// Upper half: one ramp, from left to right. Lower half: three bands, which rise from pixel to pixel by
+    /// one step of 8, 10 or 12 bits. A format with fewer bits shows stairs there.
     Light Ramp(uint32_t x, uint32_t y) const
     {
         if (y < m_height / 2)

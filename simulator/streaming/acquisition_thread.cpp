@@ -6,8 +6,8 @@ namespace GenTL::simulator
 namespace
 {
 
-/// None without memory to make the frame, or without a picture to show any more: such a frame is lost like
-/// one that finds no buffer.
+/// Makes a frame; none when memory is short or a picture can no longer be read. Such a frame is lost, like a
+/// frame that finds no buffer.
 std::optional<Frame> TryWrite(FrameWriter &writer, const FrameOrder &order, std::span<uint8_t> memory)
 {
     try
@@ -113,7 +113,7 @@ void AcquisitionThread::Run(FrameWriter &writer)
 bool AcquisitionThread::WaitForTurn(std::unique_lock<std::mutex> &lock, Pacer &pacer)
 {
     const auto signals = m_cameraSignals;
-    lock.unlock(); // the lock of the camera comes first
+    lock.unlock(); // the calls take the camera's lock, which comes before this one
     const bool acquiring = m_camera.Acquisition().IsRunning();
     const auto rate = m_camera.Acquisition().FrameRate();
     lock.lock();

@@ -22,7 +22,7 @@ class AcquisitionThread
 public:
     AcquisitionThread(Camera &camera, BufferPool &pool, Event::Mutex mutex);
 
-    /// Throws when Start cannot follow now. With the lock held.
+    /// Checks that Start may be called now. With the lock held.
     /// @throws Error GC_ERR_INVALID_HANDLE: it is closed.
     /// @throws Error GC_ERR_RESOURCE_IN_USE: it is grabbing.
     void RequireStartable() const;
@@ -31,7 +31,7 @@ public:
     /// @throws Error when the camera has no images to send
     void Start(uint64_t frames);
 
-    /// Delivers the frame under way first, or discards it. Without the lock held.
+    /// Ends the thread after its frame under way, which it delivers or discards. Without the lock held.
     /// @throws Error GC_ERR_RESOURCE_IN_USE: it was not started.
     void Stop(bool discard);
 
@@ -66,7 +66,7 @@ private:
     BufferPool &m_pool;
     const Event::Mutex m_mutex; ///< guards what follows, but for the thread
     State m_state = State::Stopped;
-    bool m_discard = false;       ///< the frame under way
+    bool m_discard = false;       ///< whether to discard the frame under way
     uint64_t m_remaining = 0;     ///< frames to deliver
     uint64_t m_cameraSignals = 0; ///< how often CameraChanged was called
     std::condition_variable m_wake;

@@ -11,8 +11,8 @@ namespace GenTL::simulator
 struct StreamCounters
 {
     uint64_t delivered = 0; ///< frames that the consumer took
-    uint64_t dropped = 0;   ///< frames that found no buffer
-    uint64_t started = 0;   ///< buffers that were begun
+    uint64_t dropped = 0;   ///< frames that found no buffer or could not be made
+    uint64_t started = 0;   ///< frames that were made, delivered or not
 };
 
 /// How many buffers there are.

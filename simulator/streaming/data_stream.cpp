@@ -260,7 +260,8 @@ void DataStream::OnClose()
     const std::lock_guard control(m_control);
     m_closed = true;
     m_thread.Close();
-    // The items hold the buffers, and a consumer's event holds the items.
+    // Empties the output queue, whose items hold the buffers. A call of the consumer may still hold the event
+    // with this queue.
     const std::lock_guard lock(*m_mutex);
     m_pool.Flush(ACQ_QUEUE_ALL_DISCARD);
 }

@@ -10,7 +10,7 @@ Pacer::Clock::time_point Pacer::Due(double rate) const
 
 void Pacer::Sent(double rate)
 {
-    // Late by less than a period: the next frame keeps to the beat.
+    // After a frame that is late by less than a period, the next one is due as if it had been on time.
     const auto due = Due(rate);
     const auto now = Clock::now();
     m_last = now - due < due - m_last ? due : now;

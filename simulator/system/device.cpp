@@ -108,7 +108,7 @@ void *Device::OpenStream(const std::string &id)
 void Device::OnClose()
 {
     const std::lock_guard lock(m_openMutex);
-    // Another thread of the consumer may still read a frame of the stream, which is closed with its device.
+    // Keeps the closed stream alive: another thread of the consumer may still read a frame in its memory.
     m_unit.Retire(m_stream.lock());
 }
 

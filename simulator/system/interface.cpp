@@ -126,7 +126,7 @@ std::string Interface::DeviceId(uint32_t index) const
     return m_cameras[index]->Model().Id();
 }
 
-// Finds a device without an update of the list: consumers open a known id right away.
+// Finds a device even before the first update of the list: consumers open a known id right away.
 size_t Interface::IndexOf(const std::string &id) const
 {
     for (size_t i = 0; i < m_cameras.size(); ++i)

@@ -5,7 +5,7 @@
 namespace GenTL::simulator
 {
 
-/// Answers a query about the producer, before TLOpen, too.
+/// Answers a query about the producer. No system need be open.
 Info SystemInfo(TL_INFO_CMD command);
 
 /// The system module. Its list of interfaces is empty before the first update; an interface is found by its
