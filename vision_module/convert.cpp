@@ -204,7 +204,7 @@ void ConvertWithFactor(const Image &image, PixelFormat format, Image &target, do
     const auto samples = *SamplesOf(format);
     if (image.format == Coord3D_C16 && format == Coord3D_C32f)
     {
-        // One pass in place of two: each is as slow as the memory.
+        // One pass instead of two, because the memory limits the speed of each.
         RequireTarget(image, format, target);
         RequireMemoryOfItsOwn(image, target);
         ScaleWords(image.data, image.PixelCount(), factor, target.data);

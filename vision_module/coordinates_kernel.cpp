@@ -137,7 +137,7 @@ void CoordinatesOfLineHere(const LineGeometry &geometry, const uint8_t *depths, 
     MakePoints(geometry, depths, isIn, done, pixels, coordinates);
     if (isPastCache)
     {
-        // The store by which another thread learns of the image must not overtake these.
+        // A later store, by which another thread learns of the image, must not overtake these.
         hwy::FlushStream();
     }
 }

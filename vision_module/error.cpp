@@ -11,7 +11,7 @@ namespace tarn::vision
 namespace
 {
 
-// Without a destructor: a thread may end after the library was unloaded.
+// It has no destructor, because a thread may end after the library was unloaded.
 struct Text
 {
     std::array<char, 512> bytes;

@@ -92,7 +92,7 @@ HWY_INLINE uint64_t TakeOneByOne(const MaskedPixels &pixels, size_t count, uint8
     {
         const auto place = pixels.places[i];
         const auto isIn = pixels.mask[place / pixelsPerWord] >> place % pixelsPerWord & 1;
-        // Without a branch, which noisy masks would mispredict.
+        // Has no branch: the processor would mispredict it for noisy masks.
         const auto kept = static_cast<uint32_t>(-isIn);
         Store(target, i, Load<uint32_t>(pixels.source, place) & kept);
         taken |= isIn << i;

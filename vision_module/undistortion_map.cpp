@@ -18,8 +18,8 @@ struct Point
 
 /// Calls use(column, line, position) for each pixel of an undistorted image, with its position in the
 /// distorted one.
-// OpenCV's initUndistortRectifyMap would add a large dependency. It also works in single precision, or wraps
-// positions far outside the image round to the other side.
+// OpenCV's initUndistortRectifyMap would add a large dependency. It also gives positions either in single
+// precision, or in a form that wraps positions far outside the image round to the other side.
 template <typename Use>
 void ForEachPixel(const tarn_cvl_CalibrationParameters &camera, Use use)
 {
