@@ -92,7 +92,7 @@ void AnswerText(const std::string &text, INFO_DATATYPE *piType, void *pBuffer, s
     Answer(INFO_DATATYPE_STRING, text.c_str(), text.size() + 1, piType, pBuffer, piSize);
 }
 
-// Handles: addresses that are nobody's memory, one range for each kind.
+// Handles: numbers that are not addresses of any memory, one range for each kind.
 enum Kind : uintptr_t
 {
     System = 0x1000,

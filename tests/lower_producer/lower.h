@@ -47,20 +47,20 @@ struct DeviceEntry
     std::string model;
 };
 
-/// A part of each buffer, as the producer tells of it.
+/// A part of each buffer, as the producer reports it.
 struct Part
 {
     size_t type = PART_DATATYPE_2D_IMAGE;
     uint64_t format = 0x01080001;
     size_t size = 64;
-    bool hasMemory = true; ///< else its base is null, whatever its size
+    bool hasMemory = true; ///< when false, its base is null, whatever its size
 };
 
 /// What the producer is and does. By default: one interface "if0" with the devices "cam0" (admitted) and
 /// "other" (not admitted), each with one stream, a small description and 16 x 4 pixels.
 struct Producer
 {
-    // What it tells.
+    // What it reports.
     uint32_t versionMajor = 1;
     uint32_t versionMinor = 6;
     std::string tlType = "GEV";
@@ -73,16 +73,16 @@ struct Producer
     size_t payloadSize = 64;
     uint64_t droppedFrames = 0;
 
-    // What it tells of each buffer, be it true or not.
+    // What it reports about each buffer, true or not.
     uint64_t pixelFormat = 0x01080001;
     size_t width = 16;
     size_t height = 4;
-    bool hasMemory = true;   ///< else the buffer's base is null, whatever its size
-    std::vector<Part> parts; ///< all at the buffer's start; with any the payload is multi-part
+    bool hasMemory = true;   ///< when false, the buffer's base is null, whatever its size
+    std::vector<Part> parts; ///< all begin where the buffer begins; not empty: the payload is multi-part
 
-    /// Results that a function gives on its next calls, first in first out, instead of working.
+    /// Results that a function returns from its next calls, in this order, without doing its work.
     std::map<std::string, std::deque<GC_ERROR>, std::less<>> failures;
-    /// Text of GCGetLastError; it reports this code, whatever failed.
+    /// The text and the code that GCGetLastError reports, whatever failed.
     std::string lastErrorText = "lower failed";
     GC_ERROR lastErrorCode = GC_ERR_ERROR;
     /// Called at the start of each function, with its name, outside of the lock.
@@ -92,7 +92,7 @@ struct Producer
     int initialized = 0;
     std::vector<std::string> calls;
     std::vector<EventCall> eventCalls;
-    std::vector<TL_INFO_CMD> infoCommands; ///< what GCGetInfo was asked for
+    std::vector<TL_INFO_CMD> infoCommands; ///< commands of the calls of GCGetInfo
     std::set<void *> open;                 ///< handles of modules that are open now
 
     size_t CountOf(std::string_view name) const

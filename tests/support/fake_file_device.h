@@ -38,13 +38,14 @@ struct FakeFileDevice
 
     std::vector<uint8_t> file;
     std::function<int64_t()> toldSize = [this] { return static_cast<int64_t>(file.size()); };
-    /// Answers the n-th transfer, from 1 on, with the bytes it gives; may throw.
+    // Both get the number of reads executed so far and may throw. The first answers a read of the status; the
+    // second runs when the buffer is read.
     std::function<uint32_t(int)> statusOf = [](int) { return success; };
     std::function<void(int)> onTransfer = [](int) {};
-    size_t bytesPerAnswer = SIZE_MAX; ///< more are not given, whatever was asked for
+    size_t bytesPerAnswer = SIZE_MAX; ///< the most that a read of the buffer gives
     std::vector<std::string> operations;
 
-    /// The nodes; without one of them when that is named.
+    /// The nodes of the description, except the node named `without`.
     static std::string Nodes(const std::string &maximum = "<Max>4</Max>", const std::string &without = "",
                              const std::string &fileName = "LensCalibrationData")
     {

@@ -22,7 +22,7 @@ namespace GenTL::internal
 /// Filled buffers of a lower stream, by handle. A command without an answer fails as not available.
 ///
 /// Serve makes it answer the buffer queries of a lower producer; it must then outlive the lower producer's
-/// use. To be scripted before the threads that ask.
+/// use. Script it before the threads that ask begin.
 class FakeLowerBuffers
 {
 public:

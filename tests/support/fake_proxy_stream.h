@@ -32,7 +32,7 @@ public:
     FakeLowerBuffers buffers;
     size_t payloadSize = 0;
     std::optional<uint64_t> droppedFrameCount;
-    /// Runs in the operation of that name, before its effect. To be set before the thread starts.
+    /// Runs in the operation of that name, before its effect. Set it before the thread starts.
     std::map<std::string, std::function<void()>> on;
 
     /// The next wait gives this buffer.

@@ -11,7 +11,8 @@
 namespace GenTL::internal
 {
 
-/// A lower producer of the tests, kept loaded and in its first state for the life of this object.
+/// A lower producer of the tests. It is loaded for the life of this object; constructor and destructor reset
+/// it to its first state.
 class LowerLibrary
 {
 public:

@@ -7,8 +7,7 @@
 namespace GenTL::internal
 {
 
-/// A port of which plain registers may be used and nothing above them, as what works below the consumer's
-/// view must.
+/// A port for code that may use registers alone: every other function throws.
 class RegistersOnlyPort : public IPort
 {
 public:

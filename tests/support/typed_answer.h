@@ -102,7 +102,7 @@ inline void ExpectTypedAnswer(Arguments arguments, const TypedAnswer &expected, 
 
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     size_t size = width;
-    // One more than the answer needs, to see that nothing is written behind it.
+    // One byte more than the answer needs, to see that nothing is written behind the answer.
     std::vector<uint8_t> buffer(width + 1, 0xCC);
     const std::vector<uint8_t> untouched = buffer;
     auto written = expected.bytes;

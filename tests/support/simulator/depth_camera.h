@@ -11,14 +11,16 @@ namespace simulator_test
 inline constexpr size_t sensorWidth = 640;
 inline constexpr size_t sensorHeight = 480;
 
-/// The numbers of the depth camera's scene and lens, as docs/simulator.md gives them.
+// The functions below use the numbers that docs/simulator.md gives for the depth camera's scene and lens.
+
+/// A direction of view as the point at depth 1; a place on the sensor as column and row.
 struct Direction
 {
     double x;
     double y;
 };
 
-/// Where the lens shows a point, as column and row of the sensor.
+/// Where the lens shows a direction, as column and row of the sensor.
 inline Direction PlaceOf(Direction direction)
 {
     const double x = direction.x;
@@ -32,12 +34,13 @@ inline Direction PlaceOf(Direction direction)
     return {525.5 * shownX + 322.75, 524.25 * shownY + 238.5};
 }
 
-/// The direction that a place of the sensor looks to.
+/// The direction in which a place of the sensor looks.
 inline Direction DirectionAt(double column, double row)
 {
     const Direction shown{(column - 322.75) / 525.5, (row - 238.5) / 524.25};
     Direction direction = shown;
-    // The distortion is weak: what is missing is added until nothing is.
+    // Corrects the direction by the remaining error again and again; this converges, as the distortion is
+    // weak.
     for (int i = 0; i < 200; ++i)
     {
         const Direction place = PlaceOf(direction);

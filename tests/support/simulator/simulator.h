@@ -115,7 +115,7 @@ protected:
     void SetUp() override;
 
     void OpenCamera(const std::string &interfaceId, const std::string &deviceId);
-    /// So many buffers of the payload size, announced and queued.
+    /// Announces and queues `count` buffers of the payload size.
     void AnnounceBuffers(size_t count);
     void Start(uint64_t frames = GENTL_INFINITE);
     void Stop(ACQ_STOP_FLAGS flags = ACQ_STOP_FLAGS_DEFAULT);
@@ -138,7 +138,7 @@ protected:
     /// The filled bytes of the buffer.
     std::vector<uint8_t> Content(BUFFER_HANDLE buffer);
 
-    /// Announces buffers, grabs a frame, and revokes them: the content of the first frame.
+    /// Announces buffers, grabs, revokes the buffers, and returns the content of the first frame.
     std::vector<uint8_t> GrabOne();
     void StopAndRevoke();
 
