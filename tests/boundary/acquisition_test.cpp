@@ -161,7 +161,7 @@ TEST_F(Acquisition, EndsByItselfAfterTheFramesAskedFor)
     EXPECT_EQ(lower->CountOf("DSRevokeBuffer"), 3U);
     EXPECT_EQ(gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT), GC_ERR_RESOURCE_IN_USE);
     EXPECT_EQ(GetLastError().text, "DSStopAcquisition Error: Acquisition is not running!");
-    // And begins again at frame 1.
+    // A new acquisition begins at frame 1.
     Start(1);
     lower->DeliverWhenReady(FrameOf(9));
     EXPECT_EQ(BufferInfo<uint64_t>(stream, Take(), BUFFER_INFO_FRAMEID), 1U);

@@ -15,7 +15,7 @@
 namespace GenTL::internal
 {
 
-/// What GCGetLastError tells, without a call of the test framework in between.
+/// What GCGetLastError reports. Ask at once: no call of the test framework may come before.
 struct LastError
 {
     GC_ERROR result{};
@@ -29,7 +29,7 @@ struct LastError
     }
 };
 
-/// The producer as an application loads it: the published functions out of the shared object.
+/// The producer as an application loads it: the published functions of the shared object.
 struct Exports
 {
 #define FN(group, name, parameters, arguments) decltype(&GenTL::name) name;
@@ -75,7 +75,7 @@ protected:
     ConsumerTest() : ctiPath("PROXY_TL_CTI_PATH", lower.Path()) {}
 
     void SetUp() override { ASSERT_EQ(gentl.GCInitLib(), GC_ERR_SUCCESS) << GetLastError(); }
-    // A test that closed the library itself gets GC_ERR_NOT_INITIALIZED here, which is right as well.
+    // Returns GC_ERR_NOT_INITIALIZED, which is right, when the test has closed the library itself.
     void TearDown() override { gentl.GCCloseLib(); }
 
     TL_HANDLE OpenSystem()

@@ -1,4 +1,4 @@
-// Which handles are event sources, and where the events go that are not this producer's own.
+// Which handles are event sources, and how events of the lower producer are passed on.
 
 #include "consumer.h"
 

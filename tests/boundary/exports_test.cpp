@@ -1,5 +1,4 @@
-// Each export, with all arguments in order: that it does what its name says, at the module that its handle
-// names.
+// Each export with valid arguments does what its name says, on the module of its handle.
 
 #include "consumer.h"
 
@@ -31,7 +30,7 @@ protected:
         lower->calls.clear();
     }
 
-    /// The lower functions that a call came down to; it must succeed.
+    /// The lower functions that a call has called. The call must succeed.
     std::vector<std::string> LowerCallsOf(const std::function<GC_ERROR()> &call)
     {
         lower->calls.clear();

@@ -1,5 +1,4 @@
-// What an export does with a failure: the order of the log record and of the last error, and what it lets
-// pass.
+// What an export does with a failure: whether it logs or sets the last error first, and what it lets pass.
 
 #include "consumer.h"
 
@@ -19,7 +18,7 @@ namespace
 
 using testing::ElementsAre;
 
-/// Notes what the last error tells while a record is written.
+/// Notes the last error while a record is written.
 class AskingSink final : public spdlog::sinks::sink
 {
 public:
@@ -40,7 +39,7 @@ class FailureReport : public ConsumerTest
 protected:
     FailureReport()
     {
-        // An initialisation that failed in another test leaves the producer's own logger behind.
+        // Another test whose initialisation failed has left the producer's own logger registered.
         spdlog::drop_all();
         spdlog::set_default_logger(before);
         spdlog::register_logger(std::make_shared<spdlog::logger>("gentli_proxy", sink));
@@ -66,7 +65,7 @@ TEST_F(FailureReport, OfAnotherKindIsLoggedBeforeTheLastError)
     EXPECT_EQ(GetLastError(), (LastError{GC_ERR_SUCCESS, GC_ERR_ERROR, "EventFlush Error: it broke"}));
 }
 
-TEST_F(FailureReport, IsNotMadeOfWhatIsNoException)
+TEST_F(FailureReport, IsNotMadeWhenNoExceptionIsThrown)
 {
     lower->onCall = [](std::string_view) { throw 42; };
     EXPECT_THROW(gentl.EventFlush(this), int);

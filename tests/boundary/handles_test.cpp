@@ -11,7 +11,7 @@ namespace GenTL::internal
 namespace
 {
 
-/// Every argument that a function could want, valid, for calls in which just the handle is wrong.
+/// Valid arguments of every kind, for calls in which only the handle is wrong.
 struct Arguments
 {
     INFO_DATATYPE type{};
@@ -114,12 +114,12 @@ using Handles = ConsumerTest;
 
 TEST_F(Handles, AreTakenByAllFunctionsButLibraryAndEvents)
 {
-    // GCGetInfo, GCGetLastError, GCInitLib, GCCloseLib, TLOpen, and five functions of events, whose unknown
-    // handles are the lower producer's.
+    // All but GCGetInfo, GCGetLastError, GCInitLib, GCCloseLib, TLOpen and five functions of events, which
+    // pass unknown handles to the lower producer.
     EXPECT_EQ(handleCalls.size(), 64U - 10U);
 }
 
-TEST_F(Handles, ThatAreUnknownAreToldByName)
+TEST_F(Handles, ThatAreUnknownAreNamedInTheError)
 {
     for (const auto &call : handleCalls)
     {

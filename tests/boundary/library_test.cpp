@@ -83,7 +83,7 @@ TEST_F(ProducerInfo, IsThatOfThisProducer)
     EXPECT_EQ(NumberOf(TL_INFO_GENTL_VER_MINOR, INFO_DATATYPE_UINT32), 6U);
 }
 
-// That there is none before the first opening is seen in a process of its own.
+// process_test.cpp tests that there is none before the first opening.
 TEST_F(ProducerInfo, HasTheTransportTypeOfTheLowerProducer)
 {
     OpenSystem();
@@ -144,7 +144,7 @@ TEST_F(LibraryLifecycle, RefusesEverythingWhileClosed)
     TL_HANDLE handle = nullptr;
     EXPECT_EQ(gentl.TLOpen(&handle), GC_ERR_NOT_INITIALIZED);
     EXPECT_EQ(gentl.EventKill(this), GC_ERR_NOT_INITIALIZED);
-    // No check of the state comes first here.
+    // TLClose does not check whether the library is initialised.
     EXPECT_EQ(gentl.TLClose(this), GC_ERR_INVALID_HANDLE);
     GC_ERROR code = 0;
     size_t size = 0;
@@ -224,7 +224,8 @@ TEST_F(LastErrorTest, BelongsToAThread)
     EXPECT_EQ(GetLastError().code, GC_ERR_INVALID_HANDLE);
 }
 
-/// A second thread that does something, waits until this one did its part, and then asks for its last error.
+/// The last error of a second thread. That thread runs `first`; then this one runs `meanwhile`; then the
+/// second asks for its last error.
 LastError LastErrorOfAThread(const std::function<void()> &first, const std::function<void()> &meanwhile)
 {
     std::barrier meeting(2);
@@ -244,7 +245,7 @@ LastError LastErrorOfAThread(const std::function<void()> &first, const std::func
     return error;
 }
 
-TEST_F(LastErrorTest, OfAnotherThreadOutlivesClosingAndInitialisation)
+TEST_F(LastErrorTest, OfAnotherThreadSurvivesAReinitialisation)
 {
     const auto error = LastErrorOfAThread([&] { gentl.TLClose(this); },
                                           [&]
@@ -255,7 +256,7 @@ TEST_F(LastErrorTest, OfAnotherThreadOutlivesClosingAndInitialisation)
     EXPECT_EQ(error, (LastError{GC_ERR_SUCCESS, GC_ERR_INVALID_HANDLE, "TLClose Error: Handle not found!"}));
 }
 
-TEST_F(LastErrorTest, LosesItsTextButNotItsCodeForTheThreadThatCloses)
+TEST_F(LastErrorTest, LosesItsTextButNotItsCodeInTheClosingThread)
 {
     const auto error = LastErrorOfAThread(
         [&]

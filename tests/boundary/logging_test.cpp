@@ -23,7 +23,7 @@ class Logging : public testing::Test
 protected:
     Logging() : ctiPath("PROXY_TL_CTI_PATH", lower.Path()), before(std::make_shared<spdlog::logger>("host"))
     {
-        // An initialisation that failed in another test leaves the producer's own logger behind.
+        // Another test whose initialisation failed has left the producer's own logger registered.
         spdlog::drop_all();
         spdlog::set_default_logger(before);
         logger = std::make_shared<spdlog::logger>("gentli_proxy",
@@ -189,7 +189,7 @@ TEST_F(Logging, LowersItsPattern)
     EXPECT_EQ(text.str(), "Handle not found! %t\n");
 }
 
-// The printed forms are what log filters in the field know. They follow from the compiler's signatures.
+// Users' log filters match these forms, which follow from the compiler's signatures.
 TEST_F(Logging, NamesClassAndFunction)
 {
     const EnvironmentVariable level("PROXY_TL_LOG_LEVEL", "trace");
@@ -247,14 +247,14 @@ TEST_F(Logging, TellsWhatWasLeftOpenChildrenFirst)
     ASSERT_EQ(Gentl().IFOpenDevice(interface, "cam0", DEVICE_ACCESS_CONTROL, &device), GC_ERR_SUCCESS);
     ASSERT_EQ(Gentl().IFOpenDevice(interface, "cam0", DEVICE_ACCESS_CONTROL, &device), GC_ERR_SUCCESS);
     ASSERT_EQ(Gentl().GCCloseLib(), GC_ERR_SUCCESS);
-    // Each opening looks for files of the device, and there are none.
+    // Each opening looks for files of the device and finds none.
     EXPECT_EQ(text.str(), "Did not find node FileSelector!\n"
                           "Did not find node FileSelector!\n"
                           "Cleanup: 2 instances of RemotePort were still registered!\n"
                           "Cleanup: 2 instances of Device were still registered!\n"
                           "Cleanup: 1 instances of Interface were still registered!\n"
                           "Cleanup: 1 instances of System were still registered!\n");
-    // Their remote ports went first, so the devices are left to the lower GCCloseLib.
+    // The remote ports are destroyed first, so only the lower GCCloseLib closes the devices.
     EXPECT_EQ(lower->CountOf("DevClose"), 0U);
     EXPECT_EQ(lower->calls.back(), "GCCloseLib");
 }

@@ -1,5 +1,5 @@
-// Each function of the published interface at a lower producer: whether it is bound, by the version that the
-// producer tells, and that its operation calls it and no other.
+// Each function of the published interface in a lower producer: the version that the producer reports decides
+// whether the function is bound, and its operation calls this function and no other.
 
 #include "gentl_proxy.h"
 
@@ -47,7 +47,8 @@ const std::vector<Operation> operations{
 #undef QVR_OPERATIONS_ONLY
 };
 
-/// Those that a proxy refuses as not implemented, by their groups; the others must reach their function.
+/// The groups of functions that a proxy refuses as not implemented. Operations of other groups must reach
+/// their function.
 std::vector<std::string> RefusedGroups(GenTLProxy &proxy, const LowerLibrary &lower)
 {
     std::vector<std::string> refused;
@@ -71,7 +72,7 @@ std::vector<std::string> RefusedGroups(GenTLProxy &proxy, const LowerLibrary &lo
         {
             EXPECT_EQ(failure, (Failure{"lower failed", GC_ERR_BUSY})) << operation.name;
             EXPECT_THAT(lower->calls, ElementsAre(operation.name, "GCGetLastError", "GCGetLastError"));
-            // A group is there or not as a whole.
+            // Either all functions of a group are there, or none.
             EXPECT_TRUE(refused.empty() || refused.back() != operation.group) << operation.name;
         }
     }
@@ -110,7 +111,7 @@ INSTANTIATE_TEST_SUITE_P(Versions, LowerProducerOfVersion,
                                          Version{1, 2, {"1_3", "1_4", "1_5", "1_6"}},
                                          Version{1, 3, {"1_4", "1_5", "1_6"}}, Version{1, 4, {"1_5", "1_6"}},
                                          Version{1, 5, {"1_6"}}, Version{1, 6, {}}, Version{1, 9, {}},
-                                         // The minor number decides, unless the major one is not known.
+                                         // The minor number decides, unless the major number is 0: unknown.
                                          Version{2, 0, all}, Version{2, 6, {}}, Version{0, 6, all}));
 
 TEST(LowerProducerOfUnknownVersion, HasTheFunctionsUpToVersion14)

@@ -1,5 +1,5 @@
-// Lower buffers that promise memory that is not there, over the vision module of this project: each frame
-// fails and nothing else does.
+// Lower buffers that claim more memory than they have, with the vision module of this project: such a frame
+// fails, and later frames arrive.
 
 #include "consumer.h"
 
@@ -22,7 +22,7 @@ using testing::HasSubstr;
 
 constexpr uint64_t mono8 = 0x01080001;
 constexpr uint32_t mono10 = 0x01100003;
-constexpr uint64_t mono10Packed = 0x4000000F; // of the maker's own, 4 pixels in 5 bytes
+constexpr uint64_t mono10Packed = 0x4000000F; // a vendor-specific format, 4 pixels in 5 bytes
 constexpr uint64_t depth16 = 0x011000B8;
 constexpr uint64_t confidence8 = 0x010800C6;
 constexpr uint64_t pixelFormatAddress = 0x10C;
@@ -62,14 +62,14 @@ std::string Description(const std::string &nodes)
            IntegerNode("PayloadSize", 0x108, "RO") + nodes + "<Port Name=\"P\"/></RegisterDescription>";
 }
 
-/// Mono10 is what the producer makes of the packed format.
+/// A camera whose packed format the producer unpacks to Mono10.
 std::string PlainCamera()
 {
     return Description(
         EnumerationNode("PixelFormat", pixelFormatAddress, {{"Mono8", mono8}, {"Packed", mono10Packed}}));
 }
 
-/// Its selector reads 1.
+/// A depth camera. Its ComponentSelector reads as 1.
 std::string DepthCamera()
 {
     return Description(
@@ -137,7 +137,7 @@ protected:
         return value;
     }
 
-    /// One frame, in an acquisition of its own. Whether it came complete.
+    /// Grabs one frame in an acquisition of its own. Returns whether it is complete.
     bool Grab()
     {
         log.str("");
@@ -196,7 +196,7 @@ TEST_F(MemoryThatIsNotThere, IsNotUnpacked)
     EXPECT_TRUE(Grab()) << log.str();
 }
 
-TEST_F(MemoryThatIsNotThere, IsNoDepth)
+TEST_F(MemoryThatIsNotThere, IsNotReadAsDepth)
 {
     Open(DepthCamera());
     lower->pixelFormat = depth16;
@@ -205,12 +205,12 @@ TEST_F(MemoryThatIsNotThere, IsNoDepth)
     lower->hasMemory = true;
     lower->height = 5;
     ExpectFailure("The memory has 128 bytes, expected at least 160 for Coord3D_C16 of 16 x 5 pixels");
-    // With its memory the frame gets as far as it can without lens calibration.
+    // With its memory the frame is processed until it needs lens calibration.
     lower->height = 4;
     ExpectFailure("No rectifier! Needs to be created first!");
 }
 
-TEST_F(MemoryThatIsNotThere, IsNoPart)
+TEST_F(MemoryThatIsNotThere, IsNotReadAsAPart)
 {
     Open(DepthCamera());
     struct Case

@@ -1,4 +1,4 @@
-// The producer named as its own lower producer.
+// The producer is configured as its own lower producer.
 
 #include "consumer.h"
 
@@ -97,7 +97,7 @@ TEST_F(OwnProducer, IsRefusedAsACopy)
     ExpectRefused(folder / "copy.cti");
 }
 
-// Whose bytes differ, so that only its own attempt to load itself is refused.
+// The bytes of the other build differ, so this build loads it; the other build then refuses to load itself.
 TEST_F(OwnProducer, IsRefusedAsAnotherBuildOfIt)
 {
     const auto other = folder / "other.cti";
@@ -108,7 +108,7 @@ TEST_F(OwnProducer, IsRefusedAsAnotherBuildOfIt)
     ExpectNextOneWorks();
 }
 
-// As a chain of producers that ends in the first one again.
+// The lower producer calls this producer again, like a chain of producers that leads back to the first one.
 TEST_F(OwnProducer, IsRefusedBehindAnotherProducer)
 {
     const EnvironmentVariable ctiPath("PROXY_TL_CTI_PATH", lower.Path());
@@ -125,7 +125,7 @@ TEST_F(OwnProducer, IsRefusedBehindAnotherProducer)
     EXPECT_THAT(log.str(), testing::StartsWith("error The lower producer leads back to this one! Set "
                                                "PROXY_TL_CTI_PATH to the producer of your cameras.\n"));
     EXPECT_EQ(gentl.GCCloseLib(), GC_ERR_SUCCESS);
-    // And its failure is passed on.
+    // A failure of the lower producer is passed on.
     lower->FailNext("GCInitLib", GC_ERR_RESOURCE_IN_USE);
     EXPECT_EQ(gentl.GCInitLib(), GC_ERR_RESOURCE_IN_USE);
     lower->onCall = nullptr;

@@ -1,4 +1,4 @@
-// What begins and ends with a process: each test makes one of its own.
+// What begins and ends with a process: each test runs in a process of its own.
 
 #include "support/environment_variable.h"
 #include "support/lower_library.h"
@@ -67,7 +67,7 @@ protected:
     EnvironmentVariable ctiPath{"PROXY_TL_CTI_PATH", lower.Path()};
 };
 
-TEST_F(ProcessDeathTest, WithoutAVisionLibraryIsNotInitialised)
+TEST_F(ProcessDeathTest, IsNotInitialisedWithoutAVisionLibrary)
 {
     EXPECT_EXIT(
         {
@@ -155,7 +155,7 @@ TEST_F(ProcessDeathTest, HasNoLowerProducerDuringItsExit)
             const VisionLibrary vision;
             const Producer producer;
             producerAtExit = &producer;
-            // The library comes into being here, so it ends behind the consumer's part.
+            // This call makes the library object, so the handler below runs before the end of that object.
             producer.flushEvent(nullptr);
             std::atexit([] { _exit(producerAtExit->flushEvent(nullptr) == GC_ERR_ERROR ? 0 : 1); });
             std::exit(producer.initialize() == GC_ERR_SUCCESS ? 2 : 3);
@@ -187,25 +187,25 @@ TEST_F(ProcessDeathTest, MayCloseTheLibraryAfterItsThreadEnded)
                 });
             std::exit(3);
         },
-        // The thread's last error is gone by then.
+        // The main thread's last error has been destroyed by then.
         testing::ExitedWithCode(0), "^-1006 0 0 9 0$");
 }
 
 LowerLibrary *lowerAtExit;
 VisionLibrary *visionAtExit;
 
-TEST_F(ProcessDeathTest, ThatExitsClosesHandlesAndNoLibrary)
+TEST_F(ProcessDeathTest, ClosesHandlesButNoLibraryAtExit)
 {
     EXPECT_EXIT(
         {
             lowerAtExit = &lower;
             visionAtExit = new VisionLibrary;
-            // Registered before the producer's own, so it runs behind them.
+            // Registered before the producer's own handlers, so it runs after them.
             std::atexit(
                 []
                 {
                     const auto &calls = (*lowerAtExit)->calls;
-                    // The one close is that of the question for the version.
+                    // The one GCCloseLib belongs to the query of the version.
                     _exit((*lowerAtExit)->OpenHandles() == 0 && calls.back() == "TLClose" &&
                                   (*lowerAtExit)->CountOf("IFClose") == 1 &&
                                   (*lowerAtExit)->CountOf("GCCloseLib") == 1 &&

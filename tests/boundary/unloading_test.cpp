@@ -1,4 +1,4 @@
-// When the file of the lower producer is loaded and when it is not.
+// When the file of the lower producer is loaded and unloaded.
 
 #include "consumer.h"
 #include "gentl_proxy.h"
@@ -48,7 +48,7 @@ TEST(FileOfTheLowerProducer, IsLoadedForAsLongAsTheProxyLives)
     EXPECT_FALSE(copy.IsLoaded());
 }
 
-// Threads of a producer that cannot be used may run already, and their code must not go.
+// A producer that cannot be used may have started threads, whose code must stay loaded.
 TEST(FileOfTheLowerProducer, StaysLoadedWhenItCannotBeUsed)
 {
     const CopyOfALowerProducer copy("lower_without_last_error");
