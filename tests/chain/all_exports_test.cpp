@@ -1,5 +1,5 @@
-// Eight threads in all exports at once, on the handles of one camera that sends frames: to be watched by a
-// sanitizer. A few thousand calls each, or the minutes that are asked for.
+// Eight threads call all exports at once, on the handles of one camera that sends frames, while a sanitizer
+// watches. They make a few thousand calls each, or run for the minutes that the environment asks for.
 
 #include "consumer.h"
 #include "consumer/description.h"
@@ -48,7 +48,8 @@ struct Exports
     }
 };
 
-/// What the threads share. Without an order between them, which would hide what a sanitizer is to see.
+/// A handle that the threads share. Its accesses are relaxed: an order between the threads would hide races
+/// from a sanitizer.
 class Slot
 {
 public:
@@ -129,7 +130,7 @@ public:
         return &info;
     }
 
-    /// Opens what a slot stands for; what was open there is closed.
+    /// Opens a module into a slot, and closes the one that the slot held.
     template <typename Opening>
     GC_ERROR Open(Slot &slot, Opening opening, decltype(Exports::TLClose) close = nullptr)
     {
@@ -143,7 +144,7 @@ public:
         return result;
     }
 
-    /// The camera, with the settings that it forgets when it is closed.
+    /// Opens the camera and writes its settings again, which it forgets when it is closed.
     GC_ERROR OpenDevice()
     {
         const auto result = Open(
@@ -175,7 +176,8 @@ public:
         return result;
     }
 
-    /// Fills a slot that is empty; the announced memory has to be left alone by all threads.
+    /// Announces a buffer into an empty slot. Makes the call without a place for the handle when the slot is
+    /// taken. No thread may use the announced memory.
     template <typename Announcing>
     GC_ERROR Announce(Announcing announcing)
     {
@@ -210,7 +212,7 @@ public:
 
     Shared &s;
     const Exports &gentl;
-    // Where calls write to that nobody reads.
+    // Calls write here; nobody reads it.
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     bool8_t flag = 0;
     uint32_t number = 0;
@@ -264,9 +266,10 @@ struct Call
 #define INTERFACE_ID c.s.interfaceId.c_str()
 #define DEVICE_ID c.s.deviceId.c_str()
 
-// All but GCCloseLib, which has to run alone and is called at the end; GCInitLib is refused. Registers are
-// written for AcquisitionStart only: features of one device are for one thread. A flush that takes buffers
-// away during an acquisition ends the process by its documentation.
+// All exports but GCCloseLib, which has to run alone and is called at the end. GCInitLib is refused. The only
+// register written is that of AcquisitionStart, because only one thread at a time may use a device's
+// features. DSFlushQueue only discards the output: a flush that takes buffers away from a running acquisition
+// is documented to end the process.
 const std::vector<Call> calls{
     CALL(GCGetInfo, c.Command(11), QUERY),
     CALL(GCGetLastError, &c.type, c.Text(), c.Size()),
@@ -380,7 +383,7 @@ protected:
                              : rounds >= shortRounds;
     }
 
-    /// Until the first frame, in the order of a consumer.
+    /// Makes the calls of a consumer in their order, up to the first frame.
     void StartFrames()
     {
         auto &caller = *m_callers.front();
@@ -402,8 +405,8 @@ protected:
         ASSERT_EQ(caller.TakeFrame(30000), GC_ERR_SUCCESS);
     }
 
-    /// Each call once in a round, in any order; those that stop the frames one by one, each few rounds
-    /// another thread, so that the others open all again in between.
+    /// Makes each call once in a round, in random order. The calls that stop the frames come singly: every
+    /// few rounds, one thread makes one of them, so that the others open everything again in between.
     void CallAll(uint64_t thread)
     {
         auto &caller = *m_callers[thread];
@@ -436,7 +439,7 @@ protected:
     gentlctl::Producer m_producer{proxyProducer};
     const Exports m_exports{dlopen(proxyProducer.c_str(), RTLD_NOW | RTLD_NOLOAD)};
     Shared m_shared{.gentl = m_exports};
-    std::vector<std::unique_ptr<Caller>> m_callers; ///< own memory that is announced
+    std::vector<std::unique_ptr<Caller>> m_callers; ///< they own memory that is announced
 };
 
 TEST_F(AllExports, WorkBesideEachOther)

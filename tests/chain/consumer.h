@@ -38,7 +38,7 @@ public:
     EVENT_HANDLE Event() const { return m_event; }
     const std::vector<BUFFER_HANDLE> &Buffers() const { return m_buffers; }
 
-    /// A small region, so that a test is done in a moment.
+    /// Selects a small region, so that a test is fast.
     void UseSmallImages(int side = 64)
     {
         m_remote.Set("Width", std::to_string(side));

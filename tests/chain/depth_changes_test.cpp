@@ -1,5 +1,5 @@
-// Mode, formats, components, region and binning of the depth camera, changed in every order and while frames
-// come: what the producer announces is what it delivers.
+// Mode, formats, components, region and binning of the depth camera change in every order, and while frames
+// come: the producer delivers what it announces.
 
 #include "depth_axis.h"
 #include "depth_points.h"
@@ -49,7 +49,7 @@ size_t DataTypeOf(const std::string &component)
     return types.at(component);
 }
 
-/// What the features tell of the frames to come.
+/// What the features say about the frames to come.
 struct Announced
 {
     explicit Announced(const Features &remote)
@@ -84,12 +84,12 @@ struct Announced
     size_t Pixels() const { return static_cast<size_t>(view.width) * static_cast<size_t>(view.height); }
 
     std::vector<std::string> enabled;
-    std::vector<Format> formats; // of the enabled
+    std::vector<Format> formats; // of the enabled components
     View view;
     std::string mode;
 };
 
-/// The layout of a frame is the announced one. @returns the bytes of its images
+/// Compares the layout of a frame with the announced one. Returns the bytes of its images.
 size_t ExpectLayout(const Shot &shot, const Announced &announced)
 {
     const bool isAlone = announced.enabled.size() == 1;
@@ -114,7 +114,8 @@ size_t ExpectLayout(const Shot &shot, const Announced &announced)
     return size;
 }
 
-/// What the processing adds to the camera's depth, and has room for without it, too.
+/// The bytes of PayloadSize for a range that is not enabled: the processing keeps room for what it adds to
+/// it.
 size_t RoomForAbsentRange(const Announced &announced)
 {
     const bool isThere = std::ranges::count(announced.enabled, "Range") != 0;
@@ -122,7 +123,7 @@ size_t RoomForAbsentRange(const Announced &announced)
     return isThere ? 0 : added * announced.Pixels();
 }
 
-/// A pixel of the lower middle shows the plane, at its depth. Of images with Range.
+/// Expects the middle pixel of a range image to show the plane at its depth.
 void ExpectDepth(const Features &remote, const ShotPart &range, const Announced &announced)
 {
     const auto &view = announced.view;
@@ -143,7 +144,7 @@ void ExpectDepth(const Features &remote, const ShotPart &range, const Announced 
         depth = c.Of(ValueAt<float>(range, isGrid ? 3 * i + 2 : i));
     }
     const double known = OnPlane(ray).z;
-    // The camera's own picture shows a place with distortion, a little beside it.
+    // The raw image has distortion, so the pixel shows a place beside the expected one.
     EXPECT_NEAR(depth, known, (announced.mode == "UncalibratedC" ? 0.01 : 0.004) * known);
 }
 
@@ -169,7 +170,7 @@ void Enable(const Features &remote, const std::string &component, bool isOn)
     EXPECT_EQ(remote.Get("ComponentEnable").get<bool>(), isOn) << component;
 }
 
-/// One at least is on all the time.
+/// Enables the wanted components first, because at least one must stay enabled.
 void EnableOnly(const Features &remote, const std::vector<std::string> &wanted)
 {
     for (const auto &component : wanted)
@@ -182,7 +183,7 @@ void EnableOnly(const Features &remote, const std::vector<std::string> &wanted)
     }
 }
 
-/// Chooses every format of every component that is there, one after the other.
+/// Chooses every available format of every component, one after the other.
 void ChooseAllFormats(const Features &remote, bool isForward)
 {
     auto order = components;
@@ -200,7 +201,7 @@ void ChooseAllFormats(const Features &remote, bool isForward)
     }
 }
 
-/// Something to do, and to take back.
+/// A change of features that can be taken back.
 struct Step
 {
     const char *name;
@@ -239,7 +240,7 @@ std::array<Step, 5> StepsTo(const Goal &goal)
                  {
                      set(remote, "BinningHorizontal", isForward ? 2 : 1);
                      set(remote, "DecimationVertical", isForward ? 2 : 1);
-                     // Further up in the smaller picture.
+                     // Moves the region up, because the picture is smaller.
                      set(remote, "OffsetY", isForward ? 130 : 270);
                  }}};
 }
@@ -256,7 +257,7 @@ TEST_P(ChangesTo, LeaveTheSameInEveryOrder)
     Use(camera, {"", 1, 1, 1, 1, 32, 20, 150, 270});
     ExpectConsistency(camera);
     const auto steps = StepsTo(GetParam());
-    std::set<std::string> seen; // ways that many orders begin with
+    std::set<std::string> seen; // sequences of steps checked already: many orders begin alike
     std::array<size_t, 5> order{0, 1, 2, 3, 4};
     size_t walks = 0;
     do
@@ -294,13 +295,13 @@ INSTANTIATE_TEST_SUITE_P(Goals, ChangesTo,
                                          Goal{"GridConfidence", "CalibratedABC_Grid", {"Confidence"}}),
                          [](const auto &instance) { return instance.param.name; });
 
-/// What can not be changed while frames may be under way.
+/// A change that is refused while frames may be under way.
 struct Change
 {
     std::string feature;
     std::string value;
-    std::string component = "Range";      // that is selected then
-    std::string text = "is locked while"; // of the failure, here of the camera
+    std::string component = "Range";      // the selected component
+    std::string text = "is locked while"; // part of the failure's text; by default from the camera
 };
 
 void PrintTo(const Change &change, std::ostream *stream)
@@ -308,7 +309,7 @@ void PrintTo(const Change &change, std::ostream *stream)
     *stream << change.feature << " to " << change.value << " of " << change.component;
 }
 
-/// An acquisition of all components that goes on.
+/// A running acquisition of the enabled components.
 class Acquisition
 {
 public:
@@ -334,7 +335,7 @@ public:
         m_camera.ForgetBuffers();
     }
 
-    /// More frames than there are buffers, so that some are begun later than now.
+    /// Takes more frames than there are buffers, so that some of them begin after this call.
     void ExpectFrames(const Announced &announced)
     {
         for (int i = 0; i < 6; ++i)
@@ -410,7 +411,7 @@ TEST_P(LoadedUserSet, RefreshesWhatEveryModeDelivers)
     Use(camera, {"", 1, 1, 1, 1, 64, 40, 150, 270});
     UseAllComponents(camera);
     const std::map<std::string, double> scales{{"Default", 0.5}, {"UserSet0", 0.125}, {"UserSet1", 8.0}};
-    // From each set to each other, and to itself.
+    // Covers the change from each set to each other and to itself.
     for (const auto *userSet :
          {"Default", "UserSet0", "UserSet1", "UserSet1", "UserSet0", "Default", "UserSet1", "Default"})
     {
@@ -422,7 +423,7 @@ TEST_P(LoadedUserSet, RefreshesWhatEveryModeDelivers)
         const Axis c(remote, "CoordinateC");
         EXPECT_EQ(c.scale, GetParam() == "UncalibratedC" ? scales.at(userSet) : 1);
         ExpectConsistency(camera);
-        // The mode that was not in force at the load is refreshed, too.
+        // A mode that was not selected at the load is refreshed, too.
         remote.Set("Scan3dOutputMode", GetParam() == "CalibratedC" ? "CalibratedABC_Grid" : "CalibratedC");
         ExpectConsistency(camera);
     }

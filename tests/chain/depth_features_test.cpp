@@ -1,5 +1,5 @@
-// A consumer that knows nothing but the standard features and the delivered data finds the same points in
-// every mode, with every user set of the depth camera and in several views of it.
+// A consumer that uses only the standard features and the delivered data finds the same points in every mode,
+// with the user sets of the depth camera and in several views.
 
 #include "depth_axis.h"
 #include "depth_points.h"
@@ -24,7 +24,7 @@ struct Reading
 {
     double value;
     bool isValid;
-    bool isCovered; // by the coordinate's axis
+    bool isCovered; // within the coordinate's axis
 };
 
 /// All values of one coordinate.
@@ -39,7 +39,7 @@ struct Layout
     double (*valueAt)(const ShotPart &part, size_t index);
 };
 
-/// As the naming of pixel formats has it.
+/// The layout of a depth format, which its published name gives.
 Layout LayoutOf(uint64_t format)
 {
     const auto wholeAt = [](const ShotPart &part, size_t index)
@@ -90,7 +90,7 @@ void PrintTo(const Situation &situation, std::ostream *stream)
     *stream << situation.userSet << ' ' << situation.view.name;
 }
 
-/// The pixels that may be the nearest to a place: two, or four, when it is next to the middle between them.
+/// The pixels that may be the nearest to a place: several when the place is about midway between them.
 std::vector<std::optional<size_t>> NearestPixels(const View &view, const SensorPlace &place)
 {
     const auto pixelOf = [](double sensor, int step, int offset)
@@ -153,7 +153,7 @@ protected:
     Camera &m_camera{m_opened.camera};
 };
 
-/// No valid value is beyond its axis, and there are both valid and invalid ones of depth.
+/// Expects all valid values within their axis, and both valid and invalid values of each coordinate.
 void ExpectCovered(const Channels &channels)
 {
     for (const auto &[coordinate, channel] : channels)
@@ -162,7 +162,7 @@ void ExpectCovered(const Channels &channels)
         size_t uncovered = 0;
         for (const auto &reading : channel)
         {
-            // In the grid the depth tells of the other coordinates, too; there they are no numbers.
+            // In a grid, the coordinates A and B of a pixel without depth are NaN.
             const bool isThere = reading.isValid && !std::isnan(reading.value);
             valid += isThere ? 1 : 0;
             uncovered += isThere && !reading.isCovered ? 1 : 0;
@@ -209,7 +209,7 @@ TEST_P(DepthFeatures, TellTheSamePointsInEveryMode)
             {
                 const Point point{a.value, b.value, c.value};
                 const double off = Length(point - Point{ray.x * c.value, ray.y * c.value, c.value});
-                beside += off < 0.01 ? 0 : 1; // not so for what is no number, either
+                beside += off < 0.01 ? 0 : 1; // also counts NaN
             }
         });
     EXPECT_EQ(notAsSent, 0U);
@@ -238,7 +238,7 @@ TEST_P(DepthFeatures, ReachAsFarAsTheValuesThatTheCameraCanSend)
         EXPECT_LT(axis.minimum, 0);
         EXPECT_GT(axis.maximum, 0);
     }
-    // As it was with the user set that was in force at opening; the others reach no step less far.
+    // The axis is exact for `Default`, the user set at opening. For the others it may differ by 8 mm.
     const double allowed = GetParam().userSet == "Default" ? 0.001 : 8;
     EXPECT_NEAR(c.maximum, raw.Of(raw.maximum), allowed);
     remote.Set("Scan3dOutputMode", "CalibratedC");
@@ -247,7 +247,8 @@ TEST_P(DepthFeatures, ReachAsFarAsTheValuesThatTheCameraCanSend)
     EXPECT_EQ(depth.maximum, c.maximum);
 }
 
-// The scale alone makes depth of the camera's values; who needs the offset finds it in the camera's own mode.
+// Calibration multiplies the camera's values by the scale and ignores the offset. Only the camera's own mode,
+// `UncalibratedC`, gives the offset.
 TEST(DepthOfAUserSetWithAnOffset, HasTheOffsetInTheCamerasModeOnly)
 {
     constexpr double offset = 200;
@@ -268,7 +269,7 @@ TEST(DepthOfAUserSetWithAnOffset, HasTheOffsetInTheCamerasModeOnly)
     const auto grid = read("CalibratedABC_Grid");
     const View whole{"Whole"};
     size_t compared = 0;
-    for (size_t row = 300; row < 330; ++row) // nothing but the plane
+    for (size_t row = 300; row < 330; ++row) // these rows show the plane alone
     {
         for (size_t column = 0; column < 640; ++column)
         {

@@ -1,4 +1,4 @@
-// Depth is the same distance in each pixel format that the camera sends, whatever was done before.
+// A pixel has the same depth in each pixel format that the camera sends, also after changes of settings.
 
 #include "depth_axis.h"
 #include "depth_points.h"
@@ -48,13 +48,13 @@ void ExpectPlane(Camera &camera, const std::string &mode, double step)
     const auto shot = TakeShot(camera);
     const auto &image = shot.parts.at(0);
     size_t compared = 0;
-    for (size_t row = 300; row < 330; ++row) // nothing but the plane
+    for (size_t row = 300; row < 330; ++row) // these rows show the plane alone
     {
         for (size_t column = 20; column < 620; ++column)
         {
             const SensorPlace place{static_cast<double>(column), static_cast<double>(row)};
             const Point ray = RayOf(place);
-            // Raw values are where the lens shows them.
+            // A raw value is at the pixel where the lens shows the direction.
             const auto shown = isRaw ? Shown(ray) : place;
             const auto i = static_cast<size_t>(std::lround(shown.row)) * imageWidth +
                            static_cast<size_t>(std::lround(shown.column));
@@ -86,8 +86,8 @@ TEST(DepthFormats, OfEightBitsGiveTheSameDepthInEveryMode)
     }
 }
 
-// Of the formats that fit its mode, the producer has the camera send the first.
-TEST(DepthFormats, OfEightBitsAreNotSentByACameraWithSixteen)
+// The producer has the camera send the first of the formats that fit the mode.
+TEST(DepthFormats, OfEightBitsAreNotSentWhereSixteenAreAvailable)
 {
     DepthCamera opened(proxyProducer);
     const auto &remote = opened.camera.Remote();
@@ -100,8 +100,8 @@ TEST(DepthFormats, OfEightBitsAreNotSentByACameraWithSixteen)
     ExpectPlane(opened.camera, "CalibratedABC_Grid", 0.125);
 }
 
-// Exposure, region, binning and the camera's format are those of the set, too; what the camera knows not of,
-// the producer's mode, stays.
+// A user set also changes exposure, region, binning and the camera's format. The producer's mode, which the
+// camera does not know, stays.
 TEST(DepthFormats, AreRightAfterAUserSetThatChangesAll)
 {
     DepthCamera opened(proxyProducer);

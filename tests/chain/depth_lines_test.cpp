@@ -1,4 +1,5 @@
-// The straight lines of the depth camera's scene: bent by its lens, straight in the undistorted intensity.
+// The lens of the depth camera bends the straight lines of its scene; the undistorted intensity shows them
+// straight.
 
 #include "depth_points.h"
 
@@ -19,7 +20,8 @@ namespace
 constexpr double straight = 0.3; // pixels
 constexpr double bent = 2.0;
 
-/// A grey value by place along a line and across it, so that upright and level lines are searched alike.
+/// Gives grey values by their place along a line and across it, so that the same code searches upright and
+/// level lines.
 struct Picture
 {
     double At(int along, int across) const
@@ -36,7 +38,7 @@ struct Picture
     bool isUpright;
 };
 
-/// The middle of the dark line near a place, where there is one with light on both sides.
+/// The middle of the dark line near a place; none unless there is light on both sides of it.
 std::optional<double> MiddleOfLine(const Picture &picture, int along, double near)
 {
     constexpr int reach = 7;
@@ -49,7 +51,7 @@ std::optional<double> MiddleOfLine(const Picture &picture, int along, double nea
     }
     const double begin = picture.At(along, first);
     const double end = picture.At(along, last);
-    constexpr double dark = 80; // the light of the lines is below, the light beside them above
+    constexpr double dark = 80; // lines are darker than this, their surroundings lighter
     constexpr double leastDarkness = 5;
     if (begin < dark || end < dark || std::abs(begin - end) > leastDarkness)
     {
@@ -65,7 +67,7 @@ std::optional<double> MiddleOfLine(const Picture &picture, int along, double nea
         weights += weight;
         sum += weight * across;
     }
-    // One line, and all of it: neither the crossing of two nor the end of one.
+    // Less weight means only a part of a line, as at its end.
     constexpr double leastWeight = 150;
     return weights > leastWeight ? std::optional(sum / weights) : std::nullopt;
 }
@@ -76,9 +78,9 @@ struct Place
     double across;
 };
 
-/// The mean of each place and those beside it: the camera looks at four places of a pixel, which leaves a
-/// quarter of a pixel open. Only of places with others on both sides, as beside a crossing the other line
-/// darkens the surroundings.
+/// The mean of each place and its neighbours on the line. The camera samples a pixel at two by two places, so
+/// a single place may be off by a quarter of a pixel. Places without all neighbours are left out: beside a
+/// crossing, the other line darkens the surroundings.
 std::vector<Place> Smoothed(std::vector<Place> places)
 {
     constexpr size_t beside = 3;
@@ -101,7 +103,7 @@ std::vector<Place> Smoothed(std::vector<Place> places)
     return smoothed;
 }
 
-/// The line that is at a place, followed from there to both sides for as far as it is seen.
+/// Follows the line at a place to both sides, as far as it is visible.
 std::vector<Place> Follow(const Picture &picture, const Place &start)
 {
     std::vector<Place> places;
@@ -171,7 +173,7 @@ Point OnPlane(const GridLine &line)
     return {line.x, line.y, 1500 + 0.25 * line.x + 0.10 * line.y};
 }
 
-/// The intensity alone.
+/// The intensity of a frame without the other components.
 ShotPart IntensityOf(const std::string &producer)
 {
     DepthCamera opened(producer);
@@ -215,7 +217,8 @@ TEST_P(LineOfTheScene, IsStraightWithoutDistortionOnly)
     RecordProperty("Bend", std::to_string(Bend(straightLine)));
 }
 
-// Beside sphere and plate; each from one edge of the picture to the other or to the band without light.
+// These lines pass beside the sphere and the plate. Each runs from an edge of the picture to the opposite
+// edge or to the band without light.
 INSTANTIATE_TEST_SUITE_P(Grid, LineOfTheScene,
                          testing::Values(GridLine{"FarLeft", true, -700, 50},
                                          GridLine{"Left", true, -600, 50}, GridLine{"Right", true, 800, 50},

@@ -1,5 +1,5 @@
-// What the producer tells of its 3D output by the standard features, held against the data that it delivers
-// in each mode, and that mode and format stand still while frames come.
+// The standard features describe the 3D data that the producer delivers in each mode, and mode and format
+// cannot change while frames come.
 
 #include "depth_axis.h"
 #include "depth_points.h"
@@ -20,7 +20,7 @@ using internal::FailureOf;
 
 constexpr size_t sensorWidth = 640;
 
-/// Depth of the tilted plane at a pixel without distortion; of pixels that show only it.
+/// Depth of the tilted plane at a pixel of an undistorted image.
 double PlaneDepth(size_t column, size_t row)
 {
     const double x = (static_cast<double>(column) - 322.75) / 525.5;
@@ -31,7 +31,7 @@ double PlaneDepth(size_t column, size_t row)
 constexpr size_t planeFirstRow = 300; // below sphere and plate
 constexpr size_t planeLastRow = 330;  // above the band without depth
 
-/// Whether a pixel without distortion shows the band without depth, and nothing beside it.
+/// Whether a pixel of an undistorted image shows the inside of the band without depth.
 bool ShowsBand(size_t column, size_t row)
 {
     const double y = (static_cast<double>(row) - 238.5) / 524.25 * PlaneDepth(column, row);
@@ -160,7 +160,7 @@ TEST(UncalibratedDepth, IsTheCamerasOwnWithItsFeatures)
     }
 }
 
-// Another scale of the camera's values; what is delivered has none of it.
+// A user set changes the scale of the camera's values, but not the calibrated depth.
 TEST_F(DepthModes, GiveTheSameDepthWhateverUserSetIsLoaded)
 {
     UseMode("CalibratedC");
@@ -214,7 +214,7 @@ TEST_P(ChangeWhileStreaming, IsDeniedAndLeavesAllAsItWas)
     EXPECT_EQ(Remote().Get("PixelFormat"), "Coord3D_ABC32f");
     EXPECT_EQ(Remote().GetInteger("PayloadSize"), payloadSize);
     EXPECT_EQ(Axis(Remote(), "CoordinateC").scale, 1);
-    // More frames than there are buffers, so that some are begun after the attempt.
+    // More frames than there are buffers, so that some of them begin after the attempt.
     Shot last;
     for (int i = 0; i < 6; ++i)
     {
@@ -228,7 +228,7 @@ TEST_P(ChangeWhileStreaming, IsDeniedAndLeavesAllAsItWas)
     EXPECT_NEAR(ValueAt<float>(last.parts.at(0), 3 * middle + 2), PlaneDepth(320, 320),
                 allowedError * PlaneDepth(320, 320));
     m_camera.Stop(ACQ_STOP_FLAGS_KILL);
-    // Now it is possible.
+    // After the stop, the change is possible.
     Remote().Set(change.feature, change.value);
     EXPECT_EQ(Remote().Get(change.feature), change.value);
 }

@@ -1,4 +1,4 @@
-// The depth camera's images side by side in one buffer, and its intensity without the lens's distortion.
+// The depth camera's images follow each other in one buffer, and its intensity has no distortion.
 
 #include "depth_points.h"
 #include "depth_shot.h"
@@ -20,20 +20,20 @@ namespace
 constexpr uint64_t mono8 = 0x01080001;
 constexpr uint64_t confidence8 = 0x010800C6;
 
-/// With all three images on.
+/// Uses a view with all three components enabled.
 void UseWithAllComponents(Camera &camera, const View &view)
 {
     Use(camera, view);
     UseAllComponents(camera);
 }
 
-/// As the vision module keeps its numbers: near a tie of two places even that makes a difference.
+/// Rounds to single precision, as the vision module does. This decides when two pixels are equally near.
 double Single(double number)
 {
     return static_cast<float>(number);
 }
 
-/// The lens as the camera's file tells it, for pixels of the view.
+/// The lens by the camera's calibration file, for pixels of the view.
 struct Lens
 {
     Lens(const std::vector<uint8_t> &file, const View &view)
@@ -78,7 +78,7 @@ struct Sent
     std::vector<uint8_t> lensFile;
 };
 
-/// Straight from the lower producer.
+/// The images that the camera sends, grabbed through the lower producer alone.
 Sent SentOf(const View &view)
 {
     DepthCamera opened(lowerProducer);
@@ -144,7 +144,7 @@ TEST_P(DepthPartsOf, ShowTheIntensityWithoutDistortion)
     const auto delivered = ImageOf(shot.parts[1]);
     ASSERT_EQ(delivered.size(), expected.size());
     EXPECT_LE(cv::norm(delivered, expected, cv::NORM_INF), 1);
-    EXPECT_GT(cv::norm(raw, expected, cv::NORM_INF), 50); // there was something to take out
+    EXPECT_GT(cv::norm(raw, expected, cv::NORM_INF), 50); // the raw image has distortion
 }
 
 INSTANTIATE_TEST_SUITE_P(Regions, DepthPartsOf, testing::ValuesIn(Regions()), NameOf);

@@ -17,10 +17,10 @@ inline constexpr uint64_t coord3dC16 = 0x011000B8;
 inline constexpr uint64_t coord3dC32f = 0x012000BF;
 inline constexpr uint64_t coord3dAbc32f = 0x026000C0;
 
-/// Of the distance that is known.
+/// The allowed error as a share of the known distance.
 inline constexpr double allowedError = 0.002;
 
-/// mm: x goes right, y down, z away from the camera.
+/// A point in mm: x goes right, y down, z away from the camera.
 struct Point
 {
     double x;
@@ -54,7 +54,7 @@ struct SensorPlace
     double row;
 };
 
-/// The middle of the sensor's pixels that a pixel of the view stands for.
+/// The middle of the sensor pixels that a pixel of the view covers.
 inline SensorPlace PlaceOf(const View &view, size_t column, size_t row)
 {
     const auto place = [](size_t pixel, int offset, int step)
@@ -62,19 +62,19 @@ inline SensorPlace PlaceOf(const View &view, size_t column, size_t row)
     return {place(column, view.offsetX, view.StepX()), place(row, view.offsetY, view.StepY())};
 }
 
-/// The direction that a place looks to when there is no distortion, at depth 1.
+/// The direction in which a place looks through a lens without distortion, as the point at depth 1.
 inline Point RayOf(const SensorPlace &place)
 {
     return {(place.column - middleX) / focalLengthX, (place.row - middleY) / focalLengthY, 1};
 }
 
-/// Where a lens without distortion shows what is in this direction.
+/// Where a lens without distortion shows this direction.
 inline SensorPlace ShownStraight(const Point &ray)
 {
     return {focalLengthX * ray.x / ray.z + middleX, focalLengthY * ray.y / ray.z + middleY};
 }
 
-/// Where the camera's lens shows it.
+/// Where the camera's lens shows this direction.
 inline SensorPlace Shown(const Point &ray)
 {
     constexpr double k1 = -0.21;
@@ -90,7 +90,7 @@ inline SensorPlace Shown(const Point &ray)
                           y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y, 1});
 }
 
-/// Where the plane lies in a direction of view.
+/// The point of the plane in a direction.
 inline Point OnPlane(const Point &ray)
 {
     const double z = 1500 / (1 - 0.25 * ray.x - 0.10 * ray.y);
@@ -104,7 +104,7 @@ inline double DistanceFromSphereMiddle(const Point &ray)
     return Length(Point{ray.x * along, ray.y * along, along} - sphereMiddle);
 }
 
-/// Whether nothing but the plane is in this direction and near it.
+/// Whether this direction and its surroundings show the plane alone.
 inline bool ShowsPlaneAlone(const Point &ray)
 {
     constexpr double margin = 20;
@@ -114,7 +114,7 @@ inline bool ShowsPlaneAlone(const Point &ray)
     return !isNearPlate && DistanceFromSphereMiddle(ray) > sphereRadius + margin;
 }
 
-/// Distance from the middle of the band without depth; half of it is 35 wide.
+/// Distance in y from the middle of the band without depth. Within `halfBand`, the plane has no depth.
 inline double DistanceFromBand(const Point &ray)
 {
     return std::abs(OnPlane(ray).y - 365);
@@ -140,7 +140,7 @@ inline std::pair<Point, double> FittedSphere(const std::vector<Point> &points)
     std::array<std::array<double, unknowns + 1>, unknowns> m{};
     for (const auto &point : points)
     {
-        const auto p = point - sphereMiddle; // near zero, to keep digits
+        const auto p = point - sphereMiddle; // small numbers lose fewer digits
         const std::array<double, unknowns + 1> row{p.x, p.y, p.z, 1, p.x * p.x + p.y * p.y + p.z * p.z};
         for (size_t i = 0; i < unknowns; ++i)
         {
@@ -150,7 +150,7 @@ inline std::pair<Point, double> FittedSphere(const std::vector<Point> &points)
             }
         }
     }
-    // Of a positive definite matrix no row needs another's place.
+    // The matrix is positive definite, so the elimination needs no exchange of rows.
     for (size_t i = 0; i < unknowns; ++i)
     {
         for (size_t k = 0; k < unknowns; ++k)

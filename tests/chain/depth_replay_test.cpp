@@ -1,4 +1,4 @@
-// Depth pictures of a folder, with the lens of their calibration file, arrive as points where they should.
+// Depth pictures of a folder, with the lens of their calibration file, arrive as the right points.
 
 #include "depth_points.h"
 #include "depth_shot.h"

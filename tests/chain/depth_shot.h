@@ -11,7 +11,7 @@ namespace chain
 
 inline constexpr const char *depthCamera = "OVRA-D1";
 
-/// One part of a frame, or all of a frame that has none.
+/// One part of a frame; the whole frame when it has no parts.
 struct ShotPart
 {
     size_t dataType = 0; // of parts only
@@ -77,7 +77,7 @@ inline Shot Describe(Camera &camera, BUFFER_HANDLE buffer)
     return shot;
 }
 
-/// The depth camera of a producer; one at a time of those with the same lower producer.
+/// The depth camera of a producer. Open only one at a time, since all of them use the same simulator.
 struct DepthCamera
 {
     explicit DepthCamera(const std::string &file) : producer(file), camera(producer, depthCamera) {}
@@ -86,12 +86,12 @@ struct DepthCamera
     Camera camera;
 };
 
-/// One frame of an acquisition of its own.
+/// Grabs one frame in an acquisition of its own.
 inline Shot TakeShot(Camera &camera)
 {
     camera.Remote().Set("AcquisitionMode", "SingleFrame");
     const auto size = static_cast<size_t>(camera.Remote().GetInteger("PayloadSize"));
-    std::array<BUFFER_HANDLE, 4> buffers{}; // no fewer will do
+    std::array<BUFFER_HANDLE, 4> buffers{}; // the least that the simulator accepts
     for (auto &buffer : buffers)
     {
         camera.Calls().DSAllocAndAnnounceBuffer(camera.Stream(), size, nullptr, &buffer);

@@ -1,4 +1,5 @@
-// The depth camera with all that it has, for long: each frame as it must be, none lost, and no more memory.
+// The depth camera sends all its images for a long time: each frame is right, none is lost, and memory does
+// not grow.
 
 #include "depth_points.h"
 #include "resident_memory.h"
@@ -21,7 +22,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr int soakBuffers = 4;
 
-/// How long it goes on: a few hundred frames, or the minutes that are asked for.
+/// The length of the test: a few hundred frames, or the minutes that the environment asks for.
 class Duration
 {
 public:
@@ -49,15 +50,15 @@ private:
     Clock::time_point m_begin = Clock::now();
 };
 
-/// A frame's bytes, which begin and end with its parts.
+/// The filled bytes of a frame: exactly its parts.
 std::vector<uint8_t> BytesOf(Camera &camera, BUFFER_HANDLE buffer)
 {
     const auto *const base = camera.BufferInfo<const uint8_t *>(buffer, BUFFER_INFO_BASE);
     return {base, base + camera.BufferInfo<size_t>(buffer, BUFFER_INFO_SIZE_FILLED)};
 }
 
-/// The camera sends as many frames at a time as there are buffers and numbers them anew, so that the consumer
-/// may take its time. Frames of the same number have the same noise.
+/// The camera sends bursts of as many frames as there are buffers, so that no frame is lost to a slow
+/// consumer. Each burst begins with number 1, and frames of the same number have the same noise.
 class DepthSoak : public testing::Test
 {
 protected:
@@ -81,7 +82,7 @@ protected:
 
     void TearDown() override { m_camera.Stop(ACQ_STOP_FLAGS_KILL); }
 
-    /// Keeps a frame to hold those with the same number against it.
+    /// Keeps a frame, to compare later frames of the same number with it.
     void TakeFirst()
     {
         auto *const buffer = m_camera.Take();
@@ -106,7 +107,7 @@ protected:
             EXPECT_EQ(shot.parts[i].pixelFormat, formats[i]);
             EXPECT_EQ(shot.parts[i].bytes.size(), sizes[i]);
         }
-        // In the lower middle there is nothing but the plane.
+        // The lower middle shows the plane alone.
         const size_t row = height * 2 / 3;
         const auto point = PointsOf(shot.parts[0]).at(row * width + width / 2);
         const auto known = OnPlane(RayOf(PlaceOf(m_view, width / 2, row)));
@@ -146,7 +147,7 @@ protected:
 TEST_F(DepthSoak, LosesNoFrameAndKeepsNoMemory)
 {
     ASSERT_EQ(m_known.size(), static_cast<size_t>(soakBuffers));
-    EXPECT_NE(m_known[0], m_known[1]); // else a frame that comes twice is not seen
+    EXPECT_NE(m_known[0], m_known[1]); // otherwise a frame that comes twice would go unnoticed
     constexpr uint64_t warmUp = 100;
     while (m_frames < warmUp && !HasFatalFailure())
     {

@@ -1,4 +1,5 @@
-// What the producer makes of the depth camera's range: points in space, where the scene is known.
+// The producer makes points in space from the depth camera's range; the tests compare them with the known
+// scene.
 
 #include "depth_points.h"
 
@@ -48,8 +49,9 @@ protected:
         }
     }
 
-    /// How far within the camera's picture the lens shows this direction, in pixels; below zero outside. The
-    /// undistorted picture of a region reaches beyond what the camera sent of it.
+    /// Distance in pixels from the place where the lens shows this direction to the nearest edge of the
+    /// camera's picture; negative outside, since an undistorted region reaches beyond the picture that the
+    /// camera sent.
     double InsideBy(const Point &ray) const
     {
         const auto &view = GetParam();
@@ -63,7 +65,7 @@ protected:
                         inside(shown.row, view.StepY(), view.offsetY, view.height));
     }
 
-    /// mm on the plane: two pixels.
+    /// Two pixels, in mm on the plane.
     double BandMargin() const { return 6.0 * GetParam().StepY(); }
 
     DepthCamera m_opened{proxyProducer};
@@ -96,7 +98,7 @@ TEST_P(Grid, PutsThePlaneWhereItIs)
     RecordProperty("AlongRay", std::to_string(alongRay));
     EXPECT_GT(compared, m_points.size() / 4);
     EXPECT_LT(fromPlane, allowedError);
-    // A view of four in one takes depth from up to two of the sensor's pixels away.
+    // With a step of four sensor pixels, depth comes from up to two sensor pixels away.
     const bool isCoarse = std::max(GetParam().StepX(), GetParam().StepY()) > 2;
     EXPECT_LT(alongRay, isCoarse ? 1.25 * allowedError : allowedError);
 }
@@ -155,7 +157,7 @@ class GridOfTheSphere : public Grid
 
 TEST_P(GridOfTheSphere, GivesItsRadiusAndPlace)
 {
-    constexpr double inside = 0.9 * sphereRadius; // beside the rim, where depth is steep
+    constexpr double inside = 0.9 * sphereRadius; // leaves out the rim, where depth is steep
     std::vector<Point> points;
     ForEachPixel(
         [&](size_t i, const Point &ray)
@@ -170,7 +172,7 @@ TEST_P(GridOfTheSphere, GivesItsRadiusAndPlace)
     RecordProperty("RadiusError", std::to_string(radius - sphereRadius));
     RecordProperty("MiddleError", std::to_string(Length(middle - sphereMiddle)));
     EXPECT_NEAR(radius, sphereRadius, allowedError * sphereMiddle.z);
-    if (GetParam().StepX() <= 2 && GetParam().StepY() <= 2) // so fine that it is of the radius itself, too
+    if (GetParam().StepX() <= 2 && GetParam().StepY() <= 2) // fine views: relative to the radius
     {
         EXPECT_NEAR(radius, sphereRadius, allowedError * sphereRadius);
     }

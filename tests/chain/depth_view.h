@@ -11,7 +11,7 @@
 namespace chain
 {
 
-/// What the depth camera shows: a region of the pixels that are left after binning and decimation.
+/// A view of the depth camera: a region of the pixels that binning and decimation leave.
 struct View
 {
     std::string name;
@@ -24,7 +24,7 @@ struct View
     int offsetX = 0;
     int offsetY = 0;
 
-    /// Pixels of the sensor for one of the image.
+    /// Sensor pixels per image pixel.
     int StepX() const { return binningX * decimationX; }
     int StepY() const { return binningY * decimationY; }
 };
@@ -63,7 +63,7 @@ inline void UseAllComponents(Camera &camera)
     }
 }
 
-/// The whole picture, three regions of it, and one where all is mixed.
+/// The whole picture, three regions of it, a binned region, and a binned and decimated region.
 inline std::vector<View> Regions()
 {
     return {{"Whole"},
@@ -79,7 +79,7 @@ namespace internal_view
 
 constexpr int largestFactor = 4;
 
-/// The camera's sizes are multiples of 4.
+/// The size that binning or decimation leaves; the largest sizes of the camera are multiples of 4.
 inline int Left(int pixels, int factor)
 {
     return pixels / factor / 4 * 4;
@@ -109,7 +109,7 @@ inline std::string NameOf(const char *what, int x, int y)
 
 } // namespace internal_view
 
-/// Each that the camera has, of the whole picture.
+/// Each binning of the camera, with the whole picture.
 inline std::vector<View> Binnings()
 {
     return internal_view::ForEachFactor(

@@ -1,5 +1,5 @@
-// Every pixel format of every simulated camera: what the producer makes of it, and that all who tell about
-// it agree.
+// Every pixel format of every simulated camera: what the producer makes of it, and that description,
+// register, payload size and frame agree on it.
 
 #include "consumer.h"
 #include "consumer/description.h"
@@ -36,7 +36,7 @@ struct TestedCamera
     bool hasMosaic; // its mosaic follows ReverseX and ReverseY
     int width;      // odd where the camera allows it: rows and groups begin in mid-byte
     int height;
-    int offsetX; // into the scene's colours and ramps
+    int offsetX; // so that the region shows the scene's colours and ramps
     int offsetY;
 };
 
@@ -73,7 +73,8 @@ void UseRegion(const gentlctl::Features &remote, const TestedCamera &tested)
     remote.Set("OffsetY", std::to_string(tested.offsetY));
 }
 
-/// A camera keeps its flips when it is opened again, and only then the producer sees their formats.
+/// Sets the flips of a camera and closes it. The camera keeps the flips, and the producer sees their formats
+/// when it opens the camera again.
 void UseFlips(gentlctl::Producer &producer, const TestedCamera &tested, Flips flips)
 {
     if (tested.hasMosaic)
@@ -117,7 +118,7 @@ private:
     std::map<std::string, uint64_t> m_codes;
 };
 
-/// What a consumer gets, and the memory that it gave.
+/// The producer's answers about a frame, and the memory that the consumer announced for it.
 struct Frame
 {
     uint64_t number = 0;
@@ -134,7 +135,7 @@ size_t RemotePayloadSize(Camera &camera)
     return static_cast<size_t>(camera.Remote().GetInteger("PayloadSize"));
 }
 
-/// As consumers do that ask the stream whether it knows the size.
+/// The payload size as a consumer finds it that first asks the stream whether it defines the size.
 size_t StreamsOrRemotePayloadSize(Camera &camera)
 {
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
@@ -164,7 +165,7 @@ Frame Describe(Camera &camera, BUFFER_HANDLE buffer, const Bytes &memory)
     return frame;
 }
 
-/// The first frames of an acquisition, in buffers of this size and not a byte more.
+/// The first frames of an acquisition in buffers of this size; the bytes behind a buffer are a guard.
 std::vector<Frame> Grab(Camera &camera, size_t size, int count)
 {
     std::vector<Bytes> memory(numBuffers, Bytes(size + guardSize, guardByte));
@@ -196,7 +197,7 @@ std::vector<Frame> Grab(Camera &camera, size_t size, int count)
     return frames;
 }
 
-/// The frames of every format that the camera itself sends, straight from the lower producer.
+/// The frames of every format that the camera itself sends, grabbed through the lower producer alone.
 std::map<std::string, std::vector<Frame>> SentFrames(gentlctl::Producer &lower, const TestedCamera &tested,
                                                      Flips flips)
 {
@@ -242,7 +243,7 @@ testing::AssertionResult BeginsWith(const Frame &frame, const Bytes &expected)
                : testing::AssertionFailure() << "differs from byte " << wrong - expected.begin();
 }
 
-/// Whether the frame is one of these formats, unpacked.
+/// Whether the frame is the unpacked form of one of these formats.
 bool IsMadeOfOne(const Frame &frame, const std::set<std::string> &sources,
                  const std::map<std::string, std::vector<Frame>> &sent, const TestedCamera &tested)
 {
@@ -258,8 +259,8 @@ class FormatsOf : public testing::TestWithParam<TestedCamera>
 {
 };
 
-// The environment leaves the camera one packed format at a time: of several with the same samples the
-// producer takes the first.
+// The environment leaves the camera one packed format at a time, because the producer takes the first of
+// several formats with the same samples.
 TEST_P(FormatsOf, AreUnpackedToTheBit)
 {
     const auto &tested = GetParam();
@@ -297,7 +298,7 @@ TEST_P(FormatsOf, AreUnpackedToTheBit)
     EXPECT_GE(unpacked, 4);
 }
 
-TEST_P(FormatsOf, AreToldAlikeByAllWhoKnowThem)
+TEST_P(FormatsOf, AgreeInDescriptionRegisterSizeAndFrame)
 {
     const auto &tested = GetParam();
     const auto sent = SentFrames(tested);
@@ -308,7 +309,7 @@ TEST_P(FormatsOf, AreToldAlikeByAllWhoKnowThem)
         Camera camera(producer, tested.model);
         UseRegion(camera.Remote(), tested);
         const FormatList list(camera);
-        // What the camera sends, and what the description lists of all that unpacking makes of it.
+        // Expects the formats that the camera sends, and the unpacked forms of the packed ones.
         std::map<std::string, std::set<std::string>> sources;
         std::set<std::string> expected;
         for (const auto &[format, originals] : formats)
@@ -338,7 +339,7 @@ TEST_P(FormatsOf, AreToldAlikeByAllWhoKnowThem)
                 EXPECT_EQ(frame.pixelFormat, list.CodeOf(format));
                 EXPECT_FALSE(frame.isIncomplete);
                 EXPECT_TRUE(frame.isGuardWhole);
-                if (formats.contains(format)) // as the camera sent it
+                if (formats.contains(format)) // the frame arrives as the camera sends it
                 {
                     EXPECT_EQ(frame.sizeFilled, size);
                     EXPECT_EQ(frame.bytes, formats.at(format).front().bytes);
@@ -367,7 +368,7 @@ uint32_t WordAt(const Bytes &bytes, size_t offset, bool isBigEndian)
     return value;
 }
 
-/// Chunks by id, found by their trailers alone: each leads to the one in front of it.
+/// Chunks by id, found by their trailers alone: each trailer leads to the one before it.
 std::map<uint64_t, std::pair<size_t, size_t>> WalkFromTheEnd(const Bytes &bytes, size_t end, bool isBigEndian)
 {
     constexpr size_t trailerSize = 8;
@@ -446,7 +447,8 @@ TEST_P(FormatsOf, AreFollowedByTheirChunks)
             EXPECT_TRUE(BeginsWith(frame, image));
             EXPECT_TRUE(frame.isGuardWhole);
             ASSERT_EQ(frame.chunks.size(), 1 + std::size(expected));
-            // Unpacked, the image chunk has the image's size; the camera fills it up to a multiple of 4.
+            // The camera pads the image chunk to a multiple of 4; the chunk of an unpacked image has no
+            // padding.
             const size_t imageChunk = isPacked ? image.size() : (image.size() + 3) / 4 * 4;
             const size_t end = imageChunk + behindTheImage;
             ASSERT_LE(end, frame.bytes.size());
@@ -469,7 +471,7 @@ TEST_P(FormatsOf, AreFollowedByTheirChunks)
             EXPECT_GT(ValueAt<uint64_t>(frame.bytes, at(3)), lastTimestamp);
             EXPECT_EQ(ValueAt<float>(frame.bytes, at(4)), 7234.5F);
             EXPECT_EQ(ValueAt<float>(frame.bytes, at(5)), 3.5F);
-            EXPECT_EQ(ValueAt<uint32_t>(frame.bytes, at(6)), // of what the camera sent
+            EXPECT_EQ(ValueAt<uint32_t>(frame.bytes, at(6)), // checksum of the image that the camera sent
                       crc32_z(0, originals[i].bytes.data(), original.Bytes().size()));
             lastTimestamp = ValueAt<uint64_t>(frame.bytes, at(3));
         }

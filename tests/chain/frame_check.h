@@ -10,8 +10,8 @@
 namespace chain
 {
 
-/// The number of a frame that the simulator marked with the feature FrameCheck; none when a byte of it is
-/// not as the simulator sent it.
+/// The number of a frame that the simulator marked with the feature FrameCheck; none when a byte of the image
+/// has changed.
 inline std::optional<uint64_t> CheckedFrameNumber(const uint8_t *image, size_t size)
 {
     struct Header

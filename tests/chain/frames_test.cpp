@@ -22,8 +22,8 @@ const uint8_t *BaseOf(Camera &camera, BUFFER_HANDLE buffer)
     return camera.BufferInfo<const uint8_t *>(buffer, BUFFER_INFO_BASE);
 }
 
-/// The camera sends as many frames at a time as there are buffers, as fast as it can. So the consumer may
-/// take its time, on any machine, and a lost frame is the producer's fault.
+/// The camera sends bursts of as many frames as there are buffers, as fast as it can. A slow consumer then
+/// loses no frame, and a lost frame is the producer's fault.
 void UseBursts(Camera &camera)
 {
     camera.Remote().Set("FrameCheck", "1");
@@ -52,7 +52,7 @@ class FramesOf : public testing::TestWithParam<const char *>
 
 TEST_P(FramesOf, TenThousandArriveWholeAndInOrder)
 {
-    // The whole sensor takes minutes; on request only.
+    // Frames of the whole sensor take minutes, so they are sent on request only.
     const bool isFullSize = std::getenv("QVR_TEST_FULL_SIZE") != nullptr;
     gentlctl::Producer producer(proxyProducer);
     Camera camera(producer, GetParam());

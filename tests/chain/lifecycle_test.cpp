@@ -32,7 +32,7 @@ void OpenGrabClose()
     camera.Calls().DSFlushQueue(camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
 }
 
-/// As a host in whose loader's folders the vision library is.
+/// A host that has loaded the vision library.
 class TheLibrary : public testing::Test
 {
 protected:
@@ -86,7 +86,7 @@ TEST_F(TheLibrary, CanBeUnloadedWhileTheHostGoesOnLogging)
     ASSERT_EQ(initialise(), GC_ERR_SUCCESS);
     ASSERT_EQ(close(), GC_ERR_SUCCESS);
     ASSERT_EQ(dlclose(library), 0);
-    // Formatted by code of the library that was unloaded.
+    // Logging must not use code of the unloaded library.
     spdlog::set_level(spdlog::level::info);
     spdlog::info("the host lives on");
 }
@@ -173,7 +173,7 @@ TEST_P(FeaturesOf, AModuleCanBeReadByName)
     {
         readable += FailureOf([&] { features.Get(name); }) == GenTL::internal::Failure{} ? 1 : 0;
     }
-    EXPECT_GE(readable + 8, names.size()); // commands, and what is in chunks only
+    EXPECT_GE(readable + 8, names.size()); // commands and features of chunks cannot be read
 }
 
 INSTANTIATE_TEST_SUITE_P(Modules, FeaturesOf,

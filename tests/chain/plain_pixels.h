@@ -10,7 +10,7 @@
 namespace chain
 {
 
-/// What the name of a pixel format says about it.
+/// A pixel format as its name describes it.
 struct PlainFormat
 {
     std::string base;    // "Mono", "BayerRG", "RGB"
@@ -41,7 +41,7 @@ inline PlainFormat FormatByName(const std::string &name)
     return {parts[1], static_cast<unsigned>(std::stoul(parts[2])), parts[3], parts[4]};
 }
 
-/// An image read bit by bit, as the layouts are published, with nothing of the code that it is to judge.
+/// Reads an image bit by bit according to docs/pixel-layouts.md, without the code under test.
 class PlainImage
 {
 public:
@@ -54,7 +54,7 @@ public:
 
     const std::vector<uint8_t> &Bytes() const { return m_bytes; }
 
-    /// Whole samples, and those of the sub-images side by side in each pixel.
+    /// The image in whole samples. A pixel of an interleaved image holds the samples of all sub-images.
     std::vector<uint8_t> Unpacked() const
     {
         std::vector<uint8_t> result;
@@ -100,7 +100,7 @@ public:
     }
 
 private:
-    /// Bytes of the image, the last one filled up.
+    /// Bytes of the image; the last byte may be padded.
     size_t Size() const
     {
         const size_t samples = m_width * m_height * m_format.Components();
@@ -129,7 +129,7 @@ private:
         const size_t lowBits = 8 / perGroup;
         const size_t group = index / perGroup * (perGroup + 1);
         const size_t inGroup = index % perGroup;
-        // A last group of fewer samples has fewer upper bytes in front of its byte of low bits.
+        // An incomplete last group has fewer upper bytes before its byte of low bits.
         const size_t low = std::min(group + perGroup, m_bytes.size() - 1);
         return Bits((group + inGroup) * 8, 8) << lowBits | Bits(low * 8 + inGroup * lowBits, lowBits);
     }

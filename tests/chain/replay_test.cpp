@@ -1,4 +1,4 @@
-// Pictures of a folder arrive through the chain as the same pictures.
+// Pictures of a folder, replayed by the simulator, arrive unchanged through the producer.
 
 #include "consumer.h"
 #include "support/environment_variable.h"
@@ -18,7 +18,7 @@ namespace
 
 namespace fs = std::filesystem;
 
-/// A folder of pictures of the sensor's size, as unlike each other as photographs.
+/// A folder of different pictures of the sensor's size, in several file formats.
 class Photographs
 {
 public:
@@ -43,7 +43,7 @@ public:
 
     std::string Folder() const { return m_folder.string(); }
     size_t Count() const { return m_files.size(); }
-    /// As a viewer shows it.
+    /// The picture in a file, as OpenCV reads it.
     cv::Mat Show(size_t index) const { return cv::imread(m_files[index], cv::IMREAD_GRAYSCALE); }
 
 private:

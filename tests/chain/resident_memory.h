@@ -7,7 +7,7 @@
 namespace chain
 {
 
-/// Bytes of memory that are this process's own.
+/// Bytes of this process that are in memory.
 inline size_t ResidentMemory()
 {
     std::ifstream file("/proc/self/statm");
@@ -17,7 +17,7 @@ inline size_t ResidentMemory()
     return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
-/// Sanitizers keep freed memory.
+/// Whether a sanitizer is on, which keeps freed memory.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool hasSanitizer = true;
 #elif defined(__has_feature)

@@ -1,4 +1,4 @@
-// The ways in which consumers in the field stop a stream; each must work over producer and simulator.
+// Consumers stop a stream in different orders of calls; each order must work with producer and simulator.
 
 #include "consumer.h"
 #include "support/failure.h"
