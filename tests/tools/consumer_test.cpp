@@ -1,4 +1,4 @@
-// The parts of the consumer over a lower producer that does what a test tells it to.
+// The parts of the consumer, with a lower producer that a test scripts.
 
 #include "consumer/description.h"
 #include "consumer/features.h"
@@ -27,7 +27,7 @@ namespace
 
 using GenTL::internal::LowerLibrary;
 
-/// A description with these nodes, of which the features are named.
+/// A description with these nodes; `features` names the nodes that are features.
 std::string Description(const std::string &nodes, const std::vector<std::string> &features)
 {
     std::string listed;
@@ -40,7 +40,7 @@ std::string Description(const std::string &nodes, const std::vector<std::string>
                        listed, nodes);
 }
 
-/// Features of the system, as a description of its own has them.
+/// The system module of a producer whose description a test gives.
 class SystemFeatures
 {
 public:
@@ -100,7 +100,7 @@ TEST(LiteralFeatures, DecideWhichEntriesThereAre)
     EXPECT_THROW(features.Set("Mode", "On"), std::runtime_error);
 }
 
-TEST(FeatureValues, TellWhatCanBeTold)
+TEST(FeatureValues, HaveAValueOrAReasonForEachFeature)
 {
     SystemFeatures system(Description(
         "<Integer Name=\"Good\"><Value>1</Value></Integer>"

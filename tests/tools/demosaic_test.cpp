@@ -39,7 +39,7 @@ TYPED_TEST(RandomMosaic, HasTheColoursThatAnotherLibraryFinds)
         cv::Mat expected;
         cv::cvtColor(samples, expected, conversion);
         const auto picture = AsMat(Demosaic(AsRaster<TypeParam>(samples), red));
-        // That library copies the pixels at the edges from their neighbours.
+        // OpenCV copies the pixels at the edges from their neighbours.
         const cv::Rect inner(1, 1, samples.cols - 2, samples.rows - 2);
         EXPECT_EQ(cv::norm(picture(inner), expected(inner), cv::NORM_INF), 0) << red.x << red.y;
     }

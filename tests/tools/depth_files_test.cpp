@@ -111,7 +111,7 @@ TEST(ColourOfDepth, IsCloseToTheColourMap)
     std::iota(levels.begin<uint8_t>(), levels.end<uint8_t>(), uint8_t{0});
     cv::Mat map;
     cv::applyColorMap(levels, map, cv::COLORMAP_TURBO);
-    // By so much the published polynomials differ from the map between these levels.
+    // The largest difference of the published polynomials from the map between these levels.
     constexpr int approximation = 21;
     // Level 238 is the colour of the least depth, level 22 that of the largest.
     for (int level = 22; level <= 238; ++level)

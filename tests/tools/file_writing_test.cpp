@@ -39,7 +39,7 @@ protected:
         WriteBytes(file, text.data(), text.size());
     }
 
-    /// What a failure says; empty when there is none.
+    /// The text of a failure; empty when there is none.
     template <typename Function>
     static std::string FailureOf(Function function)
     {
@@ -101,7 +101,7 @@ TEST_F(OutputFiles, TellThatTheDiskIsFull)
     EXPECT_EQ(FailureOf([] { Write("/dev/full", "x"); }), "Cannot write /dev/full: the disk is full");
 }
 
-TEST_F(OutputFiles, GoToADeviceAsItIs)
+TEST_F(OutputFiles, AreWrittenToADeviceDirectly)
 {
     Write("/dev/null", "x");
     EXPECT_EQ(fs::status("/dev/null").type(), fs::file_type::character);

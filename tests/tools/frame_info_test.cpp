@@ -1,4 +1,4 @@
-// What a producer says of a frame, over a producer that a test scripts.
+// The information about a frame, from a producer that a test scripts.
 
 #include "consumer/frame_info.h"
 
@@ -93,7 +93,7 @@ protected:
         return ReadFrameInfo(*calls, nullptr, memory.data(), remote);
     }
 
-    /// The producer has this chunk of the memory.
+    /// Makes the producer report this chunk in the buffer's memory.
     void HaveChunk(uint64_t id, ptrdiff_t offset, size_t length)
     {
         calls->onDSGetBufferChunkData =

@@ -1,4 +1,4 @@
-// The command-line consumer as a user runs it, over the producer and the simulator.
+// The command-line consumer as a user runs it, with the producer and the simulator.
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -35,7 +35,7 @@ struct Run
 
 const std::string program = QVR_BIN_DIR "/gentlctl ";
 
-/// @param redirection of a shell, "2>&1" for both streams in one
+/// @param redirection for the shell; "2>&1" captures both streams
 Run Gentlctl(const std::string &arguments, const std::string &redirection = "2>&1",
              const std::string &before = "")
 {
@@ -289,7 +289,7 @@ TEST(Gentlctl, WritesPointsOfTheDepthCamera)
 
 TEST(Gentlctl, ReceivesAllFramesBeforeItWritesThem)
 {
-    // This camera sends as fast as it gets buffers, thousands of frames for each that is written.
+    // This camera sends as fast as it gets buffers: thousands of frames while one is written.
     const Folder folder;
     const auto json = JsonOf("grab -d OVRA-M1 -n 12 -o " + folder.Path().string());
     EXPECT_EQ(json["files"].size(), 24U);
@@ -375,7 +375,7 @@ TEST(Gentlctl, ShowsThatChunksHaveValuesOnlyWithAFrame)
               "gentlctl: Cannot set ChunkFrameID: only with a frame\n");
 }
 
-TEST(Gentlctl, ShowsAFeatureThatAModuleDoesNotHaveAsSuch)
+TEST(Gentlctl, ShowsAnUnimplementedFeatureAsNotAvailable)
 {
     EXPECT_EQ(JsonOf("get -d OVRA-M1 -m stream")["StreamDiscardedFrameCount"],
               (Json{{"text", "not available now"}}));
@@ -397,7 +397,7 @@ TEST(Gentlctl, ShowsBytesAsHexadecimal)
     EXPECT_EQ(bytes.get<std::string>().substr(0, 2), "0x");
 }
 
-TEST(Gentlctl, NamesTheModesThatTheFormatsOfDepthHangOn)
+TEST(Gentlctl, NamesTheModesThatDecideTheFormatsOfDepth)
 {
     const auto json = JsonOf("formats -d OVRA-D1");
     EXPECT_EQ(json["Scan3dOutputMode"]["is"], "CalibratedABC_Grid");
@@ -443,7 +443,7 @@ TEST_P(GentlctlInterrupted, KeepsTheFramesThatCame)
 
 INSTANTIATE_TEST_SUITE_P(Signal, GentlctlInterrupted, testing::Values(SIGINT, SIGTERM));
 
-/// Makes a pipe in place of a file, so that a write of it waits for the test.
+/// Makes a pipe in place of a file, so that writing the file waits until the test reads it.
 fs::path MakePipe(const Folder &folder, const std::string &name)
 {
     fs::create_directories(folder.Path());
@@ -462,7 +462,7 @@ TEST(Gentlctl, WritesFramesWhileItWaitsForTheNext)
         folder.Path().string());
     ASSERT_TRUE(run.Shows("] 2/5 ")) << run.Shown();
     EXPECT_EQ(ContentOf(file).substr(1, 3), "PNG");
-    // No third frame comes.
+    // No third frame comes, so the grab still waits.
     run.Signal(SIGINT);
     EXPECT_EQ(run.End().status, 130);
     EXPECT_TRUE(fs::exists(folder.Path() / "frame-00002.png"));
@@ -490,7 +490,7 @@ TEST(Gentlctl, CountsWhatTheDiskCannotTake)
 TEST(Gentlctl, SaysWhichFileDoesNotFitAndLeavesNoPartOfIt)
 {
     const Folder folder;
-    // In units of 512 bytes: less than an image, more than its infos.
+    // The limit, in units of 512 bytes, is less than an image and more than its infos.
     const auto run =
         Gentlctl("grab -d OVRA-M1 -n 3 -f raw -s AcquisitionFrameRate=20 -o " + folder.Path().string(),
                  "2>&1", "ulimit -f 100; ");
@@ -535,7 +535,7 @@ TEST(Gentlctl, KeepsTheLogOutOfItsOutput)
     EXPECT_EQ(xml.output.substr(0, 5), "<?xml");
 }
 
-TEST(Gentlctl, WritesAFeatureWhoseEntriesHangOnConstants)
+TEST(Gentlctl, WritesAFeatureWhoseEntriesDependOnConstants)
 {
     EXPECT_EQ(Gentlctl("set -m stream StreamBufferHandlingMode=OldestFirst").status, 0);
     EXPECT_EQ(Gentlctl("set -m stream StreamBufferHandlingMode=NewestOnly").output,
@@ -545,7 +545,7 @@ TEST(Gentlctl, WritesAFeatureWhoseEntriesHangOnConstants)
               (Json{{"StreamAnnounceBufferMinimum", 2}}));
 }
 
-TEST(Gentlctl, TellsTheFeaturesThatItCan)
+TEST(Gentlctl, PrintsReadableFeaturesAndNamesTheOthers)
 {
     const std::string command = "get -d OVRA-M1 Width NoSuch Height";
     const auto run = Gentlctl(command);
@@ -595,7 +595,7 @@ TEST(Gentlctl, WritesThePointsExactly)
     const Folder folder;
     const auto run = Gentlctl("grab -d OVRA-D1 -n 1 -f tiff -o " + folder.Path().string());
     EXPECT_EQ(run.status, 0) << run.output;
-    // The library that reads takes the third channel for its first: z, y, x.
+    // OpenCV reverses the channels to z, y, x.
     const auto grid = cv::imread((folder.Path() / "frame-00001.tiff").string(), cv::IMREAD_UNCHANGED);
     ASSERT_EQ(grid.type(), CV_32FC3);
     std::string points;

@@ -1,4 +1,4 @@
-// Pictures of every pixel format, read back by another library than those that wrote them.
+// Pictures of every pixel format, read back by a library that did not write them.
 
 #include "pictures/image_files.h"
 
@@ -33,7 +33,7 @@ using tarn::common::PixelFormat;
 constexpr int imageWidth = 14;
 constexpr int imageHeight = 10;
 
-/// A folder of a test's own.
+/// A folder for the files of one test.
 class PictureFiles : public testing::Test
 {
 protected:
@@ -49,7 +49,7 @@ protected:
                 static_cast<size_t>(samples.rows), static_cast<uint64_t>(format)};
     }
 
-    /// The picture that is written of samples, as another library reads it.
+    /// Writes a picture of these samples and returns it as OpenCV reads it.
     cv::Mat Picture(const cv::Mat &samples, PixelFormat format, const std::string &extension,
                     size_t index = 0) const
     {
@@ -70,13 +70,13 @@ cv::Mat RandomSamples(int type, double maximum)
     return samples;
 }
 
-/// In a PNG deep samples have the full range.
+/// The samples that a PNG holds: 16-bit samples are scaled to the full range.
 cv::Mat InPng(const cv::Mat &samples, double maximum)
 {
     cv::Mat scaled = samples.clone();
     if (samples.depth() == CV_16U)
     {
-        // As doubles first: floats would round some samples to the wrong side.
+        // Converts to double first, because float would round some samples the wrong way.
         cv::Mat exact;
         samples.convertTo(exact, CV_64F, 65535 / maximum);
         exact.convertTo(scaled, CV_16U);
@@ -84,7 +84,7 @@ cv::Mat InPng(const cv::Mat &samples, double maximum)
     return scaled;
 }
 
-/// What a picture of depth shows, blue first as the library that reads has it.
+/// The colours of a picture of depth, in the order of OpenCV: blue first.
 cv::Mat InColours(const cv::Mat &depth)
 {
     cv::Mat values;
@@ -147,7 +147,7 @@ TEST_P(ColourPictures, KeepEverySampleInItsChannel)
 {
     const auto &[format, name, type, maximum] = GetParam();
     const auto samples = RandomSamples(type, maximum);
-    // The library that reads has blue first.
+    // OpenCV has blue first.
     cv::Mat expected = samples.clone();
     if (std::string(name).starts_with("RGB"))
     {
@@ -255,8 +255,7 @@ TEST_F(PictureFiles, OfPointsHoldTheFloatsExactly)
     cv::RNG(17).fill(points, cv::RNG::UNIFORM, -1500, 1500);
     points.at<cv::Vec3f>(2, 3) = {std::nanf(""), std::nanf(""), 0};
     points.at<cv::Vec3f>(4, 5) = {-0.25F, 1e-7F, 1e9F};
-    // x, y and z are the first, second and third channel; the library that reads takes the third for its
-    // first.
+    // x, y and z are the first, second and third channel of the file; OpenCV reverses the channels.
     cv::Mat expected;
     cv::cvtColor(points, expected, cv::COLOR_RGB2BGR);
     EXPECT_TRUE(Equal(Picture(points, PixelFormat::Coord3D_ABC32f, "tiff"), expected));

@@ -19,7 +19,7 @@ using namespace GenTL;
 using internal::GenTLException;
 using internal::TypedAnswer;
 
-/// An info function that answers with this.
+/// An info query that gets this answer.
 InfoQuery Query(const TypedAnswer &answer)
 {
     return [answer](INFO_DATATYPE *type, void *buffer, size_t *size)

@@ -1,4 +1,4 @@
-// What gentlctl is linked of.
+// Which code of the project gentlctl contains.
 
 #include <gtest/gtest.h>
 
@@ -15,8 +15,8 @@
 namespace
 {
 
-/// Functions that a file defines outside of headers, by their mangled names. The linker makes those of an
-/// archive local to the program.
+/// Functions that a file defines outside of headers, by their mangled names. In the program, functions from
+/// an archive are local symbols.
 /// @param kinds the letters that `nm` gives them
 std::set<std::string> FunctionsIn(const std::string &file, const std::string &kinds)
 {

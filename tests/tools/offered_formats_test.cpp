@@ -52,7 +52,7 @@ TEST(OfferedFormats, CopyWhatTheTableDoesNotHave)
 using GenTL::internal::Component;
 using tarn::common::PixelFormat;
 
-/// What the producer itself does for this format over a device that sends that one.
+/// How the producer itself makes `output` from a device that sends `input`.
 OfferedFormat MadeByTheProducer(PixelFormat output, PixelFormat input)
 {
     GenTL::internal::Processor processor;

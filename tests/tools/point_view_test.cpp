@@ -32,7 +32,8 @@ constexpr int gridWidth = 41;
 constexpr int gridHeight = 31;
 constexpr double focalLength = 40;
 
-/// The grid that this camera delivers of a scene, which gives z for a direction (x/z, y/z); 0: nothing there.
+/// The grid of points that this camera delivers. `scene` gives z for a direction (x/z, y/z), or 0 for no
+/// point.
 cv::Mat Grid(const std::function<double(double, double)> &scene)
 {
     cv::Mat points(gridHeight, gridWidth, CV_32FC3);
@@ -50,7 +51,7 @@ cv::Mat Grid(const std::function<double(double, double)> &scene)
     return points;
 }
 
-/// As the camera itself sees it, with ten times its pixels.
+/// The viewpoint of the camera itself, with ten times its pixels.
 Viewpoint AtTheCamera()
 {
     Viewpoint viewpoint;
@@ -60,7 +61,7 @@ Viewpoint AtTheCamera()
     return viewpoint;
 }
 
-/// Around (0, 0, 1000), from 1000 away.
+/// A viewpoint turned around (0, 0, 1000), at a distance of 1000.
 Viewpoint Turned(double degreesToTheRight)
 {
     auto viewpoint = AtTheCamera();
@@ -71,7 +72,7 @@ Viewpoint Turned(double degreesToTheRight)
     return viewpoint;
 }
 
-/// A view in the type of another library.
+/// A view as OpenCV matrices.
 struct Rendered
 {
     cv::Mat distance;
@@ -130,7 +131,7 @@ TEST(PointViewOfSinglePoints, ShowsNoneOutsideOfThePictureOrBehind)
 
 TEST(PointViewOfSinglePoints, TurnsThemAroundTheCentre)
 {
-    // From the right, what is behind the centre goes to the right, and what is before it to the left.
+    // Seen from the right, a point behind the centre moves to the right, and a point before it to the left.
     const auto viewpoint = Turned(90);
     EXPECT_EQ(PixelOf(Render(Single({0, 0, 1000}), {}, viewpoint)), cv::Point(200, 150));
     EXPECT_EQ(PixelOf(Render(Single({0, 0, 1250}), {}, viewpoint)), cv::Point(300, 150));
@@ -154,7 +155,8 @@ TEST(PointViewOfAPlane, IsWhereItIsSeenFromTheSide)
     const auto plane = Grid([](double x, double) { return x >= 0 ? 1000.0 : 0.0; });
     const auto viewpoint = Turned(45);
     const auto view = Render(plane, {}, viewpoint);
-    // Turned, the plane's point (x, y, 1000) is (x cos, y, 1000 - x sin): column 400 x cos / (1000 - x sin).
+    // The turn takes the point (x, y, 1000) of the plane to (x cos, y, 1000 - x sin). It appears
+    // 400 x cos / (1000 - x sin) columns from the middle.
     const double half = std::sqrt(0.5);
     const double right = 200 + 400 * 500 * half / (1000 - 500 * half);
     ASSERT_GT(right, 401);
@@ -185,13 +187,13 @@ TEST(PointViewOfAStep, HasNoSurfaceBetweenItsSides)
     const auto view = Render(step, {}, AtTheCamera());
     EXPECT_EQ(view.depth.at<float>(150, 100), 600);
     EXPECT_EQ(view.depth.at<float>(150, 300), 1200);
-    // Between the last column of the one and the first of the other.
+    // The columns between both surfaces are empty.
     EXPECT_EQ(cv::countNonZero(view.distance.colRange(191, 200)), 0);
 }
 
 TEST(PointViewOfAStep, HidesWhatIsBehindIt)
 {
-    // A plate before a wall; from the side it stands before another part of the wall.
+    // A plate stands before a wall; seen from the side, it hides another part of the wall.
     const auto scene =
         Grid([](double x, double y) { return std::abs(x) < 0.14 && std::abs(y) < 0.14 ? 700.0 : 1300.0; });
     const auto viewpoint = Turned(30);
@@ -201,14 +203,14 @@ TEST(PointViewOfAStep, HidesWhatIsBehindIt)
         return cv::Point(cv::Point2d(seen.x(), seen.y()));
     };
     const auto plate = pixel({0, 0, 700});
-    // The wall is seen there, too: without the plate it is in the same pixel.
+    // Without the plate, the same pixel shows the wall.
     const auto wall = Grid([](double, double) { return 1300.0; });
     const auto nothingBefore = Render(wall, {}, viewpoint);
     ASSERT_NEAR(nothingBefore.depth.at<float>(plate), 1300, 0.01);
     const auto view = Render(scene, {}, viewpoint);
     EXPECT_NEAR(view.depth.at<float>(plate), 700, 0.01);
     EXPECT_LT(view.distance.at<float>(plate), nothingBefore.distance.at<float>(plate));
-    // And where the camera saw the plate before the wall, there is a hole in the wall.
+    // Where the plate hid the wall from the camera, the wall has a hole.
     EXPECT_EQ(view.distance.at<float>(pixel({0, 0, 1300})), 0);
 
     // The order of the points does not matter.
@@ -254,14 +256,14 @@ TEST(PointViewpoint, HasAllPointsInSight)
         }
         EXPECT_TRUE(Eigen::AlignedBox2d(Eigen::Vector2d(0, 0), Eigen::Vector2d(size.width, size.height))
                         .contains(seen));
-        // They fill it, in one direction at least.
+        // The points fill the picture in at least one direction.
         EXPECT_GT(std::max(seen.sizes().x() / size.width, seen.sizes().y() / size.height), 0.8);
     }
 }
 
 TEST(PointViewpoint, LooksFromTheRightAndFromAbove)
 {
-    // A near point before a wall goes to the left when seen from the right, and down when seen from above.
+    // A point before a wall moves to the left when seen from the right, and down when seen from above.
     const auto scene = Grid([](double x, double y) { return x == 0 && y == 0 ? 500.0 : 1000.0; });
     const auto nearPoint = [&](const ViewAngles &angles) -> Eigen::Vector2d
     {

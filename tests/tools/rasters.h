@@ -10,7 +10,7 @@
 namespace gentlctl
 {
 
-/// Samples in the type of another library, and back.
+/// Converts samples to OpenCV's type, and back.
 template <typename T>
 cv::Mat AsMat(const Raster<T> &raster)
 {

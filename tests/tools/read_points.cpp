@@ -1,5 +1,5 @@
-// Prints the coordinates of the points in a PLY file as floats, as a library reads them that has no part in
-// writing them.
+// Prints the coordinates of the points in a PLY file as floats. It reads them with a library that did not
+// write them.
 
 #include <opencv2/viz/vizcore.hpp>
 
