@@ -96,7 +96,7 @@ TEST(SimulatorExports, RefuseInvalidHandles)
 
 using SimulatorArguments = CameraTest;
 
-// Calls with a good handle and nothing else: null pointers, zero sizes.
+// These calls have a valid handle; all other arguments are null pointers or zero.
 
 void ExpectRefused(const char *call, GC_ERROR result)
 {

@@ -1,4 +1,4 @@
-// What tells the cameras from each other: colours, interleaved images, and the bits of their formats.
+// What distinguishes the cameras: colours, interleaved images, and the bits of their formats.
 
 #include "support/environment_variable.h"
 #include "support/simulator/simulator.h"
@@ -233,7 +233,7 @@ TEST_F(SimulatorCamera, OffersOnlyTheFormatsOfTheEnvironment)
     EXPECT_CODE(GC_ERR_INVALID_VALUE, m_camera->SetEntry("PixelFormat", "Mono8"));
     EXPECT_OK(m_camera->SetEntry("PixelFormat", "Mono10g40QVR"));
     ASSERT_OK(Tl().DevClose(m_device));
-    Open("SIM-SIM0005"); // has none of them
+    Open("SIM-SIM0005"); // this camera has none of the named formats
     EXPECT_TRUE(OfferedFormats().contains("Mono8"));
     EXPECT_TRUE(OfferedFormats().contains("BayerRG10p_I_A_B"));
 }
@@ -321,7 +321,7 @@ TEST_F(SimulatorColour, TurnsWithTheSensor)
     ASSERT_OK(m_camera->Set("ReverseX", 1));
     ASSERT_OK(m_camera->Set("ReverseY", 1));
     const auto turned = Grab("RGB8");
-    // Away from the number, which is not turned, and from the disc.
+    // These pixels lie away from the disc, and from the number, which the flips do not turn.
     for (const size_t x : {400U, 1203U, 2000U, 2300U})
     {
         for (const size_t y : {150U, 777U, 1500U})

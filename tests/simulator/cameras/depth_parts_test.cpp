@@ -1,4 +1,4 @@
-// The images that the depth camera sends beside each other: which, where in the buffer, and what they show.
+// The images that the depth camera sends in one buffer: which images, where they are, and what they show.
 
 #include "support/simulator/depth_camera.h"
 

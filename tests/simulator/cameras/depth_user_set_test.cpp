@@ -37,7 +37,7 @@ protected:
         EXPECT_EQ(axisMax * 1000, m_camera->Get("Scan3dAxisMaxReg"));
     }
 
-    /// Values of the features of the image and how it is taken, selected ones for each selector.
+    /// Values of the features that a user set covers; of a selected feature, the value for each selector.
     std::map<std::string, double> State() const
     {
         std::map<std::string, double> state;
@@ -68,7 +68,7 @@ protected:
         return state;
     }
 
-    /// Leaves no feature of State as it was.
+    /// Changes every feature of State.
     void ChangeAll()
     {
         ASSERT_OK(m_camera->Set("BinningHorizontal", 2));

@@ -1,4 +1,4 @@
-// Noise of the depth camera's images: none at first, and on request of the given deviation.
+// Noise of the depth camera's images: none by default; on request, with the given deviation.
 
 #include "support/simulator/depth_camera.h"
 
@@ -9,7 +9,8 @@ namespace simulator_test
 namespace
 {
 
-/// Component and pixel format, the feature of its noise, and the unit of that in values.
+/// A component and its pixel format, the feature of its noise, and the noise that makes one step of the
+/// value.
 struct NoisyImage
 {
     const char *component;
@@ -69,7 +70,7 @@ struct Statistics
     double deviation;
 };
 
-/// Of the differences where there is a value, and the noise does not meet an end of the range.
+/// Statistics of the noise, from pixels whose value is so large that noise does not reach the invalid value.
 Statistics Compare(const std::vector<unsigned> &still, const std::vector<unsigned> &noisy)
 {
     double sum = 0;
@@ -93,12 +94,12 @@ Statistics Compare(const std::vector<unsigned> &still, const std::vector<unsigne
 TEST_P(SimulatorDepthNoise, HasMeanZeroAndTheSetDeviation)
 {
     const std::vector<unsigned> still = Grab(1).front();
-    for (const double deviation : {2.0, 4.0}) // in values; more reaches the end of 8 bits
+    for (const double deviation : {2.0, 4.0}) // steps of the value; more noise would reach the end of 8 bits
     {
         ASSERT_OK(m_camera->SetFloat(GetParam().feature, static_cast<float>(deviation * GetParam().unit)));
         const Statistics statistics = Compare(still, Grab(1).front());
         EXPECT_NEAR(0.0, statistics.mean, 0.1);
-        // The values are rounded twice, which adds a twelfth each to the square at most.
+        // Two roundings of a value add at most a twelfth each to the square of the deviation.
         EXPECT_NEAR(deviation, statistics.deviation, 0.05);
     }
     ASSERT_OK(m_camera->SetFloat(GetParam().feature, 0.0F));
@@ -136,7 +137,7 @@ TEST_P(SimulatorDepthNoise, KeepsInvalidPixelsAndTheRange)
             ASSERT_EQ(0U, noisy[i]) << i;
             ++invalid;
         }
-        ASSERT_LT(noisy[i], still[i] + 60) << i; // nothing goes beyond an end of the range to the other one
+        ASSERT_LT(noisy[i], still[i] + 60) << i; // no value wraps from 0 to the largest
     }
     EXPECT_EQ(isRange, invalid > 10000);
 }

@@ -1,4 +1,4 @@
-// Depth pictures of a folder instead of the depth camera's scene.
+// The depth camera replays depth pictures of a folder instead of its scene.
 
 #include "support/environment_variable.h"
 #include "support/simulator/depth_camera.h"
@@ -19,7 +19,7 @@ namespace
 constexpr int pictureWidth = 320;
 constexpr int pictureHeight = 200;
 
-/// A folder of depth pictures, gone after the test.
+/// A folder of depth pictures, removed after the test.
 class SimulatorDepthReplay : public DepthCameraTest
 {
 protected:
@@ -56,7 +56,7 @@ protected:
         return (cv::Mat_<double>(3, 3) << 250.5, 0, 160.25, 0, 251, 99.5, 0, 0, 1);
     }
 
-    /// As cv::FileStorage writes it.
+    /// Saves the calibration file in the form of cv::FileStorage.
     void SaveCalibration(double depthScale = 0.0)
     {
         cv::FileStorage file(m_folder / "camera.yml", cv::FileStorage::WRITE);
@@ -69,7 +69,7 @@ protected:
         }
     }
 
-    /// Each pixel of another value, with the 0 that stands for no depth and the largest there is.
+    /// A picture whose pixels have different values, among them 0 (no depth) and the largest value.
     static cv::Mat Depth(int first)
     {
         cv::Mat image(pictureHeight, pictureWidth, CV_16U);
@@ -106,7 +106,7 @@ protected:
         return LastErrorText();
     }
 
-    /// The calibration file of the camera, which is read in blocks.
+    /// Reads LensCalibrationData from the camera, block by block.
     std::vector<uint8_t> LensFile()
     {
         const auto execute = [&](const char *operation)
@@ -295,7 +295,7 @@ TEST_F(SimulatorDepthReplay, ShowsTheIntensityBesideTheDepth)
     AnnounceBuffers(4);
     Start();
     constexpr size_t pixels = size_t{pictureWidth} * pictureHeight;
-    for (const unsigned expected : {180U, 0U, 180U}) // none of b.png
+    for (const unsigned expected : {180U, 0U, 180U}) // b.png has no intensity
     {
         const BUFFER_HANDLE buffer = Receive().handle;
         const std::vector<uint8_t> bytes = Content(buffer);

@@ -9,7 +9,7 @@ namespace simulator_test
 namespace
 {
 
-/// Every reference of the description leads to a node, and names are used once.
+/// Expects every reference of the description to lead to a node, and every name to be unique.
 void ExpectConsistent(PORT_HANDLE port)
 {
     const Nodes nodes(port);
@@ -36,7 +36,7 @@ void ExpectConsistent(PORT_HANDLE port)
     EXPECT_GT(references, 0U);
 }
 
-/// What a feature tree shows has texts for its reader.
+/// Expects every feature to have the texts that a feature tree shows.
 void ExpectTexts(PORT_HANDLE port)
 {
     const Nodes nodes(port);
@@ -59,7 +59,7 @@ void ExpectTexts(PORT_HANDLE port)
     EXPECT_GT(features, 0U);
 }
 
-/// Each register of the module can be read at its address with its length.
+/// Expects each register of the module to be readable at its address with its length.
 void ExpectReadable(PORT_HANDLE port)
 {
     const Nodes nodes(port);

@@ -15,7 +15,7 @@ uint32_t Crc(const uint8_t *bytes, size_t size)
     return static_cast<uint32_t>(crc32_z(0, bytes, size));
 }
 
-/// Reads samples bit by bit, as the layouts are published, whatever the packing code does.
+/// Reads samples bit by bit according to docs/pixel-layouts.md, without the packing code.
 class SampleReader
 {
 public:
@@ -46,7 +46,7 @@ public:
         const size_t lowBits = 8 / perGroup;
         const size_t group = index / perGroup * (perGroup + 1);
         const size_t inGroup = index % perGroup;
-        // A last group of fewer samples has fewer upper bytes in front of its byte of low bits.
+        // An incomplete last group has fewer upper bytes before its byte of low bits.
         const size_t low = std::min(group + perGroup, m_bytes.size() - 1);
         return Bits((group + inGroup) * 8, 8) << lowBits | Bits(low * 8 + inGroup * lowBits, lowBits);
     }
@@ -75,7 +75,7 @@ const std::map<std::string, unsigned> formats = {
 
 TEST_F(SimulatorFrame, IsPackedAsItsFormatSays)
 {
-    // Rows begin in the middle of bytes and of groups, and the last group is not whole.
+    // With these widths, rows begin in the middle of bytes and groups, and the last group is incomplete.
     for (const int64_t width : {64, 65, 67, 70})
     {
         SetRegion(width, 19);
@@ -129,7 +129,7 @@ TEST_F(SimulatorFrame, RegionIsCutOutOfTheScene)
     const std::vector<uint8_t> whole = GrabOne();
     SetRegion(200, 100, 700, 850);
     const std::vector<uint8_t> region = GrabOne();
-    // Rows below the frame number, which stands in the corner of the image and not of the scene.
+    // Compares rows below the frame number: the number is in the corner of the image, not of the scene.
     for (size_t y = 50; y < 100; ++y)
     {
         const auto row = region.begin() + static_cast<ptrdiff_t>(y * 200);
@@ -275,7 +275,7 @@ TEST_F(SimulatorChunks, HoldTheValuesOfTheFrame)
 
 TEST_F(SimulatorChunks, AreLinkedByTheirTrailers)
 {
-    // From the end: each trailer leads to the one in front of it.
+    // Walks from the end: each trailer leads to the one before it.
     size_t end = m_bytes.size();
     for (size_t i = 6; i-- > 0;)
     {

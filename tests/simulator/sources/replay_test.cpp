@@ -17,7 +17,7 @@ namespace simulator_test
 namespace
 {
 
-/// A folder of images for the camera to replay, gone after the test.
+/// A folder of images for the camera to replay, removed after the test.
 class SimulatorReplay : public CameraTest
 {
 protected:
@@ -41,7 +41,7 @@ protected:
         ASSERT_TRUE(cv::imwrite(m_folder / name, image));
     }
 
-    /// The samples of Mono8 in the middle of so many frames.
+    /// The middle samples of this many frames in Mono8.
     std::vector<int> GrabMiddles(int frames)
     {
         const internal::EnvironmentVariable folder("QVR_SIM_IMAGES", m_folder);
@@ -64,7 +64,7 @@ protected:
         std::ofstream(m_folder / name, std::ios::binary) << text;
     }
 
-    /// In tiles of 16 x 16, which OpenCV does not write.
+    /// Saves a TIFF with tiles of 16 x 16, which OpenCV cannot write.
     void SaveTiled(const std::string &name, const cv::Mat &image)
     {
         constexpr int side = 16;
@@ -98,7 +98,7 @@ protected:
         TIFFClose(file);
     }
 
-    /// In four inks, 255 for none of one, as programs for print write it.
+    /// Saves a JPEG with four inks, where 255 means no ink, as print programs write it.
     void SaveInks(const std::string &name, const std::array<uint8_t, 4> &inks)
     {
         constexpr JDIMENSION side = 16;
@@ -130,7 +130,7 @@ protected:
         std::fclose(file);
     }
 
-    /// Files of every kind with the same colour, for whose grey 135 stands.
+    /// Saves files of every kind with one colour, whose grey is 135. Returns their number.
     size_t SaveEveryKind()
     {
         const cv::Mat colour(20, 24, CV_8UC3, cv::Scalar(40, 120, 200));
@@ -163,7 +163,7 @@ protected:
         Save("transparent.bmp", transparent);
         Save("float.tif", as(grey, CV_32F, 1.0 / 255));
         Save("double.tif", as(grey, CV_64F, 1.0 / 255));
-        // Sixteen colours of which the ninth is in all pixels: 4 bits each.
+        // A palette of sixteen colours; all pixels, of 4 bits, have the colour of index 9.
         std::string bitmap("BM\0\0\0\0\0\0\0\0\x76\0\0\0\x28\0\0\0\x02\0\0\0\x02\0\0\0\x01\0\x04\0", 30);
         bitmap.resize(14 + 40 + 16 * 4);
         bitmap.replace(14 + 40 + 9 * 4, 3, "\x28\x78\xC8");
@@ -283,7 +283,7 @@ TEST_F(SimulatorReplay, CutsAndPacksTheRegion)
 
 TEST_F(SimulatorReplay, ScalesAnImageToCoverTheSensor)
 {
-    // Twice as wide as the sensor: what is left of the middle half is cut off on both sides.
+    // The image is twice as wide as the sensor's shape, so a quarter is cut off on either side.
     cv::Mat image(512, 1280, CV_8U, cv::Scalar(200));
     image.colRange(640, 1280).setTo(100);
     Save("wide.png", image);

@@ -1,4 +1,4 @@
-// Many threads at once on the same handles. What they get is of no interest; the sanitizers watch.
+// Many threads use the same handles at once while a sanitizer watches. The tests do not check their results.
 
 #include "support/simulator/simulator.h"
 
@@ -20,7 +20,7 @@ protected:
         SetRegion(64, 48);
     }
 
-    /// Runs each of them again and again until `main` is done.
+    /// Runs each of `others` again and again, on a thread of its own, until `main` is done.
     void RunBeside(const std::vector<std::function<void()>> &others, const std::function<void()> &main)
     {
         std::atomic<bool> done = false;

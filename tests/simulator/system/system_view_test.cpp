@@ -1,4 +1,4 @@
-// The descriptions as the proxy producer's own reader sees them: it knows fewer elements than GenApi does.
+// The descriptions as the proxy producer's own reader sees them. The reader knows fewer elements than GenApi.
 
 #include "nodemap/node_access.h"
 #include "support/simulator/simulator.h"
@@ -12,7 +12,7 @@ namespace
 
 using namespace internal::nodemap;
 
-/// The simulator's port for the reader. What the reader does not call is not there.
+/// A port of the simulator for the reader. Functions that the reader does not need fail the test.
 class DirectPort : public internal::IPort
 {
 public:
