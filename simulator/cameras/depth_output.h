@@ -8,8 +8,8 @@ namespace GenTL::simulator
 /// The registers of the Scan3d features with a converter hold the value times this.
 constexpr int64_t scan3dDivisor = 1000;
 
-/// Fits values for 16 bits to a format. In a format of fewer bits, steps larger by a power of two cover the
-/// same depth.
+/// Fits values for 16 bits to a format. Where they do not fit, steps larger by a power of two cover the same
+/// depth.
 Scan3dValues InFormat(const Scan3dValues &scan, const PixelFormat &format);
 
 /// The Scan3d features and the noise of a depth camera. The features show the values of the user set in

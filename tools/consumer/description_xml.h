@@ -16,8 +16,7 @@ using NumberForm = std::string (*)(uint64_t);
 struct DescriptionXml
 {
     std::string text;
-    /// When a port exists that does not always exist, for example "only with a frame"; by the name of the
-    /// port.
+    /// Ports that exist at times only: when they exist, for example "only with a frame", by their names.
     std::map<std::string, std::string> passingPorts;
     /// The ids of chunks, by the name of their port.
     std::map<std::string, uint64_t> chunkIds;

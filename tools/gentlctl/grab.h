@@ -36,7 +36,7 @@ struct GrabReport
     double seconds = 0;             ///< from the first to the last frame
     std::vector<std::string> files; ///< names of the written files
     Json chunks = Json::object();   ///< of the last frame
-    std::exception_ptr failure;     ///< the first failure; null without one, also after an interrupt
+    std::exception_ptr failure;     ///< why the grab failed; null when nothing failed
 };
 
 /// Frames per second; 0 while fewer than two frames came.

@@ -16,8 +16,8 @@ struct OfferedFormat
 
 /// Says how the proxy producer makes each chosen format, by the table of pixel formats. It copies a format
 /// that the device sends. It unpacks a format from the packed form that the device sends. It calibrates any
-/// other format from depth. A format that is not in the table counts as copied; so does every format when the
-/// table has none of the sent ones.
+/// other format from depth. A format that is not in the table counts as copied. When the table has none of
+/// the sent formats, every format counts as copied.
 std::vector<OfferedFormat> ExplainFormats(const std::vector<std::string> &chosen,
                                           const std::vector<std::string> &sent);
 
