@@ -202,7 +202,7 @@ TEST_P(WorkerState, AnswersTheCall)
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, WorkerState, testing::ValuesIn(stateCases),
-                         [](const auto &info) { return info.param.state + info.param.call; });
+                         [](const auto &instance) { return instance.param.state + instance.param.call; });
 
 class WorkerAfterKill : public WorkerFixture
 {

@@ -20,10 +20,10 @@ namespace
 /// The answer of the command.
 struct FormatsReport
 {
-    std::string device;                 ///< its id
-    std::vector<std::string> chosen;    ///< names of the formats that an application may choose
-    std::vector<std::string> sent;      ///< names of the formats that the device itself sends
-    std::vector<OfferedFormat> offered; ///< how the producer makes each of `chosen`
+    std::string device;                   ///< its id
+    std::vector<std::string> chosen;      ///< names of the formats that an application may choose
+    std::vector<std::string> sent{};      ///< names of the formats that the device itself sends
+    std::vector<OfferedFormat> offered{}; ///< how the producer makes each of `chosen`
     /// The features that decide which formats are offered, each with its value ("is") and its entries
     /// ("canBe").
     Json decisive = Json::object();
