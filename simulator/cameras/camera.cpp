@@ -68,10 +68,10 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool w
 {
     ConnectFeatures(unit);
     const CameraContext context{Features(), m_model, unit, m_acquisition};
-    for (const auto &make : m_model.parts)
+    for (const auto &make : m_model.controls)
     {
-        m_parts.push_back(make(context));
-        m_parts.back()->Update();
+        m_controls.push_back(make(context));
+        m_controls.back()->Update();
     }
     Update();
 }
@@ -89,14 +89,14 @@ void Camera::ConnectFeatures(CameraUnit &unit)
 
 void Camera::Update()
 {
-    for (const auto &part : m_parts)
+    for (const auto &control : m_controls)
     {
-        part->Update();
+        control->Update();
     }
     auto settings = CommonSettings(Features());
-    for (const auto &part : m_parts)
+    for (const auto &control : m_controls)
     {
-        part->Contribute(settings);
+        control->Contribute(settings);
     }
     settings.payloadSize = simulator::PayloadSize(settings);
     Features().SetInteger("PayloadSize", static_cast<int64_t>(settings.payloadSize));

@@ -10,7 +10,8 @@ namespace GenTL::simulator
 /// An opened camera: the remote device module. Made by IFOpenDevice with all features at their defaults, and
 /// closed with its device. It decides which frames are sent; the stream sends them.
 ///
-/// This class holds what all kinds of camera share; the parts of the model add the rest. Any thread may call.
+/// This class holds what all kinds of camera share; the controls of the model add the rest. Any thread may
+/// call.
 class Camera : public Module
 {
 public:
@@ -38,7 +39,7 @@ private:
     const CameraModel m_model;
     const bool m_writable;
     AcquisitionControl m_acquisition;
-    std::vector<std::unique_ptr<CameraPart>> m_parts;
+    std::vector<std::unique_ptr<CameraControl>> m_controls;
     std::shared_ptr<const FrameSettings> m_settings; ///< guarded by the lock of the features
 };
 

@@ -67,7 +67,7 @@ std::vector<Chunk> StandardChunks()
 
 /// Completes a camera that sends one image of the scene in a frame. `formats` are the features of the format.
 CameraModel AreaCamera(CameraModel camera, const Sensor &sensor, std::vector<Feature> formats,
-                       MakeCameraPart formatControl)
+                       MakeCameraControl formatControl)
 {
     camera.chunks = StandardChunks();
     camera.features = Joined({DeviceFeatures(camera),
@@ -77,7 +77,7 @@ CameraModel AreaCamera(CameraModel camera, const Sensor &sensor, std::vector<Fea
                               AcquisitionFeatures(),
                               ChunkFeatures(camera.chunks),
                               TransportFeatures()});
-    camera.parts = {Makes<RegionControl>(), std::move(formatControl), Makes<ChunkControl>()};
+    camera.controls = {Makes<RegionControl>(), std::move(formatControl), Makes<ChunkControl>()};
     camera.sources = [] { return MakeSceneSource; };
     return camera;
 }
@@ -262,8 +262,8 @@ CameraModel DepthD1(const std::optional<DepthReplay> &replay)
          AcquisitionFeatures(),
          ChunkFeatures(camera.chunks),
          TransportFeatures()});
-    camera.parts = {Makes<RegionControl>(), Makes<ComponentControl>(components), Makes<ChunkControl>(),
-                    Makes<FileAccess>(files), Makes<DepthOutput>(rangeComponent, sets)};
+    camera.controls = {Makes<RegionControl>(), Makes<ComponentControl>(components), Makes<ChunkControl>(),
+                       Makes<FileAccess>(files), Makes<DepthOutput>(rangeComponent, sets)};
     camera.sources = [replay]
     {
         return replay ? DepthReplaySources(*replay)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/cameras/camera_part.h"
+#include "simulator/cameras/camera_control.h"
 
 #include <fmt/format.h>
 
@@ -10,7 +10,7 @@ namespace GenTL::simulator
 constexpr const char *cameraVendor = "QVR";
 constexpr const char *cameraVersion = "1.0.0";
 
-/// A kind of camera as data: names, features, chunks, parts and images.
+/// A kind of camera as data: names, features, chunks, controls and images.
 struct CameraModel
 {
     std::string model;
@@ -22,7 +22,8 @@ struct CameraModel
     std::string guid; ///< the GUIDs of the description without their last two digits
     std::vector<Feature> features = {};
     std::vector<Chunk> chunks = {};
-    std::vector<MakeCameraPart> parts = {}; ///< a later part builds on the features of an earlier one
+    std::vector<MakeCameraControl> controls =
+        {}; ///< a later control builds on the features of an earlier one
 
     /// Called at the start of an acquisition: returns the function that makes the sources of the images.
     /// @throws Error when the images that the environment asks for cannot be replayed

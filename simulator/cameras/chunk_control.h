@@ -1,12 +1,12 @@
 #pragma once
 
-#include "simulator/cameras/camera_part.h"
+#include "simulator/cameras/camera_control.h"
 
 namespace GenTL::simulator
 {
 
 /// ChunkEnable. The chunk of the image is always enabled.
-class ChunkControl : public CameraPart
+class ChunkControl : public CameraControl
 {
 public:
     explicit ChunkControl(const CameraContext &context);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/cameras/camera_part.h"
+#include "simulator/cameras/camera_control.h"
 
 namespace GenTL::simulator
 {
@@ -15,7 +15,7 @@ struct ImageComponent
 
 /// ComponentEnable and PixelFormat of a camera that sends several images in a frame. At first it sends the
 /// first component alone.
-class ComponentControl : public CameraPart
+class ComponentControl : public CameraControl
 {
 public:
     ComponentControl(const CameraContext &context, std::vector<ImageComponent> components);

@@ -14,11 +14,11 @@ Scan3dValues InFormat(const Scan3dValues &scan, const PixelFormat &format);
 
 /// The Scan3d features and the noise of a depth camera. The features show the values of the user set in
 /// force, in the present format of the range.
-class DepthOutput : public CameraPart
+class DepthOutput : public CameraControl
 {
 public:
-    /// `range` is the value of ComponentSelector for the range. This part comes last in the list of parts, as
-    /// UserSets requires.
+    /// `range` is the value of ComponentSelector for the range. This control comes last in the list of
+    /// controls, as UserSets requires.
     DepthOutput(const CameraContext &context, int64_t range, std::vector<UserSet> sets);
 
     void Update() override;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/cameras/camera_part.h"
+#include "simulator/cameras/camera_control.h"
 
 namespace GenTL::simulator
 {
@@ -16,7 +16,7 @@ struct CameraFile
 std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files);
 
 /// Reads files through these features.
-class FileAccess : public CameraPart
+class FileAccess : public CameraControl
 {
 public:
     FileAccess(const CameraContext &context, std::vector<CameraFile> files);

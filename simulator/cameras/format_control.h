@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/cameras/camera_part.h"
+#include "simulator/cameras/camera_control.h"
 
 namespace GenTL::simulator
 {
@@ -11,7 +11,7 @@ const Feature &PixelFormatOf(const CameraModel &model);
 std::set<std::string> WantedFormats(const CameraModel &model);
 
 /// PixelFormat of a camera that sends one image in a frame.
-class FormatControl : public CameraPart
+class FormatControl : public CameraControl
 {
 public:
     explicit FormatControl(const CameraContext &context);

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "simulator/cameras/camera_part.h"
+#include "simulator/cameras/camera_control.h"
 
 namespace GenTL::simulator
 {
 
 /// Region, binning and decimation. A region that does not fit the binned and decimated sensor gets smaller.
-class RegionControl : public CameraPart
+class RegionControl : public CameraControl
 {
 public:
     explicit RegionControl(const CameraContext &context) : m_features(context.features) {}

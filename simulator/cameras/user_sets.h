@@ -12,8 +12,8 @@ struct UserSet
     Scan3dValues scan; ///< of 16 bits; formats of fewer bits have larger steps
 };
 
-/// UserSetLoad and UserSetSave. Owned by DepthOutput. Made after the other parts: the features that it finds
-/// are the defaults that a set restores. It acts in hooks of the features, with their lock held.
+/// UserSetLoad and UserSetSave. Owned by DepthOutput. Made after the other controls: the features that it
+/// finds are the defaults that a set restores. It acts in hooks of the features, with their lock held.
 class UserSets
 {
 public:
