@@ -2,6 +2,7 @@
 
 #include "device.h"
 #include "instance_manager.h"
+#include "modules/list_update.h"
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/lower_info.h"
@@ -25,14 +26,14 @@ std::string AccessFlagName(DEVICE_ACCESS_FLAGS flags)
     return isNamed ? names.at(static_cast<size_t>(flags)) : std::to_string(flags);
 }
 
-void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags)
+void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags, bool passesReadOnly)
 {
     if (flags < DEVICE_ACCESS_NONE || flags > DEVICE_ACCESS_EXCLUSIVE)
     {
         throw GenTLException(fmt::format("Invalid Access type {}", AccessFlagName(flags)),
                              GC_ERR_INVALID_PARAMETER);
     }
-    if (flags == DEVICE_ACCESS_READONLY)
+    if (flags == DEVICE_ACCESS_READONLY && !passesReadOnly)
     {
         throw GenTLException(fmt::format("Access type {} not implemented", AccessFlagName(flags)),
                              GC_ERR_NOT_IMPLEMENTED);
@@ -49,9 +50,10 @@ bool IsAdmittedModel(std::string model)
 }
 
 Interface::Interface(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, IF_HANDLE lowerHandle,
-                     TL_HANDLE parentSystem, bool filterDevices)
+                     TL_HANDLE parentSystem, bool filterDevices, const Profile &profile,
+                     const Assembly &assembly)
     : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager), m_parentSystem(parentSystem),
-      m_filterDevices(filterDevices)
+      m_filterDevices(filterDevices), m_profile(profile), m_assembly(assembly)
 {
 }
 
@@ -88,7 +90,18 @@ void Interface::IFGetDeviceInfo(const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd,
     {
         return utils::InfoQuery{piType, pBuffer, piSize}.AnswerInt32(DEVICE_ACCESS_STATUS_NOACCESS);
     }
-    Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, iInfoCmd, piType, pBuffer, piSize);
+    CallWithId([&]
+               { Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, iInfoCmd, piType, pBuffer, piSize); });
+}
+
+template <typename Call>
+void Interface::CallWithId(Call call)
+{
+    if (!m_profile.lower.updatesLists)
+    {
+        return call();
+    }
+    CallWithKnownId(call, [this] { IFUpdateDeviceList(nullptr, listUpdateMs); });
 }
 
 void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags, DEV_HANDLE *phDevice)
@@ -98,10 +111,11 @@ void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFla
     {
         throw GenTLException("Access denied!", GC_ERR_ACCESS_DENIED);
     }
-    CheckAccessFlags(iOpenFlags);
+    CheckAccessFlags(iOpenFlags, m_profile.admission.passesReadOnly);
     DEV_HANDLE lowerDevice = nullptr;
-    Proxy()->IFOpenDevice(GetLowerHandle(), sDeviceID, iOpenFlags, &lowerDevice);
-    const auto device = std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle);
+    CallWithId([&] { Proxy()->IFOpenDevice(GetLowerHandle(), sDeviceID, iOpenFlags, &lowerDevice); });
+    const auto device =
+        std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle, m_profile, m_assembly);
     const auto handle = m_manager->devices.Add(device);
     *phDevice = handle;
     device->SetHandle(handle);
