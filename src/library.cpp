@@ -107,6 +107,13 @@ Library::Library(const Profile &profile, const Assembly &assembly) : m_profile(p
 {
     // spdlog's registry must live longer than this object: the destructor logs what it cleans up.
     spdlog::default_logger_raw();
+    if (profile.identity.logOwner == LogOwner::Producer)
+    {
+        m_logger = std::make_shared<spdlog::logger>(std::string(profile.identity.logger),
+                                                    std::make_shared<spdlog::sinks::stdout_color_sink_mt>());
+        m_logger->set_level(spdlog::level::off);
+        utils::SetOwnLogger(m_logger);
+    }
 }
 
 void Library::Initialize()
@@ -155,11 +162,8 @@ void Library::SetUpLogging()
     {
         return ShareLog();
     }
-    m_logger = std::make_shared<spdlog::logger>(std::string(identity.logger),
-                                                std::make_shared<spdlog::sinks::stdout_color_sink_mt>());
     m_logger->set_level(RequestedLevel(identity));
     m_logger->set_formatter(MakeFormatter(identity));
-    utils::SetOwnLogger(m_logger);
 }
 
 void Library::ShareLog()
@@ -182,12 +186,15 @@ void Library::ShareLog()
 
 void Library::TearDownLogging()
 {
-    if (m_logger && m_profile.identity.logOwner == LogOwner::Process)
+    if (m_profile.identity.logOwner == LogOwner::Producer)
+    {
+        return m_logger->set_level(spdlog::level::off);
+    }
+    if (m_logger)
     {
         spdlog::drop(m_logger->name());
         spdlog::set_default_logger(m_previousDefaultLogger);
     }
-    utils::SetOwnLogger(nullptr);
     m_logger.reset();
 }
 

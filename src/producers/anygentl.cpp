@@ -33,7 +33,8 @@ Library &Library::Instance()
         .systemDescription = nodemap::SystemDescriptionOfAllTypes,
         .makeProxySystem = MakeListedSystem,
     };
-    static Library library(profile, assembly);
+    // Never destroyed: CloseAtExit closes what is open, and in a forked child nothing may be closed.
+    static auto &library = *new Library(profile, assembly);
     return library;
 }
 
