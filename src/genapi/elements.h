@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace GenTL::internal::genapi
@@ -27,9 +28,11 @@ enum class Tag : uint8_t
 };
 
 std::string_view NameOf(NodeKind kind);
+/// The name with its article, for messages: "an IntReg".
+std::string WithArticle(NodeKind kind);
 std::string_view NameOf(Tag tag);
 std::optional<NodeKind> KindOf(std::string_view element);
-/// The tag of a child with a literal or a reference.
+/// The tag of a child with a literal or a reference, or of a nested node.
 std::optional<Tag> TagOf(std::string_view element);
 
 /// Whether the text of the child is the name of a node.

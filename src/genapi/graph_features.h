@@ -1,12 +1,12 @@
 #pragma once
 
+#include "genapi/feature_types.h"
 #include "genapi/i_register_port.h"
 #include "genapi/literal_cells.h"
 #include "genapi/node_graph.h"
 
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -14,40 +14,6 @@
 
 namespace GenTL::internal::genapi
 {
-
-/// What may be done with a feature now.
-struct Access
-{
-    bool implemented = true;
-    bool available = true;
-    bool locked = false;
-    /// Implemented, available, and every node of the value chain allows it.
-    bool readable = true;
-    /// The same, and not locked.
-    bool writable = true;
-    /// Why not; also why a condition could not be evaluated and so counts as "no". Empty if all is well.
-    std::string cause;
-};
-
-/// An entry of an enumeration.
-struct Entry
-{
-    std::string_view name;
-    int64_t value;
-    bool implemented;
-    bool available;
-};
-
-/// The least and the greatest value of a feature, and its step if it has one.
-template <typename T>
-struct Limits
-{
-    T min;
-    T max;
-    std::optional<T> increment;
-
-    friend bool operator==(const Limits &, const Limits &) = default;
-};
 
 struct DeviceState;
 

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace GenTL::internal::genapi
 {
@@ -25,9 +26,10 @@ public:
     /// @throws GenApiError there is no such node
     void Set(std::string_view node, Number value);
 
-    /// The number or the text written to one literal; empty if there is none.
+    /// The number written to one literal, else that in the document. Empty if that is no number.
     std::optional<Number> NumberIn(const Property &literal) const;
-    std::optional<std::string> TextIn(const Property &literal) const;
+    /// The text written to one literal, else that in the document.
+    std::string TextIn(const Property &literal) const;
     void Store(const Property &literal, Number value) { m_numbers.insert_or_assign(&literal, value); }
     void Store(const Property &literal, std::string value)
     {

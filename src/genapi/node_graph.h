@@ -76,8 +76,8 @@ public:
     std::string Label(NodeId id) const;
 
 private:
-    void AddNodes(const pugi::xml_node &parent, int depth);
-    NodeId AddNode(const pugi::xml_node &element, NodeKind kind, NodeId parent, int depth);
+    void AddNodes(const pugi::xml_node &parent, int level);
+    NodeId AddNode(const pugi::xml_node &element, NodeKind kind, NodeId parent, int level);
     void ResolveReferences();
 
     std::vector<Node> m_nodes;
