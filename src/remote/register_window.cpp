@@ -25,12 +25,12 @@ struct Windows
 
 Windows WindowsTouchedBy(const AddressRange &range)
 {
-    if (range.size == 0)
+    if (range.length == 0)
     {
         return {};
     }
     // A range that would wrap around ends at the last address.
-    const uint64_t last = range.address + std::min(range.size - 1, ~range.address);
+    const uint64_t last = range.address + std::min(range.length - 1, ~range.address);
     const auto isBehindWindow = [](uint64_t address)
     { return (address - firstBase) % baseDistance >= RegisterWindow::size; };
     if (last < firstBase)

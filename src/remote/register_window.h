@@ -1,5 +1,7 @@
 #pragma once
 
+#include "genapi/graph_walks.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -11,14 +13,7 @@
 namespace GenTL::internal
 {
 
-/// A range of a port's addresses.
-struct AddressRange
-{
-    uint64_t address = 0;
-    uint64_t size = 0;
-
-    friend bool operator==(const AddressRange &, const AddressRange &) = default;
-};
+using genapi::AddressRange;
 
 /// Addresses of our own beside the device's: first the description, then registers that callbacks answer for.
 ///
@@ -30,7 +25,6 @@ public:
     static constexpr uint64_t size = uint64_t{1} << 32U;
     static constexpr uint64_t registersAlignment = uint64_t{64} << 10U;
     static constexpr size_t numberLength = 8;
-    static constexpr size_t textLength = 1024;
 
     /// The base of the first window that touches none of the ranges. Windows lie 2^40 bytes apart, below
     /// 2^63, since addresses of GenApi are signed. None when all are taken.

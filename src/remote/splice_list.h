@@ -24,11 +24,20 @@ public:
         m_splices.push_back({begin, end, std::move(text)});
     }
 
+    /// Takes over all edits of another list for the same text.
+    void Add(const SpliceList &other)
+    {
+        m_splices.insert(m_splices.end(), other.m_splices.begin(), other.m_splices.end());
+    }
+
     /// Bytes of the edited text.
     size_t SizeAfter(size_t originalSize) const;
     /// The edited text. Without edits it equals the original.
     /// @throws std::logic_error edits that overlap, or lie outside of the text
     std::string Apply(std::string_view original) const;
+    /// A part of the edited text: the bytes from `begin` up to `end` of the original with the edits that lie
+    /// inside.
+    std::string ApplyWithin(std::string_view original, size_t begin, size_t end) const;
 
 private:
     struct Splice

@@ -67,7 +67,7 @@ struct Window : testing::Test
                  .read = [name](auto bytes) { std::ranges::fill(bytes, static_cast<uint8_t>(name[0])); },
                  .write = [this, name](auto bytes) { written.push_back(name + std::to_string(bytes[0])); }});
         }
-        window.Add({.name = "Text", .length = RegisterWindow::textLength, .read = [](auto) {}, .write = {}});
+        window.Add({.name = "Text", .length = 1024, .read = [](auto) {}, .write = {}});
     }
 
     std::string Read(uint64_t offset, size_t size)
