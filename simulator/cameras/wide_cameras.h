@@ -1,0 +1,14 @@
+#pragma once
+
+#include "simulator/cameras/camera_model.h"
+
+namespace GenTL::simulator
+{
+
+// Cameras of another manufacturer, each with a description of its own and registers at addresses of its own.
+
+/// A camera as most are: all registers big-endian and of four bytes, the description in a zip archive with
+/// bytes behind its end, packed formats of GigE Vision 1, time stamps in ticks.
+CameraModel WideGigE();
+
+} // namespace GenTL::simulator

@@ -1,0 +1,223 @@
+#include "support/simulator/wide_nodes.h"
+
+#include "nodemap/math_expression_parser.h"
+
+#include <bit>
+#include <cmath>
+#include <stdexcept>
+
+namespace simulator_test
+{
+
+namespace
+{
+
+int64_t NumberIn(pugi::xml_node node, const char *element)
+{
+    return std::stoll(node.child(element).text().get(), nullptr, 0);
+}
+
+bool IsOneOf(pugi::xml_node node, std::initializer_list<std::string_view> kinds)
+{
+    return std::ranges::find(kinds, std::string_view(node.name())) != kinds.end();
+}
+
+} // namespace
+
+std::vector<uint8_t> NumberBytes(uint64_t value, size_t length, bool bigEndian)
+{
+    std::vector<uint8_t> bytes;
+    for (size_t i = 0; i < length; ++i)
+    {
+        bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+    }
+    if (bigEndian)
+    {
+        std::ranges::reverse(bytes);
+    }
+    return bytes;
+}
+
+uint64_t NumberOf(std::span<const uint8_t> bytes, bool bigEndian)
+{
+    uint64_t value = 0;
+    for (size_t i = 0; i < bytes.size(); ++i)
+    {
+        value = value << 8 | bytes[bigEndian ? i : bytes.size() - 1 - i];
+    }
+    return value;
+}
+
+WideNodes::WideNodes(PORT_HANDLE port, const std::string &description)
+    : m_port(port), m_document(std::make_shared<pugi::xml_document>())
+{
+    if (!m_document->load_buffer(description.data(), description.size()))
+    {
+        throw std::runtime_error("Description is not XML");
+    }
+    for (const auto &found : m_document->select_nodes("//*[@Name and not(self::EnumEntry)]"))
+    {
+        m_nodes[found.node().attribute("Name").value()] = found.node();
+    }
+}
+
+pugi::xml_node WideNodes::Node(const std::string &name) const
+{
+    return m_nodes.at(name);
+}
+
+pugi::xml_node WideNodes::Behind(const std::string &name) const
+{
+    const auto node = Node(name);
+    return node.child("pValue") ? Behind(node.child("pValue").text().get()) : node;
+}
+
+NodeRegister WideNodes::RegisterOf(pugi::xml_node node) const
+{
+    const bool isEntry = IsOneOf(node, {"StructEntry"});
+    const auto place = isEntry ? node.parent() : node;
+    const auto length =
+        place.child("pLength") ? Get(place.child("pLength").text().get()) : NumberIn(place, "Length");
+    const bool bigEndian = std::string_view(place.child("Endianess").text().get()) == "BigEndian";
+    return {AddressOf(place), static_cast<size_t>(length), bigEndian};
+}
+
+uint64_t WideNodes::AddressOf(pugi::xml_node node) const
+{
+    int64_t address = 0;
+    for (const auto child : node.children())
+    {
+        const std::string_view kind = child.name();
+        address += kind == "Address"         ? std::stoll(child.text().get(), nullptr, 0)
+                   : kind == "pAddress"      ? Get(child.text().get())
+                   : kind == "IntSwissKnife" ? Evaluate(child, "Formula", {})
+                   : kind == "pIndex"        ? Get(child.text().get()) * child.attribute("Offset").as_llong()
+                                             : 0;
+    }
+    return static_cast<uint64_t>(address);
+}
+
+std::vector<uint8_t> WideNodes::Read(const NodeRegister &place) const
+{
+    std::vector<uint8_t> bytes(place.length);
+    size_t size = bytes.size();
+    EXPECT_OK(Tl().GCReadPort(m_port, place.address, bytes.data(), &size)) << place.address;
+    return bytes;
+}
+
+int64_t WideNodes::Evaluate(pugi::xml_node node, const char *element,
+                            const std::map<std::string, double> &more) const
+{
+    using internal::nodemap::MathExpressionParser;
+    MathExpressionParser::Variables variables(more.begin(), more.end());
+    for (const auto variable : node.children("pVariable"))
+    {
+        variables[variable.attribute("Name").value()] = static_cast<double>(Get(variable.text().get()));
+    }
+    for (const auto constant : node.children("Constant"))
+    {
+        variables[constant.attribute("Name").value()] = constant.text().as_double();
+    }
+    for (const auto expression : node.children("Expression"))
+    {
+        variables[expression.attribute("Name").value()] =
+            MathExpressionParser(expression.text().get(), variables).Parse();
+    }
+    return std::llround(MathExpressionParser(node.child(element).text().get(), variables).Parse());
+}
+
+int64_t WideNodes::ReadBits(pugi::xml_node node) const
+{
+    const auto place = RegisterOf(node);
+    const auto value = NumberOf(Read(place), place.bigEndian);
+    const bool isBit = node.child("Bit");
+    const auto first = NumberIn(node, isBit ? "Bit" : "LSB");
+    const auto last = NumberIn(node, isBit ? "Bit" : "MSB");
+    // A big-endian register counts its bits from the highest.
+    const auto lowest = place.bigEndian ? static_cast<int64_t>(place.length) * 8 - 1 - first : first;
+    const auto count = std::abs(last - first) + 1;
+    return static_cast<int64_t>(value >> lowest & ((uint64_t{1} << count) - 1));
+}
+
+int64_t WideNodes::Get(const std::string &name) const
+{
+    const auto node = Node(name);
+    if (IsOneOf(node, {"SwissKnife", "IntSwissKnife"}))
+    {
+        return Evaluate(node, "Formula", {});
+    }
+    if (IsOneOf(node, {"Converter", "IntConverter"}))
+    {
+        return Evaluate(node, "FormulaFrom",
+                        {{"TO", static_cast<double>(Get(node.child("pValue").text().get()))}});
+    }
+    if (IsOneOf(node, {"MaskedIntReg", "StructEntry"}))
+    {
+        return ReadBits(node);
+    }
+    if (IsOneOf(node, {"IntReg"}))
+    {
+        const auto place = RegisterOf(node);
+        return static_cast<int64_t>(NumberOf(Read(place), place.bigEndian));
+    }
+    return node.child("pValue") ? Get(node.child("pValue").text().get()) : NumberIn(node, "Value");
+}
+
+float WideNodes::GetFloat(const std::string &name) const
+{
+    const auto place = RegisterOf(Behind(name));
+    return std::bit_cast<float>(static_cast<uint32_t>(NumberOf(Read(place), place.bigEndian)));
+}
+
+std::string WideNodes::GetText(const std::string &name) const
+{
+    auto bytes = Read(RegisterOf(Behind(name)));
+    bytes.push_back(0);
+    return reinterpret_cast<const char *>(bytes.data());
+}
+
+GC_ERROR WideNodes::Set(const std::string &name, int64_t value) const
+{
+    const auto node = Node(name);
+    if (IsOneOf(node, {"IntConverter"}))
+    {
+        return Set(node.child("pValue").text().get(),
+                   Evaluate(node, "FormulaTo", {{"FROM", static_cast<double>(value)}}));
+    }
+    if (node.child("pValue"))
+    {
+        return Set(node.child("pValue").text().get(), value);
+    }
+    const auto place = RegisterOf(node);
+    const auto bytes = NumberBytes(static_cast<uint64_t>(value), place.length, place.bigEndian);
+    size_t size = bytes.size();
+    return Tl().GCWritePort(m_port, place.address, bytes.data(), &size);
+}
+
+GC_ERROR WideNodes::SetEntry(const std::string &name, const std::string &entry) const
+{
+    return Set(name, EntryValue(name, entry));
+}
+
+GC_ERROR WideNodes::SetFloat(const std::string &name, float value) const
+{
+    const auto place = RegisterOf(Behind(name));
+    const auto bytes = NumberBytes(std::bit_cast<uint32_t>(value), place.length, place.bigEndian);
+    size_t size = bytes.size();
+    return Tl().GCWritePort(m_port, place.address, bytes.data(), &size);
+}
+
+bool WideNodes::IsAvailable(const std::string &name, const std::string &entry) const
+{
+    const auto node = Node(name).find_child_by_attribute("EnumEntry", "Name", entry.c_str());
+    const auto holds = [&](const char *element)
+    { return !node.child(element) || Get(node.child(element).text().get()) != 0; };
+    return holds("pIsImplemented") && holds("pIsAvailable");
+}
+
+int64_t WideNodes::EntryValue(const std::string &name, const std::string &entry) const
+{
+    return NumberIn(Node(name).find_child_by_attribute("EnumEntry", "Name", entry.c_str()), "Value");
+}
+
+} // namespace simulator_test

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "support/simulator/simulator.h"
+
+namespace simulator_test
+{
+
+/// Where a node's register is, and how its bytes make the value.
+struct NodeRegister
+{
+    uint64_t address;
+    size_t length;
+    bool bigEndian;
+};
+
+/// Features of a camera with a description of its own. Reads what the description says: registers in either
+/// byte order, bits of registers, formulas over other nodes. Nothing is cached.
+class WideNodes
+{
+public:
+    /// `description` is XML, with or without a byte order mark.
+    WideNodes(PORT_HANDLE port, const std::string &description);
+
+    /// The value of an integer node, of a Boolean, an enumeration or a formula.
+    int64_t Get(const std::string &name) const;
+    float GetFloat(const std::string &name) const;
+    std::string GetText(const std::string &name) const;
+
+    GC_ERROR Set(const std::string &name, int64_t value) const;
+    GC_ERROR SetEntry(const std::string &name, const std::string &entry) const;
+    GC_ERROR SetFloat(const std::string &name, float value) const;
+
+    /// Whether the formulas of the entry say that it can be chosen now.
+    bool IsAvailable(const std::string &name, const std::string &entry) const;
+    int64_t EntryValue(const std::string &name, const std::string &entry) const;
+
+    pugi::xml_node Node(const std::string &name) const;
+    const pugi::xml_document &Document() const { return *m_document; }
+    NodeRegister RegisterOf(pugi::xml_node node) const;
+
+private:
+    int64_t Evaluate(pugi::xml_node node, const char *element,
+                     const std::map<std::string, double> &more) const;
+    int64_t ReadBits(pugi::xml_node node) const;
+    uint64_t AddressOf(pugi::xml_node node) const;
+    std::vector<uint8_t> Read(const NodeRegister &place) const;
+    pugi::xml_node Behind(const std::string &name) const;
+
+    PORT_HANDLE m_port;
+    std::shared_ptr<pugi::xml_document> m_document;
+    std::map<std::string, pugi::xml_node> m_nodes;
+};
+
+/// The lowest byte of the value first, or last.
+std::vector<uint8_t> NumberBytes(uint64_t value, size_t length, bool bigEndian);
+uint64_t NumberOf(std::span<const uint8_t> bytes, bool bigEndian);
+
+} // namespace simulator_test
