@@ -237,8 +237,8 @@ CameraModel DepthD1(const std::optional<DepthReplay> &replay)
 const std::vector<CameraModel> &CameraCatalog()
 {
     static const std::vector<CameraModel> catalog = {
-        MonoM5(),  MonoM1(), Foreign(), ColourC5(), SeveralS2(), FormulaF1(), DepthD1(std::nullopt),
-        WideGigE()};
+        MonoM5(),   MonoM1(), Foreign(), ColourC5(), SeveralS2(), FormulaF1(), DepthD1(std::nullopt),
+        WideGigE(), WideUsb()};
     return catalog;
 }
 

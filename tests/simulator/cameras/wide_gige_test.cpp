@@ -22,12 +22,6 @@ protected:
         size_t size = 0;
         return Tl().GCGetPortURLInfo(m_port, 0, command, &type, nullptr, &size);
     }
-
-    void SetSize(int64_t width, int64_t height)
-    {
-        ASSERT_OK(m_nodes->Set("Width", width));
-        ASSERT_OK(m_nodes->Set("Height", height));
-    }
 };
 
 /// The samples of an image in one of the camera's formats, by the packing of GigE Vision 1.

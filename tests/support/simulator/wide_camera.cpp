@@ -40,6 +40,12 @@ std::string WideCameraTest::DescriptionFile() const
     return bytes;
 }
 
+void WideCameraTest::SetSize(int64_t width, int64_t height)
+{
+    ASSERT_OK(m_nodes->Set("Width", width));
+    ASSERT_OK(m_nodes->Set("Height", height));
+}
+
 void WideCameraTest::StartStream()
 {
     const auto size = StreamInfo<size_t>(STREAM_INFO_PAYLOAD_SIZE);

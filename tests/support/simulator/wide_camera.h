@@ -29,6 +29,7 @@ protected:
         StopStream();
     }
 
+    void SetSize(int64_t width, int64_t height);
     void StartStream();
     void StopStream();
 

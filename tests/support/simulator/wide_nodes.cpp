@@ -22,6 +22,31 @@ bool IsOneOf(pugi::xml_node node, std::initializer_list<std::string_view> kinds)
     return std::ranges::find(kinds, std::string_view(node.name())) != kinds.end();
 }
 
+std::vector<uint8_t> ReadBytes(PORT_HANDLE port, const NodeRegister &place)
+{
+    std::vector<uint8_t> bytes(place.length);
+    size_t size = bytes.size();
+    EXPECT_OK(Tl().GCReadPort(port, place.address, bytes.data(), &size)) << place.address;
+    return bytes;
+}
+
+uint64_t ReadNumber(PORT_HANDLE port, const NodeRegister &place)
+{
+    return NumberOf(ReadBytes(port, place), place.bigEndian);
+}
+
+/// The bits of a register's value that a MaskedIntReg or a StructEntry names.
+int64_t BitsOf(uint64_t value, pugi::xml_node node, const NodeRegister &place)
+{
+    const bool isBit = node.child("Bit");
+    const auto first = NumberIn(node, isBit ? "Bit" : "LSB");
+    const auto last = NumberIn(node, isBit ? "Bit" : "MSB");
+    // A big-endian register counts its bits from the highest.
+    const auto lowest = place.bigEndian ? static_cast<int64_t>(place.length) * 8 - 1 - first : first;
+    const auto count = std::abs(last - first) + 1;
+    return static_cast<int64_t>(value >> lowest & ((uint64_t{1} << count) - 1));
+}
+
 } // namespace
 
 std::vector<uint8_t> NumberBytes(uint64_t value, size_t length, bool bigEndian)
@@ -84,25 +109,27 @@ NodeRegister WideNodes::RegisterOf(pugi::xml_node node) const
 
 uint64_t WideNodes::AddressOf(pugi::xml_node node) const
 {
+    const auto partOf = [&](pugi::xml_node child) -> int64_t
+    {
+        const auto text = child.text().get();
+        const std::string_view kind = child.name();
+        if (kind == "pIndex")
+        {
+            const auto offset = child.attribute("Offset");
+            const auto target = child.attribute("pOffset").value();
+            return Get(text) * (offset ? offset.as_llong() : Get(target));
+        }
+        return kind == "Address"         ? std::stoll(text, nullptr, 0)
+               : kind == "pAddress"      ? Get(text)
+               : kind == "IntSwissKnife" ? Evaluate(child, "Formula", {})
+                                         : 0;
+    };
     int64_t address = 0;
     for (const auto child : node.children())
     {
-        const std::string_view kind = child.name();
-        address += kind == "Address"         ? std::stoll(child.text().get(), nullptr, 0)
-                   : kind == "pAddress"      ? Get(child.text().get())
-                   : kind == "IntSwissKnife" ? Evaluate(child, "Formula", {})
-                   : kind == "pIndex"        ? Get(child.text().get()) * child.attribute("Offset").as_llong()
-                                             : 0;
+        address += partOf(child);
     }
     return static_cast<uint64_t>(address);
-}
-
-std::vector<uint8_t> WideNodes::Read(const NodeRegister &place) const
-{
-    std::vector<uint8_t> bytes(place.length);
-    size_t size = bytes.size();
-    EXPECT_OK(Tl().GCReadPort(m_port, place.address, bytes.data(), &size)) << place.address;
-    return bytes;
 }
 
 int64_t WideNodes::Evaluate(pugi::xml_node node, const char *element,
@@ -126,19 +153,6 @@ int64_t WideNodes::Evaluate(pugi::xml_node node, const char *element,
     return std::llround(MathExpressionParser(node.child(element).text().get(), variables).Parse());
 }
 
-int64_t WideNodes::ReadBits(pugi::xml_node node) const
-{
-    const auto place = RegisterOf(node);
-    const auto value = NumberOf(Read(place), place.bigEndian);
-    const bool isBit = node.child("Bit");
-    const auto first = NumberIn(node, isBit ? "Bit" : "LSB");
-    const auto last = NumberIn(node, isBit ? "Bit" : "MSB");
-    // A big-endian register counts its bits from the highest.
-    const auto lowest = place.bigEndian ? static_cast<int64_t>(place.length) * 8 - 1 - first : first;
-    const auto count = std::abs(last - first) + 1;
-    return static_cast<int64_t>(value >> lowest & ((uint64_t{1} << count) - 1));
-}
-
 int64_t WideNodes::Get(const std::string &name) const
 {
     const auto node = Node(name);
@@ -153,25 +167,25 @@ int64_t WideNodes::Get(const std::string &name) const
     }
     if (IsOneOf(node, {"MaskedIntReg", "StructEntry"}))
     {
-        return ReadBits(node);
+        const auto place = RegisterOf(node);
+        return BitsOf(ReadNumber(m_port, place), node, place);
     }
     if (IsOneOf(node, {"IntReg"}))
     {
-        const auto place = RegisterOf(node);
-        return static_cast<int64_t>(NumberOf(Read(place), place.bigEndian));
+        return static_cast<int64_t>(ReadNumber(m_port, RegisterOf(node)));
     }
     return node.child("pValue") ? Get(node.child("pValue").text().get()) : NumberIn(node, "Value");
 }
 
 float WideNodes::GetFloat(const std::string &name) const
 {
-    const auto place = RegisterOf(Behind(name));
-    return std::bit_cast<float>(static_cast<uint32_t>(NumberOf(Read(place), place.bigEndian)));
+    const auto number = ReadNumber(m_port, RegisterOf(Behind(name)));
+    return std::bit_cast<float>(static_cast<uint32_t>(number));
 }
 
 std::string WideNodes::GetText(const std::string &name) const
 {
-    auto bytes = Read(RegisterOf(Behind(name)));
+    auto bytes = ReadBytes(m_port, RegisterOf(Behind(name)));
     bytes.push_back(0);
     return reinterpret_cast<const char *>(bytes.data());
 }

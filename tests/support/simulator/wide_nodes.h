@@ -41,9 +41,7 @@ public:
 private:
     int64_t Evaluate(pugi::xml_node node, const char *element,
                      const std::map<std::string, double> &more) const;
-    int64_t ReadBits(pugi::xml_node node) const;
     uint64_t AddressOf(pugi::xml_node node) const;
-    std::vector<uint8_t> Read(const NodeRegister &place) const;
     pugi::xml_node Behind(const std::string &name) const;
 
     PORT_HANDLE m_port;

@@ -10,8 +10,6 @@ namespace GenTL::simulator
 namespace
 {
 
-constexpr const char *wideVendor = "Wideworld";
-
 /// The registers of WIDE-G2. The description has the same addresses.
 std::vector<FixedRegister> WideGigERegisters()
 {
