@@ -1,10 +1,15 @@
 #pragma once
 
+#include "support/described_nodes.h"
 #include "support/environment_variable.h"
-#include "support/simulator/wide_nodes.h"
+#include "support/simulator/simulator.h"
 
 namespace simulator_test
 {
+
+using internal::DescribedNodes;
+using internal::NumberBytes;
+using internal::NumberOf;
 
 /// A camera of the wide world open, with its stream and four queued buffers at a start.
 class WideCameraTest : public CameraTest
@@ -34,7 +39,7 @@ protected:
     void StopStream();
 
     const GenTL::internal::EnvironmentVariable m_wide{"QVR_SIM_WIDE", "1"};
-    std::unique_ptr<WideNodes> m_nodes;
+    std::unique_ptr<DescribedNodes> m_nodes;
 };
 
 /// The text of the first entry of a zip archive with any bytes behind its end.

@@ -1,8 +1,16 @@
 #pragma once
 
-#include "support/simulator/simulator.h"
+#include <gentl/gentl.h>
 
-namespace simulator_test
+#include <functional>
+#include <map>
+#include <memory>
+#include <pugixml.hpp>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace GenTL::internal
 {
 
 /// Where a node's register is, and how its bytes make the value.
@@ -13,13 +21,21 @@ struct NodeRegister
     bool bigEndian;
 };
 
-/// Features of a camera with a description of its own. Reads what the description says: registers in either
+/// Access to the registers of a module.
+struct RegisterPort
+{
+    /// @throws std::runtime_error the registers cannot be read
+    std::function<std::vector<uint8_t>(uint64_t address, size_t length)> read;
+    std::function<GC_ERROR(uint64_t address, const std::vector<uint8_t> &bytes)> write;
+};
+
+/// Features of a module by name, for tests. Reads what the description says: registers in either
 /// byte order, bits of registers, formulas over other nodes. Nothing is cached.
-class WideNodes
+class DescribedNodes
 {
 public:
     /// `description` is XML, with or without a byte order mark.
-    WideNodes(PORT_HANDLE port, const std::string &description);
+    DescribedNodes(RegisterPort port, const std::string &description);
 
     /// The value of an integer node, of a Boolean, an enumeration or a formula.
     int64_t Get(const std::string &name) const;
@@ -44,7 +60,7 @@ private:
     uint64_t AddressOf(pugi::xml_node node) const;
     pugi::xml_node Behind(const std::string &name) const;
 
-    PORT_HANDLE m_port;
+    RegisterPort m_port;
     std::shared_ptr<pugi::xml_document> m_document;
     std::map<std::string, pugi::xml_node> m_nodes;
 };
@@ -53,4 +69,4 @@ private:
 std::vector<uint8_t> NumberBytes(uint64_t value, size_t length, bool bigEndian);
 uint64_t NumberOf(std::span<const uint8_t> bytes, bool bigEndian);
 
-} // namespace simulator_test
+} // namespace GenTL::internal

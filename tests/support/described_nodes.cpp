@@ -1,12 +1,13 @@
-#include "support/simulator/wide_nodes.h"
+#include "support/described_nodes.h"
 
 #include "nodemap/math_expression_parser.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <stdexcept>
 
-namespace simulator_test
+namespace GenTL::internal
 {
 
 namespace
@@ -22,17 +23,9 @@ bool IsOneOf(pugi::xml_node node, std::initializer_list<std::string_view> kinds)
     return std::ranges::find(kinds, std::string_view(node.name())) != kinds.end();
 }
 
-std::vector<uint8_t> ReadBytes(PORT_HANDLE port, const NodeRegister &place)
+uint64_t ReadNumber(const RegisterPort &port, const NodeRegister &place)
 {
-    std::vector<uint8_t> bytes(place.length);
-    size_t size = bytes.size();
-    EXPECT_OK(Tl().GCReadPort(port, place.address, bytes.data(), &size)) << place.address;
-    return bytes;
-}
-
-uint64_t ReadNumber(PORT_HANDLE port, const NodeRegister &place)
-{
-    return NumberOf(ReadBytes(port, place), place.bigEndian);
+    return NumberOf(port.read(place.address, place.length), place.bigEndian);
 }
 
 /// The bits of a register's value that a MaskedIntReg or a StructEntry names.
@@ -73,8 +66,8 @@ uint64_t NumberOf(std::span<const uint8_t> bytes, bool bigEndian)
     return value;
 }
 
-WideNodes::WideNodes(PORT_HANDLE port, const std::string &description)
-    : m_port(port), m_document(std::make_shared<pugi::xml_document>())
+DescribedNodes::DescribedNodes(RegisterPort port, const std::string &description)
+    : m_port(std::move(port)), m_document(std::make_shared<pugi::xml_document>())
 {
     if (!m_document->load_buffer(description.data(), description.size()))
     {
@@ -86,18 +79,18 @@ WideNodes::WideNodes(PORT_HANDLE port, const std::string &description)
     }
 }
 
-pugi::xml_node WideNodes::Node(const std::string &name) const
+pugi::xml_node DescribedNodes::Node(const std::string &name) const
 {
     return m_nodes.at(name);
 }
 
-pugi::xml_node WideNodes::Behind(const std::string &name) const
+pugi::xml_node DescribedNodes::Behind(const std::string &name) const
 {
     const auto node = Node(name);
     return node.child("pValue") ? Behind(node.child("pValue").text().get()) : node;
 }
 
-NodeRegister WideNodes::RegisterOf(pugi::xml_node node) const
+NodeRegister DescribedNodes::RegisterOf(pugi::xml_node node) const
 {
     const bool isEntry = IsOneOf(node, {"StructEntry"});
     const auto place = isEntry ? node.parent() : node;
@@ -107,7 +100,7 @@ NodeRegister WideNodes::RegisterOf(pugi::xml_node node) const
     return {AddressOf(place), static_cast<size_t>(length), bigEndian};
 }
 
-uint64_t WideNodes::AddressOf(pugi::xml_node node) const
+uint64_t DescribedNodes::AddressOf(pugi::xml_node node) const
 {
     const auto partOf = [&](pugi::xml_node child) -> int64_t
     {
@@ -132,10 +125,10 @@ uint64_t WideNodes::AddressOf(pugi::xml_node node) const
     return static_cast<uint64_t>(address);
 }
 
-int64_t WideNodes::Evaluate(pugi::xml_node node, const char *element,
-                            const std::map<std::string, double> &more) const
+int64_t DescribedNodes::Evaluate(pugi::xml_node node, const char *element,
+                                 const std::map<std::string, double> &more) const
 {
-    using internal::nodemap::MathExpressionParser;
+    using nodemap::MathExpressionParser;
     MathExpressionParser::Variables variables(more.begin(), more.end());
     for (const auto variable : node.children("pVariable"))
     {
@@ -153,7 +146,7 @@ int64_t WideNodes::Evaluate(pugi::xml_node node, const char *element,
     return std::llround(MathExpressionParser(node.child(element).text().get(), variables).Parse());
 }
 
-int64_t WideNodes::Get(const std::string &name) const
+int64_t DescribedNodes::Get(const std::string &name) const
 {
     const auto node = Node(name);
     if (IsOneOf(node, {"SwissKnife", "IntSwissKnife"}))
@@ -177,20 +170,21 @@ int64_t WideNodes::Get(const std::string &name) const
     return node.child("pValue") ? Get(node.child("pValue").text().get()) : NumberIn(node, "Value");
 }
 
-float WideNodes::GetFloat(const std::string &name) const
+float DescribedNodes::GetFloat(const std::string &name) const
 {
     const auto number = ReadNumber(m_port, RegisterOf(Behind(name)));
     return std::bit_cast<float>(static_cast<uint32_t>(number));
 }
 
-std::string WideNodes::GetText(const std::string &name) const
+std::string DescribedNodes::GetText(const std::string &name) const
 {
-    auto bytes = ReadBytes(m_port, RegisterOf(Behind(name)));
+    const auto place = RegisterOf(Behind(name));
+    auto bytes = m_port.read(place.address, place.length);
     bytes.push_back(0);
     return reinterpret_cast<const char *>(bytes.data());
 }
 
-GC_ERROR WideNodes::Set(const std::string &name, int64_t value) const
+GC_ERROR DescribedNodes::Set(const std::string &name, int64_t value) const
 {
     const auto node = Node(name);
     if (IsOneOf(node, {"IntConverter"}))
@@ -204,24 +198,22 @@ GC_ERROR WideNodes::Set(const std::string &name, int64_t value) const
     }
     const auto place = RegisterOf(node);
     const auto bytes = NumberBytes(static_cast<uint64_t>(value), place.length, place.bigEndian);
-    size_t size = bytes.size();
-    return Tl().GCWritePort(m_port, place.address, bytes.data(), &size);
+    return m_port.write(place.address, bytes);
 }
 
-GC_ERROR WideNodes::SetEntry(const std::string &name, const std::string &entry) const
+GC_ERROR DescribedNodes::SetEntry(const std::string &name, const std::string &entry) const
 {
     return Set(name, EntryValue(name, entry));
 }
 
-GC_ERROR WideNodes::SetFloat(const std::string &name, float value) const
+GC_ERROR DescribedNodes::SetFloat(const std::string &name, float value) const
 {
     const auto place = RegisterOf(Behind(name));
     const auto bytes = NumberBytes(std::bit_cast<uint32_t>(value), place.length, place.bigEndian);
-    size_t size = bytes.size();
-    return Tl().GCWritePort(m_port, place.address, bytes.data(), &size);
+    return m_port.write(place.address, bytes);
 }
 
-bool WideNodes::IsAvailable(const std::string &name, const std::string &entry) const
+bool DescribedNodes::IsAvailable(const std::string &name, const std::string &entry) const
 {
     const auto node = Node(name).find_child_by_attribute("EnumEntry", "Name", entry.c_str());
     const auto holds = [&](const char *element)
@@ -229,9 +221,9 @@ bool WideNodes::IsAvailable(const std::string &name, const std::string &entry) c
     return holds("pIsImplemented") && holds("pIsAvailable");
 }
 
-int64_t WideNodes::EntryValue(const std::string &name, const std::string &entry) const
+int64_t DescribedNodes::EntryValue(const std::string &name, const std::string &entry) const
 {
     return NumberIn(Node(name).find_child_by_attribute("EnumEntry", "Name", entry.c_str()), "Value");
 }
 
-} // namespace simulator_test
+} // namespace GenTL::internal
