@@ -25,6 +25,7 @@ using GenTL::internal::IEventSource;
 using GenTL::internal::InstanceManager;
 using GenTL::internal::Interface;
 using GenTL::internal::IPort;
+using GenTL::internal::IsMissingAnswer;
 using GenTL::internal::Library;
 using GenTL::internal::System;
 using namespace GenTL::internal::utils;
@@ -47,13 +48,16 @@ GenTL::GC_ERROR GenTLCall(std::string_view name, Body body)
     catch (const GenTLException &exception)
     {
         Library::Instance().SetLastError(name, exception.what(), exception.Code());
-        SPDLOG_ERROR(std::string_view(exception.what()));
+        if (Library::Instance().GetProfile().buffers.logsMissingAnswers || !IsMissingAnswer(exception.Code()))
+        {
+            QVR_LOG_ERROR(std::string_view(exception.what()));
+        }
         return exception.Code();
     }
     catch (const std::exception &exception)
     {
         // C-02: logged before the last error is set, in the opposite order of the branch above.
-        SPDLOG_CRITICAL(std::string_view(exception.what()));
+        QVR_LOG_CRITICAL(std::string_view(exception.what()));
         Library::Instance().SetLastError(name, exception.what(), GenTL::GC_ERR_ERROR);
         return GenTL::GC_ERR_ERROR;
     }
@@ -194,18 +198,21 @@ extern "C"
         try
         {
             auto &library = Library::Instance();
-            library.CheckLibraryInitialized();
+            if (!library.GetProfile().lower.tellsInitFailure || library.GetLastErrorMessage().empty())
+            {
+                library.CheckLibraryInitialized();
+            }
             *piErrorCode = library.GetLastErrorCode();
             text = library.GetLastErrorMessage();
         }
         catch (const GenTLException &exception)
         {
-            SPDLOG_ERROR(std::string_view(exception.what()));
+            QVR_LOG_ERROR(std::string_view(exception.what()));
             return exception.Code();
         }
         catch (const std::exception &exception)
         {
-            SPDLOG_ERROR(std::string_view(exception.what()));
+            QVR_LOG_ERROR(std::string_view(exception.what()));
             return GC_ERR_ERROR;
         }
         if (text.empty())

@@ -97,7 +97,7 @@ void AcquisitionWorker::KillAcquisition()
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR("Failed to stop acquisition in proxy: {}", exception.what());
+        QVR_LOG_ERROR("Failed to stop acquisition in proxy: {}", exception.what());
     }
     try
     {
@@ -107,7 +107,7 @@ void AcquisitionWorker::KillAcquisition()
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR("Failed to revoke buffers in proxy: {}", exception.what());
+        QVR_LOG_ERROR("Failed to revoke buffers in proxy: {}", exception.what());
     }
     JoinThread();
     m_processor->AcquisitionStopped();

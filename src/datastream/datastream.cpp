@@ -20,7 +20,6 @@ namespace GenTL::internal
 namespace
 {
 
-constexpr std::string_view streamId = "Stream1";
 constexpr size_t minimumBuffers = 2;
 
 template <typename Action>
@@ -59,7 +58,7 @@ Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> wo
     : m_library(library),
       m_nodeMap(std::make_shared<nodemap::NodeMap>("StreamPort", library.GetTLType(), ModuleType::DataStream,
                                                    nodemap::DataStreamDescription(), this,
-                                                   DatastreamFeatures())),
+                                                   DatastreamFeatures(), library.GetProfile().identity)),
       m_parentHandle(parentHandle), m_buffers(library), m_output(library), m_worker(std::move(worker))
 {
     m_worker->SetBufferCallbacks([this] { return PopFreeInputBuffer(); },
@@ -121,7 +120,7 @@ void Datastream::QueueBuffer(BUFFER_HANDLE hBuffer)
     if (!buffer)
     {
         const auto text = fmt::format("Buffer handle {} invalid!", hBuffer);
-        SPDLOG_WARN(text);
+        QVR_LOG_WARN(text);
         throw GenTLException(text, GC_ERR_INVALID_HANDLE);
     }
     if (buffer->GetState() != BufferState::Announced)
@@ -286,7 +285,7 @@ void Datastream::PushBuffer(const std::shared_ptr<Buffer> &buffer)
     if (state != BufferState::Input && state != BufferState::Filling)
     {
         constexpr auto text = "Cannot push a buffer that is not in the input or filling state!";
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw std::runtime_error(text);
     }
     buffer->SetState(BufferState::Output);
@@ -303,7 +302,7 @@ std::shared_ptr<Buffer> Datastream::PopFreeInputBuffer()
     if (!m_isGrabbing)
     {
         constexpr auto text = "The acquisition is not started!";
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw std::runtime_error(text);
     }
     auto buffer = m_buffers.TakeFree();

@@ -10,9 +10,13 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <string_view>
 
 namespace GenTL::internal
 {
+
+/// The id of the one stream of a device.
+inline constexpr std::string_view streamId = "Stream1";
 
 /// The object behind a DS_HANDLE: the consumer's buffers, the output queue, the counters and the stream's own
 /// node map. It reaches the lower stream only through the acquisition worker.

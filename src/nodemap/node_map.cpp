@@ -82,16 +82,16 @@ void AccessRegisters(Buffer *pBuffer, size_t *piSize, Access access)
 } // namespace
 
 NodeMap::NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
-                 void *owner, std::span<const RegisterDefinition> definitions)
+                 void *owner, std::span<const RegisterDefinition> definitions, const Identity &identity)
     : NodeMap(std::move(portName), std::move(tlType), moduleType, document,
-              MakeRegisterMap(definitions, owner))
+              MakeRegisterMap(definitions, owner), identity)
 {
 }
 
 NodeMap::NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
-                 std::unique_ptr<IRegisterMap> registerMap)
+                 std::unique_ptr<IRegisterMap> registerMap, const Identity &identity)
     : m_portName(std::move(portName)), m_tlType(std::move(tlType)), m_moduleType(moduleType),
-      m_document(document), m_registerMap(std::move(registerMap))
+      m_document(document), m_registerMap(std::move(registerMap)), m_identity(identity)
 {
     auto &map = GetRegisterMap();
     m_documentAddress = map.Size();
@@ -142,9 +142,9 @@ void NodeMap::GetPortInfo(PORT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *p
     case PORT_INFO_PORTNAME:
         return utils::WriteStringInfo(m_portName, query);
     case PORT_INFO_VENDOR:
-        return utils::WriteStringInfo("Varkel", query);
+        return utils::WriteStringInfo(m_identity.vendor, query);
     case PORT_INFO_MODEL:
-        return utils::WriteStringInfo("Proxy Transport Layer", query);
+        return utils::WriteStringInfo(m_identity.id, query);
     case PORT_INFO_TLTYPE:
         return utils::WriteStringInfo(m_tlType, query);
     case PORT_INFO_MODULE:
@@ -158,7 +158,7 @@ void NodeMap::GetPortInfo(PORT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *p
     case PORT_INFO_ACCESS_NI:
         return query.AnswerBool(false);
     case PORT_INFO_VERSION:
-        return utils::WriteStringInfo("1.0.0.0", query);
+        return utils::WriteStringInfo(m_identity.version, query);
     default:
         ThrowNotImplemented(iInfoCmd);
     }
