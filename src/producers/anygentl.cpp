@@ -32,6 +32,8 @@ Library &Library::Instance()
     static constexpr Assembly assembly{
         .systemDescription = nodemap::SystemDescriptionOfAllTypes,
         .makeProxySystem = MakeListedSystem,
+        .makeFrameReader = MakeFullFrameReader,
+        .makeOutputQueue = MakeStreamOutput,
     };
     static Library library(profile, assembly);
     return library;
