@@ -26,6 +26,14 @@ std::string AccessFlagName(DEVICE_ACCESS_FLAGS flags)
     return isNamed ? names.at(static_cast<size_t>(flags)) : std::to_string(flags);
 }
 
+/// "CONTROL"
+std::string ShortAccessName(DEVICE_ACCESS_FLAGS flags)
+{
+    constexpr std::string_view prefix = "DEVICE_ACCESS_";
+    const auto name = AccessFlagName(flags);
+    return name.starts_with(prefix) ? name.substr(prefix.size()) : name;
+}
+
 void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags, bool passesReadOnly)
 {
     if (flags < DEVICE_ACCESS_NONE || flags > DEVICE_ACCESS_EXCLUSIVE)
@@ -88,7 +96,7 @@ void Interface::IFGetDeviceInfo(const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd,
     const bool isAdmitted = !m_filterDevices || IsAdmitted(sDeviceID);
     if (iInfoCmd == DEVICE_INFO_ACCESS_STATUS && !isAdmitted)
     {
-        return utils::InfoQuery{piType, pBuffer, piSize}.AnswerInt32(DEVICE_ACCESS_STATUS_NOACCESS);
+        return utils::WriteInfo(utils::Info::Int32(DEVICE_ACCESS_STATUS_NOACCESS), piType, pBuffer, piSize);
     }
     CallWithId([&]
                { Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, iInfoCmd, piType, pBuffer, piSize); });
@@ -112,13 +120,37 @@ void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFla
         throw GenTLException("Access denied!", GC_ERR_ACCESS_DENIED);
     }
     CheckAccessFlags(iOpenFlags, m_profile.admission.passesReadOnly);
-    DEV_HANDLE lowerDevice = nullptr;
-    CallWithId([&] { Proxy()->IFOpenDevice(GetLowerHandle(), sDeviceID, iOpenFlags, &lowerDevice); });
+    auto *const lowerDevice = OpenLowerDevice(sDeviceID, iOpenFlags);
     const auto device =
         std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle, m_profile, m_assembly);
     const auto handle = m_manager->devices.Add(device);
     *phDevice = handle;
     device->SetHandle(handle);
+}
+
+DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags)
+{
+    try
+    {
+        DEV_HANDLE device = nullptr;
+        CallWithId([&] { Proxy()->IFOpenDevice(GetLowerHandle(), sDeviceID, iOpenFlags, &device); });
+        return device;
+    }
+    catch (const GenTLException &exception)
+    {
+        if (!m_profile.admission.explainsFailures)
+        {
+            throw;
+        }
+        const std::string_view advice =
+            exception.Code() == GC_ERR_ACCESS_DENIED || exception.Code() == GC_ERR_RESOURCE_IN_USE
+                ? " Another program may have it."
+                : "";
+        throw GenTLException(fmt::format("Cannot open \"{}\" for {}: {} ({}).{}", sDeviceID,
+                                         ShortAccessName(iOpenFlags), exception.what(), exception.Code(),
+                                         advice),
+                             exception.Code());
+    }
 }
 
 bool Interface::IsAdmitted(const char *sDeviceID)

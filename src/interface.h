@@ -45,6 +45,7 @@ public:
 
 private:
     bool IsAdmitted(const char *sDeviceID);
+    DEV_HANDLE OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags);
     template <typename Call>
     void CallWithId(Call call);
 

@@ -107,6 +107,13 @@ Library::Library(const Profile &profile, const Assembly &assembly) : m_profile(p
 {
     // spdlog's registry must live longer than this object: the destructor logs what it cleans up.
     spdlog::default_logger_raw();
+    if (profile.identity.logOwner == LogOwner::Producer)
+    {
+        m_logger = std::make_shared<spdlog::logger>(std::string(profile.identity.logger),
+                                                    std::make_shared<spdlog::sinks::stdout_color_sink_mt>());
+        m_logger->set_level(spdlog::level::off);
+        utils::SetOwnLogger(m_logger);
+    }
 }
 
 void Library::Initialize()
@@ -155,11 +162,8 @@ void Library::SetUpLogging()
     {
         return ShareLog();
     }
-    m_logger = std::make_shared<spdlog::logger>(std::string(identity.logger),
-                                                std::make_shared<spdlog::sinks::stdout_color_sink_mt>());
     m_logger->set_level(RequestedLevel(identity));
     m_logger->set_formatter(MakeFormatter(identity));
-    utils::SetOwnLogger(m_logger);
 }
 
 void Library::ShareLog()
@@ -182,12 +186,15 @@ void Library::ShareLog()
 
 void Library::TearDownLogging()
 {
-    if (m_logger && m_profile.identity.logOwner == LogOwner::Process)
+    if (m_profile.identity.logOwner == LogOwner::Producer)
+    {
+        return m_logger->set_level(spdlog::level::off);
+    }
+    if (m_logger)
     {
         spdlog::drop(m_logger->name());
         spdlog::set_default_logger(m_previousDefaultLogger);
     }
-    utils::SetOwnLogger(nullptr);
     m_logger.reset();
 }
 
@@ -303,33 +310,38 @@ void Library::GetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer
 {
     CheckLibraryInitialized();
     utils::CheckNotNull({{"piSize", piSize}, {"piType", piType}});
-    const utils::InfoQuery query{piType, pBuffer, piSize};
+    utils::WriteInfo(Answer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+utils::Info Library::Answer(TL_INFO_CMD command) const
+{
+    using utils::Info;
     const auto &identity = m_profile.identity;
-    switch (iInfoCmd)
+    switch (command)
     {
     case TL_INFO_ID:
     case TL_INFO_MODEL:
-        return utils::WriteStringInfo(identity.id, query);
+        return Info::Text(identity.id);
     case TL_INFO_VENDOR:
-        return utils::WriteStringInfo(identity.vendor, query);
+        return Info::Text(identity.vendor);
     case TL_INFO_VERSION:
-        return utils::WriteStringInfo(identity.version, query);
+        return Info::Text(identity.version);
     case TL_INFO_TLTYPE:
-        return utils::WriteStringInfo(GetTLType(), query);
+        return Info::Text(GetTLType());
     case TL_INFO_NAME:
-        return utils::WriteStringInfo(std::filesystem::path(utils::GetOwnPath()).filename().string(), query);
+        return Info::Text(std::filesystem::path(utils::GetOwnPath()).filename().string());
     case TL_INFO_PATHNAME:
-        return utils::WriteStringInfo(utils::GetOwnPath(), query);
+        return Info::Text(utils::GetOwnPath());
     case TL_INFO_DISPLAYNAME:
-        return utils::WriteStringInfo(identity.displayName, query);
+        return Info::Text(identity.displayName);
     case TL_INFO_CHAR_ENCODING:
-        return query.AnswerInt32(TL_CHAR_ENCODING_UTF8);
+        return Info::Int32(TL_CHAR_ENCODING_UTF8);
     case TL_INFO_GENTL_VER_MAJOR:
-        return query.AnswerUint32(1);
+        return Info::Uint32(1);
     case TL_INFO_GENTL_VER_MINOR:
-        return query.AnswerUint32(6);
+        return Info::Uint32(6);
     default:
-        throw GenTLException(fmt::format("iInfoCmd {} not implemented", iInfoCmd), GC_ERR_NOT_IMPLEMENTED);
+        throw GenTLException(fmt::format("iInfoCmd {} not implemented", command), GC_ERR_NOT_IMPLEMENTED);
     }
 }
 

@@ -35,7 +35,8 @@ Library &Library::Instance()
         .makeFrameReader = MakeFullFrameReader,
         .makeOutputQueue = MakeStreamOutput,
     };
-    static Library library(profile, assembly);
+    // Never destroyed: CloseAtExit closes what is open, and in a forked child nothing may be closed.
+    static auto &library = *new Library(profile, assembly);
     return library;
 }
 

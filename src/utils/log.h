@@ -18,8 +18,7 @@ namespace GenTL::internal::utils
 /// The logger of this library: spdlog's default logger, unless SetOwnLogger named another one.
 spdlog::logger *CurrentLogger();
 
-/// Directs the log of this library to a logger of its own. Null: back to spdlog's default logger. Only
-/// GCInitLib and GCCloseLib change it, and no other call may run during these two.
+/// Directs the log of this library to a logger of its own, once, before anything is logged.
 void SetOwnLogger(std::shared_ptr<spdlog::logger> logger);
 
 } // namespace GenTL::internal::utils
