@@ -1,5 +1,8 @@
 #include "assembly.h"
 
+#include "datastream/brief_frame_reader.h"
+#include "datastream/event_output.h"
+#include "datastream/stream_output.h"
 #include "modules/listed_system.h"
 #include "nodemap/node_access.h"
 #include "processing/processor.h"
@@ -27,6 +30,26 @@ std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> p
 std::shared_ptr<IProxySystem> MakeListedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem)
 {
     return std::make_shared<ListedSystem>(std::move(proxy), lowerSystem);
+}
+
+std::unique_ptr<IFrameReader> MakeBriefFrameReader(const FrameSource &)
+{
+    return std::make_unique<BriefFrameReader>();
+}
+
+std::unique_ptr<IFrameReader> MakeFullFrameReader(const FrameSource &source)
+{
+    return std::make_unique<FullFrameReader>(source);
+}
+
+std::unique_ptr<IOutputQueue> MakeEventOutput(ILibrary &library)
+{
+    return std::make_unique<EventOutput>(library);
+}
+
+std::unique_ptr<IOutputQueue> MakeStreamOutput(ILibrary &library)
+{
+    return std::make_unique<StreamOutput>(library);
 }
 
 } // namespace GenTL::internal

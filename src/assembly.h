@@ -1,9 +1,11 @@
 #pragma once
 
+#include "datastream/full_frame_reader.h"
+#include "datastream/i_output_queue.h"
 #include "i_proxy_system.h"
 #include "nodemap/descriptions.h"
 #include "port/proxy_module.h"
-#include "processing/i_processor.h"
+#include "processing/i_frame_processor.h"
 
 #include <cstddef>
 #include <functional>
@@ -13,6 +15,7 @@
 namespace GenTL::internal
 {
 
+class ILibrary;
 class RemotePort;
 
 /// A lower device that was opened, and its port.
@@ -26,9 +29,9 @@ struct LowerDevice
 /// What a device consists of, seen from its stream and from its consumer.
 struct RemoteSide
 {
-    std::shared_ptr<RemotePort> port;      ///< the remote port that the consumer reads and writes
-    std::shared_ptr<IProcessor> processor; ///< configured through that port
-    std::function<size_t()> payloadSize;   ///< bytes of a frame before processing, as the device says
+    std::shared_ptr<RemotePort> port;           ///< the remote port that the consumer reads and writes
+    std::shared_ptr<IFrameProcessor> processor; ///< configured through that port
+    std::function<size_t()> payloadSize;        ///< bytes of a frame before processing, as the device says
 };
 
 /// Registers of the device overridden at their own addresses, under the device's own description.
@@ -41,6 +44,16 @@ std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> p
 /// The lower system as its lists tell it.
 std::shared_ptr<IProxySystem> MakeListedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem);
 
+/// What must be known to process a frame.
+std::unique_ptr<IFrameReader> MakeBriefFrameReader(const FrameSource &source);
+/// All that the lower producer tells of a frame.
+std::unique_ptr<IFrameReader> MakeFullFrameReader(const FrameSource &source);
+
+/// Filled buffers wait in the event.
+std::unique_ptr<IOutputQueue> MakeEventOutput(ILibrary &library);
+/// Filled buffers wait in the stream.
+std::unique_ptr<IOutputQueue> MakeStreamOutput(ILibrary &library);
+
 /// In what the producers of this project differ, as far as it is behaviour: how the parts behind the
 /// interfaces are made. Default-constructed it is the assembly of qvr_proxygentl.cti. What differs in values
 /// is in Profile.
@@ -51,6 +64,8 @@ struct Assembly
     std::shared_ptr<IProxySystem> (*makeProxySystem)(std::shared_ptr<IGenTLProxy>,
                                                      TL_HANDLE) = MakeDescribedSystem;
     RemoteSide (*makeRemoteSide)(const LowerDevice &) = MakeOverriddenRemoteSide;
+    std::unique_ptr<IFrameReader> (*makeFrameReader)(const FrameSource &) = MakeBriefFrameReader;
+    std::unique_ptr<IOutputQueue> (*makeOutputQueue)(ILibrary &) = MakeEventOutput;
 };
 
 } // namespace GenTL::internal

@@ -6,6 +6,7 @@
 #include "instance_manager.h"
 #include "library.h"
 #include "utils/checks.h"
+#include "utils/info.h"
 #include "utils/log.h"
 
 #include <cstring>
@@ -18,7 +19,8 @@ namespace GenTL::internal
 Device::Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
                IF_HANDLE parentHandle, const Profile &profile, const Assembly &assembly)
     : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager), m_profile(profile),
-      m_assembly(assembly), m_parentHandle(parentHandle)
+      m_assembly(assembly), m_clock(std::make_shared<DeviceClock>(Proxy(), lowerHandle)),
+      m_parentHandle(parentHandle)
 {
     OpenLowerPort();
     OpenRemotePort();
@@ -131,16 +133,39 @@ void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStrea
         throw GenTLException(fmt::format("Datastream {} is already in use ", sDataStreamID),
                              GC_ERR_RESOURCE_IN_USE);
     }
-    auto &library = Library::Instance();
-    auto proxyStream = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remote.payloadSize);
-    auto worker = std::make_unique<AcquisitionWorker>(std::move(proxyStream), m_remote.processor);
-    m_dataStream = std::make_shared<Datastream>(library, std::move(worker), m_ownHandle);
+    m_dataStream = MakeDataStream();
     m_dataStreamHandle = m_manager->datastreams.Add(m_dataStream);
     *phDataStream = m_dataStreamHandle;
 }
 
+std::shared_ptr<Datastream> Device::MakeDataStream()
+{
+    auto &library = Library::Instance();
+    const auto &rules = m_profile.stream;
+    auto lower = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remote.payloadSize, rules);
+    StreamSetup setup{
+        .rules = rules, .buffers = m_profile.buffers, .output = m_assembly.makeOutputQueue(library)};
+    if (rules.passesEvents)
+    {
+        setup.lower.events = lower.get();
+    }
+    if (rules.passesChunkLimit)
+    {
+        setup.lower.maxChunks = [stream = lower.get()] { return stream->GetMaxChunks(); };
+    }
+    auto worker = std::make_unique<AcquisitionWorker>(
+        std::move(lower), m_remote.processor,
+        m_assembly.makeFrameReader({.clock = m_clock, .tlType = library.GetTLType()}), rules);
+    return std::make_shared<Datastream>(library, std::move(worker), m_ownHandle, std::move(setup));
+}
+
 void Device::DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
+    if (iInfoCmd == DEVICE_INFO_TIMESTAMP_FREQUENCY && m_clock->CountsNanoseconds())
+    {
+        return utils::WriteInfo(utils::Info::Uint64(DeviceClock::nanosecondsPerSecond), piType, pBuffer,
+                                piSize);
+    }
     Proxy()->DevGetInfo(GetLowerHandle(), iInfoCmd, piType, pBuffer, piSize);
 }
 

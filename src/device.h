@@ -2,7 +2,6 @@
 
 #include "assembly.h"
 #include "port/proxy_module.h"
-#include "processing/i_processor.h"
 #include "profile/profile.h"
 #include "utils/mutex.h"
 
@@ -13,6 +12,7 @@ namespace GenTL::internal
 {
 
 class Datastream;
+class DeviceClock;
 class InstanceManager;
 
 /// The object behind a DEV_HANDLE: an opened device with its processor, its remote port and the one data
@@ -41,6 +41,8 @@ public:
     /// @throws GenTLException GC_ERR_INVALID_PARAMETER for another id than streamId, GC_ERR_RESOURCE_IN_USE
     /// while a stream is open
     void DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStream);
+    /// The lower producer's answer. The frequency of a clock that only counts nanoseconds is known without
+    /// it.
     void DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
     /// Releases the open stream; called by DSClose.
@@ -49,11 +51,13 @@ public:
 private:
     void OpenLowerPort();
     void OpenRemotePort();
+    std::shared_ptr<Datastream> MakeDataStream();
 
     InstanceManager *m_manager;
     Profile m_profile;
     Assembly m_assembly;
     RemoteSide m_remote;
+    std::shared_ptr<DeviceClock> m_clock;
     /// Of two concurrent DSClose calls exactly one releases the stream. Held while the lower stream is
     /// opened: the lower producer calls nothing of ours, so it never waits for this mutex.
     utils::Mutex m_dataStreamMutex;

@@ -163,6 +163,29 @@ std::shared_ptr<IEventSource> EventSourceOf(EVENTSRC_HANDLE handle)
     return source;
 }
 
+/// Whether a lower call failed because the device is gone.
+bool IsGone(GC_ERROR code)
+{
+    return code == GC_ERR_IO || code == GC_ERR_TIMEOUT || code == GC_ERR_INVALID_HANDLE ||
+           code == GC_ERR_ERROR;
+}
+
+void UnregisterEvent(IEventSource &source, EVENT_TYPE type)
+{
+    try
+    {
+        source.UnregisterEvent(type);
+    }
+    catch (const GenTLException &exception)
+    {
+        if (!Library::Instance().GetProfile().stream.stopAlwaysSucceeds || !IsGone(exception.Code()))
+        {
+            throw;
+        }
+        QVR_LOG_DEBUG("The event is lost with its device: {}", exception.what());
+    }
+}
+
 /// The local event behind a handle; null for an event of the lower producer.
 std::shared_ptr<EventHandler> LocalEvent(EVENT_HANDLE handle)
 {
@@ -301,7 +324,7 @@ extern "C"
 
     GC_API GC_ERROR GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID)
     {
-        return GenTLCall("GCUnregisterEvent", [&] { EventSourceOf(hEventSrc)->UnregisterEvent(iEventID); });
+        return GenTLCall("GCUnregisterEvent", [&] { UnregisterEvent(*EventSourceOf(hEventSrc), iEventID); });
     }
 
     // Events of our streams. Handles of all other events belong to the lower producer and go on to it.

@@ -286,6 +286,10 @@ void GenTLProxy::CloseLowerLibrary()
             }                                                                                                \
         }                                                                                                    \
         return GC_ERR_SUCCESS;                                                                               \
+    }                                                                                                        \
+    GC_ERROR GenTLProxy::Try##name parameters                                                                \
+    {                                                                                                        \
+        return m_functions.name != nullptr ? m_functions.name arguments : GC_ERR_NOT_IMPLEMENTED;            \
     }
 #include <gentl/functions.inc>
 #undef FN

@@ -30,7 +30,9 @@ public:
     ~GenTLProxy() override;
 
 #define QVR_OPERATIONS_ONLY
-#define FN(group, name, parameters, arguments) GC_ERROR name parameters override;
+#define FN(group, name, parameters, arguments)                                                               \
+    GC_ERROR name parameters override;                                                                       \
+    GC_ERROR Try##name parameters override;
 #include <gentl/functions.inc>
 #undef FN
 #undef QVR_OPERATIONS_ONLY

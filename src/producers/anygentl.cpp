@@ -32,6 +32,8 @@ Library &Library::Instance()
     static constexpr Assembly assembly{
         .systemDescription = nodemap::SystemDescriptionOfAllTypes,
         .makeProxySystem = MakeListedSystem,
+        .makeFrameReader = MakeFullFrameReader,
+        .makeOutputQueue = MakeStreamOutput,
     };
     // Never destroyed: CloseAtExit closes what is open, and in a forked child nothing may be closed.
     static auto &library = *new Library(profile, assembly);

@@ -21,6 +21,13 @@ enum class LogOwner : uint8_t
     Producer, ///< the logger is the producer's own; spdlog's registry does not know it
 };
 
+/// How many parts a buffer with a single image has.
+enum class PartsAnswer : uint8_t
+{
+    Zero,
+    NoData, ///< the question fails with GC_ERR_NO_DATA
+};
+
 // One struct for each group of profile_fields.inc. Default-constructed it has the values of
 // qvr_proxygentl.cti.
 #define PROFILE_GROUP(Type, member, about)                                                                   \
