@@ -153,6 +153,7 @@ std::shared_ptr<Datastream> Device::MakeDataStream()
     {
         setup.lower.maxChunks = [stream = lower.get()] { return stream->GetMaxChunks(); };
     }
+    m_remote.setStreamPayloadSize([stream = lower.get()] { return stream->GetDefinedPayloadSize(); });
     auto worker = std::make_unique<AcquisitionWorker>(
         std::move(lower), m_remote.processor,
         m_assembly.makeFrameReader({.clock = m_clock, .tlType = library.GetTLType()}), rules);
@@ -174,6 +175,7 @@ void Device::ReleaseDataStream()
     // Declared before the lock, so that a last reference is destroyed after the lock is released.
     std::shared_ptr<Datastream> released;
     const utils::MutexLock guard(m_dataStreamMutex);
+    m_remote.setStreamPayloadSize({});
     released.swap(m_dataStream);
     m_dataStreamHandle = nullptr;
 }
