@@ -96,7 +96,7 @@ void Interface::IFGetDeviceInfo(const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd,
     const bool isAdmitted = !m_filterDevices || IsAdmitted(sDeviceID);
     if (iInfoCmd == DEVICE_INFO_ACCESS_STATUS && !isAdmitted)
     {
-        return utils::InfoQuery{piType, pBuffer, piSize}.AnswerInt32(DEVICE_ACCESS_STATUS_NOACCESS);
+        return utils::WriteInfo(utils::Info::Int32(DEVICE_ACCESS_STATUS_NOACCESS), piType, pBuffer, piSize);
     }
     CallWithId([&]
                { Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, iInfoCmd, piType, pBuffer, piSize); });

@@ -310,33 +310,38 @@ void Library::GetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer
 {
     CheckLibraryInitialized();
     utils::CheckNotNull({{"piSize", piSize}, {"piType", piType}});
-    const utils::InfoQuery query{piType, pBuffer, piSize};
+    utils::WriteInfo(Answer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+utils::Info Library::Answer(TL_INFO_CMD command) const
+{
+    using utils::Info;
     const auto &identity = m_profile.identity;
-    switch (iInfoCmd)
+    switch (command)
     {
     case TL_INFO_ID:
     case TL_INFO_MODEL:
-        return utils::WriteStringInfo(identity.id, query);
+        return Info::Text(identity.id);
     case TL_INFO_VENDOR:
-        return utils::WriteStringInfo(identity.vendor, query);
+        return Info::Text(identity.vendor);
     case TL_INFO_VERSION:
-        return utils::WriteStringInfo(identity.version, query);
+        return Info::Text(identity.version);
     case TL_INFO_TLTYPE:
-        return utils::WriteStringInfo(GetTLType(), query);
+        return Info::Text(GetTLType());
     case TL_INFO_NAME:
-        return utils::WriteStringInfo(std::filesystem::path(utils::GetOwnPath()).filename().string(), query);
+        return Info::Text(std::filesystem::path(utils::GetOwnPath()).filename().string());
     case TL_INFO_PATHNAME:
-        return utils::WriteStringInfo(utils::GetOwnPath(), query);
+        return Info::Text(utils::GetOwnPath());
     case TL_INFO_DISPLAYNAME:
-        return utils::WriteStringInfo(identity.displayName, query);
+        return Info::Text(identity.displayName);
     case TL_INFO_CHAR_ENCODING:
-        return query.AnswerInt32(TL_CHAR_ENCODING_UTF8);
+        return Info::Int32(TL_CHAR_ENCODING_UTF8);
     case TL_INFO_GENTL_VER_MAJOR:
-        return query.AnswerUint32(1);
+        return Info::Uint32(1);
     case TL_INFO_GENTL_VER_MINOR:
-        return query.AnswerUint32(6);
+        return Info::Uint32(6);
     default:
-        throw GenTLException(fmt::format("iInfoCmd {} not implemented", iInfoCmd), GC_ERR_NOT_IMPLEMENTED);
+        throw GenTLException(fmt::format("iInfoCmd {} not implemented", command), GC_ERR_NOT_IMPLEMENTED);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "instance_manager.h"
 #include "port/i_gentl_proxy.h"
 #include "port/i_library.h"
+#include "utils/info.h"
 #include "utils/mutex.h"
 
 #include <sys/types.h>
@@ -62,6 +63,7 @@ public:
 private:
     Library(const Profile &profile, const Assembly &assembly);
 
+    utils::Info Answer(TL_INFO_CMD command) const;
     void SetUpLogging();
     void ShareLog();
     void TearDownLogging();

@@ -51,6 +51,27 @@ The program `conversion_table` prints this file from the table in `vision_module
 |---|---|---|
 )";
 
+constexpr const char *published = R"(
+## Other published formats
+
+These unpack in the same way. All other formats of the published list are only copied.
+
+)";
+
+struct Unpacked
+{
+    const char *from;
+    const char *to;
+    PixelFormat fromFormat;
+    PixelFormat toFormat;
+};
+
+constexpr std::array publishedFormats{
+#define PIXEL_FORMAT(name, code, bits, maximum, packed, unpacked)                                            \
+    Unpacked{#name, #unpacked, PixelFormat::name, PixelFormat::unpacked},
+#include "common/published_formats.inc"
+};
+
 /// Names joined as in "Mono10, Mono12".
 std::string Targets(PixelFormat from, Conversion way)
 {
@@ -79,6 +100,14 @@ int main()
             {
                 std::printf("| %s | %s | %s |\n", from.name, targets.c_str(), name);
             }
+        }
+    }
+    std::fputs(published, stdout);
+    for (const auto &row : publishedFormats)
+    {
+        if (tarn::vision::FindConversion(row.fromFormat, row.toFormat) == Conversion::Unpack)
+        {
+            std::printf("- %s: %s\n", row.from, row.to);
         }
     }
     return 0;

@@ -21,12 +21,12 @@ namespace
 
 std::string Pair(PixelFormat from, PixelFormat to)
 {
-    return common::PixelFormatName(from) + " to " + common::PixelFormatName(to);
+    return NameOf(from) + " to " + NameOf(to);
 }
 
 bool BlueStandsFirst(PixelFormat format)
 {
-    return common::PixelFormatName(format).starts_with("BGR");
+    return NameOf(format).starts_with("BGR");
 }
 
 template <typename T>
@@ -113,8 +113,8 @@ void RequireTarget(const Image &image, PixelFormat format, const Image &target)
 {
     if (target.format != format)
     {
-        throw Failure(TARN_CVL_MISMATCH, "The target is of " + common::PixelFormatName(target.format) +
-                                             ", expected " + common::PixelFormatName(format));
+        throw Failure(TARN_CVL_MISMATCH,
+                      "The target is of " + NameOf(target.format) + ", expected " + NameOf(format));
     }
     if (target.width != image.width || target.height != image.height)
     {

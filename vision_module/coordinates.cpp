@@ -24,8 +24,8 @@ void RequireFormat(const Image &image, const std::string &name, PixelFormat form
 {
     if (image.format != format)
     {
-        throw Failure(TARN_CVL_MISMATCH, "The " + name + " is of " + common::PixelFormatName(image.format) +
-                                             ", expected " + common::PixelFormatName(format));
+        throw Failure(TARN_CVL_MISMATCH,
+                      "The " + name + " is of " + NameOf(image.format) + ", expected " + NameOf(format));
     }
 }
 

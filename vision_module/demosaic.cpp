@@ -61,10 +61,9 @@ void RequireSize(const Image &image, bool isFitting, const std::string &expected
 {
     if (!isFitting)
     {
-        throw Failure(TARN_CVL_NOT_POSSIBLE, "The image of " + common::PixelFormatName(image.format) +
-                                                 " has " + std::to_string(image.width) + " x " +
-                                                 std::to_string(image.height) + " pixels, expected " +
-                                                 expected);
+        throw Failure(TARN_CVL_NOT_POSSIBLE,
+                      "The image of " + NameOf(image.format) + " has " + std::to_string(image.width) + " x " +
+                          std::to_string(image.height) + " pixels, expected " + expected);
     }
 }
 

@@ -1,6 +1,6 @@
 #include "vision_module/image.h"
 
-#include "common/exceptions.h"
+#include "common/format_table.h"
 #include "vision_module/error.h"
 
 #include <array>
@@ -16,20 +16,21 @@ namespace
 /// Describes an image, as in "Mono8 of 640 x 480 pixels".
 std::string Description(PixelFormat format, uint32_t width, uint32_t height)
 {
-    return common::PixelFormatName(format) + " of " + std::to_string(width) + " x " + std::to_string(height) +
-           " pixels";
+    return NameOf(format) + " of " + std::to_string(width) + " x " + std::to_string(height) + " pixels";
 }
 
 } // namespace
 
+std::string NameOf(PixelFormat format)
+{
+    return std::string(common::wideFormats.Find(format)->name);
+}
+
 PixelFormat FormatOf(uint32_t code)
 {
     const auto format = static_cast<PixelFormat>(code);
-    try
-    {
-        common::PixelFormatName(format);
-    }
-    catch (const common::InvalidParameterException &)
+    const auto *info = common::wideFormats.Find(format);
+    if (info == nullptr || info->bits == 0)
     {
         std::array<char, 11> hexadecimal{};
         std::snprintf(hexadecimal.data(), hexadecimal.size(), "0x%08X", code);
@@ -47,7 +48,7 @@ uint64_t PixelBytes(PixelFormat format, uint32_t width, uint32_t height)
         throw Failure(TARN_CVL_OUT_OF_RANGE,
                       Description(format, width, height) + " take more bytes than any memory has");
     }
-    return common::GetSizeInBytes(format, {width, height});
+    return common::GetSizeInBytes(*common::wideFormats.Find(format), {width, height});
 }
 
 std::shared_ptr<Image> MakeImage(const tarn_cvl_ImageInfo &info)

@@ -8,6 +8,7 @@
 #include "vision_module/region.h"
 
 #include <optional>
+#include <string>
 
 namespace tarn::vision
 {
@@ -38,7 +39,10 @@ struct Image
     uint64_t PixelCount() const { return uint64_t{width} * height; }
 };
 
-/// @throws Failure with TARN_CVL_NOT_SUPPORTED for an unknown code
+/// The name of a format that FormatOf has let in.
+std::string NameOf(PixelFormat format);
+
+/// @throws Failure with TARN_CVL_NOT_SUPPORTED for an unknown code, and for one of no fixed storage
 PixelFormat FormatOf(uint32_t code);
 
 /// Bytes of the pixels, without padding.

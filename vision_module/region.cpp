@@ -127,7 +127,7 @@ Region PixelsInRange(const Image &image, const tarn_cvl_Range &range)
     const auto samples = SamplesOf(image.format);
     if (!samples || samples->count != 1)
     {
-        throw Failure(TARN_CVL_NOT_SUPPORTED, "The image is of " + common::PixelFormatName(image.format) +
+        throw Failure(TARN_CVL_NOT_SUPPORTED, "The image is of " + NameOf(image.format) +
                                                   ", expected a format of one whole sample for each pixel");
     }
     Region region;
@@ -142,7 +142,7 @@ void Draw(Image &image, const Region &region, const tarn_cvl_Colour &colour)
     if (!samples || samples->count - (samples->hasAlpha ? 1 : 0) > colourSamples)
     {
         throw Failure(TARN_CVL_NOT_SUPPORTED,
-                      "The image is of " + common::PixelFormatName(image.format) +
+                      "The image is of " + NameOf(image.format) +
                           ", expected a format of up to three whole samples for each pixel");
     }
     WithSampleType(samples->type,

@@ -1,5 +1,7 @@
 #include "vision_module/samples.h"
 
+#include "common/format_table.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -45,7 +47,7 @@ bool HasAlpha(PixelFormat format)
 
 std::optional<Samples> SamplesOf(PixelFormat format)
 {
-    if (common::IsPackedFormat(format) || IsYuv(format))
+    if (common::familyFormats.Find(format) == nullptr || common::IsPackedFormat(format) || IsYuv(format))
     {
         return {};
     }

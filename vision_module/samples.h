@@ -27,7 +27,8 @@ struct Samples
     uint32_t maximum = 0;
 };
 
-/// Nullopt for packed formats and for YUV, whose pixels share samples.
+/// Nullopt for packed formats, for YUV, whose pixels share samples, and for all formats outside of
+/// common::familyFormats, which are only unpacked and copied.
 std::optional<Samples> SamplesOf(common::PixelFormat format);
 
 /// Bits of a sample's value: 12 for Mono12. Only for formats of integer samples.

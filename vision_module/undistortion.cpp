@@ -231,7 +231,7 @@ void Undistortion::RequireImages(const Image &source, const Image &target) const
     if (std::ranges::find(formats, source.format) == formats.end())
     {
         throw Failure(TARN_CVL_NOT_SUPPORTED,
-                      "The undistortion of " + common::PixelFormatName(source.format) + " is not offered");
+                      "The undistortion of " + NameOf(source.format) + " is not offered");
     }
     if (source.width != m_camera.width || source.height != m_camera.height)
     {
@@ -240,8 +240,8 @@ void Undistortion::RequireImages(const Image &source, const Image &target) const
     }
     if (target.format != source.format)
     {
-        throw Failure(TARN_CVL_MISMATCH, "The target is of " + common::PixelFormatName(target.format) +
-                                             ", expected " + common::PixelFormatName(source.format));
+        throw Failure(TARN_CVL_MISMATCH,
+                      "The target is of " + NameOf(target.format) + ", expected " + NameOf(source.format));
     }
     if (target.width != source.width || target.height != source.height)
     {

@@ -139,13 +139,13 @@ bool IsUnpackOffered(uint32_t from, uint32_t to)
 void Unpack(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *target, uint32_t width,
             uint32_t height)
 {
-    const auto [packing, interleaving] = GetLayout(from, to);
+    const auto [packing, interleaving, samplesPerPixel] = GetLayout(from, to);
     const Image image{packing, source, target, width, height};
     switch (interleaving)
     {
     case Interleaving::None:
     {
-        const auto samples = uint64_t{width} * height * SamplesPerPixel(packing);
+        const auto samples = uint64_t{width} * height * samplesPerPixel;
         UnpackRun(packing, source, samples, 0, samples, target);
         break;
     }

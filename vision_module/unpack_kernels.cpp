@@ -46,6 +46,23 @@ struct Kernel<Packing::Stream12>
     alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
 };
 
+/// A sample of 14 bits may lie in three bytes. The upper bits of one lane and the lower bits of a second one,
+/// whose bytes begin one later, make the sample. Index 0x80 gives an empty byte, where one lane holds all of
+/// it.
+template <>
+struct Kernel<Packing::Stream14>
+{
+    static constexpr uint32_t groupSamples = 4;
+    static constexpr uint32_t blockBytes = 14;
+    alignas(16) static constexpr uint8_t bytes[] = {0x80, 0x80, 1, 2, 3,  4,  5,  6,
+                                                    0x80, 0x80, 8, 9, 10, 11, 12, 13};
+    alignas(16) static constexpr uint8_t nextBytes[] = {0, 1, 2, 3,  4,  5,  0x80, 0x80,
+                                                        7, 8, 9, 10, 11, 12, 0x80, 0x80};
+    alignas(16) static constexpr uint16_t factors[] = {0, 1024, 4096, 16384, 0, 1024, 4096, 16384};
+    alignas(16) static constexpr uint16_t nextFactors[] = {1, 4, 16, 0, 1, 4, 16, 0};
+    static constexpr uint16_t mask = 0x3FFF;
+};
+
 template <>
 struct Kernel<Packing::Group40>
 {
@@ -64,6 +81,28 @@ struct Kernel<Packing::Group24>
     static constexpr uint32_t blockBytes = 12;
     static constexpr int shift = 4;
     alignas(16) static constexpr uint8_t bytes[] = {2, 0, 2, 1, 5, 3, 5, 4, 8, 6, 8, 7, 11, 9, 11, 10};
+    alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
+    alignas(16) static constexpr uint16_t lower[] = {0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0};
+};
+
+template <>
+struct Kernel<Packing::Pair10>
+{
+    static constexpr uint32_t groupSamples = 2;
+    static constexpr uint32_t blockBytes = 12;
+    static constexpr int shift = 6;
+    alignas(16) static constexpr uint8_t bytes[] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
+    alignas(16) static constexpr uint16_t factors[] = {64, 4, 64, 4, 64, 4, 64, 4};
+    alignas(16) static constexpr uint16_t lower[] = {0x03, 0x30, 0x03, 0x30, 0x03, 0x30, 0x03, 0x30};
+};
+
+template <>
+struct Kernel<Packing::Pair12>
+{
+    static constexpr uint32_t groupSamples = 2;
+    static constexpr uint32_t blockBytes = 12;
+    static constexpr int shift = 4;
+    alignas(16) static constexpr uint8_t bytes[] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
     alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
     alignas(16) static constexpr uint16_t lower[] = {0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0};
 };
@@ -165,9 +204,17 @@ HWY_INLINE hn::Vec<Bytes> UnpackVector(const uint8_t *source)
     const Bytes d;
     const hn::Repartition<uint16_t, Bytes> words;
     const auto blocks = LoadBlocks<Tables::blockBytes>(d, source);
-    const auto lanes = hn::BitCast(words, hn::TableLookupBytes(blocks, hn::LoadDup128(d, Tables::bytes)));
+    const auto lanesOf = [&](const uint8_t *bytes) HWY_ATTR
+    { return hn::BitCast(words, hn::TableLookupBytesOr0(blocks, hn::LoadDup128(d, bytes))); };
+    const auto lanes = lanesOf(Tables::bytes);
     const auto factors = hn::LoadDup128(words, Tables::factors);
-    if constexpr (packing == Packing::Stream10 || packing == Packing::Stream12)
+    if constexpr (packing == Packing::Stream14)
+    {
+        const auto next = hn::Mul(lanesOf(Tables::nextBytes), hn::LoadDup128(words, Tables::nextFactors));
+        const auto samples = hn::Or(hn::MulHigh(lanes, factors), next);
+        return hn::BitCast(d, hn::And(samples, hn::Set(words, Tables::mask)));
+    }
+    else if constexpr (packing == Packing::Stream10 || packing == Packing::Stream12)
     {
         return hn::BitCast(d, hn::ShiftRight<Tables::shift>(hn::Mul(lanes, factors)));
     }
@@ -353,11 +400,20 @@ void UnpackRunHere(Packing packing, const uint8_t *source, uint64_t samples, uin
     case Packing::Stream12:
         UnpackRunOf<Packing::Stream12>(source, samples, first, count, target);
         break;
+    case Packing::Stream14:
+        UnpackRunOf<Packing::Stream14>(source, samples, first, count, target);
+        break;
     case Packing::Group40:
         UnpackRunOf<Packing::Group40>(source, samples, first, count, target);
         break;
     case Packing::Group24:
         UnpackRunOf<Packing::Group24>(source, samples, first, count, target);
+        break;
+    case Packing::Pair10:
+        UnpackRunOf<Packing::Pair10>(source, samples, first, count, target);
+        break;
+    case Packing::Pair12:
+        UnpackRunOf<Packing::Pair12>(source, samples, first, count, target);
         break;
     case Packing::Word32:
         UnpackRunOf<Packing::Word32>(source, samples, first, count, target);

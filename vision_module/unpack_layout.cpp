@@ -1,7 +1,7 @@
 #include "vision_module/unpack_layout.h"
 
 #include "common/exceptions.h"
-#include "common/pixel_format.h"
+#include "common/format_table.h"
 
 #include <algorithm>
 #include <array>
@@ -14,76 +14,60 @@ namespace tarn::vision
 namespace
 {
 
-struct Entry
+using common::FormatInfo;
+
+/// A packing and the part of a format's name that tells it.
+struct Mark
 {
-    uint32_t from;
-    uint32_t to;
-    bool isPacked;
-    Layout layout;
+    std::string_view text;
+    Packing packing;
+    uint32_t sampleBits; ///< storage of one sample
 };
 
-constexpr Entry EntryOf(std::string_view name, uint32_t from, uint32_t bits, bool isPacked, uint32_t to)
+// The first that the name has counts.
+constexpr std::array marks{
+    Mark{"10p32", Packing::Word32, 10},     Mark{"10p", Packing::Stream10, 10},
+    Mark{"12p", Packing::Stream12, 12},     Mark{"14p", Packing::Stream14, 14},
+    Mark{"10g40QVR", Packing::Group40, 10}, Mark{"12g24QVR", Packing::Group24, 12},
+    Mark{"10Packed", Packing::Pair10, 12},  Mark{"12Packed", Packing::Pair12, 12},
+};
+
+Interleaving InterleavingOf(std::string_view name)
 {
-    const auto takeEnd = [&name](std::string_view end)
+    return name.ends_with("_I_A_B")     ? Interleaving::Lines
+           : name.ends_with("_I_AB_CD") ? Interleaving::Cells
+                                        : Interleaving::None;
+}
+
+/// Nullopt for a packed format of another packing, and for whole samples that lie in their places already.
+std::optional<Layout> LayoutOf(const FormatInfo &format)
+{
+    const auto interleaving = InterleavingOf(format.name);
+    if (!format.isPacked)
     {
-        const auto ends = name.ends_with(end);
-        name.remove_suffix(ends ? end.size() : 0);
-        return ends;
-    };
-    const auto interleaving = takeEnd("_I_A_B")     ? Interleaving::Lines
-                              : takeEnd("_I_AB_CD") ? Interleaving::Cells
-                                                    : Interleaving::None;
-    const auto packing = takeEnd("10p")        ? Packing::Stream10
-                         : takeEnd("12p")      ? Packing::Stream12
-                         : takeEnd("10g40QVR") ? Packing::Group40
-                         : takeEnd("12g24QVR") ? Packing::Group24
-                         : takeEnd("10p32")    ? Packing::Word32
-                         : bits == 8           ? Packing::Bytes
-                                               : Packing::Words;
-    return {from, to, isPacked, {packing, interleaving}};
+        const auto packing = format.bits == 8 ? Packing::Bytes : Packing::Words;
+        return interleaving != Interleaving::None ? std::optional(Layout{packing, interleaving, 1})
+                                                  : std::nullopt;
+    }
+    const auto *mark = std::ranges::find_if(
+        marks, [&](const Mark &each) { return format.name.find(each.text) != std::string_view::npos; });
+    if (mark == marks.end())
+    {
+        return std::nullopt;
+    }
+    return Layout{mark->packing, interleaving, format.bits / mark->sampleBits};
 }
-
-constexpr auto table = []
-{
-    std::array entries{
-#define PIXEL_FORMAT(name, code, bits, maximum, packed, unpacked)                                            \
-    EntryOf(#name, code, bits, packed, static_cast<uint32_t>(common::PixelFormat::unpacked)),
-#include "common/pixel_formats.inc"
-#undef PIXEL_FORMAT
-    };
-    std::ranges::sort(entries, {}, &Entry::from);
-    return entries;
-}();
-
-constexpr bool HasWholeSamples(const Entry &entry)
-{
-    return entry.layout.packing == Packing::Bytes || entry.layout.packing == Packing::Words;
-}
-
-constexpr bool IsOffered(const Entry &entry)
-{
-    return entry.from != entry.to;
-}
-
-static_assert(std::ranges::count_if(table, &Entry::isPacked) == 46);
-static_assert(std::ranges::count_if(table, IsOffered) == 46 + 18);
-// A packed format has a layout of its own. An unpacked one is offered only if it is interleaved.
-static_assert(std::ranges::all_of(table, [](const Entry &entry)
-                                  { return entry.isPacked != HasWholeSamples(entry); }));
-static_assert(std::ranges::all_of(
-    table, [](const Entry &entry)
-    { return IsOffered(entry) == (entry.isPacked || entry.layout.interleaving != Interleaving::None); }));
 
 } // namespace
 
 std::optional<Layout> FindLayout(uint32_t from, uint32_t to)
 {
-    const auto *entry = std::ranges::lower_bound(table, from, {}, &Entry::from);
-    if (entry == table.end() || entry->from != from || entry->to != to || !IsOffered(*entry))
+    const auto *format = common::wideFormats.Find(common::PixelFormat{from});
+    if (from == to || format == nullptr || format->unpacked != common::PixelFormat{to})
     {
         return std::nullopt;
     }
-    return entry->layout;
+    return LayoutOf(*format);
 }
 
 Layout GetLayout(uint32_t from, uint32_t to)

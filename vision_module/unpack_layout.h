@@ -13,8 +13,12 @@ enum class Packing : uint8_t
     Words,    ///< 16 bits per sample, little-endian
     Stream10, ///< `10p`: a stream of bits, the lowest first
     Stream12, ///< `12p`: likewise
+    Stream14, ///< `14p`: likewise
     Group40,  ///< `10g40QVR`: the upper 8 bits of four samples, then a byte with their lower 2 bits
     Group24,  ///< `12g24QVR`: the upper 8 bits of two samples, then a byte with their lower 4 bits
+    Pair10,   ///< `10Packed`: the upper 8 bits of a sample, a byte with the lower bits of both, the second
+              ///< sample
+    Pair12,   ///< `12Packed`: likewise
     Word32,   ///< `10p32`: three samples in the lower 30 bits of a 32-bit little-endian word
 };
 
@@ -30,6 +34,7 @@ struct Layout
 {
     Packing packing;
     Interleaving interleaving;
+    uint32_t samplesPerPixel; ///< of the source; 1 when interleaved
 };
 
 /// The layout of `from`; nullopt when unpacking to `to` is not offered.
@@ -37,12 +42,6 @@ std::optional<Layout> FindLayout(uint32_t from, uint32_t to);
 
 /// @throws InvalidParameterException when unpacking to `to` is not offered
 Layout GetLayout(uint32_t from, uint32_t to);
-
-/// Samples of a pixel of the source.
-constexpr uint32_t SamplesPerPixel(Packing packing)
-{
-    return packing == Packing::Word32 ? 3 : 1;
-}
 
 /// Bytes of a sample in the target.
 constexpr uint32_t BytesPerSample(Packing packing)
@@ -56,7 +55,10 @@ constexpr uint32_t ReadSample(Packing packing, const uint8_t *source, uint64_t s
     const auto bits = [source](uint64_t first, uint32_t count)
     {
         const auto *byte = source + first / 8;
-        return (byte[0] | uint32_t{byte[1]} << 8) >> first % 8 & ((1U << count) - 1);
+        const auto shift = first % 8;
+        // The memory may end behind the second byte.
+        const auto third = shift + count > 16 ? uint32_t{byte[2]} << 16 : 0;
+        return (byte[0] | uint32_t{byte[1]} << 8 | third) >> shift & ((1U << count) - 1);
     };
     // An incomplete last group has only the upper bytes of its samples, followed by the byte of lower bits.
     const auto grouped = [=](uint64_t count, uint32_t lowerBits)
@@ -68,6 +70,12 @@ constexpr uint32_t ReadSample(Packing packing, const uint8_t *source, uint64_t s
         const auto lower = uint32_t{group[present]} >> position * lowerBits & ((1U << lowerBits) - 1);
         return uint32_t{group[position]} << lowerBits | lower;
     };
+    const auto paired = [=](uint32_t lowerBits)
+    {
+        const auto *pair = source + index / 2 * 3;
+        const auto lower = uint32_t{pair[1]} >> index % 2 * 4 & ((1U << lowerBits) - 1);
+        return uint32_t{pair[index % 2 * 2]} << lowerBits | lower;
+    };
     switch (packing)
     {
     case Packing::Bytes:
@@ -78,10 +86,16 @@ constexpr uint32_t ReadSample(Packing packing, const uint8_t *source, uint64_t s
         return bits(10 * index, 10);
     case Packing::Stream12:
         return bits(12 * index, 12);
+    case Packing::Stream14:
+        return bits(14 * index, 14);
     case Packing::Group40:
         return grouped(4, 2);
     case Packing::Group24:
         return grouped(2, 4);
+    case Packing::Pair10:
+        return paired(2);
+    case Packing::Pair12:
+        return paired(4);
     case Packing::Word32:
         return bits(index / 3 * 32 + index % 3 * 10, 10);
     }

@@ -14,15 +14,16 @@ namespace
 class SampleWriter
 {
 public:
-    SampleWriter(Packing packing, const uint8_t *source, uint8_t *target, uint32_t width, uint32_t height)
-        : m_packing(packing), m_source(source), m_target(target), m_width(width),
-          m_samples(uint64_t{width} * height * SamplesPerPixel(packing))
+    SampleWriter(const Layout &layout, const uint8_t *source, uint8_t *target, uint32_t width,
+                 uint32_t height)
+        : m_packing(layout.packing), m_samplesPerPixel(layout.samplesPerPixel), m_source(source),
+          m_target(target), m_width(width), m_samples(uint64_t{width} * height * layout.samplesPerPixel)
     {
     }
 
     void Put(uint32_t x, uint32_t y, uint32_t component = 0)
     {
-        const auto index = (uint64_t{y} * m_width + x) * SamplesPerPixel(m_packing) + component;
+        const auto index = (uint64_t{y} * m_width + x) * m_samplesPerPixel + component;
         const auto sample = ReadSample(m_packing, m_source, m_samples, index);
         *m_target++ = static_cast<uint8_t>(sample);
         if (BytesPerSample(m_packing) == 2)
@@ -33,6 +34,7 @@ public:
 
 private:
     Packing m_packing;
+    uint32_t m_samplesPerPixel;
     const uint8_t *m_source;
     uint8_t *m_target;
     uint32_t m_width;
@@ -44,8 +46,8 @@ private:
 void UnpackScalar(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *target, uint32_t width,
                   uint32_t height)
 {
-    const auto [packing, interleaving] = GetLayout(from, to);
-    SampleWriter writer(packing, source, target, width, height);
+    const auto layout = GetLayout(from, to);
+    SampleWriter writer(layout, source, target, width, height);
     for (uint32_t y = 0; y < height; ++y)
     {
         const auto upper = y - y % 2;
@@ -54,10 +56,10 @@ void UnpackScalar(uint32_t from, const uint8_t *source, uint32_t to, uint8_t *ta
         {
             const auto left = x - x % 2;
             const auto right = std::min(left + 1, width - 1);
-            switch (interleaving)
+            switch (layout.interleaving)
             {
             case Interleaving::None:
-                for (uint32_t component = 0; component < SamplesPerPixel(packing); ++component)
+                for (uint32_t component = 0; component < layout.samplesPerPixel; ++component)
                 {
                     writer.Put(x, y, component);
                 }

@@ -1,10 +1,7 @@
 #include "common/pixel_format.h"
 
 #include "common/exceptions.h"
-
-#include <algorithm>
-#include <array>
-#include <string_view>
+#include "common/format_table.h"
 
 namespace tarn::common
 {
@@ -12,34 +9,10 @@ namespace tarn::common
 namespace
 {
 
-struct Entry
+const FormatInfo &Find(PixelFormat format)
 {
-    PixelFormat format;
-    std::string_view name;
-    uint32_t bits;
-    uint32_t maximum;
-    bool isPacked;
-    PixelFormat unpacked;
-};
-
-constexpr auto table = []
-{
-    std::array entries{
-#define PIXEL_FORMAT(name, code, bits, maximum, packed, unpacked)                                            \
-    Entry{PixelFormat::name, #name, bits, maximum, packed, PixelFormat::unpacked},
-#include "common/pixel_formats.inc"
-#undef PIXEL_FORMAT
-    };
-    std::ranges::sort(entries, {}, &Entry::format);
-    return entries;
-}();
-static_assert(table.size() == 123);
-static_assert(std::ranges::adjacent_find(table, {}, &Entry::format) == table.end(), "a code stands twice");
-
-const Entry &Find(PixelFormat format)
-{
-    const auto *entry = std::ranges::lower_bound(table, format, {}, &Entry::format);
-    if (entry == table.end() || entry->format != format)
+    const auto *entry = familyFormats.Find(format);
+    if (entry == nullptr)
     {
         throw InvalidParameterException("The given pixel format with the integer value of " +
                                         std::to_string(static_cast<int64_t>(format)) + " is unknown!");
@@ -51,7 +24,7 @@ const Entry &Find(PixelFormat format)
 
 uint64_t GetSizeInBytes(PixelFormat format, Size size)
 {
-    return (uint64_t{size.width} * size.height * Find(format).bits + 7) >> 3;
+    return GetSizeInBytes(Find(format), size);
 }
 
 std::string PixelFormatName(PixelFormat format)

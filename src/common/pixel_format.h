@@ -14,10 +14,11 @@ enum class PixelFormat : int64_t
 {
 #define PIXEL_FORMAT(name, code, bits, maximum, packed, unpacked) name = code,
 #include "common/pixel_formats.inc"
-#undef PIXEL_FORMAT
+#include "common/published_formats.inc" // which undefines the macro
 };
 
-// Each of these functions throws InvalidParameterException for a code that the table lacks.
+// Each of these functions throws InvalidParameterException for a code that is not in familyFormats
+// (common/format_table.h).
 
 /// Bytes of an image without padding between its rows.
 uint64_t GetSizeInBytes(PixelFormat format, Size size);

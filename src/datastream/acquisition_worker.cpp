@@ -38,7 +38,7 @@ void RunLogged(Action action)
 } // namespace
 
 AcquisitionWorker::AcquisitionWorker(std::unique_ptr<IProxyDataStream> proxyStream,
-                                     std::shared_ptr<IProcessor> processor)
+                                     std::shared_ptr<IFrameProcessor> processor)
     : m_proxyStream(std::move(proxyStream)), m_processor(std::move(processor))
 {
 }

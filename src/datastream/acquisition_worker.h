@@ -3,7 +3,7 @@
 #include "datastream/acquisition_state.h"
 #include "datastream/i_acquisition_worker.h"
 #include "datastream/i_proxy_datastream.h"
-#include "processing/i_processor.h"
+#include "processing/i_frame_processor.h"
 #include "utils/mutex.h"
 
 #include <atomic>
@@ -37,7 +37,8 @@ class FrameTransfer;
 class AcquisitionWorker final : public IAcquisitionWorker
 {
 public:
-    AcquisitionWorker(std::unique_ptr<IProxyDataStream> proxyStream, std::shared_ptr<IProcessor> processor);
+    AcquisitionWorker(std::unique_ptr<IProxyDataStream> proxyStream,
+                      std::shared_ptr<IFrameProcessor> processor);
     ~AcquisitionWorker() override;
 
     /// @throws GenTLException GC_ERR_ERROR without callbacks or while running; the failure of the lower
@@ -63,7 +64,7 @@ private:
     void JoinThread();
 
     std::unique_ptr<IProxyDataStream> m_proxyStream;
-    std::shared_ptr<IProcessor> m_processor;
+    std::shared_ptr<IFrameProcessor> m_processor;
     std::jthread m_thread;
     /// Held while a frame is in process, whose memory a kill would revoke. Held over calls into the lower
     /// producer and the vision library. Neither calls anything of ours, so neither waits for this mutex.

@@ -12,7 +12,7 @@
 namespace GenTL::internal
 {
 
-FrameTransfer::FrameTransfer(IProcessor &processor, const BufferSource &source, const BufferSink &sink,
+FrameTransfer::FrameTransfer(IFrameProcessor &processor, const BufferSource &source, const BufferSink &sink,
                              uint64_t numToAcquire)
     : m_processor(processor), m_bufferSource(source), m_bufferSink(sink), m_remaining(numToAcquire)
 {

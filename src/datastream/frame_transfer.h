@@ -1,7 +1,7 @@
 #pragma once
 
 #include "datastream/i_acquisition_worker.h"
-#include "processing/i_processor.h"
+#include "processing/i_frame_processor.h"
 
 #include <cstdint>
 #include <memory>
@@ -21,7 +21,7 @@ class FrameTransfer
 {
 public:
     /// @param numToAcquire GENTL_INFINITE = no limit
-    FrameTransfer(IProcessor &processor, const BufferSource &source, const BufferSink &sink,
+    FrameTransfer(IFrameProcessor &processor, const BufferSource &source, const BufferSink &sink,
                   uint64_t numToAcquire);
 
     /// Takes a free consumer buffer, writes the frame there and hands the buffer on, also after a failure.
@@ -35,7 +35,7 @@ private:
     void Fill(const ProxyBuffer &lower, Buffer &buffer);
     void Push(const std::shared_ptr<Buffer> &buffer) noexcept;
 
-    IProcessor &m_processor;
+    IFrameProcessor &m_processor;
     const BufferSource &m_bufferSource;
     const BufferSink &m_bufferSink;
     uint64_t m_remaining;

@@ -4,6 +4,7 @@
 #include "nodemap/register_map.h"
 #include "port/i_port.h"
 #include "profile/profile.h"
+#include "utils/info.h"
 
 #include <memory>
 #include <span>
@@ -48,6 +49,8 @@ public:
 
 private:
     std::string Url() const;
+    utils::Info PortAnswer(PORT_INFO_CMD command) const;
+    utils::Info UrlAnswer(URL_INFO_CMD command) const;
 
     std::string m_portName;
     std::string m_tlType;

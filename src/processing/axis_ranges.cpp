@@ -8,11 +8,13 @@
 namespace GenTL::internal
 {
 
-void AxisRanges::Compute(const Scan3dInfo &info, const tarn::cvl::CalibrationParameters &camera)
+void AxisRanges::Compute(const Scan3dInfo &info, const tarn::cvl::CalibrationParameters &camera,
+                         DepthOffset rule)
 {
     const double scale = info.scan3dCoordinateScale.value_or(1.0);
     const double offset = info.scan3dCoordinateOffset.value_or(0.0);
-    const auto depthOf = [&](double raw) { return std::fma(raw, scale, scale * offset); };
+    const double summand = rule == DepthOffset::Added ? offset : scale * offset;
+    const auto depthOf = [&](double raw) { return std::fma(raw, scale, summand); };
     const double nearest = depthOf(info.scan3dAxisMin.value_or(0.0));
     const double farthest = depthOf(info.scan3dAxisMax.value_or(defaultAxisMax));
     const auto rangeOf = [farthest](uint32_t pixels, double principalPoint, double focalLength)

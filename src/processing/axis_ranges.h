@@ -19,7 +19,8 @@ public:
     bool IsEmpty() const { return m_ranges.empty(); }
     /// Computes C from the device's range of depth, including the device's offset, and A and B from the
     /// lens's view at the farthest depth, where the view is widest.
-    void Compute(const Scan3dInfo &info, const tarn::cvl::CalibrationParameters &camera);
+    void Compute(const Scan3dInfo &info, const tarn::cvl::CalibrationParameters &camera,
+                 DepthOffset rule = DepthOffset::LeftOut);
     /// @throws std::out_of_range "unordered_map::at: key not found" before Compute
     std::pair<double, double> Of(Scan3dCoordinate coordinate) const;
 

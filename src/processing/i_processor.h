@@ -3,33 +3,22 @@
 #include "common/metadata.h"
 #include "common/size.h"
 #include "processing/component.h"
-#include "processing/frame.h"
+#include "processing/i_frame_processor.h"
 #include "processing/scan3d.h"
 
 #include <cstdint>
 #include <functional>
-#include <span>
 #include <utility>
 #include <vector>
 
 namespace GenTL::internal
 {
 
-/// Turns a delivered lower buffer into the content of the consumer's buffer.
-///
-/// One per open device. The remote port configures it on the consumer's threads; the acquisition thread calls
-/// Process. Pixel format and 3D mode are frozen between AcquisitionStarted and AcquisitionStopped, so it
-/// needs no lock.
-class IProcessor
+/// The processing as the remote port configures it: formats by component, and the 3D mode. Both are frozen
+/// between AcquisitionStarted and AcquisitionStopped.
+class IProcessor : public IFrameProcessor
 {
 public:
-    IProcessor() = default;
-    IProcessor(const IProcessor &) = delete;
-    IProcessor &operator=(const IProcessor &) = delete;
-    virtual ~IProcessor() = default;
-
-    /// The size of a consumer buffer, in bytes.
-    virtual uint64_t PayloadSize() = 0;
     /// Only the first list for a component counts; later ones are ignored.
     virtual void SetAvailableInputFormats(Component component, const tarn::common::PixelFormat *formats,
                                           size_t count) = 0;
@@ -48,15 +37,12 @@ public:
     /// Sets the geometry of all further images.
     virtual void SetMetadata(const tarn::common::Metadata &metadata) = 0;
     virtual std::vector<tarn::common::PixelFormat> AvailableOutputPixelFormats(Component component) = 0;
-    virtual ProcessingResult Process(const InputData &input, std::span<uint8_t> output) = 0;
     /// Sets the source of the device's payload size before processing, in bytes.
     virtual void SetPayloadSizeCallback(std::function<uint64_t()> callback) = 0;
     /// Sets the source of the device's current image size.
     virtual void SetImageSizeCallback(std::function<tarn::common::Size()> callback) = 0;
     /// Sets the source of the images' geometry, which is read when an acquisition starts.
     virtual void SetMetadataCallback(std::function<tarn::common::Metadata()> callback) = 0;
-    virtual void AcquisitionStarted() = 0;
-    virtual void AcquisitionStopped() = 0;
 };
 
 } // namespace GenTL::internal

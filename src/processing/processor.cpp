@@ -248,7 +248,7 @@ void Processor::SetMetadataCallback(std::function<tarn::common::Metadata()> call
 
 void Processor::AcquisitionStarted()
 {
-    m_running = true;
+    m_frozen = true;
     // The consumer may have changed the region of interest since the last acquisition.
     if (Is3dDevice() && m_metadata)
     {
@@ -258,12 +258,12 @@ void Processor::AcquisitionStarted()
 
 void Processor::AcquisitionStopped()
 {
-    m_running = false;
+    m_frozen = false;
 }
 
 void Processor::CheckNotRunning(const char *message) const
 {
-    if (m_running)
+    if (m_frozen)
     {
         throw GenTLException(message, GC_ERR_ACCESS_DENIED);
     }

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <span>
 #include <utility>
 
 namespace GenTL::internal
@@ -62,6 +63,18 @@ struct ValidRange
     int32_t maximum;
 };
 
+/// The library multiplies and does not add.
+void AddToFloats(const Image &image, double summand)
+{
+    const auto size = image.GetSize();
+    const std::span samples(static_cast<float *>(image.GetData()), size_t{size.width} * size.height);
+    const auto addend = static_cast<float>(summand);
+    for (auto &sample : samples)
+    {
+        sample += addend;
+    }
+}
+
 /// The format under which the library compares raw values.
 PixelFormat ThresholdFormat(PixelFormat format)
 {
@@ -93,6 +106,10 @@ public:
     {
         raw.ConvertTo(m_depth, PixelFormat::Coord3D_C32f,
                       settings.m_info.scan3dCoordinateScale.value_or(1.0));
+        if (settings.m_offset == DepthOffset::Added)
+        {
+            AddToFloats(m_depth, settings.m_info.scan3dCoordinateOffset.value_or(0.0));
+        }
         m_depth.SetMetadata(settings.m_metadata);
         m_depth.SetRegion(m_valid);
     }
@@ -106,7 +123,7 @@ private:
     Image m_depth;
 };
 
-Rectification::Rectification() = default;
+Rectification::Rectification(DepthOffset offset) : m_offset(offset) {}
 Rectification::~Rectification() = default;
 
 void Rectification::SetCalibration(std::unique_ptr<tarn::cvl::CalibrationParameters> calibration)

@@ -4,12 +4,12 @@
 #include "common/pixel_format.h"
 #include "common/size.h"
 #include "processing/component.h"
+#include "processing/pixel_work.h"
 #include "processing/scan3d.h"
 #include "vision/calibration_parameters.h"
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
 
 namespace tarn::cvl
@@ -28,28 +28,15 @@ namespace GenTL::internal
 
 /// Turns the pixels of one component into those that an output mode promises, through the vision library.
 ///
-/// Owned by CoordTask, which configures it while no acquisition runs. Without lens calibration, nothing but
-/// confidence maps and raw output works.
+/// Owned by CoordTask or DepthOutput, which configures it while no acquisition runs. Without lens
+/// calibration, nothing but confidence maps and raw output works.
 class Rectification
 {
 public:
-    /// Pixels as they arrived.
-    struct Source
-    {
-        tarn::common::PixelFormat format{};
-        tarn::common::Size size;
-        uint8_t *data = nullptr;
-        uint64_t byteSize = 0;
-    };
+    using Source = PixelSource;
+    using Target = PixelTarget;
 
-    /// Room for the pixels of one component.
-    struct Target
-    {
-        tarn::common::PixelFormat format{};
-        std::span<uint8_t> memory;
-    };
-
-    Rectification();
+    explicit Rectification(DepthOffset offset = DepthOffset::LeftOut);
     ~Rectification();
     Rectification(const Rectification &) = delete;
     Rectification &operator=(const Rectification &) = delete;
@@ -83,6 +70,7 @@ private:
     std::unique_ptr<tarn::cvl::CalibrationParameters> m_calibration; ///< null until there is one
     tarn::common::Metadata m_metadata;                               ///< attached to every image
     Scan3dInfo m_info;
+    DepthOffset m_offset;
     Scan3dOutputMode m_mode = Scan3dOutputMode::CalibratedABC_Grid;
 };
 

@@ -68,6 +68,13 @@ inline constexpr std::array<OutputModeTraits, 3> outputModes{
 /// The row of a mode. A mode without a row is not raw, has no grid and makes no format of its own.
 OutputModeTraits TraitsOf(Scan3dOutputMode mode);
 
+/// What the device's offset does to calibrated depth.
+enum class DepthOffset : uint8_t
+{
+    LeftOut, ///< depth is raw * scale, while its limits include scale * offset
+    Added    ///< depth is raw * scale + offset, as SFNC defines it
+};
+
 /// 3D values of the device. A value is absent when its node is missing or not readable.
 struct Scan3dInfo
 {

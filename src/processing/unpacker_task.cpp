@@ -1,8 +1,8 @@
 #include "processing/unpacker_task.h"
 
 #include "processing/moved_chunks.h"
+#include "processing/pixel_work.h"
 #include "utils/gentl_exception.h"
-#include "vision/image.h"
 
 #include <algorithm>
 
@@ -42,8 +42,7 @@ ProcessingResult UnpackerTask::Process(const InputData &input, std::span<uint8_t
     // C-13: the default applies to a buffer without a pixel format.
     const auto inputFormat = static_cast<PixelFormat>(
         input.attributes.pixelFormat.value_or(static_cast<uint64_t>(PixelFormat::BayerBG8)));
-    const tarn::cvl::Image source(inputFormat, size, input.data, input.size);
-    source.ConvertTo(m_format, output.data(), output.size());
+    UnpackImage({inputFormat, size, input.data, input.size}, {m_format, output});
     if (input.chunks)
     {
         result.chunks = MoveChunks(input, output, tarn::common::GetSizeInBytes(m_format, size));
