@@ -22,7 +22,7 @@ struct Access
     std::string cause;
 };
 
-/// An entry of an enumeration.
+/// An entry of an enumeration. Its name lies in the document.
 struct Entry
 {
     std::string_view name;
