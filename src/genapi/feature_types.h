@@ -12,6 +12,7 @@ namespace GenTL::internal::genapi
 struct Access
 {
     bool implemented = true;
+    /// Only what is implemented is available.
     bool available = true;
     bool locked = false;
     /// Implemented, available, and every node of the value chain allows it.

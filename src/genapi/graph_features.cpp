@@ -214,7 +214,7 @@ std::vector<Entry> GraphFeatures::EntriesOf(std::string_view name)
             operation.pass.RestartCount();
             const auto access = OwnAccess(operation.pass, property.target);
             entries.push_back({graph[property.target].name, EntryValue(operation.pass, property.target),
-                               access.implemented, access.implemented && access.available});
+                               access.implemented, access.available});
         }
     }
     return entries;
