@@ -123,9 +123,11 @@ EditedDescription DescriptionEditor::Edit()
     auto taken = genapi::StaticRanges(m_device.graph);
     taken.push_back(m_device.range);
     const auto base = RegisterWindow::FreeBase(taken);
+    m_result.base = base.value_or(0);
     if (!base || !m_plan.HasPort())
     {
         m_result.document = m_device.text;
+        m_result.hash = HashOf(m_result.document);
         return std::move(m_result);
     }
     PlanPixelFormat();
@@ -136,7 +138,7 @@ EditedDescription DescriptionEditor::Edit()
     AddTransport();
     AddPayloadSize();
     AddCategory();
-    Finish(*base);
+    Finish();
     return std::move(m_result);
 }
 
@@ -444,7 +446,7 @@ std::string DescriptionEditor::RegisterElements(uint64_t first) const
     return elements;
 }
 
-void DescriptionEditor::Finish(uint64_t base)
+void DescriptionEditor::Finish()
 {
     const auto group = [&](uint64_t first)
     {
@@ -453,8 +455,7 @@ void DescriptionEditor::Finish(uint64_t base)
     };
     const auto guid = m_edits.SetAttribute(m_device.root, "VersionGuid", noGuid);
     const uint64_t size = m_edits.Size() + group(0).size();
-    m_edits.Append(m_device.root, group(base + RegisterWindow::RegistersOffset(size)));
-    m_result.base = base;
+    m_edits.Append(m_device.root, group(m_result.base + RegisterWindow::RegistersOffset(size)));
     m_result.document = m_edits.Apply();
     m_result.hash = HashOf(m_result.document);
     if (guid != std::string::npos)

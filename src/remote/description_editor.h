@@ -43,7 +43,8 @@ public:
     /// @param conversions must outlive the editor
     DescriptionEditor(const DeviceDocument &device, const ConversionTable &conversions);
 
-    /// The edited description. Without a port or a free window it is the device's, and has no registers.
+    /// The edited description. Without a port or a free window, the document is the device's, and there are
+    /// no registers.
     EditedDescription Edit();
 
 private:
@@ -77,7 +78,7 @@ private:
     void AddPayloadSize();
     void AddCategory();
     std::string RegisterElements(uint64_t first) const;
-    void Finish(uint64_t base);
+    void Finish();
     /// The element that refers to a planned register.
     std::string Reference(std::string_view element, size_t position) const;
 

@@ -50,7 +50,7 @@ struct EditedDescription
 {
     std::string document;
     DocumentHash hash; ///< of the document without its VersionGuid
-    uint64_t base = 0; ///< address of the document
+    uint64_t base = 0; ///< address of the document; 0 when no window was free
     /// In the order of their addresses, the first one at RegisterWindow::RegistersOffset of the document.
     std::vector<EditedRegister> registers;
     std::vector<FormatEntry> formats; ///< empty when PixelFormat was left alone

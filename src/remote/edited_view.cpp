@@ -12,9 +12,10 @@
 namespace GenTL::internal
 {
 
-EditedView::EditedView(EditedDescription description, EditedUrl url, const genapi::NodeGraph &graph,
-                       genapi::GraphFeatures &features, IDelivery &delivery, IPort &lower)
-    : m_description(std::move(description)), m_url(std::move(url)), m_features(features),
+EditedView::EditedView(EditedDescription description, const pugi::xml_node &root, std::string_view lowerName,
+                       const genapi::NodeGraph &graph, genapi::GraphFeatures &features, IDelivery &delivery,
+                       IPort &lower)
+    : m_description(std::move(description)), m_url(m_description, root, lowerName), m_features(features),
       m_delivery(delivery), m_lower(lower), m_formats(m_description, graph, features, delivery),
       m_window(m_description.base, m_description.document)
 {
@@ -48,7 +49,7 @@ void EditedView::ReadPort(uint64_t address, void *buffer, size_t *size)
 {
     utils::CheckNotNull({{"piSize", size}, {"pBuffer", buffer}});
     utils::CheckNotZero("*piSize", *size);
-    if (!m_window.IsTouchedBy(address, *size))
+    if (!IsOurs(address, *size))
     {
         return m_lower.ReadRegisters(address, buffer, size);
     }
@@ -62,7 +63,7 @@ void EditedView::WritePort(uint64_t address, const void *buffer, size_t *size)
     utils::CheckNotZero("*piSize", *size);
     const auto forget = [this] { m_features.Invalidate(); };
     const utils::AtEnd invalidate(forget);
-    if (!m_window.IsTouchedBy(address, *size))
+    if (!IsOurs(address, *size))
     {
         return m_lower.WriteRegisters(address, buffer, size);
     }
@@ -100,6 +101,11 @@ DeviceState EditedView::ReadDeviceState(std::optional<uint64_t> streamPayloadSiz
         state.images = m_formats.Images();
     }
     return state;
+}
+
+bool EditedView::IsOurs(uint64_t address, size_t size) const
+{
+    return HasWindow() && m_window.IsTouchedBy(address, size);
 }
 
 int64_t EditedView::ReadNumber(const EditedRegister &entry)

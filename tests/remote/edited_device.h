@@ -174,9 +174,8 @@ struct EditedDevice
     FakeDelivery delivery;
     std::optional<uint64_t> streamPayloadSize;
     EditedView view{
-        edit.result,        EditedUrl(edit.result, edit.device.tree.document_element(), "Cam.xml"),
-        *edit.device.graph, device,
-        delivery,           port};
+        edit.result, edit.device.tree.document_element(), "Cam.xml", *edit.device.graph, device, delivery,
+        port};
     ConsumerPort consumerPort{view};
     genapi::GraphFeatures consumer{*edit.consumer.graph, consumerPort};
 };
