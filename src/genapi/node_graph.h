@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace GenTL::internal::genapi
@@ -78,11 +77,14 @@ public:
 private:
     void AddNodes(const pugi::xml_node &parent, int level);
     NodeId AddNode(const pugi::xml_node &element, NodeKind kind, NodeId parent, int level);
+    void IndexNames();
     void ResolveReferences();
+    size_t SlotOf(std::string_view name) const;
 
     std::vector<Node> m_nodes;
     std::vector<Property> m_properties;
-    std::unordered_map<std::string_view, NodeId> m_names;
+    /// A hash table of the named nodes, at most half full; noNode in a free slot.
+    std::vector<NodeId> m_slots;
 };
 
 } // namespace GenTL::internal::genapi
