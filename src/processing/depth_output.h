@@ -26,6 +26,7 @@ public:
     /// Sets how the device encodes its raw values, which makes it a 3D device.
     void SetInfo(const Scan3dInfo &info);
     bool IsEnabled() const { return m_info.has_value(); }
+    /// Takes effect with the next geometry.
     /// @throws tarn::cvl::CorruptedException for invalid lens calibration data; what was set before stays
     void SetLensCalibrationData(std::span<const uint8_t> bytes);
     /// The region, binning and decimation of the images from now on.

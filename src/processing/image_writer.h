@@ -21,9 +21,10 @@ struct ImageConversion
     const tarn::common::FormatInfo *output = nullptr;
     tarn::common::Size size;
     uint64_t xPadding = 0; ///< bytes behind each line
-    uint64_t yPadding = 0; ///< bytes behind the last line
 
-    /// Bytes of the image as it comes, with its padding.
+    // A number of bytes that does not fit in 64 bits is given as the largest one.
+
+    /// Bytes of the image as it comes, with the padding of its lines.
     uint64_t InputBytes() const;
     /// Bytes of the image that is delivered, without padding.
     uint64_t OutputBytes() const;
@@ -51,8 +52,9 @@ public:
     uint64_t Write(const ImageConversion &image, std::span<uint8_t> arrived, std::span<uint8_t> output);
 
 private:
-    PixelSource WithoutPadding(const ImageConversion &image, std::span<uint8_t> arrived, uint64_t lines);
+    PixelSource Arrived(const ImageConversion &image, std::span<uint8_t> arrived, uint64_t lines);
     PixelSource Whole(const ImageConversion &image, const PixelSource &source);
+    PixelSource Unpacked(const ImageConversion &image, const PixelSource &source);
 
     const DepthOutput &m_depth;
     std::vector<uint8_t> m_dense;    ///< lines without their padding
