@@ -6,6 +6,7 @@
 #include "remote/format_choice.h"
 #include "remote/i_delivery.h"
 #include "remote/register_window.h"
+#include "remote/scan3d_features.h"
 #include "utils/mutex.h"
 
 #include <cstddef>
@@ -75,6 +76,7 @@ private:
     IDelivery &m_delivery;
     IPort &m_lower;
     FormatChoice m_formats;
+    Scan3dFeatures m_scan3d;
     RegisterWindow m_window;
 };
 

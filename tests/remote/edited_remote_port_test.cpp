@@ -110,10 +110,9 @@ TEST_F(EditedPort, HasTheDevicesUrlWithoutAWindow)
 
 TEST_F(EditedPort, NamesTheDeviceWhenItsDescriptionCannotBeUsed)
 {
-    EXPECT_EQ(
-        FailureOf([this] { Open("<RegisterDescription>"); }),
-        (Failure{"cam0: the description (21 bytes) is not XML: Start-end tags mismatch at line 1.",
-                 GC_ERR_ERROR}));
+    EXPECT_EQ(FailureOf([this] { Open("<RegisterDescription>"); }),
+              (Failure{"cam0: the description (21 bytes) is not XML: Start-end tags mismatch at line 1.",
+                       GC_ERR_ERROR}));
 }
 
 } // namespace
