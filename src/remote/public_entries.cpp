@@ -186,7 +186,7 @@ std::string PublicEntries::WithConditions(const pugi::xml_node &entry, std::stri
     for (const auto &child : entry.children())
     {
         const auto name = LocalName(child);
-        if (name != "pIsImplemented" && name != "pIsAvailable")
+        if (child.type() == pugi::node_element && name != "pIsImplemented" && name != "pIsAvailable")
         {
             const bool isBefore = std::ranges::find(before, name) != before.end();
             (isBefore ? head : rest) += m_edits.Copy(child);
