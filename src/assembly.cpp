@@ -5,8 +5,10 @@
 #include "datastream/stream_output.h"
 #include "modules/listed_system.h"
 #include "nodemap/node_access.h"
+#include "processing/conversion_table.h"
 #include "processing/processor.h"
 #include "proxy_system.h"
+#include "remote/conversion_delivery.h"
 #include "remote/edited_remote.h"
 #include "remoteport.h"
 #include "utils/lower_info.h"
@@ -47,19 +49,33 @@ std::string NameOf(const LowerDevice &device)
 RemoteSide MakeEditedRemoteSide(const LowerDevice &device)
 {
     auto processor = std::make_shared<ConversionProcessor>();
+    auto delivery = std::make_shared<ConversionDelivery>(processor);
     EditedRemote *remote = nullptr;
-    const auto makeView = [&](ProxyModule &port)
-    {
-        auto view = std::make_unique<EditedRemote>(port, NameOf(device), processor);
-        remote = view.get();
-        return view;
-    };
-    auto port = std::make_shared<RemotePort>(device.proxy, device.port, makeView);
+    auto port =
+        std::make_shared<RemotePort>(device.proxy, device.port,
+                                     [&](ProxyModule &lower)
+                                     {
+                                         auto view = std::make_unique<EditedRemote>(
+                                             lower, NameOf(device), ConversionTable::Instance(), delivery);
+                                         remote = view.get();
+                                         return view;
+                                     });
+    // The stream may keep the processor longer than the device.
+    processor->SetDevice(
+        [remote, owner = std::weak_ptr(port)]
+        {
+            const auto kept = owner.lock();
+            if (!kept)
+            {
+                throw GenTLException("The device is closed", GC_ERR_INVALID_HANDLE);
+            }
+            return remote->ReadDeviceState();
+        });
     return {.port = port,
             .processor = std::move(processor),
             .payloadSize = [port, remote] { return remote->DevicePayloadSize(); },
             .setStreamPayloadSize = [port, remote](const EditedRemote::StreamPayloadSize &payloadSize)
-            { remote->SetStream(payloadSize); }};
+            { remote->SetStreamPayloadSize(payloadSize); }};
 }
 
 std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem)

@@ -4,20 +4,15 @@
 #include "genapi/node_graph.h"
 #include "processing/conversion_table.h"
 #include "remote/document_edits.h"
+#include "remote/edit_plan.h"
 #include "remote/edited_description.h"
-#include "remote/feature_move.h"
-#include "remote/format_plan.h"
-#include "remote/register_plan.h"
 
 #include <pugixml.hpp>
 
 #include <cstddef>
 #include <cstdint>
-#include <map>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace GenTL::internal
@@ -43,50 +38,26 @@ public:
     /// @param conversions must outlive the editor
     DescriptionEditor(const DeviceDocument &device, const ConversionTable &conversions);
 
-    /// The edited description. Without a port or a free window it is the device's, and has no registers.
+    /// The edited description. Without a port or a free window, the document is the device's, and there are
+    /// no registers.
     EditedDescription Edit();
 
 private:
-    /// The features of the device that get another name; noNode for one that stays as it is.
-    struct Replaced
-    {
-        genapi::NodeId pixelFormat = genapi::noNode;
-        genapi::NodeId pixelSize = genapi::noNode;
-        genapi::NodeId payloadSize = genapi::noNode;
-    };
-
-    /// The planned registers by their position; the conditions by their entry.
-    struct Positions
-    {
-        std::optional<size_t> pixelFormat;
-        std::optional<size_t> transport;
-        std::optional<size_t> pixelSize;
-        std::optional<size_t> payloadSize;
-        std::map<size_t, std::pair<size_t, size_t>> conditions;
-    };
-
-    void PlanPixelFormat();
-    void PlanSizes();
-    void PlanLiterals();
-
     void MoveFeatures();
-    void AddPublicFeatures(const std::vector<FeatureMove> &moves);
-    std::string PixelFormatEntries() const;
-    std::string PixelSizeEntries();
+    void AddInvalidatorsFor(const ReplacedFeature &replaced);
+    void BindLiterals();
     void AddTransport();
     void AddPayloadSize();
     void AddCategory();
     std::string RegisterElements(uint64_t first) const;
-    void Finish(uint64_t base);
+    void Finish();
     /// The element that refers to a planned register.
     std::string Reference(std::string_view element, size_t position) const;
 
     DeviceDocument m_device;
     const ConversionTable &m_conversions;
     DocumentEdits m_edits;
-    RegisterPlan m_plan;
-    Replaced m_replaced;
-    Positions m_positions;
+    EditPlan m_plan;
     std::vector<std::string> m_listed; ///< names of the features in our category
     std::string m_group;               ///< our features
     EditedDescription m_result;

@@ -173,10 +173,10 @@ DescriptionSource::DescriptionSource(IPort &port, std::string_view device)
 
 void DescriptionSource::Parse(const std::vector<uint8_t> &bytes)
 {
-    const auto fail = [this](size_t size, std::string_view reason)
+    const auto fail = [&](std::string_view reason)
     {
         throw GenTLException(
-            fmt::format("{}: the description ({} bytes) is not XML: {}.", m_device, size, reason),
+            fmt::format("{}: the description ({} bytes) is not XML: {}.", m_device, bytes.size(), reason),
             GC_ERR_ERROR);
     };
     if (IsZip(bytes))
@@ -187,7 +187,7 @@ void DescriptionSource::Parse(const std::vector<uint8_t> &bytes)
         }
         catch (const GenTLException &exception)
         {
-            fail(bytes.size(), exception.what());
+            fail(exception.what());
         }
     }
     else
@@ -199,12 +199,12 @@ void DescriptionSource::Parse(const std::vector<uint8_t> &bytes)
         m_tree.load_buffer(m_text.data(), m_text.size(), pugi::parse_default, pugi::encoding_utf8);
     if (!result)
     {
-        fail(m_text.size(), fmt::format("{} at line {}", result.description(),
-                                        LineAt(m_text, static_cast<size_t>(result.offset))));
+        fail(fmt::format("{} at line {}", result.description(),
+                         LineAt(m_text, static_cast<size_t>(result.offset))));
     }
     if (!m_tree.document_element())
     {
-        fail(m_text.size(), "it has no element");
+        fail("it has no element");
     }
 }
 

@@ -2,7 +2,8 @@
 
 #include "genapi/graph_features.h"
 #include "genapi/node_graph.h"
-#include "processing/conversion_processor.h"
+#include "port/proxy_module.h"
+#include "processing/conversion_table.h"
 #include "remote/description_source.h"
 #include "remote/device_registers.h"
 #include "remote/edited_view.h"
@@ -14,26 +15,28 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace GenTL::internal
 {
 
 /// A device under its edited description, with all that stands behind it: the device's own description, its
-/// nodes, and the processing that the consumer configures through it.
+/// nodes and its registers.
 ///
 /// Made when a device is opened, and owned by its RemotePort. Nothing is written to the device meanwhile. Any
-/// thread may call it.
+/// thread may call it, as EditedView says.
 class EditedRemote final : public IRemoteView
 {
 public:
     /// What the lower stream says of its payload size; none while it is closed or defines none.
     using StreamPayloadSize = std::function<std::optional<uint64_t>()>;
 
+    /// Fetches and edits the description.
     /// @param port must outlive this object
-    /// @param device the device's name for messages
-    /// @throws GenTLException as DescriptionSource; a description with too many nodes
-    EditedRemote(ProxyModule &port, std::string_view device, std::shared_ptr<ConversionProcessor> processor);
-    ~EditedRemote() override;
+    /// @param device its name for messages
+    /// @throws GenTLException as DescriptionSource; more nodes or levels than a NodeGraph takes
+    EditedRemote(ProxyModule &port, std::string_view device, const ConversionTable &conversions,
+                 std::shared_ptr<IDelivery> delivery);
 
     void Read(uint64_t address, void *buffer, size_t size) override;
     void Write(uint64_t address, const void *buffer, size_t size) override;
@@ -42,42 +45,22 @@ public:
     void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
                         size_t *piSize) override;
 
-    /// Not to be called beside a call that asks for a payload size.
-    void SetStream(StreamPayloadSize payloadSize) { m_streamPayloadSize = std::move(payloadSize); }
+    /// Not to be called beside a call that asks for the device's state.
+    void SetStreamPayloadSize(StreamPayloadSize payloadSize) { m_streamPayloadSize = std::move(payloadSize); }
+    /// What the device and its stream say of its frames.
+    /// @throws as EditedView::ReadDeviceState
+    DeviceState ReadDeviceState();
     /// Bytes of a frame before processing, as the device says.
     /// @throws GenTLException when the device tells neither a payload size nor the format of its images
     uint64_t DevicePayloadSize();
 
 private:
-    /// The processing, as the description shows it.
-    class Delivery final : public IDelivery
-    {
-    public:
-        explicit Delivery(ConversionProcessor &processor) : m_processor(processor) {}
-
-        void SetConversion(Component component, PixelFormat input, PixelFormat output) override
-        {
-            m_processor.SetConversion(component, input, output);
-        }
-        PixelFormat OutputOf(Component component, PixelFormat input) const override
-        {
-            return m_processor.OutputOf(component, input);
-        }
-        uint64_t PayloadSize() override { return m_processor.PayloadSize(); }
-        bool IsRunning() const override { return m_processor.IsRunning(); }
-
-    private:
-        ConversionProcessor &m_processor;
-    };
-
-    EditedView MakeView(IPort &port);
-
-    std::shared_ptr<ConversionProcessor> m_processor;
+    ProxyModule &m_port;
+    std::shared_ptr<IDelivery> m_delivery;
     DescriptionSource m_source;
     genapi::NodeGraph m_graph;
     DeviceRegisters m_registers;
     genapi::GraphFeatures m_features;
-    Delivery m_delivery;
     EditedView m_view;
     StreamPayloadSize m_streamPayloadSize;
 };

@@ -1,6 +1,7 @@
 #include "remote/edited_view.h"
 
 #include "port/i_port.h"
+#include "remote/depth_state.h"
 #include "utils/at_end.h"
 #include "utils/checks.h"
 #include "utils/try.h"
@@ -12,11 +13,23 @@
 namespace GenTL::internal
 {
 
-EditedView::EditedView(EditedDescription description, EditedUrl url, const genapi::NodeGraph &graph,
-                       genapi::GraphFeatures &features, IDelivery &delivery, IPort &lower)
-    : m_description(std::move(description)), m_url(std::move(url)), m_features(features),
+namespace
+{
+
+/// The content of a register: an integer, or the bits of a floating number.
+int64_t BitsOf(const genapi::Number &number, bool isFloat)
+{
+    return isFloat ? std::bit_cast<int64_t>(number.Float()) : number.Integer().value_or(0);
+}
+
+} // namespace
+
+EditedView::EditedView(EditedDescription description, const pugi::xml_node &root, std::string_view lowerName,
+                       const genapi::NodeGraph &graph, genapi::GraphFeatures &features, IDelivery &delivery,
+                       IPort &lower)
+    : m_description(std::move(description)), m_url(m_description, root, lowerName), m_features(features),
       m_delivery(delivery), m_lower(lower), m_formats(m_description, graph, features, delivery),
-      m_window(m_description.base, m_description.document)
+      m_scan3d(graph, features, delivery), m_window(m_description.base, m_description.document)
 {
     AddRegisters();
 }
@@ -48,7 +61,7 @@ void EditedView::ReadPort(uint64_t address, void *buffer, size_t *size)
 {
     utils::CheckNotNull({{"piSize", size}, {"pBuffer", buffer}});
     utils::CheckNotZero("*piSize", *size);
-    if (!m_window.IsTouchedBy(address, *size))
+    if (!IsOurs(address, *size))
     {
         return m_lower.ReadRegisters(address, buffer, size);
     }
@@ -62,7 +75,7 @@ void EditedView::WritePort(uint64_t address, const void *buffer, size_t *size)
     utils::CheckNotZero("*piSize", *size);
     const auto forget = [this] { m_features.Invalidate(); };
     const utils::AtEnd invalidate(forget);
-    if (!m_window.IsTouchedBy(address, *size))
+    if (!IsOurs(address, *size))
     {
         return m_lower.WriteRegisters(address, buffer, size);
     }
@@ -99,7 +112,17 @@ DeviceState EditedView::ReadDeviceState(std::optional<uint64_t> streamPayloadSiz
     {
         state.images = m_formats.Images();
     }
+    if (m_description.isScan3d)
+    {
+        state.scan3d = ReadDepthEncoding(m_features);
+        state.geometry = ReadGeometry(m_features);
+    }
     return state;
+}
+
+bool EditedView::IsOurs(uint64_t address, size_t size) const
+{
+    return HasWindow() && m_window.IsTouchedBy(address, size);
 }
 
 int64_t EditedView::ReadNumber(const EditedRegister &entry)
@@ -118,11 +141,18 @@ int64_t EditedView::ReadNumber(const EditedRegister &entry)
         return static_cast<int64_t>(m_delivery.PayloadSize());
     case RegisterRole::PixelSize:
         return m_formats.PixelSize();
+    case RegisterRole::Scan3dOutputMode:
+        return m_scan3d.OutputMode();
+    case RegisterRole::Scan3dCoordinate:
+        return m_scan3d.Coordinate();
+    case RegisterRole::Scan3dCoordinateOffered:
+        return m_scan3d.IsOffered(entry.coordinate) ? 1 : 0;
+    case RegisterRole::Scan3dValue:
+        return BitsOf(m_scan3d.Value(entry.subject), entry.isFloat);
     case RegisterRole::Literal:
         break;
     }
-    const auto number = m_features.Literals().Read(entry.literal);
-    return entry.isFloat ? std::bit_cast<int64_t>(number.Float()) : number.Integer().value_or(0);
+    return BitsOf(m_features.Literals().Read(entry.subject), entry.isFloat);
 }
 
 void EditedView::WriteNumber(const EditedRegister &entry, int64_t value)
@@ -133,8 +163,12 @@ void EditedView::WriteNumber(const EditedRegister &entry, int64_t value)
         return m_formats.Write(value);
     case RegisterRole::PixelFormatTransport:
         return m_formats.SetTransport(value);
+    case RegisterRole::Scan3dOutputMode:
+        return m_scan3d.SetOutputMode(value);
+    case RegisterRole::Scan3dCoordinate:
+        return m_scan3d.SetCoordinate(value);
     case RegisterRole::Literal:
-        return m_features.Literals().Set(entry.literal, entry.isFloat
+        return m_features.Literals().Set(entry.subject, entry.isFloat
                                                             ? genapi::Number(std::bit_cast<double>(value))
                                                             : genapi::Number(value));
     default:

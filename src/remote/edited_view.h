@@ -6,6 +6,7 @@
 #include "remote/format_choice.h"
 #include "remote/i_delivery.h"
 #include "remote/register_window.h"
+#include "remote/scan3d_features.h"
 #include "utils/mutex.h"
 
 #include <cstddef>
@@ -28,11 +29,18 @@ class EditedView
 {
 public:
     /// @param root of the device's document
+    /// @param lowerName the name of the device's document
     /// @param graph of the device's document
     /// @param features of the device itself
     /// @param lower whose ReadRegisters and WriteRegisters reach the device
-    EditedView(EditedDescription description, EditedUrl url, const genapi::NodeGraph &graph,
-               genapi::GraphFeatures &features, IDelivery &delivery, IPort &lower);
+    EditedView(EditedDescription description, const pugi::xml_node &root, std::string_view lowerName,
+               const genapi::NodeGraph &graph, genapi::GraphFeatures &features, IDelivery &delivery,
+               IPort &lower);
+
+    /// Whether there is a window. If not, everything is the device's, and so is its URL.
+    bool HasWindow() const { return m_description.base != 0; }
+    /// The address of our window.
+    uint64_t Base() const { return m_description.base; }
 
     /// GCReadPort. A request that concerns the window reads whole registers of ours or a range of the
     /// description.
@@ -57,6 +65,7 @@ public:
 
 private:
     void AddRegisters();
+    bool IsOurs(uint64_t address, size_t size) const;
     int64_t ReadNumber(const EditedRegister &entry);
     void WriteNumber(const EditedRegister &entry, int64_t value);
 
@@ -67,6 +76,7 @@ private:
     IDelivery &m_delivery;
     IPort &m_lower;
     FormatChoice m_formats;
+    Scan3dFeatures m_scan3d;
     RegisterWindow m_window;
 };
 

@@ -142,7 +142,7 @@ std::string PublicFeature(const NodeGraph &graph, const FeatureMove &move, std::
                            node.element.name());
     }
     const bool isStandard = std::string_view(node.element.attribute("NameSpace").value()) == "Standard";
-    return edits.Node("Integer", node.name, before + std::string(value) + behind,
+    return edits.Node(move.registerBecomes, node.name, before + std::string(value) + behind,
                       isStandard ? " NameSpace=\"Standard\"" : "");
 }
 

@@ -17,6 +17,7 @@ struct FeatureMove
     genapi::NodeId feature = genapi::noNode;
     std::string deviceName; ///< the new name of the device's feature
     bool isShown = false;   ///< in a category of ours, beside the public feature; else invisible
+    std::string_view registerBecomes = "Integer"; ///< the public feature's kind for a register or a formula
 };
 
 /// Has each reference to a moved feature name what it should: the device's feature where it computes limits,
@@ -28,7 +29,7 @@ void RenameReferences(const genapi::NodeGraph &graph, std::span<const FeatureMov
 void MoveAside(const genapi::NodeGraph &graph, const FeatureMove &move, DocumentEdits &edits);
 
 /// The public feature that takes the device's place: with its name, texts, conditions and selected features,
-/// and with a value of our own. A register or a formula becomes an Integer.
+/// and with a value of our own.
 /// @param value the elements of the value, and before them those of the entries
 std::string PublicFeature(const genapi::NodeGraph &graph, const FeatureMove &move, std::string_view value,
                           const DocumentEdits &edits);

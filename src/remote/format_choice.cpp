@@ -1,5 +1,6 @@
 #include "remote/format_choice.h"
 
+#include "remote/entry_condition.h"
 #include "utils/gentl_exception.h"
 #include "utils/try.h"
 
@@ -19,6 +20,21 @@ namespace
 
 constexpr std::string_view formatFeature = "PixelFormat";
 constexpr std::string_view componentFeature = "ComponentSelector";
+
+bool IsDepthEntry(const FormatEntry &entry)
+{
+    return entry.format != nullptr && ComponentOf(entry.format->format) == Component::Image3D;
+}
+
+/// The output mode alone decides what becomes of depth.
+/// @throws GenTLException the entry is not what it makes
+void CheckIsMade(const FormatEntry &wanted, PixelFormat made)
+{
+    if (wanted.format->format != made)
+    {
+        throw GenTLException("Scan3dOutputMode makes another format of the depth", GC_ERR_INVALID_VALUE);
+    }
+}
 
 } // namespace
 
@@ -48,6 +64,10 @@ void FormatChoice::Write(int64_t value)
     {
         // A format that cannot be read may still be written.
         const auto current = utils::Try([this] { return m_features.ReadInteger(formatFeature); });
+        if (const auto made = DepthFormat(); made && IsDepthEntry(*wanted))
+        {
+            return CheckIsMade(*wanted, *made);
+        }
         const auto &input = m_description.formats[ChooseInput(*wanted, current)];
         if (input.value != current)
         {
@@ -68,13 +88,25 @@ void FormatChoice::Write(int64_t value)
 bool FormatChoice::IsImplemented(size_t entry)
 {
     const auto &formats = m_description.formats;
+    if (IsMadeByOutputMode(formats[entry]))
+    {
+        return true;
+    }
     const auto isOwn = [&](size_t position)
-    { return formats[position].IsDevices() && Holds(formats[position], Tag::pIsImplemented); };
+    {
+        return formats[position].IsDevices() &&
+               IsConditionMet(m_graph, m_features, formats[position].device, Tag::pIsImplemented);
+    };
     return isOwn(entry) || std::ranges::any_of(formats[entry].inputs, isOwn);
 }
 
 bool FormatChoice::IsAvailable(size_t entry)
 {
+    const auto &format = m_description.formats[entry];
+    if (const auto made = DepthFormat(); made && IsDepthEntry(format))
+    {
+        return format.format->format == *made;
+    }
     return IsUsable(entry) || std::ranges::any_of(m_description.formats[entry].inputs,
                                                   [this](size_t input) { return IsUsable(input); });
 }
@@ -142,6 +174,11 @@ std::vector<DeviceImage> FormatChoice::Images()
         images.push_back(image);
     }
     return images;
+}
+
+std::optional<PixelFormat> FormatChoice::DepthFormat() const
+{
+    return m_description.isScan3d ? TraitsOf(m_delivery.OutputMode()).makes : std::nullopt;
 }
 
 void FormatChoice::CheckNotRunning(std::string_view feature) const
@@ -230,18 +267,18 @@ size_t FormatChoice::ChooseInput(const FormatEntry &wanted, std::optional<int64_
     throw GenTLException(fmt::format("the device does not offer {} now", names), GC_ERR_INVALID_VALUE);
 }
 
-bool FormatChoice::Holds(const FormatEntry &entry, Tag condition)
+bool FormatChoice::IsMadeByOutputMode(const FormatEntry &entry) const
 {
-    const auto *const reference = m_graph.Find(entry.device, condition);
-    // A condition that cannot be evaluated is not met.
-    return reference == nullptr ||
-           utils::Try([&] { return genapi::IsTrue(m_features, reference->Text()); }).value_or(false);
+    return m_description.isScan3d && entry.format != nullptr &&
+           std::ranges::any_of(outputModes,
+                               [&](const auto &traits) { return traits.makes == entry.format->format; });
 }
 
 bool FormatChoice::IsUsable(size_t entry)
 {
     const auto &format = m_description.formats[entry];
-    return format.IsDevices() && Holds(format, Tag::pIsImplemented) && Holds(format, Tag::pIsAvailable);
+    return format.IsDevices() && IsConditionMet(m_graph, m_features, format.device, Tag::pIsImplemented) &&
+           IsConditionMet(m_graph, m_features, format.device, Tag::pIsAvailable);
 }
 
 } // namespace GenTL::internal

@@ -70,7 +70,9 @@ private:
     /// The position of the device's entry to set.
     /// @param current the device's value, if it can be read
     size_t ChooseInput(const FormatEntry &wanted, std::optional<int64_t> current);
-    bool Holds(const FormatEntry &entry, genapi::Tag condition);
+    /// The format that the output mode of a 3D device makes of depth, if it makes one.
+    std::optional<IDelivery::PixelFormat> DepthFormat() const;
+    bool IsMadeByOutputMode(const FormatEntry &entry) const;
     bool IsUsable(size_t entry);
 
     const EditedDescription &m_description;

@@ -1,6 +1,7 @@
 #include "remote/format_plan.h"
 
 #include "genapi/number.h"
+#include "processing/scan3d.h"
 
 #include <algorithm>
 #include <iterator>
@@ -77,6 +78,13 @@ std::vector<const FormatInfo *> MissingFormats(const std::vector<FormatEntry> &e
     return missing;
 }
 
+/// Whether an output mode of 3D devices makes the format.
+bool IsMadeByMode(const FormatEntry &entry)
+{
+    return std::ranges::any_of(outputModes,
+                               [&](const auto &traits) { return traits.makes == entry.format->format; });
+}
+
 } // namespace
 
 std::vector<FormatEntry> PlanFormats(const NodeGraph &graph, NodeId pixelFormat,
@@ -100,6 +108,22 @@ std::vector<FormatEntry> PlanFormats(const NodeGraph &graph, NodeId pixelFormat,
     return entries;
 }
 
+void AddDepthFormats(std::vector<FormatEntry> &entries)
+{
+    std::vector<int64_t> values;
+    std::ranges::transform(entries, std::back_inserter(values), &FormatEntry::value);
+    for (const auto &traits : outputModes)
+    {
+        const auto *const format = traits.makes ? wideFormats.Find(*traits.makes) : nullptr;
+        if (format != nullptr && std::ranges::find(entries, format, &FormatEntry::format) == entries.end() &&
+            std::ranges::find(entries, format->name, &FormatEntry::name) == entries.end())
+        {
+            values.push_back(FreeValue(static_cast<int64_t>(format->format), values));
+            entries.push_back({std::string(format->name), values.back(), format, genapi::noNode, {}});
+        }
+    }
+}
+
 int64_t FreeValue(int64_t wanted, std::span<const int64_t> taken)
 {
     const auto isTaken = [taken](int64_t value) { return std::ranges::find(taken, value) != taken.end(); };
@@ -111,12 +135,12 @@ int64_t FreeValue(int64_t wanted, std::span<const int64_t> taken)
     return value;
 }
 
-std::vector<uint32_t> MadeDepths(std::span<const FormatEntry> entries)
+std::vector<uint32_t> MadeDepths(std::span<const FormatEntry> entries, bool isScan3d)
 {
     std::vector<uint32_t> depths;
     for (const auto &entry : entries)
     {
-        if (!entry.inputs.empty())
+        if (entry.format != nullptr && (!entry.inputs.empty() || (isScan3d && IsMadeByMode(entry))))
         {
             depths.push_back(entry.format->bits);
         }

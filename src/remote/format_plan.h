@@ -36,10 +36,14 @@ struct FormatEntry
 std::vector<FormatEntry> PlanFormats(const genapi::NodeGraph &graph, genapi::NodeId pixelFormat,
                                      const ConversionTable &conversions);
 
+/// Adds the formats of the 3D output modes that the device's list lacks.
+void AddDepthFormats(std::vector<FormatEntry> &entries);
+
 /// The value for an entry that is added: `wanted`, or if an entry has it, the next free one above 2^32.
 int64_t FreeValue(int64_t wanted, std::span<const int64_t> taken);
 
-/// The bits of a pixel in the formats that conversions make, each once, ascending.
-std::vector<uint32_t> MadeDepths(std::span<const FormatEntry> entries);
+/// The bits of a pixel in the formats that the processing makes, each once, ascending.
+/// @param isScan3d whether 3D output modes make formats, too
+std::vector<uint32_t> MadeDepths(std::span<const FormatEntry> entries, bool isScan3d);
 
 } // namespace GenTL::internal

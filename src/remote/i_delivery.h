@@ -2,8 +2,10 @@
 
 #include "common/pixel_format.h"
 #include "processing/component.h"
+#include "processing/scan3d.h"
 
 #include <cstdint>
+#include <utility>
 
 namespace GenTL::internal
 {
@@ -27,6 +29,12 @@ public:
     virtual PixelFormat OutputOf(Component component, PixelFormat input) const = 0;
     /// The size of a consumer buffer, in bytes.
     virtual uint64_t PayloadSize() = 0;
+    /// The output mode of a 3D device.
+    virtual Scan3dOutputMode OutputMode() const = 0;
+    virtual void SetOutputMode(Scan3dOutputMode mode) = 0;
+    /// Minimum and maximum of a coordinate in the output mode.
+    /// @throws GenTLException GC_ERR_NOT_AVAILABLE where there is none
+    virtual std::pair<double, double> AxisRange(Scan3dCoordinate coordinate) const = 0;
     /// Whether acquisition runs, during which formats do not change.
     virtual bool IsRunning() const = 0;
 };

@@ -5,7 +5,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 
 namespace GenTL::internal
 {
@@ -18,9 +17,6 @@ using genapi::Tag;
 
 namespace
 {
-
-constexpr std::array visibleNames{names::category, names::transport, names::devicePixelFormat,
-                                  names::devicePixelSize, names::devicePayloadSize};
 
 /// Whether the registers of a port lie in the device, and not in a frame or an event.
 bool IsOfDevice(const NodeGraph &graph, NodeId port)
@@ -48,16 +44,20 @@ NodeId DefaultPort(const NodeGraph &graph)
 
 } // namespace
 
-RegisterPlan::RegisterPlan(const NodeGraph &graph) : m_graph(graph), m_defaultPort(DefaultPort(graph)) {}
+RegisterPlan::RegisterPlan(const NodeGraph &graph)
+    : m_graph(&graph), m_defaultPort(DefaultPort(graph)), m_reserved{std::string(names::category),
+                                                                     std::string(names::transport)}
+{
+}
 
 size_t RegisterPlan::Add(RegisterRole role, std::string_view name, NodeId replaced)
 {
     const auto port = PortOf(replaced);
-    const auto *const swap = m_graph.Find(port, Tag::SwapEndianess);
+    const auto *const swap = m_graph->Find(port, Tag::SwapEndianess);
     EditedRegister entry;
     entry.role = role;
     entry.node = fmt::format("QvrAny{}", name);
-    entry.port = m_graph[port].name;
+    entry.port = (*m_graph)[port].name;
     entry.isSwapped = swap != nullptr && swap->Text() == "Yes";
     m_registers.push_back(std::move(entry));
     return m_registers.size() - 1;
@@ -69,10 +69,10 @@ NodeId RegisterPlan::PortOf(NodeId feature) const
     {
         return m_defaultPort;
     }
-    for (const auto id : genapi::ValueChain(m_graph, feature))
+    for (const auto id : genapi::ValueChain(*m_graph, feature))
     {
-        const auto *const reference = m_graph.FindInherited(id, Tag::pPort);
-        if (reference != nullptr && reference->target != noNode && IsOfDevice(m_graph, reference->target))
+        const auto *const reference = m_graph->FindInherited(id, Tag::pPort);
+        if (reference != nullptr && reference->target != noNode && IsOfDevice(*m_graph, reference->target))
         {
             return reference->target;
         }
@@ -83,8 +83,8 @@ NodeId RegisterPlan::PortOf(NodeId feature) const
 bool RegisterPlan::IsFree(const std::string &suffix) const
 {
     const auto isFree = [&](std::string_view name)
-    { return m_graph.Find(std::string(name) + suffix) == noNode; };
-    return std::ranges::all_of(visibleNames, isFree) &&
+    { return m_graph->Find(std::string(name) + suffix) == noNode; };
+    return std::ranges::all_of(m_reserved, isFree) &&
            std::ranges::all_of(m_registers, isFree, &EditedRegister::node);
 }
 

@@ -26,6 +26,8 @@ public:
     /// @param replaced the feature whose value it takes the place of; its port is used. noNode: the device's.
     /// @return its position
     size_t Add(RegisterRole role, std::string_view name, genapi::NodeId replaced);
+    /// Plans a visible node.
+    void Reserve(std::string_view name) { m_reserved.emplace_back(name); }
     EditedRegister &operator[](size_t position) { return m_registers[position]; }
     const EditedRegister &operator[](size_t position) const { return m_registers[position]; }
 
@@ -40,20 +42,18 @@ private:
     genapi::NodeId PortOf(genapi::NodeId feature) const;
     bool IsFree(const std::string &suffix) const;
 
-    const genapi::NodeGraph &m_graph;
+    const genapi::NodeGraph *m_graph;
     genapi::NodeId m_defaultPort;
     std::vector<EditedRegister> m_registers;
+    std::vector<std::string> m_reserved; ///< plain names of visible nodes
     std::string m_suffix;
 };
 
-/// The visible nodes that the editor may add.
+/// The visible nodes of our own, besides the device's features under their new names.
 namespace names
 {
 inline constexpr std::string_view category = "ProxyControl";
 inline constexpr std::string_view transport = "PixelFormatTransport";
-inline constexpr std::string_view devicePixelFormat = "DevicePixelFormat";
-inline constexpr std::string_view devicePixelSize = "DevicePixelSize";
-inline constexpr std::string_view devicePayloadSize = "DevicePayloadSize";
 } // namespace names
 
 } // namespace GenTL::internal

@@ -26,7 +26,7 @@ namespace
 using testing::ElementsAre;
 using testing::SizeIs;
 
-constexpr auto document = "<RegisterDescription>\n<Integer Name=\"A\"/>\n</RegisterDescription>";
+constexpr auto cameraText = "<RegisterDescription>\n<Integer Name=\"A\"/>\n</RegisterDescription>";
 
 /// A port with URLs, and bytes at one address.
 struct DescribedPort final : RegistersOnlyPort
@@ -102,9 +102,9 @@ Failure FailureWith(DescribedPort &port)
 
 TEST(DescriptionSource, ReadsTheDocumentInOneCall)
 {
-    DescribedPort port(document);
+    DescribedPort port(cameraText);
     const DescriptionSource source(port, "cam0");
-    EXPECT_EQ(source.Text(), document);
+    EXPECT_EQ(source.Text(), cameraText);
     EXPECT_THAT(port.readSizes, ElementsAre(port.bytes.size()));
     EXPECT_EQ(source.Location().name, "Cam.xml");
     const auto node = source.Tree().document_element().child("Integer");
@@ -113,10 +113,10 @@ TEST(DescriptionSource, ReadsTheDocumentInOneCall)
 
 TEST(DescriptionSource, ReadsInPiecesWhereOneCallIsTooLong)
 {
-    DescribedPort port(std::string("<!--") + std::string(10'000, 'x') + "-->" + document);
+    DescribedPort port(std::string("<!--") + std::string(10'000, 'x') + "-->" + cameraText);
     port.largestRead = 4096;
     const auto text = TextOf(port);
-    EXPECT_TRUE(text.ends_with(document));
+    EXPECT_TRUE(text.ends_with(cameraText));
     EXPECT_THAT(port.readSizes, ElementsAre(port.bytes.size(), 4096, 4096, port.bytes.size() - 8192));
     port.largestRead = 3000;
     port.isShort = true;
@@ -125,26 +125,26 @@ TEST(DescriptionSource, ReadsInPiecesWhereOneCallIsTooLong)
 
 TEST(DescriptionSource, TakesTheFirstLocalUrl)
 {
-    DescribedPort port(document);
+    DescribedPort port(cameraText);
     port.urls = {"http://cameras.example/Cam.xml", port.urls[0], "local:Other.xml;0;10"};
-    EXPECT_EQ(TextOf(port), document);
+    EXPECT_EQ(TextOf(port), cameraText);
 }
 
 TEST(DescriptionSource, AsksOlderProducersForTheirOneUrl)
 {
-    DescribedPort port(document);
+    DescribedPort port(cameraText);
     port.hasInfos = false;
-    EXPECT_EQ(TextOf(port), document);
+    EXPECT_EQ(TextOf(port), cameraText);
 }
 
 TEST(DescriptionSource, ReadsTheFileOfAFileUrl)
 {
     const auto path = std::filesystem::temp_directory_path() / "described cam.xml";
-    std::ofstream(path) << document;
+    std::ofstream(path) << cameraText;
     DescribedPort port;
     port.urls = {"http://cameras.example/Cam.xml",
                  "file://" + (path.parent_path() / "described%20cam.xml").string()};
-    EXPECT_EQ(TextOf(port), document);
+    EXPECT_EQ(TextOf(port), cameraText);
     std::filesystem::remove(path);
     EXPECT_EQ(
         FailureWith(port),
@@ -170,7 +170,7 @@ TEST(DescriptionSource, FailsForAPortWithoutUrl)
 
 TEST(DescriptionSource, KeepsTheCodeOfAPortThatCannotBeRead)
 {
-    DescribedPort port(document);
+    DescribedPort port(cameraText);
     port.urls = {"local:Cam.xml;2000;20"};
     EXPECT_EQ(FailureWith(port),
               (Failure{"cam0: the description (32 bytes at 0x2000) cannot be read: nothing there",
@@ -185,7 +185,7 @@ TEST(DescriptionSource, KeepsTheCodeOfAPortThatCannotBeRead)
 
 TEST(DescriptionSource, RefusesSizesThatNoDescriptionHas)
 {
-    DescribedPort port(document);
+    DescribedPort port(cameraText);
     port.urls = {"local:Cam.xml;1000;4000001"};
     EXPECT_EQ(
         FailureWith(port),
@@ -199,10 +199,10 @@ TEST(DescriptionSource, RefusesSizesThatNoDescriptionHas)
 TEST(DescriptionSource, UnzipsByTheSignatureAndNotByTheName)
 {
     DescribedPort port;
-    port.bytes = MakeZip({{"readme.txt", "read me"}, {"Cam.XML", document}, {"later.xml", "<a/>"}});
+    port.bytes = MakeZip({{"readme.txt", "read me"}, {"Cam.XML", cameraText}, {"later.xml", "<a/>"}});
     port.bytes.resize(port.bytes.size() + 100'000, 0);
     port.urls = {fmt::format("local:Cam.xml;1000;{:X}", port.bytes.size())};
-    EXPECT_EQ(TextOf(port), document);
+    EXPECT_EQ(TextOf(port), cameraText);
 }
 
 TEST(DescriptionSource, NamesWhatIsWrongWithAnArchive)
@@ -231,7 +231,7 @@ TEST(DescriptionSource, NamesTheLineThatIsNotXml)
                        GC_ERR_ERROR}));
     DescribedPort empty("no document");
     EXPECT_EQ(FailureWith(empty),
-              (Failure{"cam0: the description (0 bytes) is not XML: No document element found at line 1.",
+              (Failure{"cam0: the description (11 bytes) is not XML: No document element found at line 1.",
                        GC_ERR_ERROR}));
 }
 

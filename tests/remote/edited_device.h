@@ -100,6 +100,7 @@ struct FakeDelivery final : IDelivery
     std::map<std::pair<Component, PixelFormat>, PixelFormat> conversions;
     std::function<DeviceState()> device;
     bool isRunning = false;
+    Scan3dOutputMode mode = Scan3dOutputMode::UncalibratedC;
 
     void SetConversion(Component component, PixelFormat input, PixelFormat output) override
     {
@@ -108,6 +109,11 @@ struct FakeDelivery final : IDelivery
 
     PixelFormat OutputOf(Component component, PixelFormat input) const override
     {
+        const auto made = TraitsOf(mode).makes;
+        if (component == Component::Image3D && made)
+        {
+            return *made;
+        }
         const auto found = conversions.find({component, input});
         return found != conversions.end() ? found->second : input;
     }
@@ -128,6 +134,14 @@ struct FakeDelivery final : IDelivery
     }
 
     bool IsRunning() const override { return isRunning; }
+    Scan3dOutputMode OutputMode() const override { return mode; }
+    void SetOutputMode(Scan3dOutputMode wanted) override { mode = wanted; }
+
+    std::pair<double, double> AxisRange(Scan3dCoordinate coordinate) const override
+    {
+        const auto number = static_cast<double>(coordinate);
+        return {-1.5 - number, 100.25 + number};
+    }
 };
 
 /// What the consumer's reader reads and writes.
@@ -174,9 +188,8 @@ struct EditedDevice
     FakeDelivery delivery;
     std::optional<uint64_t> streamPayloadSize;
     EditedView view{
-        edit.result,        EditedUrl(edit.result, edit.device.tree.document_element(), "Cam.xml"),
-        *edit.device.graph, device,
-        delivery,           port};
+        edit.result, edit.device.tree.document_element(), "Cam.xml", *edit.device.graph, device, delivery,
+        port};
     ConsumerPort consumerPort{view};
     genapi::GraphFeatures consumer{*edit.consumer.graph, consumerPort};
 };

@@ -115,7 +115,7 @@ TEST_P(ElementOrder, HasNewNodesOfBothSchemas)
 {
     const Edit edit(Fixture(GetParam()));
     const auto group = edit.consumer.tree.document_element().last_child();
-    const Names kinds{"Category", "Enumeration", "Integer", "IntReg", "FloatReg"};
+    const Names kinds{"Category", "Enumeration", "Integer", "Float", "Boolean", "IntReg", "FloatReg"};
     for (const auto &node : group.children())
     {
         if (!edit.result.registers.empty())
