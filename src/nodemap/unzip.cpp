@@ -3,10 +3,12 @@
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
 
+#include <fmt/format.h>
 #include <zip.h>
 
 #include <algorithm>
 #include <memory>
+#include <string>
 
 namespace GenTL::internal
 {
@@ -16,7 +18,7 @@ namespace
 
 constexpr auto origin = "internal::Unzip";
 
-[[noreturn]] void Fail(const char *message)
+[[noreturn]] void Fail(const std::string &message)
 {
     throw GenTLException(message, GC_ERR_IO);
 }
@@ -74,11 +76,11 @@ Handle<zip_t> OpenArchive(const uint8_t *data, size_t size)
     return archive;
 }
 
-uint64_t FirstFileSize(zip_t *archive)
+uint64_t FileSize(zip_t *archive, uint64_t index)
 {
     zip_stat_t statistics;
     zip_stat_init(&statistics);
-    const int result = zip_stat_index(archive, 0, 0, &statistics);
+    const int result = zip_stat_index(archive, index, 0, &statistics);
     if (result != 0)
     {
         constexpr auto text = "Getting zip file statistics failed!";
@@ -92,13 +94,9 @@ uint64_t FirstFileSize(zip_t *archive)
     return statistics.size;
 }
 
-} // namespace
-
-std::vector<uint8_t> Unzip(const uint8_t *data, size_t size)
+std::vector<uint8_t> ReadFile(zip_t *archive, uint64_t index, uint64_t fileSize)
 {
-    const auto archive = OpenArchive(data, size);
-    const auto fileSize = FirstFileSize(archive.get());
-    const Handle<zip_file_t> file(zip_fopen_index(archive.get(), 0, 0));
+    const Handle<zip_file_t> file(zip_fopen_index(archive, index, 0));
     if (!file)
     {
         LogAndFail("Opening xml file file within zip failed!");
@@ -118,6 +116,44 @@ std::vector<uint8_t> Unzip(const uint8_t *data, size_t size)
         }
     }
     return content;
+}
+
+/// Whether the name ends in `ending`, which is in lower case.
+bool HasEnding(std::string_view name, std::string_view ending)
+{
+    const auto isSame = [](char letter, char expected)
+    { return letter == expected || (letter >= 'A' && letter <= 'Z' && letter - 'A' + 'a' == expected); };
+    return name.size() >= ending.size() &&
+           std::ranges::equal(name.substr(name.size() - ending.size()), ending, isSame);
+}
+
+} // namespace
+
+std::vector<uint8_t> Unzip(const uint8_t *data, size_t size)
+{
+    const auto archive = OpenArchive(data, size);
+    return ReadFile(archive.get(), 0, FileSize(archive.get(), 0));
+}
+
+std::vector<uint8_t> UnzipFirst(std::span<const uint8_t> archive, std::string_view ending, uint64_t limit)
+{
+    const auto opened = OpenArchive(archive.data(), archive.size());
+    const auto count = static_cast<uint64_t>(std::max<int64_t>(zip_get_num_entries(opened.get(), 0), 0));
+    for (uint64_t index = 0; index < count; ++index)
+    {
+        const char *name = zip_get_name(opened.get(), index, ZIP_FL_ENC_GUESS);
+        if (name == nullptr || !HasEnding(name, ending))
+        {
+            continue;
+        }
+        const auto size = FileSize(opened.get(), index);
+        if (size > limit)
+        {
+            Fail(fmt::format("{} has {} bytes, more than {}", name, size, limit));
+        }
+        return ReadFile(opened.get(), index, size);
+    }
+    Fail(fmt::format("the archive has no {} file", ending));
 }
 
 } // namespace GenTL::internal

@@ -206,6 +206,22 @@ TEST(Unzip, GivesAFileOfSeveralMegabytes)
     EXPECT_EQ(UnzippedText(MakeZip({{"a.xml", text}})), text);
 }
 
+TEST(UnzipFirst, GivesTheFirstFileWithTheEnding)
+{
+    const auto archive = MakeZip({{"notes.txt", "notes"}, {"Camera.XML", "<a/>"}, {"other.xml", "<b/>"}});
+    const auto content = UnzipFirst(archive, ".xml", 4);
+    EXPECT_EQ(std::string(content.begin(), content.end()), "<a/>");
+    EXPECT_EQ(FailureOf([&] { UnzipFirst(archive, ".zip", 4); }),
+              (Failure{"the archive has no .zip file", GC_ERR_IO}));
+}
+
+TEST(UnzipFirst, RefusesAFileAboveTheLimit)
+{
+    const auto archive = MakeZip({{"camera.xml", LongText()}});
+    EXPECT_EQ(FailureOf([&] { UnzipFirst(archive, ".xml", 100); }),
+              (Failure{fmt::format("camera.xml has {} bytes, more than 100", LongText().size()), GC_ERR_IO}));
+}
+
 TEST(Unzip, FailsWhenTheContentIsDamaged)
 {
     const LogCapture log;

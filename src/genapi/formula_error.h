@@ -1,0 +1,15 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace GenTL::internal::genapi
+{
+
+/// A formula that is wrong or has no value. Whoever evaluates it knows the node and says so in a GenApiError.
+class FormulaError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+} // namespace GenTL::internal::genapi

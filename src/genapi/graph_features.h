@@ -1,0 +1,83 @@
+#pragma once
+
+#include "genapi/feature_types.h"
+#include "genapi/i_register_port.h"
+#include "genapi/literal_cells.h"
+#include "genapi/node_graph.h"
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace GenTL::internal::genapi
+{
+
+struct DeviceState;
+
+/// The features of a device by name, read and written through their chains of nodes.
+///
+/// Graph and port must outlive it. Not thread-safe but for Invalidate: its owner holds one lock over a call
+/// and over Literals(). Each operation is one pass: it reads a node once, and the registers that may be
+/// cached only if they were not read since the last write or Invalidate. All operations throw GenApiError,
+/// with the chain of nodes in the text.
+class GraphFeatures
+{
+public:
+    GraphFeatures(const NodeGraph &graph, IRegisterPort &port);
+    ~GraphFeatures();
+    GraphFeatures(const GraphFeatures &) = delete;
+    GraphFeatures &operator=(const GraphFeatures &) = delete;
+
+    bool Has(std::string_view name) const;
+    /// Of an unknown name: not implemented. Throws nothing: what fails is the cause.
+    Access AccessOf(std::string_view name);
+
+    /// An enumeration gives its number, a boolean 1 or 0, a command 1 if it is done, else 0. A floating
+    /// number is rounded half away from zero.
+    int64_t ReadInteger(std::string_view name);
+    double ReadFloat(std::string_view name);
+    /// An enumeration gives the name of its entry, a boolean "true" or "false", a number its decimal text.
+    std::string ReadText(std::string_view name);
+    /// All bytes of any register.
+    std::vector<uint8_t> ReadBytes(std::string_view name);
+
+    /// T is int64_t or double. A text or register of n bytes has the limits 0 and n.
+    template <typename T>
+    Limits<T> LimitsOf(std::string_view name);
+    /// All entries, in document order, with their conditions as they are now.
+    std::vector<Entry> EntriesOf(std::string_view name);
+
+    /// An enumeration takes the number of an entry that is implemented and available; a boolean takes any
+    /// number but 0 as true; a feature with a floating value is converted.
+    void WriteInteger(std::string_view name, int64_t value);
+    /// A feature with an integer value is rounded half away from zero.
+    void WriteFloat(std::string_view name, double value);
+    /// The name of an entry, "true" or "false", a number, or the text of a string.
+    void WriteText(std::string_view name, std::string_view text);
+    /// The bytes of a Register, all of them.
+    void WriteBytes(std::string_view name, std::span<const uint8_t> bytes);
+    void Execute(std::string_view command);
+
+    /// The values written to literals, which an owner may share with others.
+    LiteralCells &Literals();
+    /// Drops what is known of the registers. Any thread may call it at any time.
+    void Invalidate() noexcept;
+
+private:
+    std::unique_ptr<DeviceState> m_state;
+};
+
+/// Whether a condition holds: a node with a value other than 0. A missing node counts as no.
+/// @throws GenApiError its value cannot be read
+inline bool IsTrue(GraphFeatures &features, std::string_view node)
+{
+    return features.Has(node) && features.ReadFloat(node) != 0;
+}
+
+extern template Limits<int64_t> GraphFeatures::LimitsOf(std::string_view name);
+extern template Limits<double> GraphFeatures::LimitsOf(std::string_view name);
+
+} // namespace GenTL::internal::genapi

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "remote/edited_description.h"
+#include "utils/info.h"
+
+#include <gentl/gentl.h>
+#include <pugixml.hpp>
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace GenTL::internal
+{
+
+/// The one URL of a port whose description was edited: it names a file of its own for each content, so that a
+/// consumer that keeps documents never takes another one for it.
+///
+/// Constant after construction.
+class EditedUrl
+{
+public:
+    /// @param root of the device's document; gives the versions
+    /// @param lowerName the file's name in the device's URL
+    EditedUrl(const EditedDescription &description, const pugi::xml_node &root, std::string_view lowerName);
+
+    const std::string &Text() const { return m_text; }
+    /// Answers GCGetPortURLInfo.
+    /// @throws GenTLException GC_ERR_NOT_AVAILABLE for the SHA-1; GC_ERR_NOT_IMPLEMENTED for an unknown
+    /// command; as the query
+    void Answer(URL_INFO_CMD command, const utils::InfoQuery &query) const;
+
+private:
+    uint64_t m_address;
+    uint64_t m_size;
+    std::array<int32_t, 2> m_schemaVersion;
+    std::array<int32_t, 3> m_fileVersion;
+    std::string m_fileName;
+    std::string m_text;
+};
+
+} // namespace GenTL::internal

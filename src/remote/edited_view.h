@@ -1,0 +1,73 @@
+#pragma once
+
+#include "genapi/graph_features.h"
+#include "remote/edited_description.h"
+#include "remote/edited_url.h"
+#include "remote/format_choice.h"
+#include "remote/i_delivery.h"
+#include "remote/register_window.h"
+#include "utils/mutex.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace GenTL::internal
+{
+
+class IPort;
+
+/// A device's port as the consumer sees it: the edited description, and the registers of ours that it names.
+/// Everything else is the device's.
+///
+/// Made when a device is opened, and owned by its RemotePort. Any thread may call it: one lock covers the
+/// features and the registers of ours, also while they read the device. Accesses that do not concern the
+/// window do not take it. What it refers to must outlive it.
+class EditedView
+{
+public:
+    /// @param root of the device's document
+    /// @param graph of the device's document
+    /// @param features of the device itself
+    /// @param lower whose ReadRegisters and WriteRegisters reach the device
+    EditedView(EditedDescription description, EditedUrl url, const genapi::NodeGraph &graph,
+               genapi::GraphFeatures &features, IDelivery &delivery, IPort &lower);
+
+    /// GCReadPort. A request that concerns the window reads whole registers of ours or a range of the
+    /// description.
+    /// @throws GenTLException null pointers, size 0; GC_ERR_INVALID_ADDRESS for any other request inside the
+    /// window; failures of the device
+    void ReadPort(uint64_t address, void *buffer, size_t *size);
+    /// GCWritePort. Whatever is written, the device's registers are read again afterwards.
+    /// @throws as ReadPort; GC_ERR_ACCESS_DENIED for what is read-only, and for formats while acquisition
+    /// runs
+    void WritePort(uint64_t address, const void *buffer, size_t *size);
+    /// GCGetPortURL.
+    void GetPortUrl(char *text, size_t *size) const;
+    /// GCGetPortURLInfo of the one URL.
+    /// @throws as EditedUrl::Answer; GC_ERR_INVALID_INDEX
+    void GetPortUrlInfo(uint32_t index, URL_INFO_CMD command, INFO_DATATYPE *type, void *buffer,
+                        size_t *size) const;
+
+    /// What the device says of its frames.
+    /// @param streamPayloadSize what the lower stream says, if it defines it
+    /// @throws GenTLException the device's format, width or height cannot be read
+    DeviceState ReadDeviceState(std::optional<uint64_t> streamPayloadSize);
+
+private:
+    void AddRegisters();
+    int64_t ReadNumber(const EditedRegister &entry);
+    void WriteNumber(const EditedRegister &entry, int64_t value);
+
+    mutable utils::RecursiveMutex m_lock; ///< recursive: the payload size asks the device's state
+    const EditedDescription m_description;
+    const EditedUrl m_url;
+    genapi::GraphFeatures &m_features;
+    IDelivery &m_delivery;
+    IPort &m_lower;
+    FormatChoice m_formats;
+    RegisterWindow m_window;
+};
+
+} // namespace GenTL::internal

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "genapi/node_graph.h"
+#include "remote/document_edits.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace GenTL::internal
+{
+
+/// A feature of the device that gets another name, so that one of ours can have its own.
+struct FeatureMove
+{
+    genapi::NodeId feature = genapi::noNode;
+    std::string deviceName; ///< the new name of the device's feature
+    bool isShown = false;   ///< in a category of ours, beside the public feature; else invisible
+};
+
+/// Has each reference to a moved feature name what it should: the device's feature where it computes limits,
+/// addresses and conditions, and the public feature where it is about what a consumer sees.
+void RenameReferences(const genapi::NodeGraph &graph, std::span<const FeatureMove> moves,
+                      DocumentEdits &edits);
+
+/// Renames the device's element, and makes it read-only.
+void MoveAside(const genapi::NodeGraph &graph, const FeatureMove &move, DocumentEdits &edits);
+
+/// The public feature that takes the device's place: with its name, texts, conditions and selected features,
+/// and with a value of our own. A register or a formula becomes an Integer.
+/// @param value the elements of the value, and before them those of the entries
+std::string PublicFeature(const genapi::NodeGraph &graph, const FeatureMove &move, std::string_view value,
+                          const DocumentEdits &edits);
+
+/// Has the device's registers behind a feature, and all that their change invalidates, follow writes to
+/// registers of ours. All of them name ours directly: not every consumer follows invalidators from node to
+/// node.
+/// @param chain the nodes of the feature's value
+/// @param writers names of the registers of ours
+void AddInvalidators(const genapi::NodeGraph &graph, std::span<const genapi::NodeId> chain,
+                     std::span<const std::string> writers, DocumentEdits &edits);
+
+} // namespace GenTL::internal

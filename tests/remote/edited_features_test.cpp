@@ -1,0 +1,136 @@
+#include "edited_device.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace GenTL::internal
+{
+namespace
+{
+
+using namespace edited;
+
+/// What a reader says of a feature, as a text.
+std::string AnswerFor(genapi::GraphFeatures &features, const std::string &name)
+{
+    const auto access = features.AccessOf(name);
+    auto answer = fmt::format("{}{}{}{}{} ", access.implemented, access.available, access.locked,
+                              access.readable, access.writable);
+    const auto add = [&answer](auto read)
+    {
+        try
+        {
+            answer += fmt::format("{} ", read());
+        }
+        catch (const GenTLException &exception)
+        {
+            answer += fmt::format("error {} ", exception.Code());
+        }
+    };
+    add([&] { return features.ReadInteger(name); });
+    add([&] { return features.ReadFloat(name); });
+    add([&] { return features.ReadText(name); });
+    add(
+        [&]
+        {
+            const auto limits = features.LimitsOf<double>(name);
+            return fmt::format("{}..{}/{}", limits.min, limits.max, limits.increment.value_or(0));
+        });
+    add(
+        [&]
+        {
+            std::string entries;
+            for (const auto &entry : features.EntriesOf(name))
+            {
+                entries +=
+                    fmt::format("{}={}:{}{} ", entry.name, entry.value, entry.implemented, entry.available);
+            }
+            return entries;
+        });
+    return answer;
+}
+
+/// The nodes of the device's whose value has become another one, or may have.
+bool IsReplaced(const std::string &name)
+{
+    return name == "PixelFormat" || name == "PayloadSize" || name == "PixelSize";
+}
+
+struct EveryFeature : testing::TestWithParam<std::string>
+{
+    void Compare(uint64_t seed, int64_t format)
+    {
+        EditedDevice camera(Fixture(GetParam()));
+        camera.port.seed = seed;
+        if (camera.edit.device.graph->Find("PixelFormatReg") != genapi::noNode)
+        {
+            camera.device.WriteInteger("PixelFormatReg", format);
+        }
+        const auto &graph = *camera.edit.device.graph;
+        for (genapi::NodeId id = 0; id < graph.Size(); ++id)
+        {
+            const std::string name(graph[id].name);
+            if (name.empty() || IsReplaced(name) || graph.Find(name) != id)
+            {
+                continue;
+            }
+            EXPECT_EQ(AnswerFor(camera.consumer, name), AnswerFor(camera.device, name)) << name;
+        }
+    }
+};
+
+TEST_P(EveryFeature, HasTheSameValueUnlessReplaced)
+{
+    for (const uint64_t seed : {0U, 1U, 77U})
+    {
+        for (const auto format : {0x01080001, 0x010C0047, 5})
+        {
+            SCOPED_TRACE(fmt::format("seed {}, format {:#x}", seed, format));
+            Compare(seed, format);
+        }
+    }
+}
+
+TEST_P(EveryFeature, HasTheDevicesValueUnderTheDevicesName)
+{
+    EditedDevice camera(Fixture(GetParam()));
+    camera.port.seed = 3;
+    for (const std::string name : {"PixelFormat", "PayloadSize", "PixelSize"})
+    {
+        // The suffix is that of all names.
+        for (const std::string suffix : {"", "_2"})
+        {
+            const auto moved = "Device" + name + suffix;
+            if (camera.edit.device.graph->Find(name) == genapi::noNode || !camera.consumer.Has(moved) ||
+                camera.device.Has(moved))
+            {
+                continue;
+            }
+            EXPECT_EQ(camera.consumer.ReadInteger(moved), camera.device.ReadInteger(name)) << moved;
+            EXPECT_FALSE(camera.consumer.AccessOf(moved).writable) << moved;
+        }
+    }
+}
+
+TEST_P(EveryFeature, IsReadableThroughASecondEdit)
+{
+    // The first edit as the device of the second one.
+    EditedDevice once(Fixture(GetParam()));
+    EditedDevice twice(once.edit.result.document);
+    const auto &graph = *once.edit.device.graph;
+    for (genapi::NodeId id = 0; id < graph.Size(); ++id)
+    {
+        EXPECT_TRUE(graph[id].name.empty() || graph[id].kind == genapi::NodeKind::EnumEntry ||
+                    twice.consumer.Has(graph[id].name))
+            << graph[id].name;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EveryFeature, testing::ValuesIn(AllFixtures()),
+                         [](const auto &name) { return name.param; });
+
+} // namespace
+} // namespace GenTL::internal
