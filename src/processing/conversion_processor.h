@@ -52,7 +52,6 @@ public:
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs
     DepthOutput &ConfigureDepth();
     const DepthOutput &Depth() const { return m_conversions.Depth(); }
-
     bool IsRunning() const { return m_running; }
 
     /// The device's payload size, and what the conversions add to it.
@@ -69,7 +68,6 @@ public:
     void AcquisitionStopped() override;
 
 private:
-    void CheckNotRunning(const char *message) const;
     void ProcessImage(const InputData &input, const ImageConversion &image, std::span<uint8_t> output,
                       ProcessingResult &result);
     ProcessingResult ProcessParts(const InputData &input, const std::vector<PartPlan> &plans,
