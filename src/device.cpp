@@ -5,10 +5,8 @@
 #include "datastream/proxy_datastream.h"
 #include "instance_manager.h"
 #include "library.h"
-#include "nodemap/node_access.h"
-#include "processing/processor.h"
-#include "remoteport.h"
 #include "utils/checks.h"
+#include "utils/info.h"
 #include "utils/log.h"
 
 #include <cstring>
@@ -19,13 +17,14 @@ namespace GenTL::internal
 {
 
 Device::Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
-               IF_HANDLE parentHandle)
-    : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager),
-      m_processor(std::make_shared<Processor>()), m_parentHandle(parentHandle)
+               IF_HANDLE parentHandle, const Profile &profile, const Assembly &assembly)
+    : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager), m_profile(profile),
+      m_assembly(assembly), m_clock(std::make_shared<DeviceClock>(Proxy(), lowerHandle)),
+      m_parentHandle(parentHandle)
 {
     OpenLowerPort();
     OpenRemotePort();
-    m_remotePortHandle = m_manager->remotePorts.Add(m_remotePort);
+    m_remotePortHandle = m_manager->remotePorts.Add(m_remote.port);
 }
 
 void Device::OpenLowerPort()
@@ -46,11 +45,16 @@ void Device::OpenRemotePort()
 {
     try
     {
-        m_remotePort = std::make_shared<RemotePort>(Proxy(), m_lowerPortHandle, m_processor);
+        m_remote = m_assembly.makeRemoteSide({Proxy(), GetLowerHandle(), m_lowerPortHandle});
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_DEBUG("The device cannot be opened: {}", exception.what());
+        QVR_LOG_DEBUG("The device cannot be opened: {}", exception.what());
+        if (m_profile.admission.explainsFailures)
+        {
+            CloseQuietly([this] { Proxy()->DevClose(GetLowerHandle()); });
+            throw;
+        }
         Proxy()->DevClose(GetLowerHandle());
         // C-05: without the cause.
         throw std::exception();
@@ -59,21 +63,32 @@ void Device::OpenRemotePort()
 
 Device::~Device()
 {
-    m_processor.reset();
+    m_remote.processor.reset();
+    const auto removePort = [this] { m_manager->remotePorts.Remove(m_remotePortHandle); };
+    // Without the lock: nobody else reaches a device that ends.
+    const auto close = [this]() QVR_UNCHECKED
+    {
+        Proxy()->DevClose(GetLowerHandle());
+        m_dataStream.reset();
+        if (m_dataStreamHandle != nullptr)
+        {
+            m_manager->datastreams.Remove(m_dataStreamHandle);
+        }
+    };
+    if (m_profile.lower.closesLowerAtExit)
+    {
+        CloseQuietly(removePort);
+        CloseQuietly(close);
+        return;
+    }
     // One guard for all calls. When the library clears its registries, the remote port is already gone, so
     // the first call throws and DevClose is skipped. In GCCloseLib, the lower GCCloseLib then closes the
     // device.
     CloseQuietly(
-        // Without the lock: nobody else reaches a device that ends.
-        [this]() QVR_UNCHECKED
+        [&]
         {
-            m_manager->remotePorts.Remove(m_remotePortHandle);
-            Proxy()->DevClose(GetLowerHandle());
-            m_dataStream.reset();
-            if (m_dataStreamHandle != nullptr)
-            {
-                m_manager->datastreams.Remove(m_dataStreamHandle);
-            }
+            removePort();
+            close();
         });
 }
 
@@ -93,20 +108,20 @@ void Device::DevGetDataStreamID(uint32_t iIndex, char *sDataStreamID, size_t *pi
 {
     utils::CheckNotNull("piSize", piSize);
     utils::CheckIndex(iIndex, 1);
-    const size_t size = m_streamId.size() + 1;
+    const size_t size = streamId.size() + 1;
     if (sDataStreamID == nullptr)
     {
         *piSize = size;
         return;
     }
     utils::CheckBufferSize(*piSize, size);
-    std::memcpy(sDataStreamID, m_streamId.c_str(), size);
+    std::memcpy(sDataStreamID, streamId.data(), size);
 }
 
 void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStream)
 {
     utils::CheckNotNull({{"sDataStreamID", sDataStreamID}, {"phDataStream", phDataStream}});
-    if (m_streamId != sDataStreamID)
+    if (streamId != sDataStreamID)
     {
         // C-06: not GC_ERR_INVALID_ID.
         throw GenTLException(fmt::format("Invalid stream id {} supplied", sDataStreamID),
@@ -118,18 +133,40 @@ void Device::DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStrea
         throw GenTLException(fmt::format("Datastream {} is already in use ", sDataStreamID),
                              GC_ERR_RESOURCE_IN_USE);
     }
-    auto &library = Library::Instance();
-    const auto payloadSize = [port = m_remotePort]
-    { return nodemap::ReadUnsigned(*port, port->FindNode("PayloadSize")); };
-    auto proxyStream = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), payloadSize);
-    auto worker = std::make_unique<AcquisitionWorker>(std::move(proxyStream), m_processor);
-    m_dataStream = std::make_shared<Datastream>(library, std::move(worker), m_ownHandle);
+    m_dataStream = MakeDataStream();
     m_dataStreamHandle = m_manager->datastreams.Add(m_dataStream);
     *phDataStream = m_dataStreamHandle;
 }
 
+std::shared_ptr<Datastream> Device::MakeDataStream()
+{
+    auto &library = Library::Instance();
+    const auto &rules = m_profile.stream;
+    auto lower = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remote.payloadSize, rules);
+    StreamSetup setup{
+        .rules = rules, .buffers = m_profile.buffers, .output = m_assembly.makeOutputQueue(library)};
+    if (rules.passesEvents)
+    {
+        setup.lower.events = lower.get();
+    }
+    if (rules.passesChunkLimit)
+    {
+        setup.lower.maxChunks = [stream = lower.get()] { return stream->GetMaxChunks(); };
+    }
+    m_remote.setStreamPayloadSize([stream = lower.get()] { return stream->GetDefinedPayloadSize(); });
+    auto worker = std::make_unique<AcquisitionWorker>(
+        std::move(lower), m_remote.processor,
+        m_assembly.makeFrameReader({.clock = m_clock, .tlType = library.GetTLType()}), rules);
+    return std::make_shared<Datastream>(library, std::move(worker), m_ownHandle, std::move(setup));
+}
+
 void Device::DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
+    if (iInfoCmd == DEVICE_INFO_TIMESTAMP_FREQUENCY && m_clock->CountsNanoseconds())
+    {
+        return utils::WriteInfo(utils::Info::Uint64(DeviceClock::nanosecondsPerSecond), piType, pBuffer,
+                                piSize);
+    }
     Proxy()->DevGetInfo(GetLowerHandle(), iInfoCmd, piType, pBuffer, piSize);
 }
 
@@ -138,6 +175,7 @@ void Device::ReleaseDataStream()
     // Declared before the lock, so that a last reference is destroyed after the lock is released.
     std::shared_ptr<Datastream> released;
     const utils::MutexLock guard(m_dataStreamMutex);
+    m_remote.setStreamPayloadSize({});
     released.swap(m_dataStream);
     m_dataStreamHandle = nullptr;
 }

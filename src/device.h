@@ -1,7 +1,8 @@
 #pragma once
 
+#include "assembly.h"
 #include "port/proxy_module.h"
-#include "processing/i_processor.h"
+#include "profile/profile.h"
 #include "utils/mutex.h"
 
 #include <memory>
@@ -11,8 +12,8 @@ namespace GenTL::internal
 {
 
 class Datastream;
+class DeviceClock;
 class InstanceManager;
-class RemotePort;
 
 /// The object behind a DEV_HANDLE: an opened device with its processor, its remote port and the one data
 /// stream that a consumer may open on it.
@@ -26,7 +27,7 @@ public:
     /// Reads the device's description. On a failure the lower device is closed again.
     /// @throws GenTLException of the lower DevGetPort; std::exception when the description cannot be used
     Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
-           IF_HANDLE parentHandle);
+           IF_HANDLE parentHandle, const Profile &profile = {}, const Assembly &assembly = {});
     ~Device() override;
 
     void SetHandle(DEV_HANDLE handle) { m_ownHandle = handle; }
@@ -37,9 +38,11 @@ public:
     /// Always 1, however many streams the lower device has.
     void DevGetNumDataStreams(uint32_t *piNumDataStreams);
     void DevGetDataStreamID(uint32_t iIndex, char *sDataStreamID, size_t *piSize);
-    /// @throws GenTLException GC_ERR_INVALID_PARAMETER for another id than "Stream1", GC_ERR_RESOURCE_IN_USE
+    /// @throws GenTLException GC_ERR_INVALID_PARAMETER for another id than streamId, GC_ERR_RESOURCE_IN_USE
     /// while a stream is open
     void DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStream);
+    /// The lower producer's answer. The frequency of a clock that only counts nanoseconds is known without
+    /// it.
     void DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
     /// Releases the open stream; called by DSClose.
@@ -48,20 +51,22 @@ public:
 private:
     void OpenLowerPort();
     void OpenRemotePort();
+    std::shared_ptr<Datastream> MakeDataStream();
 
     InstanceManager *m_manager;
-    std::shared_ptr<RemotePort> m_remotePort;
+    Profile m_profile;
+    Assembly m_assembly;
+    RemoteSide m_remote;
+    std::shared_ptr<DeviceClock> m_clock;
     /// Of two concurrent DSClose calls exactly one releases the stream. Held while the lower stream is
     /// opened: the lower producer calls nothing of ours, so it never waits for this mutex.
     utils::Mutex m_dataStreamMutex;
     std::shared_ptr<Datastream> m_dataStream QVR_GUARDED_BY(m_dataStreamMutex);
-    std::shared_ptr<IProcessor> m_processor;
     PORT_HANDLE m_lowerPortHandle = nullptr;
     PORT_HANDLE m_remotePortHandle = nullptr;
     DS_HANDLE m_dataStreamHandle QVR_GUARDED_BY(m_dataStreamMutex) = nullptr;
     IF_HANDLE m_parentHandle;
     DEV_HANDLE m_ownHandle = nullptr;
-    std::string m_streamId = "Stream1";
 };
 
 } // namespace GenTL::internal

@@ -25,6 +25,7 @@ using GenTL::internal::IEventSource;
 using GenTL::internal::InstanceManager;
 using GenTL::internal::Interface;
 using GenTL::internal::IPort;
+using GenTL::internal::IsMissingAnswer;
 using GenTL::internal::Library;
 using GenTL::internal::System;
 using namespace GenTL::internal::utils;
@@ -47,13 +48,16 @@ GenTL::GC_ERROR GenTLCall(std::string_view name, Body body)
     catch (const GenTLException &exception)
     {
         Library::Instance().SetLastError(name, exception.what(), exception.Code());
-        SPDLOG_ERROR(std::string_view(exception.what()));
+        if (Library::Instance().GetProfile().buffers.logsMissingAnswers || !IsMissingAnswer(exception.Code()))
+        {
+            QVR_LOG_ERROR(std::string_view(exception.what()));
+        }
         return exception.Code();
     }
     catch (const std::exception &exception)
     {
         // C-02: logged before the last error is set, in the opposite order of the branch above.
-        SPDLOG_CRITICAL(std::string_view(exception.what()));
+        QVR_LOG_CRITICAL(std::string_view(exception.what()));
         Library::Instance().SetLastError(name, exception.what(), GenTL::GC_ERR_ERROR);
         return GenTL::GC_ERR_ERROR;
     }
@@ -159,6 +163,29 @@ std::shared_ptr<IEventSource> EventSourceOf(EVENTSRC_HANDLE handle)
     return source;
 }
 
+/// Whether a lower call failed because the device is gone.
+bool IsGone(GC_ERROR code)
+{
+    return code == GC_ERR_IO || code == GC_ERR_TIMEOUT || code == GC_ERR_INVALID_HANDLE ||
+           code == GC_ERR_ERROR;
+}
+
+void UnregisterEvent(IEventSource &source, EVENT_TYPE type)
+{
+    try
+    {
+        source.UnregisterEvent(type);
+    }
+    catch (const GenTLException &exception)
+    {
+        if (!Library::Instance().GetProfile().stream.stopAlwaysSucceeds || !IsGone(exception.Code()))
+        {
+            throw;
+        }
+        QVR_LOG_DEBUG("The event is lost with its device: {}", exception.what());
+    }
+}
+
 /// The local event behind a handle; null for an event of the lower producer.
 std::shared_ptr<EventHandler> LocalEvent(EVENT_HANDLE handle)
 {
@@ -194,18 +221,21 @@ extern "C"
         try
         {
             auto &library = Library::Instance();
-            library.CheckLibraryInitialized();
+            if (!library.GetProfile().lower.tellsInitFailure || library.GetLastErrorMessage().empty())
+            {
+                library.CheckLibraryInitialized();
+            }
             *piErrorCode = library.GetLastErrorCode();
             text = library.GetLastErrorMessage();
         }
         catch (const GenTLException &exception)
         {
-            SPDLOG_ERROR(std::string_view(exception.what()));
+            QVR_LOG_ERROR(std::string_view(exception.what()));
             return exception.Code();
         }
         catch (const std::exception &exception)
         {
-            SPDLOG_ERROR(std::string_view(exception.what()));
+            QVR_LOG_ERROR(std::string_view(exception.what()));
             return GC_ERR_ERROR;
         }
         if (text.empty())
@@ -294,7 +324,7 @@ extern "C"
 
     GC_API GC_ERROR GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID)
     {
-        return GenTLCall("GCUnregisterEvent", [&] { EventSourceOf(hEventSrc)->UnregisterEvent(iEventID); });
+        return GenTLCall("GCUnregisterEvent", [&] { UnregisterEvent(*EventSourceOf(hEventSrc), iEventID); });
     }
 
     // Events of our streams. Handles of all other events belong to the lower producer and go on to it.

@@ -31,14 +31,21 @@ constexpr uint32_t Minor_1_4 = 4;
 constexpr uint32_t Minor_1_5 = 5;
 constexpr uint32_t Minor_1_6 = 6;
 
+constexpr bool IsOpening(std::string_view function)
+{
+    return function == "TLOpen" || function == "TLOpenInterface" || function == "IFOpenDevice";
+}
+
 // The newest group that is looked up in a producer that does not report its version.
 constexpr uint32_t lastMinorWithoutVersion = 4;
 
 } // namespace
 
-GenTLProxy::GenTLProxy(const std::string &path) : m_path(path)
+GenTLProxy::GenTLProxy(const std::string &path, const Profile &profile, std::function<void()> opened)
+    : m_path(path), m_opened(std::move(opened)), m_neededFunctions(profile.lower.neededFunctions),
+      m_logsMissingAnswers(profile.buffers.logsMissingAnswers)
 {
-    Load();
+    Load(profile.texts);
     BindBootstrapFunctions();
     m_mandatorySymbols = true;
     if (m_functions.GCGetInfo == nullptr || m_functions.GCGetLastError == nullptr ||
@@ -50,9 +57,13 @@ GenTLProxy::GenTLProxy(const std::string &path) : m_path(path)
     if (utils::IsInOwnFile(reinterpret_cast<const void *>(m_functions.GCInitLib)))
     {
         throw GenTLException(
-            fmt::format("{} is this producer itself! Set PROXY_TL_CTI_PATH to the producer of your cameras.",
-                        m_path),
-            GC_ERR_ERROR);
+            fmt::format(fmt::runtime(profile.texts.ownProducer), m_path, profile.identity.lowerPathVariable),
+            profile.texts.ownProducerCode);
+    }
+    if (m_neededFunctions == NeededFunctions::ToStream)
+    {
+        BindAllFunctions();
+        return;
     }
     GCInitLib();
     QueryVersion();
@@ -69,12 +80,12 @@ GenTLProxy::~GenTLProxy()
     }
 }
 
-void GenTLProxy::Load()
+void GenTLProxy::Load(const FailureTexts &texts)
 {
     m_library = dlopen(m_path.c_str(), RTLD_NOW | RTLD_GLOBAL);
     if (m_library == nullptr)
     {
-        throw std::runtime_error("Loading CTI " + m_path + " failed! Code: " + LoaderError() + ".");
+        throw std::runtime_error(fmt::format(fmt::runtime(texts.loadFailed), m_path, LoaderError()));
     }
 }
 
@@ -132,6 +143,13 @@ bool GenTLProxy::IsGroupLookedUp(uint32_t minor) const
     return m_genTLMajor != 0 && m_genTLMinor >= minor;
 }
 
+/// Whether a missing function is reported as not implemented. Any other one is an error of the lower
+/// producer.
+bool GenTLProxy::IsOptional(uint32_t minor) const
+{
+    return minor > 0 || m_neededFunctions == NeededFunctions::ToStream;
+}
+
 void GenTLProxy::BindVersionedFunctions()
 {
 #define FN(group, name, parameters, arguments)                                                               \
@@ -143,13 +161,35 @@ void GenTLProxy::BindVersionedFunctions()
 #undef FN
 }
 
+/// Whatever version the lower producer reports, a function is used when the file has it.
+void GenTLProxy::BindAllFunctions()
+{
+    m_mandatorySymbols = false;
+#define FN(group, name, parameters, arguments)                                                               \
+    m_functions.name = reinterpret_cast<decltype(m_functions.name)>(LoadSymbol(#name));
+#include <gentl/functions.inc>
+#undef FN
+    std::string missing;
+#define NEEDED(name)                                                                                         \
+    if (m_functions.name == nullptr)                                                                         \
+    {                                                                                                        \
+        missing += missing.empty() ? #name : ", " #name;                                                     \
+    }
+#include "lower/needed_functions.inc"
+#undef NEEDED
+    if (!missing.empty())
+    {
+        throw std::runtime_error(fmt::format("{} lacks {}, which every producer needs.", m_path, missing));
+    }
+}
+
 void *GenTLProxy::LoadSymbol(const char *name) const
 {
     void *address = dlsym(m_library, name);
     if (address == nullptr)
     {
         const auto cause = LoaderError();
-        SPDLOG_DEBUG("{} has no function {}: {}", m_path, name, cause);
+        QVR_LOG_DEBUG("{} has no function {}: {}", m_path, name, cause);
         if (m_mandatorySymbols)
         {
             throw std::runtime_error(fmt::format(
@@ -165,7 +205,7 @@ void GenTLProxy::ExecuteOrThrow(const std::string_view &name, Func func, Args &&
     if (func == nullptr)
     {
         const auto text = fmt::format("{}: Invalid function address", name);
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw GenTLException(text, GC_ERR_ERROR);
     }
     const GC_ERROR result = func(std::forward<Args>(args)...);
@@ -177,11 +217,14 @@ void GenTLProxy::ExecuteOrThrow(const std::string_view &name, Func func, Args &&
     {
         const auto text =
             fmt::format("{}: Function returned {}, but GCGetLastError not available", name, result);
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw GenTLException(text, GC_ERR_ERROR);
     }
     const auto text = LowerErrorText();
-    SPDLOG_ERROR("{}: {} ({})", name, text, result);
+    if (m_logsMissingAnswers || !IsMissingAnswer(result))
+    {
+        QVR_LOG_ERROR("{}: {} ({})", name, text, result);
+    }
     // The code of the function itself: the code in the last error may come from another call.
     throw GenTLException(text, result);
 }
@@ -232,13 +275,21 @@ void GenTLProxy::CloseLowerLibrary()
         }                                                                                                    \
         else                                                                                                 \
         {                                                                                                    \
-            if (Minor_##group > 0 && m_functions.name == nullptr)                                            \
+            if (IsOptional(Minor_##group) && m_functions.name == nullptr)                                    \
             {                                                                                                \
                 ThrowNotImplemented(#name);                                                                  \
             }                                                                                                \
             ExecuteOrThrow(#name, m_functions.name QVR_PASS arguments);                                      \
+            if (IsOpening(#name) && m_opened)                                                                \
+            {                                                                                                \
+                m_opened();                                                                                  \
+            }                                                                                                \
         }                                                                                                    \
         return GC_ERR_SUCCESS;                                                                               \
+    }                                                                                                        \
+    GC_ERROR GenTLProxy::Try##name parameters                                                                \
+    {                                                                                                        \
+        return m_functions.name != nullptr ? m_functions.name arguments : GC_ERR_NOT_IMPLEMENTED;            \
     }
 #include <gentl/functions.inc>
 #undef FN

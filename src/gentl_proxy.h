@@ -1,8 +1,10 @@
 #pragma once
 
 #include "port/i_gentl_proxy.h"
+#include "profile/profile.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -16,16 +18,21 @@ namespace GenTL::internal
 class GenTLProxy final : public IGenTLProxy
 {
 public:
-    /// Loads the file, and asks for its version between one GCInitLib and one GCCloseLib.
-    /// @throws std::runtime_error when the file cannot be loaded, when a function of its version is
-    /// missing, and when its version cannot be read
+    /// Loads the file and binds its functions. When the functions needed are those of its version, asks for
+    /// that version between one GCInitLib and one GCCloseLib.
+    /// @throws std::runtime_error when the file cannot be loaded, when a function that is needed is missing,
+    /// and when its version cannot be read
     /// @throws GenTLException when one of the four functions that come before any version is missing, when
     /// the file is this library's own or a copy of it, or when GCInitLib fails
-    explicit GenTLProxy(const std::string &path);
+    /// @param opened called after each lower call that opens a system, an interface or a device
+    explicit GenTLProxy(const std::string &path, const Profile &profile = {},
+                        std::function<void()> opened = {});
     ~GenTLProxy() override;
 
 #define QVR_OPERATIONS_ONLY
-#define FN(group, name, parameters, arguments) GC_ERROR name parameters override;
+#define FN(group, name, parameters, arguments)                                                               \
+    GC_ERROR name parameters override;                                                                       \
+    GC_ERROR Try##name parameters override;
 #include <gentl/functions.inc>
 #undef FN
 #undef QVR_OPERATIONS_ONLY
@@ -38,12 +45,14 @@ private:
 #undef FN
     };
 
-    void Load();
+    void Load(const FailureTexts &texts);
     void BindBootstrapFunctions();
     void QueryVersion();
     uint32_t QueryVersionNumber(TL_INFO_CMD command);
     void BindVersionedFunctions();
+    void BindAllFunctions();
     bool IsGroupLookedUp(uint32_t minor) const;
+    bool IsOptional(uint32_t minor) const;
 
     void *LoadSymbol(const char *name) const;
 
@@ -55,6 +64,9 @@ private:
 
     FunctionTable m_functions;
     std::string m_path;
+    std::function<void()> m_opened;
+    NeededFunctions m_neededFunctions;
+    bool m_logsMissingAnswers;
     void *m_library = nullptr;
     bool m_mandatorySymbols = false; ///< whether a failed look-up throws
     uint32_t m_genTLMajor = 0;       ///< 0 when unknown

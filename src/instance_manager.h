@@ -82,7 +82,7 @@ public:
             const utils::MutexLock guard(m_lock);
             if (!m_instances.empty())
             {
-                SPDLOG_WARN("Cleanup: {} instances of {} were still registered!", m_instances.size(), label);
+                QVR_LOG_WARN("Cleanup: {} instances of {} were still registered!", m_instances.size(), label);
             }
             m_instances.clear();
         }

@@ -2,6 +2,7 @@
 
 #include "device.h"
 #include "instance_manager.h"
+#include "modules/list_update.h"
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/lower_info.h"
@@ -25,14 +26,22 @@ std::string AccessFlagName(DEVICE_ACCESS_FLAGS flags)
     return isNamed ? names.at(static_cast<size_t>(flags)) : std::to_string(flags);
 }
 
-void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags)
+/// "CONTROL"
+std::string ShortAccessName(DEVICE_ACCESS_FLAGS flags)
+{
+    constexpr std::string_view prefix = "DEVICE_ACCESS_";
+    const auto name = AccessFlagName(flags);
+    return name.starts_with(prefix) ? name.substr(prefix.size()) : name;
+}
+
+void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags, bool passesReadOnly)
 {
     if (flags < DEVICE_ACCESS_NONE || flags > DEVICE_ACCESS_EXCLUSIVE)
     {
         throw GenTLException(fmt::format("Invalid Access type {}", AccessFlagName(flags)),
                              GC_ERR_INVALID_PARAMETER);
     }
-    if (flags == DEVICE_ACCESS_READONLY)
+    if (flags == DEVICE_ACCESS_READONLY && !passesReadOnly)
     {
         throw GenTLException(fmt::format("Access type {} not implemented", AccessFlagName(flags)),
                              GC_ERR_NOT_IMPLEMENTED);
@@ -49,9 +58,10 @@ bool IsAdmittedModel(std::string model)
 }
 
 Interface::Interface(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, IF_HANDLE lowerHandle,
-                     TL_HANDLE parentSystem, bool filterDevices)
+                     TL_HANDLE parentSystem, bool filterDevices, const Profile &profile,
+                     const Assembly &assembly)
     : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager), m_parentSystem(parentSystem),
-      m_filterDevices(filterDevices)
+      m_filterDevices(filterDevices), m_profile(profile), m_assembly(assembly)
 {
 }
 
@@ -86,9 +96,20 @@ void Interface::IFGetDeviceInfo(const char *sDeviceID, DEVICE_INFO_CMD iInfoCmd,
     const bool isAdmitted = !m_filterDevices || IsAdmitted(sDeviceID);
     if (iInfoCmd == DEVICE_INFO_ACCESS_STATUS && !isAdmitted)
     {
-        return utils::InfoQuery{piType, pBuffer, piSize}.AnswerInt32(DEVICE_ACCESS_STATUS_NOACCESS);
+        return utils::WriteInfo(utils::Info::Int32(DEVICE_ACCESS_STATUS_NOACCESS), piType, pBuffer, piSize);
     }
-    Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, iInfoCmd, piType, pBuffer, piSize);
+    CallWithId([&]
+               { Proxy()->IFGetDeviceInfo(GetLowerHandle(), sDeviceID, iInfoCmd, piType, pBuffer, piSize); });
+}
+
+template <typename Call>
+void Interface::CallWithId(Call call)
+{
+    if (!m_profile.lower.updatesLists)
+    {
+        return call();
+    }
+    CallWithKnownId(call, [this] { IFUpdateDeviceList(nullptr, listUpdateMs); });
 }
 
 void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags, DEV_HANDLE *phDevice)
@@ -98,13 +119,38 @@ void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFla
     {
         throw GenTLException("Access denied!", GC_ERR_ACCESS_DENIED);
     }
-    CheckAccessFlags(iOpenFlags);
-    DEV_HANDLE lowerDevice = nullptr;
-    Proxy()->IFOpenDevice(GetLowerHandle(), sDeviceID, iOpenFlags, &lowerDevice);
-    const auto device = std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle);
+    CheckAccessFlags(iOpenFlags, m_profile.admission.passesReadOnly);
+    auto *const lowerDevice = OpenLowerDevice(sDeviceID, iOpenFlags);
+    const auto device =
+        std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle, m_profile, m_assembly);
     const auto handle = m_manager->devices.Add(device);
     *phDevice = handle;
     device->SetHandle(handle);
+}
+
+DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags)
+{
+    try
+    {
+        DEV_HANDLE device = nullptr;
+        CallWithId([&] { Proxy()->IFOpenDevice(GetLowerHandle(), sDeviceID, iOpenFlags, &device); });
+        return device;
+    }
+    catch (const GenTLException &exception)
+    {
+        if (!m_profile.admission.explainsFailures)
+        {
+            throw;
+        }
+        const std::string_view advice =
+            exception.Code() == GC_ERR_ACCESS_DENIED || exception.Code() == GC_ERR_RESOURCE_IN_USE
+                ? " Another program may have it."
+                : "";
+        throw GenTLException(fmt::format("Cannot open \"{}\" for {}: {} ({}).{}", sDeviceID,
+                                         ShortAccessName(iOpenFlags), exception.what(), exception.Code(),
+                                         advice),
+                             exception.Code());
+    }
 }
 
 bool Interface::IsAdmitted(const char *sDeviceID)

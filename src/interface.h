@@ -1,6 +1,8 @@
 #pragma once
 
+#include "assembly.h"
 #include "port/proxy_module.h"
+#include "profile/profile.h"
 
 #include <memory>
 #include <string>
@@ -21,7 +23,8 @@ class Interface final : public ProxyModule
 public:
     /// @param parentSystem the consumer's handle of the system
     Interface(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, IF_HANDLE lowerHandle,
-              TL_HANDLE parentSystem, bool filterDevices);
+              TL_HANDLE parentSystem, bool filterDevices, const Profile &profile = {},
+              const Assembly &assembly = {});
     ~Interface() override;
 
     void SetHandle(IF_HANDLE handle) { m_handle = handle; }
@@ -42,11 +45,16 @@ public:
 
 private:
     bool IsAdmitted(const char *sDeviceID);
+    DEV_HANDLE OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags);
+    template <typename Call>
+    void CallWithId(Call call);
 
     InstanceManager *m_manager;
     TL_HANDLE m_parentSystem;
     IF_HANDLE m_handle = nullptr;
     bool m_filterDevices;
+    Profile m_profile;
+    Assembly m_assembly;
 };
 
 /// Whether a device of this model name belongs to the family: the name begins with "ovra", in upper or lower

@@ -8,7 +8,6 @@
 #include "interface.h"
 #include "lower/producer_discovery.h"
 #include "nodemap/node_map.h"
-#include "proxy_system.h"
 #include "remoteport.h"
 #include "system.h"
 #include "utils/at_end.h"
@@ -20,6 +19,8 @@
 #include "vision/status.h"
 
 #include <spdlog/sinks/stdout_color_sinks.h>
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
@@ -34,7 +35,6 @@ namespace GenTL::internal
 namespace
 {
 
-constexpr auto loggerName = "gentli_proxy";
 constexpr auto defaultPattern = "[%T] [%^%l%$] (%*) %v";
 
 // A consumer may call GCCloseLib from the destructor of a static object. Such a destructor runs after the
@@ -74,9 +74,9 @@ std::string LowerCaseVariable(const std::string &name)
     return text;
 }
 
-spdlog::level::level_enum RequestedLevel()
+spdlog::level::level_enum RequestedLevel(const Identity &identity)
 {
-    const auto name = LowerCaseVariable("PROXY_TL_LOG_LEVEL");
+    const auto name = LowerCaseVariable(std::string(identity.logLevelVariable));
     if (name.empty())
     {
         return spdlog::level::off;
@@ -90,29 +90,30 @@ spdlog::level::level_enum RequestedLevel()
     return level != levels.end() ? level->second : spdlog::level::off;
 }
 
-std::unique_ptr<spdlog::formatter> MakeFormatter()
+std::unique_ptr<spdlog::formatter> MakeFormatter(const Identity &identity)
 {
     auto formatter =
         std::make_unique<spdlog::pattern_formatter>(spdlog::pattern_time_type::local, std::string("\n"));
     formatter->add_flag<ClassFuncFormatter>('*');
     // C-04: the pattern is converted to lower case, including its time flags.
-    const auto pattern = LowerCaseVariable("PROXY_TL_LOG_PATTERN");
+    const auto pattern = LowerCaseVariable(std::string(identity.logPatternVariable));
     formatter->set_pattern(pattern.empty() ? defaultPattern : pattern);
     return formatter;
 }
 
 } // namespace
 
-Library &Library::Instance()
-{
-    static Library library;
-    return library;
-}
-
-Library::Library()
+Library::Library(const Profile &profile, const Assembly &assembly) : m_profile(profile), m_assembly(assembly)
 {
     // spdlog's registry must live longer than this object: the destructor logs what it cleans up.
     spdlog::default_logger_raw();
+    if (profile.identity.logOwner == LogOwner::Producer)
+    {
+        m_logger = std::make_shared<spdlog::logger>(std::string(profile.identity.logger),
+                                                    std::make_shared<spdlog::sinks::stdout_color_sink_mt>());
+        m_logger->set_level(spdlog::level::off);
+        utils::SetOwnLogger(m_logger);
+    }
 }
 
 void Library::Initialize()
@@ -120,13 +121,14 @@ void Library::Initialize()
     if (m_initialized)
     {
         constexpr auto text = "Library already initialized!";
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw GenTLException(text, GC_ERR_RESOURCE_IN_USE);
     }
     if (m_initializing)
     {
-        throw GenTLException("The lower producer leads back to this one! Set PROXY_TL_CTI_PATH to the "
-                             "producer of your cameras.",
+        throw GenTLException(fmt::format("The lower producer leads back to this one! Set {} to the producer "
+                                         "of your cameras.",
+                                         m_profile.identity.lowerPathVariable),
                              GC_ERR_RESOURCE_IN_USE);
     }
     m_initializing = true;
@@ -135,31 +137,59 @@ void Library::Initialize()
     SetCurrentLastError({}, GC_ERR_SUCCESS);
     BringUpLowerProducer();
     BringUpVisionLibrary();
-    // The handles that a consumer left open must be closed before the lower producer's static objects are
-    // destroyed and before the vision library is unloaded. Both were loaded above, and exit handlers and
-    // destructors run in reverse order, so a handler that is registered here runs first.
-    std::atexit([] { Instance().ReleaseMembers(); });
+    RegisterExitHandler();
+    m_process = getpid();
     m_initialized = true;
+}
+
+/// The handles that a consumer left open must be closed before the lower producer's static objects are
+/// destroyed and before the vision library is unloaded. Exit handlers and destructors run in reverse order,
+/// so a handler that is registered after both are loaded runs first.
+void Library::RegisterExitHandler()
+{
+    std::atexit(
+        []
+        {
+            auto &library = Instance();
+            library.m_profile.lower.closesLowerAtExit ? library.CloseAtExit() : library.ReleaseMembers();
+        });
 }
 
 void Library::SetUpLogging()
 {
-    m_logger = spdlog::get(loggerName);
+    const auto &identity = m_profile.identity;
+    if (identity.logOwner == LogOwner::Process)
+    {
+        return ShareLog();
+    }
+    m_logger->set_level(RequestedLevel(identity));
+    m_logger->set_formatter(MakeFormatter(identity));
+}
+
+void Library::ShareLog()
+{
+    const auto &identity = m_profile.identity;
+    const std::string name(identity.logger);
+    m_logger = spdlog::get(name);
     if (!m_logger)
     {
-        m_logger = spdlog::stdout_color_mt(loggerName);
+        m_logger = spdlog::stdout_color_mt(name);
     }
-    const auto level = RequestedLevel();
+    const auto level = RequestedLevel(identity);
     spdlog::set_level(level);
     m_logger->set_level(level);
-    m_logger->set_formatter(MakeFormatter());
-    spdlog::set_formatter(MakeFormatter());
+    m_logger->set_formatter(MakeFormatter(identity));
+    spdlog::set_formatter(MakeFormatter(identity));
     m_previousDefaultLogger = spdlog::default_logger();
     spdlog::set_default_logger(m_logger);
 }
 
 void Library::TearDownLogging()
 {
+    if (m_profile.identity.logOwner == LogOwner::Producer)
+    {
+        return m_logger->set_level(spdlog::level::off);
+    }
     if (m_logger)
     {
         spdlog::drop(m_logger->name());
@@ -170,8 +200,33 @@ void Library::TearDownLogging()
 
 void Library::BringUpLowerProducer()
 {
-    m_proxy = std::make_shared<GenTLProxy>(FindProducer(gigeVision));
-    m_proxy->GCInitLib();
+    const auto path = FindProducer(gigeVision, m_profile.identity, m_profile.texts);
+    // A lower library may make static objects when a module is opened. A handler that is registered after
+    // that runs before their destructors.
+    auto opened = [this] { RegisterExitHandler(); };
+    m_proxy = m_profile.lower.closesLowerAtExit ? std::make_shared<GenTLProxy>(path, m_profile, opened)
+                                                : std::make_shared<GenTLProxy>(path, m_profile);
+    m_sharesLowerLibrary = false;
+    try
+    {
+        m_proxy->GCInitLib();
+    }
+    catch (const GenTLException &exception)
+    {
+        if (!m_profile.lower.sharesLowerLibrary || exception.Code() != GC_ERR_RESOURCE_IN_USE)
+        {
+            throw;
+        }
+        m_sharesLowerLibrary = true;
+    }
+}
+
+void Library::CloseLowerLibrary()
+{
+    if (!m_sharesLowerLibrary)
+    {
+        m_proxy->GCCloseLib();
+    }
 }
 
 void Library::BringUpVisionLibrary()
@@ -179,11 +234,18 @@ void Library::BringUpVisionLibrary()
     try
     {
         tarn::cvl::Call(tarn::cvl::dynamic::Init);
+        m_hasVisionLibrary = true;
     }
-    catch (...)
+    catch (const std::exception &exception)
     {
+        m_hasVisionLibrary = false;
+        if (!m_profile.lower.needsVisionLibrary)
+        {
+            QVR_LOG_WARN("No format can be converted: {}", exception.what());
+            return;
+        }
         // The next attempt starts over, and a lower producer may refuse a second GCInitLib.
-        CloseQuietly([this] { m_proxy->GCCloseLib(); });
+        CloseQuietly([this] { CloseLowerLibrary(); });
         throw;
     }
 }
@@ -197,12 +259,27 @@ void Library::ReleaseMembers()
     m_instances.ClearAll();
 }
 
+/// Closes what the consumer left open. A forked child leaves it to its parent, whose camera it is.
+void Library::CloseAtExit()
+{
+    if (!std::exchange(m_initialized, false) || getpid() != m_process)
+    {
+        return;
+    }
+    m_instances.ClearAll();
+    CloseQuietly([this] { CloseLowerLibrary(); });
+    m_proxy.reset();
+}
+
 void Library::Shutdown()
 {
     CheckLibraryInitialized();
-    tarn::cvl::Call(tarn::cvl::dynamic::Exit);
+    if (m_hasVisionLibrary)
+    {
+        tarn::cvl::Call(tarn::cvl::dynamic::Exit);
+    }
     m_instances.ClearAll();
-    m_proxy->GCCloseLib();
+    CloseLowerLibrary();
     m_proxy.reset();
     // Only the text: the code of a thread's last error stays until the next GCInitLib.
     SetCurrentLastError({}, GetLastErrorCode());
@@ -216,9 +293,9 @@ void Library::OpenSystem(TL_HANDLE *phTL)
     utils::CheckNotNull("phTL", phTL);
     TL_HANDLE lowerHandle = nullptr;
     m_proxy->TLOpen(&lowerHandle);
-    auto proxySystem = std::make_shared<ProxySystem>(m_proxy, lowerHandle);
+    auto proxySystem = m_assembly.makeProxySystem(m_proxy, lowerHandle);
     SetTLType(proxySystem->GetTLType());
-    const auto system = std::make_shared<System>(*this, this, std::move(proxySystem));
+    const auto system = std::make_shared<System>(*this, this, std::move(proxySystem), m_assembly);
     const auto handle = m_instances.systems.Add(system);
     system->SetHandle(handle);
     *phTL = handle;
@@ -233,32 +310,38 @@ void Library::GetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer
 {
     CheckLibraryInitialized();
     utils::CheckNotNull({{"piSize", piSize}, {"piType", piType}});
-    const utils::InfoQuery query{piType, pBuffer, piSize};
-    switch (iInfoCmd)
+    utils::WriteInfo(Answer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+utils::Info Library::Answer(TL_INFO_CMD command) const
+{
+    using utils::Info;
+    const auto &identity = m_profile.identity;
+    switch (command)
     {
     case TL_INFO_ID:
     case TL_INFO_MODEL:
-        return utils::WriteStringInfo("Proxy Transport Layer", query);
+        return Info::Text(identity.id);
     case TL_INFO_VENDOR:
-        return utils::WriteStringInfo("Varkel", query);
+        return Info::Text(identity.vendor);
     case TL_INFO_VERSION:
-        return utils::WriteStringInfo("1.0.0.0", query);
+        return Info::Text(identity.version);
     case TL_INFO_TLTYPE:
-        return utils::WriteStringInfo(GetTLType(), query);
+        return Info::Text(GetTLType());
     case TL_INFO_NAME:
-        return utils::WriteStringInfo(std::filesystem::path(utils::GetOwnPath()).filename().string(), query);
+        return Info::Text(std::filesystem::path(utils::GetOwnPath()).filename().string());
     case TL_INFO_PATHNAME:
-        return utils::WriteStringInfo(utils::GetOwnPath(), query);
+        return Info::Text(utils::GetOwnPath());
     case TL_INFO_DISPLAYNAME:
-        return utils::WriteStringInfo("QVR Proxy Transport Layer", query);
+        return Info::Text(identity.displayName);
     case TL_INFO_CHAR_ENCODING:
-        return query.AnswerInt32(TL_CHAR_ENCODING_UTF8);
+        return Info::Int32(TL_CHAR_ENCODING_UTF8);
     case TL_INFO_GENTL_VER_MAJOR:
-        return query.AnswerUint32(1);
+        return Info::Uint32(1);
     case TL_INFO_GENTL_VER_MINOR:
-        return query.AnswerUint32(6);
+        return Info::Uint32(6);
     default:
-        throw GenTLException(fmt::format("iInfoCmd {} not implemented", iInfoCmd), GC_ERR_NOT_IMPLEMENTED);
+        throw GenTLException(fmt::format("iInfoCmd {} not implemented", command), GC_ERR_NOT_IMPLEMENTED);
     }
 }
 
@@ -318,7 +401,7 @@ void Library::CheckLibraryInitialized() const
 {
     if (!m_initialized)
     {
-        SPDLOG_ERROR("Library not initialized!");
+        QVR_LOG_ERROR("Library not initialized!");
         throw GenTLException("Library not initialized", GC_ERR_NOT_INITIALIZED);
     }
 }

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "assembly.h"
 #include "instance_manager.h"
 #include "port/i_gentl_proxy.h"
 #include "port/i_library.h"
+#include "utils/info.h"
 #include "utils/mutex.h"
+
+#include <sys/types.h>
 
 #include <memory>
 #include <string>
@@ -21,13 +25,14 @@ namespace GenTL::internal
 ///
 /// One for the process, reached by Instance. Closed until GCInitLib and again after GCCloseLib. No other call
 /// may run during these two; in between, any thread may call anything. At process exit, an exit handler
-/// clears the registries, which closes lower handles that a consumer left open. It calls neither the lower
-/// DevClose nor the lower GCCloseLib.
+/// clears the registries, which closes lower handles that a consumer left open. The profile decides whether
+/// it calls the lower GCCloseLib, too.
 class Library final : public ILibrary, public ISystemInformationProvider
 {
 public:
     ~Library() override = default;
 
+    /// Defined by each producer, with its profile and its assembly.
     static Library &Instance();
 
     /// @throws GenTLException "Library already initialized!", GC_ERR_RESOURCE_IN_USE; the same code when the
@@ -50,19 +55,33 @@ public:
     GC_ERROR GetLastErrorCode() const override;
     IGenTLProxy &GetProxy() override;
     std::string GetTLType() const override;
+    const Profile &GetProfile() const override { return m_profile; }
+    const Assembly &GetAssembly() const { return m_assembly; }
+    /// Whether the functions of the vision library can be called.
+    bool HasVisionLibrary() const { return m_hasVisionLibrary; }
 
 private:
-    Library();
+    Library(const Profile &profile, const Assembly &assembly);
 
+    utils::Info Answer(TL_INFO_CMD command) const;
     void SetUpLogging();
+    void ShareLog();
     void TearDownLogging();
     void BringUpLowerProducer();
     void BringUpVisionLibrary();
     void ReleaseMembers();
+    void CloseAtExit();
+    void CloseLowerLibrary();
+    void RegisterExitHandler();
     void SetTLType(std::string type);
 
+    const Profile &m_profile;
+    const Assembly &m_assembly;
     bool m_initialized = false;
     bool m_initializing = false;
+    bool m_hasVisionLibrary = false;
+    bool m_sharesLowerLibrary = false; ///< the lower library was open before this one, and is left open
+    pid_t m_process = 0;               ///< the process that called GCInitLib
     InstanceManager m_instances;
     std::shared_ptr<spdlog::logger> m_logger;
     std::shared_ptr<spdlog::logger> m_previousDefaultLogger;

@@ -3,6 +3,7 @@
 #include "instance_manager.h"
 #include "interface.h"
 #include "modules/system_features.h"
+#include "modules/transport_types.h"
 #include "nodemap/descriptions.h"
 #include "utils/checks.h"
 #include "utils/gentl_exception.h"
@@ -22,26 +23,6 @@ namespace GenTL::internal
 
 namespace
 {
-
-struct TypeMapping
-{
-    std::string_view text;
-    uint32_t value; ///< entry of the TLType enumeration
-};
-
-// The published interface has more types. A lower producer of another type is not opened.
-constexpr std::array typeMappings{TypeMapping{"GEV", 0}, TypeMapping{"U3V", 4}, TypeMapping{"Mixed", 5},
-                                  TypeMapping{"Custom", 1000}};
-
-uint32_t MapType(std::string_view text)
-{
-    const auto *mapping = std::ranges::find(typeMappings, text, &TypeMapping::text);
-    if (mapping == typeMappings.end())
-    {
-        throw std::runtime_error("Mapping TL type failed!");
-    }
-    return mapping->value;
-}
 
 void CheckCallbackSize(size_t size)
 {
@@ -92,9 +73,9 @@ void CheckByteOrder(const nodemap::NodeMapParser &local, const nodemap::NodeMapP
 } // namespace
 
 System::System(ILibrary &library, ISystemInformationProvider *infoProvider,
-               std::shared_ptr<IProxySystem> proxySystem)
-    : m_library(library), m_infoProvider(infoProvider),
-      m_localDescription(std::make_unique<nodemap::NodeMapParser>(nodemap::SystemDescription()))
+               std::shared_ptr<IProxySystem> proxySystem, const Assembly &assembly)
+    : m_library(library), m_assembly(assembly), m_infoProvider(infoProvider),
+      m_localDescription(std::make_unique<nodemap::NodeMapParser>(assembly.systemDescription()))
 {
     if (!proxySystem)
     {
@@ -108,7 +89,8 @@ System::System(ILibrary &library, ISystemInformationProvider *infoProvider,
         throw std::runtime_error("Invalid proxy system XML file content!");
     }
     m_nodeMap = std::make_shared<nodemap::NodeMap>("TLPort", QueryText(TL_INFO_TLTYPE), ModuleType::System,
-                                                   nodemap::SystemDescription(), this, SystemFeatures());
+                                                   m_assembly.systemDescription(), this, SystemFeatures(),
+                                                   m_library.GetProfile().identity);
     FillRegisters();
     CheckByteOrder(*m_localDescription, *m_lowerDescription);
 }
@@ -147,8 +129,10 @@ void System::TLOpenInterface(const char *sIfaceID, IF_HANDLE *phIface)
     IF_HANDLE lowerHandle = nullptr;
     m_proxySystem->TLOpenInterface(sIfaceID, &lowerHandle);
     auto &manager = m_library.GetInstanceManager();
+    const auto &profile = m_library.GetProfile();
     const auto interface =
-        std::make_shared<Interface>(&manager, m_proxySystem->GetProxy(), lowerHandle, m_handle, true);
+        std::make_shared<Interface>(&manager, m_proxySystem->GetProxy(), lowerHandle, m_handle,
+                                    !profile.admission.allModels, profile, m_assembly);
     const auto handle = manager.interfaces.Add(interface);
     *phIface = handle;
     interface->SetHandle(handle);
@@ -221,7 +205,8 @@ void System::FillRegisters()
     writeText(tlId, QueryText(TL_INFO_ID));
     writeText(tlModelName, QueryText(TL_INFO_MODEL));
     writeText(tlPath, QueryText(TL_INFO_PATHNAME));
-    writeNumber(tlType, MapType(QueryText(TL_INFO_TLTYPE)));
+    writeNumber(tlType,
+                TransportTypeEntry(QueryText(TL_INFO_TLTYPE), m_library.GetProfile().admission.allTypes));
     writeText(tlVendorName, QueryText(TL_INFO_VENDOR));
     writeText(tlVersion, QueryText(TL_INFO_VERSION));
 }

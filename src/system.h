@@ -1,5 +1,6 @@
 #pragma once
 
+#include "assembly.h"
 #include "i_proxy_system.h"
 #include "nodemap/node_map.h"
 #include "nodemap/nodemap_parser.h"
@@ -29,7 +30,7 @@ public:
     /// @throws std::runtime_error when the lower module's description cannot be used, or when the TLType
     /// feature has no entry for its transport layer type
     System(ILibrary &library, ISystemInformationProvider *infoProvider,
-           std::shared_ptr<IProxySystem> proxySystem);
+           std::shared_ptr<IProxySystem> proxySystem, const Assembly &assembly = {});
     ~System() override;
 
     void SetHandle(TL_HANDLE handle) { m_handle = handle; }
@@ -62,6 +63,7 @@ private:
     const nodemap::NodeInfo &LowerFeature(const std::string &feature, size_t size) const;
 
     ILibrary &m_library;
+    Assembly m_assembly;
     ISystemInformationProvider *m_infoProvider;
     TL_HANDLE m_handle = nullptr;
     // The node map is last, so that it is destroyed before the objects that its callbacks use.

@@ -18,7 +18,7 @@ std::string FileName(const CameraModel &model)
     return model.model + (model.zippedDescription ? ".zip" : ".xml");
 }
 
-std::string Description(const CameraModel &model)
+std::string BuiltDescription(const CameraModel &model)
 {
     std::vector<ChunkPort> chunks;
     for (const auto &chunk : model.chunks)
@@ -30,21 +30,47 @@ std::string Description(const CameraModel &model)
     }
     std::string name = model.model;
     std::ranges::replace(name, '-', '_');
-    const auto xml =
-        BuildDescription({name, model.toolTip, "Device", model.ProductGuid(), model.VersionGuid()},
-                         FeatureLayout(model.features), chunks);
-    return model.zippedDescription ? ZipFile(model.model + ".xml", xml) : xml;
+    return BuildDescription({name, model.toolTip, "Device", model.ProductGuid(), model.VersionGuid()},
+                            model.Layout(), chunks);
+}
+
+std::string DocumentOf(const OwnDescription &own)
+{
+    return (own.byteOrderMark ? "\xEF\xBB\xBF" : "") + std::string(own.document);
+}
+
+/// What the camera's memory holds: the file, and what follows it.
+std::string Description(const CameraModel &model)
+{
+    const auto &own = model.ownDescription;
+    const auto xml = own ? DocumentOf(*own) : BuiltDescription(model);
+    auto file = model.zippedDescription ? ZipFile(model.model + ".xml", xml) : xml;
+    const size_t blockSize = own ? own->blockSize : 1;
+    file.resize((file.size() + blockSize - 1) / blockSize * blockSize, '\xFF');
+    return file;
 }
 
 PortIdentity Identity(const CameraModel &model)
 {
-    return {model.Id(), model.model, "Device", "Device", cameraVersion, FileName(model)};
+    return {.id = model.Id(),
+            .model = model.model,
+            .module = "Device",
+            .portName = "Device",
+            .version = cameraVersion,
+            .descriptionFile = FileName(model),
+            .transportType = model.transport.type,
+            .vendor = model.vendor,
+            .bigEndian = model.bigEndian,
+            .lastUrlCommand = model.lastUrlCommand};
 }
 
-/// The settings that follow from the features of all cameras: one image, still without region and format.
-FrameSettings CommonSettings(const FeatureSet &features)
+/// The settings that all cameras have: one image, still without region and format.
+FrameSettings CommonSettings(const CameraModel &model, const FeatureSet &features)
 {
     FrameSettings settings{};
+    settings.ticksPerSecond = model.ticksPerSecond;
+    settings.bigEndianChunks = model.bigEndian;
+    settings.bigEndianTrailers = model.transport.bigEndianTrailers;
     settings.exposureTime = features.Float("ExposureTime");
     settings.gain = features.Float("Gain");
     settings.frameCheck = features.IsTrue("FrameCheck");
@@ -62,7 +88,7 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
 }
 
 Camera::Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable)
-    : Module(handles, Identity(model), FeatureLayout(model.features), Description(model),
+    : Module(handles, Identity(model), model.Layout(), Description(model),
              {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
       m_model(std::move(model)), m_writable(writable), m_acquisition(Features())
 {
@@ -81,9 +107,12 @@ void Camera::ConnectFeatures(CameraUnit &unit)
     auto &features = Features();
     features.SetText("DeviceUserID", unit.UserName());
     features.AfterWrite("DeviceUserID", [this, &unit] { unit.SetUserName(Features().Text("DeviceUserID")); });
-    features.AfterWrite(
-        "TimestampLatch",
-        [this] { Features().SetInteger("TimestampLatchValue", static_cast<int64_t>(Nanoseconds())); });
+    features.AfterWrite("TimestampLatch",
+                        [this]
+                        {
+                            const auto now = Ticks(m_model.ticksPerSecond);
+                            Features().SetInteger("TimestampLatchValue", static_cast<int64_t>(now));
+                        });
     features.AfterAnyWrite([this] { Update(); });
 }
 
@@ -93,7 +122,7 @@ void Camera::Update()
     {
         control->Update();
     }
-    auto settings = CommonSettings(Features());
+    auto settings = CommonSettings(m_model, Features());
     for (const auto &control : m_controls)
     {
         control->Contribute(settings);
@@ -107,7 +136,8 @@ std::optional<FrameOrder> Camera::NextFrame()
 {
     const auto lock = Features().Lock();
     const auto number = m_acquisition.NextFrame();
-    return number ? std::optional(FrameOrder{*number, Nanoseconds(), m_settings}) : std::nullopt;
+    return number ? std::optional(FrameOrder{*number, Ticks(m_model.ticksPerSecond), m_settings})
+                  : std::nullopt;
 }
 
 size_t Camera::PayloadSize() const

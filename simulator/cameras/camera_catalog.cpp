@@ -1,16 +1,16 @@
 #include "simulator/cameras/camera_catalog.h"
 
+#include "simulator/cameras/area_camera.h"
 #include "simulator/cameras/camera_features.h"
 #include "simulator/cameras/chunk_control.h"
 #include "simulator/cameras/depth_features.h"
 #include "simulator/cameras/file_access.h"
 #include "simulator/cameras/format_control.h"
 #include "simulator/cameras/region_control.h"
+#include "simulator/cameras/wide_cameras.h"
 #include "simulator/depth/depth_replay.h"
 #include "simulator/depth/depth_scene.h"
 #include "simulator/depth/depth_source.h"
-#include "simulator/sources/replay_source.h"
-#include "simulator/sources/scene_source.h"
 
 #include <fmt/format.h>
 
@@ -21,12 +21,6 @@ namespace GenTL::simulator
 
 namespace
 {
-
-std::unique_ptr<FrameSource> MakeSceneSource()
-{
-    auto replay = MakeReplaySource();
-    return replay ? std::move(replay) : std::make_unique<SceneSource>();
-}
 
 std::vector<std::string> MonoFormats()
 {
@@ -45,41 +39,6 @@ std::vector<std::string> MosaicFormats(const std::vector<std::string> &endings)
         }
     }
     return names;
-}
-
-std::vector<Chunk> StandardChunks()
-{
-    using enum FeatureKind;
-    return {
-        {{"Image", 0}, 1, ChunkValue::Image, Integer, 0, ""},
-        {{"FrameID", 1}, 2, ChunkValue::FrameId, Integer, 8, "Number of the frame, from 1 on."},
-        {{"Timestamp", 2}, 3, ChunkValue::Timestamp, Integer, 8, "When the frame was exposed, in ns."},
-        {{"ExposureTime", 3}, 4, ChunkValue::ExposureTime, Float, 4, "Exposure time of the frame in us."},
-        {{"Gain", 4}, 5, ChunkValue::Gain, Float, 4, "Gain of the frame in dB."},
-        {{"ImageChecksum", 5},
-         6,
-         ChunkValue::ImageChecksum,
-         Integer,
-         4,
-         "CRC-32 of the image without its filling."},
-    };
-}
-
-/// Completes a camera that sends one image of the scene in a frame. `formats` are the features of the format.
-CameraModel AreaCamera(CameraModel camera, const Sensor &sensor, std::vector<Feature> formats,
-                       MakeCameraControl formatControl)
-{
-    camera.chunks = StandardChunks();
-    camera.features = Joined({DeviceFeatures(camera),
-                              GeometryFeatures(sensor, Decimation::SendsFirstPixel),
-                              std::move(formats),
-                              {TestPatternFeature()},
-                              AcquisitionFeatures(),
-                              ChunkFeatures(camera.chunks),
-                              TransportFeatures()});
-    camera.controls = {Makes<RegionControl>(), std::move(formatControl), Makes<ChunkControl>()};
-    camera.sources = [] { return MakeSceneSource; };
-    return camera;
 }
 
 CameraModel MonoCamera(CameraModel camera, const Sensor &sensor, Feature pixelFormat)
@@ -278,7 +237,8 @@ CameraModel DepthD1(const std::optional<DepthReplay> &replay)
 const std::vector<CameraModel> &CameraCatalog()
 {
     static const std::vector<CameraModel> catalog = {
-        MonoM5(), MonoM1(), Foreign(), ColourC5(), SeveralS2(), FormulaF1(), DepthD1(std::nullopt)};
+        MonoM5(),   MonoM1(), Foreign(), ColourC5(), SeveralS2(), FormulaF1(), DepthD1(std::nullopt),
+        WideGigE(), WideUsb()};
     return catalog;
 }
 

@@ -82,7 +82,7 @@ std::vector<Feature> DeviceFeatures(const CameraModel &model)
     const auto version = [&](const char *name, const char *toolTip, int64_t value)
     { return Integer(category, name, toolTip).Default(value).ReadOnly().Visibility("Expert"); };
     return {
-        text("DeviceVendorName", "Name of the manufacturer.", 32, cameraVendor),
+        text("DeviceVendorName", "Name of the manufacturer.", 32, model.vendor),
         text("DeviceModelName", "Model of the camera.", 32, model.model),
         text("DeviceManufacturerInfo", "What the manufacturer has to say.", 48, "Simulated camera"),
         text("DeviceVersion", "Version of the camera.", 32, cameraVersion),

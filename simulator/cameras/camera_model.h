@@ -1,8 +1,13 @@
 #pragma once
 
 #include "simulator/cameras/camera_control.h"
+#include "simulator/clock.h"
+#include "simulator/module/transport.h"
 
 #include <fmt/format.h>
+#include <gentl/gentl.h>
+
+#include <string_view>
 
 namespace GenTL::simulator
 {
@@ -10,16 +15,31 @@ namespace GenTL::simulator
 constexpr const char *cameraVendor = "QVR";
 constexpr const char *cameraVersion = "1.0.0";
 
+/// A description that is a document of its own, where the simulator does not build one from the features.
+struct OwnDescription
+{
+    std::string_view document;
+    std::vector<FixedRegister> registers; ///< those that the document speaks of
+    bool byteOrderMark = false;           ///< before the document
+    size_t blockSize = 1; ///< the file is followed by bytes 0xFF up to a multiple of this number
+};
+
 /// A kind of camera as data: names, features, chunks, controls and images.
 struct CameraModel
 {
+    std::string vendor = cameraVendor;
     std::string model;
     unsigned number; ///< gives serial number, ids and hardware address
     std::string toolTip;
     size_t interfaceIndex; ///< the interface that the camera is connected to
     bool zippedDescription = false;
-    uint32_t ipAddress;
-    std::string guid; ///< the GUIDs of the description without their last two digits
+    uint32_t ipAddress = 0;
+    std::string guid = {}; ///< the GUIDs of the description without their last two digits
+    Transport transport = gigEVision;
+    bool bigEndian = false;                          ///< the registers and the values of chunks
+    uint64_t ticksPerSecond = nanosecondsPerSecond;  ///< of the time stamps
+    std::optional<URL_INFO_CMD> lastUrlCommand = {}; ///< the camera's port refuses later ones
+    std::optional<OwnDescription> ownDescription = {};
     std::vector<Feature> features = {};
     std::vector<Chunk> chunks = {};
     std::vector<MakeCameraControl> controls =
@@ -35,6 +55,10 @@ struct CameraModel
 
     std::string SerialNumber() const { return fmt::format("SIM{:04}", number); }
     std::string Id() const { return "SIM-" + SerialNumber(); }
+    FeatureLayout Layout() const
+    {
+        return ownDescription ? FeatureLayout(features, ownDescription->registers) : FeatureLayout(features);
+    }
     /// "OVRA-M5 (SIM0001)"
     std::string DisplayName() const { return fmt::format("{} ({})", model, SerialNumber()); }
     int64_t MacAddress() const { return 0x020000000100 + int64_t{number}; }

@@ -99,6 +99,22 @@ FeatureLayout::FeatureLayout(std::vector<Feature> features)
     }
 }
 
+FeatureLayout::FeatureLayout(std::vector<Feature> features, const std::vector<FixedRegister> &registers)
+{
+    for (auto &feature : features)
+    {
+        Place place;
+        place.feature = std::move(feature);
+        const auto found = std::ranges::find(registers, place.feature.name, &FixedRegister::feature);
+        if (found != registers.end())
+        {
+            place.address = found->address;
+            place.form = found->form;
+        }
+        places.push_back(std::move(place));
+    }
+}
+
 bool FeatureLayout::Has(const std::string &name) const
 {
     return std::ranges::any_of(places, [&](const Place &place) { return place.feature.name == name; });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulator/features/feature.h"
+#include "simulator/features/register_form.h"
 
 namespace GenTL::simulator
 {
@@ -33,13 +34,22 @@ struct EntryBit
     unsigned bit;         ///< 0 is the lowest
 };
 
+/// A register at an address of the camera's choice, for a camera with a description of its own.
+struct FixedRegister
+{
+    std::string feature;
+    uint64_t address;
+    RegisterForm form = {};
+};
+
 /// A list of features with the addresses of their registers.
 struct FeatureLayout
 {
     struct Place
     {
         Feature feature;
-        uint64_t address;
+        std::optional<uint64_t> address; ///< none: no register shows the feature
+        RegisterForm form = {};
         std::vector<BitRegister> bitRegisters; ///< none without conditional entries
         std::vector<EntryBit> available;       ///< of each entry; empty without conditional entries
         std::vector<EntryBit> implemented;     ///< the same
@@ -47,7 +57,10 @@ struct FeatureLayout
 
     std::vector<Place> places; ///< in the order of the list
 
+    /// Chooses the addresses.
     explicit FeatureLayout(std::vector<Feature> features);
+    /// Only the features that `registers` names have a register.
+    FeatureLayout(std::vector<Feature> features, const std::vector<FixedRegister> &registers);
 
     bool Has(const std::string &name) const;
     /// @throws std::logic_error no feature has this name

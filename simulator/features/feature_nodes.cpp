@@ -33,7 +33,7 @@ NameSpace NameSpaceOf(const Feature &feature)
 
 RegisterPlace RegisterOf(const FeatureLayout::Place &place)
 {
-    return {place.address, place.feature.length, place.feature.access};
+    return {place.address.value(), place.feature.length, place.feature.access};
 }
 
 void AddBase(pugi::xml_node node, const Feature &feature)

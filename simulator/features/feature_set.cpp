@@ -19,14 +19,45 @@ FeatureSet::FeatureSet(const FeatureLayout &layout, const std::string &descripti
 
 void FeatureSet::AddRegisters(FeatureNode &node)
 {
-    m_registers.Add({node.place.address, &node.value.bytes, node.place.feature.access,
-                     [this, &node] { Refresh(node); },
-                     [this, &node](const std::vector<uint8_t> &value) { Check(node, value); },
-                     [this, &node] { Written(node); }});
+    if (!node.place.address)
+    {
+        return;
+    }
+    if (node.place.form.IsPlain())
+    {
+        m_registers.Add({*node.place.address, &node.value.bytes, node.place.feature.access,
+                         [this, &node] { Refresh(node); },
+                         [this, &node](const std::vector<uint8_t> &value) { Check(node, value); },
+                         [this, &node] { Written(node); }});
+    }
+    else
+    {
+        AddCodedRegister(node);
+    }
     for (size_t i = 0; i < node.bits.size(); ++i)
     {
         m_registers.Add({node.place.bitRegisters[i].address, &node.bits[i], Access::ReadOnly, {}, {}, {}});
     }
+}
+
+void FeatureSet::AddCodedRegister(FeatureNode &node)
+{
+    const auto &form = node.place.form;
+    const auto &feature = node.place.feature;
+    node.shown.resize(feature.length);
+    m_registers.Add({*node.place.address, &node.shown, feature.access,
+                     [&, this]
+                     {
+                         Refresh(node);
+                         node.shown = ToRegister(form, feature, node.value.bytes);
+                     },
+                     [&, this](const std::vector<uint8_t> &bytes)
+                     { Check(node, FromRegister(form, feature, bytes)); },
+                     [&, this]
+                     {
+                         node.value.bytes = FromRegister(form, feature, node.shown);
+                         Written(node);
+                     }});
 }
 
 void FeatureSet::CheckOnWrite(const std::string &name, std::function<void(int64_t)> check)

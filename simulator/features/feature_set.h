@@ -38,6 +38,8 @@ private:
     };
 
     void AddRegisters(FeatureNode &node);
+    /// A register whose bytes are not those of the value.
+    void AddCodedRegister(FeatureNode &node);
     void Refresh(FeatureNode &node);
     void Check(const FeatureNode &node, const std::vector<uint8_t> &value) const;
     void Written(FeatureNode &node);

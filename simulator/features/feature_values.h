@@ -35,6 +35,7 @@ struct FeatureNode
     FeatureLayout::Place place;
     FeatureValue value;
     std::set<std::string> unavailable;      ///< entries that cannot be chosen at the moment
+    std::vector<uint8_t> shown;             ///< the register, where its form is not plain
     std::vector<std::vector<uint8_t>> bits; ///< the bit registers of the place
     std::function<int64_t()> source;        ///< computes the value; empty for a value that is stored
 };

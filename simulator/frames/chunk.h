@@ -5,6 +5,9 @@
 namespace GenTL::simulator
 {
 
+/// The id and the length behind each chunk.
+constexpr size_t chunkTrailerSize = 8;
+
 /// The content of a chunk.
 enum class ChunkValue
 {

@@ -14,14 +14,13 @@ namespace GenTL::simulator
 namespace
 {
 
-constexpr size_t trailerSize = 8;
-
-/// The trailer behind each chunk is big-endian, as in GigE Vision.
-void PutBigEndian(uint8_t *out, uint32_t value)
+/// Writes the lowest bytes of the value.
+void PutNumber(std::span<uint8_t> out, uint64_t value, bool bigEndian)
 {
-    for (int shift = 24; shift >= 0; shift -= 8)
+    for (size_t i = 0; i < out.size(); ++i)
     {
-        *out++ = static_cast<uint8_t>(value >> shift);
+        const size_t place = bigEndian ? out.size() - 1 - i : i;
+        out[place] = static_cast<uint8_t>(value >> (8 * i));
     }
 }
 
@@ -76,7 +75,8 @@ size_t PayloadSize(const FrameSettings &settings)
     size_t size = 0;
     for (const auto &chunk : settings.chunks)
     {
-        size += trailerSize + (chunk.value == ChunkValue::Image ? ImageChunkSize(settings) : chunk.length);
+        size +=
+            chunkTrailerSize + (chunk.value == ChunkValue::Image ? ImageChunkSize(settings) : chunk.length);
     }
     return size;
 }
@@ -160,12 +160,12 @@ void FrameWriter::WriteChunks(Frame &frame, std::span<uint8_t> payload) const
         else
         {
             const uint64_t value = ValueOfChunk(chunk.value, frame.order, payload.first(imageSize));
-            std::memcpy(payload.data() + offset, &value, length);
+            PutNumber(payload.subspan(offset, length), value, settings.bigEndianChunks);
         }
-        PutBigEndian(payload.data() + offset + length, static_cast<uint32_t>(chunk.id));
-        PutBigEndian(payload.data() + offset + length + 4, static_cast<uint32_t>(length));
+        PutNumber(payload.subspan(offset + length, 4), chunk.id, settings.bigEndianTrailers);
+        PutNumber(payload.subspan(offset + length + 4, 4), length, settings.bigEndianTrailers);
         frame.chunks.push_back({chunk.id, static_cast<ptrdiff_t>(offset), length});
-        offset += length + trailerSize;
+        offset += length + chunkTrailerSize;
     }
 }
 

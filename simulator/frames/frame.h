@@ -28,6 +28,9 @@ struct FrameSettings
     bool frameCheck;
     std::vector<Chunk> chunks; ///< in the order of the buffer; empty without chunk mode
     size_t payloadSize;
+    uint64_t ticksPerSecond; ///< of the time stamps
+    bool bigEndianChunks;    ///< the values in chunks
+    bool bigEndianTrailers;  ///< the id and the length behind each chunk
 
     /// Bytes of all parts together.
     size_t ImageBytes() const { return parts.back().offset + parts.back().image.Bytes(); }
@@ -43,7 +46,7 @@ size_t PayloadSize(const FrameSettings &settings);
 struct FrameOrder
 {
     uint64_t number;    ///< from 1 since AcquisitionStart
-    uint64_t timestamp; ///< ns
+    uint64_t timestamp; ///< ticks
     std::shared_ptr<const FrameSettings> settings;
 };
 

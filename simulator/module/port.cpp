@@ -35,19 +35,21 @@ Info Port::GetPortInfo(PORT_INFO_CMD command) const
     case PORT_INFO_ID:
         return Info::Text(m_identity.id);
     case PORT_INFO_VENDOR:
-        return Info::Text(vendorName);
+        return Info::Text(m_identity.vendor);
     case PORT_INFO_MODEL:
         return Info::Text(m_identity.model);
     case PORT_INFO_TLTYPE:
-        return Info::Text(transportType);
+        return Info::Text(m_identity.transportType);
     case PORT_INFO_MODULE:
         return Info::Text(m_identity.module);
     case PORT_INFO_LITTLE_ENDIAN:
+        return Info::Bool(!m_identity.bigEndian);
+    case PORT_INFO_BIG_ENDIAN:
+        return Info::Bool(m_identity.bigEndian);
     case PORT_INFO_ACCESS_READ:
         return Info::Bool(true);
     case PORT_INFO_ACCESS_WRITE:
         return Info::Bool(IsWritable());
-    case PORT_INFO_BIG_ENDIAN:
     case PORT_INFO_ACCESS_NA:
     case PORT_INFO_ACCESS_NI:
         return Info::Bool(false);
@@ -65,6 +67,10 @@ Info Port::GetUrlInfo(uint32_t index, URL_INFO_CMD command) const
     if (index != 0)
     {
         throw Error(GC_ERR_INVALID_INDEX, "There is one URL only");
+    }
+    if (m_identity.lastUrlCommand && command > *m_identity.lastUrlCommand)
+    {
+        throw Error(GC_ERR_INVALID_PARAMETER, "URL info command {} is unknown", command);
     }
     switch (command)
     {

@@ -2,6 +2,7 @@
 
 #include "simulator/features/feature_set.h"
 #include "simulator/info.h"
+#include "simulator/module/transport.h"
 
 #include <string>
 
@@ -9,7 +10,6 @@ namespace GenTL::simulator
 {
 
 constexpr const char *vendorName = "QVR";
-constexpr const char *transportType = "GEV";
 constexpr const char *producerVersion = "1.0.0";
 
 /// What the info commands of a port answer.
@@ -21,6 +21,10 @@ struct PortIdentity
     std::string portName;
     std::string version;
     std::string descriptionFile; ///< "System.xml"; ".zip" for a compressed one
+    std::string transportType = gigEVision.type;
+    std::string vendor = vendorName;
+    bool bigEndian = false;                          ///< of the registers
+    std::optional<URL_INFO_CMD> lastUrlCommand = {}; ///< the port refuses later ones
 };
 
 /// The registers of a module and the description of its features. Any thread may call.

@@ -45,6 +45,27 @@ void PackGroups40(std::span<const uint16_t> samples, uint8_t *out);
 /// the bits of the first sample lowest. A last group of one sample takes two bytes.
 void PackGroups24(std::span<const uint16_t> samples, uint8_t *out);
 
+/// Two samples of 10 or 12 bits in three bytes, as in GigE Vision 1: the upper eight bits of the first, a
+/// byte of the low bits, the upper eight bits of the second. The low bits of the first sample begin at bit 0
+/// of their byte, those of the second at bit 4. A last group of one sample takes two bytes.
+template <unsigned Bits>
+void PackTriplets(std::span<const uint16_t> samples, uint8_t *out)
+{
+    constexpr unsigned lowBits = Bits - 8;
+    constexpr unsigned lowMask = (1U << lowBits) - 1;
+    for (size_t i = 0; i < samples.size(); i += 2)
+    {
+        const bool isPair = i + 1 < samples.size();
+        const unsigned second = isPair ? samples[i + 1] : 0;
+        *out++ = static_cast<uint8_t>(samples[i] >> lowBits);
+        *out++ = static_cast<uint8_t>((samples[i] & lowMask) | (second & lowMask) << 4);
+        if (isPair)
+        {
+            *out++ = static_cast<uint8_t>(second >> lowBits);
+        }
+    }
+}
+
 /// Three samples of up to 10 bits in a word of four bytes, the first in the lowest bits; the upper two bits
 /// are 0.
 void PackWords(std::span<const uint16_t> samples, uint8_t *out);

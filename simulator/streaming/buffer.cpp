@@ -1,5 +1,6 @@
 #include "simulator/streaming/buffer.h"
 
+#include "simulator/clock.h"
 #include "simulator/features/description.h"
 
 #include <algorithm>
@@ -70,12 +71,26 @@ std::optional<Info> ImageInfo(const ImageSettings &image, BUFFER_INFO_CMD comman
     }
 }
 
+/// @throws Error GC_ERR_NOT_AVAILABLE: the camera's clock has other ticks.
+Info NanosecondsOf(const FrameOrder &order)
+{
+    const auto ticksPerSecond = order.settings->ticksPerSecond;
+    if (ticksPerSecond != nanosecondsPerSecond)
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, "The camera counts {} ticks in a second", ticksPerSecond);
+    }
+    return Info::UInt64(order.timestamp);
+}
+
 } // namespace
 
-Buffer::Buffer(HandleTable &handles, const void *stream, void *memory, size_t size, void *userPointer)
-    : Module(handles, {"Buffer", "Buffer", "TLBuffer", "BufferPort", producerVersion, "Buffer.xml"},
+Buffer::Buffer(HandleTable &handles, const void *stream, const Transport &transport, void *memory,
+               size_t size, void *userPointer)
+    : Module(handles,
+             {"Buffer", "Buffer", "TLBuffer", "BufferPort", producerVersion, "Buffer.xml", transport.type},
              FeatureLayout(BufferFeatures(size, userPointer)), BufferDescription(), {}),
-      m_stream(stream), m_own(memory == nullptr ? std::make_unique<uint8_t[]>(size) : nullptr),
+      m_stream(stream), m_transport(transport),
+      m_own(memory == nullptr ? std::make_unique<uint8_t[]>(size) : nullptr),
       m_base(memory == nullptr ? m_own.get() : memory), m_size(size), m_userPointer(userPointer)
 {
 }
@@ -108,7 +123,7 @@ Info Buffer::GetInfo(BUFFER_INFO_CMD command) const
     case BUFFER_INFO_IS_INCOMPLETE:
         return Info::Bool(frame && frame->cutOff);
     case BUFFER_INFO_TLTYPE:
-        return Info::Text(transportType);
+        return Info::Text(m_transport.type);
     case BUFFER_INFO_SIZE_FILLED:
         return Info::Size(frame ? frame->filled : 0);
     case BUFFER_INFO_DATA_LARGER_THAN_BUFFER:
@@ -142,8 +157,9 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
     switch (command)
     {
     case BUFFER_INFO_TIMESTAMP:
-    case BUFFER_INFO_TIMESTAMP_NS:
         return Info::UInt64(filled.order.timestamp);
+    case BUFFER_INFO_TIMESTAMP_NS:
+        return NanosecondsOf(filled.order);
     case BUFFER_INFO_FRAMEID:
         return Info::UInt64(filled.order.number);
     case BUFFER_INFO_IMAGEPRESENT:

@@ -27,7 +27,8 @@ public:
     };
 
     /// With a null `memory` the buffer allocates its memory.
-    Buffer(HandleTable &handles, const void *stream, void *memory, size_t size, void *userPointer);
+    Buffer(HandleTable &handles, const void *stream, const Transport &transport, void *memory, size_t size,
+           void *userPointer);
 
     std::span<uint8_t> Memory() const { return {static_cast<uint8_t *>(m_base), m_size}; }
     bool OwnsMemory() const { return m_own != nullptr; }
@@ -59,6 +60,7 @@ private:
     const Frame &RequireFrame() const;
 
     const void *m_stream;
+    const Transport &m_transport;
     std::unique_ptr<uint8_t[]> m_own;
     void *m_base;
     size_t m_size;

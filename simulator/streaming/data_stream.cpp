@@ -8,7 +8,7 @@ namespace GenTL::simulator
 namespace
 {
 
-std::vector<Feature> StreamFeatures()
+std::vector<Feature> StreamFeatures(const Transport &transport)
 {
     const char *const information = "StreamInformation";
     const char *const control = "BufferHandlingControl";
@@ -16,7 +16,8 @@ std::vector<Feature> StreamFeatures()
     { return Integer(control, name, toolTip).Length(8).ReadOnly().Volatile(); };
     return {
         Text(information, "StreamID", "Identifier of the stream.", 32).Default(DataStream::id).ReadOnly(),
-        Enumeration(information, "StreamType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
+        Enumeration(information, "StreamType", "Transport layer type.", {{transport.featureName, 0}})
+            .ReadOnly(),
         counter("StreamAnnouncedBufferCount", "Buffers that are announced."),
         counter("StreamAnnounceBufferMinimum", "Buffers that a start needs."),
         counter("StreamDeliveredFrameCount", "Frames that the consumer took."),
@@ -29,13 +30,17 @@ std::vector<Feature> StreamFeatures()
     };
 }
 
-const std::string &StreamDescription()
+std::string StreamDescription(const Transport &transport)
 {
-    static const std::string description =
-        BuildDescription({"SimulatorStream", "Stream of a simulated camera", "StreamPort",
-                          "0F9A64B3-6F0C-4E7A-A1D5-5A2B9B6C7D01", "0F9A64B3-6F0C-4E7A-A1D5-5A2B9B6C7D02"},
-                         FeatureLayout(StreamFeatures()));
-    return description;
+    return BuildDescription({"SimulatorStream", "Stream of a simulated camera", "StreamPort",
+                             "0F9A64B3-6F0C-4E7A-A1D5-5A2B9B6C7D01", "0F9A64B3-6F0C-4E7A-A1D5-5A2B9B6C7D02"},
+                            FeatureLayout(StreamFeatures(transport)));
+}
+
+PortIdentity IdentityOfStream(const CameraModel &camera)
+{
+    return {DataStream::id,  camera.model, "TLDataStream",       "StreamPort",
+            producerVersion, "Stream.xml", camera.transport.type};
 }
 
 /// What does not change while the stream is open.
@@ -48,7 +53,7 @@ Info ConstantInfo(const CameraModel &camera, STREAM_INFO_CMD command)
     case STREAM_INFO_DEFINES_PAYLOADSIZE:
         return Info::Bool(false);
     case STREAM_INFO_TLTYPE:
-        return Info::Text(transportType);
+        return Info::Text(camera.transport.type);
     case STREAM_INFO_NUM_CHUNKS_MAX:
         return Info::Size(camera.chunks.size());
     case STREAM_INFO_BUF_ANNOUNCE_MIN:
@@ -66,9 +71,9 @@ Info ConstantInfo(const CameraModel &camera, STREAM_INFO_CMD command)
 } // namespace
 
 DataStream::DataStream(HandleTable &handles, std::shared_ptr<Camera> camera)
-    : Module(handles,
-             {id, camera->Model().model, "TLDataStream", "StreamPort", producerVersion, "Stream.xml"},
-             FeatureLayout(StreamFeatures()), StreamDescription(), {EVENT_NEW_BUFFER, EVENT_ERROR}),
+    : Module(handles, IdentityOfStream(camera->Model()),
+             FeatureLayout(StreamFeatures(camera->Model().transport)),
+             StreamDescription(camera->Model().transport), {EVENT_NEW_BUFFER, EVENT_ERROR}),
       m_camera(std::move(camera)), m_mutex(std::make_shared<std::mutex>()), m_pool(m_mutex),
       m_thread(*m_camera, m_pool, m_mutex)
 {
@@ -158,7 +163,8 @@ void *DataStream::Announce(void *memory, size_t size, void *userPointer)
     {
         throw Error(GC_ERR_OUT_OF_MEMORY, "No memory for a buffer of that size");
     }
-    const auto buffer = std::make_shared<Buffer>(Handles(), this, memory, size, userPointer);
+    const auto buffer =
+        std::make_shared<Buffer>(Handles(), this, m_camera->Model().transport, memory, size, userPointer);
     const std::lock_guard control(m_control);
     {
         const std::lock_guard lock(*m_mutex);

@@ -8,38 +8,62 @@ namespace GenTL::simulator
 namespace
 {
 
-std::vector<Feature> DeviceModuleFeatures(const CameraModel &model)
+constexpr const char *deviceInformation = "DeviceInformation";
+
+std::vector<Feature> NetworkFeatures(const CameraModel &model)
 {
-    const char *const information = "DeviceInformation";
-    const char *const streams = "StreamEnumeration";
     return {
-        Text(information, "DeviceID", "Identifier of the device.", 64).Default(model.Id()).ReadOnly(),
-        Text(information, "DeviceVendorName", "Name of the manufacturer.", 32)
-            .Default(cameraVendor)
-            .ReadOnly(),
-        Text(information, "DeviceModelName", "Model of the camera.", 32).Default(model.model).ReadOnly(),
-        Text(information, "DeviceSerialNumber", "Serial number of the camera.", 32)
-            .Default(model.SerialNumber())
-            .ReadOnly(),
-        Text(information, "DeviceDisplayName", "Name to show to a user.", 64)
-            .Default(model.DisplayName())
-            .ReadOnly(),
-        Enumeration(information, "DeviceType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
-        Integer(information, "GevDeviceIPAddress", "Address of the camera.")
+        Integer(deviceInformation, "GevDeviceIPAddress", "Address of the camera.")
             .Default(model.ipAddress)
             .ReadOnly()
             .Representation("IPV4Address"),
-        Integer(information, "GevDeviceMACAddress", "Hardware address of the camera.")
+        Integer(deviceInformation, "GevDeviceMACAddress", "Hardware address of the camera.")
             .Length(8)
             .Default(model.MacAddress())
             .ReadOnly()
             .Representation("MACAddress"),
+    };
+}
+
+std::vector<Feature> StreamListFeatures()
+{
+    const char *const streams = "StreamEnumeration";
+    return {
         Integer(streams, "StreamSelector", "Stream that StreamID is about.").Range(0, 0),
         Text(streams, "StreamID", "Identifier of the stream.", 32)
             .Default(DataStream::id)
             .ReadOnly()
             .SelectedBy("StreamSelector"),
     };
+}
+
+std::vector<Feature> DeviceInformationFeatures(const CameraModel &model)
+{
+    return {
+        Text(deviceInformation, "DeviceID", "Identifier of the device.", 64).Default(model.Id()).ReadOnly(),
+        Text(deviceInformation, "DeviceVendorName", "Name of the manufacturer.", 32)
+            .Default(model.vendor)
+            .ReadOnly(),
+        Text(deviceInformation, "DeviceModelName", "Model of the camera.", 32)
+            .Default(model.model)
+            .ReadOnly(),
+        Text(deviceInformation, "DeviceSerialNumber", "Serial number of the camera.", 32)
+            .Default(model.SerialNumber())
+            .ReadOnly(),
+        Text(deviceInformation, "DeviceDisplayName", "Name to show to a user.", 64)
+            .Default(model.DisplayName())
+            .ReadOnly(),
+        Enumeration(deviceInformation, "DeviceType", "Transport layer type.",
+                    {{model.transport.featureName, 0}})
+            .ReadOnly(),
+    };
+}
+
+std::vector<Feature> DeviceModuleFeatures(const CameraModel &model)
+{
+    const bool isOnNetwork = model.ipAddress != 0;
+    return Joined({DeviceInformationFeatures(model),
+                   isOnNetwork ? NetworkFeatures(model) : std::vector<Feature>(), StreamListFeatures()});
 }
 
 std::string DescriptionOf(const CameraModel &model)
@@ -51,7 +75,8 @@ std::string DescriptionOf(const CameraModel &model)
 
 PortIdentity IdentityOf(const CameraModel &model)
 {
-    return {model.Id(), model.model, "TLDevice", "DevicePort", producerVersion, "Device.xml"};
+    return {model.Id(),      model.model,  "TLDevice",          "DevicePort",
+            producerVersion, "Device.xml", model.transport.type};
 }
 
 DEVICE_ACCESS_STATUS AccessStatus(const Device *open)
@@ -120,11 +145,11 @@ Info DeviceInfo(const CameraUnit &unit, const Device *open, DEVICE_INFO_CMD comm
     case DEVICE_INFO_ID:
         return Info::Text(model.Id());
     case DEVICE_INFO_VENDOR:
-        return Info::Text(cameraVendor);
+        return Info::Text(model.vendor);
     case DEVICE_INFO_MODEL:
         return Info::Text(model.model);
     case DEVICE_INFO_TLTYPE:
-        return Info::Text(transportType);
+        return Info::Text(model.transport.type);
     case DEVICE_INFO_DISPLAYNAME:
         return Info::Text(model.DisplayName());
     case DEVICE_INFO_ACCESS_STATUS:
@@ -136,7 +161,7 @@ Info DeviceInfo(const CameraUnit &unit, const Device *open, DEVICE_INFO_CMD comm
     case DEVICE_INFO_VERSION:
         return Info::Text(cameraVersion);
     case DEVICE_INFO_TIMESTAMP_FREQUENCY:
-        return Info::UInt64(1000000000);
+        return Info::UInt64(model.ticksPerSecond);
     default:
         UnknownCommand(command);
     }

@@ -2,6 +2,9 @@
 
 #include "simulator/features/description.h"
 
+#include <cstdlib>
+#include <string_view>
+
 namespace GenTL::simulator
 {
 
@@ -19,7 +22,8 @@ std::vector<Feature> InterfaceFeatures(const InterfaceModel &model)
         Text(information, "InterfaceDisplayName", "Name to show to a user.", 64)
             .Default(model.displayName)
             .ReadOnly(),
-        Enumeration(information, "InterfaceType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
+        Enumeration(information, "InterfaceType", "Transport layer type.", {{model.transport.featureName, 0}})
+            .ReadOnly(),
         Command(devices, "DeviceUpdateList", "Looks for devices."),
         Integer(devices, "DeviceCount", "Devices in the list.").ReadOnly().Volatile().VendorSpecific(),
         Integer(devices, "DeviceIndexMax", "Largest value of DeviceSelector.")
@@ -45,7 +49,8 @@ std::string Description(const InterfaceModel &model)
 
 PortIdentity Identity(const InterfaceModel &model)
 {
-    return {model.id, model.displayName, "TLInterface", "InterfacePort", producerVersion, "Interface.xml"};
+    return {model.id,        model.displayName, "TLInterface",       "InterfacePort",
+            producerVersion, "Interface.xml",   model.transport.type};
 }
 
 } // namespace
@@ -55,8 +60,22 @@ const std::vector<InterfaceModel> &InterfaceCatalog()
     static const std::vector<InterfaceModel> catalog = {
         {"SIM-GIGE-0", "Simulated GigE 0", 0x020000000001, 0xC0A80A01, 0xFFFFFF00, 0},
         {"SIM-GIGE-1", "Simulated GigE 1", 0x020000000002, 0xC0A80B01, 0xFFFFFF00, 0},
+        {"SIM-WIDE-GIGE", "Simulated GigE of the wide world", 0x020000000003, 0xC0A80C01, 0xFFFFFF00, 0},
+        {.id = "SIM-WIDE-USB", .displayName = "Simulated USB of the wide world", .transport = usb3Vision},
     };
     return catalog;
+}
+
+bool IsWide()
+{
+    const char *const wanted = std::getenv("QVR_SIM_WIDE");
+    return wanted != nullptr && std::string_view(wanted) == "1";
+}
+
+size_t NumInterfacesWanted()
+{
+    constexpr size_t interfacesOfTheWideWorld = 2;
+    return InterfaceCatalog().size() - (IsWide() ? 0 : interfacesOfTheWideWorld);
 }
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command)
@@ -68,7 +87,7 @@ Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command)
     case INTERFACE_INFO_DISPLAYNAME:
         return Info::Text(model.displayName);
     case INTERFACE_INFO_TLTYPE:
-        return Info::Text(transportType);
+        return Info::Text(model.transport.type);
     default:
         UnknownCommand(command);
     }
@@ -105,7 +124,7 @@ void Interface::ShowDevices()
     {
         const auto &model = m_cameras[static_cast<size_t>(i)]->Model();
         Features().SetText({"DeviceID", i}, model.Id());
-        Features().SetText({"DeviceVendorName", i}, cameraVendor);
+        Features().SetText({"DeviceVendorName", i}, model.vendor);
         Features().SetText({"DeviceModelName", i}, model.model);
         Features().SetText({"DeviceSerialNumber", i}, model.SerialNumber());
     }

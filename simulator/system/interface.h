@@ -5,18 +5,26 @@
 namespace GenTL::simulator
 {
 
-/// An interface, a network adapter that does not exist, as data.
+/// An interface, an adapter that does not exist, as data. Only a network adapter has addresses.
 struct InterfaceModel
 {
     std::string id;
     std::string displayName;
-    uint64_t macAddress;
-    uint32_t ipAddress;
-    uint32_t subnetMask;
-    uint32_t gateway;
+    uint64_t macAddress = 0;
+    uint32_t ipAddress = 0;
+    uint32_t subnetMask = 0;
+    uint32_t gateway = 0;
+    Transport transport = gigEVision;
 };
 
+/// All interfaces. Those of the wide world are the last.
 const std::vector<InterfaceModel> &InterfaceCatalog();
+
+/// Whether the environment asks for the interfaces of the wide world, by QVR_SIM_WIDE=1.
+bool IsWide();
+
+/// The interfaces of the catalogue, from the first, that the environment asks for.
+size_t NumInterfacesWanted();
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command);
 

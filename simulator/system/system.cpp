@@ -3,6 +3,8 @@
 #include "simulator/features/description.h"
 #include "simulator/own_path.h"
 
+#include <algorithm>
+
 namespace GenTL::simulator
 {
 
@@ -11,6 +13,33 @@ namespace
 
 constexpr const char *systemId = "QVR-SIMULATOR";
 constexpr const char *systemModel = "Simulated cameras";
+
+/// The TLType of the producer, as info and as feature.
+Transport TransportOfSystem()
+{
+    return IsWide() ? Transport{"Mixed", "Mixed", true} : gigEVision;
+}
+
+/// The entries of InterfaceType: the transports of the first `interfaces` of the catalogue, each once.
+std::vector<EnumEntry> InterfaceTypes(size_t interfaces)
+{
+    std::vector<EnumEntry> entries;
+    for (size_t i = 0; i < interfaces; ++i)
+    {
+        const std::string name = InterfaceCatalog()[i].transport.featureName;
+        if (std::ranges::find(entries, name, &EnumEntry::name) == entries.end())
+        {
+            entries.push_back({name, static_cast<int64_t>(entries.size())});
+        }
+    }
+    return entries;
+}
+
+int64_t InterfaceTypeOf(const InterfaceModel &model)
+{
+    const auto types = InterfaceTypes(InterfaceCatalog().size());
+    return std::ranges::find(types, std::string(model.transport.featureName), &EnumEntry::name)->value;
+}
 
 std::string FileName()
 {
@@ -32,7 +61,8 @@ std::vector<Feature> InformationFeatures()
         text("TLFileName", "File of the producer.", 64, FileName()),
         text("TLDisplayName", "Name to show to a user.", 64, systemModel),
         text("TLPath", "Path of the producer's file.", 512, OwnPath().string()),
-        Enumeration(category, "TLType", "Transport layer type.", {{"GigEVision", 0}}).ReadOnly(),
+        Enumeration(category, "TLType", "Transport layer type.", {{TransportOfSystem().featureName, 0}})
+            .ReadOnly(),
         number("GenTLVersionMajor", "Major version of GenTL.", 1),
         number("GenTLVersionMinor", "Minor version of GenTL.", 6),
         number("GenTLSFNCVersionMajor", "Major version of the naming convention.", 1),
@@ -59,7 +89,8 @@ std::vector<Feature> InterfaceListFeatures()
             .Range(0, ValueOf("InterfaceIndexMax")),
         selected(Text(category, "InterfaceID", "Identifier of the interface.", 128)),
         selected(Text(category, "InterfaceDisplayName", "Name to show to a user.", 128)),
-        selected(Enumeration(category, "InterfaceType", "Transport layer type.", {{"GigEVision", 0}})),
+        selected(Enumeration(category, "InterfaceType", "Transport layer type.",
+                             InterfaceTypes(NumInterfacesWanted()))),
         number("NetworkAdapterCount", "Network adapters of the interface.").VendorSpecific(),
         number("GevInterfaceMACAddress", "Hardware address.").Length(8).Representation("MACAddress"),
         number("GevInterfaceDefaultIPAddress", "Address.").Representation("IPV4Address"),
@@ -96,7 +127,7 @@ Info SystemInfo(TL_INFO_CMD command)
     case TL_INFO_VERSION:
         return Info::Text(producerVersion);
     case TL_INFO_TLTYPE:
-        return Info::Text(transportType);
+        return Info::Text(TransportOfSystem().type);
     case TL_INFO_NAME:
         return Info::Text(FileName());
     case TL_INFO_PATHNAME:
@@ -113,9 +144,11 @@ Info SystemInfo(TL_INFO_CMD command)
 }
 
 System::System(HandleTable &handles, std::vector<std::unique_ptr<CameraUnit>> &cameras)
-    : Module(handles, {systemId, systemModel, "TLSystem", "TLPort", producerVersion, "System.xml"},
+    : Module(handles,
+             {systemId, systemModel, "TLSystem", "TLPort", producerVersion, "System.xml",
+              TransportOfSystem().type},
              FeatureLayout(SystemFeatures()), Description(), {EVENT_ERROR, EVENT_MODULE}),
-      m_cameras(cameras), m_opened(InterfaceCatalog().size())
+      m_cameras(cameras), m_opened(NumInterfacesWanted())
 {
     Features().AfterWrite("InterfaceUpdateList", [this] { UpdateList(); });
 }
@@ -136,7 +169,7 @@ bool System::UpdateList()
 
 void System::ShowInterfaces()
 {
-    const auto count = static_cast<int64_t>(InterfaceCatalog().size());
+    const auto count = static_cast<int64_t>(m_opened.size());
     Features().SetInteger("InterfaceCount", count);
     Features().SetInteger("InterfaceIndexMax", count - 1);
     for (int64_t i = 0; i < count; ++i)
@@ -144,7 +177,7 @@ void System::ShowInterfaces()
         const auto &model = InterfaceCatalog()[static_cast<size_t>(i)];
         Features().SetText({"InterfaceID", i}, model.id);
         Features().SetText({"InterfaceDisplayName", i}, model.displayName);
-        Features().SetInteger({"InterfaceType", i}, 0);
+        Features().SetInteger({"InterfaceType", i}, InterfaceTypeOf(model));
         Features().SetInteger({"NetworkAdapterCount", i}, 1);
         Features().SetInteger({"GevInterfaceMACAddress", i}, static_cast<int64_t>(model.macAddress));
         Features().SetInteger({"GevInterfaceDefaultIPAddress", i}, model.ipAddress);

@@ -14,7 +14,6 @@ namespace GenTL::internal
 namespace
 {
 
-constexpr uint64_t waitForBufferMs = 10000;
 constexpr std::chrono::milliseconds callbackPause{50};
 
 /// Runs an action of the acquisition thread, logging whatever it throws.
@@ -38,8 +37,10 @@ void RunLogged(Action action)
 } // namespace
 
 AcquisitionWorker::AcquisitionWorker(std::unique_ptr<IProxyDataStream> proxyStream,
-                                     std::shared_ptr<IFrameProcessor> processor)
-    : m_proxyStream(std::move(proxyStream)), m_processor(std::move(processor))
+                                     std::shared_ptr<IFrameProcessor> processor,
+                                     std::unique_ptr<IFrameReader> reader, const StreamRules &rules)
+    : m_proxyStream(std::move(proxyStream)), m_processor(std::move(processor)), m_reader(std::move(reader)),
+      m_rules(rules)
 {
 }
 
@@ -64,14 +65,31 @@ void AcquisitionWorker::StartAcquisition(uint64_t iNumToAcquire)
     {
         throw GenTLException("Acquisition is already started!", GC_ERR_ERROR);
     }
-    m_processor->AcquisitionStarted();
-    m_proxyStream->AnnounceBuffers();
-    // Without a limit on the lower side, since frames that find no consumer buffer must not count.
-    m_proxyStream->StartAcquisition(GENTL_INFINITE);
+    try
+    {
+        StartLower();
+    }
+    catch (...)
+    {
+        if (m_rules.stopAlwaysSucceeds)
+        {
+            m_processor->AcquisitionStopped();
+            m_proxyStream->RevokeBuffers();
+        }
+        throw;
+    }
     JoinThread();
     Take(AcquisitionStep::Start);
     m_numToAcquire = iNumToAcquire;
     m_thread = std::jthread([this] { RunAcquisition(); });
+}
+
+void AcquisitionWorker::StartLower()
+{
+    m_processor->AcquisitionStarted();
+    m_proxyStream->AnnounceBuffers();
+    // Without a limit on the lower side, since frames that find no consumer buffer must not count.
+    m_proxyStream->StartAcquisition(GENTL_INFINITE);
 }
 
 void AcquisitionWorker::StopAcquisition()
@@ -79,6 +97,11 @@ void AcquisitionWorker::StopAcquisition()
     // Of two concurrent stops only one takes the step. Only this one may join the thread.
     if (!Take(AcquisitionStep::Stop))
     {
+        if (m_rules.stopAlwaysSucceeds)
+        {
+            // Here the caller makes one stop at a time, so only a thread that ends by itself can be left.
+            return JoinThread();
+        }
         throw GenTLException("Acquisition is already stopped!", GC_ERR_ERROR);
     }
     m_proxyStream->StopAcquisition();
@@ -97,7 +120,7 @@ void AcquisitionWorker::KillAcquisition()
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR("Failed to stop acquisition in proxy: {}", exception.what());
+        QVR_LOG_ERROR("Failed to stop acquisition in proxy: {}", exception.what());
     }
     try
     {
@@ -107,7 +130,7 @@ void AcquisitionWorker::KillAcquisition()
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_ERROR("Failed to revoke buffers in proxy: {}", exception.what());
+        QVR_LOG_ERROR("Failed to revoke buffers in proxy: {}", exception.what());
     }
     JoinThread();
     m_processor->AcquisitionStopped();
@@ -164,7 +187,9 @@ std::optional<uint64_t> AcquisitionWorker::GetDroppedFrameCount()
 
 void AcquisitionWorker::RunAcquisition()
 {
-    FrameTransfer transfer(*m_processor, m_bufferSource, m_bufferSink, m_numToAcquire);
+    m_lastWaitFailure = GC_ERR_SUCCESS;
+    m_reader->Begin();
+    FrameTransfer transfer(*m_reader, *m_processor, m_bufferSource, m_bufferSink, m_numToAcquire, m_rules);
     while (IsRunning() && !transfer.IsComplete())
     {
         if (!WaitForCallbacks())
@@ -172,7 +197,7 @@ void AcquisitionWorker::RunAcquisition()
             break;
         }
         bool goesOn = true;
-        RunLogged([&] { goesOn = RunPass(transfer); });
+        RunLogged([&] { goesOn = m_rules.logsTimeouts ? RunPass(transfer) : RunQuietPass(transfer); });
         if (!goesOn)
         {
             return;
@@ -207,7 +232,7 @@ bool AcquisitionWorker::WaitForCallbacks()
 /// Handles one lower buffer. False after a kill: from then on the thread must touch nothing.
 bool AcquisitionWorker::RunPass(FrameTransfer &transfer)
 {
-    const auto lower = m_proxyStream->WaitForBuffer(waitForBufferMs);
+    const auto lower = m_proxyStream->WaitForBuffer(m_rules.waitMs);
     const utils::MutexLock frame(m_frameMutex);
     if (IsKilled(m_state))
     {
@@ -221,7 +246,37 @@ bool AcquisitionWorker::RunPass(FrameTransfer &transfer)
     return true;
 }
 
-// Leaves the processor frozen and the thread joinable until the next start, or the end of the worker.
+bool AcquisitionWorker::RunQuietPass(FrameTransfer &transfer)
+{
+    try
+    {
+        return RunPass(transfer);
+    }
+    catch (const GenTLException &failure)
+    {
+        EndWait(failure);
+        return true;
+    }
+}
+
+/// A wait that ended without a buffer. Only an unusual end is logged, once in a row.
+void AcquisitionWorker::EndWait(const GenTLException &failure)
+{
+    const auto code = failure.Code();
+    if (code == GC_ERR_TIMEOUT || code == GC_ERR_ABORT)
+    {
+        return;
+    }
+    if (std::exchange(m_lastWaitFailure, code) != code)
+    {
+        QVR_LOG_ERROR_FOR(acquisitionThreadFunction, std::string_view(failure.what()));
+    }
+    // A device that is gone fails each wait at once.
+    std::this_thread::sleep_for(std::chrono::milliseconds(m_rules.failurePauseMs));
+}
+
+// Leaves the thread joinable until the next start, or the end of the worker; the processor, too, stays frozen
+// unless a stop of the consumer, which may follow, always succeeds.
 void AcquisitionWorker::FinishLimitedAcquisition()
 {
     Take(AcquisitionStep::LastFrame);
@@ -230,6 +285,10 @@ void AcquisitionWorker::FinishLimitedAcquisition()
         {
             m_proxyStream->StopAcquisition();
             m_proxyStream->RevokeBuffers();
+            if (m_rules.stopAlwaysSucceeds)
+            {
+                m_processor->AcquisitionStopped();
+            }
         });
 }
 

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "datastream/acquisition_state.h"
+#include "datastream/brief_frame_reader.h"
 #include "datastream/i_acquisition_worker.h"
 #include "datastream/i_proxy_datastream.h"
 #include "processing/i_frame_processor.h"
+#include "profile/profile.h"
+#include "utils/gentl_exception.h"
 #include "utils/mutex.h"
 
 #include <atomic>
@@ -38,14 +41,17 @@ class AcquisitionWorker final : public IAcquisitionWorker
 {
 public:
     AcquisitionWorker(std::unique_ptr<IProxyDataStream> proxyStream,
-                      std::shared_ptr<IFrameProcessor> processor);
+                      std::shared_ptr<IFrameProcessor> processor,
+                      std::unique_ptr<IFrameReader> reader = std::make_unique<BriefFrameReader>(),
+                      const StreamRules &rules = {});
     ~AcquisitionWorker() override;
 
     /// @throws GenTLException GC_ERR_ERROR without callbacks or while running; the failure of the lower
     /// stream, after which nothing runs
     void StartAcquisition(uint64_t iNumToAcquire) override;
-    /// @throws GenTLException "Acquisition is already stopped!"; the failure of the lower stop, after which
-    /// the thread goes on until its wait ends
+    /// With StreamRules::stopAlwaysSucceeds, an acquisition that is about to end by itself is waited for.
+    /// @throws otherwise GenTLException "Acquisition is already stopped!"; the failure of the lower stop,
+    /// after which the thread goes on until its wait ends
     void StopAcquisition() override;
     void KillAcquisition() override;
     bool IsRunning() const override;
@@ -59,18 +65,24 @@ private:
     void RunAcquisition();
     bool WaitForCallbacks();
     bool RunPass(FrameTransfer &transfer);
+    bool RunQuietPass(FrameTransfer &transfer);
+    void EndWait(const GenTLException &failure);
+    void StartLower();
     void FinishLimitedAcquisition();
     void Requeue(const ProxyBuffer &lower) noexcept;
     void JoinThread();
 
     std::unique_ptr<IProxyDataStream> m_proxyStream;
     std::shared_ptr<IFrameProcessor> m_processor;
+    std::unique_ptr<IFrameReader> m_reader;
+    StreamRules m_rules;
     std::jthread m_thread;
     /// Held while a frame is in process, whose memory a kill would revoke. Held over calls into the lower
     /// producer and the vision library. Neither calls anything of ours, so neither waits for this mutex.
     utils::Mutex m_frameMutex;
     std::atomic<AcquisitionState> m_state = AcquisitionState::Idle;
     uint64_t m_numToAcquire = 0;
+    GC_ERROR m_lastWaitFailure = GC_ERR_SUCCESS; ///< for the log; used by the thread alone
     BufferSource m_bufferSource;
     BufferSink m_bufferSink;
     std::function<void()> m_finished;

@@ -106,4 +106,21 @@ size_t AnnouncedBuffers::CountIn(std::initializer_list<BufferState> states)
     return static_cast<size_t>(std::ranges::count_if(Copy(), isCounted));
 }
 
+void ForEachIn(BufferState state, const AnnouncedBuffers::Buffers &buffers,
+               const std::function<void(Buffer &)> &action)
+{
+    for (const auto &buffer : buffers)
+    {
+        if (buffer->GetState() == state)
+        {
+            action(*buffer);
+        }
+    }
+}
+
+void MoveBuffers(const AnnouncedBuffers::Buffers &buffers, BufferState from, BufferState to)
+{
+    ForEachIn(from, buffers, [to](Buffer &buffer) { buffer.SetState(to); });
+}
+
 } // namespace GenTL::internal

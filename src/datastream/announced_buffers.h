@@ -61,4 +61,9 @@ private:
     std::atomic<size_t> m_numAnnounced = 0; ///< length of m_buffers, for reading without the lock
 };
 
+/// Calls action(Buffer &) for each buffer in a state.
+void ForEachIn(BufferState state, const AnnouncedBuffers::Buffers &buffers,
+               const std::function<void(Buffer &)> &action);
+void MoveBuffers(const AnnouncedBuffers::Buffers &buffers, BufferState from, BufferState to);
+
 } // namespace GenTL::internal

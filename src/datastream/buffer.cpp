@@ -47,13 +47,14 @@ void AnswerStacked(Entry *pInfoStacked, size_t iNumInfos, Query query)
 
 } // namespace
 
-Buffer::Buffer(ILibrary &library, void *memory, size_t size, void *userPointer)
-    : m_library(&library), m_base(memory), m_size(size), m_userPointer(userPointer)
+Buffer::Buffer(ILibrary &library, void *memory, size_t size, void *userPointer, const BufferAnswers &answers)
+    : m_library(&library), m_base(memory), m_size(size), m_userPointer(userPointer), m_answers(answers)
 {
 }
 
-Buffer::Buffer(ILibrary &library, size_t size, void *userPointer)
-    : m_library(&library), m_base(nullptr), m_size(size), m_userPointer(userPointer), m_ownMemory(size)
+Buffer::Buffer(ILibrary &library, size_t size, void *userPointer, const BufferAnswers &answers)
+    : m_library(&library), m_base(nullptr), m_size(size), m_userPointer(userPointer), m_answers(answers),
+      m_ownMemory(size)
 {
     if (!m_ownMemory.empty())
     {
@@ -80,6 +81,16 @@ void Buffer::SetResult(bool complete, size_t sizeFilled, bool newData)
         m_frame.sizeFilled = sizeFilled;
     }
     m_newData = newData;
+}
+
+void Buffer::SetFrame(bool complete, FrameDescription &&frame)
+{
+    m_complete = complete;
+    {
+        const utils::MutexLock lock(m_descriptionMutex);
+        m_frame = std::move(frame);
+    }
+    m_newData = true;
 }
 
 BufferMetadata Buffer::GetMetadata() const
@@ -121,7 +132,8 @@ void Buffer::DSGetBufferInfo(BUFFER_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, vo
                                            .userPointer = m_userPointer,
                                            .complete = m_complete,
                                            .newData = m_newData,
-                                           .state = m_state});
+                                           .state = m_state,
+                                           .passesLowerValues = m_answers.passesLowerValues});
     };
     utils::WriteInfo(answer(), piType, pBuffer, piSize);
 }
@@ -145,6 +157,10 @@ void Buffer::DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumCh
 uint32_t Buffer::DSGetNumBufferParts() const
 {
     const utils::MutexLock lock(m_descriptionMutex);
+    if (m_frame.parts.empty() && m_answers.partsOfSingleImage == PartsAnswer::NoData)
+    {
+        throw GenTLException("The buffer has a single image", GC_ERR_NO_DATA);
+    }
     return static_cast<uint32_t>(m_frame.parts.size());
 }
 
@@ -158,7 +174,8 @@ void Buffer::DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfo
         throw GenTLException("No Parts in the buffer", GC_ERR_NO_DATA);
     }
     utils::CheckIndex(iPartIndex, m_frame.parts.size());
-    utils::WriteInfo(AnswerPartInfo(iInfoCmd, m_frame.parts[iPartIndex]), piType, pBuffer, piSize);
+    utils::WriteInfo(AnswerPartInfo(iInfoCmd, m_frame.parts[iPartIndex], m_answers.passesLowerValues), piType,
+                     pBuffer, piSize);
 }
 
 void Buffer::DSGetBufferInfoStacked(DS_BUFFER_INFO_STACKED *pInfoStacked, size_t iNumInfos) const

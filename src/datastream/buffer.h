@@ -2,6 +2,7 @@
 
 #include "datastream/buffer_info.h"
 #include "datastream/port_without_registers.h"
+#include "profile/profile.h"
 #include "utils/mutex.h"
 
 #include <atomic>
@@ -46,9 +47,10 @@ class Buffer final : public PortWithoutRegisters
 {
 public:
     /// Uses memory of the consumer, which must outlive the buffer.
-    Buffer(ILibrary &library, void *memory, size_t size, void *userPointer);
+    Buffer(ILibrary &library, void *memory, size_t size, void *userPointer,
+           const BufferAnswers &answers = {});
     /// Allocates its memory, filled with zeros.
-    Buffer(ILibrary &library, size_t size, void *userPointer);
+    Buffer(ILibrary &library, size_t size, void *userPointer, const BufferAnswers &answers = {});
 
     BufferState GetState() const { return m_state; }
     size_t GetSize() const { return m_size; }
@@ -61,6 +63,8 @@ public:
     /// A move to Input clears the flags of the last frame: complete and new data.
     void SetState(BufferState state);
     void SetResult(bool complete, size_t sizeFilled, bool newData);
+    /// Replaces all that describes the last frame.
+    void SetFrame(bool complete, FrameDescription &&frame);
     void SetMetadata(const BufferMetadata &metadata);
     void SetParts(std::vector<BufferPartInfo> &&parts);
     void SetChunks(const std::vector<ChunkEntry> &chunks, size_t chunkPayloadSize, uint64_t chunkLayoutId);
@@ -71,7 +75,8 @@ public:
                          size_t *piSize) const;
     /// @throws GenTLException GC_ERR_NO_DATA without chunks, even when an argument is null
     void DSGetBufferChunkData(SINGLE_CHUNK_DATA *pChunkData, size_t *piNumChunks) const;
-    /// The number of parts, 0 for a single image.
+    /// The number of parts; a single image has none.
+    /// @throws GenTLException GC_ERR_NO_DATA for a single image, with PartsAnswer::NoData
     uint32_t DSGetNumBufferParts() const;
     void DSGetBufferPartInfo(uint32_t iPartIndex, BUFFER_PART_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                              void *pBuffer, size_t *piSize) const;
@@ -87,6 +92,7 @@ private:
     void *m_base;
     size_t m_size;
     void *m_userPointer;
+    BufferAnswers m_answers;
     std::vector<uint8_t> m_ownMemory; ///< empty for consumer memory
     std::atomic<bool> m_complete = false;
     std::atomic<bool> m_newData = false;

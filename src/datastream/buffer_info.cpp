@@ -112,6 +112,75 @@ constexpr std::array knownQueries{
     KnownQuery{BUFFER_INFO_IS_COMPOSITE, Needs::Frame, [](Facts) { return Info::Bool(false); }},
 };
 
+Answer PassedNamespace(const std::optional<uint64_t> &format, const std::optional<uint64_t> &numbering)
+{
+    // Old producers know the format and not its namespace.
+    return format ? Answer(Info::Uint64(numbering.value_or(PIXELFORMAT_NAMESPACE_PFNC_32BIT))) : Answer();
+}
+
+Answer PassedFileName(Facts buffer)
+{
+    const auto &name = buffer.frame.metadata.fileName;
+    return name ? Answer(Info::Text(*name)) : Answer();
+}
+
+/// The commands that are answered with values of the lower producer, instead of those above.
+constexpr std::array passedQueries{
+    KnownQuery{BUFFER_INFO_XPADDING, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.xPadding, Info::Size); }},
+    KnownQuery{BUFFER_INFO_YPADDING, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.yPadding, Info::Size); }},
+    KnownQuery{BUFFER_INFO_IMAGEOFFSET, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.imageOffset, Info::Size); }},
+    KnownQuery{BUFFER_INFO_IMAGEPRESENT, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.isImagePresent, Info::Bool); }},
+    KnownQuery{BUFFER_INFO_PAYLOADTYPE, Needs::Nothing,
+               [](Facts b)
+               {
+                   const auto &type = b.frame.metadata.payloadType;
+                   return type ? Info::Size(*type) : PayloadTypeOf(b.frame);
+               }},
+    KnownQuery{BUFFER_INFO_PIXELFORMAT_NAMESPACE, Needs::Frame,
+               [](Facts b) {
+                   return PassedNamespace(b.frame.metadata.pixelFormat,
+                                          b.frame.metadata.pixelFormatNamespace);
+               }},
+    KnownQuery{BUFFER_INFO_DELIVERED_IMAGEHEIGHT, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.deliveredImageHeight, Info::Size); }},
+    KnownQuery{BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.chunkPayloadSize, Info::Size); }},
+    KnownQuery{BUFFER_INFO_CHUNKLAYOUTID, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.chunkLayoutId, Info::Uint64); }},
+    KnownQuery{BUFFER_INFO_FILENAME, Needs::Frame, [](Facts b) { return PassedFileName(b); }},
+    KnownQuery{BUFFER_INFO_PIXEL_ENDIANNESS, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.pixelEndianness, Info::Int32); }},
+    KnownQuery{BUFFER_INFO_DATA_SIZE, Needs::Frame, [](Facts b) { return Info::Size(b.frame.dataSize); }},
+    KnownQuery{BUFFER_INFO_TIMESTAMP_NS, Needs::Frame,
+               [](Facts b) { return Told(b.frame.metadata.timestampNs, Info::Uint64); }},
+    KnownQuery{BUFFER_INFO_DATA_LARGER_THAN_BUFFER, Needs::Frame,
+               [](Facts b) { return Info::Bool(b.frame.isLargerThanBuffer); }},
+    KnownQuery{BUFFER_INFO_CONTAINS_CHUNKDATA, Needs::Nothing,
+               [](Facts b) {
+                   return Info::Bool(b.newData &&
+                                     b.frame.metadata.hasChunks.value_or(!b.frame.chunks.empty()));
+               }},
+};
+
+/// Null for a command that is not in the lists of queries.
+const KnownQuery *FindQuery(BUFFER_INFO_CMD command, bool passesLowerValues)
+{
+    if (passesLowerValues)
+    {
+        const auto *const passed = std::ranges::find(passedQueries, command, &KnownQuery::command);
+        if (passed != passedQueries.end())
+        {
+            return passed;
+        }
+    }
+    const auto *const known = std::ranges::find(knownQueries, command, &KnownQuery::command);
+    return known != knownQueries.end() ? known : nullptr;
+}
+
 [[noreturn]] void ThrowNotAvailable(int32_t command)
 {
     throw GenTLException(fmt::format("The information {} is currently not available.", command),
@@ -128,12 +197,36 @@ T Available(const std::optional<T> &value, int32_t command)
     return *value;
 }
 
+/// What a part that was read in full tells of itself beyond the others.
+Answer PassedPartInfo(BUFFER_PART_INFO_CMD command, const BufferPartInfo &part)
+{
+    switch (command)
+    {
+    case BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE:
+        return PassedNamespace(part.format, part.formatNamespace);
+    case BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT:
+        return Told(part.deliveredImageHeight, Info::Size);
+    case BUFFER_PART_INFO_XOFFSET:
+        return Told(part.xOffset, Info::Size);
+    case BUFFER_PART_INFO_YOFFSET:
+        return Told(part.yOffset, Info::Size);
+    case BUFFER_PART_INFO_XPADDING:
+        return Told(part.xPadding, Info::Size);
+    case BUFFER_PART_INFO_REGION_ID:
+        return Told(part.regionId, Info::Uint64);
+    case BUFFER_PART_INFO_DATA_PURPOSE_ID:
+        return Told(part.purposeId, Info::Uint64);
+    default:
+        return AnswerPartInfo(command, part);
+    }
+}
+
 } // namespace
 
 utils::Info AnswerBufferInfo(BUFFER_INFO_CMD command, const BufferFacts &facts)
 {
-    const auto *const query = std::ranges::find(knownQueries, command, &KnownQuery::command);
-    if (query == knownQueries.end())
+    const auto *const query = FindQuery(command, facts.passesLowerValues);
+    if (query == nullptr)
     {
         throw GenTLException(fmt::format("Info command {} not implemented.", command),
                              GC_ERR_NOT_IMPLEMENTED);
@@ -145,8 +238,12 @@ utils::Info AnswerBufferInfo(BUFFER_INFO_CMD command, const BufferFacts &facts)
     return Available(query->answer(facts), command);
 }
 
-utils::Info AnswerPartInfo(BUFFER_PART_INFO_CMD command, const BufferPartInfo &part)
+utils::Info AnswerPartInfo(BUFFER_PART_INFO_CMD command, const BufferPartInfo &part, bool passesLowerValues)
 {
+    if (passesLowerValues)
+    {
+        return Available(PassedPartInfo(command, part), command);
+    }
     switch (command)
     {
     case BUFFER_PART_INFO_BASE:

@@ -16,6 +16,8 @@ enum class BufferState : int32_t;
 struct FrameDescription
 {
     size_t sizeFilled = 0;
+    size_t dataSize = 0; ///< of the whole frame, bytes; known of a frame that was read in full
+    bool isLargerThanBuffer = false;
     BufferMetadata metadata;
     std::vector<BufferPartInfo> parts; ///< empty for a single image
     uint64_t chunkLayoutId = 0;
@@ -34,6 +36,7 @@ struct BufferFacts
     bool complete;
     bool newData; ///< when false, all commands that describe the frame fail with GC_ERR_NOT_AVAILABLE
     BufferState state;
+    bool passesLowerValues = false; ///< as in BufferAnswers
 };
 
 /// @throws GenTLException GC_ERR_NOT_IMPLEMENTED for a command that is not in the list of queries;
@@ -42,6 +45,8 @@ utils::Info AnswerBufferInfo(BUFFER_INFO_CMD command, const BufferFacts &facts);
 
 /// @throws GenTLException GC_ERR_NOT_IMPLEMENTED for an unknown command; GC_ERR_NOT_AVAILABLE for a value
 /// that the part lacks
-utils::Info AnswerPartInfo(BUFFER_PART_INFO_CMD command, const BufferPartInfo &part);
+/// @param passesLowerValues as in BufferAnswers
+utils::Info AnswerPartInfo(BUFFER_PART_INFO_CMD command, const BufferPartInfo &part,
+                           bool passesLowerValues = false);
 
 } // namespace GenTL::internal

@@ -2,6 +2,7 @@
 
 #include "datastream/buffer.h"
 #include "datastream/datastream_features.h"
+#include "datastream/event_output.h"
 #include "instance_manager.h"
 #include "nodemap/descriptions.h"
 #include "port/i_library.h"
@@ -20,26 +21,6 @@ namespace GenTL::internal
 namespace
 {
 
-constexpr std::string_view streamId = "Stream1";
-constexpr size_t minimumBuffers = 2;
-
-template <typename Action>
-void ForEachIn(BufferState state, const AnnouncedBuffers::Buffers &buffers, Action action)
-{
-    for (const auto &buffer : buffers)
-    {
-        if (buffer->GetState() == state)
-        {
-            action(buffer);
-        }
-    }
-}
-
-void MoveBuffers(const AnnouncedBuffers::Buffers &buffers, BufferState from, BufferState to)
-{
-    ForEachIn(from, buffers, [to](const auto &buffer) { buffer->SetState(to); });
-}
-
 [[noreturn]] void ThrowNotImplemented(STREAM_INFO_CMD command)
 {
     switch (command)
@@ -55,13 +36,19 @@ void MoveBuffers(const AnnouncedBuffers::Buffers &buffers, BufferState from, Buf
 
 } // namespace
 
-Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> worker, DEV_HANDLE parentHandle)
+Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> worker, DEV_HANDLE parentHandle,
+                       StreamSetup setup)
     : m_library(library),
       m_nodeMap(std::make_shared<nodemap::NodeMap>("StreamPort", library.GetTLType(), ModuleType::DataStream,
                                                    nodemap::DataStreamDescription(), this,
-                                                   DatastreamFeatures())),
-      m_parentHandle(parentHandle), m_buffers(library), m_output(library), m_worker(std::move(worker))
+                                                   DatastreamFeatures(), library.GetProfile().identity)),
+      m_parentHandle(parentHandle), m_buffers(library), m_rules(setup.rules), m_bufferAnswers(setup.buffers),
+      m_lower(std::move(setup.lower)), m_output(std::move(setup.output)), m_worker(std::move(worker))
 {
+    if (!m_output)
+    {
+        m_output = std::make_unique<EventOutput>(library);
+    }
     m_worker->SetBufferCallbacks([this] { return PopFreeInputBuffer(); },
                                  [this](const std::shared_ptr<Buffer> &buffer) { PushBuffer(buffer); });
     m_worker->SetFinishedCallback([this] { m_isGrabbing = false; });
@@ -84,6 +71,7 @@ Datastream::~Datastream()
                 m_worker->KillAcquisition();
                 m_isGrabbing = false;
             }
+            m_buffers.Visit([this](const auto &buffers) { m_output->End(buffers); });
             for (const auto &buffer : m_buffers.Copy())
             {
                 if (auto *const handle = HandleOf(m_library, *buffer))
@@ -91,7 +79,7 @@ Datastream::~Datastream()
                     DSRevokeBuffer(handle, nullptr, nullptr);
                 }
             }
-            m_output.RemoveEvent();
+            m_output->RemoveEvent();
         });
 }
 
@@ -99,14 +87,15 @@ void Datastream::DSAllocAndAnnounceBuffer(size_t iBufferSize, void *pPrivate, BU
 {
     utils::CheckNotNull("phBuffer", phBuffer);
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    *phBuffer = m_buffers.Add(std::make_shared<Buffer>(m_library, iBufferSize, pPrivate));
+    *phBuffer = m_buffers.Add(std::make_shared<Buffer>(m_library, iBufferSize, pPrivate, m_bufferAnswers));
 }
 
 void Datastream::DSAnnounceBuffer(void *pBuffer, size_t iBufferSize, void *pPrivate, BUFFER_HANDLE *phBuffer)
 {
     utils::CheckNotNull({{"phBuffer", phBuffer}, {"pBuffer", pBuffer}});
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    *phBuffer = m_buffers.Add(std::make_shared<Buffer>(m_library, pBuffer, iBufferSize, pPrivate));
+    *phBuffer =
+        m_buffers.Add(std::make_shared<Buffer>(m_library, pBuffer, iBufferSize, pPrivate, m_bufferAnswers));
 }
 
 void Datastream::DSGetBufferID(uint32_t iIndex, BUFFER_HANDLE *phBuffer)
@@ -121,7 +110,7 @@ void Datastream::QueueBuffer(BUFFER_HANDLE hBuffer)
     if (!buffer)
     {
         const auto text = fmt::format("Buffer handle {} invalid!", hBuffer);
-        SPDLOG_WARN(text);
+        QVR_LOG_WARN(text);
         throw GenTLException(text, GC_ERR_INVALID_HANDLE);
     }
     if (buffer->GetState() != BufferState::Announced)
@@ -133,7 +122,8 @@ void Datastream::QueueBuffer(BUFFER_HANDLE hBuffer)
 
 void Datastream::DSRevokeBuffer(BUFFER_HANDLE hBuffer, void **ppBuffer, void **ppPrivate)
 {
-    const auto buffer = m_buffers.Remove(hBuffer, m_isGrabbing ? minimumBuffers : 0);
+    const auto buffer =
+        m_buffers.Remove(hBuffer, m_isGrabbing && m_rules.keepsMinimum ? m_rules.minimumBuffers : 0);
     if (ppBuffer != nullptr)
     {
         *ppBuffer = buffer->OwnsMemory() ? nullptr : buffer->GetBase();
@@ -146,39 +136,19 @@ void Datastream::DSRevokeBuffer(BUFFER_HANDLE hBuffer, void **ppBuffer, void **p
 
 void Datastream::DSFlushQueue(ACQ_QUEUE_TYPE iOperation)
 {
-    using enum BufferState;
-    m_buffers.Visit(
-        [&](const AnnouncedBuffers::Buffers &buffers)
-        {
-            switch (iOperation)
-            {
-            case ACQ_QUEUE_INPUT_TO_OUTPUT:
-                return ForEachIn(Input, buffers, [this](const auto &buffer) { PushBuffer(buffer); });
-            case ACQ_QUEUE_OUTPUT_DISCARD:
-                MoveBuffers(buffers, Output, Announced);
-                return m_output.Flush();
-            case ACQ_QUEUE_ALL_TO_INPUT:
-                std::ranges::for_each(buffers, [](const auto &buffer) { buffer->SetState(Input); });
-                // C-17: moves the buffers of the event's queue on to Announced.
-                return m_output.Flush();
-            case ACQ_QUEUE_UNQUEUED_TO_INPUT:
-                return MoveBuffers(buffers, Announced, Input);
-            case ACQ_QUEUE_ALL_DISCARD:
-                MoveBuffers(buffers, Output, Announced);
-                m_output.Flush();
-                MoveBuffers(buffers, Input, Announced);
-                return MoveBuffers(buffers, Filling, Announced);
-            default:
-                throw GenTLException(fmt::format("Flush mode {} not implemented", iOperation),
-                                     GC_ERR_NOT_IMPLEMENTED);
-            }
-        });
+    m_buffers.Visit([&](const AnnouncedBuffers::Buffers &buffers) { m_output->Flush(iOperation, buffers); });
+    m_output->FinishFlush();
 }
 
 void Datastream::DSGetInfo(STREAM_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
     utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
     utils::WriteInfo(Answer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+size_t Datastream::MaxChunks() const
+{
+    return m_lower.maxChunks ? m_lower.maxChunks().value_or(0) : 0;
 }
 
 utils::Info Datastream::Answer(STREAM_INFO_CMD command)
@@ -189,7 +159,7 @@ utils::Info Datastream::Answer(STREAM_INFO_CMD command)
     case STREAM_INFO_ID:
         return Info::Text(streamId);
     case STREAM_INFO_NUM_DELIVERED:
-        return Info::Uint64(m_output.DeliveredCount());
+        return Info::Uint64(m_output->DeliveredCount());
     case STREAM_INFO_NUM_UNDERRUN:
         return Info::Uint64(m_numLost);
     case STREAM_INFO_NUM_ANNOUNCED:
@@ -209,9 +179,9 @@ utils::Info Datastream::Answer(STREAM_INFO_CMD command)
     case STREAM_INFO_TLTYPE:
         return Info::Text(m_library.GetTLType());
     case STREAM_INFO_NUM_CHUNKS_MAX:
-        return Info::Size(0);
+        return Info::Size(MaxChunks());
     case STREAM_INFO_BUF_ANNOUNCE_MIN:
-        return Info::Size(minimumBuffers);
+        return Info::Size(m_rules.minimumBuffers);
     case STREAM_INFO_BUF_ALIGNMENT:
         return Info::Size(1);
     default:
@@ -226,7 +196,7 @@ void Datastream::DSStartAcquisition(ACQ_START_FLAGS iStartFlags, uint64_t iNumTo
         throw GenTLException("Start flag not implemented!", GC_ERR_NOT_IMPLEMENTED);
     }
     utils::CheckNotZero("iNumToAcquire", iNumToAcquire);
-    if (m_buffers.Size() < minimumBuffers)
+    if (m_buffers.Size() < m_rules.minimumBuffers)
     {
         throw GenTLException("Not enough buffers announced!", GC_ERR_INVALID_BUFFER);
     }
@@ -247,9 +217,7 @@ void Datastream::DSStartAcquisition(ACQ_START_FLAGS iStartFlags, uint64_t iNumTo
         m_isGrabbing = false;
         throw;
     }
-    m_output.ResetDeliveredCount();
-    m_numPushed = 0;
-    m_numIncomplete = 0;
+    m_output->ResetCounts();
 }
 
 void Datastream::DSStopAcquisition(ACQ_STOP_FLAGS iStopFlags)
@@ -258,44 +226,41 @@ void Datastream::DSStopAcquisition(ACQ_STOP_FLAGS iStopFlags)
     {
         throw GenTLException("Stop flag not implemented!", GC_ERR_NOT_IMPLEMENTED);
     }
+    if (m_rules.stopAlwaysSucceeds)
+    {
+        const utils::MutexLock guard(m_stopMutex);
+        return m_isGrabbing ? Stop(iStopFlags) : void();
+    }
     if (!m_isGrabbing)
     {
         throw GenTLException("Acquisition is not running!", GC_ERR_RESOURCE_IN_USE);
     }
+    Stop(iStopFlags);
+}
+
+void Datastream::Stop(ACQ_STOP_FLAGS flags)
+{
     m_worker->StopAcquisition();
     m_isGrabbing = false;
     m_buffers.Visit(
         [&](const AnnouncedBuffers::Buffers &buffers)
         {
-            if (iStopFlags != ACQ_STOP_FLAGS_KILL)
+            if (flags != ACQ_STOP_FLAGS_KILL)
             {
                 return MoveBuffers(buffers, BufferState::Filling, BufferState::Input);
             }
             ForEachIn(BufferState::Filling, buffers,
-                      [this](const auto &buffer)
+                      [this](Buffer &buffer)
                       {
-                          buffer->SetResult(false, 0, true);
-                          PushBuffer(buffer);
+                          buffer.SetResult(false, 0, true);
+                          m_output->Complete(buffer);
                       });
         });
 }
 
 void Datastream::PushBuffer(const std::shared_ptr<Buffer> &buffer)
 {
-    const auto state = buffer->GetState();
-    if (state != BufferState::Input && state != BufferState::Filling)
-    {
-        constexpr auto text = "Cannot push a buffer that is not in the input or filling state!";
-        SPDLOG_ERROR(text);
-        throw std::runtime_error(text);
-    }
-    buffer->SetState(BufferState::Output);
-    ++m_numPushed;
-    if (!buffer->IsComplete())
-    {
-        ++m_numIncomplete;
-    }
-    m_output.Push(*buffer);
+    m_output->Complete(*buffer);
 }
 
 std::shared_ptr<Buffer> Datastream::PopFreeInputBuffer()
@@ -303,12 +268,40 @@ std::shared_ptr<Buffer> Datastream::PopFreeInputBuffer()
     if (!m_isGrabbing)
     {
         constexpr auto text = "The acquisition is not started!";
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw std::runtime_error(text);
     }
     auto buffer = m_buffers.TakeFree();
     ++(buffer ? m_numStarted : m_numLost);
     return buffer;
+}
+
+void Datastream::RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
+{
+    if (iEventID == EVENT_NEW_BUFFER || m_lower.events == nullptr)
+    {
+        return m_output->RegisterEvent(iEventID, phEvent);
+    }
+    utils::CheckNotNull("phEvent", phEvent);
+    try
+    {
+        m_lower.events->RegisterEvent(iEventID, phEvent);
+    }
+    catch (const GenTLException &exception)
+    {
+        // Lower producers say in many ways that they have no such event, and consumers go on after this one.
+        const bool isRegistered = exception.Code() == GC_ERR_RESOURCE_IN_USE;
+        throw GenTLException(exception.what(), isRegistered ? exception.Code() : GC_ERR_NOT_IMPLEMENTED);
+    }
+}
+
+void Datastream::UnregisterEvent(EVENT_TYPE iEventID)
+{
+    if (iEventID == EVENT_NEW_BUFFER || m_lower.events == nullptr)
+    {
+        return m_output->UnregisterEvent(iEventID);
+    }
+    m_lower.events->UnregisterEvent(iEventID);
 }
 
 uint64_t Datastream::GetDroppedFrameCount()

@@ -1,7 +1,6 @@
 #include "datastream/frame_transfer.h"
 
 #include "datastream/buffer.h"
-#include "datastream/lower_frame.h"
 #include "datastream/proxy_buffer.h"
 #include "utils/at_end.h"
 #include "utils/log.h"
@@ -12,13 +11,41 @@
 namespace GenTL::internal
 {
 
-FrameTransfer::FrameTransfer(IFrameProcessor &processor, const BufferSource &source, const BufferSink &sink,
-                             uint64_t numToAcquire)
-    : m_processor(processor), m_bufferSource(source), m_bufferSink(sink), m_remaining(numToAcquire)
+namespace
+{
+
+/// Failures whose texts differ in each frame are not logged without end.
+constexpr size_t mostLogged = 32;
+
+FrameDescription DescriptionOf(ProcessingResult &&result)
+{
+    FrameDescription frame{.sizeFilled = result.bytesWritten,
+                           .dataSize = result.dataSize,
+                           .isLargerThanBuffer = result.isLargerThanBuffer,
+                           .metadata = std::move(result.attributes),
+                           .parts = std::move(result.parts)};
+    if (result.chunks)
+    {
+        frame.chunks = std::move(result.chunks->entries);
+    }
+    return frame;
+}
+
+} // namespace
+
+FrameTransfer::FrameTransfer(IFrameReader &reader, IFrameProcessor &processor, const BufferSource &source,
+                             const BufferSink &sink, uint64_t numToAcquire, const StreamRules &rules)
+    : m_reader(reader), m_processor(processor), m_bufferSource(source), m_bufferSink(sink),
+      m_remaining(numToAcquire), m_deliversWhatArrived(rules.deliversWhatArrived)
 {
 }
 
 void FrameTransfer::Transfer(const ProxyBuffer &lower)
+{
+    m_deliversWhatArrived ? TransferAsArrived(lower) : TransferWhole(lower);
+}
+
+void FrameTransfer::TransferWhole(const ProxyBuffer &lower)
 {
     const auto buffer = m_bufferSource();
     if (!buffer)
@@ -39,15 +66,14 @@ void FrameTransfer::Transfer(const ProxyBuffer &lower)
 
 void FrameTransfer::Fill(const ProxyBuffer &lower, Buffer &buffer)
 {
-    const auto frame = ReadLowerFrame(lower, m_nextFrameId);
+    const auto frame = m_reader.Read(lower);
     if (frame.isIncomplete)
     {
         buffer.SetResult(false, 0, true);
     }
     else
     {
-        auto result = m_processor.Process(
-            frame.input, std::span(static_cast<uint8_t *>(buffer.GetBase()), buffer.GetSize()));
+        auto result = Process(frame.input, buffer);
         buffer.SetMetadata(result.attributes);
         buffer.SetParts(std::move(result.parts));
         // C-18: a frame without chunks leaves the chunks of an earlier frame in the buffer.
@@ -57,9 +83,62 @@ void FrameTransfer::Fill(const ProxyBuffer &lower, Buffer &buffer)
         }
         buffer.SetResult(true, result.bytesWritten, true);
     }
+    CountDown();
+}
+
+// All lower calls come before a buffer is taken: no lower producer can hold up who waits for a fill to end.
+void FrameTransfer::TransferAsArrived(const ProxyBuffer &lower)
+{
+    auto frame = m_reader.Read(lower);
+    const auto buffer = m_bufferSource();
+    if (buffer)
+    {
+        const utils::AtEnd push([&] { Push(buffer); });
+        FillAsArrived(std::move(frame), *buffer);
+        CountDown();
+    }
+}
+
+void FrameTransfer::FillAsArrived(LowerFrame &&frame, Buffer &buffer)
+{
+    if (frame.failure.empty())
+    {
+        try
+        {
+            auto result = Process(frame.input, buffer);
+            const bool isComplete = !frame.isIncomplete && !result.isIncomplete;
+            return buffer.SetFrame(isComplete, DescriptionOf(std::move(result)));
+        }
+        catch (const std::exception &exception)
+        {
+            frame.failure = exception.what();
+        }
+    }
+    LogOnce(frame.failure);
+    auto &attributes = frame.input.attributes;
+    attributes.isImagePresent = false;
+    attributes.hasChunks = false;
+    buffer.SetFrame(false, {.metadata = std::move(attributes)});
+}
+
+ProcessingResult FrameTransfer::Process(const InputData &input, Buffer &buffer)
+{
+    return m_processor.Process(input, std::span(static_cast<uint8_t *>(buffer.GetBase()), buffer.GetSize()));
+}
+
+void FrameTransfer::CountDown()
+{
     if (m_remaining != GENTL_INFINITE)
     {
         --m_remaining;
+    }
+}
+
+void FrameTransfer::LogOnce(const std::string &failure)
+{
+    if (m_logged.size() < mostLogged && m_logged.insert(failure).second)
+    {
+        QVR_LOG_ERROR_FOR(acquisitionThreadFunction, std::string_view(failure));
     }
 }
 

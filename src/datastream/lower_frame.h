@@ -3,6 +3,7 @@
 #include "processing/frame.h"
 
 #include <cstdint>
+#include <string>
 
 namespace GenTL::internal
 {
@@ -14,6 +15,7 @@ struct LowerFrame
 {
     InputData input;
     bool isIncomplete = false;
+    std::string failure{}; ///< why the frame cannot be processed; empty when it can
 };
 
 /// Asks the lower producer about a buffer. A query for geometry, format, source id, the chunk flag or the

@@ -19,4 +19,10 @@ ProxyBuffer::ProxyBuffer(std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE dataStrea
     m_size = utils::ReadValue<size_t>(INFO_DATATYPE_SIZET, ask(BUFFER_INFO_SIZE));
 }
 
+ProxyBuffer::ProxyBuffer(std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE dataStream, BUFFER_HANDLE handle,
+                         void *base, size_t size)
+    : ProxyModule(std::move(proxy), handle), m_dataStream(dataStream), m_base(base), m_size(size)
+{
+}
+
 } // namespace GenTL::internal

@@ -7,13 +7,16 @@ namespace GenTL::internal
 
 /// One filled lower buffer, for one pass of the acquisition loop.
 ///
-/// The constructor reads base and size of the lower buffer. The destructor closes nothing; RequeueBuffer
-/// gives the lower buffer back.
+/// The destructor closes nothing; RequeueBuffer gives the lower buffer back.
 class ProxyBuffer final : public ProxyModule
 {
 public:
+    /// Reads base and size of the lower buffer.
     /// @throws GenTLException the lower producer's failure to answer BUFFER_INFO_BASE or BUFFER_INFO_SIZE
     ProxyBuffer(std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE dataStream, BUFFER_HANDLE handle);
+    /// Takes base and size as they were when the buffer was announced; null and 0 when they are not known.
+    ProxyBuffer(std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE dataStream, BUFFER_HANDLE handle, void *base,
+                size_t size);
 
     ModuleType GetModuleType() const override { return ModuleType::Buffer; }
 

@@ -2,8 +2,14 @@
 
 #include "nodemap/node_access.h"
 #include "port/module_description.h"
+#include "utils/gentl_exception.h"
+#include "utils/log.h"
 #include "utils/lower_info.h"
+#include "utils/try.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -11,8 +17,23 @@
 namespace GenTL::internal
 {
 
+namespace
+{
+
+/// For calls that end something: what fails has ended, and only who looks for it wants to know.
+void Tolerate(std::string_view call, GC_ERROR code)
+{
+    if (code != GC_ERR_SUCCESS)
+    {
+        QVR_LOG_DEBUG("{} of the lower producer failed: {}", call, code);
+    }
+}
+
+} // namespace
+
 std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy,
-                                                       DEV_HANDLE lowerDevice, DevicePayloadSize payloadSize)
+                                                       DEV_HANDLE lowerDevice, DevicePayloadSize payloadSize,
+                                                       const StreamRules &rules)
 {
     uint32_t count = 0;
     proxy->DevGetNumDataStreams(lowerDevice, &count);
@@ -27,27 +48,45 @@ std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(ILibrary &library, std::s
     proxy->DevGetDataStreamID(lowerDevice, 0, id.data(), &size);
     DS_HANDLE handle = nullptr;
     proxy->DevOpenDataStream(lowerDevice, id.data(), &handle);
-    return std::make_unique<ProxyDataStream>(library, std::move(proxy), handle, std::move(payloadSize));
+    return std::make_unique<ProxyDataStream>(library, std::move(proxy), handle, std::move(payloadSize),
+                                             rules);
 }
 
 ProxyDataStream::ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
-                                 DevicePayloadSize payloadSize)
-    : ProxyModule(std::move(proxy), handle), m_devicePayloadSize(std::move(payloadSize)), m_library(&library)
+                                 DevicePayloadSize payloadSize, const StreamRules &rules)
+    : ProxyModule(std::move(proxy), handle), m_devicePayloadSize(std::move(payloadSize)), m_rules(rules),
+      m_library(&library)
 {
     bool hasEvent = false;
     try
     {
         RegisterEvent(EVENT_NEW_BUFFER, &m_newBufferEvent);
         hasEvent = true;
-        const auto bytes = ReadDescription(*this);
-        m_lowerNodeMap = std::make_unique<nodemap::NodeMapParser>(
-            std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()));
+        ReadLowerDescription();
     }
     catch (...)
     {
         // While the lower stream stays open, it cannot be opened again.
         Close(hasEvent);
         throw;
+    }
+}
+
+void ProxyDataStream::ReadLowerDescription()
+{
+    try
+    {
+        const auto bytes = ReadDescription(*this);
+        m_lowerNodeMap = std::make_unique<nodemap::NodeMapParser>(
+            std::string_view(reinterpret_cast<const char *>(bytes.data()), bytes.size()));
+    }
+    catch (const std::exception &exception)
+    {
+        if (m_rules.needsDescription)
+        {
+            throw;
+        }
+        QVR_LOG_DEBUG("The lower stream has no description: {}", exception.what());
     }
 }
 
@@ -58,6 +97,10 @@ ProxyDataStream::~ProxyDataStream()
 
 void ProxyDataStream::Close(bool hasEvent) noexcept
 {
+    if (m_rules.stopAlwaysSucceeds)
+    {
+        return CloseWhateverFails();
+    }
     CloseQuietly(
         [this, hasEvent]
         {
@@ -66,6 +109,22 @@ void ProxyDataStream::Close(bool hasEvent) noexcept
                 UnregisterEvent(EVENT_NEW_BUFFER);
             }
             Proxy()->DSClose(GetLowerHandle());
+        });
+}
+
+void ProxyDataStream::CloseWhateverFails() noexcept
+{
+    CloseQuietly(
+        [this]
+        {
+            const utils::MutexLock guard(m_lowerBuffersMutex);
+            RevokeAll();
+        });
+    CloseQuietly(
+        [this]
+        {
+            Tolerate("GCUnregisterEvent", Proxy()->TryGCUnregisterEvent(GetLowerHandle(), EVENT_NEW_BUFFER));
+            Tolerate("DSClose", Proxy()->TryDSClose(GetLowerHandle()));
         });
 }
 
@@ -80,23 +139,98 @@ void ProxyDataStream::AnnounceBuffers()
 {
     const utils::MutexLock guard(m_lowerBuffersMutex);
     const auto size = GetLowerPayloadSize();
-    const auto count = StreamInfo<size_t>(STREAM_INFO_BUF_ANNOUNCE_MIN, INFO_DATATYPE_SIZET);
+    if (m_rules.keepsLowerBuffers && QueueKeptBuffers(size))
+    {
+        return;
+    }
+    m_lowerBufferSize = size;
+    const auto count = NumLowerBuffers();
+    try
+    {
+        AllocateBuffers(count);
+    }
+    catch (...)
+    {
+        if (m_rules.keepsLowerBuffers)
+        {
+            RevokeAll();
+        }
+        throw;
+    }
+}
+
+void ProxyDataStream::AllocateBuffers(size_t count)
+{
     for (size_t i = 0; i < count; ++i)
     {
         BUFFER_HANDLE buffer = nullptr;
-        Proxy()->DSAllocAndAnnounceBuffer(GetLowerHandle(), size, nullptr, &buffer);
+        Proxy()->DSAllocAndAnnounceBuffer(GetLowerHandle(), m_lowerBufferSize, nullptr, &buffer);
         Proxy()->DSQueueBuffer(GetLowerHandle(), buffer);
-        m_lowerBuffers.push_back(buffer);
+        m_lowerBuffers.push_back({.handle = buffer, .base = BaseOf(buffer)});
     }
+}
+
+size_t ProxyDataStream::NumLowerBuffers()
+{
+    const auto ask = [this] { return StreamInfo<size_t>(STREAM_INFO_BUF_ANNOUNCE_MIN, INFO_DATATYPE_SIZET); };
+    const auto minimum =
+        m_rules.lowerBuffersUnknown == 0 ? ask() : utils::Try(ask).value_or(m_rules.lowerBuffersUnknown);
+    return std::max(minimum, m_rules.lowerBuffers);
+}
+
+/// Queues the buffers of the last acquisition. False when there are none, or none that can be used.
+bool ProxyDataStream::QueueKeptBuffers(size_t size)
+{
+    const auto queue = [this](const LowerBuffer &buffer)
+    { return Proxy()->TryDSQueueBuffer(GetLowerHandle(), buffer.handle) == GC_ERR_SUCCESS; };
+    if (!m_lowerBuffers.empty() && size == m_lowerBufferSize && std::ranges::all_of(m_lowerBuffers, queue))
+    {
+        return true;
+    }
+    RevokeAll();
+    return false;
+}
+
+/// Null unless a frame may need it.
+void *ProxyDataStream::BaseOf(BUFFER_HANDLE buffer)
+{
+    void *base = nullptr;
+    if (m_rules.deliversWhatArrived)
+    {
+        size_t size = sizeof base;
+        INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+        Tolerate("DSGetBufferInfo", Proxy()->TryDSGetBufferInfo(GetLowerHandle(), buffer, BUFFER_INFO_BASE,
+                                                                &type, &base, &size));
+    }
+    return base;
 }
 
 void ProxyDataStream::RevokeBuffers()
 {
     const utils::MutexLock guard(m_lowerBuffersMutex);
-    Proxy()->DSFlushQueue(GetLowerHandle(), ACQ_QUEUE_ALL_DISCARD);
-    for (auto *const buffer : m_lowerBuffers)
+    if (m_rules.keepsLowerBuffers)
     {
-        Proxy()->DSRevokeBuffer(GetLowerHandle(), buffer, nullptr, nullptr);
+        return Tolerate("DSFlushQueue", Proxy()->TryDSFlushQueue(GetLowerHandle(), ACQ_QUEUE_ALL_DISCARD));
+    }
+    Proxy()->DSFlushQueue(GetLowerHandle(), ACQ_QUEUE_ALL_DISCARD);
+    for (const auto &buffer : m_lowerBuffers)
+    {
+        Proxy()->DSRevokeBuffer(GetLowerHandle(), buffer.handle, nullptr, nullptr);
+    }
+    m_lowerBuffers.clear();
+}
+
+void ProxyDataStream::RevokeAll()
+{
+    if (m_lowerBuffers.empty())
+    {
+        return;
+    }
+    Tolerate("DSFlushQueue", Proxy()->TryDSFlushQueue(GetLowerHandle(), ACQ_QUEUE_ALL_DISCARD));
+    for (const auto &buffer : m_lowerBuffers)
+    {
+        Tolerate("DSRevokeBuffer",
+                 Proxy()->TryDSRevokeBuffer(GetLowerHandle(), buffer.handle, nullptr, nullptr));
     }
     m_lowerBuffers.clear();
 }
@@ -108,6 +242,11 @@ void ProxyDataStream::StartAcquisition(uint64_t numToAcquire)
 
 void ProxyDataStream::StopAcquisition()
 {
+    if (m_rules.stopAlwaysSucceeds)
+    {
+        Tolerate("DSStopAcquisition", Proxy()->TryDSStopAcquisition(GetLowerHandle(), ACQ_STOP_FLAGS_KILL));
+        return Tolerate("EventKill", Proxy()->TryEventKill(m_newBufferEvent));
+    }
     Proxy()->DSStopAcquisition(GetLowerHandle(), ACQ_STOP_FLAGS_KILL);
     Proxy()->EventKill(m_newBufferEvent);
 }
@@ -116,8 +255,29 @@ ProxyBuffer ProxyDataStream::WaitForBuffer(uint64_t timeoutMs)
 {
     EVENT_NEW_BUFFER_DATA data{};
     size_t size = sizeof data;
-    Proxy()->EventGetData(m_newBufferEvent, &data, &size, timeoutMs);
-    return {Proxy(), GetLowerHandle(), data.BufferHandle};
+    if (m_rules.logsTimeouts)
+    {
+        Proxy()->EventGetData(m_newBufferEvent, &data, &size, timeoutMs);
+    }
+    else if (const auto code = Proxy()->TryEventGetData(m_newBufferEvent, &data, &size, timeoutMs);
+             code != GC_ERR_SUCCESS)
+    {
+        throw GenTLException(fmt::format("The wait for a frame failed: {}", code), code);
+    }
+    return m_rules.deliversWhatArrived ? TakeLowerBuffer(data.BufferHandle)
+                                       : ProxyBuffer(Proxy(), GetLowerHandle(), data.BufferHandle);
+}
+
+ProxyBuffer ProxyDataStream::TakeLowerBuffer(BUFFER_HANDLE handle)
+{
+    const utils::MutexLock guard(m_lowerBuffersMutex);
+    const auto known = std::ranges::find(m_lowerBuffers, handle, &LowerBuffer::handle);
+    if (known == m_lowerBuffers.end())
+    {
+        throw GenTLException("The lower producer delivered a buffer that it was not given",
+                             GC_ERR_INVALID_BUFFER);
+    }
+    return {Proxy(), GetLowerHandle(), handle, known->base, m_lowerBufferSize};
 }
 
 void ProxyDataStream::RequeueBuffer(const ProxyBuffer &buffer)
@@ -138,16 +298,41 @@ bool ProxyDataStream::DefinesPayloadSize()
     }
 }
 
+std::optional<size_t> ProxyDataStream::GetDefinedPayloadSize()
+{
+    if (!DefinesPayloadSize())
+    {
+        return std::nullopt;
+    }
+    return StreamInfo<size_t>(STREAM_INFO_PAYLOAD_SIZE, INFO_DATATYPE_SIZET);
+}
+
 size_t ProxyDataStream::GetLowerPayloadSize()
 {
-    if (DefinesPayloadSize())
-    {
-        return StreamInfo<size_t>(STREAM_INFO_PAYLOAD_SIZE, INFO_DATATYPE_SIZET);
-    }
-    return m_devicePayloadSize();
+    const auto defined = GetDefinedPayloadSize();
+    return defined ? *defined : m_devicePayloadSize();
+}
+
+std::optional<size_t> ProxyDataStream::GetMaxChunks()
+{
+    size_t count = 0;
+    size_t size = sizeof count;
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    const auto code =
+        Proxy()->TryDSGetInfo(GetLowerHandle(), STREAM_INFO_NUM_CHUNKS_MAX, &type, &count, &size);
+    return code == GC_ERR_SUCCESS ? std::optional(count) : std::nullopt;
 }
 
 std::optional<uint64_t> ProxyDataStream::GetDroppedFrameCount()
+{
+    if (m_rules.needsDescription)
+    {
+        return ReadDroppedFrameCount();
+    }
+    return utils::Try([this] { return ReadDroppedFrameCount(); }).value_or(std::nullopt);
+}
+
+std::optional<uint64_t> ProxyDataStream::ReadDroppedFrameCount()
 {
     if (!m_lowerNodeMap || !m_lowerNodeMap->IsValid())
     {

@@ -51,10 +51,11 @@ Info AnswerDataInfo(EVENT_DATA_INFO_CMD command, const EVENT_NEW_BUFFER_DATA &da
 
 } // namespace
 
-EventHandler::EventHandler(ReleaseBuffer release, EVENT_TYPE eventType)
+EventHandler::EventHandler(ReleaseBuffer release, EVENT_TYPE eventType, std::shared_ptr<EventQueue> queue)
     : m_release(std::move(release)), m_eventType(eventType),
       m_maxEventSize(IsNewBuffer() ? sizeof(EVENT_NEW_BUFFER_DATA) : otherEventSize),
-      m_maxDataSize(IsNewBuffer() ? sizeof(void *) : otherEventSize)
+      m_maxDataSize(IsNewBuffer() ? sizeof(void *) : otherEventSize), m_queue(std::move(queue)),
+      m_numFiredBefore(m_queue->numFired - m_queue->numQueued)
 {
 }
 
@@ -73,7 +74,7 @@ void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
                 GC_ERR_BUFFER_TOO_SMALL);
         }
     }
-    utils::MutexLock lock(m_mutex);
+    utils::MutexLock lock(m_queue->mutex);
     Wait(lock, iTimeout);
     if (pBuffer != nullptr)
     {
@@ -89,17 +90,17 @@ void EventHandler::Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout)
 {
     const bool isLimited = timeout != GENTL_INFINITE;
     const auto deadline = isLimited ? DeadlineOf(timeout) : Clock::time_point::max();
-    while (m_queue.empty() && m_killCount == 0 && (!isLimited || Clock::now() < deadline))
+    while (!HasEntry() && m_killCount == 0 && (!isLimited || Clock::now() < deadline))
     {
         const auto wakeUp = Clock::now() + lookAgain;
-        m_condition.wait_until(lock.ForWait(), std::min(deadline, wakeUp));
+        m_queue->changed.wait_until(lock.ForWait(), std::min(deadline, wakeUp));
     }
     if (m_killCount != 0)
     {
         --m_killCount;
         throw GenTLException("Wait aborted via kill.", GC_ERR_ABORT);
     }
-    if (m_queue.empty())
+    if (!HasEntry())
     {
         // C-19: the number is milliseconds.
         throw GenTLException(fmt::format("Time {}us exceeded", timeout), GC_ERR_TIMEOUT);
@@ -113,7 +114,7 @@ void EventHandler::DeliverFront(void *pBuffer, size_t *piSize)
         throw GenTLException(fmt::format("Event type {} not implemented", m_eventType),
                              GC_ERR_NOT_IMPLEMENTED);
     }
-    const auto &entry = m_queue.front();
+    const auto &entry = m_queue->entries.front();
     if (entry.id.index() != 0 || entry.value.index() != 0)
     {
         throw GenTLException("Buffer holds no valid data", GC_ERR_INVALID_BUFFER);
@@ -122,18 +123,18 @@ void EventHandler::DeliverFront(void *pBuffer, size_t *piSize)
     GiveBack(data.BufferHandle);
     std::memcpy(pBuffer, &data, sizeof data);
     *piSize = sizeof data;
-    PopFront();
-    ++m_numDelivered;
+    m_queue->DropFirst();
+    ++m_queue->numDelivered;
 }
 
 void EventHandler::DropFront()
 {
     if (IsNewBuffer())
     {
-        const auto *handle = std::get_if<0>(&m_queue.front().id);
+        const auto *handle = std::get_if<0>(&m_queue->entries.front().id);
         GiveBack(handle != nullptr ? *handle : nullptr);
     }
-    PopFront();
+    m_queue->DropFirst();
 }
 
 // The entry of a revoked buffer leaves the queue as well, or the queue would be stuck.
@@ -143,15 +144,9 @@ void EventHandler::GiveBack(BUFFER_HANDLE handle)
     {
         constexpr auto text = "Failed to get buffer for new buffer event!";
         QVR_LOG_ERROR_FOR("EventHandler::Data", "{} Handle: {}", text, handle);
-        PopFront();
+        m_queue->DropFirst();
         throw GenTLException(text, GC_ERR_ERROR);
     }
-}
-
-void EventHandler::PopFront()
-{
-    m_queue.pop_front();
-    --m_numQueued;
 }
 
 void EventHandler::DataInfo(const void *pInBuffer, size_t iInSize, EVENT_DATA_INFO_CMD iInfoCmd,
@@ -185,9 +180,9 @@ utils::Info EventHandler::Answer(EVENT_INFO_CMD command) const
     case EVENT_EVENT_TYPE:
         return Info::Int32(m_eventType);
     case EVENT_NUM_IN_QUEUE:
-        return Info::Size(m_numQueued);
+        return Info::Size(m_isDetached ? size_t{0} : m_queue->numQueued.load());
     case EVENT_NUM_FIRED:
-        return Info::Uint64(m_numFired);
+        return Info::Uint64(m_queue->numFired - m_numFiredBefore);
     case EVENT_SIZE_MAX:
         return Info::Size(m_maxEventSize);
     case EVENT_INFO_DATA_SIZE_MAX:
@@ -200,33 +195,35 @@ utils::Info EventHandler::Answer(EVENT_INFO_CMD command) const
 
 void EventHandler::Flush()
 {
-    const utils::MutexLock guard(m_mutex);
+    const utils::MutexLock guard(m_queue->mutex);
+    if (m_isDetached)
+    {
+        return;
+    }
     if (IsNewBuffer())
     {
-        for (const auto &entry : m_queue)
+        for (const auto &entry : m_queue->entries)
         {
             m_release(std::get<0>(entry.id));
         }
     }
-    m_queue.clear();
-    m_numQueued = 0;
+    m_queue->DropAll();
 }
 
 void EventHandler::Kill()
 {
     ++m_killCount;
-    m_condition.notify_one();
+    // All, because events of one queue wait together.
+    m_queue->changed.notify_all();
 }
 
 void EventHandler::Push(const NewBufferEvent &entry)
 {
     {
-        const utils::MutexLock guard(m_mutex);
-        m_queue.push_back(entry);
-        ++m_numQueued;
+        const utils::MutexLock guard(m_queue->mutex);
+        m_queue->Append(entry);
     }
-    ++m_numFired;
-    m_condition.notify_one();
+    m_queue->Fire();
 }
 
 } // namespace GenTL::internal

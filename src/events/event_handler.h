@@ -1,34 +1,24 @@
 #pragma once
 
+#include "events/event_queue.h"
 #include "utils/info.h"
 #include "utils/mutex.h"
 
 #include <gentl/gentl.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
-#include <deque>
 #include <functional>
-#include <limits>
-#include <variant>
+#include <memory>
 
 namespace GenTL::internal
 {
 
-/// One entry of an event's queue. Only the first alternative of each variant is in use; the second is for
-/// event types that carry a number.
-struct NewBufferEvent
-{
-    std::variant<BUFFER_HANDLE, uint64_t> id;
-    std::variant<void *, uint64_t> value;
-    uint64_t numericId = std::numeric_limits<uint64_t>::max(); ///< all bits set: none
-};
-
 /// The local event of a stream, EVENT_NEW_BUFFER; its queue is the stream's output queue.
 ///
 /// Made by GCRegisterEvent; the stream and the Event registry own it. After GCUnregisterEvent it gets no more
-/// entries and lives on in the registry until the library closes. The acquisition thread pushes; any number
+/// entries and lives on in the registry until the library closes. A queue of its own then keeps what waits; a
+/// queue that it shares is empty for it from then on. The acquisition thread pushes; any number
 /// of consumer threads may wait, each taking one entry. Only Kill ends a wait early.
 class EventHandler
 {
@@ -37,7 +27,9 @@ public:
     using ReleaseBuffer = std::function<bool(BUFFER_HANDLE)>;
 
     /// @param release called with the event's lock held; must be usable as long as the event
-    EventHandler(ReleaseBuffer release, EVENT_TYPE eventType);
+    /// @param queue what waits in it counts as fired
+    EventHandler(ReleaseBuffer release, EVENT_TYPE eventType,
+                 std::shared_ptr<EventQueue> queue = std::make_shared<EventQueue>());
 
     /// Waits for an entry and hands it out; a null `pBuffer` drops it. Either way the buffer goes to the
     /// consumer.
@@ -53,31 +45,30 @@ public:
     /// Ends exactly one wait: the current one, else the next.
     void Kill();
     void Push(const NewBufferEvent &entry);
+    /// Leaves the queue to others. A wait goes on until its time or a kill.
+    void Detach() { m_isDetached = true; }
 
     /// Entries handed out with data since the last reset.
-    uint64_t GetDeliveredCount() const { return m_numDelivered; }
-    void ResetDeliveredCount() { m_numDelivered = 0; }
+    uint64_t GetDeliveredCount() const { return m_queue->numDelivered; }
+    void ResetDeliveredCount() { m_queue->numDelivered = 0; }
 
 private:
     bool IsNewBuffer() const { return m_eventType == EVENT_NEW_BUFFER; }
     utils::Info Answer(EVENT_INFO_CMD command) const;
-    void Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout) QVR_REQUIRES(m_mutex);
-    void DeliverFront(void *pBuffer, size_t *piSize) QVR_REQUIRES(m_mutex);
-    void DropFront() QVR_REQUIRES(m_mutex);
-    void GiveBack(BUFFER_HANDLE handle) QVR_REQUIRES(m_mutex);
-    void PopFront() QVR_REQUIRES(m_mutex);
+    void Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout) QVR_REQUIRES(m_queue->mutex);
+    void DeliverFront(void *pBuffer, size_t *piSize) QVR_REQUIRES(m_queue->mutex);
+    void DropFront() QVR_REQUIRES(m_queue->mutex);
+    void GiveBack(BUFFER_HANDLE handle) QVR_REQUIRES(m_queue->mutex);
+    bool HasEntry() const QVR_REQUIRES(m_queue->mutex) { return !m_isDetached && !m_queue->entries.empty(); }
 
     ReleaseBuffer m_release;
     EVENT_TYPE m_eventType;
     size_t m_maxEventSize;
     size_t m_maxDataSize;
-    utils::Mutex m_mutex;
-    std::condition_variable m_condition;
-    std::deque<NewBufferEvent> m_queue QVR_GUARDED_BY(m_mutex);
+    std::shared_ptr<EventQueue> m_queue;
+    uint64_t m_numFiredBefore;
+    std::atomic<bool> m_isDetached = false;
     std::atomic<uint64_t> m_killCount = 0;
-    std::atomic<uint64_t> m_numFired = 0;
-    std::atomic<uint64_t> m_numDelivered = 0;
-    std::atomic<size_t> m_numQueued = 0; ///< length of m_queue, for reading without the lock
 };
 
 } // namespace GenTL::internal

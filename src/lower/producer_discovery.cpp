@@ -4,6 +4,8 @@
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -86,9 +88,10 @@ std::string FindProducerIn(const std::string &folder)
     return found.empty() ? FindByPart(folder) : found;
 }
 
-std::string FindProducer(int32_t tlType)
+std::string FindProducer(int32_t tlType, const Identity &identity, const FailureTexts &texts)
 {
-    if (auto configured = utils::GetEnvironmentVariable("PROXY_TL_CTI_PATH"); !configured.empty())
+    const std::string variable(identity.lowerPathVariable);
+    if (auto configured = utils::GetEnvironmentVariable(variable); !configured.empty())
     {
         return configured;
     }
@@ -100,9 +103,10 @@ std::string FindProducer(int32_t tlType)
     auto found = FindProducerIn(folder);
     if (found.empty())
     {
-        QVR_LOG_FOR("Library::Initialize", spdlog::level::debug,
-                    "PROXY_TL_CTI_PATH is not set, and {} holds no {}", folder, wantedNames.front());
-        throw GenTLException("Could not locate a CTI file for the requested transport layer.", GC_ERR_ERROR);
+        QVR_LOG_FOR("Library::Initialize", spdlog::level::debug, "{} is not set, and {} holds no {}",
+                    variable, folder, wantedNames.front());
+        throw GenTLException(fmt::format(fmt::runtime(texts.noLowerProducer), variable, folder),
+                             GC_ERR_ERROR);
     }
     return found;
 }

@@ -82,16 +82,16 @@ void AccessRegisters(Buffer *pBuffer, size_t *piSize, Access access)
 } // namespace
 
 NodeMap::NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
-                 void *owner, std::span<const RegisterDefinition> definitions)
+                 void *owner, std::span<const RegisterDefinition> definitions, const Identity &identity)
     : NodeMap(std::move(portName), std::move(tlType), moduleType, document,
-              MakeRegisterMap(definitions, owner))
+              MakeRegisterMap(definitions, owner), identity)
 {
 }
 
 NodeMap::NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
-                 std::unique_ptr<IRegisterMap> registerMap)
+                 std::unique_ptr<IRegisterMap> registerMap, const Identity &identity)
     : m_portName(std::move(portName)), m_tlType(std::move(tlType)), m_moduleType(moduleType),
-      m_document(document), m_registerMap(std::move(registerMap))
+      m_document(document), m_registerMap(std::move(registerMap)), m_identity(identity)
 {
     auto &map = GetRegisterMap();
     m_documentAddress = map.Size();
@@ -135,32 +135,37 @@ void NodeMap::GetPortURL(char *sURL, size_t *piSize)
 void NodeMap::GetPortInfo(PORT_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
     utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
-    const utils::InfoQuery query{piType, pBuffer, piSize};
-    switch (iInfoCmd)
+    utils::WriteInfo(PortAnswer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+utils::Info NodeMap::PortAnswer(PORT_INFO_CMD command) const
+{
+    using utils::Info;
+    switch (command)
     {
     case PORT_INFO_ID:
     case PORT_INFO_PORTNAME:
-        return utils::WriteStringInfo(m_portName, query);
+        return Info::Text(m_portName);
     case PORT_INFO_VENDOR:
-        return utils::WriteStringInfo("Varkel", query);
+        return Info::Text(m_identity.vendor);
     case PORT_INFO_MODEL:
-        return utils::WriteStringInfo("Proxy Transport Layer", query);
+        return Info::Text(m_identity.id);
     case PORT_INFO_TLTYPE:
-        return utils::WriteStringInfo(m_tlType, query);
+        return Info::Text(m_tlType);
     case PORT_INFO_MODULE:
-        return utils::WriteStringInfo("TL" + ToString(m_moduleType), query);
+        return Info::Text("TL" + ToString(m_moduleType));
     case PORT_INFO_LITTLE_ENDIAN:
     case PORT_INFO_ACCESS_READ:
     case PORT_INFO_ACCESS_WRITE:
-        return query.AnswerBool(true);
+        return Info::Bool(true);
     case PORT_INFO_BIG_ENDIAN:
     case PORT_INFO_ACCESS_NA:
     case PORT_INFO_ACCESS_NI:
-        return query.AnswerBool(false);
+        return Info::Bool(false);
     case PORT_INFO_VERSION:
-        return utils::WriteStringInfo("1.0.0.0", query);
+        return Info::Text(m_identity.version);
     default:
-        ThrowNotImplemented(iInfoCmd);
+        ThrowNotImplemented(command);
     }
 }
 
@@ -175,28 +180,33 @@ void NodeMap::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DAT
 {
     utils::CheckNotNull({{"piType", piType}, {"piSize", piSize}});
     utils::CheckIndex(iURLIndex, 1);
-    const utils::InfoQuery query{piType, pBuffer, piSize};
-    switch (iInfoCmd)
+    utils::WriteInfo(UrlAnswer(iInfoCmd), piType, pBuffer, piSize);
+}
+
+utils::Info NodeMap::UrlAnswer(URL_INFO_CMD command) const
+{
+    using utils::Info;
+    switch (command)
     {
     case URL_INFO_URL:
-        return utils::WriteStringInfo(Url(), query);
+        return Info::Text(Url());
     case URL_INFO_SCHEMA_VER_MAJOR:
     case URL_INFO_SCHEMA_VER_MINOR:
     case URL_INFO_FILE_VER_MAJOR:
-        return query.AnswerInt32(1);
+        return Info::Int32(1);
     case URL_INFO_FILE_VER_MINOR:
     case URL_INFO_FILE_VER_SUBMINOR:
-        return query.AnswerInt32(0);
+        return Info::Int32(0);
     case URL_INFO_FILE_REGISTER_ADDRESS:
-        return query.AnswerUint64(m_documentAddress);
+        return Info::Uint64(m_documentAddress);
     case URL_INFO_FILE_SIZE:
-        return query.AnswerUint64(m_document.size());
+        return Info::Uint64(m_document.size());
     case URL_INFO_SCHEME:
-        return query.AnswerInt32(URL_SCHEME_LOCAL);
+        return Info::Int32(URL_SCHEME_LOCAL);
     case URL_INFO_FILENAME:
-        return utils::WriteStringInfo(ToString(m_moduleType) + ".xml", query);
+        return Info::Text(ToString(m_moduleType) + ".xml");
     default:
-        ThrowNotImplemented(iInfoCmd);
+        ThrowNotImplemented(command);
     }
 }
 

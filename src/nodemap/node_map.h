@@ -3,6 +3,8 @@
 #include "nodemap/register_definition.h"
 #include "nodemap/register_map.h"
 #include "port/i_port.h"
+#include "profile/profile.h"
+#include "utils/info.h"
 
 #include <memory>
 #include <span>
@@ -23,12 +25,12 @@ public:
     /// @param document must outlive this object
     /// @throws GenTLException for a table with a gap or a value longer than its register
     NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
-            void *owner, std::span<const RegisterDefinition> definitions);
+            void *owner, std::span<const RegisterDefinition> definitions, const Identity &identity = {});
 
     /// Takes existing registers and adds the document behind them.
     /// @throws GenTLException "RegisterMap not initialized!", GC_ERR_ERROR, without a register map
     NodeMap(std::string portName, std::string tlType, ModuleType moduleType, std::string_view document,
-            std::unique_ptr<IRegisterMap> registerMap);
+            std::unique_ptr<IRegisterMap> registerMap, const Identity &identity = {});
 
     /// @throws GenTLException "RegisterMap not initialized!", GC_ERR_ERROR
     IRegisterMap &GetRegisterMap();
@@ -47,6 +49,8 @@ public:
 
 private:
     std::string Url() const;
+    utils::Info PortAnswer(PORT_INFO_CMD command) const;
+    utils::Info UrlAnswer(URL_INFO_CMD command) const;
 
     std::string m_portName;
     std::string m_tlType;
@@ -54,6 +58,7 @@ private:
     std::string_view m_document;
     uint64_t m_documentAddress = 0;
     std::unique_ptr<IRegisterMap> m_registerMap;
+    Identity m_identity;
 };
 
 } // namespace GenTL::internal::nodemap

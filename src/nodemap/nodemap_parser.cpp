@@ -305,7 +305,7 @@ NodeMapParser::NodeMapParser(const std::string_view &xml) : m_valid(Parse(xml))
 {
     if (!m_valid)
     {
-        SPDLOG_ERROR("Parsing of XML file failed!");
+        QVR_LOG_ERROR("Parsing of XML file failed!");
     }
 }
 
@@ -319,8 +319,8 @@ bool NodeMapParser::Parse(const std::string_view &xml)
         const auto offset = static_cast<size_t>(std::max<ptrdiff_t>(result.offset, 0));
         const auto begin = std::min(offset - std::min(offset, reach), xml.size());
         const auto end = std::min(offset + reach, xml.size());
-        SPDLOG_ERROR("Could not load xml at offset {}: {}!\n...{}...", offset, result.description(),
-                     xml.substr(begin, end - begin));
+        QVR_LOG_ERROR("Could not load xml at offset {}: {}!\n...{}...", offset, result.description(),
+                      xml.substr(begin, end - begin));
         return false;
     }
     auto root = document.child("RegisterDescription");

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "utils/gentl_exception.h"
+
 #include <gentl/gentl.h>
+
+#include <exception>
 
 namespace GenTL::internal
 {
@@ -25,7 +29,38 @@ public:
 #define FN(group, name, parameters, arguments) virtual GC_ERROR name parameters = 0;
 #include <gentl/functions.inc>
 #undef FN
+
+    // The same operations for a caller to whom a failure is an answer: TryDSGetBufferInfo and so on. They
+    // give the code of the lower function, GC_ERR_NOT_IMPLEMENTED for one that is missing. Here they cost
+    // what the operation costs; GenTLProxy fetches no text, throws nothing and logs nothing. Not for
+    // functions that open or close modules.
+#define FN(group, name, parameters, arguments)                                                               \
+    virtual GC_ERROR Try##name parameters                                                                    \
+    {                                                                                                        \
+        return CodeOf([&] { name arguments; });                                                              \
+    }
+#include <gentl/functions.inc>
+#undef FN
 #undef QVR_OPERATIONS_ONLY
+
+private:
+    template <typename Operation>
+    static GC_ERROR CodeOf(Operation operation)
+    {
+        try
+        {
+            operation();
+            return GC_ERR_SUCCESS;
+        }
+        catch (const GenTLException &exception)
+        {
+            return exception.Code();
+        }
+        catch (const std::exception &)
+        {
+            return GC_ERR_ERROR;
+        }
+    }
 };
 
 } // namespace GenTL::internal

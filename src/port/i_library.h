@@ -2,6 +2,7 @@
 
 #include "port/i_event_source.h"
 #include "port/i_port.h"
+#include "profile/profile.h"
 
 #include <memory>
 #include <string>
@@ -43,6 +44,12 @@ public:
     virtual IGenTLProxy &GetProxy() = 0;
     /// The lower producer's transport layer type; empty before the first TLOpen.
     virtual std::string GetTLType() const = 0;
+    /// What this producer does differently from qvr_proxygentl.cti.
+    virtual const Profile &GetProfile() const
+    {
+        static constexpr Profile withoutDifferences;
+        return withoutDifferences;
+    }
 };
 
 /// Answers the information queries about the producer itself.

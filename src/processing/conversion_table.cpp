@@ -31,7 +31,7 @@ bool HasVisionLibrary()
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_DEBUG("No conversions are offered: {}", exception.what());
+        QVR_LOG_DEBUG("No conversions are offered: {}", exception.what());
         return false;
     }
 }
@@ -49,7 +49,7 @@ bool IsPossible(const FormatConversion &conversion)
     }
     catch (const std::exception &exception)
     {
-        SPDLOG_DEBUG("{} to {} is not offered: {}", input->name, output->name, exception.what());
+        QVR_LOG_DEBUG("{} to {} is not offered: {}", input->name, output->name, exception.what());
         return false;
     }
 }

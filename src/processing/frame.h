@@ -22,6 +22,7 @@ struct BufferMetadata
     std::optional<uint64_t> pixelFormat{}; ///< PFNC code
 
     // Unset unless the frame is read in full.
+    std::optional<size_t> payloadType{};            ///< PAYLOADTYPE_INFO_IDS
     std::optional<uint64_t> pixelFormatNamespace{}; ///< PIXELFORMAT_NAMESPACE_IDS
     std::optional<int32_t> pixelEndianness{};       ///< PIXELENDIANNESS_IDS
     std::optional<size_t> imageOffset{};            ///< bytes from the buffer's start
@@ -30,6 +31,7 @@ struct BufferMetadata
     std::optional<size_t> deliveredImageHeight{};
     std::optional<bool> isImagePresent{};
     std::optional<uint64_t> timestampNs{};
+    std::optional<bool> hasChunks{};            ///< CONTAINS_CHUNKDATA
     std::optional<uint64_t> chunkPayloadSize{}; ///< DELIVERED_CHUNKPAYLOADSIZE
     std::optional<uint64_t> chunkLayoutId{};
     std::optional<std::string> fileName{};

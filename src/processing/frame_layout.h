@@ -16,9 +16,9 @@ namespace GenTL::internal
 struct PartPlan
 {
     const BufferPartInfo *part = nullptr;
-    std::span<uint8_t> delivered;              ///< its bytes that have arrived
-    std::optional<ImageConversion> conversion; ///< none: copied
-    uint64_t begin = 0;                        ///< in the output
+    std::span<uint8_t> delivered{};              ///< its bytes that have arrived
+    std::optional<ImageConversion> conversion{}; ///< none: copied
+    uint64_t begin = 0;                          ///< in the output
 
     uint64_t Bytes() const { return conversion ? conversion->OutputBytes() : part->size; }
     /// The part as it lies in the output.

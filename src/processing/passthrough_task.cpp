@@ -18,7 +18,7 @@ ProcessingResult PassthroughTask::Process(const InputData &input, std::span<uint
     if (output.size() < input.size)
     {
         constexpr auto text = "Output buffer is smaller than input buffer!";
-        SPDLOG_CRITICAL(text);
+        QVR_LOG_CRITICAL(text);
         throw GenTLException(text, GC_ERR_ERROR);
     }
     CheckHasMemory(input);
@@ -49,7 +49,7 @@ uint64_t PassthroughTask::ImagePayloadSize(Component component, Size size) const
     const auto format = m_formats.find(component);
     if (format == m_formats.end())
     {
-        SPDLOG_ERROR("Unknown component: {}", component);
+        QVR_LOG_ERROR("Unknown component: {}", component);
         throw GenTLException(fmt::format("Unknown component {}!", component), GC_ERR_ERROR);
     }
     return tarn::common::GetSizeInBytes(format->second, size);

@@ -75,7 +75,7 @@ const std::vector<PixelFormat> &Processor::GetAvailableInputFormats(Component co
     const auto formats = m_availableInputFormats.find(component);
     if (formats == m_availableInputFormats.end())
     {
-        SPDLOG_ERROR("Unknown component: {}", component);
+        QVR_LOG_ERROR("Unknown component: {}", component);
         throw GenTLException(fmt::format("Unknown component {}!", component), GC_ERR_ERROR);
     }
     if (formats->second.empty())
@@ -91,7 +91,7 @@ PixelFormat Processor::OutputPixelFormat(Component component)
     if (!m_outputFormats.contains(component))
     {
         const auto text = fmt::format("Output pixel format not set for component {}!", component);
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw GenTLException(text, GC_ERR_ERROR);
     }
     return m_activeTask->OutputFormat(component);
@@ -167,7 +167,7 @@ void Processor::SetScan3dOutputMode(Scan3dOutputMode mode)
     {
         const auto text = fmt::format("No output format available for {} with pixel format {}!",
                                       ToString(mode), tarn::common::PixelFormatName(input));
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw GenTLException(text, GC_ERR_ERROR);
     }
     m_coordTask->SetOutputFormat(Component::Image3D, outputs.front());
@@ -220,7 +220,7 @@ std::vector<PixelFormat> Processor::AvailableOutputPixelFormats(Component compon
     {
         const auto text =
             fmt::format("Could not find suitable output pixel formats for component: {}", component);
-        SPDLOG_ERROR(text);
+        QVR_LOG_ERROR(text);
         throw GenTLException(text + "!", GC_ERR_ERROR);
     }
     return outputs;
@@ -248,7 +248,7 @@ void Processor::SetMetadataCallback(std::function<tarn::common::Metadata()> call
 
 void Processor::AcquisitionStarted()
 {
-    m_running = true;
+    m_frozen = true;
     // The consumer may have changed the region of interest since the last acquisition.
     if (Is3dDevice() && m_metadata)
     {
@@ -258,12 +258,12 @@ void Processor::AcquisitionStarted()
 
 void Processor::AcquisitionStopped()
 {
-    m_running = false;
+    m_frozen = false;
 }
 
 void Processor::CheckNotRunning(const char *message) const
 {
-    if (m_running)
+    if (m_frozen)
     {
         throw GenTLException(message, GC_ERR_ACCESS_DENIED);
     }

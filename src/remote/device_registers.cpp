@@ -31,7 +31,7 @@ void DeviceRegisters::CheckWindow(uint64_t address)
     if (base != 0 && address >= base && address - base < RegisterWindow::size)
     {
         m_window = 0;
-        SPDLOG_WARN("The device has a register at 0x{:X}, where the consumer gets another one", address);
+        QVR_LOG_WARN("The device has a register at 0x{:X}, where the consumer gets another one", address);
     }
 }
 

@@ -21,9 +21,16 @@ private:
     GC_ERROR m_code;
 };
 
+/// Whether a code answers a question: the value that was asked for does not exist.
+constexpr bool IsMissingAnswer(GC_ERROR code)
+{
+    return code == GC_ERR_NOT_AVAILABLE || code == GC_ERR_NO_DATA || code == GC_ERR_NOT_IMPLEMENTED;
+}
+
 } // namespace GenTL::internal::exceptions
 
 namespace GenTL::internal
 {
 using exceptions::GenTLException;
-}
+using exceptions::IsMissingAnswer;
+} // namespace GenTL::internal

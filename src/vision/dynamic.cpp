@@ -42,7 +42,7 @@ Binding::Binding(const char *fileName)
     if (m_library == nullptr)
     {
         const char *const cause = dlerror();
-        SPDLOG_DEBUG("{} cannot be loaded: {}", fileName, cause != nullptr ? cause : "<not available>");
+        QVR_LOG_DEBUG("{} cannot be loaded: {}", fileName, cause != nullptr ? cause : "<not available>");
         throw LoadLibraryException(std::string("Lib load failed: ") + fileName);
     }
     try

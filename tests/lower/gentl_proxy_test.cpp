@@ -174,5 +174,24 @@ TEST_F(LowerCall, OfGCCloseLibFailsWithTheLowerText)
     EXPECT_EQ(FailureOf([&] { proxy.GCCloseLib(); }), (Failure{"lower failed", GC_ERR_NOT_INITIALIZED}));
 }
 
+TEST_F(LowerCall, ThatIsTriedGivesTheCodeAndAsksForNoText)
+{
+    lower->FailNext("TLGetNumInterfaces", GC_ERR_BUSY);
+    uint32_t count = 0;
+    EXPECT_EQ(proxy.TryTLGetNumInterfaces(nullptr, &count), GC_ERR_BUSY);
+    EXPECT_EQ(proxy.TryTLGetNumInterfaces(nullptr, &count), GC_ERR_SUCCESS);
+    EXPECT_EQ(count, 1U);
+    EXPECT_EQ(lower->CountOf("GCGetLastError"), 0U);
+}
+
+TEST(TriedLowerCall, OfAMissingFunctionIsNotImplemented)
+{
+    const LowerLibrary lower("lower_without_chunk_data");
+    lower->versionMinor = 2;
+    GenTLProxy proxy(lower.Path());
+    size_t count = 0;
+    EXPECT_EQ(proxy.TryDSGetBufferChunkData(nullptr, nullptr, nullptr, &count), GC_ERR_NOT_IMPLEMENTED);
+}
+
 } // namespace
 } // namespace GenTL::internal

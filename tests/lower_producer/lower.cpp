@@ -495,9 +495,9 @@ extern "C"
             } AnswerText(iInfoCmd == DEVICE_INFO_MODEL ? device.model : device.id, piType, pBuffer, piSize););
     }
 
-    GC_API GC_ERROR IFOpenDevice(IF_HANDLE, const char *sDeviceID, DEVICE_ACCESS_FLAGS, DEV_HANDLE *phDevice)
+    GC_API GC_ERROR IFOpenDevice(IF_HANDLE, const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlag, DEV_HANDLE *phDevice)
     {
-        LOWER(IFOpenDevice, FindDevice(self, sDeviceID); *phDevice = NewHandle(self, Device););
+        LOWER(IFOpenDevice, FindDevice(self, sDeviceID); self.lastAccess = iOpenFlag; *phDevice = NewHandle(self, Device););
     }
 
     GC_API GC_ERROR DevGetPort(DEV_HANDLE, PORT_HANDLE *phRemoteDevice)

@@ -93,6 +93,7 @@ struct Producer
     std::vector<std::string> calls;
     std::vector<EventCall> eventCalls;
     std::vector<TL_INFO_CMD> infoCommands; ///< commands of the calls of GCGetInfo
+    DEVICE_ACCESS_FLAGS lastAccess = DEVICE_ACCESS_UNKNOWN; ///< with which a device was opened last
     std::set<void *> open;                 ///< handles of modules that are open now
 
     size_t CountOf(std::string_view name) const

@@ -40,9 +40,6 @@ std::string LastErrorText()
     return text;
 }
 
-namespace
-{
-
 std::string Unzip(const std::string &bytes)
 {
     zip_error_t error;
@@ -65,8 +62,6 @@ std::string Unzip(const std::string &bytes)
     }
     return text;
 }
-
-} // namespace
 
 std::string ReadDescription(PORT_HANDLE port)
 {

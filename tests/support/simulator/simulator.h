@@ -59,6 +59,9 @@ std::string AskText(Query &&query)
     return text.c_str();
 }
 
+/// The text of the first entry of a zip archive.
+std::string Unzip(const std::string &bytes);
+
 /// The description of the module behind the port, unpacked.
 std::string ReadDescription(PORT_HANDLE port);
 

@@ -1,10 +1,11 @@
-#include "edited_device.h"
+#include "edited_fixture.h"
 
-#include "remote/edited_remote_port.h"
+#include "remote/edited_remote.h"
+#include "remote/register_window.h"
+#include "remoteport.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
 #include "support/fake_remote_device.h"
-#include "support/handles.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -20,15 +21,16 @@ namespace
 
 using namespace edited;
 
-/// A consumer at the port of a lower device with the description of SmallDeviceDescription, or another one.
-struct EditedPort : testing::Test
+/// The port of a device with the description of SmallDeviceDescription, or another one.
+struct EditedRemoteDevice : testing::Test
 {
-    void Open(const std::string &document = SmallDeviceDescription())
+    void Open(const std::string &description = SmallDeviceDescription())
     {
-        device = FakeRemoteDevice(document);
+        device = FakeRemoteDevice(description);
         device.Serve(*proxy);
-        port = std::make_unique<EditedRemotePort>(proxy, nullptr, "cam0", UsualConversions(), delivery);
-        delivery.device = [this] { return port->ReadDeviceState(std::nullopt); };
+        port = std::make_unique<RemotePort>(
+            proxy, nullptr,
+            [this](ProxyModule &lower) { return std::make_unique<EditedRemote>(lower, "cam0", processor); });
     }
 
     std::string Url()
@@ -41,26 +43,26 @@ struct EditedPort : testing::Test
 
     std::shared_ptr<FakeGenTLProxy> proxy = std::make_shared<FakeGenTLProxy>();
     FakeRemoteDevice device;
-    FakeDelivery delivery;
-    std::unique_ptr<EditedRemotePort> port;
+    std::shared_ptr<ConversionProcessor> processor = std::make_shared<ConversionProcessor>();
+    std::unique_ptr<RemotePort> port;
 };
 
-TEST_F(EditedPort, WritesNothingToTheDeviceWhileItIsOpened)
+TEST_F(EditedRemoteDevice, GetsNoWriteWhileItIsOpened)
 {
     Open();
     EXPECT_EQ(proxy->CountOf("GCWritePort"), 0U);
     EXPECT_EQ(device.reads.size(), 1U) << "the document, and no register";
 }
 
-TEST_F(EditedPort, OffersOneUrlWithTheEditedDocument)
+TEST_F(EditedRemoteDevice, OffersOneUrlWithTheEditedDocument)
 {
     Open();
     const auto location = ParseLocation(Url());
     ASSERT_EQ(location.scheme, DescriptionLocation::Scheme::Local);
-    std::string document(location.size, '\0');
-    size_t size = document.size();
-    port->ReadPort(location.address, document.data(), &size);
-    const Parsed parsed(document);
+    std::string text(location.size, '\0');
+    size_t size = text.size();
+    port->ReadPort(location.address, text.data(), &size);
+    const Parsed parsed(text);
     EXPECT_NE(parsed.graph->Find("DevicePixelFormat"), genapi::noNode);
     uint32_t count = 0;
     port->GetNumPortURLs(&count);
@@ -72,7 +74,7 @@ TEST_F(EditedPort, OffersOneUrlWithTheEditedDocument)
     EXPECT_EQ(address, location.address);
 }
 
-TEST_F(EditedPort, SplitsAStackedReadOfTheDeviceAndOfTheWindow)
+TEST_F(EditedRemoteDevice, SplitsAStackedReadBetweenDeviceAndWindow)
 {
     Open();
     device.SetRegister(0x100, 640);
@@ -91,28 +93,33 @@ TEST_F(EditedPort, SplitsAStackedReadOfTheDeviceAndOfTheWindow)
     EXPECT_EQ(payloadSize, 4711);
 }
 
-TEST_F(EditedPort, HasTheDevicesUrlWithoutAWindow)
+TEST_F(EditedRemoteDevice, HasTheDevicesUrlWithoutAWindow)
 {
-    const auto everywhere =
-        "<RegisterDescription><Port Name=\"Device\"/><Register Name=\"All\"><Address>0</Address>"
-        "<Length>0x7FFFFFFFFFFFFFFF</Length><pPort>Device</pPort></Register>"
-        "</RegisterDescription>";
-    Open(everywhere);
+    Open("<RegisterDescription><Port Name=\"Device\"/><Register Name=\"All\"><Address>0</Address>"
+         "<Length>0x7FFFFFFFFFFFFFFF</Length><pPort>Device</pPort></Register></RegisterDescription>");
     EXPECT_EQ(Url(), device.url);
     uint32_t value = 0;
     size_t size = sizeof value;
     device.SetRegister(0x100, 7);
     port->ReadPort(0x100, &value, &size);
     EXPECT_EQ(value, 7U);
+    const auto before = proxy->CountOf("GCGetNumPortURLs");
     port->GetNumPortURLs(&value);
-    EXPECT_EQ(proxy->CountOf("GCGetNumPortURLs"), 2U);
+    EXPECT_EQ(proxy->CountOf("GCGetNumPortURLs"), before + 1);
 }
 
-TEST_F(EditedPort, NamesTheDeviceWhenItsDescriptionCannotBeUsed)
+TEST_F(EditedRemoteDevice, StaysShutWhenItsDescriptionIsNotXml)
 {
     EXPECT_EQ(FailureOf([this] { Open("<RegisterDescription>"); }),
               (Failure{"cam0: the description (21 bytes) is not XML: Start-end tags mismatch at line 1.",
                        GC_ERR_ERROR}));
+}
+
+TEST_F(EditedRemoteDevice, ConfiguresTheProcessingOfCalibratedDepth)
+{
+    Open(Fixture("calibrated_depth"));
+    EXPECT_TRUE(processor->Depth().IsEnabled());
+    EXPECT_EQ(proxy->CountOf("GCWritePort"), 0U);
 }
 
 } // namespace

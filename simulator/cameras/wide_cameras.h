@@ -1,0 +1,31 @@
+#pragma once
+
+#include "simulator/cameras/camera_model.h"
+
+#include <span>
+
+namespace GenTL::simulator
+{
+
+constexpr const char *wideVendor = "Wideworld";
+
+/// A register of a camera of the wide world.
+struct WideRegister
+{
+    const char *feature;
+    uint64_t address;
+    bool bigEndian = false;
+};
+
+std::vector<FixedRegister> FixedRegisters(std::span<const WideRegister> places);
+
+// Cameras of another manufacturer, each with a description of its own and registers at addresses of its own.
+
+/// A camera as most are: all registers big-endian and of four bytes, the description in a zip archive with
+/// bytes behind its end, packed formats of GigE Vision 1, time stamps in ticks.
+CameraModel WideGigE();
+
+/// A camera whose description has every kind of node of the GenApi schema, and registers in both byte orders.
+CameraModel WideUsb();
+
+} // namespace GenTL::simulator

@@ -1,0 +1,78 @@
+#pragma once
+
+#include "datastream/full_frame_reader.h"
+#include "datastream/i_output_queue.h"
+#include "i_proxy_system.h"
+#include "nodemap/descriptions.h"
+#include "port/proxy_module.h"
+#include "processing/i_frame_processor.h"
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace GenTL::internal
+{
+
+class ILibrary;
+class RemotePort;
+
+/// A lower device that was opened, and its port.
+struct LowerDevice
+{
+    std::shared_ptr<IGenTLProxy> proxy;
+    DEV_HANDLE device;
+    PORT_HANDLE port;
+};
+
+/// What a device consists of, seen from its stream and from its consumer.
+struct RemoteSide
+{
+    std::shared_ptr<RemotePort> port;           ///< the remote port that the consumer reads and writes
+    std::shared_ptr<IFrameProcessor> processor; ///< configured through that port
+    std::function<size_t()> payloadSize;        ///< bytes of a frame before processing, as the device says
+    /// Takes what the open lower stream defines as its payload size, and an empty function when it is closed.
+    std::function<void(std::function<std::optional<uint64_t>()>)> setStreamPayloadSize = [](const auto &) {};
+};
+
+/// Registers of the device overridden at their own addresses, under the device's own description.
+/// @throws as the constructor of RemotePort
+RemoteSide MakeOverriddenRemoteSide(const LowerDevice &device);
+
+/// Registers of our own in an edited description.
+/// @throws as the constructor of EditedRemote
+RemoteSide MakeEditedRemoteSide(const LowerDevice &device);
+
+/// The lower system as it describes itself.
+std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem);
+
+/// The lower system as its lists tell it.
+std::shared_ptr<IProxySystem> MakeListedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem);
+
+/// What must be known to process a frame.
+std::unique_ptr<IFrameReader> MakeBriefFrameReader(const FrameSource &source);
+/// All that the lower producer tells of a frame.
+std::unique_ptr<IFrameReader> MakeFullFrameReader(const FrameSource &source);
+
+/// Filled buffers wait in the event.
+std::unique_ptr<IOutputQueue> MakeEventOutput(ILibrary &library);
+/// Filled buffers wait in the stream.
+std::unique_ptr<IOutputQueue> MakeStreamOutput(ILibrary &library);
+
+/// In what the producers of this project differ, as far as it is behaviour: how the parts behind the
+/// interfaces are made. Default-constructed it is the assembly of qvr_proxygentl.cti. What differs in values
+/// is in Profile.
+struct Assembly
+{
+    /// The description of the local System module; it has the registers of SystemFeatures.
+    std::string_view (*systemDescription)() = nodemap::SystemDescription;
+    std::shared_ptr<IProxySystem> (*makeProxySystem)(std::shared_ptr<IGenTLProxy>,
+                                                     TL_HANDLE) = MakeDescribedSystem;
+    RemoteSide (*makeRemoteSide)(const LowerDevice &) = MakeOverriddenRemoteSide;
+    std::unique_ptr<IFrameReader> (*makeFrameReader)(const FrameSource &) = MakeBriefFrameReader;
+    std::unique_ptr<IOutputQueue> (*makeOutputQueue)(ILibrary &) = MakeEventOutput;
+};
+
+} // namespace GenTL::internal

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "datastream/i_frame_reader.h"
+
+#include <cstdint>
+
+namespace GenTL::internal
+{
+
+/// Reads what a frame must tell to be processed, by ReadLowerFrame, and numbers the frames itself.
+class BriefFrameReader final : public IFrameReader
+{
+public:
+    void Begin() override { m_nextFrameId = 1; }
+    /// @throws GenTLException as ReadLowerFrame
+    LowerFrame Read(const ProxyBuffer &buffer) override { return ReadLowerFrame(buffer, m_nextFrameId); }
+
+private:
+    uint64_t m_nextFrameId = 1;
+};
+
+} // namespace GenTL::internal

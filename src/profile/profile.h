@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace GenTL::internal
+{
+
+/// Which functions a lower producer must export. Any other missing function fails when it is called.
+enum class NeededFunctions : uint8_t
+{
+    OfItsVersion, ///< all that the version it reports has
+    ToStream,     ///< those without which nothing can be opened or streamed
+};
+
+/// Who sees what is logged.
+enum class LogOwner : uint8_t
+{
+    Process,  ///< the logger becomes spdlog's default logger, which the host shares
+    Producer, ///< the logger is the producer's own; spdlog's registry does not know it
+};
+
+/// How many parts a buffer with a single image has.
+enum class PartsAnswer : uint8_t
+{
+    Zero,
+    NoData, ///< the question fails with GC_ERR_NO_DATA
+};
+
+// One struct for each group of profile_fields.inc. Default-constructed it has the values of
+// qvr_proxygentl.cti.
+#define PROFILE_GROUP(Type, member, about)                                                                   \
+    /** about */                                                                                             \
+    struct Type                                                                                              \
+    {
+#define PROFILE_FIELD(type, name, proxy, any, about) type name = proxy;
+#define PROFILE_GROUP_END                                                                                    \
+    }                                                                                                        \
+    ;
+#include "profile/profile_fields.inc"
+#undef PROFILE_GROUP
+#undef PROFILE_FIELD
+#undef PROFILE_GROUP_END
+
+/// In what the producers of this project differ, as far as it is a value. What differs in behaviour is in
+/// Assembly.
+///
+/// Each producer has one, constant for the life of the process. A class takes the group that it needs.
+struct Profile
+{
+#define PROFILE_GROUP(Type, member, about) Type member;
+#define PROFILE_FIELD(type, name, proxy, any, about)
+#define PROFILE_GROUP_END
+#include "profile/profile_fields.inc"
+#undef PROFILE_GROUP
+#undef PROFILE_FIELD
+#undef PROFILE_GROUP_END
+};
+
+} // namespace GenTL::internal
