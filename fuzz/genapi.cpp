@@ -2,6 +2,7 @@
 // written, or an exception tells why not. The input is a description, and behind its first zero the
 // registers.
 
+#include "fuzz/try.h"
 #include "genapi/graph_features.h"
 #include "genapi/graph_walks.h"
 
@@ -11,7 +12,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <span>
 #include <string_view>
 
@@ -48,18 +48,6 @@ public:
 private:
     std::array<uint8_t, 256> m_bytes{};
 };
-
-template <typename Action>
-void Try(Action action)
-{
-    try
-    {
-        action();
-    }
-    catch (const std::exception &) // NOLINT(bugprone-empty-catch)
-    {
-    }
-}
 
 /// Performs every operation on a feature.
 void Use(GraphFeatures &features, std::string_view name)

@@ -17,6 +17,12 @@ namespace
 constexpr size_t maximumNodes = 200'000;
 constexpr int maximumLevels = 200;
 
+uint64_t BitOf(Tag tag)
+{
+    static_assert(static_cast<int>(Tag::IntSwissKnife) < 64);
+    return uint64_t{1} << static_cast<int>(tag);
+}
+
 /// The name of an element without the prefix of its namespace.
 std::string_view LocalName(const pugi::xml_node &element)
 {
@@ -123,6 +129,7 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
     }
     const auto id = static_cast<NodeId>(m_nodes.size());
     const auto first = m_properties.size();
+    uint64_t tags = 0;
     ForEachElement(element,
                    [&](const pugi::xml_node &child)
                    {
@@ -130,6 +137,7 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
                        if (tag)
                        {
                            m_properties.push_back({*tag, noNode, child});
+                           tags |= BitOf(*tag);
                        }
                        if (!tag || !IsNested(*tag))
                        {
@@ -138,7 +146,7 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
                    });
     const auto count = m_properties.size() - first;
     m_nodes.push_back({kind, parent, element.attribute("Name").value(), element, static_cast<uint32_t>(first),
-                       static_cast<uint32_t>(count)});
+                       static_cast<uint32_t>(count), tags});
     // Behind the loop above, so that the properties of a node stand in one piece.
     for (size_t i = first; i < first + count; ++i)
     {
@@ -201,9 +209,12 @@ std::span<const Property> NodeGraph::PropertiesOf(NodeId id) const
 
 const Property *NodeGraph::Find(NodeId id, Tag tag) const
 {
-    const auto properties = PropertiesOf(id);
-    const auto found = std::ranges::find(properties, tag, &Property::tag);
-    return found == properties.end() ? nullptr : &*found;
+    // Most of what is asked for is not there, and a node may have thousands of entries.
+    if ((m_nodes[id].tags & BitOf(tag)) == 0)
+    {
+        return nullptr;
+    }
+    return &*std::ranges::find(PropertiesOf(id), tag, &Property::tag);
 }
 
 const Property *NodeGraph::FindInherited(NodeId id, Tag tag) const

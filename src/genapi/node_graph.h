@@ -45,6 +45,8 @@ struct Node
     pugi::xml_node element;
     uint32_t firstProperty;
     uint32_t propertyCount;
+    /// The tags of its properties, a bit for each.
+    uint64_t tags;
 };
 
 /// The nodes of a device description and their references.
