@@ -40,9 +40,7 @@ EditedRemote::EditedRemote(ProxyModule &port, std::string_view device,
     {
         m_processor->ConfigureDepth().SetInfo(ReadDepthEncoding(m_features));
     }
-    m_processor->SetDevice(
-        [this]
-        { return m_view.ReadDeviceState(m_streamPayloadSize ? m_streamPayloadSize() : std::nullopt); });
+    m_processor->SetDevice([this] { return ReadDeviceState(); });
 }
 
 EditedRemote::~EditedRemote()
@@ -62,6 +60,23 @@ EditedView EditedRemote::MakeView(IPort &port)
     auto edited = editor.Edit();
     m_registers.WatchWindow(edited.base);
     return {std::move(edited), root, location.name, m_graph, m_features, m_delivery, port};
+}
+
+void EditedRemote::SetStream(StreamPayloadSize payloadSize)
+{
+    const utils::MutexLock lock(m_streamMutex);
+    m_streamPayloadSize = std::move(payloadSize);
+}
+
+DeviceState EditedRemote::ReadDeviceState()
+{
+    std::optional<uint64_t> payloadSize;
+    {
+        // Held over the call, so that nobody closes the stream meanwhile.
+        const utils::MutexLock lock(m_streamMutex);
+        payloadSize = m_streamPayloadSize ? m_streamPayloadSize() : std::nullopt;
+    }
+    return m_view.ReadDeviceState(payloadSize);
 }
 
 uint64_t EditedRemote::DevicePayloadSize()

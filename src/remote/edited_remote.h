@@ -9,6 +9,7 @@
 #include "remote/edited_view.h"
 #include "remote/i_delivery.h"
 #include "remote/i_remote_view.h"
+#include "utils/mutex.h"
 
 #include <cstdint>
 #include <functional>
@@ -44,8 +45,8 @@ public:
     void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
                         size_t *piSize) override;
 
-    /// Not to be called beside a call that asks for a payload size.
-    void SetStream(StreamPayloadSize payloadSize) { m_streamPayloadSize = std::move(payloadSize); }
+    /// Waits for a call of the earlier source to end.
+    void SetStream(StreamPayloadSize payloadSize);
     /// Bytes of a frame before processing, as the device says.
     /// @throws GenTLException when the device tells neither a payload size nor the format of its images
     uint64_t DevicePayloadSize();
@@ -79,6 +80,7 @@ private:
     };
 
     EditedView MakeView(IPort &port);
+    DeviceState ReadDeviceState();
 
     std::shared_ptr<ConversionProcessor> m_processor;
     DescriptionSource m_source;
@@ -88,7 +90,8 @@ private:
     Delivery m_delivery;
     ProxyModule &m_port;
     EditedView m_view;
-    StreamPayloadSize m_streamPayloadSize;
+    utils::Mutex m_streamMutex;
+    StreamPayloadSize m_streamPayloadSize QVR_GUARDED_BY(m_streamMutex);
 };
 
 } // namespace GenTL::internal
