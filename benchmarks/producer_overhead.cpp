@@ -1,6 +1,6 @@
-// The cost of a frame until the consumer has read each byte once from its own memory: through the proxy
-// producer, and directly from the lower producer with a memcpy by the consumer. CPU time of the whole process
-// per frame, alternating in one run, and the ratio.
+// The cost of a frame until the consumer has read each byte once from its own memory: through each producer
+// over the simulator, and directly from the simulator with a memcpy by the consumer. CPU time of the whole
+// process per frame, alternating in one run, and the ratio.
 //
 //   producer_overhead [megabytes per round] [rounds]
 
@@ -165,8 +165,8 @@ double CpuPerFrame(const std::string &file, const FrameKind &frame, int frames, 
     return (CpuSeconds() - begin) / frames;
 }
 
-void Compare(const std::string &proxy, const std::string &lower, const FrameKind &frame, size_t roundBytes,
-             int rounds)
+void Compare(const std::string &name, const std::string &proxy, const std::string &lower,
+             const FrameKind &frame, size_t roundBytes, int rounds)
 {
     constexpr size_t mostFrames = 10000;
     const auto bytes = frame.Bytes();
@@ -192,8 +192,8 @@ void Compare(const std::string &proxy, const std::string &lower, const FrameKind
         ratio.push_back(through.back() / direct.back());
     }
     const auto [least, most] = std::ranges::minmax(ratio);
-    fmt::print("{:>8} bytes  direct {:9.2f} us  proxy {:9.2f} us  ratio {:.2f} ({:.2f} to {:.2f})\n", bytes,
-               MedianOf(direct) * 1e6, MedianOf(through) * 1e6, MedianOf(ratio), least, most);
+    fmt::print("{:>8} bytes  direct {:9.2f} us  {:>8} {:9.2f} us  ratio {:.2f} ({:.2f} to {:.2f})\n", bytes,
+               MedianOf(direct) * 1e6, name, MedianOf(through) * 1e6, MedianOf(ratio), least, most);
 }
 
 /// The queries that the acquisition thread makes for each frame.
@@ -234,6 +234,7 @@ int main(int argc, char **argv)
         return 2;
     }
     const std::string proxy = QVR_LIB_DIR "/qvr_proxygentl.cti";
+    const std::string any = QVR_LIB_DIR "/anygentl/qvr_anygentl.cti";
     const std::string lower = QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti";
     try
     {
@@ -242,7 +243,9 @@ int main(int argc, char **argv)
              {smallFrame, FrameKind{"BayerRG8", 1, 1024, 1024}, FrameKind{"BayerRG8", 1, 2048, 1024},
               FrameKind{"BayerRG8", 1, 2448, 2048}, FrameKind{"RGB8", 3, 2448, 1634}})
         {
-            Compare(proxy, lower, frame, static_cast<size_t>(megabytes) << 20U, rounds);
+            const auto bytes = static_cast<size_t>(megabytes) << 20U;
+            Compare("proxy", proxy, lower, frame, bytes, rounds);
+            Compare("any", any, lower, frame, bytes, rounds);
         }
         CallByCall(lower);
         return 0;
