@@ -1,5 +1,6 @@
 // Descriptions of a device: whatever their content, access to a feature succeeds or throws an exception.
 
+#include "fuzz/try.h"
 #include "nodemap/node_access.h"
 #include "tests/nodemap/memory_port.h"
 
@@ -7,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <string>
 #include <string_view>
 
@@ -16,18 +16,6 @@ namespace
 
 using namespace GenTL::internal;
 using namespace GenTL::internal::nodemap;
-
-template <typename Action>
-void Try(Action action)
-{
-    try
-    {
-        action();
-    }
-    catch (const std::exception &) // NOLINT(bugprone-empty-catch)
-    {
-    }
-}
 
 /// Performs every operation on a feature.
 void Use(const NodeMapParser &parser, const std::string &name)

@@ -7,7 +7,10 @@
 #include "nodemap/node_access.h"
 #include "processing/processor.h"
 #include "proxy_system.h"
+#include "remote/edited_remote.h"
 #include "remoteport.h"
+#include "utils/lower_info.h"
+#include "utils/try.h"
 
 #include <utility>
 
@@ -19,7 +22,44 @@ RemoteSide MakeOverriddenRemoteSide(const LowerDevice &device)
     auto processor = std::make_shared<Processor>();
     auto port = std::make_shared<RemotePort>(device.proxy, device.port, processor);
     auto payloadSize = [port] { return nodemap::ReadUnsigned(*port, port->FindNode("PayloadSize")); };
-    return {std::move(port), std::move(processor), std::move(payloadSize)};
+    return {
+        .port = std::move(port), .processor = std::move(processor), .payloadSize = std::move(payloadSize)};
+}
+
+namespace
+{
+
+/// The device's id, for messages.
+std::string NameOf(const LowerDevice &device)
+{
+    const auto id = utils::Try(
+        [&]
+        {
+            return utils::ReadText(
+                [&](INFO_DATATYPE *type, void *buffer, size_t *size)
+                { device.proxy->DevGetInfo(device.device, DEVICE_INFO_ID, type, buffer, size); });
+        });
+    return id.value_or("The device");
+}
+
+} // namespace
+
+RemoteSide MakeEditedRemoteSide(const LowerDevice &device)
+{
+    auto processor = std::make_shared<ConversionProcessor>();
+    EditedRemote *remote = nullptr;
+    const auto makeView = [&](ProxyModule &port)
+    {
+        auto view = std::make_unique<EditedRemote>(port, NameOf(device), processor);
+        remote = view.get();
+        return view;
+    };
+    auto port = std::make_shared<RemotePort>(device.proxy, device.port, makeView);
+    return {.port = port,
+            .processor = std::move(processor),
+            .payloadSize = [port, remote] { return remote->DevicePayloadSize(); },
+            .setStreamPayloadSize = [port, remote](const EditedRemote::StreamPayloadSize &payloadSize)
+            { remote->SetStream(payloadSize); }};
 }
 
 std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem)

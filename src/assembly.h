@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 namespace GenTL::internal
@@ -32,11 +33,17 @@ struct RemoteSide
     std::shared_ptr<RemotePort> port;           ///< the remote port that the consumer reads and writes
     std::shared_ptr<IFrameProcessor> processor; ///< configured through that port
     std::function<size_t()> payloadSize;        ///< bytes of a frame before processing, as the device says
+    /// Takes what the open lower stream defines as its payload size, and an empty function when it is closed.
+    std::function<void(std::function<std::optional<uint64_t>()>)> setStreamPayloadSize = [](const auto &) {};
 };
 
 /// Registers of the device overridden at their own addresses, under the device's own description.
 /// @throws as the constructor of RemotePort
 RemoteSide MakeOverriddenRemoteSide(const LowerDevice &device);
+
+/// Registers of our own in an edited description.
+/// @throws as the constructor of EditedRemote
+RemoteSide MakeEditedRemoteSide(const LowerDevice &device);
 
 /// The lower system as it describes itself.
 std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem);

@@ -8,6 +8,8 @@
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/log.h"
+#include "utils/lower_info.h"
+#include "utils/try.h"
 
 #include <cstring>
 #include <exception>
@@ -145,6 +147,10 @@ std::shared_ptr<Datastream> Device::MakeDataStream()
     auto lower = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remote.payloadSize, rules);
     StreamSetup setup{
         .rules = rules, .buffers = m_profile.buffers, .output = m_assembly.makeOutputQueue(library)};
+    if (rules.namesTypeOfDevice)
+    {
+        setup.tlType = TypeText();
+    }
     if (rules.passesEvents)
     {
         setup.lower.events = lower.get();
@@ -153,10 +159,28 @@ std::shared_ptr<Datastream> Device::MakeDataStream()
     {
         setup.lower.maxChunks = [stream = lower.get()] { return stream->GetMaxChunks(); };
     }
+    m_remote.setStreamPayloadSize([stream = lower.get()] { return stream->GetDefinedPayloadSize(); });
     auto worker = std::make_unique<AcquisitionWorker>(
         std::move(lower), m_remote.processor,
-        m_assembly.makeFrameReader({.clock = m_clock, .tlType = library.GetTLType()}), rules);
+        m_assembly.makeFrameReader({.clock = m_clock, .tlType = TypeText()}), rules);
     return std::make_shared<Datastream>(library, std::move(worker), m_ownHandle, std::move(setup));
+}
+
+/// The transport layer type of the lower device, or of the lower producer.
+std::string Device::TypeText()
+{
+    if (!m_profile.stream.namesTypeOfDevice)
+    {
+        return Library::Instance().GetTLType();
+    }
+    const auto type = utils::Try(
+        [this]
+        {
+            return utils::ReadText(
+                [this](INFO_DATATYPE *piType, void *buffer, size_t *size)
+                { Proxy()->DevGetInfo(GetLowerHandle(), DEVICE_INFO_TLTYPE, piType, buffer, size); });
+        });
+    return type.value_or(Library::Instance().GetTLType());
 }
 
 void Device::DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
@@ -174,6 +198,7 @@ void Device::ReleaseDataStream()
     // Declared before the lock, so that a last reference is destroyed after the lock is released.
     std::shared_ptr<Datastream> released;
     const utils::MutexLock guard(m_dataStreamMutex);
+    m_remote.setStreamPayloadSize({});
     released.swap(m_dataStream);
     m_dataStreamHandle = nullptr;
 }

@@ -51,6 +51,7 @@ public:
 private:
     void OpenLowerPort();
     void OpenRemotePort();
+    std::string TypeText();
     std::shared_ptr<Datastream> MakeDataStream();
 
     InstanceManager *m_manager;

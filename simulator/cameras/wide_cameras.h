@@ -2,10 +2,22 @@
 
 #include "simulator/cameras/camera_model.h"
 
+#include <span>
+
 namespace GenTL::simulator
 {
 
 constexpr const char *wideVendor = "Wideworld";
+
+/// A register of a camera of the wide world.
+struct WideRegister
+{
+    const char *feature;
+    uint64_t address;
+    bool bigEndian = false;
+};
+
+std::vector<FixedRegister> FixedRegisters(std::span<const WideRegister> places);
 
 // Cameras of another manufacturer, each with a description of its own and registers at addresses of its own.
 

@@ -4,6 +4,8 @@
 #include "simulator/cameras/descriptions.h"
 #include "simulator/cameras/wide_gige_controls.h"
 
+#include <algorithm>
+
 namespace GenTL::simulator
 {
 
@@ -11,56 +13,58 @@ namespace
 {
 
 /// The registers of WIDE-G2. The description has the same addresses.
+constexpr WideRegister wideGigERegisters[] = {
+    {"DeviceVendorName", 0x200},
+    {"DeviceModelName", 0x220},
+    {"DeviceManufacturerInfo", 0x240},
+    {"DeviceVersion", 0x280},
+    {"DeviceFirmwareVersion", 0x2A0},
+    {"DeviceSerialNumber", 0x2C0},
+    {"DeviceUserID", 0x2E0},
+    {"TimestampLatch", 0x944, true},
+    {"TimestampLatchValue", 0x948, true},
+    {"SensorWidth", 0x10000, true},
+    {"SensorHeight", 0x10004, true},
+    {"WidthMax", 0x10008, true},
+    {"HeightMax", 0x1000C, true},
+    {"Width", 0x10010, true},
+    {"Height", 0x10014, true},
+    {"OffsetX", 0x10018, true},
+    {"OffsetY", 0x1001C, true},
+    {"PixelFormat", 0x10020, true},
+    {"FormatCapabilities", 0x10024, true},
+    {packedFormatsEnable, 0x10028, true},
+    {sensorReadout, 0x1002C, true},
+    {"PixelColorFilter", 0x10030, true},
+    {"TestPattern", 0x10034, true},
+    {"AcquisitionMode", 0x10040, true},
+    {"AcquisitionFrameCount", 0x10044, true},
+    {"AcquisitionStart", 0x10048, true},
+    {"AcquisitionStop", 0x1004C, true},
+    {"AcquisitionFrameRate", 0x10050, true},
+    {"ExposureTime", 0x10054, true},
+    {"Gain", 0x10058, true},
+    {"ChunkModeActive", 0x10060, true},
+    {"ChunkSelector", 0x10064, true},
+    {"ChunkEnable", 0x10068, true},
+    {"ChunkEnableLocked", 0x1006C, true},
+    {chunkBytes, 0x10070, true},
+    {"TLParamsLocked", 0x10080, true},
+    {"ParametersLocked", 0x10084, true},
+    {"FrameCheck", 0x10088, true},
+};
+
 std::vector<FixedRegister> WideGigERegisters()
 {
-    const RegisterForm big = {.bigEndian = true};
-    const RegisterForm formatCodes = {.bigEndian = true,
-                                      .codes = {{0x01080001, 0x08},   // Mono8
-                                                {0x010C0004, 0x1A},   // Mono10Packed
-                                                {0x010C0006, 0x1C},   // Mono12Packed
-                                                {0x01080009, 0x48},   // BayerRG8
-                                                {0x010C0027, 0x5A},   // BayerRG10Packed
-                                                {0x010C002B, 0x5C}}}; // BayerRG12Packed
-    return {
-        {"DeviceVendorName", 0x200},
-        {"DeviceModelName", 0x220},
-        {"DeviceManufacturerInfo", 0x240},
-        {"DeviceVersion", 0x280},
-        {"DeviceFirmwareVersion", 0x2A0},
-        {"DeviceSerialNumber", 0x2C0},
-        {"DeviceUserID", 0x2E0},
-        {"TimestampLatch", 0x944, big},
-        {"TimestampLatchValue", 0x948, big},
-        {"SensorWidth", 0x10000, big},
-        {"SensorHeight", 0x10004, big},
-        {"WidthMax", 0x10008, big},
-        {"HeightMax", 0x1000C, big},
-        {"Width", 0x10010, big},
-        {"Height", 0x10014, big},
-        {"OffsetX", 0x10018, big},
-        {"OffsetY", 0x1001C, big},
-        {"PixelFormat", 0x10020, formatCodes},
-        {"FormatCapabilities", 0x10024, big},
-        {packedFormatsEnable, 0x10028, big},
-        {sensorReadout, 0x1002C, big},
-        {"PixelColorFilter", 0x10030, big},
-        {"TestPattern", 0x10034, big},
-        {"AcquisitionMode", 0x10040, big},
-        {"AcquisitionFrameCount", 0x10044, big},
-        {"AcquisitionStart", 0x10048, big},
-        {"AcquisitionStop", 0x1004C, big},
-        {"AcquisitionFrameRate", 0x10050, big},
-        {"ExposureTime", 0x10054, big},
-        {"Gain", 0x10058, big},
-        {"ChunkModeActive", 0x10060, big},
-        {"ChunkSelector", 0x10064, big},
-        {"ChunkEnable", 0x10068, big},
-        {"ChunkEnableLocked", 0x1006C, big},
-        {chunkBytes, 0x10070, big},
-        {"TLParamsLocked", 0x10080, big},
-        {"ParametersLocked", 0x10084, big},
-        {"FrameCheck", 0x10088, big},
-    };
+    auto registers = FixedRegisters(wideGigERegisters);
+    std::ranges::find(registers, "PixelFormat", &FixedRegister::feature)->form.codes = {
+        {0x01080001, 0x08},  // Mono8
+        {0x010C0004, 0x1A},  // Mono10Packed
+        {0x010C0006, 0x1C},  // Mono12Packed
+        {0x01080009, 0x48},  // BayerRG8
+        {0x010C0027, 0x5A},  // BayerRG10Packed
+        {0x010C002B, 0x5C}}; // BayerRG12Packed
+    return registers;
 }
 
 /// What the formats depend on; the description reads the bits of FormatCapabilities one by one.

@@ -71,6 +71,17 @@ std::optional<Info> ImageInfo(const ImageSettings &image, BUFFER_INFO_CMD comman
     }
 }
 
+/// @throws Error GC_ERR_NOT_AVAILABLE: the camera's clock has other ticks.
+Info NanosecondsOf(const FrameOrder &order)
+{
+    const auto ticksPerSecond = order.settings->ticksPerSecond;
+    if (ticksPerSecond != nanosecondsPerSecond)
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, "The camera counts {} ticks in a second", ticksPerSecond);
+    }
+    return Info::UInt64(order.timestamp);
+}
+
 } // namespace
 
 Buffer::Buffer(HandleTable &handles, const void *stream, const Transport &transport, void *memory,
@@ -148,12 +159,7 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
     case BUFFER_INFO_TIMESTAMP:
         return Info::UInt64(filled.order.timestamp);
     case BUFFER_INFO_TIMESTAMP_NS:
-        if (settings.ticksPerSecond != nanosecondsPerSecond)
-        {
-            throw Error(GC_ERR_NOT_AVAILABLE, "The camera counts {} ticks in a second",
-                        settings.ticksPerSecond);
-        }
-        return Info::UInt64(filled.order.timestamp);
+        return NanosecondsOf(filled.order);
     case BUFFER_INFO_FRAMEID:
         return Info::UInt64(filled.order.number);
     case BUFFER_INFO_IMAGEPRESENT:

@@ -47,14 +47,17 @@ void AnswerStacked(Entry *pInfoStacked, size_t iNumInfos, Query query)
 
 } // namespace
 
-Buffer::Buffer(ILibrary &library, void *memory, size_t size, void *userPointer, const BufferAnswers &answers)
-    : m_library(&library), m_base(memory), m_size(size), m_userPointer(userPointer), m_answers(answers)
+Buffer::Buffer(ILibrary &library, void *memory, size_t size, void *userPointer, const BufferAnswers &answers,
+               std::string tlType)
+    : m_library(&library), m_base(memory), m_size(size), m_userPointer(userPointer),
+      m_tlType(std::move(tlType)), m_answers(answers)
 {
 }
 
-Buffer::Buffer(ILibrary &library, size_t size, void *userPointer, const BufferAnswers &answers)
-    : m_library(&library), m_base(nullptr), m_size(size), m_userPointer(userPointer), m_answers(answers),
-      m_ownMemory(size)
+Buffer::Buffer(ILibrary &library, size_t size, void *userPointer, const BufferAnswers &answers,
+               std::string tlType)
+    : m_library(&library), m_base(nullptr), m_size(size), m_userPointer(userPointer),
+      m_tlType(std::move(tlType)), m_answers(answers), m_ownMemory(size)
 {
     if (!m_ownMemory.empty())
     {
@@ -133,7 +136,8 @@ void Buffer::DSGetBufferInfo(BUFFER_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, vo
                                            .complete = m_complete,
                                            .newData = m_newData,
                                            .state = m_state,
-                                           .passesLowerValues = m_answers.passesLowerValues});
+                                           .passesLowerValues = m_answers.passesLowerValues,
+                                           .tlType = m_tlType});
     };
     utils::WriteInfo(answer(), piType, pBuffer, piSize);
 }

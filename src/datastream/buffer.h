@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace GenTL::internal
@@ -47,10 +48,12 @@ class Buffer final : public PortWithoutRegisters
 {
 public:
     /// Uses memory of the consumer, which must outlive the buffer.
-    Buffer(ILibrary &library, void *memory, size_t size, void *userPointer,
-           const BufferAnswers &answers = {});
+    /// @param tlType the transport layer type of the device; empty: that of the library
+    Buffer(ILibrary &library, void *memory, size_t size, void *userPointer, const BufferAnswers &answers = {},
+           std::string tlType = {});
     /// Allocates its memory, filled with zeros.
-    Buffer(ILibrary &library, size_t size, void *userPointer, const BufferAnswers &answers = {});
+    Buffer(ILibrary &library, size_t size, void *userPointer, const BufferAnswers &answers = {},
+           std::string tlType = {});
 
     BufferState GetState() const { return m_state; }
     size_t GetSize() const { return m_size; }
@@ -92,6 +95,7 @@ private:
     void *m_base;
     size_t m_size;
     void *m_userPointer;
+    std::string m_tlType;
     BufferAnswers m_answers;
     std::vector<uint8_t> m_ownMemory; ///< empty for consumer memory
     std::atomic<bool> m_complete = false;

@@ -74,7 +74,9 @@ constexpr std::array knownQueries{
     KnownQuery{BUFFER_INFO_IS_ACQUIRING, Needs::Nothing,
                [](Facts b) { return Info::Bool(b.state == BufferState::Filling); }},
     KnownQuery{BUFFER_INFO_IS_INCOMPLETE, Needs::Nothing, [](Facts b) { return Info::Bool(!b.complete); }},
-    KnownQuery{BUFFER_INFO_TLTYPE, Needs::Nothing, [](Facts b) { return Info::Text(b.library.GetTLType()); }},
+    KnownQuery{BUFFER_INFO_TLTYPE, Needs::Nothing,
+               [](Facts b)
+               { return Info::Text(b.tlType.empty() ? b.library.GetTLType() : std::string(b.tlType)); }},
     KnownQuery{BUFFER_INFO_SIZE_FILLED, Needs::Frame, [](Facts b) { return Info::Size(b.frame.sizeFilled); }},
     KnownQuery{BUFFER_INFO_WIDTH, Needs::Frame,
                [](Facts b) { return Told(b.frame.metadata.width, Info::Size); }},

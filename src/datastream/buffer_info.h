@@ -4,6 +4,7 @@
 #include "utils/info.h"
 
 #include <cstdint>
+#include <string_view>
 #include <vector>
 
 namespace GenTL::internal
@@ -37,6 +38,7 @@ struct BufferFacts
     bool newData; ///< when false, all commands that describe the frame fail with GC_ERR_NOT_AVAILABLE
     BufferState state;
     bool passesLowerValues = false; ///< as in BufferAnswers
+    std::string_view tlType{};      ///< of the device; empty: that of the library
 };
 
 /// @throws GenTLException GC_ERR_NOT_IMPLEMENTED for a command that is not in the list of queries;

@@ -38,8 +38,8 @@ namespace
 
 Datastream::Datastream(ILibrary &library, std::unique_ptr<IAcquisitionWorker> worker, DEV_HANDLE parentHandle,
                        StreamSetup setup)
-    : m_library(library),
-      m_nodeMap(std::make_shared<nodemap::NodeMap>("StreamPort", library.GetTLType(), ModuleType::DataStream,
+    : m_library(library), m_tlType(setup.tlType),
+      m_nodeMap(std::make_shared<nodemap::NodeMap>("StreamPort", TypeText(), ModuleType::DataStream,
                                                    nodemap::DataStreamDescription(), this,
                                                    DatastreamFeatures(), library.GetProfile().identity)),
       m_parentHandle(parentHandle), m_buffers(library), m_rules(setup.rules), m_bufferAnswers(setup.buffers),
@@ -87,15 +87,16 @@ void Datastream::DSAllocAndAnnounceBuffer(size_t iBufferSize, void *pPrivate, BU
 {
     utils::CheckNotNull("phBuffer", phBuffer);
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    *phBuffer = m_buffers.Add(std::make_shared<Buffer>(m_library, iBufferSize, pPrivate, m_bufferAnswers));
+    *phBuffer =
+        m_buffers.Add(std::make_shared<Buffer>(m_library, iBufferSize, pPrivate, m_bufferAnswers, m_tlType));
 }
 
 void Datastream::DSAnnounceBuffer(void *pBuffer, size_t iBufferSize, void *pPrivate, BUFFER_HANDLE *phBuffer)
 {
     utils::CheckNotNull({{"phBuffer", phBuffer}, {"pBuffer", pBuffer}});
     utils::CheckNotZero("iBufferSize", iBufferSize);
-    *phBuffer =
-        m_buffers.Add(std::make_shared<Buffer>(m_library, pBuffer, iBufferSize, pPrivate, m_bufferAnswers));
+    *phBuffer = m_buffers.Add(
+        std::make_shared<Buffer>(m_library, pBuffer, iBufferSize, pPrivate, m_bufferAnswers, m_tlType));
 }
 
 void Datastream::DSGetBufferID(uint32_t iIndex, BUFFER_HANDLE *phBuffer)
@@ -151,6 +152,11 @@ size_t Datastream::MaxChunks() const
     return m_lower.maxChunks ? m_lower.maxChunks().value_or(0) : 0;
 }
 
+std::string Datastream::TypeText() const
+{
+    return m_tlType.empty() ? m_library.GetTLType() : m_tlType;
+}
+
 utils::Info Datastream::Answer(STREAM_INFO_CMD command)
 {
     using utils::Info;
@@ -177,7 +183,7 @@ utils::Info Datastream::Answer(STREAM_INFO_CMD command)
     case STREAM_INFO_DEFINES_PAYLOADSIZE:
         return Info::Bool(true);
     case STREAM_INFO_TLTYPE:
-        return Info::Text(m_library.GetTLType());
+        return Info::Text(TypeText());
     case STREAM_INFO_NUM_CHUNKS_MAX:
         return Info::Size(MaxChunks());
     case STREAM_INFO_BUF_ANNOUNCE_MIN:

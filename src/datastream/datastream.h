@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace GenTL::internal
@@ -37,6 +38,7 @@ struct StreamSetup
     BufferAnswers buffers{};
     std::unique_ptr<IOutputQueue> output{}; ///< null: an EventOutput
     LowerStreamAnswers lower{};
+    std::string tlType{}; ///< of the device; empty: that of the library
 };
 
 /// The object behind a DS_HANDLE: the consumer's buffers, the output queue, the counters and the stream's own
@@ -102,10 +104,12 @@ public:
 
 private:
     utils::Info Answer(STREAM_INFO_CMD command);
+    std::string TypeText() const;
     size_t MaxChunks() const;
     void Stop(ACQ_STOP_FLAGS flags);
 
     ILibrary &m_library;
+    std::string m_tlType; ///< of the device; empty: that of the library
     std::shared_ptr<nodemap::NodeMap> m_nodeMap;
     DEV_HANDLE m_parentHandle;
     AnnouncedBuffers m_buffers;

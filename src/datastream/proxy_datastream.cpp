@@ -298,13 +298,19 @@ bool ProxyDataStream::DefinesPayloadSize()
     }
 }
 
+std::optional<size_t> ProxyDataStream::GetDefinedPayloadSize()
+{
+    if (!DefinesPayloadSize())
+    {
+        return std::nullopt;
+    }
+    return StreamInfo<size_t>(STREAM_INFO_PAYLOAD_SIZE, INFO_DATATYPE_SIZET);
+}
+
 size_t ProxyDataStream::GetLowerPayloadSize()
 {
-    if (DefinesPayloadSize())
-    {
-        return StreamInfo<size_t>(STREAM_INFO_PAYLOAD_SIZE, INFO_DATATYPE_SIZET);
-    }
-    return m_devicePayloadSize();
+    const auto defined = GetDefinedPayloadSize();
+    return defined ? *defined : m_devicePayloadSize();
 }
 
 std::optional<size_t> ProxyDataStream::GetMaxChunks()

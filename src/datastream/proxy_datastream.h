@@ -50,6 +50,8 @@ public:
     ProxyBuffer WaitForBuffer(uint64_t timeoutMs) override;
     void RequeueBuffer(const ProxyBuffer &buffer) override;
     size_t GetLowerPayloadSize() override;
+    /// None when the lower stream defines no payload size. In bytes.
+    std::optional<size_t> GetDefinedPayloadSize();
     std::optional<uint64_t> GetDroppedFrameCount() override;
     /// STREAM_INFO_NUM_CHUNKS_MAX of the lower stream; none when it does not tell.
     std::optional<size_t> GetMaxChunks();

@@ -115,9 +115,9 @@ Access UnlockedAccess(Evaluator &evaluator, NodeId id)
             access.cause = obstacle;
         }
     }
-    const bool isThere = access.implemented && access.available;
-    access.readable = access.readable && isThere;
-    access.writable = access.writable && isThere;
+    access.available = access.available && access.implemented;
+    access.readable = access.readable && access.available;
+    access.writable = access.writable && access.available;
     return access;
 }
 

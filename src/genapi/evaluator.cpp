@@ -53,7 +53,7 @@ int64_t Evaluator::Integer(Number number) const
     const auto integer = number.Integer();
     if (!integer)
     {
-        Fail(fmt::format("{} is too large for an integer", number.Text()), GC_ERR_INVALID_VALUE);
+        Fail(fmt::format("{} does not fit an integer", number.Text()), GC_ERR_INVALID_VALUE);
     }
     return *integer;
 }

@@ -16,7 +16,7 @@ int64_t ToInteger(Number number)
     const auto integer = number.Integer();
     if (!integer)
     {
-        throw FormulaError(number.Text() + " is too large for an integer");
+        throw FormulaError(number.Text() + " does not fit an integer");
     }
     return *integer;
 }

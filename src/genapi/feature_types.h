@@ -12,6 +12,7 @@ namespace GenTL::internal::genapi
 struct Access
 {
     bool implemented = true;
+    /// Only what is implemented is available.
     bool available = true;
     bool locked = false;
     /// Implemented, available, and every node of the value chain allows it.
@@ -22,7 +23,7 @@ struct Access
     std::string cause;
 };
 
-/// An entry of an enumeration.
+/// An entry of an enumeration. Its name lies in the document.
 struct Entry
 {
     std::string_view name;

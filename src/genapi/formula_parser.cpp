@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <charconv>
 #include <numbers>
 #include <optional>
 #include <unordered_map>
@@ -84,6 +85,20 @@ bool IsDigit(char c)
     return c >= '0' && c <= '9';
 }
 
+/// The length of the number at the start of a text, 0 if there is none.
+size_t NumberLength(std::string_view text)
+{
+    if (IsHexadecimal(text))
+    {
+        const auto *const end = std::ranges::find_if_not(
+            text.substr(2), [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; });
+        return static_cast<size_t>(end - text.begin());
+    }
+    double ignored = 0;
+    const auto *const end = std::from_chars(text.data(), text.data() + text.size(), ignored).ptr;
+    return static_cast<size_t>(end - text.data());
+}
+
 /// One level of nesting.
 class Nested
 {
@@ -104,6 +119,40 @@ private:
     int &m_nesting;
 };
 
+/// Appends steps to the code of a formula.
+class CodeWriter
+{
+public:
+    /// Returns the position of the step.
+    size_t Add(Op op, size_t operand = 0)
+    {
+        m_code.steps.push_back({op, static_cast<uint32_t>(operand)});
+        return m_code.steps.size() - 1;
+    }
+    void AddLiteral(Number value)
+    {
+        m_code.literals.push_back(value);
+        Add(Op::Literal, m_code.literals.size() - 1);
+    }
+    void AddSymbol(std::string_view name)
+    {
+        const auto [entry, isNew] = m_names.try_emplace(name, m_code.names.size());
+        if (isNew)
+        {
+            m_code.names.emplace_back(name);
+        }
+        Add(Op::Symbol, entry->second);
+    }
+    /// Lets a jump end behind the last step.
+    void JumpToHere(size_t jump) { m_code.steps[jump].operand = static_cast<uint32_t>(m_code.steps.size()); }
+
+    FormulaCode Code() && { return std::move(m_code); }
+
+private:
+    FormulaCode m_code;
+    std::unordered_map<std::string_view, size_t> m_names;
+};
+
 /// Compiles one formula: one method for each level of the grammar, and those that read the text.
 class FormulaParser
 {
@@ -117,7 +166,7 @@ public:
         {
             Fail();
         }
-        return std::move(m_code);
+        return std::move(m_writer).Code();
     }
 
 private:
@@ -134,16 +183,10 @@ private:
     void Expect(std::string_view token);
     [[noreturn]] void Fail();
 
-    size_t Emit(Op op, size_t operand = 0);
-    void EmitLiteral(Number value);
-    void EmitSymbol(std::string_view name);
-    void JumpToHere(size_t jump);
-
     std::string_view m_text;
     size_t m_position = 0;
     int m_nesting = 0;
-    FormulaCode m_code;
-    std::unordered_map<std::string_view, size_t> m_names;
+    CodeWriter m_writer;
 };
 
 void FormulaParser::ParseConditional()
@@ -152,17 +195,17 @@ void FormulaParser::ParseConditional()
     ParseBinary(0);
     while (Accept("?"))
     {
-        const auto otherwise = Emit(Op::JumpIfFalse);
+        const auto otherwise = m_writer.Add(Op::JumpIfFalse);
         {
             const Nested nested(m_nesting);
             ParseConditional();
         }
         Expect(":");
-        ends.push_back(Emit(Op::Jump));
-        JumpToHere(otherwise);
+        ends.push_back(m_writer.Add(Op::Jump));
+        m_writer.JumpToHere(otherwise);
         ParseBinary(0);
     }
-    std::ranges::for_each(ends, [this](size_t jump) { JumpToHere(jump); });
+    std::ranges::for_each(ends, [this](size_t jump) { m_writer.JumpToHere(jump); });
 }
 
 void FormulaParser::ParseBinary(int least)
@@ -180,15 +223,15 @@ void FormulaParser::ParseBinary(int least)
         Expect(found->text);
         if (found->op == Op::AndJump || found->op == Op::OrJump)
         {
-            const auto jump = Emit(found->op);
+            const auto jump = m_writer.Add(found->op);
             ParseBinary(found->strength + 1);
-            Emit(Op::Truth);
-            JumpToHere(jump);
+            m_writer.Add(Op::Truth);
+            m_writer.JumpToHere(jump);
         }
         else
         {
             ParseBinary(found->strength + 1);
-            Emit(found->op);
+            m_writer.Add(found->op);
         }
     }
 }
@@ -201,7 +244,7 @@ void FormulaParser::ParseUnary()
         {
             const Nested nested(m_nesting);
             ParseUnary();
-            Emit(op);
+            m_writer.Add(op);
             return;
         }
     }
@@ -221,7 +264,7 @@ void FormulaParser::ParsePower()
     {
         const Nested nested(m_nesting);
         ParseUnary();
-        Emit(Op::Power);
+        m_writer.Add(Op::Power);
     }
 }
 
@@ -246,7 +289,7 @@ void FormulaParser::ParsePrimary()
         }
         else
         {
-            EmitSymbol(name);
+            m_writer.AddSymbol(name);
         }
     }
     else
@@ -260,7 +303,7 @@ void FormulaParser::ParseCall(std::string_view name)
     if (name == "E" || name == "PI")
     {
         Expect(")");
-        EmitLiteral(name == "E" ? std::numbers::e : std::numbers::pi);
+        m_writer.AddLiteral(name == "E" ? std::numbers::e : std::numbers::pi);
         return;
     }
     const auto *const function = std::ranges::find(functions, name, &Function::name);
@@ -278,51 +321,26 @@ void FormulaParser::ParseCall(std::string_view name)
         }
         else
         {
-            EmitLiteral(int64_t{0});
+            m_writer.AddLiteral(int64_t{0});
         }
     }
     Expect(")");
-    Emit(function->op);
+    m_writer.Add(function->op);
 }
 
 void FormulaParser::ParseNumber()
 {
     const auto rest = Rest();
-    size_t length = 0;
-    const auto skip = [&](auto isWanted)
-    {
-        while (length < rest.size() && isWanted(rest[length]))
-        {
-            ++length;
-        }
-    };
-    std::optional<Number> value;
-    if (rest.starts_with("0x") || rest.starts_with("0X"))
-    {
-        length = 2;
-        skip([](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; });
-        value = ParseInteger(rest.substr(0, length));
-    }
-    else
-    {
-        skip(IsDigit);
-        const auto whole = length;
-        skip([&](char c) { return c == '.' && length == whole; });
-        skip(IsDigit);
-        const auto mantissa = length;
-        skip([&](char c) { return (c == 'e' || c == 'E') && length == mantissa; });
-        skip([&](char c) { return (c == '+' || c == '-') && length == mantissa + 1; });
-        skip(IsDigit);
-        const auto number = rest.substr(0, length);
-        value = length == whole ? std::optional<Number>(ParseInteger(number))
-                                : std::optional<Number>(ParseFloat(number));
-    }
-    if (!value || (length < rest.size() && IsLetter(rest[length])))
+    const auto number = rest.substr(0, NumberLength(rest));
+    const bool isInteger = number.find_first_of(".eE") == std::string_view::npos || IsHexadecimal(number);
+    const auto value =
+        isInteger ? std::optional<Number>(ParseInteger(number)) : std::optional<Number>(ParseFloat(number));
+    if (!value || (number.size() < rest.size() && IsLetter(rest[number.size()])))
     {
         Fail();
     }
-    m_position += length;
-    EmitLiteral(*value);
+    m_position += number.size();
+    m_writer.AddLiteral(*value);
 }
 
 /// The text from the next token on.
@@ -357,33 +375,6 @@ void FormulaParser::Fail()
     throw FormulaError(rest.empty()
                            ? "it ends too early"
                            : fmt::format("unexpected '{}' at character {}", rest.front(), m_position + 1));
-}
-
-size_t FormulaParser::Emit(Op op, size_t operand)
-{
-    m_code.steps.push_back({op, static_cast<uint32_t>(operand)});
-    return m_code.steps.size() - 1;
-}
-
-void FormulaParser::EmitLiteral(Number value)
-{
-    m_code.literals.push_back(value);
-    Emit(Op::Literal, m_code.literals.size() - 1);
-}
-
-void FormulaParser::EmitSymbol(std::string_view name)
-{
-    const auto [entry, isNew] = m_names.try_emplace(name, m_code.names.size());
-    if (isNew)
-    {
-        m_code.names.emplace_back(name);
-    }
-    Emit(Op::Symbol, entry->second);
-}
-
-void FormulaParser::JumpToHere(size_t jump)
-{
-    m_code.steps[jump].operand = static_cast<uint32_t>(m_code.steps.size());
 }
 
 } // namespace

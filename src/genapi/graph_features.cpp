@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <optional>
 #include <type_traits>
 
 namespace GenTL::internal::genapi
@@ -27,7 +28,7 @@ NodeId NodeNamed(const NodeGraph &graph, std::string_view name)
     return id;
 }
 
-/// One operation on a feature: a pass, and the step to the feature's node.
+/// One operation on a feature: a pass, and the feature's node.
 class Operation
 {
 public:
@@ -102,15 +103,15 @@ Number NumberInText(Operation &operation, std::string_view text)
 }
 
 template <typename T>
-T NumberAs(const Evaluator &pass, Number number)
+T LimitAs(Number limit)
 {
     if constexpr (std::is_same_v<T, int64_t>)
     {
-        return pass.Integer(number);
+        return IntegerLimit(limit);
     }
     else
     {
-        return number.Float();
+        return limit.Float();
     }
 }
 
@@ -192,8 +193,8 @@ Limits<T> GraphFeatures::LimitsOf(std::string_view name)
     const auto min = MinOf(pass, operation.id);
     const auto max = MaxOf(pass, operation.id);
     const auto increment = IncrementOf(pass, operation.id);
-    const auto as = [&](Number number) { return NumberAs<T>(pass, number); };
-    return {as(min), as(max), increment ? std::optional(as(*increment)) : std::nullopt};
+    return {LimitAs<T>(min), LimitAs<T>(max),
+            increment ? std::optional(LimitAs<T>(*increment)) : std::nullopt};
 }
 
 template Limits<int64_t> GraphFeatures::LimitsOf(std::string_view name);
@@ -213,7 +214,7 @@ std::vector<Entry> GraphFeatures::EntriesOf(std::string_view name)
             operation.pass.RestartCount();
             const auto access = OwnAccess(operation.pass, property.target);
             entries.push_back({graph[property.target].name, EntryValue(operation.pass, property.target),
-                               access.implemented, access.implemented && access.available});
+                               access.implemented, access.available});
         }
     }
     return entries;

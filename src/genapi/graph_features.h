@@ -44,7 +44,8 @@ public:
     /// All bytes of any register.
     std::vector<uint8_t> ReadBytes(std::string_view name);
 
-    /// T is int64_t or double. A text or register of n bytes has the limits 0 and n.
+    /// T is int64_t or double. A limit beyond int64 becomes the nearest int64. A text or register of n bytes
+    /// has the limits 0 and n.
     template <typename T>
     Limits<T> LimitsOf(std::string_view name);
     /// All entries, in document order, with their conditions as they are now.

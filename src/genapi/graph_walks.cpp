@@ -165,8 +165,7 @@ std::vector<AddressRange> StaticRanges(const NodeGraph &graph)
 
 bool IsWritableLiteral(const NodeGraph &graph, NodeId id)
 {
-    constexpr std::array kinds{NodeKind::Integer, NodeKind::Float,  NodeKind::Boolean,
-                               NodeKind::Command, NodeKind::String, NodeKind::Enumeration};
+    constexpr std::array kinds{NodeKind::Integer, NodeKind::Float, NodeKind::Boolean, NodeKind::Enumeration};
     const auto *const imposed = graph.Find(id, Tag::ImposedAccessMode);
     return std::ranges::find(kinds, graph[id].kind) != kinds.end() && graph.Find(id, Tag::Value) != nullptr &&
            graph.Find(id, Tag::pValue) == nullptr &&

@@ -25,8 +25,8 @@ struct AddressRange
 /// with its literal length. A register without a literal address is left out; a computed length counts as 1.
 std::vector<AddressRange> StaticRanges(const NodeGraph &graph);
 
-/// Whether the node is a literal that a consumer may write: it has a Value and no pValue, and no
-/// ImposedAccessMode forbids it.
+/// Whether the node is a literal number that a consumer may write: an Integer, Float, Boolean or Enumeration
+/// with a Value, without pValue, and no ImposedAccessMode forbids it.
 bool IsWritableLiteral(const NodeGraph &graph, NodeId id);
 
 /// The writable literals on which the values, conditions, addresses or limits of the features depend by

@@ -44,15 +44,10 @@ Number EndOfKind(NodeKind kind, const RangeEnd &end)
 
 Number EndOf(Evaluator &evaluator, NodeId id, const RangeEnd &end);
 
-/// A limit as a node of this kind counts. Beyond int64 it means that there is none.
+/// A limit as a node of this kind counts.
 Number AsLimit(NodeKind kind, Number limit)
 {
-    if (IsFloat(kind))
-    {
-        return limit.Float();
-    }
-    return limit.Integer().value_or(limit.Float() < 0 ? std::numeric_limits<int64_t>::lowest()
-                                                      : std::numeric_limits<int64_t>::max());
+    return IsFloat(kind) ? Number(limit.Float()) : Number(IntegerLimit(limit));
 }
 
 Number EndOfFeature(Evaluator &evaluator, NodeId id, const RangeEnd &end)
@@ -209,6 +204,12 @@ bool IsLess(Number left, Number right)
 }
 
 } // namespace
+
+int64_t IntegerLimit(Number limit)
+{
+    return limit.Integer().value_or(limit.Float() < 0 ? std::numeric_limits<int64_t>::lowest()
+                                                      : std::numeric_limits<int64_t>::max());
+}
 
 Number MinOf(Evaluator &evaluator, NodeId id)
 {

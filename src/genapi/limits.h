@@ -2,6 +2,7 @@
 
 #include "genapi/evaluator.h"
 
+#include <cstdint>
 #include <optional>
 
 /// Limits of nodes, found through a pass.
@@ -14,6 +15,9 @@ Number MinOf(Evaluator &evaluator, NodeId id);
 Number MaxOf(Evaluator &evaluator, NodeId id);
 /// Empty if the node and those behind it have none.
 std::optional<Number> IncrementOf(Evaluator &evaluator, NodeId id);
+
+/// A limit as an integer. Beyond int64 it means that there is none.
+int64_t IntegerLimit(Number limit);
 
 /// Checks a value against limits and increment.
 /// @throws GenApiError GC_ERR_INVALID_VALUE

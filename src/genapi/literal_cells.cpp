@@ -25,7 +25,7 @@ const Property &LiteralOf(const NodeGraph &graph, std::string_view node)
 Number LiteralCells::Read(std::string_view node) const
 {
     const auto &literal = LiteralOf(m_graph, node);
-    const auto value = NumberIn(literal);
+    const auto value = NumberIn(m_graph.Find(node), literal);
     if (!value)
     {
         throw GenApiError(fmt::format("the value of {} is no number", node));
@@ -38,13 +38,21 @@ void LiteralCells::Set(std::string_view node, Number value)
     Store(LiteralOf(m_graph, node), value);
 }
 
-std::optional<Number> LiteralCells::NumberIn(const Property &literal) const
+std::optional<Number> LiteralCells::NumberIn(NodeId node, const Property &literal) const
 {
     if (const auto cell = m_numbers.find(&literal); cell != m_numbers.end())
     {
         return cell->second;
     }
     const auto text = literal.Text();
+    if (m_graph[node].kind == NodeKind::Boolean && (text == "true" || text == "false"))
+    {
+        const bool isTrue = text == "true";
+        const auto *const value = m_graph.Find(node, isTrue ? Tag::OnValue : Tag::OffValue);
+        const std::optional<int64_t> number =
+            value == nullptr ? int64_t{isTrue} : ParseInteger(value->Text());
+        return number ? std::optional<Number>(*number) : std::nullopt;
+    }
     if (const auto integer = ParseInteger(text))
     {
         return *integer;

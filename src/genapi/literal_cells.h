@@ -26,8 +26,9 @@ public:
     /// @throws GenApiError there is no such node
     void Set(std::string_view node, Number value);
 
-    /// The number written to one literal, else that in the document. Empty if that is no number.
-    std::optional<Number> NumberIn(const Property &literal) const;
+    /// The number written to one literal of a node, else that in the document. Empty if that is no number. A
+    /// Boolean may say "true" for its OnValue and "false" for its OffValue.
+    std::optional<Number> NumberIn(NodeId node, const Property &literal) const;
     /// The text written to one literal, else that in the document.
     std::string TextIn(const Property &literal) const;
     void Store(const Property &literal, Number value) { m_numbers.insert_or_assign(&literal, value); }

@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
+#include <functional>
 
 namespace GenTL::internal::genapi
 {
@@ -14,6 +16,12 @@ namespace
 
 constexpr size_t maximumNodes = 200'000;
 constexpr int maximumLevels = 200;
+
+uint64_t BitOf(Tag tag)
+{
+    static_assert(static_cast<int>(Tag::IntSwissKnife) < 64);
+    return uint64_t{1} << static_cast<int>(tag);
+}
 
 /// The name of an element without the prefix of its namespace.
 std::string_view LocalName(const pugi::xml_node &element)
@@ -43,17 +51,27 @@ void CheckLevel(int level)
     }
 }
 
+/// Calls `action` with each child element. Without iterators: each of their operations is a call into
+/// pugixml, and a description has tens of thousands of elements.
+template <typename Action>
+void ForEachElement(const pugi::xml_node &parent, Action action)
+{
+    auto child = parent.first_child();
+    for (auto type = child.type(); type != pugi::node_null; type = child.type())
+    {
+        if (type == pugi::node_element)
+        {
+            action(child);
+        }
+        child = child.next_sibling();
+    }
+}
+
 /// Checks the levels of what no node of the graph stands for.
 void CheckLevelsIn(const pugi::xml_node &element, int level)
 {
     CheckLevel(level);
-    for (const auto &child : element.children())
-    {
-        if (child.type() == pugi::node_element)
-        {
-            CheckLevelsIn(child, level + 1);
-        }
-    }
+    ForEachElement(element, [level](const pugi::xml_node &child) { CheckLevelsIn(child, level + 1); });
 }
 
 pugi::xml_node RootOf(const pugi::xml_node &node)
@@ -72,33 +90,34 @@ std::string_view Property::Text() const
 
 NodeGraph::NodeGraph(const pugi::xml_node &root)
 {
+    // What a large description needs; the system provides no memory before it is used.
+    m_nodes.reserve(4096);
+    m_properties.reserve(16384);
     AddNodes(RootOf(root), 1);
+    IndexNames();
     ResolveReferences();
 }
 
 void NodeGraph::AddNodes(const pugi::xml_node &parent, int level)
 {
     CheckLevel(level);
-    for (const auto &element : parent.children())
-    {
-        if (element.type() != pugi::node_element)
-        {
-            continue;
-        }
-        const auto name = LocalName(element);
-        if (const auto kind = KindOf(name))
-        {
-            AddNode(element, *kind, noNode, level + 1);
-        }
-        else if (name == "Group")
-        {
-            AddNodes(element, level + 1);
-        }
-        else
-        {
-            CheckLevelsIn(element, level + 1);
-        }
-    }
+    ForEachElement(parent,
+                   [&](const pugi::xml_node &element)
+                   {
+                       const auto name = LocalName(element);
+                       if (const auto kind = KindOf(name))
+                       {
+                           AddNode(element, *kind, noNode, level + 1);
+                       }
+                       else if (name == "Group")
+                       {
+                           AddNodes(element, level + 1);
+                       }
+                       else
+                       {
+                           CheckLevelsIn(element, level + 1);
+                       }
+                   });
 }
 
 NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId parent, int level)
@@ -110,25 +129,24 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
     }
     const auto id = static_cast<NodeId>(m_nodes.size());
     const auto first = m_properties.size();
-    for (const auto &child : element.children())
-    {
-        if (child.type() != pugi::node_element)
-        {
-            continue;
-        }
-        const auto tag = TagOf(LocalName(child));
-        if (tag)
-        {
-            m_properties.push_back({*tag, noNode, child});
-        }
-        if (!tag || !IsNested(*tag))
-        {
-            CheckLevelsIn(child, level + 1);
-        }
-    }
+    uint64_t tags = 0;
+    ForEachElement(element,
+                   [&](const pugi::xml_node &child)
+                   {
+                       const auto tag = TagOf(LocalName(child));
+                       if (tag)
+                       {
+                           m_properties.push_back({*tag, noNode, child});
+                           tags |= BitOf(*tag);
+                       }
+                       if (!tag || !IsNested(*tag))
+                       {
+                           CheckLevelsIn(child, level + 1);
+                       }
+                   });
     const auto count = m_properties.size() - first;
     m_nodes.push_back({kind, parent, element.attribute("Name").value(), element, static_cast<uint32_t>(first),
-                       static_cast<uint32_t>(count)});
+                       static_cast<uint32_t>(count), tags});
     // Behind the loop above, so that the properties of a node stand in one piece.
     for (size_t i = first; i < first + count; ++i)
     {
@@ -141,17 +159,22 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
     return id;
 }
 
-void NodeGraph::ResolveReferences()
+void NodeGraph::IndexNames()
 {
-    m_names.reserve(m_nodes.size());
+    m_slots.assign(std::bit_ceil(2 * m_nodes.size() + 1), noNode);
     for (NodeId id = 0; id < m_nodes.size(); ++id)
     {
         const auto &node = m_nodes[id];
         if (!node.name.empty() && (node.parent == noNode || node.kind == NodeKind::StructEntry))
         {
-            m_names.try_emplace(node.name, id);
+            auto &slot = m_slots[SlotOf(node.name)];
+            slot = slot == noNode ? id : slot;
         }
     }
+}
+
+void NodeGraph::ResolveReferences()
+{
     for (auto &property : m_properties)
     {
         if (IsReference(property.tag))
@@ -161,10 +184,21 @@ void NodeGraph::ResolveReferences()
     }
 }
 
+/// The slot of the node with this name, else the free one where it would stand.
+size_t NodeGraph::SlotOf(std::string_view name) const
+{
+    const auto mask = m_slots.size() - 1;
+    auto slot = std::hash<std::string_view>{}(name)&mask;
+    while (m_slots[slot] != noNode && m_nodes[m_slots[slot]].name != name)
+    {
+        slot = (slot + 1) & mask;
+    }
+    return slot;
+}
+
 NodeId NodeGraph::Find(std::string_view name) const
 {
-    const auto found = m_names.find(name);
-    return found == m_names.end() ? noNode : found->second;
+    return m_slots[SlotOf(name)];
 }
 
 std::span<const Property> NodeGraph::PropertiesOf(NodeId id) const
@@ -175,9 +209,12 @@ std::span<const Property> NodeGraph::PropertiesOf(NodeId id) const
 
 const Property *NodeGraph::Find(NodeId id, Tag tag) const
 {
-    const auto properties = PropertiesOf(id);
-    const auto found = std::ranges::find(properties, tag, &Property::tag);
-    return found == properties.end() ? nullptr : &*found;
+    // Most of what is asked for is not there, and a node may have thousands of entries.
+    if ((m_nodes[id].tags & BitOf(tag)) == 0)
+    {
+        return nullptr;
+    }
+    return &*std::ranges::find(PropertiesOf(id), tag, &Property::tag);
 }
 
 const Property *NodeGraph::FindInherited(NodeId id, Tag tag) const

@@ -9,7 +9,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 namespace GenTL::internal::genapi
@@ -46,6 +45,8 @@ struct Node
     pugi::xml_node element;
     uint32_t firstProperty;
     uint32_t propertyCount;
+    /// The tags of its properties, a bit for each.
+    uint64_t tags;
 };
 
 /// The nodes of a device description and their references.
@@ -78,11 +79,14 @@ public:
 private:
     void AddNodes(const pugi::xml_node &parent, int level);
     NodeId AddNode(const pugi::xml_node &element, NodeKind kind, NodeId parent, int level);
+    void IndexNames();
     void ResolveReferences();
+    size_t SlotOf(std::string_view name) const;
 
     std::vector<Node> m_nodes;
     std::vector<Property> m_properties;
-    std::unordered_map<std::string_view, NodeId> m_names;
+    /// A hash table of the named nodes, at most half full; noNode in a free slot.
+    std::vector<NodeId> m_slots;
 };
 
 } // namespace GenTL::internal::genapi

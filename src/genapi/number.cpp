@@ -26,11 +26,6 @@ Unsigned WithoutSign(std::string_view text)
     return {hasSign ? text.substr(1) : text, negative};
 }
 
-bool IsHexadecimal(std::string_view digits)
-{
-    return digits.starts_with("0x") || digits.starts_with("0X");
-}
-
 /// Reads the text to its end. result_out_of_range is the caller's matter; all other failures are
 /// invalid_argument.
 template <typename T, typename... Format>
@@ -82,6 +77,11 @@ std::optional<int64_t> Number::Integer() const
 
 std::string Number::Text() const
 {
+    if (std::isnan(m_float))
+    {
+        // Whether it has a sign depends on the processor.
+        return "nan";
+    }
     return m_isFloat ? fmt::format("{}", m_float) : fmt::format("{}", m_integer);
 }
 
@@ -94,6 +94,11 @@ std::string_view Trimmed(std::string_view text)
         return {};
     }
     return text.substr(first, text.find_last_not_of(space) - first + 1);
+}
+
+bool IsHexadecimal(std::string_view text)
+{
+    return text.starts_with("0x") || text.starts_with("0X");
 }
 
 std::optional<int64_t> ParseInteger(std::string_view text)

@@ -34,6 +34,9 @@ private:
 /// Cuts white space at both ends.
 std::string_view Trimmed(std::string_view text);
 
+/// Whether a text without a sign has the prefix 0x.
+bool IsHexadecimal(std::string_view text);
+
 /// Reads an integer of a description: decimal, or hexadecimal with the prefix 0x. A hexadecimal number fills
 /// all 64 bits, so 0xFFFFFFFFFFFFFFFF is -1. A decimal number beyond int64 becomes the nearest int64: as a
 /// limit it means that there is none. Empty for any other text.

@@ -17,16 +17,10 @@ namespace
 /// The number of a literal, as it was written last.
 Number LiteralNumber(Evaluator &evaluator, NodeId id, const Property &literal)
 {
-    const auto text = literal.Text();
-    const bool isBoolean = evaluator.Graph()[id].kind == NodeKind::Boolean;
-    const auto number = evaluator.State().literals.NumberIn(literal);
-    if (!number && isBoolean && (text == "true" || text == "false"))
-    {
-        return BooleanValue(evaluator, id, text == "true");
-    }
+    const auto number = evaluator.State().literals.NumberIn(id, literal);
     if (!number)
     {
-        evaluator.Fail(fmt::format("its {} \"{}\" is no number", NameOf(literal.tag), text));
+        evaluator.Fail(fmt::format("its {} \"{}\" is no number", NameOf(literal.tag), literal.Text()));
     }
     return *number;
 }

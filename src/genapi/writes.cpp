@@ -55,7 +55,7 @@ void WriteEntry(Evaluator &evaluator, NodeId id, int64_t value)
         if (property.tag == Tag::EnumEntry && EntryValue(evaluator, property.target) == value)
         {
             const auto access = OwnAccess(evaluator, property.target);
-            if (access.implemented && access.available)
+            if (access.available)
             {
                 return WriteSource(evaluator, id, value);
             }

@@ -53,6 +53,8 @@ public:
     DepthOutput &ConfigureDepth();
     const DepthOutput &Depth() const { return m_conversions.Depth(); }
 
+    bool IsRunning() const { return m_running; }
+
     /// The device's payload size, and what the conversions add to it.
     /// @throws GenTLException "Callbacks not set!"; GC_ERR_NOT_AVAILABLE when neither the payload size nor
     /// the format of an image is known

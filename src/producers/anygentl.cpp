@@ -32,6 +32,7 @@ Library &Library::Instance()
     static constexpr Assembly assembly{
         .systemDescription = nodemap::SystemDescriptionOfAllTypes,
         .makeProxySystem = MakeListedSystem,
+        .makeRemoteSide = MakeEditedRemoteSide,
         .makeFrameReader = MakeFullFrameReader,
         .makeOutputQueue = MakeStreamOutput,
     };

@@ -23,17 +23,22 @@ void EscalatingConsumer::Open(const std::string &model)
     auto &session = Opened();
     session.OpenSystem();
     const auto found = session.Find(model, {.interfaces = 10, .devices = 1000});
-    GC_ERROR code = GC_ERR_NOT_IMPLEMENTED;
-    for (const auto access : {DEVICE_ACCESS_READONLY, DEVICE_ACCESS_CONTROL, DEVICE_ACCESS_EXCLUSIVE})
-    {
-        if (code == GC_ERR_NOT_IMPLEMENTED)
-        {
-            code = session.TryOpenDevice(found.deviceId, access);
-        }
-    }
-    Calls().Must("IFOpenDevice", code);
+    OpenDevice(found.deviceId, DEVICE_ACCESS_READONLY);
+    session.ConnectRemote();
+    session.CloseDevice();
+    OpenDevice(found.deviceId, DEVICE_ACCESS_CONTROL);
     session.ConnectRemote();
     session.OpenStream();
+}
+
+void EscalatingConsumer::OpenDevice(const std::string &id, DEVICE_ACCESS_FLAGS least)
+{
+    GC_ERROR code = GC_ERR_NOT_IMPLEMENTED;
+    for (auto access = least; access <= DEVICE_ACCESS_EXCLUSIVE && code == GC_ERR_NOT_IMPLEMENTED; ++access)
+    {
+        code = Opened().TryOpenDevice(id, access);
+    }
+    Calls().Must("IFOpenDevice", code);
 }
 
 void EscalatingConsumer::Start()

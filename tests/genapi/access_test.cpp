@@ -86,6 +86,20 @@ TEST(AccessOf, CombinesTheModesOfTheChain)
     }
 }
 
+TEST(AccessOf, KnowsTheModesOfWhatIsNotThere)
+{
+    ExpectAccess({IntegerNode("F", "<ImposedAccessMode>NI</ImposedAccessMode><Value>1</Value>"), "-----",
+                  "its ImposedAccessMode is NI"});
+    ExpectAccess({IntegerNode("F", "<ImposedAccessMode>NA</ImposedAccessMode><Value>1</Value>"), "i----",
+                  "its ImposedAccessMode is NA"});
+    RegisterDevice device(
+        Element("Enumeration", "E",
+                "<EnumEntry Name=\"A\"><ImposedAccessMode>NI</ImposedAccessMode><Value>1</Value>"
+                "</EnumEntry><Value>1</Value>"));
+    EXPECT_THAT(device.features.EntriesOf("E"), ElementsAre(Entry{"A", 1, false, false}));
+    EXPECT_EQ(FailureOf([&] { device.features.WriteInteger("E", 1); }).code, GC_ERR_INVALID_VALUE);
+}
+
 TEST(AccessOf, EvaluatesConditions)
 {
     const auto feature = [](const std::string &condition)

@@ -242,8 +242,8 @@ TEST(Expression, SaysWhatIsWrong)
         {"2 ** 63", "a power is negative or too large for an integer"},
         {"1 << 64", "a shift by less than 0 or more than 63 bits"},
         {"1 >> -1", "a shift by less than 0 or more than 63 bits"},
-        {"1e30", "1e+30 is too large for an integer"},
-        {"SQRT(-1)", "-nan is too large for an integer"},
+        {"1e30", "1e+30 does not fit an integer"},
+        {"SQRT(-1)", "nan does not fit an integer"},
         {"C", "no C"},
     };
     for (const auto &[formula, text] : cases)
@@ -251,7 +251,7 @@ TEST(Expression, SaysWhatIsWrong)
         EXPECT_EQ(FailureText(formula), text) << formula;
     }
     EXPECT_EQ(FailureText("1 << 64", NumberKind::Float), "a shift by less than 0 or more than 63 bits");
-    EXPECT_EQ(FailureText("1e30 & 1", NumberKind::Float), "1e+30 is too large for an integer");
+    EXPECT_EQ(FailureText("1e30 & 1", NumberKind::Float), "1e+30 does not fit an integer");
 }
 
 TEST(Expression, IsNestedAtMost200Deep)

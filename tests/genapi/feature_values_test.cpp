@@ -98,7 +98,8 @@ TEST(BooleanFeature, ComparesWithItsOnValue)
     RegisterDevice device(
         Element("Boolean", "B", "<pValue>Reg</pValue>") +
         Element("Boolean", "Odd", "<pValue>Reg</pValue><OnValue>0xA</OnValue><OffValue>5</OffValue>") +
-        Register("IntReg", "Reg", 0, 1) + Element("Boolean", "Literal", "<Value>true</Value>"));
+        Register("IntReg", "Reg", 0, 1) +
+        Element("Boolean", "Literal", "<Value>true</Value><OnValue>7</OnValue>"));
     struct
     {
         uint8_t byte;
@@ -121,6 +122,7 @@ TEST(BooleanFeature, ComparesWithItsOnValue)
     EXPECT_THAT(device.port.Get(0, 1), ElementsAre(5));
     EXPECT_EQ(device.features.ReadText("Odd"), "false");
     EXPECT_EQ(device.features.ReadInteger("Literal"), 1);
+    EXPECT_EQ(device.features.Literals().Read("Literal"), Number(int64_t{7}));
     device.features.WriteText("Literal", "false");
     EXPECT_EQ(device.features.ReadInteger("Literal"), 0);
 }

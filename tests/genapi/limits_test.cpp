@@ -69,6 +69,8 @@ TEST(LimitsOfAFloat, AreItsOwnElseThoseBehindElseOfItsType)
         RegisterDevice device(limitedNodes + Element("Float", "F", content));
         EXPECT_EQ(device.features.LimitsOf<double>("F"), limits) << content;
     }
+    RegisterDevice wide(Element("Float", "F", "<Value>0</Value><Min>-1e30</Min><Max>2.5</Max>"));
+    EXPECT_EQ(wide.features.LimitsOf<int64_t>("F"), (Limits<int64_t>{INT64_MIN, 3, {}}));
     constexpr double mostOfFour = std::numeric_limits<float>::max();
     RegisterDevice device(Register("FloatReg", "F", 0, 4));
     EXPECT_EQ(device.features.LimitsOf<double>("F"), (Limits<double>{-mostOfFour, mostOfFour, {}}));

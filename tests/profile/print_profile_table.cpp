@@ -1,6 +1,6 @@
 // Prints docs/profiles.md.
 
-#include "profile/profile_table.h"
+#include "profile_table.h"
 
 #include <iostream>
 

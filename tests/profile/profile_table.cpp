@@ -1,4 +1,4 @@
-#include "profile/profile_table.h"
+#include "profile_table.h"
 
 #include <fmt/format.h>
 

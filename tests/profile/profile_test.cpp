@@ -1,6 +1,6 @@
 #include "profile/profile.h"
 
-#include "profile/profile_table.h"
+#include "profile_table.h"
 
 #include <gtest/gtest.h>
 
