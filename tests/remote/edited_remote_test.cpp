@@ -1,4 +1,4 @@
-#include "edited_device.h"
+#include "edited_fixture.h"
 
 #include "remote/edited_remote.h"
 #include "remoteport.h"
