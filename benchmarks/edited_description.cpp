@@ -1,6 +1,6 @@
 #include "genapi/node_graph.h"
+#include "nodemap/description_text.h"
 #include "remote/description_editor.h"
-#include "remote/description_text.h"
 #include "run.h"
 
 #include <benchmark/benchmark.h>
