@@ -3,9 +3,11 @@
 #include "device.h"
 #include "instance_manager.h"
 #include "modules/list_update.h"
+#include "modules/lower_url.h"
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/lower_info.h"
+#include "utils/try.h"
 
 #include <algorithm>
 #include <array>
@@ -70,6 +72,13 @@ Interface::~Interface()
     CloseQuietly([this] { Proxy()->IFClose(GetLowerHandle()); });
 }
 
+void Interface::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
+                               void *pBuffer, size_t *piSize)
+{
+    m_profile.lower.readsUrlText ? GetLowerUrlInfo(*this, iURLIndex, iInfoCmd, piType, pBuffer, piSize)
+                                 : ProxyModule::GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
+}
+
 void Interface::IFGetInfo(INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
     Proxy()->IFGetInfo(GetLowerHandle(), iInfoCmd, piType, pBuffer, piSize);
@@ -128,6 +137,21 @@ void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFla
     device->SetHandle(handle);
 }
 
+std::string Interface::UnknownDeviceText(const char *sDeviceID)
+{
+    const auto id = utils::Try(
+        [this]
+        {
+            return utils::ReadText(
+                [this](INFO_DATATYPE *type, void *buffer, size_t *size)
+                { Proxy()->IFGetInfo(GetLowerHandle(), INTERFACE_INFO_ID, type, buffer, size); });
+        });
+    uint32_t count = 0;
+    utils::Try([&] { return Proxy()->IFGetNumDevices(GetLowerHandle(), &count); });
+    return fmt::format("No device \"{}\" on interface \"{}\" ({} known).", sDeviceID, id.value_or("?"),
+                       count);
+}
+
 DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags)
 {
     try
@@ -141,6 +165,10 @@ DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS
         if (!m_profile.admission.explainsFailures)
         {
             throw;
+        }
+        if (exception.Code() == GC_ERR_INVALID_ID)
+        {
+            throw GenTLException(UnknownDeviceText(sDeviceID), exception.Code());
         }
         const std::string_view advice =
             exception.Code() == GC_ERR_ACCESS_DENIED || exception.Code() == GC_ERR_RESOURCE_IN_USE
