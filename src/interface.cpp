@@ -6,6 +6,7 @@
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/lower_info.h"
+#include "utils/try.h"
 
 #include <algorithm>
 #include <array>
@@ -46,6 +47,26 @@ void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags, bool passesReadOnly)
         throw GenTLException(fmt::format("Access type {} not implemented", AccessFlagName(flags)),
                              GC_ERR_NOT_IMPLEMENTED);
     }
+}
+
+/// What to tell of a device that its interface does not know.
+std::string UnknownDevice(IGenTLProxy &proxy, IF_HANDLE interface, const char *device)
+{
+    const auto id = utils::Try(
+        [&]
+        {
+            return utils::ReadText([&](INFO_DATATYPE *type, void *buffer, size_t *size)
+                                   { proxy.IFGetInfo(interface, INTERFACE_INFO_ID, type, buffer, size); });
+        });
+    const auto known = utils::Try(
+        [&]
+        {
+            uint32_t count = 0;
+            proxy.IFGetNumDevices(interface, &count);
+            return count;
+        });
+    return fmt::format("No device \"{}\" on interface \"{}\" ({} known).", device, id.value_or(""),
+                       known.value_or(0));
 }
 
 } // namespace
@@ -141,6 +162,10 @@ DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS
         if (!m_profile.admission.explainsFailures)
         {
             throw;
+        }
+        if (exception.Code() == GC_ERR_INVALID_ID)
+        {
+            throw GenTLException(UnknownDevice(*Proxy(), GetLowerHandle(), sDeviceID), GC_ERR_INVALID_ID);
         }
         const std::string_view advice =
             exception.Code() == GC_ERR_ACCESS_DENIED || exception.Code() == GC_ERR_RESOURCE_IN_USE
