@@ -50,6 +50,26 @@ void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags, bool passesReadOnly)
     }
 }
 
+/// What to tell of a device that its interface does not know.
+std::string UnknownDevice(IGenTLProxy &proxy, IF_HANDLE interface, const char *device)
+{
+    const auto id = utils::Try(
+        [&]
+        {
+            return utils::ReadText([&](INFO_DATATYPE *type, void *buffer, size_t *size)
+                                   { proxy.IFGetInfo(interface, INTERFACE_INFO_ID, type, buffer, size); });
+        });
+    const auto known = utils::Try(
+        [&]
+        {
+            uint32_t count = 0;
+            proxy.IFGetNumDevices(interface, &count);
+            return count;
+        });
+    return fmt::format("No device \"{}\" on interface \"{}\" ({} known).", device, id.value_or(""),
+                       known.value_or(0));
+}
+
 } // namespace
 
 bool IsAdmittedModel(std::string model)
@@ -137,21 +157,6 @@ void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFla
     device->SetHandle(handle);
 }
 
-std::string Interface::UnknownDeviceText(const char *sDeviceID)
-{
-    const auto id = utils::Try(
-        [this]
-        {
-            return utils::ReadText(
-                [this](INFO_DATATYPE *type, void *buffer, size_t *size)
-                { Proxy()->IFGetInfo(GetLowerHandle(), INTERFACE_INFO_ID, type, buffer, size); });
-        });
-    uint32_t count = 0;
-    utils::Try([&] { return Proxy()->IFGetNumDevices(GetLowerHandle(), &count); });
-    return fmt::format("No device \"{}\" on interface \"{}\" ({} known).", sDeviceID, id.value_or("?"),
-                       count);
-}
-
 DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags)
 {
     try
@@ -168,7 +173,7 @@ DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS
         }
         if (exception.Code() == GC_ERR_INVALID_ID)
         {
-            throw GenTLException(UnknownDeviceText(sDeviceID), exception.Code());
+            throw GenTLException(UnknownDevice(*Proxy(), GetLowerHandle(), sDeviceID), GC_ERR_INVALID_ID);
         }
         const std::string_view advice =
             exception.Code() == GC_ERR_ACCESS_DENIED || exception.Code() == GC_ERR_RESOURCE_IN_USE

@@ -47,7 +47,6 @@ public:
 
 private:
     bool IsAdmitted(const char *sDeviceID);
-    std::string UnknownDeviceText(const char *sDeviceID);
     DEV_HANDLE OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlags);
     template <typename Call>
     void CallWithId(Call call);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 namespace GenTL::internal
@@ -51,13 +52,13 @@ void AppendUtf8(std::string &text, uint32_t codePoint)
     }
 }
 
-std::string FromLatin1(std::span<const uint8_t> bytes)
+std::string FromLatin1(std::string_view latin1)
 {
     std::string text;
-    text.reserve(bytes.size() + bytes.size() / 8);
-    for (const auto byte : bytes)
+    text.reserve(latin1.size() + latin1.size() / 8);
+    for (const char letter : latin1)
     {
-        AppendUtf8(text, byte);
+        AppendUtf8(text, static_cast<uint8_t>(letter));
     }
     return text;
 }
@@ -144,32 +145,111 @@ bool IsLatin1(std::string_view encoding)
            encoding == "windows-1252";
 }
 
+/// The number of bytes that follow the first byte of a sequence in UTF-8; none for a byte that begins no
+/// sequence.
+std::optional<size_t> FollowingBytes(uint8_t first)
+{
+    if (first < 0x80)
+    {
+        return 0;
+    }
+    if (first >= 0xC2 && first < 0xE0)
+    {
+        return 1;
+    }
+    if (first >= 0xE0 && first < 0xF0)
+    {
+        return 2;
+    }
+    return first >= 0xF0 && first < 0xF5 ? std::optional<size_t>(3) : std::nullopt;
+}
+
+/// The number of ASCII characters from a position on, in whole words.
+size_t WordsOfAscii(std::span<const uint8_t> bytes, size_t position)
+{
+    size_t end = position;
+    uint64_t word = 0;
+    for (; bytes.size() - end >= sizeof word; end += sizeof word)
+    {
+        std::memcpy(&word, bytes.data() + end, sizeof word);
+        if ((word & 0x8080808080808080U) != 0)
+        {
+            break;
+        }
+    }
+    return end - position;
+}
+
+bool IsUtf8(std::string_view text)
+{
+    const std::span bytes(reinterpret_cast<const uint8_t *>(text.data()), text.size());
+    const auto isFollowing = [](uint8_t byte) { return (byte & 0xC0U) == 0x80; };
+    for (size_t i = WordsOfAscii(bytes, 0); i < bytes.size(); i += WordsOfAscii(bytes, i))
+    {
+        const auto following = FollowingBytes(bytes[i]);
+        if (!following || bytes.size() - i <= *following ||
+            !std::ranges::all_of(bytes.subspan(i + 1, *following), isFollowing))
+        {
+            return false;
+        }
+        i += *following + 1;
+    }
+    return true;
+}
+
+/// The place of a text from a position on; the size without it. memmem, since std::string_view::find stops at
+/// each first letter: ten times slower in a megabyte.
+size_t Find(std::string_view text, std::string_view wanted, size_t position)
+{
+    const void *found = memmem(text.data() + position, text.size() - position, wanted.data(), wanted.size());
+    return found == nullptr ? text.size()
+                            : static_cast<size_t>(static_cast<const char *>(found) - text.data());
+}
+
 bool StartsWith(std::span<const uint8_t> bytes, std::initializer_list<uint8_t> start)
 {
     return bytes.size() >= start.size() && std::equal(start.begin(), start.end(), bytes.begin());
 }
 
-std::string ToUtf8(std::span<const uint8_t> bytes)
+/// The byte order of UTF-16, by the mark or by the first letters; none for all other encodings.
+std::optional<ByteOrder> OrderOfUtf16(std::span<const uint8_t> bytes)
 {
-    if (StartsWith(bytes, {0xEF, 0xBB, 0xBF}))
+    if (StartsWith(bytes, {0xFF, 0xFE}) ||
+        (bytes.size() >= 4 && bytes[0] == '<' && bytes[1] == 0 && bytes[3] == 0))
     {
-        return std::string(TextView(bytes.subspan(3)));
+        return ByteOrder::Little;
     }
-    if (StartsWith(bytes, {0xFF, 0xFE}) || StartsWith(bytes, {0xFE, 0xFF}))
+    if (StartsWith(bytes, {0xFE, 0xFF}) ||
+        (bytes.size() >= 4 && bytes[0] == 0 && bytes[1] == '<' && bytes[2] == 0))
     {
-        return FromUtf16(bytes.subspan(2), bytes[0] == 0xFF ? ByteOrder::Little : ByteOrder::Big);
+        return ByteOrder::Big;
     }
-    if (bytes.size() >= 4 && bytes[0] == '<' && bytes[1] == 0 && bytes[3] == 0)
+    return std::nullopt;
+}
+
+/// Whether a place lies between `open` and the next `close`.
+bool IsWithin(std::string_view text, size_t place, std::string_view open, std::string_view close)
+{
+    size_t position = 0;
+    while (true)
     {
-        return FromUtf16(bytes, ByteOrder::Little);
+        const auto begin = Find(text, open, position);
+        if (begin >= place)
+        {
+            return false;
+        }
+        const auto end = Find(text, close, begin + open.size());
+        if (end > place)
+        {
+            return end < text.size();
+        }
+        position = end + close.size();
     }
-    if (bytes.size() >= 4 && bytes[0] == 0 && bytes[1] == '<' && bytes[2] == 0)
-    {
-        return FromUtf16(bytes, ByteOrder::Big);
-    }
-    constexpr size_t longestDeclaration = 1024;
-    const auto start = TextView(bytes).substr(0, longestDeclaration);
-    return IsLatin1(EncodingIn(DeclarationOf(start))) ? FromLatin1(bytes) : std::string(TextView(bytes));
+}
+
+bool IsMarkup(std::string_view text, size_t place)
+{
+    return !IsWithin(text, place, "<!--", "-->") && !IsWithin(text, place, "<![CDATA[", "]]>");
 }
 
 /// Behind the first end tag of a RegisterDescription, with or without a prefix; the text's end without one.
@@ -179,23 +259,59 @@ size_t EndOfDescription(std::string_view text)
     size_t position = 0;
     while (true)
     {
-        // memmem, since std::string_view::find stops at each first letter: ten times slower in a megabyte.
-        const void *found = memmem(text.data() + position, text.size() - position, name.data(), name.size());
-        if (found == nullptr)
+        position = Find(text, name, position);
+        if (position == text.size())
         {
-            return text.size();
+            return position;
         }
-        position = static_cast<size_t>(static_cast<const char *>(found) - text.data());
         const auto tag = text.rfind('<', position);
         const bool isEndTag = tag != std::string_view::npos && tag + 1 < position && text[tag + 1] == '/' &&
                               (tag + 2 == position || text.find(':', tag) == position - 1);
         position += name.size();
         const auto close = text.find_first_not_of(" \t\r\n", position);
-        if (isEndTag && close != std::string_view::npos && text[close] == '>')
+        if (isEndTag && close != std::string_view::npos && text[close] == '>' && IsMarkup(text, tag))
         {
             return close + 1;
         }
     }
+}
+
+constexpr std::string_view endRecord{"PK\5\6", 4};
+constexpr size_t endRecordSize = 22;
+
+/// A number of an archive: little-endian.
+uint64_t NumberIn(std::span<const uint8_t> bytes, size_t position, size_t length)
+{
+    uint64_t number = 0;
+    for (size_t i = 0; i < length; ++i)
+    {
+        number |= static_cast<uint64_t>(bytes[position + i]) << (8 * i);
+    }
+    return number;
+}
+
+/// Whether an archive's end record stands behind its directory, whose size and place it tells.
+bool IsEndRecordAt(std::span<const uint8_t> record, size_t position)
+{
+    return NumberIn(record, 12, 4) + NumberIn(record, 16, 4) == position;
+}
+
+/// The description without what stands around it, a byte order mark for instance.
+std::string_view DescriptionIn(std::string_view text)
+{
+    text = text.substr(0, EndOfDescription(text));
+    return text.substr(std::min(text.find('<'), text.size()));
+}
+
+std::string ToUtf8(std::span<const uint8_t> bytes)
+{
+    if (const auto order = OrderOfUtf16(bytes))
+    {
+        return std::string(DescriptionIn(FromUtf16(bytes, *order)));
+    }
+    const auto text = DescriptionIn(TextView(bytes));
+    const bool isLatin1 = IsLatin1(EncodingIn(DeclarationOf(text))) || !IsUtf8(text);
+    return isLatin1 ? FromLatin1(text) : std::string(text);
 }
 
 } // namespace
@@ -203,8 +319,6 @@ size_t EndOfDescription(std::string_view text)
 std::string DescriptionText(std::span<const uint8_t> bytes)
 {
     auto text = ToUtf8(bytes);
-    text.resize(EndOfDescription(text));
-    text.erase(0, text.find('<'));
     const auto declaration = DeclarationOf(text);
     const auto encoding = EncodingIn(declaration);
     if (!encoding.empty() && encoding != "utf-8")
@@ -221,18 +335,22 @@ bool IsZip(std::span<const uint8_t> bytes)
 
 std::span<const uint8_t> WithoutTail(std::span<const uint8_t> archive)
 {
-    constexpr std::string_view endRecord{"PK\5\6", 4};
-    constexpr size_t recordSize = 22;
-    constexpr size_t commentLength = 20;
+    // The first record that fits its place: the bytes behind may be those of an older, longer archive. Of an
+    // archive in which none fits, the last.
     const auto text = TextView(archive);
-    const auto record = text.rfind(endRecord);
-    if (record == std::string_view::npos || text.size() - record < recordSize)
+    auto end = archive.size();
+    bool isFound = false;
+    for (size_t position = Find(text, endRecord, 0); position < text.size() && !isFound;
+         position = Find(text, endRecord, position + 1))
     {
-        return archive;
+        const auto record = archive.subspan(position);
+        if (record.size() >= endRecordSize)
+        {
+            end = std::min(archive.size(), position + endRecordSize + NumberIn(record, 20, 2));
+            isFound = IsEndRecordAt(record, position);
+        }
     }
-    const size_t comment =
-        archive[record + commentLength] | static_cast<size_t>(archive[record + commentLength + 1]) << 8U;
-    return archive.first(std::min(archive.size(), record + recordSize + comment));
+    return archive.first(end);
 }
 
 } // namespace GenTL::internal
