@@ -1,6 +1,6 @@
-// The cost of a frame until the consumer has read each byte once from its own memory: through the proxy
-// producer, and directly from the lower producer with a memcpy by the consumer. CPU time of the whole process
-// per frame, alternating in one run, and the ratio.
+// The cost of a frame until the consumer has read each byte once from its own memory: through each producer
+// over the simulator, and directly from the simulator with a memcpy by the consumer. CPU time of the whole
+// process per frame, alternating in one run, and the ratio.
 //
 //   producer_overhead [megabytes per round] [rounds]
 
@@ -165,8 +165,16 @@ double CpuPerFrame(const std::string &file, const FrameKind &frame, int frames, 
     return (CpuSeconds() - begin) / frames;
 }
 
-void Compare(const std::string &proxy, const std::string &lower, const FrameKind &frame, size_t roundBytes,
-             int rounds)
+struct NamedProducer
+{
+    std::string name;
+    std::string file;
+    std::vector<double> seconds{}; ///< per frame, of each round
+    std::vector<double> ratio{};   ///< to the lower producer alone
+};
+
+void Compare(std::vector<NamedProducer> producers, const std::string &lower, const FrameKind &frame,
+             size_t roundBytes, int rounds)
 {
     constexpr size_t mostFrames = 10000;
     const auto bytes = frame.Bytes();
@@ -181,19 +189,24 @@ void Compare(const std::string &proxy, const std::string &lower, const FrameKind
         seen = Sum(target.data(), bytes);
     };
     std::vector<double> direct;
-    std::vector<double> through;
-    std::vector<double> ratio;
     for (int round = 0; round < rounds; ++round)
     {
         direct.push_back(CpuPerFrame(lower, frame, frames, copyAndRead));
-        through.push_back(
-            CpuPerFrame(proxy, frame, frames, [&](const char *base) { seen = Sum(base, bytes); }));
         // Alternates each round: disturbances of the machine last longer than a round.
-        ratio.push_back(through.back() / direct.back());
+        for (auto &producer : producers)
+        {
+            producer.seconds.push_back(CpuPerFrame(producer.file, frame, frames,
+                                                   [&](const char *base) { seen = Sum(base, bytes); }));
+            producer.ratio.push_back(producer.seconds.back() / direct.back());
+        }
     }
-    const auto [least, most] = std::ranges::minmax(ratio);
-    fmt::print("{:>8} bytes  direct {:9.2f} us  proxy {:9.2f} us  ratio {:.2f} ({:.2f} to {:.2f})\n", bytes,
-               MedianOf(direct) * 1e6, MedianOf(through) * 1e6, MedianOf(ratio), least, most);
+    for (const auto &producer : producers)
+    {
+        const auto [least, most] = std::ranges::minmax(producer.ratio);
+        fmt::print("{:>8} bytes  direct {:9.2f} us  {:>5} {:9.2f} us  ratio {:.2f} ({:.2f} to {:.2f})\n",
+                   bytes, MedianOf(direct) * 1e6, producer.name, MedianOf(producer.seconds) * 1e6,
+                   MedianOf(producer.ratio), least, most);
+    }
 }
 
 /// The queries that the acquisition thread makes for each frame.
@@ -233,7 +246,8 @@ int main(int argc, char **argv)
         fmt::print(stderr, "usage: producer_overhead [megabytes per round] [rounds]\n");
         return 2;
     }
-    const std::string proxy = QVR_LIB_DIR "/qvr_proxygentl.cti";
+    const std::vector<NamedProducer> producers{{"proxy", QVR_LIB_DIR "/qvr_proxygentl.cti"},
+                                               {"any", QVR_LIB_DIR "/anygentl/qvr_anygentl.cti"}};
     const std::string lower = QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti";
     try
     {
@@ -242,7 +256,7 @@ int main(int argc, char **argv)
              {smallFrame, FrameKind{"BayerRG8", 1, 1024, 1024}, FrameKind{"BayerRG8", 1, 2048, 1024},
               FrameKind{"BayerRG8", 1, 2448, 2048}, FrameKind{"RGB8", 3, 2448, 1634}})
         {
-            Compare(proxy, lower, frame, static_cast<size_t>(megabytes) << 20U, rounds);
+            Compare(producers, lower, frame, static_cast<size_t>(megabytes) << 20U, rounds);
         }
         CallByCall(lower);
         return 0;

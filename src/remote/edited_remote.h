@@ -10,6 +10,7 @@
 #include "remote/i_delivery.h"
 #include "remote/i_remote_view.h"
 #include "remote/lens_reader.h"
+#include "utils/mutex.h"
 
 #include <cstdint>
 #include <functional>
@@ -52,8 +53,8 @@ public:
     /// How the device encodes its raw depth now.
     Scan3dInfo ReadEncoding() { return m_view.ReadEncoding(); }
 
-    /// Not to be called beside a call that asks for the device's state.
-    void SetStreamPayloadSize(StreamPayloadSize payloadSize) { m_streamPayloadSize = std::move(payloadSize); }
+    /// Waits for a call of the earlier source to end.
+    void SetStreamPayloadSize(StreamPayloadSize payloadSize);
     /// What the device and its stream say of its frames.
     /// @throws as EditedView::ReadDeviceState and IDelivery::Lens
     DeviceState ReadDeviceState();
@@ -70,7 +71,8 @@ private:
     genapi::GraphFeatures m_features;
     EditedView m_view;
     std::optional<LensReader> m_lens;
-    StreamPayloadSize m_streamPayloadSize;
+    utils::Mutex m_streamMutex;
+    StreamPayloadSize m_streamPayloadSize QVR_GUARDED_BY(m_streamMutex);
 };
 
 } // namespace GenTL::internal
