@@ -20,13 +20,14 @@ namespace GenTL::internal
 {
 
 Device::Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
-               IF_HANDLE parentHandle, const Profile &profile, const Assembly &assembly)
+               IF_HANDLE parentHandle, const Profile &profile, const Assembly &assembly,
+               DEVICE_ACCESS_FLAGS access)
     : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager), m_profile(profile),
       m_assembly(assembly), m_clock(std::make_shared<DeviceClock>(Proxy(), lowerHandle)),
       m_parentHandle(parentHandle)
 {
     OpenLowerPort();
-    OpenRemotePort();
+    OpenRemotePort(access);
     m_remotePortHandle = m_manager->remotePorts.Add(m_remote.port);
 }
 
@@ -44,11 +45,11 @@ void Device::OpenLowerPort()
     }
 }
 
-void Device::OpenRemotePort()
+void Device::OpenRemotePort(DEVICE_ACCESS_FLAGS access)
 {
     try
     {
-        m_remote = m_assembly.makeRemoteSide({Proxy(), GetLowerHandle(), m_lowerPortHandle});
+        m_remote = m_assembly.makeRemoteSide({Proxy(), GetLowerHandle(), m_lowerPortHandle, access});
     }
     catch (const std::exception &exception)
     {

@@ -27,7 +27,8 @@ public:
     /// Reads the device's description. On a failure the lower device is closed again.
     /// @throws GenTLException of the lower DevGetPort; std::exception when the description cannot be used
     Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
-           IF_HANDLE parentHandle, const Profile &profile = {}, const Assembly &assembly = {});
+           IF_HANDLE parentHandle, const Profile &profile = {}, const Assembly &assembly = {},
+           DEVICE_ACCESS_FLAGS access = DEVICE_ACCESS_CONTROL);
     ~Device() override;
 
     void SetHandle(DEV_HANDLE handle) { m_ownHandle = handle; }
@@ -52,7 +53,7 @@ public:
 
 private:
     void OpenLowerPort();
-    void OpenRemotePort();
+    void OpenRemotePort(DEVICE_ACCESS_FLAGS access);
     std::string TypeText();
     std::shared_ptr<Datastream> MakeDataStream();
 

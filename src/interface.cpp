@@ -150,8 +150,8 @@ void Interface::IFOpenDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS iOpenFla
     }
     CheckAccessFlags(iOpenFlags, m_profile.admission.passesReadOnly);
     auto *const lowerDevice = OpenLowerDevice(sDeviceID, iOpenFlags);
-    const auto device =
-        std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle, m_profile, m_assembly);
+    const auto device = std::make_shared<Device>(m_manager, Proxy(), lowerDevice, m_handle, m_profile,
+                                                 m_assembly, iOpenFlags);
     const auto handle = m_manager->devices.Add(device);
     *phDevice = handle;
     device->SetHandle(handle);

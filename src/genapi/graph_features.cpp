@@ -268,4 +268,23 @@ void GraphFeatures::Invalidate() noexcept
     m_state->registers.Invalidate();
 }
 
+std::vector<AddressRange> PlacesOf(GraphFeatures &features, std::string_view name)
+{
+    const auto &graph = features.m_state->graph;
+    std::vector<AddressRange> places;
+    if (const auto feature = graph.Find(name); feature != noNode)
+    {
+        for (const auto id : ValueChain(graph, feature))
+        {
+            if (IsRegister(graph[id].kind))
+            {
+                Evaluator pass(*features.m_state, id);
+                const auto layout = LayoutOf(pass, id);
+                places.push_back({layout.address, layout.length});
+            }
+        }
+    }
+    return places;
+}
+
 } // namespace GenTL::internal::genapi

@@ -198,6 +198,7 @@ void PlanScan3d(EditPlan &plan, const NodeGraph &graph)
     if (const auto id = FindEnumeration(graph, "Scan3dOutputMode"); id != noNode)
     {
         Replace(plan, RegisterRole::Scan3dOutputMode, graph, id, false).isWritable = true;
+        plan.depthOffered = plan.registers.Add(RegisterRole::Scan3dDepthOffered, "Scan3dDepthOffered", id);
     }
     if (const auto id = FindEnumeration(graph, "Scan3dCoordinateSelector"); id != noNode)
     {

@@ -36,6 +36,7 @@ struct EditPlan
     std::vector<FormatEntry> formats{}; ///< empty when PixelFormat stays
     bool isScan3d = false;
     std::optional<size_t> transport{};        ///< the switch's register
+    std::optional<size_t> depthOffered{};     ///< the register, where there are output modes
     std::optional<size_t> addedPayloadSize{}; ///< the register, where the device lacks the feature
     /// For entries of PixelFormat with conditions of ours, by position: the registers for implemented and
     /// available.
