@@ -57,6 +57,8 @@ public:
     /// @throws as ReadPort; GC_ERR_ACCESS_DENIED for what is read-only, and for formats while acquisition
     /// runs
     void WritePort(uint64_t address, const void *buffer, size_t *size);
+    /// Before a write that does not concern the window.
+    void NoticeWrite(uint64_t address, size_t size);
     /// GCGetPortURL.
     void GetPortUrl(char *text, size_t *size) const;
     /// GCGetPortURLInfo of the one URL.
@@ -75,6 +77,8 @@ public:
 
 private:
     void AddRegisters();
+    void SeeImages();
+    void WriteLiteral(const EditedRegister &entry, int64_t value);
     int64_t ReadNumber(const EditedRegister &entry);
     void WriteNumber(const EditedRegister &entry, int64_t value);
 

@@ -166,27 +166,74 @@ int64_t FormatChoice::PixelSize()
 
 std::vector<DeviceImage> FormatChoice::Images()
 {
-    const auto readPixels = [this](std::string_view name)
-    { return static_cast<unsigned int>(std::clamp<int64_t>(m_features.ReadInteger(name), 0, UINT32_MAX)); };
     const auto current = ReadDevice();
     const auto isEnabled = utils::Try([this] { return m_features.ReadInteger("ComponentEnable") != 0; });
+    auto &selected = m_seen[current.component];
+    selected.reset();
     if (isEnabled.value_or(true))
     {
-        m_images[current.component] = {current.component,
-                                       static_cast<PixelFormat>(current.value),
-                                       current.entry != nullptr ? current.entry->format : nullptr,
-                                       {readPixels("Width"), readPixels("Height")}};
+        selected = DeviceImage{current.component,
+                               static_cast<PixelFormat>(current.value),
+                               current.entry != nullptr ? current.entry->format : nullptr,
+                               {}};
     }
-    else
-    {
-        m_images.erase(current.component);
-    }
+    const bool areAllDisabled =
+        std::ranges::none_of(m_seen, [](const auto &seen) { return seen.second.has_value(); });
+    const auto size = areAllDisabled ? tarn::common::Size{} : ReadSize();
     std::vector<DeviceImage> images;
-    for (const auto &[component, image] : m_images)
+    for (const auto &[component, image] : m_seen)
     {
-        images.push_back(image);
+        if (image)
+        {
+            images.push_back({component, image->code, image->format, size});
+        }
     }
     return images;
+}
+
+std::vector<DeviceImage> FormatChoice::UnseenImages()
+{
+    std::vector<DeviceImage> images;
+    const auto selector = m_graph.Find(componentFeature);
+    if (selector == genapi::noNode)
+    {
+        return images;
+    }
+    for (const auto &property : m_graph.PropertiesOf(selector))
+    {
+        if (property.tag != Tag::EnumEntry)
+        {
+            continue;
+        }
+        const auto component = ComponentOfEntry(m_graph[property.target].name).value_or(Component::Image2D);
+        if (!m_seen.contains(component))
+        {
+            const auto *const format = component == Component::Image3D ? SmallestDepth() : nullptr;
+            images.push_back({component, {}, format, ReadSize()});
+        }
+    }
+    return images;
+}
+
+const tarn::common::FormatInfo *FormatChoice::SmallestDepth() const
+{
+    const tarn::common::FormatInfo *smallest = nullptr;
+    for (const auto &entry : m_description.formats)
+    {
+        const bool isRaw = entry.IsDevices() && entry.format != nullptr && IsDepth(entry.format->format);
+        if (isRaw && (smallest == nullptr || entry.format->bits < smallest->bits))
+        {
+            smallest = entry.format;
+        }
+    }
+    return smallest;
+}
+
+tarn::common::Size FormatChoice::ReadSize()
+{
+    const auto readPixels = [this](std::string_view name)
+    { return static_cast<unsigned int>(std::clamp<int64_t>(m_features.ReadInteger(name), 0, UINT32_MAX)); };
+    return {readPixels("Width"), readPixels("Height")};
 }
 
 std::optional<PixelFormat> FormatChoice::DepthFormat() const
