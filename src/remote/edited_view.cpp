@@ -155,6 +155,13 @@ Scan3dInfo EditedView::ReadEncoding()
     return ReadDepthEncoding(m_features);
 }
 
+bool EditedView::SendsRawDepth()
+{
+    const utils::MutexLock lock(m_lock);
+    const auto mode = utils::Try([this] { return m_features.ReadText("Scan3dOutputMode"); });
+    return !mode || mode == ToString(Scan3dOutputMode::UncalibratedC);
+}
+
 bool EditedView::IsOurs(uint64_t address, size_t size) const
 {
     return HasWindow() && m_window.IsTouchedBy(address, size);

@@ -26,7 +26,7 @@ class IPort;
 ///
 /// Made when a device is opened, and owned by its RemotePort. Any thread may call it: one lock covers the
 /// features and the registers of ours, also while they read the device. Accesses that do not concern the
-/// window do not take it. What it refers to must outlive it.
+/// window are made without it. What it refers to must outlive it.
 class EditedView
 {
 public:
@@ -74,6 +74,8 @@ public:
     std::shared_ptr<const std::vector<uint8_t>> Lens();
     /// How the device encodes its raw depth now.
     Scan3dInfo ReadEncoding();
+    /// False while a 3D device has an output mode of its own.
+    bool SendsRawDepth();
 
 private:
     void AddRegisters();
