@@ -64,8 +64,9 @@ RemoteSide MakeEditedRemoteSide(const LowerDevice &device)
                                              });
     if (auto *const lens = remote->Lens())
     {
-        delivery->SetDepth(std::make_unique<CalibratedDepth>(*processor, *lens,
-                                                             [remote] { return remote->ReadEncoding(); }));
+        const CalibratedDepth::Device depth{.encoding = [remote] { return remote->ReadEncoding(); },
+                                            .sendsRawDepth = [remote] { return remote->SendsRawDepth(); }};
+        delivery->SetDepth(std::make_unique<CalibratedDepth>(*processor, *lens, depth));
     }
     // The stream may keep the processor longer than the device.
     processor->SetDevice(

@@ -94,6 +94,23 @@ void CheckNotFrozen(bool isFrozen, std::string_view what)
     }
 }
 
+/// Bytes of the images that are known to come.
+/// @throws GenTLException GC_ERR_NOT_AVAILABLE when nobody else knows the size of a payload either
+uint64_t KnownBytes(const DeviceState &state)
+{
+    uint64_t bytes = 0;
+    for (const auto &image : state.images)
+    {
+        if (image.format == nullptr && !state.payloadSize)
+        {
+            throw GenTLException("Neither the payload size nor the size of a pixel is known!",
+                                 GC_ERR_NOT_AVAILABLE);
+        }
+        bytes += image.format != nullptr ? GetSizeInBytes(*image.format, image.size) : 0;
+    }
+    return bytes;
+}
+
 /// Bytes that the conversion of an image adds.
 uint64_t AddedBytes(const ImageConversion &image, uint64_t alignment)
 {
@@ -133,28 +150,24 @@ uint64_t ConversionProcessor::PayloadSize()
         throw GenTLException("Callbacks not set!", GC_ERR_ERROR);
     }
     const auto state = m_device();
-    const bool hasParts = state.images.size() > 1;
-    uint64_t images = 0;
-    uint64_t added = 0;
-    for (const auto &image : state.images)
+    const auto known = KnownBytes(state);
+    auto images = state.images;
+    if (state.payloadSize.value_or(known) > known)
     {
-        if (image.format != nullptr)
-        {
-            images += GetSizeInBytes(*image.format, image.size);
-        }
-        else if (!state.payloadSize)
-        {
-            throw GenTLException("Neither the payload size nor the size of a pixel is known!",
-                                 GC_ERR_NOT_AVAILABLE);
-        }
+        images.insert(images.end(), state.unseen.begin(), state.unseen.end());
+    }
+    const bool hasParts = images.size() > 1;
+    uint64_t added = 0;
+    for (const auto &image : images)
+    {
         if (const auto conversion = m_conversions.Find(image.component, image.format, image.size))
         {
             added += AddedBytes(*conversion, hasParts ? partAlignment : tailAlignment);
         }
     }
     // Parts begin at multiples of the alignment as soon as one of them is converted.
-    const auto gaps = hasParts && added != 0 ? partAlignment * state.images.size() : 0;
-    return state.payloadSize.value_or(images) + added + gaps;
+    const auto gaps = hasParts && added != 0 ? partAlignment * images.size() : 0;
+    return state.payloadSize.value_or(known) + added + gaps;
 }
 
 void ConversionProcessor::AcquisitionStarted()

@@ -22,8 +22,10 @@ struct DeviceState
 {
     std::optional<uint64_t> payloadSize{}; ///< of the stream or the device, bytes; the images' bytes without
     std::vector<DeviceImage> images{};     ///< of the enabled components, each once
-    std::optional<Scan3dInfo> scan3d{};    ///< of a 3D device with a lens calibration
-    tarn::common::Metadata geometry{};     ///< region, binning and decimation of a 3D device
+    /// What components may send of which nobody knows whether they are enabled; the format that grows most.
+    std::vector<DeviceImage> unseen{};
+    std::optional<Scan3dInfo> scan3d{}; ///< of a 3D device with a lens calibration
+    tarn::common::Metadata geometry{};  ///< region, binning and decimation of a 3D device
     /// The lens calibration file that the output mode needs; null: what was set before stays.
     std::shared_ptr<const std::vector<uint8_t>> lens{};
 };

@@ -78,12 +78,22 @@ std::optional<FrameTail> TailBehindParts(const InputData &input)
     {
         return std::nullopt;
     }
+    uint64_t begin = DeliveredBytes(input);
     uint64_t end = 0;
     for (const auto &part : input.parts)
     {
-        end = std::max(end, static_cast<uint64_t>(part.base - input.data) + part.size);
+        const auto partBegin = static_cast<uint64_t>(part.base - input.data);
+        begin = std::min(begin, partBegin);
+        end = std::max(end, partBegin + part.size);
     }
-    return FrameTail{.imageBegin = end, .begin = end, .end = std::max(end, DeliveredBytes(input))};
+    auto tail = FindTail(input, begin, end);
+    if (tail->begin < end)
+    {
+        // The list names each part, and not all of them as one image.
+        tail->begin = tail->imageBegin = end;
+    }
+    tail->end = std::max(tail->end, end);
+    return tail;
 }
 
 std::optional<tarn::common::Size> ImageSizeOf(std::optional<size_t> width, std::optional<size_t> height,

@@ -33,7 +33,9 @@ inline constexpr uint64_t partAlignment = 8;
 /// part of a complete frame has
 std::vector<PartPlan> PlanParts(const InputData &input, const ImageConversions &conversions);
 
-/// The chunks of a complete frame: what lies behind its last part.
+/// The chunks of a complete frame: what lies behind its last part. All parts together are the image of the
+/// chunks.
+/// @throws as FindTail
 std::optional<FrameTail> TailBehindParts(const InputData &input);
 
 /// Width and height of an image; none when one is unknown or too large for a number of pixels.

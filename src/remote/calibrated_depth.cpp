@@ -5,9 +5,8 @@
 namespace GenTL::internal
 {
 
-CalibratedDepth::CalibratedDepth(ConversionProcessor &processor, LensReader &lens,
-                                 std::function<Scan3dInfo()> encoding)
-    : m_processor(processor), m_lens(lens), m_encoding(std::move(encoding))
+CalibratedDepth::CalibratedDepth(ConversionProcessor &processor, LensReader &lens, Device device)
+    : m_processor(processor), m_lens(lens), m_device(std::move(device))
 {
     // The values are read at each start.
     m_processor.ConfigureDepth().SetInfo({});
@@ -20,14 +19,22 @@ Scan3dOutputMode CalibratedDepth::Mode()
     {
         return present;
     }
-    const auto wanted = m_chosen           ? *m_chosen
-                        : m_lens.IsThere() ? Scan3dOutputMode::CalibratedABC_Grid
-                                           : Scan3dOutputMode::UncalibratedC;
+    const auto wanted = Wanted();
     if (wanted != present)
     {
         m_processor.ConfigureDepth().SetMode(wanted);
     }
     return wanted;
+}
+
+Scan3dOutputMode CalibratedDepth::Wanted()
+{
+    constexpr auto raw = Scan3dOutputMode::UncalibratedC;
+    if (m_chosen == raw || !m_device.sendsRawDepth())
+    {
+        return raw;
+    }
+    return m_chosen ? *m_chosen : m_lens.IsThere() ? Scan3dOutputMode::CalibratedABC_Grid : raw;
 }
 
 void CalibratedDepth::SetMode(Scan3dOutputMode mode)
@@ -50,7 +57,7 @@ std::pair<double, double> CalibratedDepth::AxisRange(Scan3dCoordinate coordinate
 {
     DepthOutput depth;
     depth.SetMode(Mode());
-    depth.SetInfo(m_encoding());
+    depth.SetInfo(m_device.encoding());
     depth.SetLensCalibrationData(*m_lens.Get());
     return depth.AxisRange(coordinate);
 }

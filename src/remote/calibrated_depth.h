@@ -19,11 +19,18 @@ namespace GenTL::internal
 class CalibratedDepth
 {
 public:
-    /// Makes the processing one of a 3D device.
-    /// @param encoding asks the device how it encodes its raw depth
-    CalibratedDepth(ConversionProcessor &processor, LensReader &lens, std::function<Scan3dInfo()> encoding);
+    /// What the device says when it is asked.
+    struct Device
+    {
+        std::function<Scan3dInfo()> encoding; ///< of its raw depth
+        std::function<bool()> sendsRawDepth;  ///< false while it has an output mode of its own
+    };
 
-    /// Reads the lens calibration if the answer depends on it.
+    /// Makes the processing one of a 3D device.
+    CalibratedDepth(ConversionProcessor &processor, LensReader &lens, Device device);
+
+    /// A raw mode while the device has an output mode of its own. Reads the lens calibration if the answer
+    /// depends on it.
     Scan3dOutputMode Mode();
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs; as LensReader::Get for a
     /// calibrated mode, and the mode stays
@@ -37,9 +44,11 @@ public:
     std::pair<double, double> AxisRange(Scan3dCoordinate coordinate);
 
 private:
+    Scan3dOutputMode Wanted();
+
     ConversionProcessor &m_processor;
     LensReader &m_lens;
-    std::function<Scan3dInfo()> m_encoding;
+    Device m_device;
     std::optional<Scan3dOutputMode> m_chosen;
 };
 

@@ -44,8 +44,13 @@ void EditedRemote::Read(uint64_t address, void *buffer, size_t size)
 void EditedRemote::Write(uint64_t address, const void *buffer, size_t size)
 {
     const auto write = [&] { m_view.WritePort(address, buffer, &size); };
-    // The view's lock is taken before that of the lens, so not for an access to the window.
-    m_lens && !m_view.IsOurs(address, size) ? m_lens->PassWrite(address, size, write) : write();
+    if (m_view.IsOurs(address, size))
+    {
+        return write();
+    }
+    // The view's lock is taken before that of the lens.
+    m_view.NoticeWrite(address, size);
+    m_lens ? m_lens->PassWrite(address, size, write) : write();
 }
 
 void EditedRemote::GetPortURL(char *sURL, size_t *piSize)

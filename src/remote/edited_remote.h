@@ -52,6 +52,8 @@ public:
     LensReader *Lens() { return m_lens ? &*m_lens : nullptr; }
     /// How the device encodes its raw depth now.
     Scan3dInfo ReadEncoding() { return m_view.ReadEncoding(); }
+    /// As EditedView::SendsRawDepth.
+    bool SendsRawDepth() { return m_view.SendsRawDepth(); }
 
     /// Waits for a call of the earlier source to end.
     void SetStreamPayloadSize(StreamPayloadSize payloadSize);

@@ -2,6 +2,7 @@
 
 #include "port/i_port.h"
 #include "remote/depth_state.h"
+#include "remote/feature_places.h"
 #include "utils/at_end.h"
 #include "utils/checks.h"
 #include "utils/try.h"
@@ -15,6 +16,8 @@ namespace GenTL::internal
 
 namespace
 {
+
+constexpr std::string_view componentSelector = "ComponentSelector";
 
 /// The content of a register: an integer, or the bits of a floating number.
 int64_t BitsOf(const genapi::Number &number, bool isFloat)
@@ -83,6 +86,25 @@ void EditedView::WritePort(uint64_t address, const void *buffer, size_t *size)
     m_window.Write(address, {static_cast<const uint8_t *>(buffer), *size});
 }
 
+void EditedView::NoticeWrite(uint64_t address, size_t size)
+{
+    const utils::MutexLock lock(m_lock);
+    if (Touches(m_features, componentSelector, address, size))
+    {
+        SeeImages();
+    }
+    if (Touches(m_features, "UserSetLoad", address, size))
+    {
+        m_formats.ForgetImages();
+    }
+}
+
+/// What the selected component sends shows only as long as it is selected.
+void EditedView::SeeImages()
+{
+    utils::Try([this] { return m_formats.Images(); });
+}
+
 void EditedView::GetPortUrl(char *text, size_t *size) const
 {
     utils::CheckNotNull("piSize", size);
@@ -111,6 +133,7 @@ DeviceState EditedView::ReadDeviceState(std::optional<uint64_t> streamPayloadSiz
     if (!m_description.formats.empty())
     {
         state.images = m_formats.Images();
+        state.unseen = m_formats.UnseenImages();
     }
     if (m_description.isScan3d)
     {
@@ -130,6 +153,13 @@ Scan3dInfo EditedView::ReadEncoding()
 {
     const utils::MutexLock lock(m_lock);
     return ReadDepthEncoding(m_features);
+}
+
+bool EditedView::SendsRawDepth()
+{
+    const utils::MutexLock lock(m_lock);
+    const auto mode = utils::Try([this] { return m_features.ReadText("Scan3dOutputMode"); });
+    return !mode || mode == ToString(Scan3dOutputMode::UncalibratedC);
 }
 
 bool EditedView::IsOurs(uint64_t address, size_t size) const
@@ -169,6 +199,16 @@ int64_t EditedView::ReadNumber(const EditedRegister &entry)
     return BitsOf(m_features.Literals().Read(entry.subject), entry.isFloat);
 }
 
+void EditedView::WriteLiteral(const EditedRegister &entry, int64_t value)
+{
+    if (entry.subject == componentSelector)
+    {
+        SeeImages();
+    }
+    m_features.Literals().Set(entry.subject, entry.isFloat ? genapi::Number(std::bit_cast<double>(value))
+                                                           : genapi::Number(value));
+}
+
 void EditedView::WriteNumber(const EditedRegister &entry, int64_t value)
 {
     switch (entry.role)
@@ -182,9 +222,7 @@ void EditedView::WriteNumber(const EditedRegister &entry, int64_t value)
     case RegisterRole::Scan3dCoordinate:
         return m_scan3d.SetCoordinate(value);
     case RegisterRole::Literal:
-        return m_features.Literals().Set(entry.subject, entry.isFloat
-                                                            ? genapi::Number(std::bit_cast<double>(value))
-                                                            : genapi::Number(value));
+        return WriteLiteral(entry, value);
     default:
         throw GenTLException(fmt::format("{} is read-only", entry.node), GC_ERR_ACCESS_DENIED);
     }

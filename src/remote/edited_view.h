@@ -26,7 +26,7 @@ class IPort;
 ///
 /// Made when a device is opened, and owned by its RemotePort. Any thread may call it: one lock covers the
 /// features and the registers of ours, also while they read the device. Accesses that do not concern the
-/// window do not take it. What it refers to must outlive it.
+/// window are made without it. What it refers to must outlive it.
 class EditedView
 {
 public:
@@ -57,6 +57,8 @@ public:
     /// @throws as ReadPort; GC_ERR_ACCESS_DENIED for what is read-only, and for formats while acquisition
     /// runs
     void WritePort(uint64_t address, const void *buffer, size_t *size);
+    /// Before a write that does not concern the window.
+    void NoticeWrite(uint64_t address, size_t size);
     /// GCGetPortURL.
     void GetPortUrl(char *text, size_t *size) const;
     /// GCGetPortURLInfo of the one URL.
@@ -72,9 +74,13 @@ public:
     std::shared_ptr<const std::vector<uint8_t>> Lens();
     /// How the device encodes its raw depth now.
     Scan3dInfo ReadEncoding();
+    /// False while a 3D device has an output mode of its own.
+    bool SendsRawDepth();
 
 private:
     void AddRegisters();
+    void SeeImages();
+    void WriteLiteral(const EditedRegister &entry, int64_t value);
     int64_t ReadNumber(const EditedRegister &entry);
     void WriteNumber(const EditedRegister &entry, int64_t value);
 

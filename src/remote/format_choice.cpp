@@ -171,30 +171,77 @@ std::vector<DeviceImage> FormatChoice::Images()
     {
         return {};
     }
+    const auto current = ReadDevice();
+    const auto isEnabled = utils::Try([this] { return m_features.ReadInteger("ComponentEnable") != 0; });
+    auto &selected = m_seen[current.component];
+    selected.reset();
+    if (isEnabled.value_or(true))
+    {
+        selected = DeviceImage{current.component,
+                               static_cast<PixelFormat>(current.value),
+                               current.entry != nullptr ? current.entry->format : nullptr,
+                               {}};
+    }
+    const bool areAllDisabled =
+        std::ranges::none_of(m_seen, [](const auto &seen) { return seen.second.has_value(); });
+    const auto size = areAllDisabled ? tarn::common::Size{} : ReadSize();
+    std::vector<DeviceImage> images;
+    for (const auto &[component, image] : m_seen)
+    {
+        if (image)
+        {
+            images.push_back({component, image->code, image->format, size});
+        }
+    }
+    return images;
+}
+
+std::vector<DeviceImage> FormatChoice::UnseenImages()
+{
+    std::vector<DeviceImage> images;
+    const auto selector = m_graph.Find(componentFeature);
+    if (selector == genapi::noNode)
+    {
+        return images;
+    }
+    for (const auto &property : m_graph.PropertiesOf(selector))
+    {
+        if (property.tag != Tag::EnumEntry)
+        {
+            continue;
+        }
+        const auto component = ComponentOfEntry(m_graph[property.target].name).value_or(Component::Image2D);
+        if (!m_seen.contains(component))
+        {
+            const auto *const format = component == Component::Image3D ? SmallestDepth() : nullptr;
+            images.push_back({component, {}, format, ReadSize()});
+        }
+    }
+    return images;
+}
+
+const tarn::common::FormatInfo *FormatChoice::SmallestDepth() const
+{
+    const tarn::common::FormatInfo *smallest = nullptr;
+    for (const auto &entry : m_description.formats)
+    {
+        const bool isRaw = entry.IsDevices() && entry.format != nullptr && IsDepth(entry.format->format);
+        if (isRaw && (smallest == nullptr || entry.format->bits < smallest->bits))
+        {
+            smallest = entry.format;
+        }
+    }
+    return smallest;
+}
+
+tarn::common::Size FormatChoice::ReadSize()
+{
     const auto readPixels = [this](std::string_view name)
     {
         const auto pixels = m_features.Has(name) ? m_features.ReadInteger(name) : 0;
         return static_cast<unsigned int>(std::clamp<int64_t>(pixels, 0, UINT32_MAX));
     };
-    const auto current = ReadDevice();
-    const auto isEnabled = utils::Try([this] { return m_features.ReadInteger("ComponentEnable") != 0; });
-    if (isEnabled.value_or(true))
-    {
-        m_images[current.component] = {current.component,
-                                       static_cast<PixelFormat>(current.value),
-                                       current.entry != nullptr ? current.entry->format : nullptr,
-                                       {readPixels("Width"), readPixels("Height")}};
-    }
-    else
-    {
-        m_images.erase(current.component);
-    }
-    std::vector<DeviceImage> images;
-    for (const auto &[component, image] : m_images)
-    {
-        images.push_back(image);
-    }
-    return images;
+    return {readPixels("Width"), readPixels("Height")};
 }
 
 std::optional<PixelFormat> FormatChoice::DepthFormat() const

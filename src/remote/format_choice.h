@@ -46,8 +46,12 @@ public:
     int64_t PixelSize();
 
     /// The device's images, as far as its features tell: the one of the selected component, and those of
-    /// components that were selected before.
+    /// components that were selected when this was called before.
     std::vector<DeviceImage> Images();
+    /// What the components may send that Images has not seen, in the size of the others.
+    std::vector<DeviceImage> UnseenImages();
+    /// Forgets the components that are not selected: the device may have changed them.
+    void ForgetImages() { m_seen.clear(); }
 
 private:
     /// The device's format and what it means.
@@ -70,13 +74,16 @@ private:
     /// The format that the output mode of a 3D device makes of depth, if it makes one.
     std::optional<IDelivery::PixelFormat> DepthFormat() const;
     bool IsUsable(size_t entry);
+    /// The smallest format of the device's raw depth; null where there is none.
+    const tarn::common::FormatInfo *SmallestDepth() const;
+    tarn::common::Size ReadSize();
 
     const EditedDescription &m_description;
     const genapi::NodeGraph &m_graph;
     genapi::GraphFeatures &m_features;
     IDelivery &m_delivery;
     FormatTransport m_transport = FormatTransport::Requested;
-    std::map<Component, DeviceImage> m_images;
+    std::map<Component, std::optional<DeviceImage>> m_seen; ///< none: the component is disabled
 };
 
 } // namespace GenTL::internal

@@ -2,13 +2,13 @@
 
 #include "processing/depth_output.h"
 #include "remote/device_file.h"
+#include "remote/feature_places.h"
 #include "utils/gentl_exception.h"
 #include "utils/log.h"
 #include "utils/try.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace GenTL::internal
@@ -23,18 +23,6 @@ constexpr const char *fileOperation = "FileOperationExecute";
 [[noreturn]] void FailLens(const std::string &cause, GC_ERROR code)
 {
     throw GenTLException(fmt::format("The device's lens calibration cannot be used: {}", cause), code);
-}
-
-/// Whether an access touches the registers of a command.
-bool Touches(genapi::GraphFeatures &features, std::string_view command, uint64_t address, size_t size)
-{
-    const auto places = utils::Try([&] { return genapi::PlacesOf(features, command); });
-    const auto isTouched = [&](const genapi::AddressRange &place)
-    {
-        return address <= place.address ? place.address - address < size
-                                        : address - place.address < place.length;
-    };
-    return places && std::ranges::any_of(*places, isTouched);
 }
 
 std::optional<std::string> SelectedOperation(genapi::GraphFeatures &features)

@@ -488,6 +488,21 @@ TEST_F(ConversionProcessorTest, AddsTheLargerImageToThePayloadSize)
     EXPECT_EQ(FailureOf([&] { processor.PayloadSize(); }).code, GC_ERR_NOT_AVAILABLE);
 }
 
+TEST_F(ConversionProcessorTest, KeepsRoomForComponentsThatNobodyHasSeen)
+{
+    const auto *const packed = wideFormats.Find(PixelFormat::Mono12Packed);
+    DeviceState state{.payloadSize = 2500,
+                      .images = {{.component = Component::Confidence,
+                                  .code = PixelFormat::Confidence8,
+                                  .format = wideFormats.Find(PixelFormat::Confidence8),
+                                  .size = {100, 10}}},
+                      .unseen = {{.format = packed, .size = {100, 10}}}};
+    processor.SetDevice([&] { return state; });
+    EXPECT_EQ(processor.PayloadSize(), 2500U + 500U + 16U) << "and for gaps in front of two parts";
+    state.payloadSize = 1000;
+    EXPECT_EQ(processor.PayloadSize(), 1000U) << "the device sends nothing else";
+}
+
 TEST_F(ConversionProcessorTest, GivesAPayloadSizeThatItsFramesFitIn)
 {
     // 3 x 3 pixels: 14 bytes become 18, and the chunks begin at 20.
@@ -604,6 +619,23 @@ TEST_F(ConversionOfParts, MovesTheChunksBehindTheLastPart)
     EXPECT_EQ(result.bytesWritten, 40U);
     ASSERT_EQ(result.chunks.value().entries.size(), 1U);
     EXPECT_EQ(result.chunks->entries.at(0).ChunkOffset, 34);
+}
+
+TEST_F(ConversionOfParts, MovesTheTrailersBehindTheLastPart)
+{
+    // The image of 25 bytes that all parts make, and a chunk of 4.
+    const std::vector<uint8_t> tail{0, 0, 0, 1, 0, 0, 0, 25, 7, 7, 7, 7, 0, 0, 0, 2, 0, 0, 0, 4};
+    std::ranges::copy(tail, source.begin() + 25);
+    input.sizeFilled = 45;
+    input.trailers = ChunkTrailers::BigEndian;
+    input.chunks = ChunkList{.entries = {{1, 0, 25}, {2, 33, 4}}};
+    const auto result = Process();
+    auto moved = tail;
+    moved[7] = 32;
+    EXPECT_EQ(BytesAt(32, tail.size()), moved);
+    ASSERT_EQ(result.chunks.value().entries.size(), 2U);
+    EXPECT_EQ(result.chunks->entries[0].ChunkLength, 32U);
+    EXPECT_EQ(result.chunks->entries[1].ChunkOffset, 40);
 }
 
 TEST_F(ConversionOfParts, WritesWhatHasArrived)

@@ -1,15 +1,11 @@
 #include "remote/lens_reader.h"
 
-#include "genapi/i_register_port.h"
 #include "support/failure.h"
-#include "support/fake_file_device.h"
-#include "support/vision_library.h"
+#include "support/lens_device.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <pugixml.hpp>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -23,72 +19,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using Device = FakeFileDevice;
 
-constexpr uint64_t userSetLoad = 0x3000;
-constexpr uint64_t gain = 0x3004;
-constexpr uint64_t baseOfCommands = 0x3008;
-
-/// The registers of a device with files and user sets, which counts what is written.
-struct FileRegisters final : genapi::IRegisterPort
+struct Lens : testing::Test, LensDevice
 {
-    void Read(uint64_t address, void *data, size_t size) override
-    {
-        if (address == baseOfCommands)
-        {
-            const uint32_t base = userSetLoad - 0x10;
-            std::memcpy(data, &base, size);
-            return;
-        }
-        device.Read(address, data, &size);
-    }
-
-    void Write(uint64_t address, const void *data, size_t size) override
-    {
-        ++writes;
-        device.Write(address, data, &size);
-    }
-
-    Device device;
-    int writes = 0;
-};
-
-std::string LensNodes(const std::string &without = "")
-{
-    auto nodes = Device::Nodes("<Max>4</Max>", without);
-    const std::string command = "<Command Name=\"FileOperationExecute\">";
-    if (const auto place = nodes.find(command); place != std::string::npos)
-    {
-        nodes.insert(place + command.size(), "<CommandValue>1</CommandValue>");
-    }
-    // The address of this command is computed.
-    return nodes +
-           "<Command Name=\"UserSetLoad\"><pValue>LoadReg</pValue><CommandValue>1</CommandValue></Command>"
-           "<IntReg Name=\"LoadReg\"><Address>0x10</Address><pAddress>BaseReg</pAddress><Length>4</Length>"
-           "<AccessMode>WO</AccessMode></IntReg>"
-           "<IntReg Name=\"BaseReg\"><Address>0x3008</Address><Length>4</Length></IntReg><Port "
-           "Name=\"Device\"/>";
-}
-
-struct Lens : testing::Test
-{
-    void Describe(const std::string &nodes, DeviceAccess access = DeviceAccess::ReadWrite)
-    {
-        document.load_string(("<RegisterDescription>" + nodes + "</RegisterDescription>").c_str());
-        graph = std::make_unique<genapi::NodeGraph>(document);
-        reader = std::make_unique<LensReader>(*graph, registers, access);
-    }
-
-    void SetUp() override
-    {
-        registers.device.file = {1, 2, 3, 4, 5, 6};
-        Describe(LensNodes());
-    }
-
-    /// What the consumer writes.
-    void Write(uint64_t address, uint32_t value)
-    {
-        reader->PassWrite(address, sizeof value, [&] { registers.Write(address, &value, sizeof value); });
-    }
-
     void Operate(uint32_t operation)
     {
         Write(Device::operation, operation);
@@ -96,12 +28,6 @@ struct Lens : testing::Test
     }
 
     std::vector<std::string> &Operations() { return registers.device.operations; }
-
-    VisionLibrary vision;
-    FileRegisters registers;
-    pugi::xml_document document;
-    std::unique_ptr<genapi::NodeGraph> graph;
-    std::unique_ptr<LensReader> reader;
 };
 
 TEST_F(Lens, TouchesNoRegisterBeforeItIsNeeded)
@@ -140,7 +66,7 @@ TEST_F(Lens, IsReadAgainAfterAUserSetWasLoaded)
     registers.device.file = {7};
     Write(gain, 5);
     EXPECT_THAT(*reader->Get(), ElementsAre(1, 2, 3, 4, 5, 6));
-    Write(userSetLoad, 1);
+    LoadUserSet();
     EXPECT_THAT(*reader->Get(), ElementsAre(7));
 }
 
@@ -167,15 +93,15 @@ TEST_F(Lens, WaitsForTheFileThatTheConsumerHasOpen)
 
 TEST_F(Lens, IsReadAlthoughTheConsumersOpeningFailed)
 {
-    registers.device.statusOf = [](int) { return Device::failure; };
+    Break();
     Operate(Device::openOperation);
-    registers.device.statusOf = [](int) { return Device::success; };
+    Repair();
     EXPECT_THAT(*reader->Get(), ElementsAre(1, 2, 3, 4, 5, 6));
 }
 
 TEST_F(Lens, IsNotReadFromADeviceOpenForReadingOnly)
 {
-    Describe(LensNodes(), DeviceAccess::ReadOnly);
+    Describe(Nodes(), DeviceAccess::ReadOnly);
     EXPECT_FALSE(reader->IsThere());
     const auto failure = FailureOf([this] { reader->Get(); });
     EXPECT_EQ(failure.code, GC_ERR_ACCESS_DENIED);
@@ -185,9 +111,9 @@ TEST_F(Lens, IsNotReadFromADeviceOpenForReadingOnly)
 
 TEST_F(Lens, IsTriedAgainWhenItIsDemanded)
 {
-    registers.device.statusOf = [](int) { return Device::failure; };
+    Break();
     EXPECT_FALSE(reader->IsThere());
-    registers.device.statusOf = [](int) { return Device::success; };
+    Repair();
     const auto writes = registers.writes;
     EXPECT_FALSE(reader->IsThere());
     EXPECT_EQ(registers.writes, writes) << "a question is not a demand";
@@ -228,7 +154,7 @@ struct LensWithout : Lens, testing::WithParamInterface<const char *>
 
 TEST_P(LensWithout, IsMissedByName)
 {
-    Describe(LensNodes(GetParam()));
+    Describe(Nodes(GetParam()));
     EXPECT_THAT(FailureOf([this] { reader->Get(); }).text, HasSubstr(GetParam()));
     EXPECT_FALSE(reader->IsThere());
 }
