@@ -50,16 +50,23 @@ RemoteSide MakeEditedRemoteSide(const LowerDevice &device)
 {
     auto processor = std::make_shared<ConversionProcessor>();
     auto delivery = std::make_shared<ConversionDelivery>(processor);
+    const auto access =
+        device.access == DEVICE_ACCESS_READONLY ? DeviceAccess::ReadOnly : DeviceAccess::ReadWrite;
     EditedRemote *remote = nullptr;
-    auto port =
-        std::make_shared<RemotePort>(device.proxy, device.port,
-                                     [&](ProxyModule &lower)
-                                     {
-                                         auto view = std::make_unique<EditedRemote>(
-                                             lower, NameOf(device), ConversionTable::Instance(), delivery);
-                                         remote = view.get();
-                                         return view;
-                                     });
+    auto port = std::make_shared<RemotePort>(device.proxy, device.port,
+                                             [&](ProxyModule &lower)
+                                             {
+                                                 auto view = std::make_unique<EditedRemote>(
+                                                     lower, NameOf(device), ConversionTable::Instance(),
+                                                     delivery, access);
+                                                 remote = view.get();
+                                                 return view;
+                                             });
+    if (auto *const lens = remote->Lens())
+    {
+        delivery->SetDepth(std::make_unique<CalibratedDepth>(*processor, *lens,
+                                                             [remote] { return remote->ReadEncoding(); }));
+    }
     // The stream may keep the processor longer than the device.
     processor->SetDevice(
         [remote, owner = std::weak_ptr(port)]

@@ -25,6 +25,7 @@ struct LowerDevice
     std::shared_ptr<IGenTLProxy> proxy;
     DEV_HANDLE device;
     PORT_HANDLE port;
+    DEVICE_ACCESS_FLAGS access = DEVICE_ACCESS_CONTROL;
 };
 
 /// What a device consists of, seen from its stream and from its consumer.

@@ -5,6 +5,7 @@
 #include "datastream/proxy_datastream.h"
 #include "instance_manager.h"
 #include "library.h"
+#include "modules/lower_url.h"
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/log.h"
@@ -19,13 +20,14 @@ namespace GenTL::internal
 {
 
 Device::Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
-               IF_HANDLE parentHandle, const Profile &profile, const Assembly &assembly)
+               IF_HANDLE parentHandle, const Profile &profile, const Assembly &assembly,
+               DEVICE_ACCESS_FLAGS access)
     : ProxyModule(std::move(proxy), lowerHandle), m_manager(manager), m_profile(profile),
       m_assembly(assembly), m_clock(std::make_shared<DeviceClock>(Proxy(), lowerHandle)),
       m_parentHandle(parentHandle)
 {
     OpenLowerPort();
-    OpenRemotePort();
+    OpenRemotePort(access);
     m_remotePortHandle = m_manager->remotePorts.Add(m_remote.port);
 }
 
@@ -43,11 +45,11 @@ void Device::OpenLowerPort()
     }
 }
 
-void Device::OpenRemotePort()
+void Device::OpenRemotePort(DEVICE_ACCESS_FLAGS access)
 {
     try
     {
-        m_remote = m_assembly.makeRemoteSide({Proxy(), GetLowerHandle(), m_lowerPortHandle});
+        m_remote = m_assembly.makeRemoteSide({Proxy(), GetLowerHandle(), m_lowerPortHandle, access});
     }
     catch (const std::exception &exception)
     {
@@ -92,6 +94,13 @@ Device::~Device()
             removePort();
             close();
         });
+}
+
+void Device::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                            size_t *piSize)
+{
+    m_profile.lower.readsUrlText ? GetLowerUrlInfo(*this, iURLIndex, iInfoCmd, piType, pBuffer, piSize)
+                                 : ProxyModule::GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
 }
 
 void Device::DevGetPort(PORT_HANDLE *phRemoteDevice)

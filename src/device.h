@@ -27,12 +27,15 @@ public:
     /// Reads the device's description. On a failure the lower device is closed again.
     /// @throws GenTLException of the lower DevGetPort; std::exception when the description cannot be used
     Device(InstanceManager *manager, std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerHandle,
-           IF_HANDLE parentHandle, const Profile &profile = {}, const Assembly &assembly = {});
+           IF_HANDLE parentHandle, const Profile &profile = {}, const Assembly &assembly = {},
+           DEVICE_ACCESS_FLAGS access = DEVICE_ACCESS_CONTROL);
     ~Device() override;
 
     void SetHandle(DEV_HANDLE handle) { m_ownHandle = handle; }
     IF_HANDLE GetParentHandle() const { return m_parentHandle; }
     ModuleType GetModuleType() const override { return ModuleType::Device; }
+    void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                        size_t *piSize) override;
 
     void DevGetPort(PORT_HANDLE *phRemoteDevice);
     /// Always 1, however many streams the lower device has.
@@ -50,7 +53,7 @@ public:
 
 private:
     void OpenLowerPort();
-    void OpenRemotePort();
+    void OpenRemotePort(DEVICE_ACCESS_FLAGS access);
     std::string TypeText();
     std::shared_ptr<Datastream> MakeDataStream();
 

@@ -134,7 +134,7 @@ Access GraphFeatures::AccessOf(std::string_view name)
     }
     catch (const GenApiError &error)
     {
-        return {Has(name), false, false, false, false, error.what()};
+        return {Has(name), false, false, false, false, error.what(), true};
     }
 }
 
@@ -262,6 +262,25 @@ LiteralCells &GraphFeatures::Literals()
 void GraphFeatures::Invalidate() noexcept
 {
     m_state->registers.Invalidate();
+}
+
+std::vector<AddressRange> PlacesOf(GraphFeatures &features, std::string_view name)
+{
+    const auto &graph = features.m_state->graph;
+    std::vector<AddressRange> places;
+    if (const auto feature = graph.Find(name); feature != noNode)
+    {
+        for (const auto id : ValueChain(graph, feature))
+        {
+            if (IsRegister(graph[id].kind))
+            {
+                Evaluator pass(*features.m_state, id);
+                const auto layout = LayoutOf(pass, id);
+                places.push_back({layout.address, layout.length});
+            }
+        }
+    }
+    return places;
 }
 
 } // namespace GenTL::internal::genapi

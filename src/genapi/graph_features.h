@@ -1,6 +1,7 @@
 #pragma once
 
 #include "genapi/feature_types.h"
+#include "genapi/graph_walks.h"
 #include "genapi/i_register_port.h"
 #include "genapi/literal_cells.h"
 #include "genapi/node_graph.h"
@@ -68,8 +69,15 @@ public:
     void Invalidate() noexcept;
 
 private:
+    friend std::vector<AddressRange> PlacesOf(GraphFeatures &features, std::string_view name);
+
     std::unique_ptr<DeviceState> m_state;
 };
+
+/// Where the registers lie that carry a feature's value, as their addresses are now. None for an unknown
+/// name.
+/// @throws GenApiError an address cannot be computed
+std::vector<AddressRange> PlacesOf(GraphFeatures &features, std::string_view name);
 
 /// Whether a condition holds: a node with a value other than 0. A missing node counts as no.
 /// @throws GenApiError its value cannot be read

@@ -164,6 +164,10 @@ void ConversionProcessor::AcquisitionStarted()
     {
         auto &depth = m_conversions.Depth();
         depth.SetInfo(*state.scan3d);
+        if (state.lens)
+        {
+            depth.SetLensCalibrationData(*state.lens);
+        }
         // The consumer may have changed the region of interest since the last acquisition.
         depth.SetGeometry(state.geometry);
     }

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -23,6 +24,8 @@ struct DeviceState
     std::vector<DeviceImage> images{};     ///< of the enabled components, each once
     std::optional<Scan3dInfo> scan3d{};    ///< of a 3D device with a lens calibration
     tarn::common::Metadata geometry{};     ///< region, binning and decimation of a 3D device
+    /// The lens calibration file that the output mode needs; null: what was set before stays.
+    std::shared_ptr<const std::vector<uint8_t>> lens{};
 };
 
 /// The processing of a device whose formats it does not know beforehand. Each image of a frame is delivered

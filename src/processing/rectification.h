@@ -8,6 +8,7 @@
 #include "processing/scan3d.h"
 #include "vision/calibration_parameters.h"
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -71,7 +72,8 @@ private:
     tarn::common::Metadata m_metadata;                               ///< attached to every image
     Scan3dInfo m_info;
     DepthOffset m_offset;
-    Scan3dOutputMode m_mode = Scan3dOutputMode::CalibratedABC_Grid;
+    /// The mode may be settled by a question of one of the consumer's threads, beside those of others.
+    std::atomic<Scan3dOutputMode> m_mode = Scan3dOutputMode::CalibratedABC_Grid;
 };
 
 } // namespace GenTL::internal

@@ -23,6 +23,9 @@ struct ReplacedFeature
     std::string deviceName; ///< the new name of the device's, still without suffix
     bool isShown = false;   ///< in our category
     size_t position = 0;    ///< of the register with the value
+    /// Further nodes with the feature's name, which count for nothing, and new names for them, still without
+    /// suffix: a consumer must find none of them in place of ours.
+    std::vector<std::pair<genapi::NodeId, std::string>> twins;
 };
 
 /// What the editor does to a description, decided from its graph alone: nothing is written yet.
@@ -33,6 +36,7 @@ struct EditPlan
     std::vector<FormatEntry> formats{}; ///< empty when PixelFormat stays
     bool isScan3d = false;
     std::optional<size_t> transport{};        ///< the switch's register
+    std::optional<size_t> depthOffered{};     ///< the register, where there are output modes
     std::optional<size_t> addedPayloadSize{}; ///< the register, where the device lacks the feature
     /// For entries of PixelFormat with conditions of ours, by position: the registers for implemented and
     /// available.

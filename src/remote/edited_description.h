@@ -22,6 +22,7 @@ enum class RegisterRole : uint8_t
     PixelSize,               ///< value of an entry BppN, or bits
     Literal,                 ///< value of a node of the device's that a consumer may write
     Scan3dOutputMode,        ///< value of an entry
+    Scan3dDepthOffered,      ///< condition of the entries that the processing makes of raw depth
     Scan3dCoordinate,        ///< value of an entry of Scan3dCoordinateSelector
     Scan3dCoordinateOffered, ///< condition of such an entry
     Scan3dValue,             ///< one of the values of depth

@@ -23,13 +23,17 @@ EditedDescription EditedDescriptionOf(const DescriptionSource &source, const gen
 } // namespace
 
 EditedRemote::EditedRemote(ProxyModule &port, std::string_view device, const ConversionTable &conversions,
-                           std::shared_ptr<IDelivery> delivery)
+                           std::shared_ptr<IDelivery> delivery, DeviceAccess access)
     : m_port(port), m_delivery(std::move(delivery)), m_source(port, device), m_graph(m_source.Tree()),
       m_registers(port), m_features(m_graph, m_registers),
       m_view(EditedDescriptionOf(m_source, m_graph, conversions), m_source.Tree().document_element(),
              m_source.Location().name, m_graph, m_features, *m_delivery, port)
 {
     m_registers.WatchWindow(m_view.Base());
+    if (m_view.HasCalibratedDepth())
+    {
+        m_lens.emplace(m_graph, m_registers, access);
+    }
 }
 
 void EditedRemote::Read(uint64_t address, void *buffer, size_t size)
@@ -39,7 +43,9 @@ void EditedRemote::Read(uint64_t address, void *buffer, size_t size)
 
 void EditedRemote::Write(uint64_t address, const void *buffer, size_t size)
 {
-    m_view.WritePort(address, buffer, &size);
+    const auto write = [&] { m_view.WritePort(address, buffer, &size); };
+    // The view's lock is taken before that of the lens, so not for an access to the window.
+    m_lens && !m_view.IsOurs(address, size) ? m_lens->PassWrite(address, size, write) : write();
 }
 
 void EditedRemote::GetPortURL(char *sURL, size_t *piSize)
@@ -81,7 +87,9 @@ DeviceState EditedRemote::ReadDeviceState()
         const utils::MutexLock lock(m_streamMutex);
         payloadSize = m_streamPayloadSize ? m_streamPayloadSize() : std::nullopt;
     }
-    return m_view.ReadDeviceState(payloadSize);
+    auto state = m_view.ReadDeviceState(payloadSize);
+    state.lens = m_view.Lens();
+    return state;
 }
 
 uint64_t EditedRemote::DevicePayloadSize()

@@ -9,6 +9,7 @@
 #include "remote/edited_view.h"
 #include "remote/i_delivery.h"
 #include "remote/i_remote_view.h"
+#include "remote/lens_reader.h"
 #include "utils/mutex.h"
 
 #include <cstdint>
@@ -35,9 +36,10 @@ public:
     /// Fetches and edits the description.
     /// @param port must outlive this object
     /// @param device its name for messages
+    /// @param access nothing is written on our own to a device that is open for reading only
     /// @throws GenTLException as DescriptionSource; more nodes or levels than a NodeGraph takes
     EditedRemote(ProxyModule &port, std::string_view device, const ConversionTable &conversions,
-                 std::shared_ptr<IDelivery> delivery);
+                 std::shared_ptr<IDelivery> delivery, DeviceAccess access = DeviceAccess::ReadWrite);
 
     void Read(uint64_t address, void *buffer, size_t size) override;
     void Write(uint64_t address, const void *buffer, size_t size) override;
@@ -46,10 +48,15 @@ public:
     void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
                         size_t *piSize) override;
 
+    /// The lens calibration of a device whose depth the processing calibrates; null for any other.
+    LensReader *Lens() { return m_lens ? &*m_lens : nullptr; }
+    /// How the device encodes its raw depth now.
+    Scan3dInfo ReadEncoding() { return m_view.ReadEncoding(); }
+
     /// Waits for a call of the earlier source to end.
     void SetStreamPayloadSize(StreamPayloadSize payloadSize);
     /// What the device and its stream say of its frames.
-    /// @throws as EditedView::ReadDeviceState
+    /// @throws as EditedView::ReadDeviceState and IDelivery::Lens
     DeviceState ReadDeviceState();
     /// Bytes of a frame before processing, as the device says.
     /// @throws GenTLException when the device tells neither a payload size nor the format of its images
@@ -63,6 +70,7 @@ private:
     DeviceRegisters m_registers;
     genapi::GraphFeatures m_features;
     EditedView m_view;
+    std::optional<LensReader> m_lens;
     utils::Mutex m_streamMutex;
     StreamPayloadSize m_streamPayloadSize QVR_GUARDED_BY(m_streamMutex);
 };

@@ -120,6 +120,18 @@ DeviceState EditedView::ReadDeviceState(std::optional<uint64_t> streamPayloadSiz
     return state;
 }
 
+std::shared_ptr<const std::vector<uint8_t>> EditedView::Lens()
+{
+    const utils::MutexLock lock(m_lock);
+    return m_delivery.Lens();
+}
+
+Scan3dInfo EditedView::ReadEncoding()
+{
+    const utils::MutexLock lock(m_lock);
+    return ReadDepthEncoding(m_features);
+}
+
 bool EditedView::IsOurs(uint64_t address, size_t size) const
 {
     return HasWindow() && m_window.IsTouchedBy(address, size);
@@ -143,6 +155,8 @@ int64_t EditedView::ReadNumber(const EditedRegister &entry)
         return m_formats.PixelSize();
     case RegisterRole::Scan3dOutputMode:
         return m_scan3d.OutputMode();
+    case RegisterRole::Scan3dDepthOffered:
+        return m_delivery.OffersDepth() ? 1 : 0;
     case RegisterRole::Scan3dCoordinate:
         return m_scan3d.Coordinate();
     case RegisterRole::Scan3dCoordinateOffered:

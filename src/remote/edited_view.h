@@ -11,8 +11,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace GenTL::internal
 {
@@ -39,10 +41,12 @@ public:
 
     /// Whether there is a window. If not, everything is the device's, and so is its URL.
     bool HasWindow() const { return m_description.base != 0; }
+    /// Whether the consumer sees depth that the processing calibrates.
+    bool HasCalibratedDepth() const { return HasWindow() && m_description.isScan3d; }
+    /// Whether an access concerns the window.
+    bool IsOurs(uint64_t address, size_t size) const;
     /// The address of our window.
     uint64_t Base() const { return m_description.base; }
-    /// Whether the processing makes calibrated depth for the device.
-    bool IsScan3d() const { return m_description.isScan3d; }
 
     /// GCReadPort. A request that concerns the window reads whole registers of ours or a range of the
     /// description.
@@ -64,10 +68,13 @@ public:
     /// @param streamPayloadSize what the lower stream says, if it defines it
     /// @throws GenTLException the device's format, width or height cannot be read
     DeviceState ReadDeviceState(std::optional<uint64_t> streamPayloadSize);
+    /// As IDelivery::Lens.
+    std::shared_ptr<const std::vector<uint8_t>> Lens();
+    /// How the device encodes its raw depth now.
+    Scan3dInfo ReadEncoding();
 
 private:
     void AddRegisters();
-    bool IsOurs(uint64_t address, size_t size) const;
     int64_t ReadNumber(const EditedRegister &entry);
     void WriteNumber(const EditedRegister &entry, int64_t value);
 

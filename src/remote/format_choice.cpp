@@ -166,8 +166,16 @@ int64_t FormatChoice::PixelSize()
 
 std::vector<DeviceImage> FormatChoice::Images()
 {
+    // The frames of a device tell what its features do not.
+    if (!m_features.AccessOf(formatFeature).available)
+    {
+        return {};
+    }
     const auto readPixels = [this](std::string_view name)
-    { return static_cast<unsigned int>(std::clamp<int64_t>(m_features.ReadInteger(name), 0, UINT32_MAX)); };
+    {
+        const auto pixels = m_features.Has(name) ? m_features.ReadInteger(name) : 0;
+        return static_cast<unsigned int>(std::clamp<int64_t>(pixels, 0, UINT32_MAX));
+    };
     const auto current = ReadDevice();
     const auto isEnabled = utils::Try([this] { return m_features.ReadInteger("ComponentEnable") != 0; });
     if (isEnabled.value_or(true))

@@ -8,8 +8,10 @@
 #include <fmt/format.h>
 
 #include <cstdint>
+#include <memory>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace GenTL::internal
 {
@@ -35,7 +37,14 @@ public:
     virtual uint64_t PayloadSize() = 0;
     /// The output mode of a 3D device.
     virtual Scan3dOutputMode OutputMode() const = 0;
+    /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs; why calibrated depth cannot be
+    /// made, and the mode stays
     virtual void SetOutputMode(Scan3dOutputMode mode) = 0;
+    /// Whether calibrated depth can be made.
+    virtual bool OffersDepth() const = 0;
+    /// The lens calibration file that the output mode needs; null when it needs none.
+    /// @throws GenTLException why it cannot be used
+    virtual std::shared_ptr<const std::vector<uint8_t>> Lens() const = 0;
     /// Minimum and maximum of a coordinate in the output mode.
     /// @throws GenTLException GC_ERR_NOT_AVAILABLE where there is none
     virtual std::pair<double, double> AxisRange(Scan3dCoordinate coordinate) const = 0;

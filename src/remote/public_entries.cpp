@@ -42,10 +42,12 @@ std::optional<uint32_t> BitsInName(std::string_view name)
     return bits && *bits > 0 && *bits < 1000 ? std::optional(static_cast<uint32_t>(*bits)) : std::nullopt;
 }
 
-bool IsOfferedMode(std::string_view entry)
+/// The row of a mode that the processing makes; null for another entry.
+const OutputModeTraits *MadeModeOf(std::string_view entry)
 {
-    return std::ranges::any_of(outputModes,
-                               [entry](const auto &traits) { return ToString(traits.mode) == entry; });
+    const auto *const traits = std::ranges::find_if(outputModes, [entry](const auto &candidate)
+                                                    { return ToString(candidate.mode) == entry; });
+    return traits != outputModes.end() ? traits : nullptr;
 }
 
 } // namespace
@@ -156,11 +158,14 @@ PixelSizes PublicEntries::Depths() const
 
 std::string PublicEntries::OutputModes(NodeId outputMode) const
 {
+    const auto calibrated = Conditions(*m_plan.depthOffered, *m_plan.depthOffered);
     std::string entries;
     for (const auto id : EntriesOf(outputMode))
     {
-        entries += IsOfferedMode(m_graph[id].name) ? WithConditions(m_graph[id].element, {})
-                                                   : m_edits.Copy(m_graph[id].element);
+        const auto *const made = MadeModeOf(m_graph[id].name);
+        const auto &element = m_graph[id].element;
+        entries += made == nullptr ? m_edits.Copy(element)
+                                   : WithConditions(element, made->isRaw ? std::string() : calibrated);
     }
     return entries;
 }

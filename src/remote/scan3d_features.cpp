@@ -58,15 +58,35 @@ void Scan3dFeatures::SetOutputMode(int64_t value)
     CheckNotRunning(m_delivery, modeFeature);
     const auto made = MadeMode(EntryOf(modeFeature, value));
     // The processing works on raw depth, whatever it makes of it.
-    const auto raw = ValueOf(modeFeature, ToString(Scan3dOutputMode::UncalibratedC));
-    if (const auto ofDevice = made ? raw : value)
+    const auto ofDevice = made ? ValueOf(modeFeature, ToString(Scan3dOutputMode::UncalibratedC)) : value;
+    if (made && !TraitsOf(*made).isRaw)
     {
-        WriteDevice(modeFeature, *ofDevice);
+        Calibrate(*made, ofDevice);
     }
-    m_delivery.SetOutputMode(made.value_or(Scan3dOutputMode::UncalibratedC));
+    else
+    {
+        WriteDevice(modeFeature, ofDevice);
+        m_delivery.SetOutputMode(Scan3dOutputMode::UncalibratedC);
+    }
     if (!Traits().hasGrid)
     {
         m_coordinate = Scan3dCoordinate::CoordinateC;
+    }
+}
+
+/// The device is told last, since the delivery may refuse the mode.
+void Scan3dFeatures::Calibrate(Scan3dOutputMode mode, std::optional<int64_t> ofDevice)
+{
+    const auto previous = m_delivery.OutputMode();
+    m_delivery.SetOutputMode(mode);
+    try
+    {
+        WriteDevice(modeFeature, ofDevice);
+    }
+    catch (...)
+    {
+        m_delivery.SetOutputMode(previous);
+        throw;
     }
 }
 
@@ -157,11 +177,11 @@ std::string_view Scan3dFeatures::EntryOf(std::string_view enumeration, int64_t v
                          GC_ERR_INVALID_VALUE);
 }
 
-void Scan3dFeatures::WriteDevice(std::string_view enumeration, int64_t value)
+void Scan3dFeatures::WriteDevice(std::string_view enumeration, std::optional<int64_t> value)
 {
-    if (utils::Try([&] { return m_features.ReadInteger(enumeration); }) != value)
+    if (value && utils::Try([&] { return m_features.ReadInteger(enumeration); }) != value)
     {
-        m_features.WriteInteger(enumeration, value);
+        m_features.WriteInteger(enumeration, *value);
     }
 }
 

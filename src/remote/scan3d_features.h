@@ -46,8 +46,9 @@ private:
     /// The name of an enumeration's entry with this value.
     /// @throws GenTLException GC_ERR_INVALID_VALUE there is none
     std::string_view EntryOf(std::string_view enumeration, int64_t value) const;
-    /// Writes an enumeration of the device's, unless it has the value.
-    void WriteDevice(std::string_view enumeration, int64_t value);
+    void Calibrate(Scan3dOutputMode mode, std::optional<int64_t> ofDevice);
+    /// Writes an enumeration of the device's, unless it has the value or there is none.
+    void WriteDevice(std::string_view enumeration, std::optional<int64_t> value);
 
     const genapi::NodeGraph &m_graph;
     genapi::GraphFeatures &m_features;

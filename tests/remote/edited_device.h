@@ -100,6 +100,7 @@ struct FakeDelivery final : IDelivery
     std::map<std::pair<Component, PixelFormat>, PixelFormat> conversions;
     std::function<DeviceState()> device;
     bool isRunning = false;
+    bool offersDepth = true;
     Scan3dOutputMode mode = Scan3dOutputMode::UncalibratedC;
 
     void SetConversion(Component component, PixelFormat input, PixelFormat output) override
@@ -136,6 +137,8 @@ struct FakeDelivery final : IDelivery
     bool IsRunning() const override { return isRunning; }
     Scan3dOutputMode OutputMode() const override { return mode; }
     void SetOutputMode(Scan3dOutputMode wanted) override { mode = wanted; }
+    bool OffersDepth() const override { return offersDepth; }
+    std::shared_ptr<const std::vector<uint8_t>> Lens() const override { return nullptr; }
 
     std::pair<double, double> AxisRange(Scan3dCoordinate coordinate) const override
     {

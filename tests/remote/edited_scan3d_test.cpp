@@ -79,6 +79,21 @@ TEST_F(EditedScan3d, OffersTheModesThatTheProcessingMakes)
                 ElementsAre("UncalibratedC", "CalibratedABC_Grid", "CalibratedC"));
 }
 
+TEST_F(EditedScan3d, OffersNoModeWithoutALensCalibration)
+{
+    camera.delivery.offersDepth = false;
+    EXPECT_THAT(Offered("Scan3dOutputMode"), ElementsAre("UncalibratedC"));
+}
+
+TEST_F(EditedScan3d, KeepsTheModeThatTheDeviceRefusesToServe)
+{
+    camera.port.Set(0x400, 19);
+    camera.port.broken = {0x400};
+    EXPECT_EQ(FailureOf([this] { camera.consumer.WriteText("Scan3dOutputMode", "CalibratedC"); }).code,
+              GC_ERR_IO);
+    EXPECT_EQ(camera.delivery.mode, Scan3dOutputMode::UncalibratedC);
+}
+
 TEST_F(EditedScan3d, ShowsTheValuesOfCalibratedDepth)
 {
     camera.consumer.WriteText("Scan3dOutputMode", "CalibratedC");
