@@ -2,6 +2,7 @@
 // camera stays within its images. Tries each input as it is and with a corrected checksum.
 
 #include "vision_module/calibration.h"
+#include "require.h"
 #include "vision_module/coordinates.h"
 #include "vision_module/error.h"
 #include "vision_module/undistortion.h"
@@ -9,7 +10,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <span>
 #include <vector>
 
@@ -72,10 +72,7 @@ void Read(std::span<const uint8_t> bytes)
     {
         return;
     }
-    if (!std::ranges::equal(tarn::vision::ToBinary(*parameters), bytes))
-    {
-        std::abort();
-    }
+    Require(std::ranges::equal(tarn::vision::ToBinary(*parameters), bytes));
     Use(*parameters);
 }
 

@@ -2,12 +2,12 @@
 // or the move throws an exception. The buffers have exactly the announced size.
 
 #include "processing/moved_chunks.h"
+#include "require.h"
 #include "utils/gentl_exception.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -39,10 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             const auto entry = moved.entries[i];
             const auto begin = static_cast<uint64_t>(entry.ChunkOffset);
             const auto id = chunks.entries.at(i).ChunkID;
-            if (begin > output.size() || entry.ChunkLength > output.size() - begin || entry.ChunkID != id)
-            {
-                std::abort();
-            }
+            Require(begin <= output.size() && entry.ChunkLength <= output.size() - begin &&
+                    entry.ChunkID == id);
         }
     }
     catch (const GenTLException &) // NOLINT(bugprone-empty-catch)

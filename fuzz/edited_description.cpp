@@ -3,12 +3,12 @@
 #include "genapi/node_graph.h"
 #include "nodemap/description_text.h"
 #include "remote/description_editor.h"
+#include "require.h"
 
 #include <pugixml.hpp>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <exception>
 #include <memory>
 #include <string_view>
@@ -61,10 +61,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         const auto edited =
             DescriptionEditor({text, tree.document_element(), *graph, {}}, Conversions()).Edit();
         pugi::xml_document again;
-        if (!Parse(edited.document, again))
-        {
-            std::abort();
-        }
+        Require(Parse(edited.document, again));
     }
     return 0;
 }

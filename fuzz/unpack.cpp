@@ -3,12 +3,12 @@
 
 #include "vision_module/unpack.h"
 #include "common/pixel_format.h"
+#include "require.h"
 #include "vision_module/unpack_scalar.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
 namespace
@@ -53,9 +53,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t dataSize)
     std::vector<uint8_t> plain(fast.size(), 0xFF);
     tarn::vision::Unpack(from, source.data(), to, fast.data(), size.width, size.height);
     tarn::vision::UnpackScalar(from, source.data(), to, plain.data(), size.width, size.height);
-    if (fast != plain)
-    {
-        std::abort();
-    }
+    Require(fast == plain);
     return 0;
 }

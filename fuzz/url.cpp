@@ -1,13 +1,13 @@
 // URLs of a description: each names a range, names none, or throws an exception. A range survives writing and
 // reading.
 
-#include "remoteport.h"
+#include "nodemap/description_url.h"
+#include "require.h"
 
 #include <fmt/format.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <stdexcept>
 #include <string_view>
 
@@ -18,18 +18,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     try
     {
         const auto range = ParseDescriptionUrl(url);
-        if (range.has_value() != (url.find(';') != std::string_view::npos))
-        {
-            std::abort();
-        }
+        Require(range.has_value() == (url.find(';') != std::string_view::npos));
         if (range)
         {
             const auto again = ParseDescriptionUrl(fmt::format(
                 "local:///Device.xml;{:X};{:X}?SchemaVersion=1.1.0", range->address, range->size));
-            if (!again || again->address != range->address || again->size != range->size)
-            {
-                std::abort();
-            }
+            Require(again && again->address == range->address && again->size == range->size);
         }
     }
     catch (const std::logic_error &) // NOLINT(bugprone-empty-catch): not a number, or beyond 64 bits

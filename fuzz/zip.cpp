@@ -1,13 +1,13 @@
 // Zip archives with a description: each yields the bytes of its first file, or GC_ERR_IO.
 
 #include "nodemap/unzip.h"
+#include "require.h"
 #include "utils/gentl_exception.h"
 
 #include <spdlog/spdlog.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
@@ -16,17 +16,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     try
     {
         const auto first = Unzip(data, size);
-        if (Unzip(data, size) != first)
-        {
-            std::abort();
-        }
+        Require(Unzip(data, size) == first);
     }
     catch (const GenTLException &exception)
     {
-        if (exception.Code() != GenTL::GC_ERR_IO)
-        {
-            std::abort();
-        }
+        Require(exception.Code() == GenTL::GC_ERR_IO);
     }
     return 0;
 }

@@ -69,6 +69,15 @@ std::span<const uint8_t> Readable(const void *bytes, const size_t *size)
     return CheckedBytes(static_cast<const uint8_t *>(bytes), size);
 }
 
+/// The answer of an update; the caller need not ask for it.
+void TellWhetherChanged(bool changed, bool8_t *pbChanged)
+{
+    if (pbChanged != nullptr)
+    {
+        *pbChanged = changed ? 1 : 0;
+    }
+}
+
 /// Calls `access` for each entry; afterwards `*count` is the number of calls that succeeded.
 template <typename Access>
 void ForEachEntry(PORT_REGISTER_STACK_ENTRY *entries, size_t *count, Access &&access)
@@ -303,14 +312,7 @@ GC_ERROR TLGetInfo(TL_HANDLE hTL, TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, v
 GC_ERROR TLUpdateInterfaceList(TL_HANDLE hTL, bool8_t *pbChanged, uint64_t)
 {
     return With<System>("TLUpdateInterfaceList", hTL,
-                        [&](System &system)
-                        {
-                            const bool changed = system.UpdateList();
-                            if (pbChanged != nullptr)
-                            {
-                                *pbChanged = changed ? 1 : 0;
-                            }
-                        });
+                        [&](System &system) { TellWhetherChanged(system.UpdateList(), pbChanged); });
 }
 
 GC_ERROR TLGetNumInterfaces(TL_HANDLE hTL, uint32_t *piNumIfaces)
@@ -366,13 +368,7 @@ GC_ERROR IFUpdateDeviceList(IF_HANDLE hIface, bool8_t *pbChanged, uint64_t)
 {
     return With<Interface>("IFUpdateDeviceList", hIface,
                            [&](Interface &interface)
-                           {
-                               const bool changed = interface.UpdateList();
-                               if (pbChanged != nullptr)
-                               {
-                                   *pbChanged = changed ? 1 : 0;
-                               }
-                           });
+                           { TellWhetherChanged(interface.UpdateList(), pbChanged); });
 }
 
 GC_ERROR IFGetNumDevices(IF_HANDLE hIface, uint32_t *piNumDevices)

@@ -9,7 +9,7 @@ namespace GenTL::simulator
 
 constexpr const char *wideVendor = "Wideworld";
 
-/// A register of a camera of the wide world.
+/// The place of a register in the memory of a camera.
 struct WideRegister
 {
     const char *feature;
@@ -17,6 +17,8 @@ struct WideRegister
     bool bigEndian = false;
 };
 
+/// The registers of a camera: those of its identity, which all of these cameras have at the same addresses,
+/// and `places`.
 std::vector<FixedRegister> FixedRegisters(std::span<const WideRegister> places);
 
 // Cameras of another manufacturer, each with a description of its own and registers at addresses of its own.

@@ -14,13 +14,6 @@ namespace
 
 /// The registers of WIDE-G2. The description has the same addresses.
 constexpr WideRegister wideGigERegisters[] = {
-    {"DeviceVendorName", 0x200},
-    {"DeviceModelName", 0x220},
-    {"DeviceManufacturerInfo", 0x240},
-    {"DeviceVersion", 0x280},
-    {"DeviceFirmwareVersion", 0x2A0},
-    {"DeviceSerialNumber", 0x2C0},
-    {"DeviceUserID", 0x2E0},
     {"TimestampLatch", 0x944, true},
     {"TimestampLatchValue", 0x948, true},
     {"SensorWidth", 0x10000, true},

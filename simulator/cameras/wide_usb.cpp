@@ -15,13 +15,6 @@ constexpr int64_t sequencerTable = 0x21200;
 
 /// The registers of WIDE-U1. The description has the same addresses.
 constexpr WideRegister wideUsbRegisters[] = {
-    {"DeviceVendorName", 0x200},
-    {"DeviceModelName", 0x220},
-    {"DeviceManufacturerInfo", 0x240},
-    {"DeviceVersion", 0x280},
-    {"DeviceFirmwareVersion", 0x2A0},
-    {"DeviceSerialNumber", 0x2C0},
-    {"DeviceUserID", 0x2E0},
     {"TimestampLatch", 0x944},
     {"TimestampLatchValue", 0x948},
     {"SensorWidth", 0x20000},

@@ -13,21 +13,6 @@ namespace GenTL::internal
 namespace
 {
 
-/// The code that a query of one stack entry gives.
-template <typename Query>
-GC_ERROR ResultOf(Query query)
-{
-    try
-    {
-        query();
-        return GC_ERR_SUCCESS;
-    }
-    catch (const GenTLException &exception)
-    {
-        return exception.Code();
-    }
-}
-
 /// Answers entry by entry: query(entry, type, size). The entries are packed structs, so their members are
 /// copied, never bound to a pointer.
 template <typename Entry, typename Query>

@@ -18,14 +18,7 @@ void EventOutput::RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
     utils::CheckNotNull("phEvent", phEvent);
     CheckIsNewBuffer(iEventID);
     const utils::MutexLock guard(m_eventMutex);
-    if (m_newBufferEvent)
-    {
-        throw GenTLException("Event is already registered", GC_ERR_RESOURCE_IN_USE);
-    }
-    // The event may outlive the stream, so the callback holds the library and not `this`.
-    const auto release = [&library = m_library](BUFFER_HANDLE handle) { return GiveBack(library, handle); };
-    m_newBufferEvent = std::make_shared<EventHandler>(release, iEventID);
-    *phEvent = m_library.GetInstanceManager().events.Add(m_newBufferEvent);
+    *phEvent = AddNewBufferEvent(m_library, std::make_shared<EventQueue>(), m_newBufferEvent);
 }
 
 void EventOutput::UnregisterEvent(EVENT_TYPE iEventID)

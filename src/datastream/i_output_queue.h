@@ -6,9 +6,14 @@
 #include <gentl/gentl.h>
 
 #include <cstdint>
+#include <memory>
 
 namespace GenTL::internal
 {
+
+class EventHandler;
+class ILibrary;
+struct EventQueue;
 
 /// The output side of a stream: the filled buffers that wait for the consumer, and the event that hands them
 /// out.
@@ -42,5 +47,10 @@ public:
 [[noreturn]] void ThrowNoSuchFlush(ACQ_QUEUE_TYPE operation);
 /// @throws GenTLException for another type than EVENT_NEW_BUFFER, GC_ERR_NOT_IMPLEMENTED
 void CheckIsNewBuffer(EVENT_TYPE type);
+/// Makes the new-buffer event of a stream, which hands out what is in `queue`, and registers it.
+/// @param event null, or the event that is registered already; becomes the new one
+/// @throws GenTLException GC_ERR_RESOURCE_IN_USE when an event is registered already
+EVENT_HANDLE AddNewBufferEvent(ILibrary &library, std::shared_ptr<EventQueue> queue,
+                               std::shared_ptr<EventHandler> &event);
 
 } // namespace GenTL::internal

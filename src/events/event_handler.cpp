@@ -30,6 +30,11 @@ Clock::time_point DeadlineOf(uint64_t timeout)
     return now + std::chrono::milliseconds(limited);
 }
 
+constexpr bool IsNewBuffer(EVENT_TYPE type)
+{
+    return type == EVENT_NEW_BUFFER;
+}
+
 /// The sizes that an event of another type than EVENT_NEW_BUFFER reports.
 constexpr size_t otherEventSize = 128;
 
@@ -53,8 +58,8 @@ Info AnswerDataInfo(EVENT_DATA_INFO_CMD command, const EVENT_NEW_BUFFER_DATA &da
 
 EventHandler::EventHandler(ReleaseBuffer release, EVENT_TYPE eventType, std::shared_ptr<EventQueue> queue)
     : m_release(std::move(release)), m_eventType(eventType),
-      m_maxEventSize(IsNewBuffer() ? sizeof(EVENT_NEW_BUFFER_DATA) : otherEventSize),
-      m_maxDataSize(IsNewBuffer() ? sizeof(void *) : otherEventSize), m_queue(std::move(queue))
+      m_maxEventSize(IsNewBuffer(eventType) ? sizeof(EVENT_NEW_BUFFER_DATA) : otherEventSize),
+      m_maxDataSize(IsNewBuffer(eventType) ? sizeof(void *) : otherEventSize), m_queue(std::move(queue))
 {
     const utils::MutexLock guard(m_queue->mutex);
     m_numFiredBefore = m_queue->numFired - m_queue->numQueued;
@@ -63,7 +68,7 @@ EventHandler::EventHandler(ReleaseBuffer release, EVENT_TYPE eventType, std::sha
 void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
 {
     utils::CheckNotNull("piSize", piSize);
-    if (IsNewBuffer() && *piSize < sizeof(EVENT_NEW_BUFFER_DATA))
+    if (IsNewBuffer(m_eventType) && *piSize < sizeof(EVENT_NEW_BUFFER_DATA))
     {
         const size_t given = *piSize;
         *piSize = sizeof(EVENT_NEW_BUFFER_DATA);
@@ -110,7 +115,7 @@ void EventHandler::Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout)
 
 void EventHandler::DeliverFront(void *pBuffer, size_t *piSize)
 {
-    if (!IsNewBuffer())
+    if (!IsNewBuffer(m_eventType))
     {
         throw GenTLException(fmt::format("Event type {} not implemented", m_eventType),
                              GC_ERR_NOT_IMPLEMENTED);
@@ -130,7 +135,7 @@ void EventHandler::DeliverFront(void *pBuffer, size_t *piSize)
 
 void EventHandler::DropFront()
 {
-    if (IsNewBuffer())
+    if (IsNewBuffer(m_eventType))
     {
         const auto *handle = std::get_if<0>(&m_queue->entries.front().id);
         GiveBack(handle != nullptr ? *handle : nullptr);
@@ -155,7 +160,7 @@ void EventHandler::DataInfo(const void *pInBuffer, size_t iInSize, EVENT_DATA_IN
 {
     utils::CheckNotNull("pInBuffer", pInBuffer);
     utils::CheckNotZero("iInSize", iInSize);
-    if (!IsNewBuffer())
+    if (!IsNewBuffer(m_eventType))
     {
         throw GenTLException("event type not implemented", GC_ERR_NOT_IMPLEMENTED);
     }
@@ -201,7 +206,7 @@ void EventHandler::Flush()
     {
         return;
     }
-    if (IsNewBuffer())
+    if (IsNewBuffer(m_eventType))
     {
         for (const auto &entry : m_queue->entries)
         {

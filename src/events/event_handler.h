@@ -53,7 +53,6 @@ public:
     void ResetDeliveredCount() { m_queue->numDelivered = 0; }
 
 private:
-    bool IsNewBuffer() const { return m_eventType == EVENT_NEW_BUFFER; }
     utils::Info Answer(EVENT_INFO_CMD command) const;
     void Wait(utils::MutexLock<std::mutex> &lock, uint64_t timeout) QVR_REQUIRES(m_queue->mutex);
     void DeliverFront(void *pBuffer, size_t *piSize) QVR_REQUIRES(m_queue->mutex);

@@ -91,13 +91,9 @@ Number NumberInText(Operation &operation, std::string_view text)
     {
         return int64_t{text == "true"};
     }
-    if (const auto integer = ParseInteger(text))
+    if (const auto number = ParseNumber(text))
     {
-        return *integer;
-    }
-    if (const auto value = ParseFloat(text))
-    {
-        return *value;
+        return *number;
     }
     operation.pass.Fail(fmt::format("\"{}\" is no number", text), GC_ERR_INVALID_VALUE);
 }

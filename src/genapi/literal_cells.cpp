@@ -53,15 +53,7 @@ std::optional<Number> LiteralCells::NumberIn(NodeId node, const Property &litera
             value == nullptr ? int64_t{isTrue} : ParseInteger(value->Text());
         return number ? std::optional<Number>(*number) : std::nullopt;
     }
-    if (const auto integer = ParseInteger(text))
-    {
-        return *integer;
-    }
-    if (const auto value = ParseFloat(text))
-    {
-        return *value;
-    }
-    return {};
+    return ParseNumber(text);
 }
 
 std::string LiteralCells::TextIn(const Property &literal) const

@@ -142,4 +142,14 @@ std::optional<double> ParseFloat(std::string_view text)
     return number.negative ? -value : value;
 }
 
+std::optional<Number> ParseNumber(std::string_view text)
+{
+    if (const auto integer = ParseInteger(text))
+    {
+        return Number(*integer);
+    }
+    const auto value = ParseFloat(text);
+    return value ? std::optional<Number>(*value) : std::nullopt;
+}
+
 } // namespace GenTL::internal::genapi

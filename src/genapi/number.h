@@ -46,4 +46,7 @@ std::optional<int64_t> ParseInteger(std::string_view text);
 /// -INF and NaN, and an integer in its hexadecimal form. Empty for any other text.
 std::optional<double> ParseFloat(std::string_view text);
 
+/// Reads an integer if the text is one, else a floating number. Empty for any other text.
+std::optional<Number> ParseNumber(std::string_view text);
+
 } // namespace GenTL::internal::genapi

@@ -49,12 +49,7 @@ private:
     {
         try
         {
-            operation();
-            return GC_ERR_SUCCESS;
-        }
-        catch (const GenTLException &exception)
-        {
-            return exception.Code();
+            return ResultOf(operation);
         }
         catch (const std::exception &)
         {

@@ -27,10 +27,27 @@ constexpr bool IsMissingAnswer(GC_ERROR code)
     return code == GC_ERR_NOT_AVAILABLE || code == GC_ERR_NO_DATA || code == GC_ERR_NOT_IMPLEMENTED;
 }
 
+/// The code that an operation ends with: GC_ERR_SUCCESS, or that of its GenTLException. Other exceptions
+/// pass.
+template <typename Operation>
+GC_ERROR ResultOf(Operation operation)
+{
+    try
+    {
+        operation();
+        return GC_ERR_SUCCESS;
+    }
+    catch (const GenTLException &exception)
+    {
+        return exception.Code();
+    }
+}
+
 } // namespace GenTL::internal::exceptions
 
 namespace GenTL::internal
 {
 using exceptions::GenTLException;
 using exceptions::IsMissingAnswer;
+using exceptions::ResultOf;
 } // namespace GenTL::internal

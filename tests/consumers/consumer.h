@@ -46,6 +46,13 @@ protected:
         Calls().Must(feature.c_str(), Remote().Set(feature, value));
     }
 
+    /// The chunks of a buffer that says that it has some.
+    std::string ChunksOf(const BufferQuestions &questions) const
+    {
+        const bool hasChunks = questions.Ask<bool8_t>(BUFFER_INFO_CONTAINS_CHUNKDATA).value_or(0) != 0;
+        return hasChunks ? questions.ReadChunks(m_session.DeviceType()) : "none";
+    }
+
 private:
     Session m_session;
 };

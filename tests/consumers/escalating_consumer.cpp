@@ -51,10 +51,7 @@ void EscalatingConsumer::Start()
     const auto payload = Opened().PayloadSize();
     for (size_t i = 0; i < std::max(fewestBuffers, least.value_or(0)); ++i)
     {
-        BUFFER_HANDLE buffer = nullptr;
-        Calls().Must("DSAllocAndAnnounceBuffer",
-                     Calls().DSAllocAndAnnounceBuffer(stream, payload, nullptr, &buffer));
-        Calls().Must("DSQueueBuffer", Calls().DSQueueBuffer(stream, buffer));
+        Opened().AddBuffer(payload);
     }
     Calls().Must("GCRegisterEvent", Calls().GCRegisterEvent(stream, EVENT_NEW_BUFFER, &m_event));
     Calls().Must("DSStartAcquisition",
@@ -88,10 +85,7 @@ FrameConclusion EscalatingConsumer::Conclude(BUFFER_HANDLE buffer) const
         questions.Ask<size_t>(BUFFER_INFO_PAYLOADTYPE).value_or(0) == PAYLOAD_TYPE_MULTI_PART;
     seen.parts = hasParts ? questions.NumParts().value_or(0) : 1;
     seen.time = questions.Ask<uint64_t>(BUFFER_INFO_TIMESTAMP_NS) ? "ns" : "none";
-    if (questions.Ask<bool8_t>(BUFFER_INFO_CONTAINS_CHUNKDATA).value_or(0) != 0)
-    {
-        seen.chunks = questions.ReadChunks(Opened().DeviceType());
-    }
+    seen.chunks = ChunksOf(questions);
     return seen;
 }
 

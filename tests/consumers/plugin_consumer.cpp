@@ -47,10 +47,7 @@ void PluginConsumer::Start()
     const auto payload = Opened().PayloadSize();
     for (size_t i = 0; i < pluginBuffers; ++i)
     {
-        BUFFER_HANDLE buffer = nullptr;
-        Calls().Must("DSAllocAndAnnounceBuffer",
-                     Calls().DSAllocAndAnnounceBuffer(stream, payload, nullptr, &buffer));
-        Calls().Must("DSQueueBuffer", Calls().DSQueueBuffer(stream, buffer));
+        Opened().AddBuffer(payload);
     }
     Calls().Must("DSFlushQueue", Calls().DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT));
     Calls().Must("GCRegisterEvent", Calls().GCRegisterEvent(stream, EVENT_NEW_BUFFER, &m_event));

@@ -93,10 +93,7 @@ FrameConclusion PollingConsumer::Conclude(BUFFER_HANDLE buffer) const
     seen.time = questions.Ask<uint64_t>(BUFFER_INFO_TIMESTAMP_NS) ? "ns"
                 : questions.Ask<uint64_t>(BUFFER_INFO_TIMESTAMP)  ? "ticks"
                                                                   : "none";
-    if (questions.Ask<bool8_t>(BUFFER_INFO_CONTAINS_CHUNKDATA).value_or(0) != 0)
-    {
-        seen.chunks = questions.ReadChunks(Opened().DeviceType());
-    }
+    seen.chunks = ChunksOf(questions);
     return seen;
 }
 

@@ -109,6 +109,14 @@ void Session::OpenStream()
     m_producer.Must("DevOpenDataStream", m_producer.DevOpenDataStream(device, id.c_str(), &stream));
 }
 
+void Session::AddBuffer(size_t size) const
+{
+    BUFFER_HANDLE buffer = nullptr;
+    m_producer.Must("DSAllocAndAnnounceBuffer",
+                    m_producer.DSAllocAndAnnounceBuffer(stream, size, nullptr, &buffer));
+    m_producer.Must("DSQueueBuffer", m_producer.DSQueueBuffer(stream, buffer));
+}
+
 void Session::CloseStream()
 {
     m_producer.Must("DSClose", m_producer.DSClose(stream));

@@ -46,6 +46,8 @@ public:
     /// Opens the camera's port and reads its description, in one call.
     void ConnectRemote();
     void OpenStream();
+    /// Has the producer allocate a buffer of this size for the stream, and queues it.
+    void AddBuffer(size_t size) const;
     void CloseStream();
     void CloseDevice();
     void CloseInterface();

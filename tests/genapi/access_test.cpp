@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <span>
 #include <string>
 
 namespace GenTL::internal::genapi
@@ -48,6 +49,14 @@ void ExpectAccess(const AccessCase &row)
     EXPECT_EQ(access.cause, row.cause) << row.nodes;
 }
 
+void ExpectAccesses(std::span<const AccessCase> rows)
+{
+    for (const auto &row : rows)
+    {
+        ExpectAccess(row);
+    }
+}
+
 TEST(AccessOf, CombinesTheModesOfTheChain)
 {
     const auto feature = [](const std::string &mode)
@@ -80,10 +89,7 @@ TEST(AccessOf, CombinesTheModesOfTheChain)
          "ia-r-", "Reg: its AccessMode is RO"},
         {"<Category Name=\"F\"/>", "ia---", "a Category has no value"},
     };
-    for (const auto &row : cases)
-    {
-        ExpectAccess(row);
-    }
+    ExpectAccesses(cases);
 }
 
 TEST(AccessOf, KnowsTheModesOfWhatIsNotThere)
@@ -129,10 +135,7 @@ TEST(AccessOf, EvaluatesConditions)
          "<pIsAvailable>No</pIsAvailable><StructEntry Name=\"F\"><Bit>0</Bit></StructEntry></StructReg>",
          "i----", "pIsAvailable No is 0"},
     };
-    for (const auto &row : cases)
-    {
-        ExpectAccess(row);
-    }
+    ExpectAccesses(cases);
 }
 
 TEST(AccessOf, ThrowsNothing)
@@ -145,10 +148,7 @@ TEST(AccessOf, ThrowsNothing)
         {IntegerNode("F", "<pIsAvailable>F</pIsAvailable><Value>1</Value>"), "i----",
          "F: not available: F depends on itself: F -> F"},
     };
-    for (const auto &row : cases)
-    {
-        ExpectAccess(row);
-    }
+    ExpectAccesses(cases);
 }
 
 TEST(AccessOf, KeepsTheCauseOfAFailingPort)

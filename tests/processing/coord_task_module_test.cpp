@@ -1,6 +1,7 @@
 #include "processing/coord_task.h"
 
 #include "common/metadata.h"
+#include "depth_frame.h"
 #include "vision/calibration_parameters.h"
 #include "vision/exceptions.h"
 
@@ -60,12 +61,6 @@ protected:
         tarn::common::Metadata metadata;
         metadata.Set("Roi", tarn::common::Rectangle{2, 1, 4, 2});
         task.SetCalibration(tarn::cvl::ParseCalibrationParameters(bytes.data(), bytes.size()), metadata);
-        input.data = reinterpret_cast<uint8_t *>(source.data());
-        input.size = source.size() * sizeof(uint16_t);
-        input.payloadType = PAYLOAD_TYPE_IMAGE;
-        input.attributes.width = 4;
-        input.attributes.height = 2;
-        input.attributes.pixelFormat = static_cast<uint64_t>(PixelFormat::Coord3D_C16);
         Scan3dInfo info;
         info.scan3dCoordinateScale = 0.5;
         info.scan3dAxisMax = 1000;
@@ -86,7 +81,7 @@ protected:
 
     // 0 is below the range and 2000 is above it.
     std::vector<uint16_t> source{100, 0, 300, 400, 500, 600, 2000, 1000};
-    InputData input;
+    InputData input = DepthFrame(source);
     CoordTask task;
 };
 

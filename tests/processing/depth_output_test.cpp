@@ -1,5 +1,6 @@
 #include "processing/conversion_processor.h"
 
+#include "depth_frame.h"
 #include "support/failure.h"
 
 #include <dlfcn.h>
@@ -51,12 +52,6 @@ protected:
         state.scan3d->scan3dAxisMax = 1000;
         state.geometry.Set("Roi", tarn::common::Rectangle{2, 1, 4, 2});
         processor.SetDevice([this] { return state; });
-        input.data = reinterpret_cast<uint8_t *>(source.data());
-        input.size = source.size() * sizeof(uint16_t);
-        input.payloadType = PAYLOAD_TYPE_IMAGE;
-        input.attributes.width = 4;
-        input.attributes.height = 2;
-        input.attributes.pixelFormat = static_cast<uint64_t>(PixelFormat::Coord3D_C16);
         input.sizeFilled = 16;
     }
 
@@ -81,7 +76,7 @@ protected:
     std::vector<uint16_t> source{100, 0, 300, 400, 500, 600, 2000, 1000, 0x1111, 0x2222};
     std::vector<uint8_t> output = std::vector<uint8_t>(120, 0xCC);
     DeviceState state;
-    InputData input;
+    InputData input = DepthFrame(source);
     ConversionProcessor processor;
 };
 

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -73,16 +74,9 @@ inline std::string NodeText(const Parsed &document, std::string_view name)
     {
         return "none";
     }
-    struct Writer final : pugi::xml_writer
-    {
-        std::string text;
-        void write(const void *data, size_t size) override
-        {
-            text.append(static_cast<const char *>(data), size);
-        }
-    } writer;
-    (*document.graph)[id].element.print(writer, "", pugi::format_raw);
-    return writer.text;
+    std::ostringstream text;
+    (*document.graph)[id].element.print(text, "", pugi::format_raw);
+    return text.str();
 }
 
 /// A description as the device has it and as the editor makes it.
