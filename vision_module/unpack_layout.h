@@ -49,55 +49,62 @@ constexpr uint32_t BytesPerSample(Packing packing)
     return packing == Packing::Bytes ? 1 : 2;
 }
 
+/// Reads a number from a stream of bits, which begins with the lowest bit of the first byte.
+constexpr uint32_t ReadBits(const uint8_t *source, uint64_t first, uint32_t count)
+{
+    const auto *byte = source + first / 8;
+    const auto shift = first % 8;
+    // The memory may end behind the second byte.
+    const auto third = shift + count > 16 ? uint32_t{byte[2]} << 16 : 0;
+    return (byte[0] | uint32_t{byte[1]} << 8 | third) >> shift & ((1U << count) - 1);
+}
+
+/// Reads from groups of upper bytes with a byte of lower bits behind them. An incomplete last group has only
+/// the upper bytes of its samples.
+constexpr uint32_t ReadGrouped(const uint8_t *source, uint64_t samples, uint64_t index, uint64_t count,
+                               uint32_t lowerBits)
+{
+    const auto first = index / count * count;
+    const auto *group = source + first / count * (count + 1);
+    const auto present = samples - first < count ? samples - first : count;
+    const auto position = index - first;
+    const auto lower = uint32_t{group[present]} >> position * lowerBits & ((1U << lowerBits) - 1);
+    return uint32_t{group[position]} << lowerBits | lower;
+}
+
+/// Reads from pairs of upper bytes with a byte of lower bits between them, half a byte for each sample.
+constexpr uint32_t ReadPaired(const uint8_t *source, uint64_t index, uint32_t lowerBits)
+{
+    const auto *pair = source + index / 2 * 3;
+    const auto lower = uint32_t{pair[1]} >> index % 2 * 4 & ((1U << lowerBits) - 1);
+    return uint32_t{pair[index % 2 * 2]} << lowerBits | lower;
+}
+
 /// Reads one sample of an image with `samples` samples.
 constexpr uint32_t ReadSample(Packing packing, const uint8_t *source, uint64_t samples, uint64_t index)
 {
-    const auto bits = [source](uint64_t first, uint32_t count)
-    {
-        const auto *byte = source + first / 8;
-        const auto shift = first % 8;
-        // The memory may end behind the second byte.
-        const auto third = shift + count > 16 ? uint32_t{byte[2]} << 16 : 0;
-        return (byte[0] | uint32_t{byte[1]} << 8 | third) >> shift & ((1U << count) - 1);
-    };
-    // An incomplete last group has only the upper bytes of its samples, followed by the byte of lower bits.
-    const auto grouped = [=](uint64_t count, uint32_t lowerBits)
-    {
-        const auto first = index / count * count;
-        const auto *group = source + first / count * (count + 1);
-        const auto present = samples - first < count ? samples - first : count;
-        const auto position = index - first;
-        const auto lower = uint32_t{group[present]} >> position * lowerBits & ((1U << lowerBits) - 1);
-        return uint32_t{group[position]} << lowerBits | lower;
-    };
-    const auto paired = [=](uint32_t lowerBits)
-    {
-        const auto *pair = source + index / 2 * 3;
-        const auto lower = uint32_t{pair[1]} >> index % 2 * 4 & ((1U << lowerBits) - 1);
-        return uint32_t{pair[index % 2 * 2]} << lowerBits | lower;
-    };
     switch (packing)
     {
     case Packing::Bytes:
         return source[index];
     case Packing::Words:
-        return bits(16 * index, 16);
+        return ReadBits(source, 16 * index, 16);
     case Packing::Stream10:
-        return bits(10 * index, 10);
+        return ReadBits(source, 10 * index, 10);
     case Packing::Stream12:
-        return bits(12 * index, 12);
+        return ReadBits(source, 12 * index, 12);
     case Packing::Stream14:
-        return bits(14 * index, 14);
+        return ReadBits(source, 14 * index, 14);
     case Packing::Group40:
-        return grouped(4, 2);
+        return ReadGrouped(source, samples, index, 4, 2);
     case Packing::Group24:
-        return grouped(2, 4);
+        return ReadGrouped(source, samples, index, 2, 4);
     case Packing::Pair10:
-        return paired(2);
+        return ReadPaired(source, index, 2);
     case Packing::Pair12:
-        return paired(4);
+        return ReadPaired(source, index, 4);
     case Packing::Word32:
-        return bits(index / 3 * 32 + index % 3 * 10, 10);
+        return ReadBits(source, index / 3 * 32 + index % 3 * 10, 10);
     }
     return 0;
 }

@@ -5,6 +5,7 @@
 #include "utils/at_end.h"
 #include "utils/log.h"
 
+#include <algorithm>
 #include <span>
 #include <utility>
 
@@ -20,7 +21,8 @@ constexpr size_t mostLogged = 32;
 FrameDescription DescriptionOf(ProcessingResult &&result)
 {
     FrameDescription frame{.sizeFilled = result.bytesWritten,
-                           .dataSize = result.dataSize,
+                           // A frame is at least what was written of it.
+                           .dataSize = std::max(result.dataSize, result.bytesWritten),
                            .isLargerThanBuffer = result.isLargerThanBuffer,
                            .metadata = std::move(result.attributes),
                            .parts = std::move(result.parts)};

@@ -60,7 +60,7 @@ void StreamOutput::Complete(Buffer &buffer)
         }
         Append(buffer);
     }
-    m_queue->Fire();
+    m_queue->changed.notify_all();
 }
 
 void StreamOutput::Append(Buffer &buffer)
@@ -84,7 +84,7 @@ void StreamOutput::Flush(ACQ_QUEUE_TYPE operation, const AnnouncedBuffers::Buffe
                          [this](Buffer &buffer) QVR_UNCHECKED
                          {
                              Append(buffer);
-                             m_queue->Fire();
+                             m_queue->changed.notify_all();
                          });
     case ACQ_QUEUE_OUTPUT_DISCARD:
         MoveBuffers(buffers, Output, Announced);

@@ -54,9 +54,10 @@ Info AnswerDataInfo(EVENT_DATA_INFO_CMD command, const EVENT_NEW_BUFFER_DATA &da
 EventHandler::EventHandler(ReleaseBuffer release, EVENT_TYPE eventType, std::shared_ptr<EventQueue> queue)
     : m_release(std::move(release)), m_eventType(eventType),
       m_maxEventSize(IsNewBuffer() ? sizeof(EVENT_NEW_BUFFER_DATA) : otherEventSize),
-      m_maxDataSize(IsNewBuffer() ? sizeof(void *) : otherEventSize), m_queue(std::move(queue)),
-      m_numFiredBefore(m_queue->numFired - m_queue->numQueued)
+      m_maxDataSize(IsNewBuffer() ? sizeof(void *) : otherEventSize), m_queue(std::move(queue))
 {
+    const utils::MutexLock guard(m_queue->mutex);
+    m_numFiredBefore = m_queue->numFired - m_queue->numQueued;
 }
 
 void EventHandler::Data(void *pBuffer, size_t *piSize, uint64_t iTimeout)
@@ -223,7 +224,7 @@ void EventHandler::Push(const NewBufferEvent &entry)
         const utils::MutexLock guard(m_queue->mutex);
         m_queue->Append(entry);
     }
-    m_queue->Fire();
+    m_queue->changed.notify_all();
 }
 
 } // namespace GenTL::internal

@@ -66,7 +66,7 @@ private:
     size_t m_maxEventSize;
     size_t m_maxDataSize;
     std::shared_ptr<EventQueue> m_queue;
-    uint64_t m_numFiredBefore;
+    uint64_t m_numFiredBefore = 0;
     std::atomic<bool> m_isDetached = false;
     std::atomic<uint64_t> m_killCount = 0;
 };

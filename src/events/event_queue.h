@@ -36,11 +36,12 @@ struct EventQueue
     std::atomic<uint64_t> numFired = 0;
     std::atomic<uint64_t> numDelivered = 0; ///< handed out with data
 
-    /// Adds an entry; signals nothing.
+    /// Adds an entry and counts it; signals nothing.
     void Append(const NewBufferEvent &entry) QVR_REQUIRES(mutex)
     {
         entries.push_back(entry);
         ++numQueued;
+        ++numFired;
     }
     void DropFirst() QVR_REQUIRES(mutex)
     {
@@ -51,12 +52,6 @@ struct EventQueue
     {
         entries.clear();
         numQueued = 0;
-    }
-    /// Counts an entry that was added, and wakes who waits.
-    void Fire()
-    {
-        ++numFired;
-        changed.notify_all();
     }
 };
 

@@ -5,9 +5,11 @@
 #include "processing/whole_frame.h"
 #include "utils/checks.h"
 
+#include <fmt/format.h>
 #include <gentl/gentl.h>
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace GenTL::internal
@@ -83,6 +85,15 @@ void AppendTail(const InputData &input, const FrameTail &tail, std::span<uint8_t
     }
 }
 
+void CheckNotFrozen(bool isFrozen, std::string_view what)
+{
+    if (isFrozen)
+    {
+        throw GenTLException(fmt::format("Cannot change {} while acquisition is running!", what),
+                             GC_ERR_ACCESS_DENIED);
+    }
+}
+
 /// Bytes that the conversion of an image adds.
 uint64_t AddedBytes(const ImageConversion &image, uint64_t alignment)
 {
@@ -100,7 +111,7 @@ void ConversionProcessor::SetDevice(std::function<DeviceState()> device)
 
 void ConversionProcessor::SetConversion(Component component, PixelFormat input, PixelFormat output)
 {
-    CheckNotRunning("Cannot change PixelFormat while acquisition is running!");
+    CheckNotFrozen(m_running, "PixelFormat");
     m_conversions.Set(component, input, output);
 }
 
@@ -111,16 +122,8 @@ ConversionProcessor::PixelFormat ConversionProcessor::OutputOf(Component compone
 
 DepthOutput &ConversionProcessor::ConfigureDepth()
 {
-    CheckNotRunning("Cannot change the 3D output while acquisition is running!");
+    CheckNotFrozen(m_running, "the 3D output");
     return m_conversions.Depth();
-}
-
-void ConversionProcessor::CheckNotRunning(const char *message) const
-{
-    if (m_running)
-    {
-        throw GenTLException(message, GC_ERR_ACCESS_DENIED);
-    }
 }
 
 uint64_t ConversionProcessor::PayloadSize()

@@ -19,10 +19,10 @@ namespace GenTL::internal
 /// What the device says of its frames.
 struct DeviceState
 {
-    std::optional<uint64_t> payloadSize; ///< of the stream or the device, bytes; the images' bytes without
-    std::vector<DeviceImage> images;     ///< of the enabled components, each once
-    std::optional<Scan3dInfo> scan3d;    ///< of a 3D device with a lens calibration
-    tarn::common::Metadata geometry;     ///< region, binning and decimation of a 3D device
+    std::optional<uint64_t> payloadSize{}; ///< of the stream or the device, bytes; the images' bytes without
+    std::vector<DeviceImage> images{};     ///< of the enabled components, each once
+    std::optional<Scan3dInfo> scan3d{};    ///< of a 3D device with a lens calibration
+    tarn::common::Metadata geometry{};     ///< region, binning and decimation of a 3D device
 };
 
 /// The processing of a device whose formats it does not know beforehand. Each image of a frame is delivered
@@ -52,7 +52,6 @@ public:
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs
     DepthOutput &ConfigureDepth();
     const DepthOutput &Depth() const { return m_conversions.Depth(); }
-
     bool IsRunning() const { return m_running; }
 
     /// The device's payload size, and what the conversions add to it.
@@ -69,7 +68,6 @@ public:
     void AcquisitionStopped() override;
 
 private:
-    void CheckNotRunning(const char *message) const;
     void ProcessImage(const InputData &input, const ImageConversion &image, std::span<uint8_t> output,
                       ProcessingResult &result);
     ProcessingResult ProcessParts(const InputData &input, const std::vector<PartPlan> &plans,

@@ -94,7 +94,8 @@ std::optional<tarn::common::Size> ImageSizeOf(std::optional<size_t> width, std::
     {
         return std::nullopt;
     }
-    const auto lines = std::min(*height, deliveredHeight.value_or(*height));
+    const auto sent = deliveredHeight.value_or(0);
+    const auto lines = sent != 0 ? std::min(*height, sent) : *height;
     return tarn::common::Size{static_cast<unsigned int>(*width), static_cast<unsigned int>(lines)};
 }
 

@@ -16,9 +16,9 @@ namespace GenTL::internal
 struct PartPlan
 {
     const BufferPartInfo *part = nullptr;
-    std::span<uint8_t> delivered;              ///< its bytes that have arrived
-    std::optional<ImageConversion> conversion; ///< none: copied
-    uint64_t begin = 0;                        ///< in the output
+    std::span<uint8_t> delivered{};              ///< its bytes that have arrived
+    std::optional<ImageConversion> conversion{}; ///< none: copied
+    uint64_t begin = 0;                          ///< in the output
 
     uint64_t Bytes() const { return conversion ? conversion->OutputBytes() : part->size; }
     /// The part as it lies in the output.
@@ -37,7 +37,7 @@ std::vector<PartPlan> PlanParts(const InputData &input, const ImageConversions &
 std::optional<FrameTail> TailBehindParts(const InputData &input);
 
 /// Width and height of an image; none when one is unknown or too large for a number of pixels.
-/// @param deliveredHeight lines that were sent, if they may be fewer
+/// @param deliveredHeight lines that were sent, if they may be fewer; 0 counts as unknown
 std::optional<tarn::common::Size> ImageSizeOf(std::optional<size_t> width, std::optional<size_t> height,
                                               std::optional<size_t> deliveredHeight);
 

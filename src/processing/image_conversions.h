@@ -20,7 +20,7 @@ struct DeviceImage
     Component component{};
     tarn::common::PixelFormat code{};                 ///< value of PixelFormat on the device
     const tarn::common::FormatInfo *format = nullptr; ///< what it means; null when nobody knows
-    tarn::common::Size size;
+    tarn::common::Size size{};
 };
 
 /// What the images of a device become: by their component and the format that they come in, and by the mode

@@ -19,7 +19,7 @@ struct ImageConversion
     Component component{};
     const tarn::common::FormatInfo *input = nullptr;
     const tarn::common::FormatInfo *output = nullptr;
-    tarn::common::Size size;
+    tarn::common::Size size{};
     uint64_t xPadding = 0; ///< bytes behind each line
 
     // A number of bytes that does not fit in 64 bits is given as the largest one.

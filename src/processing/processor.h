@@ -71,7 +71,7 @@ private:
     std::function<tarn::common::Size()> m_imageSize;
     std::function<tarn::common::Metadata()> m_metadata;
     std::vector<std::unique_ptr<ITask>> m_tasks;
-    CoordTask *m_coordTask = nullptr; ///< the last element of the tasks
+    CoordTask *m_coordTask = nullptr;   ///< the last element of the tasks
     std::atomic<bool> m_frozen = false; ///< between the start and the end of an acquisition
 };
 

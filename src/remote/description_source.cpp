@@ -1,8 +1,8 @@
 #include "remote/description_source.h"
 
+#include "nodemap/description_text.h"
 #include "nodemap/unzip.h"
 #include "port/i_port.h"
-#include "remote/description_text.h"
 #include "utils/gentl_exception.h"
 #include "utils/lower_info.h"
 #include "utils/try.h"

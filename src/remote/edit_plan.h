@@ -32,16 +32,16 @@ struct ReplacedFeature
 struct EditPlan
 {
     RegisterPlan registers;
-    std::vector<ReplacedFeature> replaced;
-    std::vector<FormatEntry> formats; ///< empty when PixelFormat stays
+    std::vector<ReplacedFeature> replaced{};
+    std::vector<FormatEntry> formats{}; ///< empty when PixelFormat stays
     bool isScan3d = false;
-    std::optional<size_t> transport;        ///< the switch's register
-    std::optional<size_t> addedPayloadSize; ///< the register, where the device lacks the feature
+    std::optional<size_t> transport{};        ///< the switch's register
+    std::optional<size_t> addedPayloadSize{}; ///< the register, where the device lacks the feature
     /// For entries of PixelFormat with conditions of ours, by position: the registers for implemented and
     /// available.
-    std::map<size_t, std::pair<size_t, size_t>> formatConditions;
+    std::map<size_t, std::pair<size_t, size_t>> formatConditions{};
     /// The same for entries of Scan3dCoordinateSelector, by node; one register for both.
-    std::map<genapi::NodeId, size_t> coordinateConditions;
+    std::map<genapi::NodeId, size_t> coordinateConditions{};
 };
 
 /// Plans the edit of a description with a port. The graph must outlive the plan.

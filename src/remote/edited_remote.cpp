@@ -67,9 +67,21 @@ void EditedRemote::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INF
     m_view.GetPortUrlInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
 }
 
+void EditedRemote::SetStreamPayloadSize(StreamPayloadSize payloadSize)
+{
+    const utils::MutexLock lock(m_streamMutex);
+    m_streamPayloadSize = std::move(payloadSize);
+}
+
 DeviceState EditedRemote::ReadDeviceState()
 {
-    return m_view.ReadDeviceState(m_streamPayloadSize ? m_streamPayloadSize() : std::nullopt);
+    std::optional<uint64_t> payloadSize;
+    {
+        // Held over the call, so that nobody closes the stream meanwhile.
+        const utils::MutexLock lock(m_streamMutex);
+        payloadSize = m_streamPayloadSize ? m_streamPayloadSize() : std::nullopt;
+    }
+    return m_view.ReadDeviceState(payloadSize);
 }
 
 uint64_t EditedRemote::DevicePayloadSize()

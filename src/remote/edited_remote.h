@@ -9,6 +9,7 @@
 #include "remote/edited_view.h"
 #include "remote/i_delivery.h"
 #include "remote/i_remote_view.h"
+#include "utils/mutex.h"
 
 #include <cstdint>
 #include <functional>
@@ -45,8 +46,8 @@ public:
     void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
                         size_t *piSize) override;
 
-    /// Not to be called beside a call that asks for the device's state.
-    void SetStreamPayloadSize(StreamPayloadSize payloadSize) { m_streamPayloadSize = std::move(payloadSize); }
+    /// Waits for a call of the earlier source to end.
+    void SetStreamPayloadSize(StreamPayloadSize payloadSize);
     /// What the device and its stream say of its frames.
     /// @throws as EditedView::ReadDeviceState
     DeviceState ReadDeviceState();
@@ -62,7 +63,8 @@ private:
     DeviceRegisters m_registers;
     genapi::GraphFeatures m_features;
     EditedView m_view;
-    StreamPayloadSize m_streamPayloadSize;
+    utils::Mutex m_streamMutex;
+    StreamPayloadSize m_streamPayloadSize QVR_GUARDED_BY(m_streamMutex);
 };
 
 } // namespace GenTL::internal

@@ -41,6 +41,8 @@ public:
     bool HasWindow() const { return m_description.base != 0; }
     /// The address of our window.
     uint64_t Base() const { return m_description.base; }
+    /// Whether the processing makes calibrated depth for the device.
+    bool IsScan3d() const { return m_description.isScan3d; }
 
     /// GCReadPort. A request that concerns the window reads whole registers of ours or a range of the
     /// description.

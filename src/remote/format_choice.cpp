@@ -26,6 +26,19 @@ bool IsDepthEntry(const FormatEntry &entry)
     return entry.format != nullptr && ComponentOf(entry.format->format) == Component::Image3D;
 }
 
+/// Whether an output mode of 3D devices makes the format.
+bool IsMadeByOutputMode(const FormatEntry &entry)
+{
+    return entry.format != nullptr && std::ranges::any_of(outputModes, [&](const auto &traits)
+                                                          { return traits.makes == entry.format->format; });
+}
+
+const FormatEntry *EntryWithValue(const std::vector<FormatEntry> &entries, int64_t value)
+{
+    const auto entry = std::ranges::find(entries, value, &FormatEntry::value);
+    return entry != entries.end() ? &*entry : nullptr;
+}
+
 /// The output mode alone decides what becomes of depth.
 /// @throws GenTLException the entry is not what it makes
 void CheckIsMade(const FormatEntry &wanted, PixelFormat made)
@@ -53,8 +66,8 @@ int64_t FormatChoice::Read()
 
 void FormatChoice::Write(int64_t value)
 {
-    CheckNotRunning(formatFeature);
-    const auto *const wanted = EntryOf(value);
+    CheckNotRunning(m_delivery, formatFeature);
+    const auto *const wanted = EntryWithValue(m_description.formats, value);
     if (wanted == nullptr)
     {
         throw GenTLException(fmt::format("PixelFormat has no entry of the value {}", value),
@@ -88,7 +101,7 @@ void FormatChoice::Write(int64_t value)
 bool FormatChoice::IsImplemented(size_t entry)
 {
     const auto &formats = m_description.formats;
-    if (IsMadeByOutputMode(formats[entry]))
+    if (m_description.isScan3d && IsMadeByOutputMode(formats[entry]))
     {
         return true;
     }
@@ -113,7 +126,7 @@ bool FormatChoice::IsAvailable(size_t entry)
 
 void FormatChoice::SetTransport(int64_t value)
 {
-    CheckNotRunning("PixelFormatTransport");
+    CheckNotRunning(m_delivery, "PixelFormatTransport");
     const auto wanted = static_cast<FormatTransport>(value);
     if (wanted != FormatTransport::Requested && wanted != FormatTransport::Packed)
     {
@@ -154,7 +167,8 @@ int64_t FormatChoice::PixelSize()
 std::vector<DeviceImage> FormatChoice::Images()
 {
     // The frames of a device tell what its features do not.
-    if (!m_features.AccessOf(formatFeature).available)
+    const auto access = m_features.AccessOf(formatFeature);
+    if (!access.available && !access.failed)
     {
         return {};
     }
@@ -189,15 +203,6 @@ std::optional<PixelFormat> FormatChoice::DepthFormat() const
     return m_description.isScan3d ? TraitsOf(m_delivery.OutputMode()).makes : std::nullopt;
 }
 
-void FormatChoice::CheckNotRunning(std::string_view feature) const
-{
-    if (m_delivery.IsRunning())
-    {
-        throw GenTLException(fmt::format("{} cannot be written while acquisition runs", feature),
-                             GC_ERR_ACCESS_DENIED);
-    }
-}
-
 FormatChoice::Current FormatChoice::ReadDevice()
 {
     Current current;
@@ -222,12 +227,6 @@ Component FormatChoice::SelectedComponent(const FormatEntry *entry)
     }
     return entry != nullptr && entry->format != nullptr ? ComponentOf(entry->format->format)
                                                         : Component::Image2D;
-}
-
-const FormatEntry *FormatChoice::EntryOf(int64_t value) const
-{
-    const auto entry = std::ranges::find(m_description.formats, value, &FormatEntry::value);
-    return entry != m_description.formats.end() ? &*entry : nullptr;
 }
 
 const FormatEntry *FormatChoice::Delivered(const Current &current) const
@@ -273,13 +272,6 @@ size_t FormatChoice::ChooseInput(const FormatEntry &wanted, std::optional<int64_
         names += (names.empty() ? "" : ", ") + formats[candidate].name;
     }
     throw GenTLException(fmt::format("the device does not offer {} now", names), GC_ERR_INVALID_VALUE);
-}
-
-bool FormatChoice::IsMadeByOutputMode(const FormatEntry &entry) const
-{
-    return m_description.isScan3d && entry.format != nullptr &&
-           std::ranges::any_of(outputModes,
-                               [&](const auto &traits) { return traits.makes == entry.format->format; });
 }
 
 bool FormatChoice::IsUsable(size_t entry)

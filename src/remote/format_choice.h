@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <string_view>
 #include <vector>
 
 namespace GenTL::internal
@@ -61,10 +60,8 @@ private:
         bool IsKnown() const { return entry != nullptr && entry->format != nullptr; }
     };
 
-    void CheckNotRunning(std::string_view feature) const;
     Current ReadDevice();
     Component SelectedComponent(const FormatEntry *entry);
-    const FormatEntry *EntryOf(int64_t value) const;
     /// The entry of what is delivered; the device's own if there is none.
     const FormatEntry *Delivered(const Current &current) const;
     /// The position of the device's entry to set.
@@ -72,7 +69,6 @@ private:
     size_t ChooseInput(const FormatEntry &wanted, std::optional<int64_t> current);
     /// The format that the output mode of a 3D device makes of depth, if it makes one.
     std::optional<IDelivery::PixelFormat> DepthFormat() const;
-    bool IsMadeByOutputMode(const FormatEntry &entry) const;
     bool IsUsable(size_t entry);
 
     const EditedDescription &m_description;

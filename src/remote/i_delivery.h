@@ -3,8 +3,12 @@
 #include "common/pixel_format.h"
 #include "processing/component.h"
 #include "processing/scan3d.h"
+#include "utils/gentl_exception.h"
+
+#include <fmt/format.h>
 
 #include <cstdint>
+#include <string_view>
 #include <utility>
 
 namespace GenTL::internal
@@ -38,5 +42,15 @@ public:
     /// Whether acquisition runs, during which formats do not change.
     virtual bool IsRunning() const = 0;
 };
+
+/// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs
+inline void CheckNotRunning(const IDelivery &delivery, std::string_view feature)
+{
+    if (delivery.IsRunning())
+    {
+        throw GenTLException(fmt::format("{} cannot be written while acquisition runs", feature),
+                             GC_ERR_ACCESS_DENIED);
+    }
+}
 
 } // namespace GenTL::internal

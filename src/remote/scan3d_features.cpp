@@ -55,11 +55,7 @@ int64_t Scan3dFeatures::OutputMode()
 
 void Scan3dFeatures::SetOutputMode(int64_t value)
 {
-    if (m_delivery.IsRunning())
-    {
-        throw GenTLException("Scan3dOutputMode cannot be written while acquisition runs",
-                             GC_ERR_ACCESS_DENIED);
-    }
+    CheckNotRunning(m_delivery, modeFeature);
     const auto made = MadeMode(EntryOf(modeFeature, value));
     // The processing works on raw depth, whatever it makes of it.
     const auto raw = ValueOf(modeFeature, ToString(Scan3dOutputMode::UncalibratedC));

@@ -5,7 +5,7 @@
 #include "common/format_table.h"
 #include "genapi/graph_features.h"
 #include "genapi/node_graph.h"
-#include "remote/description_location.h"
+#include "nodemap/description_location.h"
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>

@@ -27,6 +27,14 @@ struct Failure
     GC_ERROR code;
 };
 
+/// Whether a function works without a device.
+bool IsLocal(std::string_view name)
+{
+    return name.starts_with("GC")
+               ? name != "GCReadPort" && name != "GCWritePort" && name != "GCUnregisterEvent"
+               : name.starts_with("TL") || name.starts_with("IF");
+}
+
 /// Records the call, gives the scripted failure if there is one, and runs the body under the lock.
 template <typename Body>
 GC_ERROR Call(std::string_view name, Body body)
@@ -47,6 +55,10 @@ GC_ERROR Call(std::string_view name, Body body)
         {
             return result;
         }
+    }
+    if (self.gone != GC_ERR_SUCCESS && !IsLocal(name))
+    {
+        return self.gone;
     }
     try
     {
@@ -235,6 +247,10 @@ void BufferInfo(Producer &self, void *buffer, BUFFER_INFO_CMD command, INFO_DATA
                 size_t *piSize)
 {
     auto &memory = self.buffers.at(buffer);
+    if (const auto told = self.bufferInfos.find(command); told != self.bufferInfos.end())
+    {
+        return AnswerValue(INFO_DATATYPE_UINT64, told->second, piType, pBuffer, piSize);
+    }
     switch (command)
     {
     case BUFFER_INFO_BASE:
@@ -292,9 +308,52 @@ void StreamInfo(Producer &self, STREAM_INFO_CMD command, INFO_DATATYPE *piType, 
         return AnswerValue(INFO_DATATYPE_SIZET, self.payloadSize, piType, pBuffer, piSize);
     case STREAM_INFO_BUF_ANNOUNCE_MIN:
         return AnswerValue(INFO_DATATYPE_SIZET, self.minimumBuffers, piType, pBuffer, piSize);
+    case STREAM_INFO_NUM_CHUNKS_MAX:
+        if (self.maxChunks != 0)
+        {
+            return AnswerValue(INFO_DATATYPE_SIZET, self.maxChunks, piType, pBuffer, piSize);
+        }
+        [[fallthrough]];
     default:
         throw Failure{GC_ERR_NOT_IMPLEMENTED};
     }
+}
+
+void AnswerAtOnce(Producer &self, void *buffer, DS_BUFFER_INFO_STACKED *entries, size_t count)
+{
+    if (!self.answersAtOnce)
+    {
+        throw Failure{GC_ERR_NOT_IMPLEMENTED};
+    }
+    for (size_t i = 0; i < count; ++i)
+    {
+        INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+        size_t size = entries[i].iSize;
+        try
+        {
+            BufferInfo(self, buffer, entries[i].iInfoCmd, &type, entries[i].pBuffer, &size);
+            entries[i].iResult = GC_ERR_SUCCESS;
+        }
+        catch (const Failure &failure)
+        {
+            entries[i].iResult = failure.code;
+        }
+        entries[i].iType = type;
+        entries[i].iSize = size;
+    }
+}
+
+void Chunks(Producer &self, SINGLE_CHUNK_DATA *entries, size_t *count)
+{
+    if (self.chunks.empty())
+    {
+        throw Failure{GC_ERR_NO_DATA};
+    }
+    if (entries != nullptr)
+    {
+        std::copy(self.chunks.begin(), self.chunks.end(), entries);
+    }
+    *count = self.chunks.size();
 }
 
 void WaitForFrame(Producer &self, std::unique_lock<std::mutex> &lock, void *pBuffer, size_t *piSize,
@@ -549,10 +608,13 @@ extern "C"
             } *phDataStream = NewHandle(self, Stream););
     }
 
-    GC_API GC_ERROR DevGetInfo(DEV_HANDLE, DEVICE_INFO_CMD, INFO_DATATYPE *piType, void *pBuffer,
+    GC_API GC_ERROR DevGetInfo(DEV_HANDLE, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
                                size_t *piSize)
     {
-        LOWER(DevGetInfo, AnswerText("lower device", piType, pBuffer, piSize););
+        LOWER(
+            DevGetInfo, if (iInfoCmd == DEVICE_INFO_TIMESTAMP_FREQUENCY && self.timestampFrequency != 0) {
+                return AnswerValue(INFO_DATATYPE_UINT64, self.timestampFrequency, piType, pBuffer, piSize);
+            } AnswerText("lower device", piType, pBuffer, piSize););
     }
 
     GC_API GC_ERROR DevClose(DEV_HANDLE hDevice)
@@ -651,9 +713,10 @@ extern "C"
         LOWER(GCWritePortStacked, );
     }
 
-    GC_API GC_ERROR DSGetBufferChunkData(DS_HANDLE, BUFFER_HANDLE, SINGLE_CHUNK_DATA *, size_t *)
+    GC_API GC_ERROR DSGetBufferChunkData(DS_HANDLE, BUFFER_HANDLE, SINGLE_CHUNK_DATA *pChunkData,
+                                         size_t *piNumChunks)
     {
-        LOWER(DSGetBufferChunkData, throw Failure{GC_ERR_NO_DATA};);
+        LOWER(DSGetBufferChunkData, Chunks(self, pChunkData, piNumChunks););
     }
 
     GC_API GC_ERROR IFGetParentTL(IF_HANDLE, TL_HANDLE *)
@@ -688,9 +751,10 @@ extern "C"
         LOWER(DSAnnounceCompositeBuffer, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
     }
 
-    GC_API GC_ERROR DSGetBufferInfoStacked(DS_HANDLE, BUFFER_HANDLE, DS_BUFFER_INFO_STACKED *, size_t)
+    GC_API GC_ERROR DSGetBufferInfoStacked(DS_HANDLE, BUFFER_HANDLE hBuffer,
+                                           DS_BUFFER_INFO_STACKED *pInfoStacked, size_t iNumInfos)
     {
-        LOWER(DSGetBufferInfoStacked, throw Failure{GC_ERR_NOT_IMPLEMENTED};);
+        LOWER(DSGetBufferInfoStacked, AnswerAtOnce(self, hBuffer, pInfoStacked, iNumInfos););
     }
 
     GC_API GC_ERROR DSGetBufferPartInfoStacked(DS_HANDLE, BUFFER_HANDLE, DS_BUFFER_PART_INFO_STACKED *,

@@ -83,9 +83,17 @@ struct Producer
     uint64_t pixelFormat = 0x01080001;
     size_t width = 16;
     size_t height = 4;
-    bool hasMemory = true;   ///< when false, the buffer's base is null, whatever its size
+    bool hasMemory = true; ///< when false, the buffer's base is null, whatever its size
+    /// Numbers that it reports besides; of those above, they take precedence.
+    std::map<BUFFER_INFO_CMD, uint64_t> bufferInfos;
+    bool answersAtOnce = false; ///< whether it has DSGetBufferInfoStacked
+    std::vector<SINGLE_CHUNK_DATA> chunks;
+    size_t maxChunks = 0;            ///< 0: not told
+    uint64_t timestampFrequency = 0; ///< 0: not told
     std::vector<Part> parts; ///< all begin where the buffer begins; not empty: the payload is multi-part
 
+    /// Not success: each call that needs the device fails so, as when it was pulled out.
+    GC_ERROR gone = GC_ERR_SUCCESS;
     /// Results that a function returns from its next calls, in this order, without doing its work.
     std::map<std::string, std::deque<GC_ERROR>, std::less<>> failures;
     /// The text and the code that GCGetLastError reports, whatever failed.

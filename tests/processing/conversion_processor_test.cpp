@@ -324,6 +324,12 @@ TEST_F(ConversionProcessorTest, TakesTheLinesThatWereSent)
     EXPECT_EQ(SamplesAt(0, 8), PlainSamples(source, 8));
 }
 
+TEST_F(ConversionProcessorTest, TakesNoLinesSentForAnUnknownNumber)
+{
+    input.attributes.deliveredImageHeight = 0;
+    EXPECT_EQ(Process().bytesWritten, 24U);
+}
+
 TEST_F(ConversionProcessorTest, WritesNothingOfAnImageThatDoesNotFit)
 {
     output.resize(23);

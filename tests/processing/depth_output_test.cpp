@@ -17,41 +17,32 @@ namespace
 
 using tarn::common::PixelFormat;
 
-/// Calibration of 8 x 4 pixels with focal lengths 100 and 50, principal point (4, 2) and no distortion, with
-/// its checksum.
-const std::vector<uint8_t> lensBytes = []
+/// The bytes of a lens without distortion: 8 x 4 pixels, focal lengths 100 and 50, principal point (4, 2).
+/// The vision module writes them.
+std::vector<uint8_t> LensBytes(void *module)
 {
-    std::vector<uint8_t> bytes{
-        'T', 'C', 'A', 'L', 1,    0,    0, 0, 72,   0,    0, 0, 8,    0,    0, 0, 4, 0, //
-        0,   0,   0,   0,   0xC8, 0x42, 0, 0, 0x48, 0x42, 0, 0, 0x80, 0x40, 0, 0, 0, 0x40};
-    bytes.resize(68, 0);
-    uint32_t sum = 0xFFFFFFFF;
-    for (const auto byte : bytes)
-    {
-        sum ^= byte;
-        for (int bit = 0; bit < 8; ++bit)
-        {
-            sum = (sum & 1) != 0 ? sum >> 1 ^ 0xEDB88320 : sum >> 1;
-        }
-    }
-    for (int shift = 0; shift < 32; shift += 8)
-    {
-        bytes.push_back(static_cast<uint8_t>(~sum >> shift));
-    }
+    const auto write = reinterpret_cast<decltype(&tarn_cvl_CalibrationParameters_ToBinary)>(
+        dlsym(module, "tarn_cvl_CalibrationParameters_ToBinary"));
+    tarn_cvl_CalibrationParameters lens{};
+    lens.width = 8;
+    lens.height = 4;
+    lens.focalLengthX = 100;
+    lens.focalLengthY = 50;
+    lens.principalPointX = 4;
+    lens.principalPointY = 2;
+    std::vector<uint8_t> bytes(1024);
+    size_t size = bytes.size();
+    EXPECT_EQ(write(&lens, sizeof lens, bytes.data(), &size), TARN_CVL_SUCCESS);
+    bytes.resize(size);
     return bytes;
-}();
+}
 
 /// A 3D device over the open vision module. Frames of 4 x 2 pixels show the part of the sensor that begins at
 /// (2, 1); depth is raw / 2 + 10.
 class DepthOutputTest : public testing::Test
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        ASSERT_NE(dlopen(QVR_LIB_DIR "/libqvr_tarn_cvl.so", RTLD_NOW), nullptr) << dlerror();
-    }
-
-    DepthOutputTest()
+    DepthOutputTest() : module(dlopen(QVR_LIB_DIR "/libqvr_tarn_cvl.so", RTLD_NOW))
     {
         state.scan3d.emplace();
         state.scan3d->scan3dCoordinateScale = 0.5;
@@ -69,11 +60,12 @@ protected:
         input.sizeFilled = 16;
     }
 
-    void Start(Scan3dOutputMode mode, const std::vector<uint8_t> &calibration = lensBytes)
+    void Start(Scan3dOutputMode mode)
     {
+        ASSERT_NE(module, nullptr) << dlerror();
         auto &depth = processor.ConfigureDepth();
         depth.SetMode(mode);
-        depth.SetLensCalibrationData(calibration);
+        depth.SetLensCalibrationData(LensBytes(module));
         processor.AcquisitionStarted();
     }
 
@@ -84,6 +76,7 @@ protected:
         return floats;
     }
 
+    void *module;
     // 0 is below the range and 2000 is above it.
     std::vector<uint16_t> source{100, 0, 300, 400, 500, 600, 2000, 1000, 0x1111, 0x2222};
     std::vector<uint8_t> output = std::vector<uint8_t>(120, 0xCC);

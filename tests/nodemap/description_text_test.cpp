@@ -1,4 +1,4 @@
-#include "remote/description_text.h"
+#include "nodemap/description_text.h"
 
 #include "support/zip_archive.h"
 
