@@ -6,9 +6,9 @@
 
 #include "genapi/node_graph.h"
 #include "median.h"
+#include "nodemap/description_text.h"
 #include "port/proxy_module.h"
 #include "remote/conversion_delivery.h"
-#include "nodemap/description_text.h"
 #include "remote/edited_remote.h"
 
 #include <fmt/format.h>

@@ -21,20 +21,22 @@ constexpr uint64_t BitOf(int32_t command)
 
 } // namespace
 
-void BufferQuestions::Reset()
+template <typename Subject>
+void Questions<Subject>::Reset()
 {
-    m_count = commands.size();
+    m_count = Subject::commands.size();
     for (size_t i = 0; i < m_count; ++i)
     {
-        m_entries[i].iInfoCmd = commands[i];
+        m_entries[i].iInfoCmd = Subject::commands[i];
     }
     m_answered = 0;
     m_asksAtOnce = true;
 }
 
-void BufferQuestions::Ask(const ProxyBuffer &buffer)
+template <typename Subject>
+void Questions<Subject>::Ask(const ProxyBuffer &buffer, uint32_t part)
 {
-    Prepare();
+    Prepare(part);
     if (m_asksAtOnce)
     {
         AskAtOnce(buffer);
@@ -48,7 +50,8 @@ void BufferQuestions::Ask(const ProxyBuffer &buffer)
 
 // Each answer has room for eight bytes, since not every producer keeps to the published types. A shorter
 // answer leaves the upper bytes 0, which makes it the same number.
-void BufferQuestions::Prepare()
+template <typename Subject>
+void Questions<Subject>::Prepare(uint32_t part)
 {
     for (auto &entry : std::span(m_entries).first(m_count))
     {
@@ -58,20 +61,22 @@ void BufferQuestions::Prepare()
         entry.pBuffer = &value;
         entry.iSize = sizeof value;
         entry.iResult = notAnswered;
+        Subject::SetPart(entry, part);
     }
 }
 
 // The code of the call does not count: with some producers it is the code of one of the entries. A producer
 // that leaves entries without a result is asked one by one from then on.
-void BufferQuestions::AskAtOnce(const ProxyBuffer &buffer)
+template <typename Subject>
+void Questions<Subject>::AskAtOnce(const ProxyBuffer &buffer)
 {
-    buffer.Lower().TryDSGetBufferInfoStacked(buffer.DataStream(), buffer.GetLowerHandle(), m_entries.data(),
-                                             m_count);
+    Subject::AskAtOnce(buffer, m_entries.data(), m_count);
     m_asksAtOnce = std::ranges::none_of(std::span(m_entries).first(m_count),
                                         [](const auto &entry) { return entry.iResult == notAnswered; });
 }
 
-void BufferQuestions::AskOneByOne(const ProxyBuffer &buffer)
+template <typename Subject>
+void Questions<Subject>::AskOneByOne(const ProxyBuffer &buffer)
 {
     for (auto &entry : std::span(m_entries).first(m_count))
     {
@@ -80,14 +85,14 @@ void BufferQuestions::AskOneByOne(const ProxyBuffer &buffer)
             // The entries are packed structs, so their members are copied, never bound to a pointer.
             INFO_DATATYPE type = entry.iType;
             size_t size = entry.iSize;
-            entry.iResult = buffer.Lower().TryDSGetBufferInfo(buffer.DataStream(), buffer.GetLowerHandle(),
-                                                              entry.iInfoCmd, &type, entry.pBuffer, &size);
+            entry.iResult = Subject::AskOne(buffer, entry, &type, &size);
             entry.iSize = size;
         }
     }
 }
 
-void BufferQuestions::TakeAnswers()
+template <typename Subject>
+void Questions<Subject>::TakeAnswers()
 {
     m_answered = 0;
     size_t kept = 0;
@@ -106,7 +111,8 @@ void BufferQuestions::TakeAnswers()
     m_count = kept;
 }
 
-std::optional<uint64_t> BufferQuestions::operator[](BUFFER_INFO_CMD command) const
+template <typename Subject>
+std::optional<uint64_t> Questions<Subject>::operator[](typename Subject::Command command) const
 {
     if ((m_answered & BitOf(command)) == 0)
     {
@@ -115,23 +121,31 @@ std::optional<uint64_t> BufferQuestions::operator[](BUFFER_INFO_CMD command) con
     return m_values[static_cast<size_t>(command)];
 }
 
-std::optional<uint64_t> PartQuestions::Ask(const ProxyBuffer &buffer, uint32_t part,
-                                           BUFFER_PART_INFO_CMD command)
+void BufferSubject::AskAtOnce(const ProxyBuffer &buffer, Entry *entries, size_t count)
 {
-    if ((m_missing & BitOf(command)) != 0)
-    {
-        return std::nullopt;
-    }
-    uint64_t value = 0;
-    size_t size = sizeof value;
-    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-    const auto result = buffer.Lower().TryDSGetBufferPartInfo(buffer.DataStream(), buffer.GetLowerHandle(),
-                                                              part, command, &type, &value, &size);
-    if (result == GC_ERR_NOT_IMPLEMENTED)
-    {
-        m_missing |= BitOf(command);
-    }
-    return result == GC_ERR_SUCCESS && size <= sizeof value ? std::optional(value) : std::nullopt;
+    buffer.Lower().TryDSGetBufferInfoStacked(buffer.DataStream(), buffer.GetLowerHandle(), entries, count);
 }
+
+GC_ERROR BufferSubject::AskOne(const ProxyBuffer &buffer, const Entry &entry, INFO_DATATYPE *type,
+                               size_t *size)
+{
+    return buffer.Lower().TryDSGetBufferInfo(buffer.DataStream(), buffer.GetLowerHandle(), entry.iInfoCmd,
+                                             type, entry.pBuffer, size);
+}
+
+void PartSubject::AskAtOnce(const ProxyBuffer &buffer, Entry *entries, size_t count)
+{
+    buffer.Lower().TryDSGetBufferPartInfoStacked(buffer.DataStream(), buffer.GetLowerHandle(), entries,
+                                                 count);
+}
+
+GC_ERROR PartSubject::AskOne(const ProxyBuffer &buffer, const Entry &entry, INFO_DATATYPE *type, size_t *size)
+{
+    return buffer.Lower().TryDSGetBufferPartInfo(buffer.DataStream(), buffer.GetLowerHandle(),
+                                                 entry.iPartIndex, entry.iInfoCmd, type, entry.pBuffer, size);
+}
+
+template class Questions<BufferSubject>;
+template class Questions<PartSubject>;
 
 } // namespace GenTL::internal

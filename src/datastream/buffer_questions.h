@@ -12,23 +12,12 @@ namespace GenTL::internal
 
 class ProxyBuffer;
 
-/// The questions about a filled lower buffer whose answers are numbers, flags or addresses, and the answers
-/// about the buffer asked last.
-///
-/// All are asked in one call where the lower producer can answer them so. A question that is not implemented
-/// is asked once. Throws nothing and allocates nothing. For one thread.
-class BufferQuestions
+/// What is asked of a filled lower buffer.
+struct BufferSubject
 {
-public:
-    BufferQuestions() { Reset(); }
+    using Entry = DS_BUFFER_INFO_STACKED;
+    using Command = BUFFER_INFO_CMD;
 
-    /// Forgets which questions are not implemented.
-    void Reset();
-    void Ask(const ProxyBuffer &buffer);
-    /// None for a question that was not answered.
-    std::optional<uint64_t> operator[](BUFFER_INFO_CMD command) const;
-
-private:
     static constexpr std::array commands{
         BUFFER_INFO_BASE,
         BUFFER_INFO_SIZE,
@@ -55,29 +44,77 @@ private:
         BUFFER_INFO_CHUNKLAYOUTID,
         BUFFER_INFO_PIXEL_ENDIANNESS,
     };
+    static constexpr size_t valueCount = BUFFER_INFO_IS_COMPOSITE + 1;
 
-    void Prepare();
+    static void AskAtOnce(const ProxyBuffer &buffer, Entry *entries, size_t count);
+    static GC_ERROR AskOne(const ProxyBuffer &buffer, const Entry &entry, INFO_DATATYPE *type, size_t *size);
+    static void SetPart(Entry &, uint32_t) {}
+};
+
+/// What is asked of a part of it.
+struct PartSubject
+{
+    using Entry = DS_BUFFER_PART_INFO_STACKED;
+    using Command = BUFFER_PART_INFO_CMD;
+
+    static constexpr std::array commands{
+        BUFFER_PART_INFO_BASE,
+        BUFFER_PART_INFO_DATA_SIZE,
+        BUFFER_PART_INFO_DATA_TYPE,
+        BUFFER_PART_INFO_DATA_FORMAT,
+        BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE,
+        BUFFER_PART_INFO_WIDTH,
+        BUFFER_PART_INFO_HEIGHT,
+        BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT,
+        BUFFER_PART_INFO_XOFFSET,
+        BUFFER_PART_INFO_YOFFSET,
+        BUFFER_PART_INFO_XPADDING,
+        BUFFER_PART_INFO_SOURCE_ID,
+        BUFFER_PART_INFO_REGION_ID,
+        BUFFER_PART_INFO_DATA_PURPOSE_ID,
+    };
+    static constexpr size_t valueCount = BUFFER_PART_INFO_DATA_PURPOSE_ID + 1;
+
+    static void AskAtOnce(const ProxyBuffer &buffer, Entry *entries, size_t count);
+    static GC_ERROR AskOne(const ProxyBuffer &buffer, const Entry &entry, INFO_DATATYPE *type, size_t *size);
+    static void SetPart(Entry &entry, uint32_t part) { entry.iPartIndex = part; }
+};
+
+/// The questions about a filled lower buffer or its parts whose answers are numbers, flags or addresses, and
+/// the answers about the one asked last.
+///
+/// All are asked in one call where the lower producer can answer them so. A question that is not implemented
+/// is asked once. Throws nothing and allocates nothing. For one thread.
+template <typename Subject>
+class Questions
+{
+public:
+    Questions() { Reset(); }
+
+    /// Forgets which questions are not implemented.
+    void Reset();
+    void Ask(const ProxyBuffer &buffer, uint32_t part = 0);
+    /// None for a question that was not answered.
+    std::optional<uint64_t> operator[](typename Subject::Command command) const;
+
+private:
+    void Prepare(uint32_t part);
     void AskAtOnce(const ProxyBuffer &buffer);
     void AskOneByOne(const ProxyBuffer &buffer);
     void TakeAnswers();
 
-    std::array<DS_BUFFER_INFO_STACKED, commands.size()> m_entries{}; ///< the first m_count are asked
+    std::array<typename Subject::Entry, Subject::commands.size()>
+        m_entries{}; ///< the first m_count are asked
     size_t m_count = 0;
-    std::array<uint64_t, BUFFER_INFO_IS_COMPOSITE + 1> m_values{}; ///< by command
-    uint64_t m_answered = 0;                                       ///< a bit for each command
+    std::array<uint64_t, Subject::valueCount> m_values{}; ///< by command
+    uint64_t m_answered = 0;                              ///< a bit for each command
     bool m_asksAtOnce = true;
 };
 
-/// The same for the parts of a buffer, which are asked one question at a time.
-class PartQuestions
-{
-public:
-    /// Forgets which questions are not implemented.
-    void Reset() { m_missing = 0; }
-    std::optional<uint64_t> Ask(const ProxyBuffer &buffer, uint32_t part, BUFFER_PART_INFO_CMD command);
+extern template class Questions<BufferSubject>;
+extern template class Questions<PartSubject>;
 
-private:
-    uint64_t m_missing = 0; ///< a bit for each command
-};
+using BufferQuestions = Questions<BufferSubject>;
+using PartQuestions = Questions<PartSubject>;
 
 } // namespace GenTL::internal

@@ -256,34 +256,33 @@ void FullFrameReader::ReadParts(const ProxyBuffer &buffer, InputData &input)
 
 BufferPartInfo FullFrameReader::ReadPart(const ProxyBuffer &buffer, uint32_t index, const InputData &input)
 {
-    const auto ask = [&](BUFFER_PART_INFO_CMD command)
-    { return m_partQuestions.Ask(buffer, index, command); };
+    m_partQuestions.Ask(buffer, index);
+    const auto &told = m_partQuestions;
     BufferPartInfo part;
-    part.format = ask(BUFFER_PART_INFO_DATA_FORMAT);
-    part.formatNamespace = ask(BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE);
-    part.width = ask(BUFFER_PART_INFO_WIDTH);
-    part.height = ask(BUFFER_PART_INFO_HEIGHT);
-    part.deliveredImageHeight = ask(BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT);
+    part.format = told[BUFFER_PART_INFO_DATA_FORMAT];
+    part.formatNamespace = told[BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE];
+    part.width = told[BUFFER_PART_INFO_WIDTH];
+    part.height = told[BUFFER_PART_INFO_HEIGHT];
+    part.deliveredImageHeight = told[BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT];
     if (!part.deliveredImageHeight)
     {
         part.deliveredImageHeight = part.height;
     }
-    part.xOffset = ask(BUFFER_PART_INFO_XOFFSET);
-    part.yOffset = ask(BUFFER_PART_INFO_YOFFSET);
-    part.xPadding = ask(BUFFER_PART_INFO_XPADDING);
-    part.sourceId = ask(BUFFER_PART_INFO_SOURCE_ID);
-    part.regionId = ask(BUFFER_PART_INFO_REGION_ID);
-    part.purposeId = ask(BUFFER_PART_INFO_DATA_PURPOSE_ID);
-    part.type = static_cast<int32_t>(ask(BUFFER_PART_INFO_DATA_TYPE).value_or(PART_DATATYPE_UNKNOWN));
-    ReadPartMemory(buffer, index, input, part);
+    part.xOffset = told[BUFFER_PART_INFO_XOFFSET];
+    part.yOffset = told[BUFFER_PART_INFO_YOFFSET];
+    part.xPadding = told[BUFFER_PART_INFO_XPADDING];
+    part.sourceId = told[BUFFER_PART_INFO_SOURCE_ID];
+    part.regionId = told[BUFFER_PART_INFO_REGION_ID];
+    part.purposeId = told[BUFFER_PART_INFO_DATA_PURPOSE_ID];
+    part.type = static_cast<int32_t>(told[BUFFER_PART_INFO_DATA_TYPE].value_or(PART_DATATYPE_UNKNOWN));
+    ReadPartMemory(index, input, part);
     return part;
 }
 
-void FullFrameReader::ReadPartMemory(const ProxyBuffer &buffer, uint32_t index, const InputData &input,
-                                     BufferPartInfo &part)
+void FullFrameReader::ReadPartMemory(uint32_t index, const InputData &input, BufferPartInfo &part) const
 {
-    const auto base = m_partQuestions.Ask(buffer, index, BUFFER_PART_INFO_BASE);
-    const auto told = m_partQuestions.Ask(buffer, index, BUFFER_PART_INFO_DATA_SIZE);
+    const auto base = m_partQuestions[BUFFER_PART_INFO_BASE];
+    const auto told = m_partQuestions[BUFFER_PART_INFO_DATA_SIZE];
     const auto size = told ? told : ImageBytes(part.format, part.formatNamespace, part.width, part.height);
     if (!base || !size)
     {

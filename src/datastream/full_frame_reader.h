@@ -40,8 +40,7 @@ private:
     void ReadSizes(InputData &input) const;
     void ReadParts(const ProxyBuffer &buffer, InputData &input);
     BufferPartInfo ReadPart(const ProxyBuffer &buffer, uint32_t index, const InputData &input);
-    void ReadPartMemory(const ProxyBuffer &buffer, uint32_t index, const InputData &input,
-                        BufferPartInfo &part);
+    void ReadPartMemory(uint32_t index, const InputData &input, BufferPartInfo &part) const;
     void ReadChunks(const ProxyBuffer &buffer, InputData &input);
 
     std::shared_ptr<DeviceClock> m_clock;

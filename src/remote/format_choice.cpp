@@ -167,7 +167,8 @@ int64_t FormatChoice::PixelSize()
 std::vector<DeviceImage> FormatChoice::Images()
 {
     // The frames of a device tell what its features do not.
-    if (!m_features.AccessOf(formatFeature).available)
+    const auto access = m_features.AccessOf(formatFeature);
+    if (!access.available && !access.failed)
     {
         return {};
     }

@@ -148,9 +148,8 @@ TEST_F(AnyFault, GivesTheWayToAFormatThatCannotBeRead)
     EXPECT_EQ(error.code, GC_ERR_ERROR);
     EXPECT_EQ(error.text,
               "GCReadPort Error: PixelFormat: no node Nowhere, which PixelFormat names as pValue");
-    // What passes through has the size that the device says.
-    camera->Set(0x10C, 64);
-    EXPECT_EQ(Features().ReadInteger("PayloadSize"), 64);
+    EXPECT_EQ(ErrorOfReading("PayloadSize").text,
+              "GCReadPort Error: PixelFormat: no node Nowhere, which PixelFormat names as pValue");
 }
 
 TEST_F(AnyFault, GivesTheWayToAFormatThatCannotBeSet)

@@ -1,0 +1,150 @@
+// A device under its edited description: whatever the description and the registers hold, the device opens or
+// an exception tells why not; then the consumer's document can be read, and each of its features be read and
+// written. The input is a description, and behind its first zero the registers.
+
+#include "fuzz/features.h"
+#include "port/proxy_module.h"
+#include "remote/conversion_delivery.h"
+#include "remote/edited_remote.h"
+
+#include <fmt/format.h>
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace
+{
+
+using namespace GenTL;
+using namespace GenTL::internal;
+using namespace fuzz;
+
+constexpr uint64_t documentAddress = 0x10000;
+
+/// The lower port of a device that stores these bytes.
+class StoredDevice final : public ProxyModule
+{
+public:
+    StoredDevice(std::span<const uint8_t> document, std::span<const uint8_t> registers)
+        : ProxyModule(nullptr, nullptr), m_document(document), m_registers(registers)
+    {
+    }
+
+    void GetPortURL(char *text, size_t *size) override
+    {
+        const auto url = fmt::format("local:///Cam.xml;{:X};{:X}", documentAddress, m_document.size());
+        if (text != nullptr)
+        {
+            std::memcpy(text, url.c_str(), std::min(*size, url.size() + 1));
+        }
+        *size = url.size() + 1;
+    }
+    ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
+    void GetNumPortURLs(uint32_t *) override { throw GenTLException("not known", GC_ERR_NOT_IMPLEMENTED); }
+    void ReadRegisters(uint64_t address, void *buffer, size_t *size) override
+    {
+        const auto offset = address - documentAddress;
+        if (offset < m_document.size() && *size <= m_document.size() - offset)
+        {
+            std::memcpy(buffer, m_document.data() + offset, *size);
+            return;
+        }
+        m_registers.Read(address, buffer, *size);
+    }
+    void WriteRegisters(uint64_t address, const void *buffer, size_t *size) override
+    {
+        m_registers.Write(address, buffer, *size);
+    }
+
+private:
+    std::span<const uint8_t> m_document;
+    RepeatingRegisters m_registers;
+};
+
+/// What the consumer reads and writes.
+class ConsumerPort final : public IRegisterPort
+{
+public:
+    explicit ConsumerPort(EditedRemote &remote) : m_remote(remote) {}
+
+    void Read(uint64_t address, void *data, size_t size) override { m_remote.Read(address, data, size); }
+    void Write(uint64_t address, const void *data, size_t size) override
+    {
+        m_remote.Write(address, data, size);
+    }
+
+private:
+    EditedRemote &m_remote;
+};
+
+const ConversionTable &Conversions()
+{
+    using tarn::common::wideFormats;
+    static const ConversionTable conversions(
+        {{wideFormats.Find("Mono12p"), wideFormats.Find("Mono12")},
+         {wideFormats.Find("Mono12Packed"), wideFormats.Find("Mono12")}});
+    return conversions;
+}
+
+/// The document that the consumer's URL names.
+std::string ReadDocument(EditedRemote &remote)
+{
+    std::string url(1024, '\0');
+    size_t size = url.size();
+    remote.GetPortURL(url.data(), &size);
+    const auto location = ParseLocation(url.substr(0, size - 1));
+    std::string document(location.size, '\0');
+    remote.Read(location.address, document.data(), document.size());
+    return document;
+}
+
+/// Reads all that the consumer's document names. What the device's own document is, is a document, too.
+void Consume(EditedRemote &remote, ConversionProcessor &processor)
+{
+    const auto document = ReadDocument(remote);
+    pugi::xml_document tree;
+    if (!tree.load_buffer(document.data(), document.size()))
+    {
+        std::abort();
+    }
+    const NodeGraph graph(tree);
+    ConsumerPort port(remote);
+    GraphFeatures features(graph, port);
+    // More nodes only repeat what a few show, and cost the search its speed. Ours are the last.
+    const auto count = std::min<size_t>(graph.Size(), 200);
+    for (size_t i = 0; i < count; ++i)
+    {
+        Use(features, graph[static_cast<NodeId>(graph.Size() - 1 - i)].name);
+        Try([&] { processor.PayloadSize(); });
+    }
+    Use(features, "PixelFormat");
+    Try([&] { remote.DevicePayloadSize(); });
+    Try([&] { processor.AcquisitionStarted(); });
+    Use(features, "PixelFormat");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    const auto *const end = std::find(data, data + size, uint8_t{0});
+    if (end == data)
+    {
+        return 0;
+    }
+    Try(
+        [&]
+        {
+            StoredDevice device({data, end}, {end, data + size});
+            const auto processor = std::make_shared<ConversionProcessor>();
+            EditedRemote remote(device, "device", Conversions(),
+                                std::make_shared<ConversionDelivery>(processor));
+            processor->SetDevice([&remote] { return remote.ReadDeviceState(); });
+            Consume(remote, *processor);
+        });
+    return 0;
+}
