@@ -1,6 +1,6 @@
-// The cost of a frame until the consumer has read each byte once from its own memory: through each producer
-// over the simulator, and directly from the simulator with a memcpy by the consumer. CPU time of the whole
-// process per frame, alternating in one run, and the ratio.
+// The cost of a frame until the consumer has read each byte once from its own memory: through each of the two
+// producers, and directly from the lower producer with a memcpy by the consumer. CPU time of the whole
+// process per frame, alternating in one run, the ratios, and the difference of the two.
 //
 //   producer_overhead [megabytes per round] [rounds]
 
@@ -165,16 +165,25 @@ double CpuPerFrame(const std::string &file, const FrameKind &frame, int frames, 
     return (CpuSeconds() - begin) / frames;
 }
 
-struct NamedProducer
+/// A producer and its times per frame.
+struct Measured
 {
-    std::string name;
+    const char *name;
     std::string file;
-    std::vector<double> seconds{}; ///< per frame, of each round
-    std::vector<double> ratio{};   ///< to the lower producer alone
+    std::vector<double> seconds;
+    std::vector<double> ratios; ///< to the lower producer alone, in the same round
 };
 
-void Compare(std::vector<NamedProducer> producers, const std::string &lower, const FrameKind &frame,
-             size_t roundBytes, int rounds)
+void Print(const Measured &producer)
+{
+    const auto [least, most] = std::ranges::minmax(producer.ratios);
+    fmt::print("    {:<8} {:9.2f} us  ratio {:.2f} ({:.2f} to {:.2f})\n", producer.name,
+               MedianOf(producer.seconds) * 1e6, MedianOf(producer.ratios), least, most);
+}
+
+/// Measures both producers and the lower one alone in turns: disturbances of the machine last longer than a
+/// round.
+void Compare(const std::string &lower, const FrameKind &frame, size_t roundBytes, int rounds)
 {
     constexpr size_t mostFrames = 10000;
     const auto bytes = frame.Bytes();
@@ -189,24 +198,28 @@ void Compare(std::vector<NamedProducer> producers, const std::string &lower, con
         seen = Sum(target.data(), bytes);
     };
     std::vector<double> direct;
+    Measured producers[] = {{"proxy", QVR_LIB_DIR "/qvr_proxygentl.cti", {}, {}},
+                            {"any", QVR_LIB_DIR "/anygentl/qvr_anygentl.cti", {}, {}}};
+    std::vector<double> difference;
     for (int round = 0; round < rounds; ++round)
     {
         direct.push_back(CpuPerFrame(lower, frame, frames, copyAndRead));
-        // Alternates each round: disturbances of the machine last longer than a round.
         for (auto &producer : producers)
         {
             producer.seconds.push_back(CpuPerFrame(producer.file, frame, frames,
                                                    [&](const char *base) { seen = Sum(base, bytes); }));
-            producer.ratio.push_back(producer.seconds.back() / direct.back());
+            producer.ratios.push_back(producer.seconds.back() / direct.back());
         }
+        difference.push_back(producers[1].seconds.back() - producers[0].seconds.back());
     }
+    fmt::print("{} bytes: direct {:.2f} us\n", bytes, MedianOf(direct) * 1e6);
     for (const auto &producer : producers)
     {
-        const auto [least, most] = std::ranges::minmax(producer.ratio);
-        fmt::print("{:>8} bytes  direct {:9.2f} us  {:>5} {:9.2f} us  ratio {:.2f} ({:.2f} to {:.2f})\n",
-                   bytes, MedianOf(direct) * 1e6, producer.name, MedianOf(producer.seconds) * 1e6,
-                   MedianOf(producer.ratio), least, most);
+        Print(producer);
     }
+    const auto [least, most] = std::ranges::minmax(difference);
+    fmt::print("    any - proxy {:.2f} us ({:.2f} to {:.2f})\n", MedianOf(difference) * 1e6, least * 1e6,
+               most * 1e6);
 }
 
 /// The queries that the acquisition thread makes for each frame.
@@ -246,8 +259,6 @@ int main(int argc, char **argv)
         fmt::print(stderr, "usage: producer_overhead [megabytes per round] [rounds]\n");
         return 2;
     }
-    const std::vector<NamedProducer> producers{{"proxy", QVR_LIB_DIR "/qvr_proxygentl.cti"},
-                                               {"any", QVR_LIB_DIR "/anygentl/qvr_anygentl.cti"}};
     const std::string lower = QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti";
     try
     {
@@ -256,7 +267,7 @@ int main(int argc, char **argv)
              {smallFrame, FrameKind{"BayerRG8", 1, 1024, 1024}, FrameKind{"BayerRG8", 1, 2048, 1024},
               FrameKind{"BayerRG8", 1, 2448, 2048}, FrameKind{"RGB8", 3, 2448, 1634}})
         {
-            Compare(producers, lower, frame, static_cast<size_t>(megabytes) << 20U, rounds);
+            Compare(lower, frame, static_cast<size_t>(megabytes) << 20U, rounds);
         }
         CallByCall(lower);
         return 0;

@@ -1,8 +1,8 @@
 // A device's description in any encoding: what parses can be edited, and the edited document parses again.
 
 #include "genapi/node_graph.h"
+#include "nodemap/description_text.h"
 #include "remote/description_editor.h"
-#include "remote/description_text.h"
 
 #include <pugixml.hpp>
 

@@ -5,6 +5,7 @@
 #include "datastream/proxy_datastream.h"
 #include "instance_manager.h"
 #include "library.h"
+#include "modules/lower_url.h"
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/log.h"
@@ -93,6 +94,13 @@ Device::~Device()
             removePort();
             close();
         });
+}
+
+void Device::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                            size_t *piSize)
+{
+    m_profile.lower.readsUrlText ? GetLowerUrlInfo(*this, iURLIndex, iInfoCmd, piType, pBuffer, piSize)
+                                 : ProxyModule::GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
 }
 
 void Device::DevGetPort(PORT_HANDLE *phRemoteDevice)

@@ -34,6 +34,8 @@ public:
     void SetHandle(DEV_HANDLE handle) { m_ownHandle = handle; }
     IF_HANDLE GetParentHandle() const { return m_parentHandle; }
     ModuleType GetModuleType() const override { return ModuleType::Device; }
+    void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                        size_t *piSize) override;
 
     void DevGetPort(PORT_HANDLE *phRemoteDevice);
     /// Always 1, however many streams the lower device has.

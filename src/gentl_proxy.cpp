@@ -248,7 +248,7 @@ std::string GenTLProxy::LowerErrorText() const
             text.clear();
         }
     }
-    return text.empty() ? "Unknown error!" : text;
+    return text.empty() ? std::string(unknownLowerError) : text;
 }
 
 // Without ExecuteOrThrow: a failure of the lower GCCloseLib is thrown but not logged, because the log is

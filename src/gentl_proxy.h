@@ -11,6 +11,9 @@
 namespace GenTL::internal
 {
 
+/// The text of a failure of a lower function about which GCGetLastError says nothing.
+inline constexpr std::string_view unknownLowerError = "Unknown error!";
+
 /// The lower producer: loads its file, binds its functions and turns their failures into exceptions.
 ///
 /// Made by Library::Initialize, one between GCInitLib and GCCloseLib; the library and all modules share it,

@@ -3,9 +3,11 @@
 #include "device.h"
 #include "instance_manager.h"
 #include "modules/list_update.h"
+#include "modules/lower_url.h"
 #include "utils/checks.h"
 #include "utils/info.h"
 #include "utils/lower_info.h"
+#include "utils/try.h"
 
 #include <algorithm>
 #include <array>
@@ -48,6 +50,26 @@ void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags, bool passesReadOnly)
     }
 }
 
+/// What to tell of a device that its interface does not know.
+std::string UnknownDevice(IGenTLProxy &proxy, IF_HANDLE interface, const char *device)
+{
+    const auto id = utils::Try(
+        [&]
+        {
+            return utils::ReadText([&](INFO_DATATYPE *type, void *buffer, size_t *size)
+                                   { proxy.IFGetInfo(interface, INTERFACE_INFO_ID, type, buffer, size); });
+        });
+    const auto known = utils::Try(
+        [&]
+        {
+            uint32_t count = 0;
+            proxy.IFGetNumDevices(interface, &count);
+            return count;
+        });
+    return fmt::format("No device \"{}\" on interface \"{}\" ({} known).", device, id.value_or(""),
+                       known.value_or(0));
+}
+
 } // namespace
 
 bool IsAdmittedModel(std::string model)
@@ -68,6 +90,13 @@ Interface::Interface(InstanceManager *manager, std::shared_ptr<IGenTLProxy> prox
 Interface::~Interface()
 {
     CloseQuietly([this] { Proxy()->IFClose(GetLowerHandle()); });
+}
+
+void Interface::GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
+                               void *pBuffer, size_t *piSize)
+{
+    m_profile.lower.readsUrlText ? GetLowerUrlInfo(*this, iURLIndex, iInfoCmd, piType, pBuffer, piSize)
+                                 : ProxyModule::GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
 }
 
 void Interface::IFGetInfo(INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
@@ -141,6 +170,10 @@ DEV_HANDLE Interface::OpenLowerDevice(const char *sDeviceID, DEVICE_ACCESS_FLAGS
         if (!m_profile.admission.explainsFailures)
         {
             throw;
+        }
+        if (exception.Code() == GC_ERR_INVALID_ID)
+        {
+            throw GenTLException(UnknownDevice(*Proxy(), GetLowerHandle(), sDeviceID), GC_ERR_INVALID_ID);
         }
         const std::string_view advice =
             exception.Code() == GC_ERR_ACCESS_DENIED || exception.Code() == GC_ERR_RESOURCE_IN_USE

@@ -30,6 +30,8 @@ public:
     void SetHandle(IF_HANDLE handle) { m_handle = handle; }
     TL_HANDLE GetParentSystem() const { return m_parentSystem; }
     ModuleType GetModuleType() const override { return ModuleType::Interface; }
+    void GetPortURLInfo(uint32_t iURLIndex, URL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer,
+                        size_t *piSize) override;
 
     void IFGetInfo(INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
     void IFGetNumDevices(uint32_t *piNumDevices);

@@ -52,6 +52,10 @@ std::optional<uint64_t> ImageBytes(const std::optional<uint64_t> &format,
         return std::nullopt;
     }
     const auto bitsPerPixel = (*format >> 16U) & 0xFFU;
+    if (bitsPerPixel == 0)
+    {
+        return std::nullopt; // a number of the device's own
+    }
     const auto bitsPerLine = utils::Scaled(*width, bitsPerPixel, 1);
     const auto bytes = bitsPerLine ? utils::Scaled(*bitsPerLine, *height, 8) : std::nullopt;
     return bytes;

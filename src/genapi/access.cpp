@@ -33,6 +33,7 @@ bool Holds(Evaluator &evaluator, NodeId id, Tag tag, bool missing, Access &acces
     {
         AddCause(access, fmt::format("no node {}, which {} names as {}", condition->Text(),
                                      evaluator.Graph().Label(id), NameOf(tag)));
+        access.failed = true;
         return false;
     }
     const auto [holds, failure] = evaluator.ConditionOnce(
@@ -40,6 +41,7 @@ bool Holds(Evaluator &evaluator, NodeId id, Tag tag, bool missing, Access &acces
     if (!failure.empty())
     {
         AddCause(access, failure);
+        access.failed = true;
     }
     else if (holds != missing)
     {
@@ -175,6 +177,7 @@ Access AccessOf(Evaluator &evaluator, NodeId id)
     access.locked = access.locked || behind.locked;
     access.readable = access.readable && behind.readable;
     access.writable = access.writable && behind.writable;
+    access.failed = access.failed || behind.failed;
     if (!behind.cause.empty())
     {
         AddCause(access, fmt::format("{}: {}", evaluator.Graph().Label(*carrier), behind.cause));

@@ -21,6 +21,8 @@ struct Access
     bool writable = true;
     /// Why not; also why a condition could not be evaluated and so counts as "no". Empty if all is well.
     std::string cause;
+    /// A condition could not be evaluated, or the chain is broken; that counts as "no" above.
+    bool failed = false;
 };
 
 /// An entry of an enumeration. Its name lies in the document.

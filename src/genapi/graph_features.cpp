@@ -138,7 +138,7 @@ Access GraphFeatures::AccessOf(std::string_view name)
     }
     catch (const GenApiError &error)
     {
-        return {Has(name), false, false, false, false, error.what()};
+        return {Has(name), false, false, false, false, error.what(), true};
     }
 }
 

@@ -120,33 +120,17 @@ private:
 
 std::vector<NodeId> ValueChain(const NodeGraph &graph, NodeId feature)
 {
-    std::vector<bool> seen(graph.Size());
     std::vector<NodeId> chain;
-    // A list instead of recursion: a chain may be as long as the document.
-    std::vector<NodeId> open{feature};
-    while (!open.empty())
-    {
-        const auto id = open.back();
-        open.pop_back();
-        if (id == noNode || seen[id])
-        {
-            continue;
-        }
-        seen[id] = true;
-        chain.push_back(id);
-        const auto properties = graph.PropertiesOf(id);
-        for (auto property = properties.rbegin(); property != properties.rend(); ++property)
-        {
-            if (CarriesValue(property->tag))
-            {
-                open.push_back(property->target);
-            }
-        }
-        if (graph[id].kind == NodeKind::StructEntry)
-        {
-            open.push_back(graph[id].parent);
-        }
-    }
+    WalkInDepth(graph, feature,
+                [&](NodeId id, std::vector<NodeId> &open)
+                {
+                    chain.push_back(id);
+                    AppendTargets(graph, id, CarriesValue, open);
+                    if (graph[id].kind == NodeKind::StructEntry)
+                    {
+                        open.push_back(graph[id].parent);
+                    }
+                });
     return chain;
 }
 

@@ -10,6 +10,40 @@
 namespace GenTL::internal::genapi
 {
 
+/// Visits a node and those behind it in depth, each once. `visit(id, open)` appends to `open` what lies
+/// behind a node, the last to be visited first; noNode is ignored.
+template <typename Visit>
+void WalkInDepth(const NodeGraph &graph, NodeId start, Visit visit)
+{
+    std::vector<bool> seen(graph.Size());
+    // A list instead of recursion: a chain may be as long as the document.
+    std::vector<NodeId> open{start};
+    while (!open.empty())
+    {
+        const auto id = open.back();
+        open.pop_back();
+        if (id != noNode && !seen[id])
+        {
+            seen[id] = true;
+            visit(id, open);
+        }
+    }
+}
+
+/// Appends the targets of a node's properties whose tag fulfils a condition, the last one first.
+template <typename Condition>
+void AppendTargets(const NodeGraph &graph, NodeId id, Condition condition, std::vector<NodeId> &open)
+{
+    const auto properties = graph.PropertiesOf(id);
+    for (auto property = properties.rbegin(); property != properties.rend(); ++property)
+    {
+        if (condition(property->tag))
+        {
+            open.push_back(property->target);
+        }
+    }
+}
+
 /// The nodes that carry a feature's value: the feature, and what it names as pValue, pValueCopy,
 /// pValueIndexed and pValueDefault, down to the registers. A StructEntry is followed by its StructReg. Each
 /// node once, in the order of a walk in depth.

@@ -67,7 +67,7 @@ std::optional<Number> LiteralCells::NumberIn(NodeId node, const Property &litera
 std::string LiteralCells::TextIn(const Property &literal) const
 {
     const auto cell = m_texts.find(&literal);
-    return cell != m_texts.end() ? cell->second : std::string(literal.element.child_value());
+    return cell != m_texts.end() ? cell->second : std::string(literal.RawText());
 }
 
 } // namespace GenTL::internal::genapi

@@ -85,7 +85,12 @@ pugi::xml_node RootOf(const pugi::xml_node &node)
 
 std::string_view Property::Text() const
 {
-    return Trimmed(element.child_value());
+    return Trimmed(RawText());
+}
+
+std::string_view Property::RawText() const
+{
+    return joinedText != nullptr ? std::string_view(*joinedText) : element.child_value();
 }
 
 NodeGraph::NodeGraph(const pugi::xml_node &root)
@@ -120,6 +125,22 @@ void NodeGraph::AddNodes(const pugi::xml_node &parent, int level)
                    });
 }
 
+Property NodeGraph::PropertyOf(Tag tag, const pugi::xml_node &element)
+{
+    Property property{tag, noNode, element};
+    // Nearly every text is in one piece, and is not copied.
+    if (!IsNested(tag) && element.first_child().next_sibling())
+    {
+        auto &text = m_joinedTexts.emplace_back();
+        for (const auto &child : element.children())
+        {
+            text += child.value();
+        }
+        property.joinedText = &text;
+    }
+    return property;
+}
+
 NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId parent, int level)
 {
     CheckLevel(level);
@@ -136,7 +157,7 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
                        const auto tag = TagOf(LocalName(child));
                        if (tag)
                        {
-                           m_properties.push_back({*tag, noNode, child});
+                           m_properties.push_back(PropertyOf(*tag, child));
                            tags |= BitOf(*tag);
                        }
                        if (!tag || !IsNested(*tag))
@@ -150,9 +171,9 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
     // Behind the loop above, so that the properties of a node stand in one piece.
     for (size_t i = first; i < first + count; ++i)
     {
-        if (const auto [tag, target, nested] = m_properties[i]; IsNested(tag))
+        if (const auto property = m_properties[i]; IsNested(property.tag))
         {
-            const auto nestedId = AddNode(nested, NestedKind(tag), id, level + 1);
+            const auto nestedId = AddNode(property.element, NestedKind(property.tag), id, level + 1);
             m_properties[i].target = nestedId;
         }
     }

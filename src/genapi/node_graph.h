@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <span>
 #include <string>
 #include <string_view>
@@ -27,9 +28,13 @@ struct Property
     /// has.
     NodeId target;
     pugi::xml_node element;
+    /// The whole text, where a comment or a section splits it; else null.
+    const std::string *joinedText = nullptr;
 
     /// The literal or the name, without the white space around it.
     std::string_view Text() const;
+    /// The text as it is.
+    std::string_view RawText() const;
     std::string_view Attribute(const char *name) const { return element.attribute(name).value(); }
 };
 
@@ -61,6 +66,8 @@ public:
     /// nodes with one name, the first has it.
     /// @throws GenApiError more than 200,000 nodes, or more than 200 levels of elements
     explicit NodeGraph(const pugi::xml_node &root);
+    NodeGraph(const NodeGraph &) = delete;
+    NodeGraph &operator=(const NodeGraph &) = delete;
 
     /// noNode if there is none. The entries of enumerations are not found here: their names are not unique.
     NodeId Find(std::string_view name) const;
@@ -78,6 +85,7 @@ public:
 
 private:
     void AddNodes(const pugi::xml_node &parent, int level);
+    Property PropertyOf(Tag tag, const pugi::xml_node &element);
     NodeId AddNode(const pugi::xml_node &element, NodeKind kind, NodeId parent, int level);
     void IndexNames();
     void ResolveReferences();
@@ -85,6 +93,7 @@ private:
 
     std::vector<Node> m_nodes;
     std::vector<Property> m_properties;
+    std::deque<std::string> m_joinedTexts; ///< to which properties point
     /// A hash table of the named nodes, at most half full; noNode in a free slot.
     std::vector<NodeId> m_slots;
 };

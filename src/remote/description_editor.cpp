@@ -73,6 +73,10 @@ void DescriptionEditor::MoveFeatures()
     {
         const auto &replaced = m_plan.replaced[i];
         MoveAside(m_device.graph, moves[i], m_edits);
+        for (const auto &[twin, name] : replaced.twins)
+        {
+            m_edits.SetAttribute(m_device.graph[twin].element, "Name", m_plan.registers.Name(name));
+        }
         m_group += PublicFeature(m_device.graph, moves[i],
                                  entries.Of(replaced) + Reference("pValue", replaced.position), m_edits);
         AddInvalidatorsFor(replaced);

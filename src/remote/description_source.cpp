@@ -1,8 +1,8 @@
 #include "remote/description_source.h"
 
+#include "nodemap/description_text.h"
 #include "nodemap/unzip.h"
 #include "port/i_port.h"
-#include "remote/description_text.h"
 #include "utils/gentl_exception.h"
 #include "utils/lower_info.h"
 #include "utils/try.h"
@@ -130,30 +130,57 @@ void ReadInPieces(IPort &port, uint64_t address, std::vector<uint8_t> &bytes)
     }
 }
 
-std::vector<uint8_t> ReadFromPort(const std::string &device, IPort &port, const DescriptionLocation &location)
+std::vector<uint8_t> ReadFromPort(const std::string &device, IPort &port, uint64_t address, uint64_t count)
 {
-    CheckSize(device, location.size);
-    std::vector<uint8_t> bytes(location.size);
+    std::vector<uint8_t> bytes(count);
     const auto readAtOnce = [&]
     {
         size_t size = bytes.size();
-        port.ReadRegisters(location.address, bytes.data(), &size);
+        port.ReadRegisters(address, bytes.data(), &size);
         return size >= bytes.size();
     };
     try
     {
         if (!utils::Try(readAtOnce).value_or(false))
         {
-            ReadInPieces(port, location.address, bytes);
+            ReadInPieces(port, address, bytes);
         }
     }
     catch (const GenTLException &exception)
     {
         throw GenTLException(fmt::format("{}: the description ({} bytes at 0x{:X}) cannot be read: {}",
-                                         device, bytes.size(), location.address, exception.what()),
+                                         device, bytes.size(), address, exception.what()),
                              exception.Code());
     }
     return bytes;
+}
+
+/// The bytes at a location. Where the device has fewer than its URL says in base 16, the size may be meant in
+/// base 10.
+std::vector<uint8_t> Fetch(const std::string &device, IPort &port, const DescriptionLocation &location)
+{
+    if (location.scheme == Scheme::File)
+    {
+        return ReadFromFile(device, location.path);
+    }
+    CheckSize(device, location.size);
+    try
+    {
+        return ReadFromPort(device, port, location.address, location.size);
+    }
+    catch (const GenTLException &)
+    {
+        auto bytes =
+            location.decimalSize
+                ? utils::Try([&]
+                             { return ReadFromPort(device, port, location.address, *location.decimalSize); })
+                : std::nullopt;
+        if (!bytes)
+        {
+            throw;
+        }
+        return std::move(*bytes);
+    }
 }
 
 /// Counts the lines up to a place in the text, from 1.
@@ -167,8 +194,9 @@ size_t LineAt(std::string_view text, size_t offset)
 DescriptionSource::DescriptionSource(IPort &port, std::string_view device)
     : m_device(device), m_location(ChooseLocation(LocationsOf(port), m_device))
 {
-    Parse(m_location.scheme == Scheme::File ? ReadFromFile(m_device, m_location.path)
-                                            : ReadFromPort(m_device, port, m_location));
+    const auto bytes = Fetch(m_device, port, m_location);
+    m_location.size = bytes.size();
+    Parse(bytes);
 }
 
 void DescriptionSource::Parse(const std::vector<uint8_t> &bytes)

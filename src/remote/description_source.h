@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/description_location.h"
+#include "nodemap/description_location.h"
 
 #include <pugixml.hpp>
 

@@ -87,14 +87,30 @@ bool IsCalibratedScan3d(const NodeGraph &graph)
         { return property.tag == Tag::EnumEntry && graph[property.target].name == "LensCalibrationData"; });
 }
 
+/// Plans new names for the nodes that have the name of a feature, too.
+void RenameTwins(EditPlan &plan, const NodeGraph &graph, ReplacedFeature &replaced)
+{
+    const auto name = graph[replaced.feature].name;
+    for (NodeId id = 0; id < graph.Size(); ++id)
+    {
+        const bool isNamed = graph[id].parent == noNode || graph[id].kind == NodeKind::StructEntry;
+        if (id != replaced.feature && isNamed && graph[id].name == name)
+        {
+            replaced.twins.emplace_back(id, fmt::format("QvrAny{}Twin{}", name, replaced.twins.size() + 1));
+            plan.registers.Reserve(replaced.twins.back().second);
+        }
+    }
+}
+
 /// Plans a register for the value of a feature, which gets another name.
 EditedRegister &Replace(EditPlan &plan, RegisterRole role, const NodeGraph &graph, NodeId feature,
                         bool isShown)
 {
     const auto name = graph[feature].name;
     const auto position = plan.registers.Add(role, fmt::format("{}Value", name), feature);
-    plan.replaced.push_back({feature, fmt::format("Device{}", name), isShown, position});
+    plan.replaced.push_back({feature, fmt::format("Device{}", name), isShown, position, {}});
     plan.registers.Reserve(plan.replaced.back().deviceName);
+    RenameTwins(plan, graph, plan.replaced.back());
     plan.registers[position].subject = name;
     return plan.registers[position];
 }

@@ -23,6 +23,9 @@ struct ReplacedFeature
     std::string deviceName; ///< the new name of the device's, still without suffix
     bool isShown = false;   ///< in our category
     size_t position = 0;    ///< of the register with the value
+    /// Further nodes with the feature's name, which count for nothing, and new names for them, still without
+    /// suffix: a consumer must find none of them in place of ours.
+    std::vector<std::pair<genapi::NodeId, std::string>> twins;
 };
 
 /// What the editor does to a description, decided from its graph alone: nothing is written yet.

@@ -1,6 +1,6 @@
 #include "remote/edited_url.h"
 
-#include "remote/description_location.h"
+#include "nodemap/description_location.h"
 
 #include <fmt/format.h>
 

@@ -166,6 +166,11 @@ int64_t FormatChoice::PixelSize()
 
 std::vector<DeviceImage> FormatChoice::Images()
 {
+    // The frames of a device tell what its features do not.
+    if (!m_features.AccessOf(formatFeature).available)
+    {
+        return {};
+    }
     const auto current = ReadDevice();
     const auto isEnabled = utils::Try([this] { return m_features.ReadInteger("ComponentEnable") != 0; });
     auto &selected = m_seen[current.component];
@@ -195,7 +200,8 @@ std::vector<DeviceImage> FormatChoice::UnseenImages()
 {
     std::vector<DeviceImage> images;
     const auto selector = m_graph.Find(componentFeature);
-    if (selector == genapi::noNode)
+    const auto size = utils::Try([this] { return ReadSize(); });
+    if (selector == genapi::noNode || !size)
     {
         return images;
     }
@@ -209,7 +215,7 @@ std::vector<DeviceImage> FormatChoice::UnseenImages()
         if (!m_seen.contains(component))
         {
             const auto *const format = component == Component::Image3D ? SmallestDepth() : nullptr;
-            images.push_back({component, {}, format, ReadSize()});
+            images.push_back({component, {}, format, *size});
         }
     }
     return images;
@@ -232,7 +238,10 @@ const tarn::common::FormatInfo *FormatChoice::SmallestDepth() const
 tarn::common::Size FormatChoice::ReadSize()
 {
     const auto readPixels = [this](std::string_view name)
-    { return static_cast<unsigned int>(std::clamp<int64_t>(m_features.ReadInteger(name), 0, UINT32_MAX)); };
+    {
+        const auto pixels = m_features.Has(name) ? m_features.ReadInteger(name) : 0;
+        return static_cast<unsigned int>(std::clamp<int64_t>(pixels, 0, UINT32_MAX));
+    };
     return {readPixels("Width"), readPixels("Height")};
 }
 

@@ -79,6 +79,7 @@ TEST_F(AnyOpening, GivesUpOnAnIdThatStaysUnknown)
     auto *const interface = OpenInterface(OpenSystem());
     DEV_HANDLE device = nullptr;
     EXPECT_EQ(gentl.IFOpenDevice(interface, "nobody", DEVICE_ACCESS_CONTROL, &device), GC_ERR_INVALID_ID);
+    EXPECT_THAT(Error().text, HasSubstr("No device \"nobody\" on interface \"if0\" (2 known)."));
     EXPECT_EQ(lower->CountOf("IFUpdateDeviceList"), 1U);
 }
 
@@ -90,6 +91,30 @@ TEST_F(AnyOpening, TellsWhyADeviceCannotBeOpened)
     EXPECT_EQ(gentl.IFOpenDevice(interface, "cam0", DEVICE_ACCESS_CONTROL, &device), GC_ERR_ACCESS_DENIED);
     EXPECT_THAT(Error().text, HasSubstr("Cannot open \"cam0\" for CONTROL: lower failed"));
     EXPECT_THAT(Error().text, HasSubstr("Another program may have it."));
+}
+
+TEST_F(AnyOpening, ReadsFromTheUrlWhatTheLowerProducerDoesNotKnow)
+{
+    auto *const device = OpenDevice(OpenInterface(OpenSystem()));
+    uint64_t address = 0;
+    size_t size = sizeof address;
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    lower->FailNext("GCGetPortURLInfo", GC_ERR_INVALID_PARAMETER);
+    EXPECT_EQ(gentl.GCGetPortURLInfo(device, 0, URL_INFO_FILE_REGISTER_ADDRESS, &type, &address, &size),
+              GC_ERR_SUCCESS)
+        << Error();
+    EXPECT_EQ(type, INFO_DATATYPE_UINT64);
+    EXPECT_EQ(address, 0x10000U);
+}
+
+TEST_F(AnyOpening, ClosesADeviceWhoseDescriptionIsBad)
+{
+    auto *const interface = OpenInterface(OpenSystem());
+    lower->deviceXml = "no description";
+    DEV_HANDLE device = nullptr;
+    EXPECT_EQ(gentl.IFOpenDevice(interface, "cam0", DEVICE_ACCESS_CONTROL, &device), GC_ERR_ERROR);
+    EXPECT_THAT(Error().text, HasSubstr("lower device: the description (14 bytes) is not XML: "));
+    EXPECT_EQ(lower->CountOf("DevClose"), 1U);
 }
 
 } // namespace

@@ -124,5 +124,16 @@ TEST(Elements, AreFoundByTheirNames)
     EXPECT_EQ(WithArticle(NodeKind::Float), "a Float");
 }
 
+TEST(NodeGraph, JoinsTextsThatCommentsAndSectionsSplit)
+{
+    RegisterDevice device("<Integer Name=\"I\"><Value>0x<!-- a -->1<![CDATA[2]]>3</Value></Integer>"
+                          "<Integer Name=\"J\"><pValue>\n<!-- K -->I<!-- --></pValue></Integer>"
+                          "<IntSwissKnife Name=\"F\"><pVariable Name=\"A\">I</pVariable>"
+                          "<Formula>A <!-- less --> - <![CDATA[1 > 2 ? 3 :]]> 4</Formula></IntSwissKnife>");
+    EXPECT_EQ(device.features.ReadInteger("I"), 0x123);
+    EXPECT_EQ(device.features.ReadInteger("J"), 0x123);
+    EXPECT_EQ(device.features.ReadInteger("F"), 3);
+}
+
 } // namespace
 } // namespace GenTL::internal::genapi

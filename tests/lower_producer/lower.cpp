@@ -206,11 +206,30 @@ uint64_t RegisterValue(Producer &self, void *handle, uint64_t address)
     }
 }
 
+bool HasRegistersEverywhere(const Producer &self, void *handle)
+{
+    return self.remembersRegisters && Is(handle, Remote);
+}
+
+void ReadMemory(const Producer &self, uint64_t address, void *pBuffer, size_t size)
+{
+    for (size_t i = 0; i < size; ++i)
+    {
+        const auto byte = self.memory.find(address + i);
+        static_cast<uint8_t *>(pBuffer)[i] = byte == self.memory.end() ? 0 : byte->second;
+    }
+}
+
 void Read(Producer &self, void *handle, uint64_t address, void *pBuffer, size_t *piSize)
 {
+    const auto &xml = XmlOf(self, handle);
+    const bool isRegister = address < descriptionAddress || address - descriptionAddress >= xml.size();
+    if (isRegister && HasRegistersEverywhere(self, handle))
+    {
+        return ReadMemory(self, address, pBuffer, *piSize);
+    }
     if (address >= descriptionAddress)
     {
-        const auto &xml = XmlOf(self, handle);
         const auto offset = address - descriptionAddress;
         if (offset > xml.size() || *piSize > xml.size() - offset)
         {
@@ -283,7 +302,8 @@ void StreamInfo(Producer &self, STREAM_INFO_CMD command, INFO_DATATYPE *piType, 
     switch (command)
     {
     case STREAM_INFO_DEFINES_PAYLOADSIZE:
-        return AnswerValue<bool8_t>(INFO_DATATYPE_BOOL8, 1, piType, pBuffer, piSize);
+        return AnswerValue<bool8_t>(INFO_DATATYPE_BOOL8, self.definesPayloadSize ? 1 : 0, piType, pBuffer,
+                                    piSize);
     case STREAM_INFO_PAYLOAD_SIZE:
         return AnswerValue(INFO_DATATYPE_SIZET, self.payloadSize, piType, pBuffer, piSize);
     case STREAM_INFO_BUF_ANNOUNCE_MIN:
@@ -415,10 +435,13 @@ extern "C"
         LOWER(GCReadPort, Read(self, hPort, iAddress, pBuffer, piSize););
     }
 
-    GC_API GC_ERROR GCWritePort(PORT_HANDLE, uint64_t iAddress, const void *pBuffer, size_t *piSize)
+    GC_API GC_ERROR GCWritePort(PORT_HANDLE hPort, uint64_t iAddress, const void *pBuffer, size_t *piSize)
     {
-        LOWER(GCWritePort, const auto *bytes = static_cast<const uint8_t *>(pBuffer);
-              self.registers[iAddress].assign(bytes, bytes + *piSize););
+        LOWER(
+            GCWritePort, const auto *bytes = static_cast<const uint8_t *>(pBuffer);
+            self.registers[iAddress].assign(bytes, bytes + *piSize);
+            for (size_t i = 0; HasRegistersEverywhere(self, hPort) && i < *piSize;
+                 ++i) { self.memory[iAddress + i] = bytes[i]; });
     }
 
     GC_API GC_ERROR GCGetPortURL(PORT_HANDLE hPort, char *sURL, size_t *piSize)
@@ -666,7 +689,10 @@ extern "C"
                                      INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
     {
         LOWER(
-            GCGetPortURLInfo, switch (iInfoCmd) {
+            GCGetPortURLInfo,
+            if (!self.knowsUrlParts && iInfoCmd > URL_INFO_FILE_SHA1_HASH) {
+                throw Failure{GC_ERR_NOT_IMPLEMENTED};
+            } switch (iInfoCmd) {
                 case URL_INFO_FILE_REGISTER_ADDRESS:
                     return AnswerValue(INFO_DATATYPE_UINT64, descriptionAddress, piType, pBuffer, piSize);
                 case URL_INFO_FILE_SIZE:

@@ -66,12 +66,18 @@ struct Producer
     std::string tlType = "GEV";
     std::vector<DeviceEntry> devices{{"cam0", "OVRA Test"}, {"other", "Else"}};
     std::string url = "local:///Cam.xml;10000;{}";
+    bool knowsUrlParts = true; ///< whether it tells more of a URL than its text, versions and hash
     std::string systemXml;
     std::string streamXml;
     std::string deviceXml;
     size_t minimumBuffers = 3;
     size_t payloadSize = 64;
+    bool definesPayloadSize = true; ///< whether its stream tells the payload size
     uint64_t droppedFrames = 0;
+    /// Whether the remote device has registers everywhere, which hold what was written. If not, it answers
+    /// with constants.
+    bool remembersRegisters = false;
+    std::map<uint64_t, uint8_t> memory; ///< what those registers hold, where it is not 0
 
     // What it reports about each buffer, true or not.
     uint64_t pixelFormat = 0x01080001;

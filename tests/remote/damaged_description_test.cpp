@@ -1,6 +1,6 @@
 #include "edited_fixture.h"
 
-#include "remote/description_text.h"
+#include "nodemap/description_text.h"
 
 #include <gtest/gtest.h>
 

@@ -413,5 +413,19 @@ TEST_P(EachDescription, CanBeEditedAgain)
 INSTANTIATE_TEST_SUITE_P(All, EachDescription, testing::ValuesIn(AllFixtures()),
                          [](const auto &name) { return name.param; });
 
+TEST(DescriptionEditor, HidesFurtherNodesOfAReplacedName)
+{
+    const Edit edit(DescriptionOf(
+        PixelFormatNode(EntryNode("Mono12p", 0x010C0047)) +
+        "<Enumeration Name=\"PixelFormat\"><EnumEntry Name=\"A\"><Value>1</Value></EnumEntry>"
+        "<Value>1</Value></Enumeration><Integer Name=\"PixelFormat\"><Value>2</Value></Integer>"));
+    const auto &graph = *edit.consumer.graph;
+    EXPECT_EQ(graph[graph.Find("PixelFormat")].kind, genapi::NodeKind::Enumeration);
+    EXPECT_NE(edit.result.document.find("Name=\"QvrAnyPixelFormatTwin1\""), std::string::npos);
+    EXPECT_NE(edit.result.document.find("Name=\"QvrAnyPixelFormatTwin2\""), std::string::npos);
+    const auto first = edit.result.document.find("Name=\"PixelFormat\"");
+    EXPECT_EQ(edit.result.document.find("Name=\"PixelFormat\"", first + 1), std::string::npos);
+}
+
 } // namespace
 } // namespace GenTL::internal

@@ -235,5 +235,14 @@ TEST(DescriptionSource, NamesTheLineThatIsNotXml)
                        GC_ERR_ERROR}));
 }
 
+TEST(DescriptionSource, TakesTheSizeForBase10WhereBase16IsTooMuch)
+{
+    DescribedPort port(cameraText);
+    port.urls = {fmt::format("local:Cam.xml;1000;{}", port.bytes.size())};
+    const DescriptionSource source(port, "cam0");
+    EXPECT_EQ(source.Text(), cameraText);
+    EXPECT_EQ(source.Location().size, port.bytes.size());
+}
+
 } // namespace
 } // namespace GenTL::internal

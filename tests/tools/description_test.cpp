@@ -3,7 +3,9 @@
 #include "consumer/description.h"
 
 #include "port/proxy_module.h"
+#include "support/zip_archive.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -91,6 +93,57 @@ TEST(LoadDescription, RefusesSizesThatNoDescriptionHas)
 {
     EXPECT_THROW(DescriptionAt("local:a.xml;10;0"), std::runtime_error);
     EXPECT_THROW(DescriptionAt("local:a.xml;10;100000000"), std::runtime_error);
+}
+
+/// A port with these bytes as its description.
+class BytesPort final : public internal::ProxyModule
+{
+public:
+    explicit BytesPort(std::string bytes) : ProxyModule(nullptr, nullptr), m_bytes(std::move(bytes)) {}
+
+    internal::ModuleType GetModuleType() const override { return internal::ModuleType::System; }
+
+    void GetPortURL(char *url, size_t *size) override
+    {
+        UrlPort(fmt::format("local:a.zip;0;{:x}", m_bytes.size())).GetPortURL(url, size);
+    }
+
+    void ReadRegisters(uint64_t address, void *buffer, size_t *size) override
+    {
+        std::copy_n(m_bytes.data() + address, *size, static_cast<char *>(buffer));
+    }
+
+private:
+    std::string m_bytes;
+};
+
+std::string TextOf(const std::string &bytes)
+{
+    BytesPort port(bytes);
+    return LoadDescription(port);
+}
+
+TEST(LoadDescription, IsInUtf8WhateverTheDeviceHas)
+{
+    const std::string declared = "<?xml version=\"1.0\" encoding=\"utf-8\"?>";
+    EXPECT_EQ(TextOf("\xEF\xBB\xBF<a>\xC3\xB6</a>"), "<a>\xC3\xB6</a>");
+    EXPECT_EQ(TextOf("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xF6</a>"),
+              declared + "<a>\xC3\xB6</a>");
+    std::string wide = "\xFF\xFE";
+    for (const char letter : std::string("<a>\xF6</a>"))
+    {
+        wide += {letter, '\0'};
+    }
+    EXPECT_EQ(TextOf(wide), "<a>\xC3\xB6</a>");
+}
+
+TEST(LoadDescription, EndsBeforeWhatFillsTheMemory)
+{
+    const std::string text = "<RegisterDescription><a/></RegisterDescription>";
+    EXPECT_EQ(TextOf(text + std::string(9, '\xFF')), text);
+    EXPECT_EQ(TextOf("<a/>" + std::string(9, '\0')), "<a/>");
+    const auto archive = internal::MakeZip({{"a.xml", text}});
+    EXPECT_EQ(TextOf(std::string(archive.begin(), archive.end()) + std::string(999, '\xFF')), text);
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 // The command-line consumer as a user runs it, with the producer and the simulator.
 
+#include "gentlctl_run.h"
+
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -24,60 +26,7 @@
 namespace
 {
 
-namespace fs = std::filesystem;
-using Json = nlohmann::json;
-
-struct Run
-{
-    int status = -1;
-    std::string output; ///< of both streams
-};
-
-const std::string program = QVR_BIN_DIR "/gentlctl ";
-
-/// @param redirection for the shell; "2>&1" captures both streams
-Run Gentlctl(const std::string &arguments, const std::string &redirection = "2>&1",
-             const std::string &before = "")
-{
-    const auto command = before + program + arguments + " " + redirection;
-    auto *const pipe = popen(command.c_str(), "r");
-    Run run;
-    std::array<char, 4096> part{};
-    for (size_t count = 0; (count = fread(part.data(), 1, part.size(), pipe)) != 0;)
-    {
-        run.output.append(part.data(), count);
-    }
-    const int status = pclose(pipe);
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return run;
-}
-
-Json JsonOf(const std::string &arguments)
-{
-    const auto run = Gentlctl("--json " + arguments, "2> /dev/null");
-    EXPECT_EQ(run.status, 0) << arguments << run.output;
-    return Json::parse(run.output, nullptr, false);
-}
-
-class Folder
-{
-public:
-    Folder() : m_path(fs::temp_directory_path() / ("gentlctl-" + std::to_string(getpid()))) {}
-    ~Folder() { fs::remove_all(m_path); }
-    Folder(const Folder &) = delete;
-    Folder &operator=(const Folder &) = delete;
-    const fs::path &Path() const { return m_path; }
-
-    /// How many files have this ending.
-    long Count(const std::string &extension) const
-    {
-        return std::count_if(fs::directory_iterator(m_path), {},
-                             [&](const auto &entry) { return entry.path().extension() == extension; });
-    }
-
-private:
-    fs::path m_path;
-};
+using namespace gentlctl_run;
 
 /// The program at a terminal, which shows its standard error; it runs while the test goes on.
 class AtTerminal

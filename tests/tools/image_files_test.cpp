@@ -139,6 +139,8 @@ INSTANTIATE_TEST_SUITE_P(Formats, GreyPictures,
                                          SAMPLES(Confidence8, CV_8UC1, 255),
                                          SAMPLES(Confidence16, CV_16UC1, 65535)));
 
+INSTANTIATE_TEST_SUITE_P(DeepFormats, GreyPictures, testing::Values(SAMPLES(Mono14, CV_16UC1, 16383)));
+
 class ColourPictures : public PictureFiles, public testing::WithParamInterface<Samples>
 {
 };
@@ -161,6 +163,10 @@ INSTANTIATE_TEST_SUITE_P(Formats, ColourPictures,
                          testing::Values(SAMPLES(RGB8, CV_8UC3, 255), SAMPLES(BGR8, CV_8UC3, 255),
                                          SAMPLES(RGB10, CV_16UC3, 1023), SAMPLES(BGR10, CV_16UC3, 1023),
                                          SAMPLES(RGB12, CV_16UC3, 4095), SAMPLES(BGR12, CV_16UC3, 4095)));
+
+INSTANTIATE_TEST_SUITE_P(DeepFormats, ColourPictures,
+                         testing::Values(SAMPLES(RGB14, CV_16UC3, 16383), SAMPLES(BGR14, CV_16UC3, 16383),
+                                         SAMPLES(RGB16, CV_16UC3, 65535), SAMPLES(BGR16, CV_16UC3, 65535)));
 
 class MosaicPictures : public PictureFiles, public testing::WithParamInterface<Samples>
 {
@@ -201,6 +207,13 @@ INSTANTIATE_TEST_SUITE_P(
                     SAMPLES(BayerGB10, CV_16UC1, 1023), SAMPLES(BayerBG10, CV_16UC1, 1023),
                     SAMPLES(BayerRG12, CV_16UC1, 4095), SAMPLES(BayerGR12, CV_16UC1, 4095),
                     SAMPLES(BayerGB12, CV_16UC1, 4095), SAMPLES(BayerBG12, CV_16UC1, 4095)));
+
+INSTANTIATE_TEST_SUITE_P(
+    DeepFormats, MosaicPictures,
+    testing::Values(SAMPLES(BayerRG14, CV_16UC1, 16383), SAMPLES(BayerGR14, CV_16UC1, 16383),
+                    SAMPLES(BayerGB14, CV_16UC1, 16383), SAMPLES(BayerBG14, CV_16UC1, 16383),
+                    SAMPLES(BayerRG16, CV_16UC1, 65535), SAMPLES(BayerGR16, CV_16UC1, 65535),
+                    SAMPLES(BayerGB16, CV_16UC1, 65535), SAMPLES(BayerBG16, CV_16UC1, 65535)));
 
 class InterleavedPictures : public PictureFiles, public testing::WithParamInterface<Samples>
 {
@@ -271,6 +284,14 @@ TEST_F(PictureFiles, AreNoneOfAFormatWithoutAPicture)
     // Too large for its memory.
     EXPECT_THROW(Picture(samples, PixelFormat::Mono16, "png"), std::runtime_error);
     EXPECT_TRUE(fs::is_empty(folder));
+}
+
+TEST(FormatName, KnowsTheFormatsOfAllCameras)
+{
+    EXPECT_EQ(FormatName(static_cast<uint64_t>(PixelFormat::Mono10Packed)), "Mono10Packed");
+    EXPECT_EQ(FormatName(0x8123), "0x00008123");
+    EXPECT_EQ(BytesOf(static_cast<uint64_t>(PixelFormat::Mono10Packed), 4, 3), 18U);
+    EXPECT_EQ(BytesOf(0x8123, 4, 3), 0U);
 }
 
 } // namespace

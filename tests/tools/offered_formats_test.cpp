@@ -49,6 +49,14 @@ TEST(OfferedFormats, CopyWhatTheTableDoesNotHave)
     ExpectOffer(ExplainFormats({"Mono12"}, {"OfTheMaker"})[0], "Mono12", "copy");
 }
 
+TEST(FoundFormats, SayHowTheProducerMakesThem)
+{
+    ExpectOffer(ExplainFormat("Mono10", "Mono10Packed"), "Mono10Packed", "unpack");
+    ExpectOffer(ExplainFormat("BayerRG12p", "BayerRG12p"), "BayerRG12p", "copy");
+    ExpectOffer(ExplainFormat("Coord3D_ABC32f", "Coord3D_C16"), "Coord3D_C16", "calibrate");
+    ExpectOffer(ExplainFormat("OfTheMaker", "OfTheMakerToo"), "OfTheMakerToo", "copy");
+}
+
 using GenTL::internal::Component;
 using tarn::common::PixelFormat;
 

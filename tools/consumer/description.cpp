@@ -1,23 +1,24 @@
 #include "consumer/description.h"
 
 #include "consumer/text.h"
-#include "nodemap/description_url.h"
+#include "nodemap/description_location.h"
+#include "nodemap/description_text.h"
 #include "nodemap/unzip.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <cctype>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
-#include <string_view>
+#include <vector>
 
 namespace gentlctl
 {
 
 using namespace GenTL;
+using internal::DescriptionLocation;
 
 namespace
 {
@@ -35,41 +36,7 @@ std::vector<uint8_t> ReadFile(const std::string &path)
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-bool HasScheme(std::string_view url, std::string_view scheme)
-{
-    const auto sameIgnoringCase = [](char a, char b)
-    { return a == std::tolower(static_cast<unsigned char>(b)); };
-    return url.size() >= scheme.size() &&
-           std::ranges::equal(scheme, url.substr(0, scheme.size()), sameIgnoringCase);
-}
-
-/// The bytes behind "local:[///]NAME;ADDRESS;SIZE[?...]" or "file://PATH[?...]".
-std::vector<uint8_t> FetchDescription(internal::IPort &port, const std::string &url)
-{
-    constexpr std::string_view file = "file://";
-    const auto withoutQuery = url.substr(0, url.find('?'));
-    // A local URL must give address and size. ParseDescriptionUrl also accepts a single number for both.
-    if (HasScheme(withoutQuery, "local:") && std::ranges::count(withoutQuery, ';') > 1)
-    {
-        const auto range = internal::ParseDescriptionUrl(withoutQuery).value();
-        return ReadWhole(port, range.address, range.size);
-    }
-    if (HasScheme(withoutQuery, file))
-    {
-        return ReadFile(withoutQuery.substr(file.size()));
-    }
-    throw std::runtime_error(fmt::format("Cannot load a description from \"{}\"", url));
-}
-
-bool IsArchive(const std::vector<uint8_t> &bytes)
-{
-    constexpr std::array<uint8_t, 4> magic{'P', 'K', 3, 4};
-    return bytes.size() >= magic.size() && std::equal(magic.begin(), magic.end(), bytes.begin());
-}
-
-} // namespace
-
-std::vector<uint8_t> ReadWhole(internal::IPort &port, uint64_t address, uint64_t size)
+std::vector<uint8_t> ReadRange(internal::IPort &port, uint64_t address, uint64_t size)
 {
     if (size == 0 || size > descriptionLimit)
     {
@@ -82,15 +49,38 @@ std::vector<uint8_t> ReadWhole(internal::IPort &port, uint64_t address, uint64_t
     return bytes;
 }
 
+std::vector<uint8_t> FetchDescription(internal::IPort &port, const std::string &url)
+{
+    const auto location = internal::ParseLocation(url);
+    switch (location.scheme)
+    {
+    case DescriptionLocation::Scheme::Local:
+        return ReadRange(port, location.address, location.size);
+    case DescriptionLocation::Scheme::File:
+        return ReadFile(location.path);
+    default:
+        throw std::runtime_error(fmt::format("Cannot load a description from \"{}\"", url));
+    }
+}
+
+} // namespace
+
 std::string LoadDescription(internal::IPort &port)
 {
     const auto url = ReadText([&](char *text, size_t *size) { port.GetPortURL(text, size); });
     auto bytes = FetchDescription(port, url);
-    if (IsArchive(bytes))
+    if (internal::IsZip(bytes))
     {
-        bytes = internal::Unzip(bytes.data(), bytes.size());
+        const auto archive = internal::WithoutTail(bytes);
+        bytes = internal::Unzip(archive.data(), archive.size());
     }
-    return {bytes.begin(), std::find(bytes.begin(), bytes.end(), uint8_t{0})};
+    auto text = internal::DescriptionText(bytes);
+    if (text.empty())
+    {
+        // No XML. Its reader will say so.
+        text.assign(bytes.begin(), bytes.end());
+    }
+    return text.substr(0, text.find('\0'));
 }
 
 } // namespace gentlctl

@@ -1,17 +1,18 @@
 #include "consumer/feature_description.h"
 
+#include "genapi/graph_walks.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
 #include <cctype>
-#include <set>
 #include <stdexcept>
 
 namespace gentlctl
 {
 
-using namespace GenTL;
+using namespace GenTL::internal::genapi;
 
 namespace
 {
@@ -44,19 +45,61 @@ std::vector<std::string> Similar(std::vector<std::string> names, const std::stri
     return names;
 }
 
+/// Whether a node of this kind is a feature: it has a value, or is executed.
+bool IsFeature(NodeKind kind)
+{
+    switch (kind)
+    {
+    case NodeKind::Node:
+    case NodeKind::Category:
+    case NodeKind::EnumEntry:
+    case NodeKind::StructReg:
+    case NodeKind::Port:
+    case NodeKind::ConfRom:
+    case NodeKind::TextDesc:
+    case NodeKind::IntKey:
+    case NodeKind::AdvFeatureLock:
+    case NodeKind::SmartFeature:
+        return false;
+    default:
+        return true;
+    }
+}
+
+std::string Ipv4Address(uint64_t value)
+{
+    return fmt::format("{}.{}.{}.{}", (value >> 24U) & 0xFFU, (value >> 16U) & 0xFFU, (value >> 8U) & 0xFFU,
+                       value & 0xFFU);
+}
+
+std::string MacAddress(uint64_t value)
+{
+    std::vector<uint64_t> bytes;
+    for (int shift = 40; shift >= 0; shift -= 8)
+    {
+        bytes.push_back((value >> static_cast<unsigned>(shift)) & 0xFFU);
+    }
+    return fmt::format("{:02x}", fmt::join(bytes, ":"));
+}
+
+/// Whether a read of the node's value reads what the property names.
+bool IsRead(Tag tag)
+{
+    return tag == Tag::pValue || tag == Tag::pValueIndexed || tag == Tag::pValueDefault ||
+           tag == Tag::pVariable;
+}
+
 } // namespace
 
-FeatureDescription::FeatureDescription(Port &port) : m_xml(ReadDescriptionXml(port)), m_nodes(m_xml.text)
+FeatureDescription::FeatureDescription(GenTL::internal::IPort &port)
+    : m_tree(port), m_graph(m_tree.Document())
 {
-    if (!m_nodes.IsValid())
+    for (const auto &name : ChunkIds().empty() ? std::vector<std::string>() : Names())
     {
-        throw std::runtime_error("The module's description is not a GenICam description");
-    }
-    for (const auto &name : m_xml.chunkIds.empty() ? std::vector<std::string>() : Names())
-    {
-        if (const auto chunk = m_xml.chunkIds.find(PassingPort(name)); chunk != m_xml.chunkIds.end())
+        const auto *const passing = PassingPortOf(m_graph.Find(name));
+        if (passing != nullptr && passing->chunkId)
         {
-            m_chunkFeatures.emplace_back(name, chunk->second);
+            m_chunkFeatures.emplace_back(name, *passing->chunkId);
         }
     }
 }
@@ -64,37 +107,32 @@ FeatureDescription::FeatureDescription(Port &port) : m_xml(ReadDescriptionXml(po
 std::vector<std::string> FeatureDescription::Names() const
 {
     std::vector<std::string> names;
-    std::set<std::string> seen;
-    // Depth first, the order of a feature tree.
-    const auto visit = [&](const auto &self, const std::string &name) -> void
-    {
-        if (!seen.insert(name).second)
-        {
-            return;
-        }
-        if (m_nodes.HasNode(name))
-        {
-            names.push_back(name);
-            return;
-        }
-        try
-        {
-            for (const auto &child : m_nodes.GetCategoryFeatures(name))
-            {
-                self(self, child);
-            }
-        }
-        catch (const std::runtime_error &) // NOLINT(bugprone-empty-catch): neither a feature nor a category
-        {
-        }
-    };
-    visit(visit, "Root");
+    // In depth, the order of a feature tree.
+    WalkInDepth(m_graph, m_graph.Find("Root"),
+                [&](NodeId id, std::vector<NodeId> &open)
+                {
+                    if (IsFeature(m_graph[id].kind))
+                    {
+                        names.emplace_back(m_graph[id].name);
+                    }
+                    else
+                    {
+                        AppendTargets(
+                            m_graph, id, [](Tag tag) { return tag == Tag::pFeature; }, open);
+                    }
+                });
     return names;
 }
 
-const FeatureDescription::NodeInfo &FeatureDescription::Find(const std::string &name) const
+bool FeatureDescription::Has(const std::string &name) const
 {
-    if (!m_nodes.HasNode(name))
+    const auto id = m_graph.Find(name);
+    return id != noNode && IsFeature(m_graph[id].kind);
+}
+
+NodeId FeatureDescription::Find(const std::string &name) const
+{
+    if (!Has(name))
     {
         const auto similar = Similar(Names(), name);
         throw std::runtime_error(
@@ -102,54 +140,43 @@ const FeatureDescription::NodeInfo &FeatureDescription::Find(const std::string &
                 ? fmt::format("There is no feature \"{}\"; `gentlctl get` without a name lists all", name)
                 : fmt::format("There is no feature \"{}\"; there is {}", name, fmt::join(similar, ", ")));
     }
-    return m_nodes.FindNode(name);
+    return m_graph.Find(name);
 }
 
-/// The chunk or event port behind a node; empty when there is none. A node names its port itself, or refers
-/// to other nodes directly or through a formula.
-std::string FeatureDescription::PassingPort(const std::string &node, int depth) const
+/// The chunk or event port behind a feature, directly or through a formula; null when there is none.
+const PassingPort *FeatureDescription::PassingPortOf(NodeId feature) const
 {
-    constexpr int deepest = 16;
-    if (node.empty() || depth > deepest)
-    {
-        return {};
-    }
-    if (const auto found = m_nodes.TryFindNode(node))
-    {
-        return m_xml.passingPorts.contains(found->pPort) ? found->pPort
-                                                         : PassingPort(found->pValue, depth + 1);
-    }
-    if (const auto converter = m_nodes.TryFindConverter(node))
-    {
-        if (auto port = PassingPort(converter->pValue, depth + 1); !port.empty())
-        {
-            return port;
-        }
-        for (const auto &[variable, behind] : converter->Variables)
-        {
-            if (auto port = PassingPort(behind, depth + 1); !port.empty())
-            {
-                return port;
-            }
-        }
-    }
-    return {};
+    const PassingPort *found = nullptr;
+    WalkInDepth(m_graph, feature,
+                [&](NodeId id, std::vector<NodeId> &open)
+                {
+                    const auto *const port = m_graph.FindInherited(id, Tag::pPort);
+                    const auto name = port == nullptr ? std::string_view() : port->Text();
+                    const auto passing = m_tree.PassingPorts().find(name);
+                    if (found == nullptr && passing != m_tree.PassingPorts().end())
+                    {
+                        found = &passing->second;
+                    }
+                    AppendTargets(m_graph, id, IsRead, open);
+                });
+    return found;
 }
 
-std::optional<std::string> FeatureDescription::WhyPassing(const std::string &name) const
+std::optional<std::string> FeatureDescription::WhyPassing(NodeId feature) const
 {
-    const auto port = PassingPort(name);
-    return port.empty() ? std::nullopt : std::optional(m_xml.passingPorts.at(port));
+    const auto *const port = PassingPortOf(feature);
+    return port == nullptr ? std::nullopt : std::optional<std::string>(port->when);
 }
 
-NumberForm FeatureDescription::FormOf(const NodeInfo &node) const
+NumberForm FeatureDescription::FormOf(NodeId feature) const
 {
     // The form may be a property of the register behind the feature.
-    for (const auto &name : {node.Name, node.pValue})
+    for (const auto id : ValueChain(m_graph, feature))
     {
-        if (const auto form = m_xml.forms.find(name); form != m_xml.forms.end())
+        const std::string_view form = m_graph[id].element.child("Representation").text().get();
+        if (form == "IPV4Address" || form == "MACAddress")
         {
-            return form->second;
+            return form == "IPV4Address" ? Ipv4Address : MacAddress;
         }
     }
     return nullptr;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "consumer/description_xml.h"
-#include "nodemap/nodemap_parser.h"
+#include "consumer/description_tree.h"
+#include "genapi/node_graph.h"
 
 #include <cstdint>
 #include <optional>
@@ -12,38 +12,46 @@
 namespace gentlctl
 {
 
+/// Writes a number in the form that a description asks for.
+using NumberForm = std::string (*)(uint64_t);
+
 /// The features in a module's description. Constant after construction.
 class FeatureDescription
 {
 public:
-    using NodeInfo = GenTL::internal::nodemap::NodeInfo;
+    using NodeId = GenTL::internal::genapi::NodeId;
 
     /// @throws std::runtime_error the description cannot be loaded or read
-    explicit FeatureDescription(Port &port);
+    explicit FeatureDescription(GenTL::internal::IPort &port);
+    FeatureDescription(const FeatureDescription &) = delete;
+    FeatureDescription &operator=(const FeatureDescription &) = delete;
 
-    const GenTL::internal::nodemap::NodeMapParser &Nodes() const { return m_nodes; }
+    const GenTL::internal::genapi::NodeGraph &Graph() const { return m_graph; }
+    /// The ids of the chunks; the place of a chunk's registers is its ChunkAddress.
+    const std::vector<uint64_t> &ChunkIds() const { return m_tree.ChunkIds(); }
 
     /// Names of all features below the category `Root`, in the description's order.
     std::vector<std::string> Names() const;
+    bool Has(const std::string &name) const;
 
     /// @throws std::runtime_error there is no such feature; the message names similar ones
-    const NodeInfo &Find(const std::string &name) const;
+    NodeId Find(const std::string &name) const;
 
     /// When a feature has a value that it does not always have, for example "only with a frame"; none for
     /// other features.
-    std::optional<std::string> WhyPassing(const std::string &name) const;
+    std::optional<std::string> WhyPassing(NodeId feature) const;
 
     /// Features in chunks, each with the id of its chunk, in the description's order.
     const std::vector<std::pair<std::string, uint64_t>> &ChunkFeatures() const { return m_chunkFeatures; }
 
     /// The form of a feature's number; null for a plain number.
-    NumberForm FormOf(const NodeInfo &node) const;
+    NumberForm FormOf(NodeId feature) const;
 
 private:
-    std::string PassingPort(const std::string &node, int depth = 0) const;
+    const PassingPort *PassingPortOf(NodeId feature) const;
 
-    DescriptionXml m_xml;
-    GenTL::internal::nodemap::NodeMapParser m_nodes;
+    DescriptionTree m_tree;
+    GenTL::internal::genapi::NodeGraph m_graph;
     std::vector<std::pair<std::string, uint64_t>> m_chunkFeatures;
 };
 

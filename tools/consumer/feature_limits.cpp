@@ -1,73 +1,79 @@
 #include "consumer/feature_limits.h"
 
-#include "consumer/feature_values.h"
-#include "nodemap/formula_evaluator.h"
-#include "nodemap/node_access.h"
 #include "utils/try.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <optional>
-#include <variant>
+#include <cstdint>
+#include <limits>
 
 namespace gentlctl
 {
 
-using namespace GenTL::internal::nodemap;
-using GenTL::internal::IPort;
+using namespace GenTL::internal::genapi;
 
 namespace
 {
 
-/// @throws std::exception the limit cannot be read
-std::string ReadLimit(IPort &port, const FeatureDescription &description, const Bound &bound)
+/// A limit of this size or beyond is that of the type, and not of the feature.
+template <typename T>
+constexpr T beyond = std::numeric_limits<T>::max();
+template <>
+constexpr double beyond<double> = double{std::numeric_limits<float>::max()};
+
+/// @throws GenApiError a limit cannot be read
+template <typename T>
+std::string DescribeRange(GraphFeatures &features, std::string_view name)
 {
-    if (const auto *number = std::get_if<double>(&bound.Value); number != nullptr && !bound.IsReference)
+    const auto limits = features.LimitsOf<T>(name);
+    if (limits.max >= beyond<T>)
     {
-        return fmt::format("{}", *number);
+        return "";
     }
-    if (const auto *name = std::get_if<std::string>(&bound.Value);
-        name != nullptr && description.Nodes().TryFindConverter(*name))
-    {
-        return fmt::format("{}", FormulaEvaluator(port, description.Nodes()).Evaluate(*name));
-    }
-    if (const auto *node = std::get_if<VectorPtr>(&bound.Value))
-    {
-        return ReadFeature(port, description, **node).dump();
-    }
-    return fmt::format("{}", GetBoundValue(port, description.Nodes(), bound));
+    return fmt::format("it takes {} to {}{}", limits.min, limits.max,
+                       limits.increment.value_or(1) != 1 ? fmt::format(" in steps of {}", *limits.increment)
+                                                         : "");
 }
 
-std::optional<std::string> TryReadLimit(IPort &port, const FeatureDescription &description,
-                                        const std::optional<Bound> &bound)
+std::string DescribeValues(GraphFeatures &features, const Node &feature)
 {
-    return bound ? GenTL::internal::utils::Try([&] { return ReadLimit(port, description, *bound); })
-                 : std::nullopt;
+    switch (feature.kind)
+    {
+    case NodeKind::Enumeration:
+        return fmt::format("it takes {}",
+                           fmt::join(AvailableEntriesOf(features, std::string(feature.name)), ", "));
+    case NodeKind::Boolean:
+        return "it takes true or false";
+    case NodeKind::Command:
+    case NodeKind::String:
+    case NodeKind::StringReg:
+    case NodeKind::Register:
+        return "";
+    default:
+        return IsFloat(feature.kind) ? DescribeRange<double>(features, feature.name)
+                                     : DescribeRange<int64_t>(features, feature.name);
+    }
 }
 
 } // namespace
 
-std::string DescribeLimits(IPort &port, const FeatureDescription &description, const NodeInfo &node)
+std::string DescribeLimits(GraphFeatures &features, const Node &feature)
 {
-    if (node.Type == "Enumeration")
+    return GenTL::internal::utils::Try([&] { return DescribeValues(features, feature); }).value_or("");
+}
+
+std::vector<std::string> AvailableEntriesOf(GraphFeatures &features, const std::string &name)
+{
+    std::vector<std::string> names;
+    for (const auto &entry : features.EntriesOf(name))
     {
-        return fmt::format("it takes {}",
-                           fmt::join(GetAvailableEnumEntries(port, description.Nodes(), node), ", "));
+        if (entry.implemented && entry.available)
+        {
+            names.emplace_back(entry.name);
+        }
     }
-    if (node.Type == "Boolean")
-    {
-        return "it takes true or false";
-    }
-    const auto minimum = TryReadLimit(port, description, node.Min);
-    const auto maximum = TryReadLimit(port, description, node.Max);
-    const auto increment = TryReadLimit(port, description, node.Inc);
-    if (!minimum || !maximum)
-    {
-        return "";
-    }
-    return fmt::format("it takes {} to {}{}", *minimum, *maximum,
-                       increment && *increment != "1" ? " in steps of " + *increment : "");
+    return names;
 }
 
 } // namespace gentlctl

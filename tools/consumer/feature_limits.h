@@ -1,15 +1,22 @@
 #pragma once
 
-#include "consumer/feature_description.h"
-#include "port/i_port.h"
+#include "genapi/graph_features.h"
+#include "genapi/node_graph.h"
 
 #include <string>
+#include <vector>
 
 namespace gentlctl
 {
 
-/// The values that a feature takes now, as "it takes 16 to 1280"; empty when the description does not say.
-std::string DescribeLimits(GenTL::internal::IPort &port, const FeatureDescription &description,
-                           const GenTL::internal::nodemap::NodeInfo &node);
+/// The values that a feature takes now, as "it takes 16 to 1280"; empty when they have no limits, or these
+/// cannot be read.
+std::string DescribeLimits(GenTL::internal::genapi::GraphFeatures &features,
+                           const GenTL::internal::genapi::Node &feature);
+
+/// Names of the entries of an enumeration that can be chosen now.
+/// @throws GenApiError it is no enumeration
+std::vector<std::string> AvailableEntriesOf(GenTL::internal::genapi::GraphFeatures &features,
+                                            const std::string &name);
 
 } // namespace gentlctl

@@ -2,23 +2,19 @@
 
 #include "consumer/feature_description.h"
 #include "consumer/json.h"
-#include "port/i_port.h"
+#include "genapi/graph_features.h"
 
-#include <cstdint>
+#include <string>
 
 namespace gentlctl
 {
 
-// Read a feature through a port. They do not check whether the feature has a value now.
-
-/// The value of a feature: number, truth value, name of an entry, text, or bytes in hexadecimal.
-/// @throws std::exception the feature cannot be read
-Json ReadFeature(GenTL::internal::IPort &port, const FeatureDescription &description,
-                 const GenTL::internal::nodemap::NodeInfo &node);
-
-/// The value of a feature that is an integer, or is held as one.
-/// @throws std::exception the feature cannot be read
-int64_t ReadIntegerFeature(GenTL::internal::IPort &port, const FeatureDescription &description,
-                           const GenTL::internal::nodemap::NodeInfo &node);
+/// The value of a feature: number, truth value, name of an entry, text, or bytes in hexadecimal. "(command)"
+/// and
+/// "(write only)" for what has no value to read.
+/// @throws std::runtime_error there is no such feature
+/// @throws GenApiError the feature cannot be read
+Json ReadFeature(GenTL::internal::genapi::GraphFeatures &features, const FeatureDescription &description,
+                 const std::string &name);
 
 } // namespace gentlctl

@@ -1,23 +1,18 @@
 #include "consumer/feature_writing.h"
 
-#include "nodemap/node_access.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <stdexcept>
 #include <system_error>
 #include <type_traits>
-#include <vector>
 
 namespace gentlctl
 {
 
-using namespace GenTL::internal::nodemap;
-using GenTL::internal::IPort;
+using namespace GenTL::internal::genapi;
 
 namespace
 {
@@ -46,67 +41,63 @@ T ParseNumber(const std::string &text)
     return value;
 }
 
-void WriteTextFeature(IPort &port, const NodeInfo &node, const std::string &text)
+void WriteChoice(GraphFeatures &features, std::string_view name, const std::string &value)
 {
-    // A larger number means a broken description.
-    constexpr uint64_t longestText = 1U << 30U;
-    if (text.size() > node.Length || node.Length > longestText)
+    const auto entries = features.EntriesOf(name);
+    const auto entry = std::ranges::find(entries, value, &Entry::name);
+    if (entry == entries.end())
     {
-        throw std::runtime_error(fmt::format("it takes at most {} characters", node.Length));
+        throw std::runtime_error("Enumeration entry not found");
     }
-    std::vector<char> bytes(node.Length);
-    std::ranges::copy(text, bytes.begin());
-    size_t size = bytes.size();
-    port.WriteRegisters(node.Address, bytes.data(), &size);
+    if (!entry->implemented || !entry->available)
+    {
+        throw std::runtime_error("Enumeration entry not available");
+    }
+    features.WriteText(name, value);
 }
 
-void WriteNumberFeature(IPort &port, const NodeInfo &node, double value)
+void WriteString(GraphFeatures &features, std::string_view name, const std::string &value)
 {
-    if (node.Length == sizeof(double))
+    const auto longest = features.LimitsOf<int64_t>(name).max;
+    if (value.size() > static_cast<uint64_t>(longest))
     {
-        WriteInteger(port, node, std::bit_cast<int64_t>(value));
+        throw std::runtime_error(fmt::format("it takes at most {} characters", longest));
     }
-    else if (node.Length == sizeof(float))
+    features.WriteText(name, value);
+}
+
+void WriteNumber(GraphFeatures &features, const Node &feature, const std::string &value)
+{
+    if (IsFloat(feature.kind))
     {
-        WriteInteger(port, node, std::bit_cast<int32_t>(static_cast<float>(value)));
+        features.WriteFloat(feature.name, ParseNumber<double>(value));
     }
     else
     {
-        throw std::runtime_error("it has no register that takes a floating-point number");
+        features.WriteInteger(feature.name, ParseNumber<int64_t>(value));
     }
 }
 
 } // namespace
 
-void WriteFeature(IPort &port, const NodeMapParser &nodes, const NodeInfo &node, const std::string &value)
+void WriteFeature(GraphFeatures &features, const Node &feature, const std::string &value)
 {
-    if (node.Type == "Enumeration")
+    switch (feature.kind)
     {
-        SetEnumEntry(port, nodes, node, value);
-    }
-    else if (node.Type == "Command")
-    {
-        WriteCommand(port, node, 1);
-    }
-    else if (node.Type == "StringReg")
-    {
-        WriteTextFeature(port, node, value);
-    }
-    else if (node.Type == "Register")
-    {
+    case NodeKind::Enumeration:
+        return WriteChoice(features, feature.name, value);
+    case NodeKind::Command:
+        return features.Execute(feature.name);
+    case NodeKind::String:
+    case NodeKind::StringReg:
+        return WriteString(features, feature.name, value);
+    case NodeKind::Register:
         throw std::runtime_error("it holds bytes, which gentlctl does not write");
-    }
-    else if (node.Type == "Float" || node.Type == "FloatReg")
-    {
-        WriteNumberFeature(port, node, ParseNumber<double>(value));
-    }
-    else if (node.Type == "Boolean" && (value == "true" || value == "false"))
-    {
-        WriteInteger(port, node, value == "true" ? 1 : 0);
-    }
-    else
-    {
-        WriteInteger(port, node, ParseNumber<int64_t>(value));
+    case NodeKind::Boolean:
+        return value == "true" || value == "false" ? features.WriteText(feature.name, value)
+                                                   : WriteNumber(features, feature, value);
+    default:
+        return WriteNumber(features, feature, value);
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "nodemap/nodemap_parser.h"
-#include "port/i_port.h"
+#include "genapi/graph_features.h"
+#include "genapi/node_graph.h"
 
 #include <string>
 
@@ -9,9 +9,9 @@ namespace gentlctl
 {
 
 /// Writes a value given as text; a command takes any text.
-/// @throws std::runtime_error the text is no value of the feature's type, or the feature cannot be written
-/// @throws GenTLException the port refuses the value
-void WriteFeature(GenTL::internal::IPort &port, const GenTL::internal::nodemap::NodeMapParser &nodes,
-                  const GenTL::internal::nodemap::NodeInfo &node, const std::string &value);
+/// @throws std::runtime_error the text is no value of the feature's type
+/// @throws GenApiError the feature cannot be written, or the port refuses the value
+void WriteFeature(GenTL::internal::genapi::GraphFeatures &features,
+                  const GenTL::internal::genapi::Node &feature, const std::string &value);
 
 } // namespace gentlctl

@@ -1,10 +1,8 @@
 #include "consumer/features.h"
 
-#include "consumer/chunk_port.h"
 #include "consumer/feature_limits.h"
 #include "consumer/feature_values.h"
 #include "consumer/feature_writing.h"
-#include "nodemap/node_access.h"
 
 #include <fmt/format.h>
 
@@ -25,16 +23,49 @@ Json ErrorOf(const std::exception &exception)
     return {{"error", exception.what()}};
 }
 
-Json ValueOrReason(const Features &features, const std::string &name, bool isNamed)
+/// The features, to be read from the device again.
+genapi::GraphFeatures &Fresh(genapi::GraphFeatures &features)
+{
+    features.Invalidate();
+    return features;
+}
+
+/// Why a feature has no value now. A feature whose access cannot be found out has no reason: an attempt to
+/// read it tells what failed.
+std::optional<std::string> ReasonFor(genapi::GraphFeatures &features, const FeatureDescription &description,
+                                     const std::string &name)
+{
+    if (auto why = description.WhyPassing(description.Find(name)))
+    {
+        return why;
+    }
+    const auto access = features.AccessOf(name);
+    return access.failed || (access.implemented && access.available)
+               ? std::nullopt
+               : std::optional<std::string>("not available now");
+}
+
+/// @throws std::runtime_error the feature cannot be read now
+Json Read(genapi::GraphFeatures &features, const FeatureDescription &description, const std::string &name)
+{
+    if (const auto why = ReasonFor(features, description, name))
+    {
+        throw std::runtime_error(fmt::format("{}: {}", name, *why));
+    }
+    return ReadFeature(features, description, name);
+}
+
+Json ValueOrReason(genapi::GraphFeatures &features, const FeatureDescription &description,
+                   const std::string &name, bool isNamed)
 {
     try
     {
-        if (const auto why = isNamed ? std::nullopt : features.WhyWithoutValue(name))
+        if (const auto why = isNamed ? std::nullopt : ReasonFor(features, description, name))
         {
             // In a list of all features, a feature without a value is not a failure.
             return {{"text", *why}};
         }
-        return features.Get(name);
+        return Read(features, description, name);
     }
     catch (const std::exception &exception)
     {
@@ -42,104 +73,96 @@ Json ValueOrReason(const Features &features, const std::string &name, bool isNam
     }
 }
 
-/// Asks `pIsImplemented` first: a device may fail to answer `pIsAvailable` for a feature that it does not
-/// implement.
-bool IsImplementedAndAvailable(IPort &port, const nodemap::NodeMapParser &nodes,
-                               const nodemap::NodeInfo &node)
-{
-    return IsTrue(port, nodes, node.pIsImplemented) && IsTrue(port, nodes, node.pIsAvailable);
-}
-
 } // namespace
 
-Features::Features(std::shared_ptr<Port> port) : m_port(std::move(port)), m_description(*m_port) {}
+Features::Features(std::shared_ptr<Port> port)
+    : m_port(std::move(port)), m_description(*m_port),
+      m_registers(std::make_unique<FeatureRegisters>(*m_port, m_description.ChunkIds())),
+      m_features(std::make_unique<genapi::GraphFeatures>(m_description.Graph(), *m_registers))
+{
+}
 
 std::vector<std::string> Features::AvailableEntries(const std::string &name) const
 {
-    return nodemap::GetAvailableEnumEntries(*m_port, m_description.Nodes(), m_description.Find(name));
+    m_description.Find(name);
+    return AvailableEntriesOf(Fresh(*m_features), name);
 }
 
 std::optional<std::string> Features::WhyWithoutValue(const std::string &name) const
 {
-    const auto &node = m_description.Find(name);
-    if (auto why = m_description.WhyPassing(name))
-    {
-        return why;
-    }
-    return IsImplementedAndAvailable(*m_port, m_description.Nodes(), node)
-               ? std::nullopt
-               : std::optional<std::string>("not available now");
+    return ReasonFor(Fresh(*m_features), m_description, name);
 }
 
 Json Features::Get(const std::string &name) const
 {
-    if (const auto why = WhyWithoutValue(name))
-    {
-        throw std::runtime_error(fmt::format("{}: {}", name, *why));
-    }
-    return ReadFeature(*m_port, m_description, m_description.Find(name));
+    return Read(Fresh(*m_features), m_description, name);
 }
 
 int64_t Features::GetInteger(const std::string &name) const
 {
-    return ReadIntegerFeature(*m_port, m_description, m_description.Find(name));
+    m_description.Find(name);
+    return Fresh(*m_features).ReadInteger(name);
 }
 
 void Features::Set(const std::string &name, const std::string &value) const
 {
-    const auto &node = m_description.Find(name);
-    if (const auto why = m_description.WhyPassing(name))
+    if (const auto why = m_description.WhyPassing(m_description.Find(name)))
     {
         throw std::runtime_error(*why);
     }
-    if (node.Type != "Enumeration" && node.Length == 0)
-    {
-        throw std::runtime_error("it has no register of its own");
-    }
-    WriteFeature(*m_port, m_description.Nodes(), node, value);
+    WriteFeature(Fresh(*m_features), NodeOf(name), value);
 }
 
 bool Features::IsReadOnly(const std::string &name) const
 {
-    return m_description.Find(name).AccessMode == nodemap::AccessMode::RO;
+    m_description.Find(name);
+    const auto access = Fresh(*m_features).AccessOf(name);
+    return access.implemented && access.available && !access.writable && !access.failed;
 }
 
 std::string Features::Allowed(const std::string &name) const
 {
-    return DescribeLimits(*m_port, m_description, m_description.Find(name));
+    return DescribeLimits(Fresh(*m_features), NodeOf(name));
 }
 
 Json Features::Values(const std::vector<std::string> &names) const
 {
+    m_features->Invalidate();
     auto values = Json::object();
     for (const auto &name : names.empty() ? Names() : names)
     {
-        values[name] = ValueOrReason(*this, name, !names.empty());
+        values[name] = ValueOrReason(*m_features, m_description, name, !names.empty());
     }
     return values;
 }
 
-Json Features::ChunkValues(const std::map<uint64_t, std::span<const uint8_t>> &chunks) const
+Json Features::ChunkValues(const Chunks &chunks) const
 {
+    m_registers->Attach(chunks);
+    m_features->Invalidate();
     auto values = Json::object();
     for (const auto &[name, id] : m_description.ChunkFeatures())
     {
-        const auto chunk = chunks.find(id);
-        if (chunk == chunks.end())
+        if (!chunks.contains(id))
         {
             continue;
         }
-        ChunkPort port(chunk->second);
         try
         {
-            values[name] = ReadFeature(port, m_description, m_description.Find(name));
+            values[name] = ReadFeature(*m_features, m_description, name);
         }
         catch (const std::exception &exception)
         {
             values[name] = ErrorOf(exception);
         }
     }
+    m_registers->Attach({});
     return values;
+}
+
+const genapi::Node &Features::NodeOf(const std::string &name) const
+{
+    return m_description.Graph()[m_description.Find(name)];
 }
 
 } // namespace gentlctl

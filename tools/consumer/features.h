@@ -1,15 +1,15 @@
 #pragma once
 
+#include "consumer/device_file_reader.h"
 #include "consumer/feature_description.h"
+#include "consumer/feature_registers.h"
 #include "consumer/json.h"
 #include "consumer/port.h"
-#include "utils/file_access.h"
+#include "genapi/graph_features.h"
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
@@ -18,9 +18,9 @@ namespace gentlctl
 
 /// The features of a port by name, through the project's own description reader.
 ///
-/// Reads and writes go through the port like those of any consumer. A feature whose value is a formula can be
-/// read; it can be written only where a register stands behind it. A literal value of the description belongs
-/// to this object: it can be written and read again, and reaches no device.
+/// Reads and writes go through the port like those of any consumer, and each call sees the registers as they
+/// are then. A literal value of the description belongs to this object: it can be written and read again, and
+/// reaches no device. For one thread at a time.
 class Features
 {
 public:
@@ -29,7 +29,7 @@ public:
 
     /// Names of all features below the category `Root`, in the description's order.
     std::vector<std::string> Names() const { return m_description.Names(); }
-    bool Has(const std::string &name) const { return m_description.Nodes().HasNode(name); }
+    bool Has(const std::string &name) const { return m_description.Has(name); }
 
     // Each of the following throws std::runtime_error when there is no such feature.
 
@@ -66,15 +66,18 @@ public:
 
     /// Values of the features in the chunks of a frame, by name. An "error" stands in place of a value that
     /// cannot be read.
-    /// @param chunks by their ids
-    Json ChunkValues(const std::map<uint64_t, std::span<const uint8_t>> &chunks) const;
+    Json ChunkValues(const Chunks &chunks) const;
 
     /// Access to the files of a device.
-    GenTL::internal::utils::FileAccess Files() const { return {*m_port, m_description.Nodes()}; }
+    DeviceFileReader Files() const { return DeviceFileReader(*m_features); }
 
 private:
+    const GenTL::internal::genapi::Node &NodeOf(const std::string &name) const;
+
     std::shared_ptr<Port> m_port;
     FeatureDescription m_description;
+    std::unique_ptr<FeatureRegisters> m_registers;
+    std::unique_ptr<GenTL::internal::genapi::GraphFeatures> m_features;
 };
 
 } // namespace gentlctl

@@ -36,11 +36,13 @@ std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
     }
     catch (const internal::GenTLException &exception)
     {
-        // A producer that is not initialised has no last error to read.
+        // A producer need not have a last error before it is initialised. The proxy producer has none.
+        const bool isUnexplained = exception.what() == internal::unknownLowerError;
         throw std::runtime_error(
-            fmt::format("{} cannot be initialised: {} ({}). With PROXY_TL_LOG_LEVEL=error "
-                        "in the environment the proxy producer logs the reason.",
-                        file, exception.what(), exception.Code()));
+            fmt::format("{} cannot be initialised: {} ({}){}", file, exception.what(), exception.Code(),
+                        isUnexplained ? ". With PROXY_TL_LOG_LEVEL=error in the environment the "
+                                        "proxy producer logs the reason."
+                                      : ""));
     }
 }
 

@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <vector>
 
 namespace gentlctl
@@ -29,6 +30,28 @@ struct FormatsReport
     Json decisive = Json::object();
 };
 
+/// The feature in which a producer shows the format that the device itself sends.
+constexpr auto sentFeature = "DevicePixelFormat";
+
+/// Chooses each format, to see what the device sends then, and at last the one that was chosen before.
+std::vector<OfferedFormat> TryFormats(const Features &remote, const std::vector<std::string> &chosen)
+{
+    const std::string before = remote.Get("PixelFormat");
+    std::vector<OfferedFormat> offered;
+    offered.reserve(chosen.size());
+    for (const auto &name : chosen)
+    {
+        remote.Set("PixelFormat", name);
+        offered.push_back(ExplainFormat(name, remote.Get(sentFeature)));
+    }
+    // A device may stand at a format that cannot be chosen in its mode.
+    if (std::ranges::find(chosen, before) != chosen.end())
+    {
+        remote.Set("PixelFormat", before);
+    }
+    return offered;
+}
+
 FormatsReport ReadFormats(const CommonOptions &options)
 {
     Producer producer(options.producer);
@@ -42,6 +65,11 @@ FormatsReport ReadFormats(const CommonOptions &options)
             report.decisive[feature] = {{"is", remote.Get(feature)},
                                         {"canBe", remote.AvailableEntries(feature)}};
         }
+    }
+    if (remote.Has(sentFeature) && !remote.WhyWithoutValue(sentFeature))
+    {
+        report.sent = remote.AvailableEntries(sentFeature);
+        report.offered = TryFormats(remote, report.chosen);
     }
     return report;
 }
@@ -97,8 +125,11 @@ void PrintFormats(const FormatsReport &report)
 int Formats(const CommonOptions &options)
 {
     auto report = ReadFormats(options);
-    report.sent = SentFormats(options, report);
-    report.offered = ExplainFormats(report.chosen, report.sent);
+    if (report.offered.empty())
+    {
+        report.sent = SentFormats(options, report);
+        report.offered = ExplainFormats(report.chosen, report.sent);
+    }
     options.json ? PrintFormatsAsJson(report) : PrintFormats(report);
     return success;
 }

@@ -1,5 +1,6 @@
 #include "gentlctl/offered_formats.h"
 
+#include "common/format_table.h"
 #include "common/pixel_format.h"
 
 #include <algorithm>
@@ -65,6 +66,18 @@ std::vector<OfferedFormat> ExplainFormats(const std::vector<std::string> &chosen
         offered.push_back(Explain(name, inputs));
     }
     return offered;
+}
+
+OfferedFormat ExplainFormat(const std::string &chosen, const std::string &sent)
+{
+    using tarn::common::wideFormats;
+    const auto *const output = wideFormats.Find(chosen);
+    const auto *const input = wideFormats.Find(sent);
+    if (chosen == sent || input == nullptr || output == nullptr || input == output)
+    {
+        return {chosen, sent, "copy"};
+    }
+    return {chosen, sent, input->unpacked == output->format ? "unpack" : "calibrate"};
 }
 
 } // namespace gentlctl

@@ -6,7 +6,7 @@
 namespace gentlctl
 {
 
-/// A pixel format that an application may choose, and how the proxy producer makes it.
+/// A pixel format that an application may choose, and how the producer makes it.
 struct OfferedFormat
 {
     std::string name;
@@ -20,5 +20,9 @@ struct OfferedFormat
 /// the sent formats, every format counts as copied.
 std::vector<OfferedFormat> ExplainFormats(const std::vector<std::string> &chosen,
                                           const std::vector<std::string> &sent);
+
+/// Says how a producer makes a format from the one that the device is found to send then: by a copy, else by
+/// unpacking if `sent` is the packed form, else from depth.
+OfferedFormat ExplainFormat(const std::string &chosen, const std::string &sent);
 
 } // namespace gentlctl

@@ -5,7 +5,7 @@
 #include "pictures/file_writing.h"
 #include "pictures/image_encoding.h"
 
-#include "common/exceptions.h"
+#include "common/format_table.h"
 #include "common/pixel_format.h"
 #include "utils/checks.h"
 
@@ -26,6 +26,7 @@ namespace
 {
 
 using tarn::common::PixelFormat;
+using tarn::common::wideFormats;
 
 /// How the samples of a format are converted.
 enum class Conversion
@@ -55,6 +56,7 @@ constexpr std::array pictures{
     Picture{PixelFormat::Mono8, 1, 255, AsItIs},
     Picture{PixelFormat::Mono10, 1, 1023, AsItIs},
     Picture{PixelFormat::Mono12, 1, 4095, AsItIs},
+    Picture{PixelFormat::Mono14, 1, 16383, AsItIs},
     Picture{PixelFormat::Mono16, 1, 65535, AsItIs},
     Picture{PixelFormat::BayerRG8, 1, 255, BayerRG},
     Picture{PixelFormat::BayerGR8, 1, 255, BayerGR},
@@ -68,12 +70,24 @@ constexpr std::array pictures{
     Picture{PixelFormat::BayerGR12, 1, 4095, BayerGR},
     Picture{PixelFormat::BayerGB12, 1, 4095, BayerGB},
     Picture{PixelFormat::BayerBG12, 1, 4095, BayerBG},
+    Picture{PixelFormat::BayerRG14, 1, 16383, BayerRG},
+    Picture{PixelFormat::BayerGR14, 1, 16383, BayerGR},
+    Picture{PixelFormat::BayerGB14, 1, 16383, BayerGB},
+    Picture{PixelFormat::BayerBG14, 1, 16383, BayerBG},
+    Picture{PixelFormat::BayerRG16, 1, 65535, BayerRG},
+    Picture{PixelFormat::BayerGR16, 1, 65535, BayerGR},
+    Picture{PixelFormat::BayerGB16, 1, 65535, BayerGB},
+    Picture{PixelFormat::BayerBG16, 1, 65535, BayerBG},
     Picture{PixelFormat::RGB8, 3, 255, AsItIs},
     Picture{PixelFormat::BGR8, 3, 255, BlueFirst},
     Picture{PixelFormat::RGB10, 3, 1023, AsItIs},
     Picture{PixelFormat::BGR10, 3, 1023, BlueFirst},
     Picture{PixelFormat::RGB12, 3, 4095, AsItIs},
     Picture{PixelFormat::BGR12, 3, 4095, BlueFirst},
+    Picture{PixelFormat::RGB14, 3, 16383, AsItIs},
+    Picture{PixelFormat::BGR14, 3, 16383, BlueFirst},
+    Picture{PixelFormat::RGB16, 3, 65535, AsItIs},
+    Picture{PixelFormat::BGR16, 3, 65535, BlueFirst},
     Picture{PixelFormat::Confidence8, 1, 255, AsItIs},
     Picture{PixelFormat::Confidence16, 1, 65535, AsItIs},
     Picture{PixelFormat::Coord3D_C8, 1, 255, Depth},
@@ -205,27 +219,16 @@ void Scale(Raster<uint16_t> &pixels, unsigned int maximum)
 
 std::string FormatName(uint64_t pixelFormat)
 {
-    try
-    {
-        return tarn::common::PixelFormatName(static_cast<PixelFormat>(pixelFormat));
-    }
-    catch (const std::exception &)
-    {
-        return fmt::format("0x{:08X}", pixelFormat);
-    }
+    const auto *const format = wideFormats.Find(static_cast<PixelFormat>(pixelFormat));
+    return format != nullptr ? std::string(format->name) : fmt::format("0x{:08X}", pixelFormat);
 }
 
 size_t BytesOf(uint64_t pixelFormat, size_t width, size_t height)
 {
-    try
-    {
-        return GetSizeInBytes(static_cast<PixelFormat>(pixelFormat),
-                              {static_cast<unsigned int>(width), static_cast<unsigned int>(height)});
-    }
-    catch (const tarn::common::InvalidParameterException &)
-    {
-        return 0;
-    }
+    const auto *const format = wideFormats.Find(static_cast<PixelFormat>(pixelFormat));
+    return format != nullptr ? GetSizeInBytes(*format, {static_cast<unsigned int>(width),
+                                                        static_cast<unsigned int>(height)})
+                             : 0;
 }
 
 size_t ImagesIn(uint64_t pixelFormat)

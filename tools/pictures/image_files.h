@@ -28,7 +28,7 @@ std::string FormatName(uint64_t pixelFormat);
 /// How many images the samples of a pixel hold: 2 in `Mono10_AB`, 4 in `Mono8_ABCD`, 1 in other formats.
 size_t ImagesIn(uint64_t pixelFormat);
 
-/// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 and 12 bits
+/// Writes a picture in the format of the file's extension (.png, .tiff). In a PNG samples of 10 to 14 bits
 /// are scaled to the full 16, so that every viewer shows them right; in a TIFF they keep their values.
 /// Bayer images are written in colour. The images of an interleaved Bayer format are written as they are: the
 /// format does not define which lines of the mosaic each has. A PNG shows depth in colours; a TIFF keeps its

@@ -1,7 +1,8 @@
-#include "remote/description_text.h"
+#include "nodemap/description_text.h"
 
 #include "support/zip_archive.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -118,6 +119,36 @@ TEST(DescriptionText, FindsTheEndOfAnArchive)
     EXPECT_EQ(WithoutTail(longer).size(), archive.size());
     EXPECT_EQ(WithoutTail(archive).size(), archive.size());
     EXPECT_EQ(WithoutTail(std::span(archive).first(10)).size(), 10U);
+}
+
+TEST(DescriptionText, ComesFromLatin1WhereTheBytesAreNoUtf8)
+{
+    EXPECT_EQ(TextFrom("<?xml version=\"1.0\" encoding=\"utf-8\"?><a>12345678\xE9 </a>"),
+              "<?xml version=\"1.0\" encoding=\"utf-8\"?><a>12345678\xC3\xA9 </a>");
+    EXPECT_EQ(TextFrom("<a>\xC3</a>"), "<a>\xC3\x83</a>");
+    for (const auto *utf8 : {"<a>\xC3\xA9</a>", "<a>\xE2\x82\xAC</a>", "<a>\xF0\x9F\x93\xB7</a>"})
+    {
+        EXPECT_EQ(TextFrom(utf8), utf8);
+    }
+}
+
+TEST(DescriptionText, DoesNotEndInACommentOrASection)
+{
+    for (const auto *inner : {"<!-- </RegisterDescription> -->", "<![CDATA[</RegisterDescription>]]>",
+                              "<!-- a --><!-- </RegisterDescription> --><!-- b -->"})
+    {
+        const auto text = fmt::format("<RegisterDescription>{}</RegisterDescription>", inner);
+        EXPECT_EQ(TextFrom(text + "<!-- --> rest"), text);
+    }
+}
+
+TEST(DescriptionText, FindsTheEndOfAnArchiveBeforeAnOlderOne)
+{
+    const auto archive = MakeZip({{"a.xml", "<a/>"}});
+    const auto older = MakeZip({{"older.xml", "<older/>"}});
+    auto memory = archive;
+    memory.insert(memory.end(), older.begin() + 20, older.end());
+    EXPECT_EQ(WithoutTail(memory).size(), archive.size());
 }
 
 } // namespace

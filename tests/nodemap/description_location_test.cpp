@@ -1,4 +1,4 @@
-#include "remote/description_location.h"
+#include "nodemap/description_location.h"
 
 #include <gtest/gtest.h>
 

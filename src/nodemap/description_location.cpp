@@ -1,4 +1,4 @@
-#include "remote/description_location.h"
+#include "nodemap/description_location.h"
 
 #include <algorithm>
 #include <charconv>
@@ -47,14 +47,19 @@ std::string_view Trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+std::optional<uint64_t> ParseNumber(std::string_view text, int base)
+{
+    uint64_t value = 0;
+    const auto *const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, base);
+    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
+}
+
 std::optional<uint64_t> ParseBase16(std::string_view text)
 {
     text = Trimmed(text);
     TakePrefix(text, "0x");
-    uint64_t value = 0;
-    const auto *const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value, 16);
-    return error == std::errc{} && stop == end ? std::optional(value) : std::nullopt;
+    return ParseNumber(text, 16);
 }
 
 /// Replaces %XX by the byte that it means.
@@ -92,6 +97,7 @@ void ParseLocal(std::string_view rest, DescriptionLocation &location)
         location.name = rest.substr(0, first);
         location.address = *address;
         location.size = *size;
+        location.decimalSize = ParseNumber(Trimmed(sizeText), 10);
     }
 }
 

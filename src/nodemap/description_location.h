@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -24,6 +25,8 @@ struct DescriptionLocation
     std::string path; ///< File: the decoded path
     uint64_t address = 0;
     uint64_t size = 0; ///< bytes
+    /// Local: the size if its digits are meant in base 10, as some devices give it; none if they cannot be.
+    std::optional<uint64_t> decimalSize;
 };
 
 /// Reads a URL as ports in the field give it: `local:name;address;size` or `local:///name;address;size`, the

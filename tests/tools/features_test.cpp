@@ -1,0 +1,269 @@
+// The features of a module by name, over a port whose registers a test sets.
+
+#include "consumer/features.h"
+
+#include "support/failure.h"
+#include "support/fake_gentl_proxy.h"
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+namespace
+{
+
+using namespace GenTL;
+using internal::FailureOf;
+using internal::FakeGenTLProxy;
+
+/// A module with the nodes that a test gives, and a memory for their registers.
+class FeaturesTest : public testing::Test
+{
+protected:
+    FeaturesTest()
+    {
+        m_calls->onGCGetPortURL = [this](PORT_HANDLE, char *url, size_t *size)
+        {
+            const auto text = fmt::format("local:a.xml;{:x};{:x}", descriptionAddress, m_description.size());
+            *size = text.size() + 1;
+            if (url != nullptr)
+            {
+                std::memcpy(url, text.c_str(), *size);
+            }
+            return GC_ERR_SUCCESS;
+        };
+        m_calls->onGCReadPort = [this](PORT_HANDLE, uint64_t address, void *buffer, size_t *size)
+        {
+            const auto *const from = address >= descriptionAddress
+                                         ? m_description.data() + (address - descriptionAddress)
+                                         : reinterpret_cast<const char *>(memory.data() + address);
+            *size -= std::min(*size, address >= descriptionAddress ? size_t{0} : missingBytes);
+            std::memcpy(buffer, from, *size);
+            return GC_ERR_SUCCESS;
+        };
+        m_calls->onGCWritePort = [this](PORT_HANDLE, uint64_t address, const void *buffer, size_t *size)
+        {
+            std::memcpy(memory.data() + address, buffer, *size);
+            return GC_ERR_SUCCESS;
+        };
+    }
+
+    /// @param features the names of the nodes in the category Root, without the brackets of a list
+    Features Open(const std::vector<std::string> &features, const std::string &nodes)
+    {
+        std::string listed;
+        for (const auto &feature : features)
+        {
+            listed += fmt::format("<pFeature>{}</pFeature>", feature);
+        }
+        m_description =
+            fmt::format("<RegisterDescription><Category Name=\"Root\">{}</Category>{}<Port Name=\"Device\"/>"
+                        "<Port Name=\"Chunk\"><ChunkID>C7</ChunkID></Port>"
+                        "<Port Name=\"Event\"><EventID>9001</EventID></Port></RegisterDescription>",
+                        listed, nodes);
+        return Features(std::make_shared<Port>(m_calls, nullptr, internal::ModuleType::RemoteDevice));
+    }
+
+    std::array<uint8_t, 256> memory{};
+    size_t missingBytes = 0; ///< by how many bytes a read comes too short
+
+private:
+    static constexpr uint64_t descriptionAddress = 0x10000;
+
+    std::shared_ptr<FakeGenTLProxy> m_calls = std::make_shared<FakeGenTLProxy>();
+    std::string m_description;
+};
+
+/// A register of two bytes, big-endian.
+std::string BigRegister(const std::string &name, const std::string &address, const std::string &access,
+                        const std::string &port = "Device", const std::string &sign = "Unsigned")
+{
+    return fmt::format(
+        "<IntReg Name=\"{}\"><Address>{}</Address><Length>2</Length><AccessMode>{}</AccessMode>"
+        "<pPort>{}</pPort><Sign>{}</Sign><Endianess>BigEndian</Endianess></IntReg>",
+        name, address, access, port, sign);
+}
+
+TEST_F(FeaturesTest, GoThroughAConverterToABigEndianRegister)
+{
+    const auto features =
+        Open({"Temperature"}, "<Float Name=\"Temperature\"><pValue>Converter</pValue></Float>"
+                              "<Converter Name=\"Converter\"><FormulaTo>FROM*4</FormulaTo><FormulaFrom>TO/4"
+                              "</FormulaFrom><pValue>Quarters</pValue><Slope>Increasing</Slope></Converter>" +
+                                  BigRegister("Quarters", "0x10", "RW", "Device", "Signed"));
+    memory[0x10] = 0xFF;
+    memory[0x11] = 0xCE;
+    EXPECT_EQ(features.Get("Temperature"), -12.5);
+    features.Set("Temperature", "20.25");
+    EXPECT_EQ(memory[0x10], 0);
+    EXPECT_EQ(memory[0x11], 81);
+    EXPECT_EQ(features.Allowed("Temperature"), "it takes -8192 to 8191.75");
+}
+
+TEST_F(FeaturesTest, FollowAnIndexToTheRegisterOfItsSlot)
+{
+    const auto features =
+        Open({"Slot", "Value"}, "<Integer Name=\"Slot\"><Value>0</Value><Max>3</Max></Integer>"
+                                "<Integer Name=\"Value\"><pValue>Table</pValue></Integer>"
+                                "<IntReg Name=\"Table\"><Address>0x20</Address><pIndex>Slot"
+                                "</pIndex><Length>2</Length><AccessMode>RW</AccessMode>"
+                                "<pPort>Device</pPort></IntReg>");
+    features.Set("Slot", "2");
+    features.Set("Value", "0x1234");
+    EXPECT_EQ(memory[0x24], 0x34);
+    EXPECT_EQ(memory[0x25], 0x12);
+    features.Set("Slot", "1");
+    EXPECT_EQ(features.GetInteger("Value"), 0);
+}
+
+TEST_F(FeaturesTest, AreReadOnlyWhenAFormulaIsBehindThem)
+{
+    const auto features =
+        Open({"Payload"}, "<Integer Name=\"Payload\"><pValue>Product</pValue></Integer><IntSwissKnife "
+                          "Name=\"Product\"><pVariable Name=\"W\">Width</pVariable><Formula>W * 3</Formula>"
+                          "</IntSwissKnife>" +
+                              BigRegister("Width", "0x10", "RW"));
+    memory[0x11] = 7;
+    EXPECT_EQ(features.GetInteger("Payload"), 21);
+    EXPECT_TRUE(features.IsReadOnly("Payload"));
+}
+
+TEST_F(FeaturesTest, LeaveALockToTheDevice)
+{
+    const auto features =
+        Open({"Width"}, "<Integer Name=\"Width\"><pIsLocked>Yes</pIsLocked><pValue>WidthReg"
+                        "</pValue></Integer><Integer Name=\"Yes\"><Value>1</Value></Integer>" +
+                            BigRegister("WidthReg", "0x10", "RW"));
+    EXPECT_FALSE(features.IsReadOnly("Width"));
+    features.Set("Width", "5");
+    EXPECT_EQ(memory[0x11], 5);
+}
+
+TEST_F(FeaturesTest, CanBeWrittenWhenNoAccessModeForbidsIt)
+{
+    const auto features =
+        Open({"Width"}, "<IntReg Name=\"Width\"><Address>0x10</Address><Length>1</Length></IntReg>");
+    features.Set("Width", "6");
+    EXPECT_EQ(memory[0x10], 6);
+}
+
+TEST_F(FeaturesTest, CanBeWriteOnly)
+{
+    const auto features = Open({"Key"}, "<Integer Name=\"Key\"><pValue>KeyReg</pValue></Integer>" +
+                                            BigRegister("KeyReg", "0x10", "WO"));
+    EXPECT_EQ(features.Get("Key"), "(write only)");
+    features.Set("Key", "9");
+    EXPECT_EQ(memory[0x11], 9);
+}
+
+TEST_F(FeaturesTest, KeepAWriteWithinTheirLimits)
+{
+    const auto features =
+        Open({"Width"}, "<Integer Name=\"Width\"><pValue>WidthReg</pValue><Min>16</Min><Max>64"
+                        "</Max><Inc>16</Inc></Integer>" +
+                            BigRegister("WidthReg", "0x10", "RW"));
+    EXPECT_EQ(FailureOf([&] { features.Set("Width", "80"); }).code, GC_ERR_INVALID_VALUE);
+    EXPECT_EQ(FailureOf([&] { features.Set("Width", "17"); }).code, GC_ERR_INVALID_VALUE);
+    EXPECT_EQ(memory[0x11], 0);
+    EXPECT_EQ(features.Allowed("Width"), "it takes 16 to 64 in steps of 16");
+}
+
+TEST_F(FeaturesTest, HaveNoLimitsWhereTheDescriptionHasNone)
+{
+    const auto features =
+        Open({"Any", "Ratio", "Text"},
+             "<Integer Name=\"Any\"><Value>1</Value></Integer><Float Name=\"Ratio\"><Value>1"
+             "</Value></Float><StringReg Name=\"Text\"><Address>0x20</Address><Length>4"
+             "</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></StringReg>");
+    EXPECT_EQ(features.Allowed("Any"), "");
+    EXPECT_EQ(features.Allowed("Ratio"), "");
+    EXPECT_EQ(features.Allowed("Text"), "");
+    EXPECT_EQ(FailureOf([&] { features.Set("Text", "12345"); }).text, "it takes at most 4 characters");
+    features.Set("Text", "1234");
+    EXPECT_EQ(features.Get("Text"), "1234");
+}
+
+TEST_F(FeaturesTest, SeeWhatTheDeviceHasChanged)
+{
+    const auto features = Open({"Width"}, BigRegister("Width", "0x10", "RW"));
+    EXPECT_EQ(features.Get("Width"), 0);
+    memory[0x11] = 8;
+    EXPECT_EQ(features.Get("Width"), 8);
+    memory[0x11] = 9;
+    EXPECT_EQ(features.Values({})["Width"], 9);
+}
+
+TEST_F(FeaturesTest, AreNotMadeOfFewerBytesThanTheyHave)
+{
+    const auto features = Open({"Width"}, BigRegister("Width", "0x10", "RW"));
+    missingBytes = 1;
+    const auto failure = FailureOf([&] { features.Get("Width"); });
+    EXPECT_EQ(failure.code, GC_ERR_IO);
+    EXPECT_NE(failure.text.find("only 1 of 2 bytes came"), std::string::npos) << failure.text;
+}
+
+TEST_F(FeaturesTest, OfAnEventHaveNoValue)
+{
+    const auto features = Open({"EventTime"}, BigRegister("EventTime", "0", "RO", "Event"));
+    EXPECT_EQ(features.WhyWithoutValue("EventTime"), "only with an event");
+    EXPECT_EQ(FailureOf([&] { features.Set("EventTime", "1"); }).text, "only with an event");
+}
+
+class ChunkFeatures : public FeaturesTest
+{
+protected:
+    /// A feature that multiplies the value in a chunk by a register of the device.
+    Features OpenWithFactor()
+    {
+        return Open({"ChunkGain"}, "<Float Name=\"ChunkGain\"><pValue>Product</pValue></Float><SwissKnife "
+                                   "Name=\"Product\"><pVariable Name=\"RAW\">Raw</pVariable><pVariable "
+                                   "Name=\"F\">Factor</pVariable><Formula>RAW * F</Formula></SwissKnife>" +
+                                       BigRegister("Raw", "2", "RO", "Chunk") +
+                                       BigRegister("Factor", "2", "RO"));
+    }
+};
+
+TEST_F(ChunkFeatures, AreReadBesideTheRegistersOfTheDevice)
+{
+    const auto features = OpenWithFactor();
+    memory[3] = 10;
+    const std::array<uint8_t, 4> chunk{0, 0, 1, 2};
+    EXPECT_EQ(features.ChunkValues({{0xC7, chunk}}), (Json{{"ChunkGain", 2580.0}}));
+    const std::array<uint8_t, 4> next{0, 0, 0, 3};
+    EXPECT_EQ(features.ChunkValues({{0xC7, next}}), (Json{{"ChunkGain", 30.0}}));
+    EXPECT_EQ(features.ChunkValues({{0xC8, next}}), Json::object());
+    EXPECT_EQ(features.WhyWithoutValue("ChunkGain"), "only with a frame");
+}
+
+TEST_F(ChunkFeatures, SayWhenTheChunkIsTooShort)
+{
+    const auto features = OpenWithFactor();
+    const std::array<uint8_t, 3> chunk{};
+    const auto values = features.ChunkValues({{0xC7, chunk}});
+    const auto error = values["ChunkGain"].value("error", "");
+    EXPECT_NE(error.find("the chunk is too short"), std::string::npos) << values;
+}
+
+TEST_F(FeaturesTest, AreThoseThatHaveAValue)
+{
+    const auto features =
+        Open({"Group", "Missing", "Device", "Old"},
+             "<Category Name=\"Group\"><pFeature>Last</pFeature><pFeature>First</pFeature></Category>"
+             "<Group Comment=\"\"><Integer Name=\"First\"><Value>1</Value></Integer></Group>"
+             "<IntSwissKnife Name=\"Last\"><Formula>2</Formula></IntSwissKnife><ConfRom Name=\"Old\"/>");
+    EXPECT_EQ(features.Names(), (std::vector<std::string>{"Last", "First"}));
+    EXPECT_FALSE(features.Has("Old"));
+    EXPECT_EQ(features.Values({}), (Json{{"Last", 2}, {"First", 1}}));
+}
+
+} // namespace
+} // namespace gentlctl

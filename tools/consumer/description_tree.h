@@ -1,0 +1,60 @@
+#pragma once
+
+#include "genapi/node_graph.h"
+#include "port/i_port.h"
+
+#include <pugixml.hpp>
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace gentlctl
+{
+
+/// A port of a description that exists at times only.
+struct PassingPort
+{
+    std::string_view when; ///< for example "only with a frame"
+    std::optional<uint64_t> chunkId;
+};
+
+/// The address of the first byte of a chunk. No device has registers in the upper half of the addresses.
+/// @param index in DescriptionTree::ChunkIds
+constexpr uint64_t ChunkAddress(size_t index)
+{
+    return (uint64_t{1} << 63U) + (uint64_t{index} << 32U);
+}
+
+/// The description behind a port, prepared for reading with the chunks of a frame at hand.
+///
+/// Three things differ from the document of the device. The registers in each chunk lie at an address of its
+/// own, so that one port reads them beside those of the device. The locks are left out: a write goes to the
+/// device, whose refusal says more than the lock. A register without an access mode can be written, for the
+/// same reason.
+///
+/// Constant after construction.
+class DescriptionTree
+{
+public:
+    /// @throws std::runtime_error as LoadDescription, and when the text is no GenICam description
+    explicit DescriptionTree(GenTL::internal::IPort &port);
+
+    const pugi::xml_document &Document() const { return m_document; }
+    /// By their names.
+    const std::map<std::string, PassingPort, std::less<>> &PassingPorts() const { return m_passingPorts; }
+    const std::vector<uint64_t> &ChunkIds() const { return m_chunkIds; }
+
+private:
+    void FindPassingPorts(const GenTL::internal::genapi::NodeGraph &graph);
+    void MoveChunk(const GenTL::internal::genapi::NodeGraph &graph, GenTL::internal::genapi::NodeId id) const;
+
+    pugi::xml_document m_document;
+    std::map<std::string, PassingPort, std::less<>> m_passingPorts;
+    std::vector<uint64_t> m_chunkIds;
+};
+
+} // namespace gentlctl
