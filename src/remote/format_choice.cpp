@@ -201,7 +201,8 @@ std::vector<DeviceImage> FormatChoice::UnseenImages()
 {
     std::vector<DeviceImage> images;
     const auto selector = m_graph.Find(componentFeature);
-    if (selector == genapi::noNode)
+    const auto size = utils::Try([this] { return ReadSize(); });
+    if (selector == genapi::noNode || !size)
     {
         return images;
     }
@@ -215,7 +216,7 @@ std::vector<DeviceImage> FormatChoice::UnseenImages()
         if (!m_seen.contains(component))
         {
             const auto *const format = component == Component::Image3D ? SmallestDepth() : nullptr;
-            images.push_back({component, {}, format, ReadSize()});
+            images.push_back({component, {}, format, *size});
         }
     }
     return images;
