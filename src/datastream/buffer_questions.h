@@ -15,8 +15,9 @@ class ProxyBuffer;
 /// The questions about a filled lower buffer whose answers are numbers, flags or addresses, and the answers
 /// about the buffer asked last.
 ///
-/// All are asked in one call where the lower producer can answer them so. A question that is not implemented
-/// is asked once. Throws nothing and allocates nothing. For one thread.
+/// One call asks all questions where the lower producer answers stacked queries. A question that is not
+/// implemented is asked once. Throws nothing and allocates nothing. Owned by FullFrameReader and used by its
+/// thread.
 class BufferQuestions
 {
 public:
@@ -68,7 +69,8 @@ private:
     bool m_asksAtOnce = true;
 };
 
-/// The same for the parts of a buffer, which are asked one question at a time.
+/// The same for the parts of a buffer, one question at a time. Owned by FullFrameReader and used by its
+/// thread.
 class PartQuestions
 {
 public:
