@@ -34,7 +34,8 @@ struct RemoteSide
     std::shared_ptr<RemotePort> port;           ///< the remote port that the consumer reads and writes
     std::shared_ptr<IFrameProcessor> processor; ///< configured through that port
     std::function<size_t()> payloadSize;        ///< bytes of a frame before processing, as the device says
-    /// Takes what the open lower stream defines as its payload size, and an empty function when it is closed.
+    /// Takes the source of the payload size that the open lower stream defines; an empty function when the
+    /// stream is closed.
     std::function<void(std::function<std::optional<uint64_t>()>)> setStreamPayloadSize = [](const auto &) {};
 };
 
@@ -42,7 +43,7 @@ struct RemoteSide
 /// @throws as the constructor of RemotePort
 RemoteSide MakeOverriddenRemoteSide(const LowerDevice &device);
 
-/// Registers of our own in an edited description.
+/// The producer's registers in an edited description, beside those of the device.
 /// @throws as the constructor of EditedRemote
 RemoteSide MakeEditedRemoteSide(const LowerDevice &device);
 
@@ -62,9 +63,11 @@ std::unique_ptr<IOutputQueue> MakeEventOutput(ILibrary &library);
 /// Filled buffers wait in the stream.
 std::unique_ptr<IOutputQueue> MakeStreamOutput(ILibrary &library);
 
-/// In what the producers of this project differ, as far as it is behaviour: how the parts behind the
-/// interfaces are made. Default-constructed it is the assembly of qvr_proxygentl.cti. What differs in values
-/// is in Profile.
+/// How the producers of this project differ in behaviour: the functions that make the parts behind the
+/// interfaces. Profile has the values in which they differ.
+///
+/// Each producer has one, constant for the life of the process. Default-constructed, it is the assembly of
+/// qvr_proxygentl.cti.
 struct Assembly
 {
     /// The description of the local System module; it has the registers of SystemFeatures.

@@ -63,7 +63,7 @@ private:
     RemoteSide m_remote;
     std::shared_ptr<DeviceClock> m_clock;
     /// Of two concurrent DSClose calls exactly one releases the stream. Held while the lower stream is
-    /// opened: the lower producer calls nothing of ours, so it never waits for this mutex.
+    /// opened: the lower producer calls no function of this library, so it never waits for this mutex.
     utils::Mutex m_dataStreamMutex;
     std::shared_ptr<Datastream> m_dataStream QVR_GUARDED_BY(m_dataStreamMutex);
     PORT_HANDLE m_lowerPortHandle = nullptr;

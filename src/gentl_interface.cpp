@@ -327,7 +327,8 @@ extern "C"
         return GenTLCall("GCUnregisterEvent", [&] { UnregisterEvent(*EventSourceOf(hEventSrc), iEventID); });
     }
 
-    // Events of our streams. Handles of all other events belong to the lower producer and go on to it.
+    // Events of the producer's streams. Handles of all other events belong to the lower producer and go on to
+    // it.
 
     GC_API GC_ERROR EventGetData(EVENT_HANDLE hEvent, void *pBuffer, size_t *piSize, uint64_t iTimeout)
     {

@@ -25,8 +25,9 @@ class EventHandler;
 /// A handle is the address of the object. Any thread may use the registries at any time. A registry holds its
 /// lock while it destroys an object, and the object's destructor calls the registries of its children. So
 /// locks nest from parent to child only: a destructor must never call the registry that runs it. Destructors
-/// also close lower handles under the lock. That cannot deadlock: the lower producer calls nothing of ours,
-/// and the acquisition thread, which a stream's destructor joins, takes only the Buffer registry.
+/// also close lower handles under the lock. That cannot deadlock: the lower producer calls no function of
+/// this library, and the acquisition thread, which a stream's destructor joins, takes only the Buffer
+/// registry.
 class InstanceManager
 {
 public:

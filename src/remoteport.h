@@ -25,7 +25,7 @@ public:
     /// Makes the view of a port whose lower functions can be called already.
     using MakeView = std::function<std::unique_ptr<IRemoteView>(ProxyModule &port)>;
 
-    /// With an OverriddenView.
+    /// Makes an OverriddenView.
     /// @throws as its constructor
     RemotePort(const std::shared_ptr<IGenTLProxy> &proxy, PORT_HANDLE handle,
                std::shared_ptr<IProcessor> processor);

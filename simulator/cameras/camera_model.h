@@ -15,11 +15,11 @@ namespace GenTL::simulator
 constexpr const char *cameraVendor = "QVR";
 constexpr const char *cameraVersion = "1.0.0";
 
-/// A description that is a document of its own, where the simulator does not build one from the features.
+/// A description that is a file, where the simulator does not build one from the features.
 struct OwnDescription
 {
     std::string_view document;
-    std::vector<FixedRegister> registers; ///< those that the document speaks of
+    std::vector<FixedRegister> registers; ///< those that the document names
     bool byteOrderMark = false;           ///< before the document
     size_t blockSize = 1; ///< the file is followed by bytes 0xFF up to a multiple of this number
 };

@@ -62,10 +62,12 @@ std::vector<Feature> ValueFeatures(double leastScale, double largestScale)
         Integer(scan3dControl, "Scan3dAxisMin", "The least value that is valid.")
             .DividedBy(divisor)
             .ReadOnly()
+            .MayBeNegative() // the coordinates A and B, which a processing producer puts here
             .Volatile(),
         Integer(scan3dControl, "Scan3dAxisMax", "The largest value that is valid.")
             .DividedBy("Scan3dAxisDivisor")
             .ReadOnly()
+            .MayBeNegative()
             .Volatile(),
     };
 }

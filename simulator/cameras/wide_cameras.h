@@ -21,9 +21,9 @@ struct WideRegister
 /// and `places`.
 std::vector<FixedRegister> FixedRegisters(std::span<const WideRegister> places);
 
-// Cameras of another manufacturer, each with a description of its own and registers at addresses of its own.
+// Cameras of a second manufacturer. Each has its own description, and registers at its own addresses.
 
-/// A camera as most are: all registers big-endian and of four bytes, the description in a zip archive with
+/// The usual camera: all registers big-endian and of four bytes, the description in a zip archive with
 /// bytes behind its end, packed formats of GigE Vision 1, time stamps in ticks.
 CameraModel WideGigE();
 

@@ -89,6 +89,12 @@ Feature &&Feature::LockedBy(std::string value, std::string shown) &&
     return std::move(*this);
 }
 
+Feature &&Feature::MayBeNegative() &&
+{
+    mayBeNegative = true;
+    return std::move(*this);
+}
+
 Feature &&Feature::Volatile() &&
 {
     changesByItself = true;
@@ -158,7 +164,7 @@ Feature Bytes(std::string category, std::string name, std::string toolTip, size_
 
 bool IsSigned(const Feature &feature)
 {
-    return feature.minimum && feature.minimum->number.value_or(0) < 0;
+    return feature.mayBeNegative || (feature.minimum && feature.minimum->number.value_or(0) < 0);
 }
 
 bool IsOfUserSets(const Feature &feature)

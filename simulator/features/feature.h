@@ -88,6 +88,7 @@ struct Feature
     std::string divisor;
     bool mixedConditions = false; ///< the description reads the bits of the entries in every form that exists
     bool vendorSpecific = false;  ///< not named by the SFNC
+    bool mayBeNegative = false;   ///< although no minimum says so
 
     /// The value after opening: a number, a float or a text by the kind of the feature.
     Feature &&Default(DefaultValue value) &&;
@@ -106,6 +107,7 @@ struct Feature
     /// Bits in registers say which entries exist: all but these.
     Feature &&ConditionalEntries(std::set<std::string> absent) &&;
     Feature &&VendorSpecific() &&;
+    Feature &&MayBeNegative() &&;
     Feature &&DividedBy(std::string numberOrFeature) &&;
 };
 

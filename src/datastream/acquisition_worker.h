@@ -78,7 +78,8 @@ private:
     StreamRules m_rules;
     std::jthread m_thread;
     /// Held while a frame is in process, whose memory a kill would revoke. Held over calls into the lower
-    /// producer and the vision library. Neither calls anything of ours, so neither waits for this mutex.
+    /// producer and the vision library. Neither calls a function of this library, so neither waits for this
+    /// mutex.
     utils::Mutex m_frameMutex;
     std::atomic<AcquisitionState> m_state = AcquisitionState::Idle;
     uint64_t m_numToAcquire = 0;

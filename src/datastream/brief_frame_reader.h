@@ -8,6 +8,8 @@ namespace GenTL::internal
 {
 
 /// Reads what a frame must tell to be processed, by ReadLowerFrame, and numbers the frames itself.
+///
+/// Owned by the AcquisitionWorker; only the acquisition thread calls it.
 class BriefFrameReader final : public IFrameReader
 {
 public:

@@ -31,7 +31,7 @@ struct LowerStreamAnswers
     std::function<std::optional<size_t>()> maxChunks; ///< empty: the answer is 0
 };
 
-/// In what the streams of different producers differ.
+/// How the streams of the producers differ.
 struct StreamSetup
 {
     StreamRules rules{};
@@ -123,7 +123,7 @@ private:
     std::atomic<uint64_t> m_numLost = 0;
     std::atomic<uint64_t> m_numToAcquire = 0;
     /// Held by a stop that always succeeds, so that a second one returns after the first. Held over calls
-    /// into the lower producer and the join of the acquisition thread, which takes it never.
+    /// into the lower producer and the join of the acquisition thread, which never takes it.
     utils::Mutex m_stopMutex;
 };
 

@@ -12,7 +12,7 @@ namespace GenTL::internal
 
 /// The clock of a device, which counts the time stamps of its frames.
 ///
-/// Made by Device, shared with the reader of its frames. Any thread may call anything.
+/// Made by Device, which shares it with the FullFrameReader of its stream. Any thread may call anything.
 class DeviceClock
 {
 public:
@@ -26,7 +26,7 @@ public:
     /// Computes the time stamp that is missing from the other one. Without a frequency, nanoseconds alone
     /// count as ticks, and ticks alone stay alone.
     void Complete(std::optional<uint64_t> &ticks, std::optional<uint64_t> &nanoseconds);
-    /// Whether a frame told nanoseconds and nobody knows the frequency: then a tick is a nanosecond.
+    /// Whether a frame had nanoseconds while the frequency was unknown: a tick is a nanosecond then.
     bool CountsNanoseconds() const { return m_countsNanoseconds; }
 
 private:

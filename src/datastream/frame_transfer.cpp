@@ -15,7 +15,7 @@ namespace GenTL::internal
 namespace
 {
 
-/// Failures whose texts differ in each frame are not logged without end.
+/// The number of different failures that are logged. A text may differ in each frame.
 constexpr size_t mostLogged = 32;
 
 FrameDescription DescriptionOf(ProcessingResult &&result)
@@ -88,7 +88,8 @@ void FrameTransfer::Fill(const ProxyBuffer &lower, Buffer &buffer)
     CountDown();
 }
 
-// All lower calls come before a buffer is taken: no lower producer can hold up who waits for a fill to end.
+// All lower calls come before a buffer is taken, so a flush that waits for a fill never waits for the lower
+// producer.
 void FrameTransfer::TransferAsArrived(const ProxyBuffer &lower)
 {
     auto frame = m_reader.Read(lower);

@@ -216,7 +216,7 @@ void FullFrameReader::ReadSizes(InputData &input) const
     input.sizeFilled = m_questions[BUFFER_INFO_SIZE_FILLED];
     if (!input.sizeFilled)
     {
-        // What was meant to come may be more than there is room for.
+        // A frame may be larger than the buffer that it came in.
         const auto meant = input.dataSize
                                ? input.dataSize
                                : ImageBytes(attributes.pixelFormat, attributes.pixelFormatNamespace,
@@ -291,7 +291,7 @@ void FullFrameReader::ReadPartMemory(uint32_t index, const InputData &input, Buf
     }
     part.base = AddressOf(*base);
     part.size = *size;
-    // Wraps for a part before the buffer, and is too large then.
+    // The difference wraps for a part before the buffer, and is too large then.
     const auto offset = *base - reinterpret_cast<uintptr_t>(input.data);
     CheckWithin("Part", index, offset, part.size, input.size);
 }

@@ -24,7 +24,7 @@ struct FrameSource
 ///
 /// Reads past the lower producer's exceptions: what a frame does not tell costs a call and no more. A frame
 /// that contradicts itself comes with a failure instead of an exception, so that it keeps its number and its
-/// time.
+/// time. Owned by the AcquisitionWorker; only the acquisition thread calls it.
 class FullFrameReader final : public IFrameReader
 {
 public:

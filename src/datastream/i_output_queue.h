@@ -19,7 +19,8 @@ struct EventQueue;
 /// out.
 ///
 /// Owned by the Datastream. Events come and go while the acquisition thread completes buffers, so any thread
-/// may call anything. Of a stream it calls nothing, of the rest the Event and the Buffer registry.
+/// may call anything. It calls nothing of the stream; of the library it calls the Event and the Buffer
+/// registry.
 class IOutputQueue : public IEventSource
 {
 public:
@@ -31,8 +32,7 @@ public:
     /// DSFlushQueue. `buffers` are those of the stream, whose list is locked.
     /// @throws GenTLException "Flush mode {} not implemented", GC_ERR_NOT_IMPLEMENTED
     virtual void Flush(ACQ_QUEUE_TYPE operation, const AnnouncedBuffers::Buffers &buffers) = 0;
-    /// Follows a flush, without the list's lock: returns when the flush has got each buffer that it asked
-    /// for.
+    /// Ends a flush, without the list's lock: waits until the buffer that the flush found in Filling is free.
     virtual void FinishFlush() = 0;
     /// The stream ends and revokes its buffers. The list is locked.
     virtual void End(const AnnouncedBuffers::Buffers &buffers) = 0;

@@ -20,7 +20,8 @@ namespace GenTL::internal
 namespace
 {
 
-/// For calls that end something: what fails has ended, and only who looks for it wants to know.
+/// Logs the failure of a call that ends something. Nothing else follows from it: the thing has ended either
+/// way.
 void Tolerate(std::string_view call, GC_ERROR code)
 {
     if (code != GC_ERR_SUCCESS)

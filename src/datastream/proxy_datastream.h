@@ -82,7 +82,8 @@ private:
     DevicePayloadSize m_devicePayloadSize;
     StreamRules m_rules;
     /// A kill may revoke the buffers while the thread, which ends by itself, revokes them too. Held over
-    /// calls into the lower producer, which calls nothing of ours and so never waits for this mutex.
+    /// calls into the lower producer, which calls no function of this library and so never waits for this
+    /// mutex.
     utils::Mutex m_lowerBuffersMutex;
     std::vector<LowerBuffer> m_lowerBuffers QVR_GUARDED_BY(m_lowerBuffersMutex); ///< in order of allocation
     size_t m_lowerBufferSize QVR_GUARDED_BY(m_lowerBuffersMutex) = 0;

@@ -18,8 +18,8 @@ class ILibrary;
 /// it when it is unregistered.
 ///
 /// A buffer enters, waits in and leaves the queue under the queue's mutex, together with its state. So a
-/// buffer is in the queue exactly while it is in Output. A flush takes no buffer away while it is being
-/// filled: it asks for it, and gets it when the fill has ended.
+/// buffer is in the queue exactly while it is in Output. A flush does not take a buffer away from a fill: it
+/// asks for the buffer, and FinishFlush waits for the end of the fill.
 class StreamOutput final : public IOutputQueue
 {
 public:
@@ -31,7 +31,7 @@ public:
     /// The event stays in the registry, where a wait and its kill still find it.
     void UnregisterEvent(EVENT_TYPE iEventID) override;
     void RemoveEvent() override;
-    /// Accepts what the stream gave out to be filled, whatever happened meanwhile.
+    /// Accepts any buffer that the stream gave out to be filled, also after a flush.
     void Complete(Buffer &buffer) override;
     void Flush(ACQ_QUEUE_TYPE operation, const AnnouncedBuffers::Buffers &buffers) override;
     void FinishFlush() override;
@@ -48,7 +48,7 @@ private:
     std::shared_ptr<EventQueue> m_queue;
     utils::Mutex m_eventMutex;
     std::shared_ptr<EventHandler> m_newBufferEvent QVR_GUARDED_BY(m_eventMutex);
-    /// The buffer being filled that a flush asked for. There is one at most, as there is one thread.
+    /// The buffer that a flush wants and that is still being filled. One at most, because one thread fills.
     const Buffer *m_asked QVR_GUARDED_BY(m_queue->mutex) = nullptr;
     std::condition_variable m_fillEnded;
     std::atomic<uint64_t> m_numIncomplete = 0;

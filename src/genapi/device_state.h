@@ -14,7 +14,9 @@
 namespace GenTL::internal::genapi
 {
 
-/// The formulas that were evaluated at least once. Most formulas of a description are never met.
+/// The formulas that were evaluated at least once: most formulas of a description never are.
+///
+/// Owned by DeviceState; as thread-safe as GraphFeatures.
 class FormulaStore
 {
 public:
@@ -49,7 +51,7 @@ private:
     std::unordered_map<NodeId, std::unordered_map<std::string_view, const Property *>> m_names;
 };
 
-/// What is kept of a device between two passes. Owned by GraphFeatures.
+/// What is kept of a device between two passes. Owned by GraphFeatures; as thread-safe as it.
 struct DeviceState
 {
     DeviceState(const NodeGraph &nodes, IRegisterPort &port) : graph(nodes), registers(port), literals(nodes)

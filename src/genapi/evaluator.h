@@ -29,9 +29,9 @@ enum class Aspect : uint8_t
 /// One pass over a graph: the way from the feature to the node that is being evaluated, and the values found
 /// so far.
 ///
-/// Made for each operation on a feature. It bounds what a description can demand: 100 nodes on the way,
-/// 10,000 steps, no circle. The functions of values.h, access.h, limits.h and writes.h take their steps
-/// through it.
+/// Made for each operation on a feature, on the stack of its caller, and used by that thread alone. It bounds
+/// what a description can demand: 100 nodes on the way, 10,000 steps, no circle. The functions of values.h,
+/// access.h, limits.h and writes.h take their steps through it.
 class Evaluator
 {
 public:

@@ -20,10 +20,10 @@ struct DeviceState;
 
 /// The features of a device by name, read and written through their chains of nodes.
 ///
-/// Graph and port must outlive it. Not thread-safe but for Invalidate: its owner holds one lock over a call
-/// and over Literals(). Each operation is one pass: it reads a node once, and the registers that may be
-/// cached only if they were not read since the last write or Invalidate. All operations throw GenApiError,
-/// with the chain of nodes in the text.
+/// Owned by whoever opens the device; graph and port must outlive it. Any thread may call Invalidate. Over
+/// all other calls, and over the use of Literals(), the owner holds one lock. Each operation is one pass: it
+/// reads a node once, and the registers that may be cached only if they were not read since the last write or
+/// Invalidate. All operations throw GenApiError, with the chain of nodes in the text.
 class GraphFeatures
 {
 public:

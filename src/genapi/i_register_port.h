@@ -7,7 +7,7 @@ namespace GenTL::internal::genapi
 {
 
 /// The registers of a device as plain bytes. All operations throw GenTLException, whose code and text reach
-/// the reader of a feature.
+/// the reader of a feature. GraphFeatures calls it on the thread of its caller.
 class IRegisterPort
 {
 public:

@@ -95,7 +95,7 @@ std::string_view Property::RawText() const
 
 NodeGraph::NodeGraph(const pugi::xml_node &root)
 {
-    // What a large description needs; the system provides no memory before it is used.
+    // Enough for a large description. The system provides the memory only when it is used.
     m_nodes.reserve(4096);
     m_properties.reserve(16384);
     AddNodes(RootOf(root), 1);
@@ -168,7 +168,7 @@ NodeId NodeGraph::AddNode(const pugi::xml_node &element, NodeKind kind, NodeId p
     const auto count = m_properties.size() - first;
     m_nodes.push_back({kind, parent, element.attribute("Name").value(), element, static_cast<uint32_t>(first),
                        static_cast<uint32_t>(count), tags});
-    // Behind the loop above, so that the properties of a node stand in one piece.
+    // After the loop above, so that the properties of a node stand in one piece.
     for (size_t i = first; i < first + count; ++i)
     {
         if (const auto property = m_properties[i]; IsNested(property.tag))

@@ -79,7 +79,7 @@ std::string Number::Text() const
 {
     if (std::isnan(m_float))
     {
-        // Whether it has a sign depends on the processor.
+        // Whether a NaN has a sign depends on the processor.
         return "nan";
     }
     return m_isFloat ? fmt::format("{}", m_float) : fmt::format("{}", m_integer);
@@ -132,7 +132,7 @@ std::optional<double> ParseFloat(std::string_view text)
     }
     if (error == std::errc::result_out_of_range)
     {
-        // from_chars does not say on which side.
+        // from_chars does not say whether the number is too large or too small.
         const auto exponent = number.digits.find_first_of("eE");
         const bool isSmall =
             number.digits.starts_with("0.") ||

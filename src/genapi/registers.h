@@ -50,9 +50,9 @@ IntegerField FieldOf(Evaluator &evaluator, NodeId id, const RegisterLayout &layo
 void CheckFloatLength(const Evaluator &evaluator, const RegisterLayout &layout);
 
 std::vector<uint8_t> ReadRegister(Evaluator &evaluator, NodeId id);
-/// The bytes of a register of a number: 1 to 8, as the number that they make.
+/// The number that the bytes of a register make. Such a register has 1 to 8 bytes.
 uint64_t ReadRegisterNumber(Evaluator &evaluator, NodeId id, const RegisterLayout &layout);
-/// Like ReadNumber, always from the device.
+/// Like ReadRegisterNumber, always from the device.
 uint64_t ReadRegisterNumberOnDevice(Evaluator &evaluator, const RegisterLayout &layout);
 
 /// Writes the register and forgets all values of the pass.

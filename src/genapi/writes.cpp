@@ -80,7 +80,7 @@ void WriteFloatRegister(Evaluator &evaluator, NodeId id, double value)
 {
     const auto layout = LayoutOf(evaluator, id);
     CheckFloatLength(evaluator, layout);
-    // An infinity and NaN have a place in the register, although they are beyond its limits.
+    // A FloatReg can hold an infinity and NaN, although they are beyond its limits.
     if (std::isfinite(value))
     {
         CheckLimits(evaluator, id, value);

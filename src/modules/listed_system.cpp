@@ -86,7 +86,7 @@ void ListedSystem::ReadPort(uint64_t iAddress, void *pBuffer, size_t *piSize)
     case interfaceType:
         return WriteNumber(TransportTypeEntry(SelectedInfo(INTERFACE_INFO_TLTYPE), true), data);
     case networkAdapterCount:
-        // 0 takes the features of a single network adapter away, which no list call describes.
+        // 0 hides the features of a single network adapter, since no list call describes them.
         return WriteNumber(0, data);
     default:
         ThrowInvalidAddress(iAddress);

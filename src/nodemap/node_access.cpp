@@ -15,7 +15,7 @@ namespace GenTL::internal::nodemap
 namespace
 {
 
-// Far beyond any register that holds a number. A broken description must not make us allocate a huge buffer.
+// Far beyond any register that holds a number. A broken description must not lead to a huge allocation.
 constexpr uint64_t maximumLength = 1U << 20U;
 
 size_t CheckedLength(const NodeInfo &node)

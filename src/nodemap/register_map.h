@@ -71,8 +71,8 @@ public:
 /// A byte array from address 0 without gaps, divided into registers in ascending order.
 ///
 /// Every operation and its callbacks run under one recursive mutex, so a callback may use its own map. A
-/// callback may also call the lower producer. That cannot deadlock: the lower producer calls nothing of ours,
-/// so its answer never waits for this mutex.
+/// callback may also call the lower producer. That cannot deadlock: the lower producer calls no function of
+/// this library, so its answer never waits for this mutex.
 class RegisterMap final : public IRegisterMap
 {
 public:

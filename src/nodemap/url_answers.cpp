@@ -101,9 +101,14 @@ utils::Info AnswerFromUrl(std::string_view url, URL_INFO_CMD command)
     case URL_INFO_FILE_SHA1_HASH:
         throw GenTLException(fmt::format("{} does not say this", url), GC_ERR_NOT_AVAILABLE);
     default:
-        throw GenTLException(fmt::format("URL info command {} is not implemented", command),
-                             GC_ERR_NOT_IMPLEMENTED);
+        ThrowUnknownUrlCommand(command);
     }
+}
+
+void ThrowUnknownUrlCommand(URL_INFO_CMD command)
+{
+    throw GenTLException(fmt::format("URL info command {} is not implemented", command),
+                         GC_ERR_NOT_IMPLEMENTED);
 }
 
 } // namespace GenTL::internal

@@ -14,4 +14,7 @@ namespace GenTL::internal
 /// unknown command
 utils::Info AnswerFromUrl(std::string_view url, URL_INFO_CMD command);
 
+/// @throws GenTLException GC_ERR_NOT_IMPLEMENTED, always
+[[noreturn]] void ThrowUnknownUrlCommand(URL_INFO_CMD command);
+
 } // namespace GenTL::internal

@@ -80,7 +80,7 @@ void AppendTail(const InputData &input, const FrameTail &tail, std::span<uint8_t
     result.bytesWritten = begin + tail.Size();
     if (auto &payload = result.attributes.chunkPayloadSize)
     {
-        // May be a smaller number: unsigned arithmetic wraps twice.
+        // The frame may shrink: the difference wraps, and the sum wraps back.
         *payload += result.bytesWritten - tail.end;
     }
 }

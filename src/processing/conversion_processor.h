@@ -34,9 +34,9 @@ struct DeviceState
 /// as it came, unless a conversion is set for its component and the format that it came in. No other format
 /// is kept, so one that changes behind the consumer's back is passed through and reported as what it is.
 ///
-/// Made by Device and shared with what presents the device's features, which configures it, and with the
-/// AcquisitionWorker. The configuration is frozen between AcquisitionStarted and AcquisitionStopped, so it is
-/// read without a lock.
+/// Made by MakeEditedRemoteSide. Its owners are the ConversionDelivery, through which the device's features
+/// configure it, and the AcquisitionWorker. The configuration is frozen between AcquisitionStarted and
+/// AcquisitionStopped, so it is read without a lock.
 class ConversionProcessor final : public IFrameProcessor
 {
 public:
@@ -48,11 +48,11 @@ public:
     /// Sets the source of the device's state. It is asked at the start of an acquisition and for each payload
     /// size.
     void SetDevice(std::function<DeviceState()> device);
-    /// Sets what images become that come in a format; the format itself ends a conversion.
+    /// Sets the format that images of an input format become; the input format itself ends a conversion.
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs; GC_ERR_INVALID_VALUE for a format
     /// that is not known
     void SetConversion(Component component, PixelFormat input, PixelFormat output);
-    /// The format in which images are delivered that come in a format.
+    /// The format that images of an input format are delivered in.
     PixelFormat OutputOf(Component component, PixelFormat input) const;
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs
     DepthOutput &ConfigureDepth();

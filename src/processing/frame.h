@@ -103,7 +103,7 @@ struct ProcessingResult
     BufferMetadata attributes{};
     std::optional<ChunkList> chunks{};
 
-    // Of no meaning in the results of a task, which processes complete frames only.
+    // Unused in the results of a task, which processes complete frames only.
     uint64_t dataSize{};       ///< DATA_SIZE: bytes of the whole frame
     bool isIncomplete{};       ///< whether bytes of the frame are missing in the buffer
     bool isLargerThanBuffer{}; ///< whether they are missing because the buffer is too small

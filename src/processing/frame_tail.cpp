@@ -143,7 +143,7 @@ ChunkList MoveTail(const InputData &input, const FrameTail &tail, std::span<uint
     ChunkList moved{.layoutId = input.chunks->layoutId};
     if (input.chunks->payloadSize != 0)
     {
-        // May become a smaller number: unsigned arithmetic wraps twice.
+        // The image may shrink: the difference wraps, and the sum wraps back.
         moved.payloadSize = input.chunks->payloadSize + target + tail.Size() - tail.end;
     }
     for (const ChunkEntry entry : input.chunks->entries)

@@ -36,14 +36,14 @@ public:
     /// @param formats the known ones; others stay as they are
     explicit ImageConversions(const tarn::common::FormatTable &formats) : m_formats(formats) {}
 
-    /// Sets what images become that come in a format; the format itself ends a conversion.
+    /// Sets the format that images of an input format become; the input format itself ends a conversion.
     /// @throws GenTLException GC_ERR_INVALID_VALUE for a format that is not known
     void Set(Component component, PixelFormat input, PixelFormat output);
     PixelFormat OutputOf(Component component, PixelFormat input) const;
     DepthOutput &Depth() { return m_depth; }
     const DepthOutput &Depth() const { return m_depth; }
-    /// What the codes mean that frames of the next acquisition tell. Other codes are those of the known
-    /// formats.
+    /// Sets the meaning of the codes in the frames of the next acquisition. Any other code is that of a known
+    /// format.
     void SetImages(std::vector<DeviceImage> images) { m_images = std::move(images); }
     const std::vector<DeviceImage> &Images() const { return m_images; }
 

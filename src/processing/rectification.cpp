@@ -63,7 +63,7 @@ struct ValidRange
     int32_t maximum;
 };
 
-/// The library multiplies and does not add.
+/// Adds to each sample, since the vision library applies a scale and no offset.
 void AddToFloats(const Image &image, double summand)
 {
     const auto size = image.GetSize();

@@ -43,8 +43,7 @@ enum class PartsAnswer : uint8_t
 #undef PROFILE_FIELD
 #undef PROFILE_GROUP_END
 
-/// In what the producers of this project differ, as far as it is a value. What differs in behaviour is in
-/// Assembly.
+/// The values in which the producers of this project differ. Assembly has the behaviour in which they differ.
 ///
 /// Each producer has one, constant for the life of the process. A class takes the group that it needs.
 struct Profile

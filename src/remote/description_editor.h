@@ -27,8 +27,9 @@ struct DeviceDocument
     genapi::AddressRange range; ///< where the device has it
 };
 
-/// Makes the description that the consumer gets: PixelFormat, PayloadSize and PixelSize of what the
-/// processing delivers, at registers of our own; the device's own beside them; and the category ProxyControl.
+/// Makes the description that the consumer gets. PixelFormat, PayloadSize and PixelSize are those of what the
+/// processing delivers, and stand at the producer's registers. The device's features stay beside them under
+/// new names. The new category ProxyControl lists these.
 ///
 /// Depends on nothing but the document and the conversions: not on the device's state nor on time. A feature
 /// that the document lacks, or has in a form that cannot be replaced, is left out. Used once, by one thread.
@@ -58,8 +59,8 @@ private:
     const ConversionTable &m_conversions;
     DocumentEdits m_edits;
     EditPlan m_plan;
-    std::vector<std::string> m_listed; ///< names of the features in our category
-    std::string m_group;               ///< our features
+    std::vector<std::string> m_listed; ///< names of the features in ProxyControl
+    std::string m_group;               ///< the elements of the new nodes
     EditedDescription m_result;
 };
 

@@ -17,7 +17,7 @@ class IPort;
 /// The description of an opened device, fetched once through its lower port: the text in UTF-8, and the tree
 /// read from it.
 ///
-/// Made when a device is opened, and owned by who edits the description. Constant after construction, so any
+/// Made when a device is opened, and owned by its EditedRemote. Constant after construction, so any
 /// thread may read it. A node's offset_debug() is its place in Text().
 class DescriptionSource
 {

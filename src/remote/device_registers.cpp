@@ -1,8 +1,7 @@
 #include "remote/device_registers.h"
 
-#include "port/i_port.h"
+#include "port/whole_read.h"
 #include "remote/register_window.h"
-#include "utils/gentl_exception.h"
 #include "utils/log.h"
 
 namespace GenTL::internal
@@ -11,12 +10,7 @@ namespace GenTL::internal
 void DeviceRegisters::Read(uint64_t address, void *data, size_t size)
 {
     CheckWindow(address);
-    size_t read = size;
-    m_port.ReadRegisters(address, data, &read);
-    if (read < size)
-    {
-        throw GenTLException(fmt::format("only {} of {} bytes came", read, size), GC_ERR_IO);
-    }
+    ReadAllRegisters(m_port, address, data, size);
 }
 
 void DeviceRegisters::Write(uint64_t address, const void *data, size_t size)

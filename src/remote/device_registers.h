@@ -12,15 +12,15 @@ class IPort;
 
 /// The registers of a device behind its lower port.
 ///
-/// Owned by who reads the device's features; the port must outlive it. As thread-safe as the port.
+/// Owned by EditedRemote; the port must outlive it. As thread-safe as the port.
 class DeviceRegisters final : public genapi::IRegisterPort
 {
 public:
     /// @param port whose ReadRegisters and WriteRegisters reach the device
     explicit DeviceRegisters(IPort &port) : m_port(port) {}
 
-    /// Logs a warning at the first access to the device inside our window: a computed address of the device's
-    /// lies there, and the consumer gets our registers in its place.
+    /// Logs a warning at the device's first access inside the window: a computed address of the device lies
+    /// there, where the consumer gets the producer's registers.
     void WatchWindow(uint64_t base) { m_window = base; }
 
     void Read(uint64_t address, void *data, size_t size) override;

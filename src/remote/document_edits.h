@@ -15,7 +15,8 @@ namespace GenTL::internal
 
 /// The text of a description with edits by element. What no edit touches stays byte for byte.
 ///
-/// A helper of the editor; text and tree must outlive it. New elements get the prefix of the root element.
+/// Owned by DescriptionEditor and used by its thread; text and tree must outlive it. New elements get the
+/// prefix of the root element.
 class DocumentEdits
 {
 public:

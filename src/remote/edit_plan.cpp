@@ -22,8 +22,8 @@ using genapi::Tag;
 namespace
 {
 
-/// The features that are evaluated on this side of the port: a literal of the consumer's that they depend on
-/// must be known here.
+/// The features that the producer evaluates itself: a literal that the consumer writes, and that they depend
+/// on, must reach the producer.
 constexpr std::array<std::string_view, 23> evaluatedFeatures{"PixelFormat",
                                                              "PixelSize",
                                                              "PayloadSize",

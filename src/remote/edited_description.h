@@ -11,7 +11,7 @@
 namespace GenTL::internal
 {
 
-/// What a register of our own stands for.
+/// What a register of the producer stands for.
 enum class RegisterRole : uint8_t
 {
     PixelFormat,             ///< value of an entry
@@ -20,7 +20,7 @@ enum class RegisterRole : uint8_t
     PixelFormatTransport,    ///< a FormatTransport
     PayloadSize,             ///< bytes
     PixelSize,               ///< value of an entry BppN, or bits
-    Literal,                 ///< value of a node of the device's that a consumer may write
+    Literal,                 ///< value of a device's node that a consumer may write
     Scan3dOutputMode,        ///< value of an entry
     Scan3dDepthOffered,      ///< condition of the entries that the processing makes of raw depth
     Scan3dCoordinate,        ///< value of an entry of Scan3dCoordinateSelector
@@ -28,7 +28,7 @@ enum class RegisterRole : uint8_t
     Scan3dValue,             ///< one of the values of depth
 };
 
-/// A register of our own: 8 bytes, little-endian in the port.
+/// A register of the producer: 8 bytes, little-endian in the port.
 struct EditedRegister
 {
     RegisterRole role{};

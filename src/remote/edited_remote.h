@@ -22,7 +22,7 @@
 namespace GenTL::internal
 {
 
-/// A device under its edited description, with all that stands behind it: the device's own description, its
+/// A device under its edited description, with all that the view needs: the device's own description, its
 /// nodes and its registers.
 ///
 /// Made when a device is opened, and owned by its RemotePort. Nothing is written to the device meanwhile. Any
@@ -36,7 +36,7 @@ public:
     /// Fetches and edits the description.
     /// @param port must outlive this object
     /// @param device its name for messages
-    /// @param access nothing is written on our own to a device that is open for reading only
+    /// @param access the producer writes nothing by itself to a device that is open for reading only
     /// @throws GenTLException as DescriptionSource; more nodes or levels than a NodeGraph takes
     EditedRemote(ProxyModule &port, std::string_view device, const ConversionTable &conversions,
                  std::shared_ptr<IDelivery> delivery, DeviceAccess access = DeviceAccess::ReadWrite);

@@ -1,6 +1,7 @@
 #include "remote/edited_url.h"
 
 #include "nodemap/description_location.h"
+#include "nodemap/url_answers.h"
 
 #include <fmt/format.h>
 
@@ -69,8 +70,7 @@ void EditedUrl::Answer(URL_INFO_CMD command, const utils::InfoQuery &query) cons
     case URL_INFO_FILENAME:
         return utils::WriteStringInfo(m_fileName, query);
     default:
-        throw GenTLException(fmt::format("URL info command {} is not implemented", command),
-                             GC_ERR_NOT_IMPLEMENTED);
+        ThrowUnknownUrlCommand(command);
     }
 }
 

@@ -17,7 +17,7 @@ namespace GenTL::internal
 /// The one URL of a port whose description was edited: it names a file of its own for each content, so that a
 /// consumer that keeps documents never takes another one for it.
 ///
-/// Constant after construction.
+/// Owned by EditedView. Constant after construction, so any thread may read it.
 class EditedUrl
 {
 public:

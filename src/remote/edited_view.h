@@ -21,12 +21,12 @@ namespace GenTL::internal
 
 class IPort;
 
-/// A device's port as the consumer sees it: the edited description, and the registers of ours that it names.
-/// Everything else is the device's.
+/// A device's port as the consumer sees it: the edited description, and the producer's registers that it
+/// names. Everything else is the device's.
 ///
-/// Made when a device is opened, and owned by its RemotePort. Any thread may call it: one lock covers the
-/// features and the registers of ours, also while they read the device. Accesses that do not concern the
-/// window are made without it. What it refers to must outlive it.
+/// Owned by EditedRemote. Any thread may call it: one lock covers the device's features and the producer's
+/// registers, also while they read the device. An access outside of the window does not take the lock. What
+/// the view refers to must outlive it.
 class EditedView
 {
 public:
@@ -45,11 +45,10 @@ public:
     bool HasCalibratedDepth() const { return HasWindow() && m_description.isScan3d; }
     /// Whether an access concerns the window.
     bool IsOurs(uint64_t address, size_t size) const;
-    /// The address of our window.
+    /// The address of the window.
     uint64_t Base() const { return m_description.base; }
 
-    /// GCReadPort. A request that concerns the window reads whole registers of ours or a range of the
-    /// description.
+    /// GCReadPort. A request inside the window reads whole registers or a range of the description.
     /// @throws GenTLException null pointers, size 0; GC_ERR_INVALID_ADDRESS for any other request inside the
     /// window; failures of the device
     void ReadPort(uint64_t address, void *buffer, size_t *size);

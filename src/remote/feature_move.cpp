@@ -52,7 +52,7 @@ void SetChild(const pugi::xml_node &element, std::string_view name, std::string_
 /// Which children of a replaced feature the public one gets, and whether before or behind the value.
 bool IsBeforeValue(std::string_view name, bool isFeature)
 {
-    // Registers have their pInvalidator in another place, and a value of ours needs none.
+    // The pInvalidator of a register has another place, and the producer's value needs none.
     const bool isOfRegister = name == "pInvalidator" && !isFeature;
     return name != "ImposedAccessMode" && !isOfRegister && IsNodeChild(name);
 }
@@ -90,7 +90,7 @@ void MoveAside(const NodeGraph &graph, const FeatureMove &move, DocumentEdits &e
 {
     const auto &element = graph[move.feature].element;
     edits.SetAttribute(element, "Name", move.deviceName);
-    // The standard does not know the new name.
+    // The new name is not one of the standard.
     edits.SetAttribute(element, "NameSpace", "Custom");
     // Visibility first: both may be inserted at one place.
     if (!move.isShown)

@@ -11,12 +11,12 @@
 namespace GenTL::internal
 {
 
-/// A feature of the device that gets another name, so that one of ours can have its own.
+/// A feature of the device that gets another name, because a public feature takes its name.
 struct FeatureMove
 {
     genapi::NodeId feature = genapi::noNode;
-    std::string deviceName; ///< the new name of the device's feature
-    bool isShown = false;   ///< in a category of ours, beside the public feature; else invisible
+    std::string deviceName;                       ///< the new name of the device's feature
+    bool isShown = false;                         ///< in the category ProxyControl; else invisible
     std::string_view registerBecomes = "Integer"; ///< the public feature's kind for a register or a formula
 };
 
@@ -29,16 +29,16 @@ void RenameReferences(const genapi::NodeGraph &graph, std::span<const FeatureMov
 void MoveAside(const genapi::NodeGraph &graph, const FeatureMove &move, DocumentEdits &edits);
 
 /// The public feature that takes the device's place: with its name, texts, conditions and selected features,
-/// and with a value of our own.
+/// and with the producer's value.
 /// @param value the elements of the value, and before them those of the entries
 std::string PublicFeature(const genapi::NodeGraph &graph, const FeatureMove &move, std::string_view value,
                           const DocumentEdits &edits);
 
-/// Has the device's registers behind a feature, and all that their change invalidates, follow writes to
-/// registers of ours. All of them name ours directly: not every consumer follows invalidators from node to
-/// node.
+/// Has writes to the producer's registers invalidate the device's registers behind a feature, and all that
+/// depends on these. Each of them names the producer's registers directly: not every consumer follows
+/// invalidators from node to node.
 /// @param chain the nodes of the feature's value
-/// @param writers names of the registers of ours
+/// @param writers names of the producer's registers
 void AddInvalidators(const genapi::NodeGraph &graph, std::span<const genapi::NodeId> chain,
                      std::span<const std::string> writers, DocumentEdits &edits);
 

@@ -16,8 +16,8 @@ namespace GenTL::internal
 
 /// PixelFormat as the consumer sees it: what the processing makes of the format that the device has now.
 ///
-/// Remembers conversions only, and not the format: a loaded user set or a write past us shows at the next
-/// read. Owned by EditedView, under whose lock it is used. What it refers to must outlive it.
+/// Remembers conversions and not the format, so a loaded user set, or a write past the producer, shows at the
+/// next read. Owned by EditedView, under whose lock it is used. What it refers to must outlive it.
 class FormatChoice
 {
 public:

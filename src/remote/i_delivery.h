@@ -28,10 +28,10 @@ public:
     IDelivery &operator=(const IDelivery &) = delete;
     virtual ~IDelivery() = default;
 
-    /// Sets what images become that come in a format; the format itself ends a conversion.
+    /// Sets the format that images of an input format become; the input format itself ends a conversion.
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs
     virtual void SetConversion(Component component, PixelFormat input, PixelFormat output) = 0;
-    /// What images that come in a format are delivered as.
+    /// The format that images of an input format are delivered in.
     virtual PixelFormat OutputOf(Component component, PixelFormat input) const = 0;
     /// The size of a consumer buffer, in bytes.
     virtual uint64_t PayloadSize() = 0;

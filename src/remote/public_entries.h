@@ -21,7 +21,7 @@ using PixelSizes = std::vector<std::pair<uint32_t, int64_t>>;
 /// and those that only the processing makes. Those that do not depend on the processing keep their
 /// conditions.
 ///
-/// A helper of the editor; what it refers to must outlive it.
+/// Made by DescriptionEditor for one edit, on its thread; what it refers to must outlive it.
 class PublicEntries
 {
 public:

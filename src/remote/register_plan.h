@@ -11,15 +11,15 @@
 namespace GenTL::internal
 {
 
-/// The registers of ours that a description gets, and the names of all its new nodes.
+/// The producer's registers that a description gets, and the names of all its new nodes.
 ///
-/// A helper of the editor; the graph must outlive it.
+/// A value inside EditPlan, for the thread of the DescriptionEditor; the graph must outlive it.
 class RegisterPlan
 {
 public:
     explicit RegisterPlan(const genapi::NodeGraph &graph);
 
-    /// Whether the description has a port for registers of ours.
+    /// Whether the description has a port for the producer's registers.
     bool HasPort() const { return m_defaultPort != genapi::noNode; }
     /// Plans a register.
     /// @param name of the node, still without prefix and suffix
@@ -49,7 +49,7 @@ private:
     std::string m_suffix;
 };
 
-/// The visible nodes of our own, besides the device's features under their new names.
+/// The visible nodes that the producer adds, besides the device's features under their new names.
 namespace names
 {
 inline constexpr std::string_view category = "ProxyControl";

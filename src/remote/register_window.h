@@ -15,7 +15,8 @@ namespace GenTL::internal
 
 using genapi::AddressRange;
 
-/// Addresses of our own beside the device's: first the description, then registers that callbacks answer for.
+/// The producer's addresses beside the device's: first the description, then registers that callbacks answer
+/// for.
 ///
 /// Owned by the view of a device; filled when the device is opened, constant afterwards. As thread-safe as
 /// the callbacks.

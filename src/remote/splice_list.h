@@ -11,7 +11,7 @@ namespace GenTL::internal
 
 /// Edits of a text by byte offset, applied together. All offsets are those of the original text.
 ///
-/// A value without an owner of its own; needs no lock while one thread uses it.
+/// A plain value, for one thread at a time.
 class SpliceList
 {
 public:

@@ -1,6 +1,6 @@
 #pragma once
 
-// Logging goes through spdlog's default logger: QVR_LOG_ERROR("text {}", argument) and its siblings. They
+// Logging goes through CurrentLogger: QVR_LOG_ERROR("text {}", argument) and its siblings. They
 // record __PRETTY_FUNCTION__ (SPDLOG_FUNCTION in the build); the log pattern's %* prints its last two
 // components.
 #include <spdlog/spdlog.h>

@@ -9,8 +9,8 @@
 namespace tarn::cvl
 {
 
-/// Lens calibration as the library's record. We read the image size, the focal lengths and the principal
-/// point; the other fields are opaque.
+/// Lens calibration as the library's record. The producer reads the image size, the focal lengths and the
+/// principal point; the other fields are opaque.
 using CalibrationParameters = tarn_cvl_CalibrationParameters;
 
 /// One camera: the leading part of CalibrationParameters. It describes distorted or undistorted images.

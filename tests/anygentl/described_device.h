@@ -6,13 +6,12 @@
 #include "genapi/graph_features.h"
 #include "genapi/node_graph.h"
 #include "nodemap/description_location.h"
+#include "support/description_fixture.h"
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 #include <pugixml.hpp>
 
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -24,18 +23,6 @@
 /// A device with any description below the producer, and a consumer that knows nothing but the exports.
 namespace GenTL::internal::described
 {
-
-inline std::string Fixture(const std::string &name)
-{
-    std::ifstream file(std::filesystem::path(QVR_SOURCE_DIR) / "tests/fixtures/descriptions" /
-                           (name + ".xml"),
-                       std::ios::binary);
-    if (!file)
-    {
-        throw std::runtime_error("no fixture " + name);
-    }
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// The text with one place of it replaced, which must be there.
 inline std::string Replaced(std::string text, std::string_view from, std::string_view to)
@@ -258,15 +245,7 @@ protected:
     /// The code of writing a feature, GC_ERR_SUCCESS if it works.
     GC_ERROR CodeOfWriting(std::string_view feature, std::string_view value)
     {
-        try
-        {
-            Features().WriteText(feature, value);
-            return GC_ERR_SUCCESS;
-        }
-        catch (const GenTLException &exception)
-        {
-            return exception.Code();
-        }
+        return ResultOf([&] { Features().WriteText(feature, value); });
     }
 
     /// Streams one frame of the camera.

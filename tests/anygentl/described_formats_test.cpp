@@ -114,7 +114,7 @@ protected:
         return names;
     }
 
-    /// The device's format as the consumer sees it beside ours.
+    /// The device's own format, which the consumer sees beside the public one.
     std::string DeviceFormatFeature()
     {
         return Features().Has("DevicePixelFormat") ? "DevicePixelFormat" : "DevicePixelFormat_2";

@@ -6,7 +6,7 @@
 namespace consumers
 {
 
-/// A consumer of the field: its order of calls, its questions about frames, and what it makes of the
+/// An application in the field: its order of calls, its questions about frames, and what it makes of the
 /// answers. The calls come from one thread, and a failure that the consumer does not survive is a Refusal.
 ///
 ///     Open -> (Start -> TakeFrame... -> Stop)... -> Close

@@ -41,18 +41,8 @@ TEST(UrlAnswers, HaveTheSchemaVersionOfTheQuery)
 
 TEST(UrlAnswers, LackWhatTheTextDoesNotSay)
 {
-    const auto codeOf = [](const char *url, URL_INFO_CMD command) -> GC_ERROR
-    {
-        try
-        {
-            AnswerFromUrl(url, command);
-            return GC_ERR_SUCCESS;
-        }
-        catch (const GenTLException &exception)
-        {
-            return exception.Code();
-        }
-    };
+    const auto codeOf = [](const char *url, URL_INFO_CMD command)
+    { return ResultOf([&] { AnswerFromUrl(url, command); }); };
     EXPECT_EQ(codeOf(localUrl, URL_INFO_FILE_VER_MAJOR), GC_ERR_NOT_AVAILABLE);
     EXPECT_EQ(codeOf(localUrl, URL_INFO_FILE_SHA1_HASH), GC_ERR_NOT_AVAILABLE);
     EXPECT_EQ(codeOf("local:Camera.xml;0;10", URL_INFO_SCHEMA_VER_MAJOR), GC_ERR_NOT_AVAILABLE);

@@ -2,14 +2,13 @@
 
 #include "genapi/node_graph.h"
 #include "remote/description_editor.h"
+#include "support/description_fixture.h"
 
 #include <fmt/format.h>
 #include <pugixml.hpp>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
@@ -92,18 +91,6 @@ struct Edit
     EditedDescription result;
     Parsed consumer;
 };
-
-inline std::string Fixture(const std::string &name)
-{
-    std::ifstream file(std::filesystem::path(QVR_SOURCE_DIR) / "tests/fixtures/descriptions" /
-                           (name + ".xml"),
-                       std::ios::binary);
-    if (!file)
-    {
-        throw std::runtime_error("no fixture " + name);
-    }
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// The names of all fixtures, in alphabetical order.
 inline std::vector<std::string> AllFixtures()

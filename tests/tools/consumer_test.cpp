@@ -7,6 +7,7 @@
 #include "gentlctl/grab.h"
 #include "gentlctl/interrupt.h"
 
+#include "descriptions.h"
 #include "support/lower_library.h"
 
 #include <fmt/format.h>
@@ -30,14 +31,9 @@ using GenTL::internal::LowerLibrary;
 /// A description with these nodes; `features` names the nodes that are features.
 std::string Description(const std::string &nodes, const std::vector<std::string> &features)
 {
-    std::string listed;
-    for (const auto &feature : features)
-    {
-        listed += fmt::format("<pFeature>{}</pFeature>", feature);
-    }
     return fmt::format("<RegisterDescription><Category Name=\"Root\">{}</Category>{}<Port Name=\"Device\"/>"
                        "</RegisterDescription>",
-                       listed, nodes);
+                       FeatureList(features), nodes);
 }
 
 /// The system module of a producer whose description a test gives.

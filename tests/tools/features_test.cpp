@@ -2,6 +2,7 @@
 
 #include "consumer/features.h"
 
+#include "descriptions.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
 
@@ -33,13 +34,8 @@ protected:
     {
         m_calls->onGCGetPortURL = [this](PORT_HANDLE, char *url, size_t *size)
         {
-            const auto text = fmt::format("local:a.xml;{:x};{:x}", descriptionAddress, m_description.size());
-            *size = text.size() + 1;
-            if (url != nullptr)
-            {
-                std::memcpy(url, text.c_str(), *size);
-            }
-            return GC_ERR_SUCCESS;
+            return AnswerUrl(fmt::format("local:a.xml;{:x};{:x}", descriptionAddress, m_description.size()),
+                             url, size);
         };
         m_calls->onGCReadPort = [this](PORT_HANDLE, uint64_t address, void *buffer, size_t *size)
         {
@@ -60,16 +56,11 @@ protected:
     /// @param features the names of the nodes in the category Root, without the brackets of a list
     Features Open(const std::vector<std::string> &features, const std::string &nodes)
     {
-        std::string listed;
-        for (const auto &feature : features)
-        {
-            listed += fmt::format("<pFeature>{}</pFeature>", feature);
-        }
         m_description =
             fmt::format("<RegisterDescription><Category Name=\"Root\">{}</Category>{}<Port Name=\"Device\"/>"
                         "<Port Name=\"Chunk\"><ChunkID>C7</ChunkID></Port>"
                         "<Port Name=\"Event\"><EventID>9001</EventID></Port></RegisterDescription>",
-                        listed, nodes);
+                        FeatureList(features), nodes);
         return Features(std::make_shared<Port>(m_calls, nullptr, internal::ModuleType::RemoteDevice));
     }
 

@@ -2,6 +2,7 @@
 
 #include "consumer/frame_info.h"
 
+#include "descriptions.h"
 #include "gentlctl/frame_files.h"
 #include "gentlctl/frame_json.h"
 #include "support/fake_gentl_proxy.h"
@@ -59,15 +60,7 @@ protected:
     FrameInfoTest()
     {
         calls->onGCGetPortURL = [](PORT_HANDLE, char *url, size_t *size)
-        {
-            const auto text = fmt::format("local:device.xml;0;{:x}", description.size());
-            *size = text.size() + 1;
-            if (url != nullptr)
-            {
-                std::memcpy(url, text.c_str(), *size);
-            }
-            return GC_ERR_SUCCESS;
-        };
+        { return AnswerUrl(fmt::format("local:device.xml;0;{:x}", description.size()), url, size); };
         calls->onGCReadPort = [](PORT_HANDLE, uint64_t, void *buffer, size_t *size)
         {
             std::memcpy(buffer, description.data(), *size);

@@ -1,6 +1,7 @@
 #include "consumer/feature_registers.h"
 
 #include "consumer/description_tree.h"
+#include "port/whole_read.h"
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
@@ -25,12 +26,7 @@ void FeatureRegisters::Read(uint64_t address, void *data, size_t size)
         std::memcpy(data, chunk.data(), size);
         return;
     }
-    size_t read = size;
-    m_port.ReadRegisters(address, data, &read);
-    if (read < size)
-    {
-        throw GenTLException(fmt::format("only {} of {} bytes came", read, size), GC_ERR_IO);
-    }
+    internal::ReadAllRegisters(m_port, address, data, size);
 }
 
 void FeatureRegisters::Write(uint64_t address, const void *data, size_t size)
