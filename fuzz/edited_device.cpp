@@ -131,15 +131,15 @@ void Consume(EditedRemote &remote, ConversionProcessor &processor)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const auto *const end = std::find(data, data + size, uint8_t{0});
-    if (end == data)
+    const DocumentAndRegisters input(data, size);
+    if (input.document.empty())
     {
         return 0;
     }
     Try(
         [&]
         {
-            StoredDevice device({data, end}, {end, data + size});
+            StoredDevice device(input.document, input.registers);
             const auto processor = std::make_shared<ConversionProcessor>();
             EditedRemote remote(device, "device", Conversions(),
                                 std::make_shared<ConversionDelivery>(processor));

@@ -16,6 +16,20 @@ namespace fuzz
 
 using namespace GenTL::internal::genapi;
 
+/// An input of the fuzzer: a document, and behind its terminating zero the content of registers.
+struct DocumentAndRegisters
+{
+    std::span<const uint8_t> document;
+    std::span<const uint8_t> registers;
+
+    DocumentAndRegisters(const uint8_t *data, size_t size)
+    {
+        const auto *const end = std::find(data, data + size, uint8_t{0});
+        document = {data, end};
+        registers = {end, data + size};
+    }
+};
+
 /// 256 registers of one byte, which repeat over all addresses.
 class RepeatingRegisters final : public IRegisterPort
 {

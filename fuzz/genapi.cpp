@@ -16,9 +16,9 @@ using namespace fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    const auto *const end = std::find(data, data + size, uint8_t{0});
+    const DocumentAndRegisters input(data, size);
     pugi::xml_document document;
-    if (!document.load_buffer(data, static_cast<size_t>(end - data)))
+    if (!document.load_buffer(input.document.data(), input.document.size()))
     {
         return 0;
     }
@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         [&]
         {
             const NodeGraph graph(document);
-            RepeatingRegisters port({end, data + size});
+            RepeatingRegisters port(input.registers);
             GraphFeatures features(graph, port);
             StaticRanges(graph);
             // More nodes only repeat what a few show, and cost the search its speed.

@@ -94,8 +94,14 @@ void CheckNotFrozen(bool isFrozen, std::string_view what)
     }
 }
 
-/// Bytes of the images that are known to come.
-/// @throws GenTLException GC_ERR_NOT_AVAILABLE when nobody else knows the size of a payload either
+/// Bytes that the conversion of an image adds.
+uint64_t AddedBytes(const ImageConversion &image, uint64_t alignment)
+{
+    return Aligned(image.OutputBytes(), alignment) - image.InputBytes();
+}
+
+} // namespace
+
 uint64_t KnownBytes(const DeviceState &state)
 {
     uint64_t bytes = 0;
@@ -110,14 +116,6 @@ uint64_t KnownBytes(const DeviceState &state)
     }
     return bytes;
 }
-
-/// Bytes that the conversion of an image adds.
-uint64_t AddedBytes(const ImageConversion &image, uint64_t alignment)
-{
-    return Aligned(image.OutputBytes(), alignment) - image.InputBytes();
-}
-
-} // namespace
 
 ConversionProcessor::ConversionProcessor(const tarn::common::FormatTable &formats) : m_conversions(formats) {}
 

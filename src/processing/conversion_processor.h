@@ -30,6 +30,10 @@ struct DeviceState
     std::shared_ptr<const std::vector<uint8_t>> lens{};
 };
 
+/// Bytes of the images that are known to come, before processing.
+/// @throws GenTLException GC_ERR_NOT_AVAILABLE when nobody else knows the size of a payload either
+uint64_t KnownBytes(const DeviceState &state);
+
 /// The processing of a device whose formats it does not know beforehand. Each image of a frame is delivered
 /// as it came, unless a conversion is set for its component and the format that it came in. No other format
 /// is kept, so one that changes behind the consumer's back is passed through and reported as what it is.

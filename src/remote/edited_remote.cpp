@@ -101,17 +101,7 @@ uint64_t EditedRemote::DevicePayloadSize()
 {
     // Not the stream's: it asks for this when it defines none.
     const auto state = m_view.ReadDeviceState(std::nullopt);
-    uint64_t bytes = 0;
-    for (const auto &image : state.images)
-    {
-        if (image.format == nullptr && !state.payloadSize)
-        {
-            throw GenTLException("Neither the payload size nor the size of a pixel is known!",
-                                 GC_ERR_NOT_AVAILABLE);
-        }
-        bytes += image.format != nullptr ? GetSizeInBytes(*image.format, image.size) : 0;
-    }
-    return state.payloadSize.value_or(bytes);
+    return state.payloadSize.value_or(KnownBytes(state));
 }
 
 } // namespace GenTL::internal

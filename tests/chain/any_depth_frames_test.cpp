@@ -33,14 +33,7 @@ protected:
 
     void Stop()
     {
-        m_camera.Stop(ACQ_STOP_FLAGS_KILL);
-        m_camera.UnregisterEvent();
-        m_camera.Calls().DSFlushQueue(m_camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
-        for (auto *const buffer : m_camera.Buffers())
-        {
-            m_camera.Calls().DSRevokeBuffer(m_camera.Stream(), buffer, nullptr, nullptr);
-        }
-        m_camera.ForgetBuffers();
+        StopAndRevoke(m_camera);
     }
 
     /// The chunks by their ids, as the list tells them.

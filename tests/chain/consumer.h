@@ -128,4 +128,17 @@ private:
     std::vector<BUFFER_HANDLE> m_buffers;
 };
 
+/// Ends an acquisition, and takes all buffers back.
+inline void StopAndRevoke(Camera &camera)
+{
+    camera.Stop(ACQ_STOP_FLAGS_KILL);
+    camera.UnregisterEvent();
+    camera.Calls().DSFlushQueue(camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
+    for (auto *const buffer : camera.Buffers())
+    {
+        camera.Calls().DSRevokeBuffer(camera.Stream(), buffer, nullptr, nullptr);
+    }
+    camera.ForgetBuffers();
+}
+
 } // namespace chain

@@ -325,14 +325,7 @@ public:
 
     ~Acquisition()
     {
-        m_camera.Stop(ACQ_STOP_FLAGS_KILL);
-        m_camera.UnregisterEvent();
-        m_camera.Calls().DSFlushQueue(m_camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
-        for (auto *const buffer : m_camera.Buffers())
-        {
-            m_camera.Calls().DSRevokeBuffer(m_camera.Stream(), buffer, nullptr, nullptr);
-        }
-        m_camera.ForgetBuffers();
+        StopAndRevoke(m_camera);
     }
 
     /// Takes more frames than there are buffers, so that some of them begin after this call.
