@@ -283,4 +283,17 @@ std::vector<AddressRange> PlacesOf(GraphFeatures &features, std::string_view nam
     return places;
 }
 
+std::vector<std::string> AvailableEntriesOf(GraphFeatures &features, std::string_view name)
+{
+    std::vector<std::string> names;
+    for (const auto &entry : features.EntriesOf(name))
+    {
+        if (entry.implemented && entry.available)
+        {
+            names.emplace_back(entry.name);
+        }
+    }
+    return names;
+}
+
 } // namespace GenTL::internal::genapi

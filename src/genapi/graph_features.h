@@ -86,6 +86,10 @@ inline bool IsTrue(GraphFeatures &features, std::string_view node)
     return features.Has(node) && features.ReadFloat(node) != 0;
 }
 
+/// The names of the entries that can be chosen now, in document order.
+/// @throws GenApiError as EntriesOf
+std::vector<std::string> AvailableEntriesOf(GraphFeatures &features, std::string_view name);
+
 extern template Limits<int64_t> GraphFeatures::LimitsOf(std::string_view name);
 extern template Limits<double> GraphFeatures::LimitsOf(std::string_view name);
 

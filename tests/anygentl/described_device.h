@@ -229,18 +229,7 @@ protected:
         return *consumer->features;
     }
 
-    std::vector<std::string> Offered()
-    {
-        std::vector<std::string> names;
-        for (const auto &entry : Features().EntriesOf("PixelFormat"))
-        {
-            if (entry.implemented && entry.available)
-            {
-                names.emplace_back(entry.name);
-            }
-        }
-        return names;
-    }
+    std::vector<std::string> Offered() { return genapi::AvailableEntriesOf(Features(), "PixelFormat"); }
 
     /// The code of writing a feature, GC_ERR_SUCCESS if it works.
     GC_ERROR CodeOfWriting(std::string_view feature, std::string_view value)

@@ -63,17 +63,4 @@ std::string DescribeLimits(GraphFeatures &features, const Node &feature)
     return GenTL::internal::utils::Try([&] { return DescribeValues(features, feature); }).value_or("");
 }
 
-std::vector<std::string> AvailableEntriesOf(GraphFeatures &features, const std::string &name)
-{
-    std::vector<std::string> names;
-    for (const auto &entry : features.EntriesOf(name))
-    {
-        if (entry.implemented && entry.available)
-        {
-            names.emplace_back(entry.name);
-        }
-    }
-    return names;
-}
-
 } // namespace gentlctl

@@ -14,9 +14,4 @@ namespace gentlctl
 std::string DescribeLimits(GenTL::internal::genapi::GraphFeatures &features,
                            const GenTL::internal::genapi::Node &feature);
 
-/// Names of the entries of an enumeration that can be chosen now.
-/// @throws GenApiError it is no enumeration
-std::vector<std::string> AvailableEntriesOf(GenTL::internal::genapi::GraphFeatures &features,
-                                            const std::string &name);
-
 } // namespace gentlctl
