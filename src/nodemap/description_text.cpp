@@ -201,6 +201,10 @@ bool IsUtf8(std::string_view text)
 /// each first letter: ten times slower in a megabyte.
 size_t Find(std::string_view text, std::string_view wanted, size_t position)
 {
+    if (position >= text.size())
+    {
+        return text.size();
+    }
     const void *found = memmem(text.data() + position, text.size() - position, wanted.data(), wanted.size());
     return found == nullptr ? text.size()
                             : static_cast<size_t>(static_cast<const char *>(found) - text.data());

@@ -46,7 +46,8 @@ protected:
     /// A part of eight bytes.
     ToldFrame::Answers PartAt(size_t offset)
     {
-        return {{BUFFER_PART_INFO_BASE, TypedAnswer::Pointer(memory.data() + offset)},
+        return {{BUFFER_PART_INFO_BASE, TypedAnswer::Pointer(reinterpret_cast<uint8_t *>(
+                                            reinterpret_cast<uintptr_t>(memory.data()) + offset))},
                 {BUFFER_PART_INFO_DATA_SIZE, TypedAnswer::Size(8)}};
     }
 
