@@ -20,7 +20,7 @@
 namespace GenTL::internal::edited
 {
 
-/// A device's port: every byte exists. A byte that nobody wrote depends on its address and the seed.
+/// A device's port: every byte exists. A byte that nobody wrote depends on its address and the pattern.
 struct EndlessPort final : RegistersOnlyPort
 {
     struct Access
@@ -31,7 +31,7 @@ struct EndlessPort final : RegistersOnlyPort
         friend bool operator==(const Access &, const Access &) = default;
     };
 
-    uint64_t seed = 0; ///< 0: unwritten bytes are 0
+    uint64_t pattern = 0; ///< 0: unwritten bytes are 0
     std::map<uint64_t, uint8_t> bytes;
     std::set<uint64_t> broken; ///< addresses where accesses fail
     std::vector<Access> reads;
@@ -82,7 +82,7 @@ private:
         const auto written = bytes.find(address);
         return written != bytes.end()
                    ? written->second
-                   : static_cast<uint8_t>((address + 1) * seed * 0x9E3779B97F4A7C15U >> 56U);
+                   : static_cast<uint8_t>((address + 1) * pattern * 0x9E3779B97F4A7C15U >> 56U);
     }
 
     void Check(uint64_t address) const

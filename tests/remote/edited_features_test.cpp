@@ -71,10 +71,10 @@ const std::set<std::string> &ReplacedNames()
 
 struct EveryFeature : testing::TestWithParam<std::string>
 {
-    void Compare(uint64_t seed, int64_t format)
+    void Compare(uint64_t pattern, int64_t format)
     {
         EditedDevice camera(Fixture(GetParam()));
-        camera.port.seed = seed;
+        camera.port.pattern = pattern;
         if (camera.edit.device.graph->Find("PixelFormatReg") != genapi::noNode)
         {
             camera.device.WriteInteger("PixelFormatReg", format);
@@ -94,12 +94,12 @@ struct EveryFeature : testing::TestWithParam<std::string>
 
 TEST_P(EveryFeature, HasTheSameValueUnlessReplaced)
 {
-    for (const uint64_t seed : {0U, 1U, 77U})
+    for (const uint64_t pattern : {0U, 1U, 77U})
     {
         for (const auto format : {0x01080001, 0x010C0047, 5})
         {
-            SCOPED_TRACE(fmt::format("seed {}, format {:#x}", seed, format));
-            Compare(seed, format);
+            SCOPED_TRACE(fmt::format("pattern {}, format {:#x}", pattern, format));
+            Compare(pattern, format);
         }
     }
 }
@@ -107,7 +107,7 @@ TEST_P(EveryFeature, HasTheSameValueUnlessReplaced)
 TEST_P(EveryFeature, HasTheDevicesValueUnderTheDevicesName)
 {
     EditedDevice camera(Fixture(GetParam()));
-    camera.port.seed = 3;
+    camera.port.pattern = 3;
     for (const auto &name : ReplacedNames())
     {
         // The suffix is that of all names.
