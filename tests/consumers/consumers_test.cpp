@@ -113,14 +113,13 @@ struct Run
     int status;
 };
 
-/// Runs the consumer without LeakSanitizer, which crashes where a library with thread-local objects was
-/// unloaded before; `arguments` are frames, starts and whether with chunks.
+/// Runs the consumer; `arguments` are frames, starts and whether with chunks.
 Run RunConsumer(const Case &tried, const std::string &arguments)
 {
-    const auto command = fmt::format(
-        "ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 QVR_SIM_WIDE={} LD_LIBRARY_PATH={} {} {} {} {} {} 2>&1",
-        std::string_view(tried.model).starts_with("WIDE") ? 1 : 0, QVR_LIB_DIR, QVR_CONSUMER_RUN,
-        tried.consumer, PathOf(tried.library), tried.model, arguments);
+    const auto command =
+        fmt::format("QVR_SIM_WIDE={} LD_LIBRARY_PATH={} {} {} {} {} {} 2>&1",
+                    std::string_view(tried.model).starts_with("WIDE") ? 1 : 0, QVR_LIB_DIR, QVR_CONSUMER_RUN,
+                    tried.consumer, PathOf(tried.library), tried.model, arguments);
     auto *const pipe = popen(command.c_str(), "r");
     Run run{};
     std::string text;

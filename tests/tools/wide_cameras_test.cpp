@@ -12,8 +12,7 @@ namespace
 
 using namespace gentlctl_run;
 
-// LeakSanitizer crashes where a library with thread-local objects was unloaded before, so it is off here.
-constexpr auto withWideCameras = "QVR_SIM_WIDE=1 ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 ";
+constexpr auto withWideCameras = "QVR_SIM_WIDE=1 ";
 const std::string anyProducer = "--producer " QVR_LIB_DIR "/anygentl/qvr_anygentl.cti ";
 const std::string lowerAlone = "--producer " QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti ";
 
