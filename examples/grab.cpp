@@ -21,6 +21,6 @@ try
 }
 catch (const std::exception &error)
 {
-    std::fprintf(stderr, "%s\n", error.what());
+    std::fprintf(stderr, "grab: %s\n", error.what());
     return 1;
 }

@@ -24,6 +24,6 @@ try
 }
 catch (const std::exception &error)
 {
-    std::fprintf(stderr, "%s\n", error.what());
+    std::fprintf(stderr, "points: %s\n", error.what());
     return 1;
 }
