@@ -1,7 +1,9 @@
 #include "consumer/features.h"
 #include "consumer/modules.h"
 #include "gentlctl/assignments.h"
+#include "gentlctl/command.h"
 #include "gentlctl/commands.h"
+#include "gentlctl/grab.h"
 #include "gentlctl/interrupt.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
@@ -9,13 +11,29 @@
 #include <fmt/format.h>
 
 #include <exception>
+#include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace gentlctl
 {
 namespace
 {
+
+struct GetOptions
+{
+    std::string module = "remote"; ///< "frame": the chunks of a frame
+    std::vector<std::string> names;
+    std::vector<std::string> assignments;
+};
+
+struct SetOptions
+{
+    std::string module = "remote";
+    std::vector<std::string> assignments;
+};
 
 /// Values of the features in the chunks of a frame: of the named ones, or of all.
 Json ChunksOf(const GrabReport &report, const std::vector<std::string> &names)
@@ -76,30 +94,54 @@ int PrintFrame(Producer &producer, OpenDevice &device, const Features &remote,
     return signal != 0 ? killed + signal : PrintValues(ChunksOf(report, names), asJson);
 }
 
-} // namespace
-
-int Get(const CommonOptions &options, const std::string &module, const std::vector<std::string> &names,
-        const std::vector<std::string> &assignments)
+int Get(const CommonOptions &options, const GetOptions &get)
 {
     std::optional<Interrupt> interrupt;
-    if (module == "frame")
+    if (get.module == "frame")
     {
         interrupt.emplace();
     }
     Producer producer(options.producer);
     Modules modules(producer, options.device);
-    const Features features(modules.PortOf(interrupt ? "remote" : module));
-    Apply(features, assignments);
-    return interrupt ? PrintFrame(producer, modules.Device(), features, names, *interrupt, options.json)
-                     : PrintValues(features.Values(names), options.json);
+    const Features features(modules.PortOf(interrupt ? "remote" : get.module));
+    Apply(features, get.assignments);
+    return interrupt ? PrintFrame(producer, modules.Device(), features, get.names, *interrupt, options.json)
+                     : PrintValues(features.Values(get.names), options.json);
 }
 
-int Set(const CommonOptions &options, const std::string &module, const std::vector<std::string> &assignments)
+int Set(const CommonOptions &options, const SetOptions &set)
 {
     Producer producer(options.producer);
     Modules modules(producer, options.device);
-    Apply(Features(modules.PortOf(module)), assignments);
+    Apply(Features(modules.PortOf(set.module)), set.assignments);
     return success;
+}
+
+} // namespace
+
+void DeclareGet(Commands &commands)
+{
+    const auto get = std::make_shared<GetOptions>();
+    auto &command = commands.Add("get", "Print the values of features",
+                                 [get](const CommonOptions &options) { return Get(options, *get); });
+    command.add_option("features", get->names, "Names of features; default: all")->type_name("NAME");
+    auto modules = ModuleNames();
+    modules.emplace_back("frame");
+    AddModule(command, get->module, modules,
+              "Module to address; \"frame\" grabs a frame and prints its chunks");
+    AddAssignments(command, get->assignments);
+}
+
+void DeclareSet(Commands &commands)
+{
+    const auto set = std::make_shared<SetOptions>();
+    auto &command = commands.Add("set", "Set features",
+                                 [set](const CommonOptions &options) { return Set(options, *set); });
+    command.add_option("assignments", set->assignments, "Features to set, in the given order")
+        ->type_name("NAME=VALUE")
+        ->check(Assignment())
+        ->required();
+    AddModule(command, set->module, ModuleNames(), "Module to address");
 }
 
 } // namespace gentlctl

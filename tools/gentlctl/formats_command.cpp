@@ -3,6 +3,7 @@
 #include "consumer/device.h"
 #include "consumer/features.h"
 #include "consumer/producer_files.h"
+#include "gentlctl/command.h"
 #include "gentlctl/offered_formats.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
@@ -120,8 +121,6 @@ void PrintFormats(const FormatsReport &report)
     }
 }
 
-} // namespace
-
 int Formats(const CommonOptions &options)
 {
     auto report = ReadFormats(options);
@@ -132,6 +131,14 @@ int Formats(const CommonOptions &options)
     }
     options.json ? PrintFormatsAsJson(report) : PrintFormats(report);
     return success;
+}
+
+} // namespace
+
+void DeclareFormats(Commands &commands)
+{
+    commands.Add("formats", "Explain the pixel formats that the device sends and an application may choose",
+                 Formats);
 }
 
 } // namespace gentlctl

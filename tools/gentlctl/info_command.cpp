@@ -2,6 +2,7 @@
 
 #include "consumer/info_answers.h"
 #include "consumer/modules.h"
+#include "gentlctl/command.h"
 #include "gentlctl/info_json.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
@@ -68,8 +69,7 @@ Json InfosOfDevice(internal::IGenTLProxy &calls, OpenDevice &device)
     };
 }
 
-} // namespace
-
+/// When the device cannot be opened, leaves out its modules and says why.
 int Info(const CommonOptions &options)
 {
     Producer producer(options.producer);
@@ -99,6 +99,13 @@ int Info(const CommonOptions &options)
         }
     }
     return status;
+}
+
+} // namespace
+
+void DeclareInfo(Commands &commands)
+{
+    commands.Add("info", "Print every info command of every module", Info);
 }
 
 } // namespace gentlctl

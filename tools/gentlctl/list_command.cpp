@@ -3,6 +3,7 @@
 #include "consumer/access_status.h"
 #include "consumer/json.h"
 #include "consumer/producer.h"
+#include "gentlctl/command.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
 
@@ -52,8 +53,6 @@ void PrintInterfaces(const std::vector<InterfaceEntry> &interfaces)
     }
 }
 
-} // namespace
-
 int List(const CommonOptions &options)
 {
     Producer producer(options.producer);
@@ -70,6 +69,14 @@ int List(const CommonOptions &options)
     }
     PrintInterfaces(interfaces);
     return success;
+}
+
+} // namespace
+
+void DeclareList(Commands &commands)
+{
+    commands.Add("list", "List interfaces and devices, with access status and why a device cannot be opened",
+                 List);
 }
 
 } // namespace gentlctl

@@ -1,5 +1,5 @@
+#include "gentlctl/command.h"
 #include "gentlctl/command_line.h"
-#include "gentlctl/commands.h"
 #include "gentlctl/standard_output.h"
 
 #include "utils/gentl_exception.h"

@@ -2,26 +2,52 @@
 
 #include "consumer/description.h"
 #include "consumer/modules.h"
+#include "gentlctl/command.h"
 #include "gentlctl/standard_output.h"
 #include "pictures/file_writing.h"
+
+#include <memory>
+#include <string>
 
 namespace gentlctl
 {
 
-int Xml(const CommonOptions &options, const std::string &module, const std::string &file)
+namespace
+{
+
+struct XmlOptions
+{
+    std::string module = "remote";
+    std::string file; ///< empty: print the description
+};
+
+int Xml(const CommonOptions &options, const XmlOptions &xml)
 {
     Producer producer(options.producer);
     Modules modules(producer, options.device);
-    const auto text = LoadDescription(*modules.PortOf(module));
-    if (file.empty())
+    const auto text = LoadDescription(*modules.PortOf(xml.module));
+    if (xml.file.empty())
     {
         PrintText(text);
     }
     else
     {
-        WriteBytes(file, text.data(), text.size());
+        WriteBytes(xml.file, text.data(), text.size());
     }
     return success;
+}
+
+} // namespace
+
+void DeclareXml(Commands &commands)
+{
+    const auto xml = std::make_shared<XmlOptions>();
+    auto &command = commands.Add("xml", "Print the GenICam description of a module",
+                                 [xml](const CommonOptions &options) { return Xml(options, *xml); });
+    command.add_option("module", xml->module, "Module to describe")
+        ->check(CLI::IsMember(ModuleNames()))
+        ->capture_default_str();
+    command.add_option("-o,--output", xml->file, "Write to this file")->type_name("FILE");
 }
 
 } // namespace gentlctl

@@ -1,0 +1,72 @@
+#include "gentlctl/command.h"
+
+#include "consumer/producer_files.h"
+
+#include <fmt/format.h>
+
+#include <utility>
+
+namespace gentlctl
+{
+
+Commands::Commands(CLI::App &app) : m_app(app)
+{
+    app.add_option("--producer", m_common.producer,
+                   "File of the producer; default: the proxy producer that belongs to this program, else the "
+                   "first producer in GENICAM_GENTL64_PATH")
+        ->type_name("FILE");
+    app.add_option(
+           "-d,--device", m_common.device,
+           "Id, model, serial number or user name of the device; default: the first that can be opened")
+        ->type_name("DEVICE");
+    app.add_flag("--json", m_common.json, "Print JSON");
+}
+
+CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run)
+{
+    auto *command = m_app.add_subcommand(name, description);
+    command->callback(
+        [this, run = std::move(run)]
+        {
+            m_common.producer = FindProducerFile(m_common.producer);
+            m_status = run(m_common);
+        });
+    return *command;
+}
+
+void AddModule(CLI::App &command, std::string &module, const std::vector<std::string> &choice,
+               const std::string &description)
+{
+    command.add_option("-m,--module", module, description)
+        ->check(CLI::IsMember(choice))
+        ->capture_default_str();
+}
+
+void AddAssignments(CLI::App &command, std::vector<std::string> &assignments)
+{
+    command
+        .add_option("-s,--set", assignments,
+                    "Feature to set first; may be repeated, applied in the given order")
+        ->type_name("NAME=VALUE")
+        ->check(Assignment());
+}
+
+const std::vector<std::string> &ModuleNames()
+{
+    static const std::vector<std::string> names{"system", "interface", "device", "remote", "stream"};
+    return names;
+}
+
+CLI::Validator Assignment()
+{
+    return {[](std::string &text)
+            {
+                const auto split = text.find('=');
+                return split != std::string::npos && split != 0
+                           ? std::string()
+                           : fmt::format("\"{}\" is not of the form NAME=VALUE", text);
+            },
+            ""};
+}
+
+} // namespace gentlctl

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+
+/// The options of every command.
+struct CommonOptions
+{
+    std::string producer; ///< its file
+    std::string device;   ///< as for Producer::Choose
+    bool json = false;    ///< print JSON
+};
+
+// Exit statuses.
+constexpr int success = 0;
+constexpr int failed = 1;
+constexpr int wrongUsage = 2;
+constexpr int killed = 128; ///< plus the number of the signal
+
+/// The commands of the program, as they are declared on its command line. Parsing the line runs the command
+/// that it names.
+class Commands
+{
+public:
+    /// Returns the exit status, and throws when it cannot answer at all.
+    using Run = std::function<int(const CommonOptions &options)>;
+
+    /// Declares the options of every command.
+    /// @param app outlives this object
+    explicit Commands(CLI::App &app);
+    Commands(const Commands &) = delete;
+    Commands &operator=(const Commands &) = delete;
+
+    /// Adds a command that talks to a producer. The caller declares the options of the command's own on the
+    /// result; what they are parsed into belongs to `run`.
+    CLI::App &Add(const std::string &name, const std::string &description, Run run);
+
+    /// Exit status of the command that was run.
+    int Status() const { return m_status; }
+
+private:
+    CLI::App &m_app;
+    CommonOptions m_common;
+    int m_status = success;
+};
+
+/// Declares `-m`.
+/// @param module takes the choice; its value is the default
+void AddModule(CLI::App &command, std::string &module, const std::vector<std::string> &choice,
+               const std::string &description);
+
+/// Declares `-s`, which may be repeated.
+void AddAssignments(CLI::App &command, std::vector<std::string> &assignments);
+
+/// Names of the modules of a device that have features.
+const std::vector<std::string> &ModuleNames();
+
+/// Accepts NAME=VALUE.
+CLI::Validator Assignment();
+
+} // namespace gentlctl
