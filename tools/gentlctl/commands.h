@@ -16,5 +16,7 @@ void DeclareFormats(Commands &commands);
 void DeclareFiles(Commands &commands);
 void DeclareCalibration(Commands &commands);
 void DeclareGrab(Commands &commands);
+void DeclareCompletion(Commands &commands);
+void DeclareMan(Commands &commands);
 
 } // namespace gentlctl
