@@ -28,15 +28,16 @@ Commands::Commands(CLI::App &app) : m_app(app)
 
 CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run)
 {
-    return AddForAnyProducers(name, description,
-                              [run = std::move(run)](CommonOptions options)
+    return AddWithoutProducer(name, description,
+                              [run = std::move(run)](const CommonOptions &options)
                               {
-                                  options.producer = ProducerFor(options.producer);
-                                  return run(options);
+                                  auto found = options;
+                                  found.producer = ProducerFor(options.producer);
+                                  return run(found);
                               });
 }
 
-CLI::App &Commands::AddForAnyProducers(const std::string &name, const std::string &description, Run run)
+CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::string &description, Run run)
 {
     auto *command = m_app.add_subcommand(name, description);
     command->callback([this, run = std::move(run)] { m_status = run(m_common); });

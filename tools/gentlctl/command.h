@@ -44,9 +44,9 @@ public:
     /// result; what they are parsed into belongs to `run`.
     CLI::App &Add(const std::string &name, const std::string &description, Run run);
 
-    /// Adds a command that finds its producers itself: `run` gets the producer as the user named it, if at
-    /// all.
-    CLI::App &AddForAnyProducers(const std::string &name, const std::string &description, Run run);
+    /// The same for a command that finds its producers itself: `run` gets the producer as the user named it,
+    /// if at all.
+    CLI::App &AddWithoutProducer(const std::string &name, const std::string &description, Run run);
 
     /// Adds a command that talks to no producer: it does not take the options of every command.
     CLI::App &AddOwn(const std::string &name, const std::string &description, std::function<int()> run);

@@ -20,10 +20,10 @@ namespace gentlctl
 namespace
 {
 
-/// In the order of the help.
 constexpr void (*declarations[])(Commands &) = {
-    DeclareList,  DeclareInfo,        DeclareXml,  DeclareGet,        DeclareSet, DeclareFormats,
-    DeclareFiles, DeclareCalibration, DeclareGrab, DeclareCompletion, DeclareMan,
+#define COMMAND(name) Declare##name,
+#include "gentlctl/commands.inc"
+#undef COMMAND
 };
 
 /// Shows the options of every command in the help of a command, too.

@@ -163,7 +163,7 @@ int ListAll(const CommonOptions &options)
 void DeclareList(Commands &commands)
 {
     const auto list = std::make_shared<ListOptions>();
-    auto &command = commands.AddForAnyProducers(
+    auto &command = commands.AddWithoutProducer(
         "list", "List interfaces and devices, with access status and why a device cannot be opened",
         [list](const CommonOptions &options) { return list->all ? ListAll(options) : ListOne(options); });
     command.add_flag("-a,--all", list->all,
