@@ -388,7 +388,7 @@ TEST_F(FeaturesTest, TellWhyAFileIsNotReplaced)
     };
     EXPECT_EQ(failureOf(FileNodes("0", 5, 2)),
               "The device took 4 bytes of UserFile, but now gives the file a size of 5");
-    EXPECT_EQ(failureOf(FileNodes("1", 4, 2)), "The device refuses to open for writing the file UserFile");
+    EXPECT_EQ(failureOf(FileNodes("1", 4, 2)), "The device refuses to open the file UserFile for writing");
     EXPECT_EQ(failureOf(FileNodes("0", 4, 1)),
               "The device refuses the bytes from 0 on of the 4 for UserFile: it took 1 of 2");
 }

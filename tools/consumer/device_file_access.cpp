@@ -75,8 +75,6 @@ bool DeviceFileAccess::Transfer(uint64_t size, std::vector<uint8_t> &content) co
 
 void DeviceFileAccess::WriteFile(const std::string &name, std::span<const uint8_t> content) const
 {
-    const auto refused = [&](const char *step)
-    { return std::runtime_error(fmt::format("The device refuses to {} the file {}", step, name)); };
     m_features.WriteText("FileSelector", name);
     if (!Offers("FileOpenMode", "Write") || !Offers("FileOperationSelector", "Write"))
     {
@@ -87,7 +85,7 @@ void DeviceFileAccess::WriteFile(const std::string &name, std::span<const uint8_
     m_features.WriteText("FileOpenMode", "Write");
     if (!Does("Open"))
     {
-        throw refused("open for writing");
+        throw std::runtime_error(fmt::format("The device refuses to open the file {} for writing", name));
     }
     try
     {
@@ -100,7 +98,7 @@ void DeviceFileAccess::WriteFile(const std::string &name, std::span<const uint8_
     }
     if (!Does("Close"))
     {
-        throw refused("close");
+        throw std::runtime_error(fmt::format("The device refuses to close the file {}", name));
     }
     if (const auto size = FileSize(name); size != content.size())
     {

@@ -31,9 +31,9 @@ std::string DescribeRange(GraphFeatures &features, std::string_view name)
     {
         return "";
     }
-    return fmt::format("it takes {} {}{}", limits.min ? fmt::format("{} to", *limits.min) : "at most",
-                       *limits.max,
-                       limits.increment ? fmt::format(" in steps of {}", *limits.increment) : "");
+    const auto steps = limits.increment ? fmt::format(" in steps of {}", *limits.increment) : "";
+    return limits.min ? fmt::format("it takes {} to {}{}", *limits.min, *limits.max, steps)
+                      : fmt::format("it takes at most {}{}", *limits.max, steps);
 }
 
 std::string DescribeValues(GraphFeatures &features, const Node &feature)

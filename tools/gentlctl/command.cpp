@@ -77,7 +77,8 @@ void AddAssignments(CLI::App &command, std::vector<std::string> &assignments)
         .add_option(
             "-s,--set", assignments,
             "Feature to set, or command to execute, first; may be repeated, applied in the given order")
-        ->type_name("NAME=VALUE")
+        ->type_name("NAME[=VALUE]")
+        ->allow_extra_args(false)
         ->check(Assignment());
 }
 
