@@ -155,13 +155,13 @@ void UnregistersOnce(Bench &bench)
 ChecksOf EventChecks()
 {
     return {
-        {"event", "new buffers are told", NewBufferRegisters},
+        {"event", "GCRegisterEvent takes EVENT_NEW_BUFFER", NewBufferRegisters},
         {"event", "module events are there or refused as consumers expect", ModuleEventsAreSurvived},
-        {"event", "an event is registered once", RegistersOnce},
-        {"event", "every event info answers by the rules", EventInfosFollowTheRules},
-        {"event", "a wait ends in time", WaitsEndInTime},
+        {"event", "GCRegisterEvent registers once", RegistersOnce},
+        {"event", "EventGetInfo answers every command by the rules", EventInfosFollowTheRules},
+        {"event", "EventGetData ends in time", WaitsEndInTime},
         {"event", "EventKill ends one wait", KillEndsOneWait},
-        {"event", "an event ends once", UnregistersOnce},
+        {"event", "GCUnregisterEvent ends an event, once", UnregistersOnce},
     };
 }
 

@@ -1,5 +1,6 @@
 #include "check/file_checks.h"
 
+#include "check/needed_functions.h"
 #include "check/session.h"
 #include "check/trial.h"
 #include "consumer/producer_files.h"
@@ -24,17 +25,6 @@ namespace
 {
 
 constexpr auto fileArea = "file";
-
-/// What every producer must have to deliver frames.
-const std::vector<std::string_view> &NeededFunctions()
-{
-    static const std::vector<std::string_view> names{
-#define NEEDED(name) #name,
-#include "lower/needed_functions.inc"
-#undef NEEDED
-    };
-    return names;
-}
 
 /// Whether a name looks like one of the published functions: a prefix of theirs, and a capital letter.
 bool LooksPublished(std::string_view name)

@@ -17,5 +17,6 @@ void DeclareFiles(Commands &commands);
 void DeclareCalibration(Commands &commands);
 void DeclareGrab(Commands &commands);
 void DeclareCheck(Commands &commands);
+void DeclareDoctor(Commands &commands);
 
 } // namespace gentlctl
