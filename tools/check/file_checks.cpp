@@ -130,6 +130,7 @@ LoadedRun RunLoaded(const std::string &file, int flags, std::chrono::millisecond
             LoadVisionLibrary();
             Calls calls(file, flags, [&](std::string_view name) { send({{"call", std::string(name)}}); });
             work(calls);
+            send({{"call", "dlclose"}});
         }
         catch (const std::runtime_error &error)
         {
@@ -158,6 +159,15 @@ std::string ProblemOf(const LoadedRun &run)
     default:
         return fmt::format("{} does not return: {}", run.lastCall, run.ending.how);
     }
+}
+
+std::string CureOfLoading(const std::string &problem)
+{
+    return problem.starts_with("dlclose")
+               ? "unregister what calls code of the library later: handlers, threads, "
+                 "destructors of thread-local objects"
+               : "`gentlctl doctor` looks for missing libraries; a crash comes from a "
+                 "constructor of a static object";
 }
 
 void InitialiseAndClose(Calls &calls)
@@ -229,11 +239,9 @@ Findings CheckLoading(const std::string &file, std::chrono::milliseconds limit)
     for (const auto &way : waysToLoad)
     {
         const auto problem = ProblemOf(RunLoaded(file, way.flags, limit, InitialiseAndClose));
-        findings.push_back(problem.empty()
-                               ? FindingOfFile(Level::Fine, way.call, "it loads", "", "")
-                               : FindingOfFile(Level::Broken, way.call, problem, way.consumer,
-                                               "`gentlctl doctor` looks for missing libraries; a crash at "
-                                               "loading comes from a constructor of a static object"));
+        findings.push_back(problem.empty() ? FindingOfFile(Level::Fine, way.call, "it loads", "", "")
+                                           : FindingOfFile(Level::Broken, way.call, problem, way.consumer,
+                                                           CureOfLoading(problem)));
     }
     const bool loads = std::ranges::find(findings, Level::Broken, &Finding::level) == findings.end();
     if (loads)

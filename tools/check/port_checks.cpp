@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <filesystem>
@@ -102,7 +103,7 @@ void UrlAnswers(Bench &bench, const PortKind &kind)
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     bench.trial.MustFail(
         "GCGetPortURLInfo beyond the last URL",
-        bench.calls.GCGetPortURLInfo(port, count, URL_INFO_URL, &type, nullptr, &size),
+        bench.calls.GCGetPortURLInfo(port, std::max(count, 1U), URL_INFO_URL, &type, nullptr, &size),
         {GC_ERR_INVALID_INDEX, GC_ERR_INVALID_PARAMETER},
         {Level::WillHurt, "consumers that count URLs until the error comes", "return GC_ERR_INVALID_INDEX"});
 }

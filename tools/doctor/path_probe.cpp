@@ -183,6 +183,11 @@ std::vector<fs::path> ProducersIn(const Surroundings &surroundings)
     {
         add(surroundings.producer);
     }
+    if (producers.empty())
+    {
+        // What this installation would have to offer.
+        std::ranges::for_each(ProducersOf(surroundings.libraryFolder), add);
+    }
     return producers;
 }
 

@@ -19,8 +19,8 @@ namespace
 
 /// In the order of the help.
 constexpr void (*declarations[])(Commands &) = {
-    DeclareList,    DeclareInfo,  DeclareXml,         DeclareGet,  DeclareSet,
-    DeclareFormats, DeclareFiles, DeclareCalibration, DeclareGrab, DeclareCheck,
+    DeclareList,  DeclareInfo,        DeclareXml,  DeclareGet,   DeclareSet,    DeclareFormats,
+    DeclareFiles, DeclareCalibration, DeclareGrab, DeclareCheck, DeclareDoctor,
 };
 
 /// Says in one line what is wrong with the command line, and which help to read.
