@@ -22,4 +22,15 @@ std::string FindProducerFile(const std::string &argument);
 /// producer or there is no lower one.
 std::string LowerProducerFile(const std::string &file);
 
+/// The producer whose frames reach `file` as the camera sent them: the lower one of either producer of this
+/// project, which converts frames; else `file` itself.
+std::string RawProducerFile(const std::string &file);
+
+/// Name of the variable that names the lower producer of `file`; empty when `file` has none.
+std::string LowerProducerVariable(const std::string &file);
+
+/// File of the simulator of the build or the installation that this program belongs to.
+/// @throws std::runtime_error there is none
+std::string SimulatorFile();
+
 } // namespace gentlctl
