@@ -81,9 +81,10 @@ TEST(ProducersInThePath, AreFilesAndTheContentOfFoldersEachOnce)
 TEST(ProducersInThePath, AreThoseOfTheInstallationWhenThereAreNoOthers)
 {
     Machine machine;
-    const auto file = machine.PutLibrary("installed/qvr_proxygentl.cti");
+    const auto file = machine.PutLibrary("installed/qvr_anygentl/qvr_anygentl.cti");
     machine.SetPath("");
     EXPECT_EQ(ProducersIn(machine.surroundings), (std::vector<std::filesystem::path>{file}));
+    EXPECT_NE(ProbePath(machine.surroundings)[0].cure.find("installed/qvr_anygentl"), std::string::npos);
 }
 
 } // namespace

@@ -69,6 +69,21 @@ fs::path FolderBelow(const fs::path &folder)
     return {};
 }
 
+/// The folder of this installation's producers: where it has some, else where the libraries are.
+fs::path OwnFolder(const Surroundings &surroundings)
+{
+    // In an installation, in a build.
+    for (const auto *const name : {"qvr_anygentl", "qvr_proxygentl", "anygentl"})
+    {
+        const auto folder = surroundings.libraryFolder / name;
+        if (!ProducersOf(folder).empty())
+        {
+            return folder;
+        }
+    }
+    return surroundings.libraryFolder;
+}
+
 std::string CureOfFolder(const fs::path &folder)
 {
     if (const auto below = FolderBelow(folder); !below.empty())
@@ -118,7 +133,7 @@ Finding WithoutPath(const Surroundings &surroundings)
 {
     const auto other = surroundings.Variable(pathVariableOf32);
     const auto cure = fmt::format("export {}={}", pathVariable,
-                                  other && !other->empty() ? *other : surroundings.libraryFolder.string());
+                                  other && !other->empty() ? *other : OwnFolder(surroundings).string());
     if (other && !other->empty())
     {
         return PathFinding(Level::Broken, pathVariable,
@@ -158,7 +173,7 @@ Findings ProbePath(const Surroundings &surroundings)
     {
         findings.push_back(
             PathFinding(Level::Broken, pathVariable, "leads to no producer",
-                        fmt::format("export {}={}", pathVariable, surroundings.libraryFolder.string())));
+                        fmt::format("export {}={}", pathVariable, OwnFolder(surroundings).string())));
     }
     return findings;
 }
@@ -186,7 +201,7 @@ std::vector<fs::path> ProducersIn(const Surroundings &surroundings)
     if (producers.empty())
     {
         // What this installation would have to offer.
-        std::ranges::for_each(ProducersOf(surroundings.libraryFolder), add);
+        std::ranges::for_each(ProducersOf(OwnFolder(surroundings)), add);
     }
     return producers;
 }
