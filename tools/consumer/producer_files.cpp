@@ -3,6 +3,8 @@
 #include "lower/producer_discovery.h"
 #include "utils/environment.h"
 
+#include <dlfcn.h>
+
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -31,6 +33,11 @@ std::filesystem::path LibraryFolder()
     std::error_code ignored;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", ignored);
     return program.parent_path().parent_path() / QVR_INSTALL_LIBDIR;
+}
+
+void LoadVisionLibrary()
+{
+    dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
 }
 
 std::string FindProducerFile(const std::string &argument)

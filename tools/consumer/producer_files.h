@@ -9,6 +9,10 @@ namespace gentlctl
 /// The folder of the libraries of the build or the installation that this program belongs to.
 std::filesystem::path LibraryFolder();
 
+/// Loads the vision library of LibraryFolder, if it is there, for the rest of the process: the proxy producer
+/// opens it by its bare name, which works once it is loaded. Other producers do not use it.
+void LoadVisionLibrary();
+
 /// File of the producer to use: the argument; else the proxy producer in LibraryFolder; else the first
 /// producer in the folders of GENICAM_GENTL64_PATH.
 /// @throws std::runtime_error none found
