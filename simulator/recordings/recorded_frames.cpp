@@ -3,6 +3,7 @@
 #include "recording/error.h"
 #include "simulator/recordings/recorded_answer.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -74,6 +75,18 @@ uint64_t PeriodOf(const recording::FrameRecord &first, const recording::FrameRec
     return distance + (frames > 1 && distance >= frames - 1 ? distance / (frames - 1) : 1);
 }
 
+/// A recording that lies must not lead a consumer out of its buffer.
+void RequireWithin(const recording::FrameRecord &record, uint64_t payloadSize, uint64_t size)
+{
+    const auto isWithin = [&](const recording::ChunkRecord &chunk)
+    { return chunk.offset <= size && chunk.length <= size - chunk.offset; };
+    if (!std::ranges::all_of(record.parts, [&](const auto &part) { return part.offset <= payloadSize; }) ||
+        !std::ranges::all_of(record.chunks, isWithin))
+    {
+        throw Error(GC_ERR_IO, "A recorded frame has parts or chunks beyond its end");
+    }
+}
+
 std::vector<SINGLE_CHUNK_DATA> ChunksOf(const recording::FrameRecord &record)
 {
     std::vector<SINGLE_CHUNK_DATA> chunks;
@@ -120,6 +133,7 @@ Frame RecordedFrames::Write(const FrameOrder &order, std::span<uint8_t> buffer)
     { return pass * PeriodOf(m_first, m_last, frames, command); };
     auto record = Reading([&] { return m_recording->Record(index); });
     const auto size = static_cast<size_t>(m_recording->PlaceOf(index).size);
+    RequireWithin(record, buffer.size(), size);
     Frame frame{order, size, false, ChunksOf(record)};
     if (buffer.size() >= size)
     {
