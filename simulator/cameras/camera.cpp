@@ -88,8 +88,8 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
 }
 
 Camera::Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable)
-    : Module(handles, Identity(model), model.Layout(), Description(model),
-             {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
+    : StreamedCamera(handles, Identity(model), model.Layout(), Description(model),
+                     {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
       m_model(std::move(model)), m_writable(writable), m_acquisition(Features())
 {
     ConnectFeatures(unit);
@@ -138,6 +138,11 @@ std::optional<FrameOrder> Camera::NextFrame()
     const auto number = m_acquisition.NextFrame();
     return number ? std::optional(FrameOrder{*number, Ticks(m_model.ticksPerSecond), m_settings})
                   : std::nullopt;
+}
+
+std::unique_ptr<FrameMaker> Camera::MakeFrames() const
+{
+    return std::make_unique<FrameWriter>(m_model.sources());
 }
 
 size_t Camera::PayloadSize() const
