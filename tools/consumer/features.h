@@ -72,6 +72,8 @@ public:
     DeviceFileReader Files() const { return DeviceFileReader(*m_features); }
 
 private:
+    friend class SettingAccess;
+
     const GenTL::internal::genapi::Node &NodeOf(const std::string &name) const;
 
     std::shared_ptr<Port> m_port;

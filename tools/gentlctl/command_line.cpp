@@ -20,7 +20,7 @@ namespace
 /// In the order of the help.
 constexpr void (*declarations[])(Commands &) = {
     DeclareList,    DeclareInfo,  DeclareXml,         DeclareGet,  DeclareSet,
-    DeclareFormats, DeclareFiles, DeclareCalibration, DeclareGrab,
+    DeclareFormats, DeclareFiles, DeclareCalibration, DeclareGrab, DeclareSettings,
 };
 
 /// Says in one line what is wrong with the command line, and which help to read.

@@ -16,5 +16,6 @@ void DeclareFormats(Commands &commands);
 void DeclareFiles(Commands &commands);
 void DeclareCalibration(Commands &commands);
 void DeclareGrab(Commands &commands);
+void DeclareSettings(Commands &commands);
 
 } // namespace gentlctl
