@@ -4,6 +4,8 @@
 #include "simulator/cameras/camera_unit.h"
 #include "simulator/module/module.h"
 
+#include <atomic>
+
 namespace GenTL::simulator
 {
 
@@ -28,16 +30,21 @@ public:
 
     size_t PayloadSize() const;
 
+    /// Ends the acquisition; from now on the registers cannot be reached.
+    void Unplug();
+
 private:
     Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable);
 
     bool IsWritable() const override { return m_writable; }
+    void RequireReachable() const override;
     void OnClose() override { m_acquisition.Stop(); }
     void ConnectFeatures(CameraUnit &unit);
     void Update();
 
     const CameraModel m_model;
     const bool m_writable;
+    std::atomic<bool> m_isGone = false;
     AcquisitionControl m_acquisition;
     std::vector<std::unique_ptr<CameraControl>> m_controls;
     std::shared_ptr<const FrameSettings> m_settings; ///< guarded by the lock of the features

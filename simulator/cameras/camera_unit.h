@@ -2,6 +2,7 @@
 
 #include "simulator/cameras/camera_model.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 
@@ -65,6 +66,9 @@ public:
         m_saved[set] = std::move(content);
     }
 
+    bool IsPlugged() const { return m_isPlugged; }
+    void SetPlugged(bool plugged) { m_isPlugged = plugged; }
+
     /// Keeps `kept` alive until the next call.
     void Retire(std::shared_ptr<void> kept)
     {
@@ -79,6 +83,7 @@ private:
     std::map<std::string, int64_t> m_kept;
     std::map<int64_t, SavedSet> m_saved;
     std::shared_ptr<void> m_retired;
+    std::atomic<bool> m_isPlugged = true;
 };
 
 } // namespace GenTL::simulator

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/system/plug_watch.h"
 #include "simulator/system/system.h"
 
 namespace GenTL::simulator
@@ -32,11 +33,13 @@ public:
 
 private:
     void CloseSystem();
+    void SetUnplugged(const std::set<std::string> &names);
 
     HandleTable m_handles;
     std::vector<std::unique_ptr<CameraUnit>> m_cameras;
     std::mutex m_mutex;
     std::weak_ptr<System> m_system;
+    std::optional<PlugWatch> m_plugs; ///< its thread uses the other members
 };
 
 } // namespace GenTL::simulator
