@@ -73,7 +73,8 @@ void FrameStatistics::CountGap(const std::optional<uint64_t> &number)
     {
         m_missing += *number - *m_number - 1;
     }
-    m_number = number ? number : m_number;
+    // A frame without a number counts as the next one.
+    m_number = number ? number : m_number ? std::optional(*m_number + 1) : std::nullopt;
 }
 
 uint64_t FrameStatistics::Lost() const
