@@ -52,7 +52,14 @@ std::string FindProducerFile(const std::string &argument)
 
 std::string LowerProducerFile(const std::string &file)
 {
-    if (std::filesystem::path(file).filename() != "qvr_proxygentl.cti")
+    return std::filesystem::path(file).filename() == "qvr_proxygentl.cti" ? LoadedByProxy(file)
+                                                                          : std::string();
+}
+
+std::string LoadedByProxy(const std::string &file)
+{
+    const auto name = std::filesystem::path(file).filename();
+    if (name != "qvr_proxygentl.cti" && name != "qvr_anygentl.cti")
     {
         return {};
     }

@@ -18,4 +18,7 @@ std::string FindProducerFile(const std::string &argument);
 /// producer or there is no lower one.
 std::string LowerProducerFile(const std::string &file);
 
+/// The same for either of the two producers that load a lower one.
+std::string LoadedByProxy(const std::string &file);
+
 } // namespace gentlctl

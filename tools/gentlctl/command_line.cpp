@@ -19,8 +19,9 @@ namespace
 
 /// In the order of the help.
 constexpr void (*declarations[])(Commands &) = {
-    DeclareList,    DeclareInfo,  DeclareXml,         DeclareGet,  DeclareSet,
-    DeclareFormats, DeclareFiles, DeclareCalibration, DeclareGrab, DeclareSettings,
+    DeclareList,    DeclareInfo,   DeclareXml,         DeclareGet,   DeclareSet,
+    DeclareFormats, DeclareFiles,  DeclareCalibration, DeclareGrab,  DeclareSettings,
+    DeclareEvents,  DeclareStream, DeclareSoak,        DeclareBench,
 };
 
 /// Says in one line what is wrong with the command line, and which help to read.

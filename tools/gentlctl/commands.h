@@ -17,5 +17,9 @@ void DeclareFiles(Commands &commands);
 void DeclareCalibration(Commands &commands);
 void DeclareGrab(Commands &commands);
 void DeclareSettings(Commands &commands);
+void DeclareEvents(Commands &commands);
+void DeclareStream(Commands &commands);
+void DeclareSoak(Commands &commands);
+void DeclareBench(Commands &commands);
 
 } // namespace gentlctl

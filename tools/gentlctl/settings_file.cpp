@@ -15,11 +15,15 @@ namespace gentlctl
 namespace
 {
 
+/// The names of the file's own entries.
+namespace keys
+{
 constexpr auto device = "device";
 constexpr auto vendor = "vendor";
 constexpr auto model = "model";
 constexpr auto serialNumber = "serial";
 constexpr auto tool = "tool";
+} // namespace keys
 
 std::string ContentOf(const std::filesystem::path &file)
 {
@@ -94,7 +98,7 @@ ModuleSettings ModuleOf(const std::string &name, const YAML::Node &node)
 SettingsFile Parse(const std::string &text)
 {
     const auto root = YAML::Load(text);
-    if (!root.IsMap() || !root[device].IsDefined())
+    if (!root.IsMap() || !root[keys::device].IsDefined())
     {
         throw YAML::Exception(root.Mark(), "the entry \"device\" is missing");
     }
@@ -102,14 +106,14 @@ SettingsFile Parse(const std::string &text)
     for (const auto &entry : root)
     {
         const auto name = ScalarOf(entry.first);
-        if (name == device)
+        if (name == keys::device)
         {
             const auto identity = MapOf(entry.second);
-            content.vendor = identity[vendor].as<std::string>("");
-            content.model = identity[model].as<std::string>("");
-            content.serialNumber = identity[serialNumber].as<std::string>("");
+            content.vendor = identity[keys::vendor].as<std::string>("");
+            content.model = identity[keys::model].as<std::string>("");
+            content.serialNumber = identity[keys::serialNumber].as<std::string>("");
         }
-        else if (name != tool)
+        else if (name != keys::tool)
         {
             content.modules.push_back(ModuleOf(name, entry.second));
         }
@@ -123,11 +127,11 @@ std::string SettingsText(const SettingsFile &content)
 {
     YAML::Emitter out;
     out << YAML::Comment("Settings of a device; `gentlctl settings load FILE` restores them.");
-    out << YAML::BeginMap << YAML::Key << tool << YAML::Value << "gentlctl " QVR_VERSION;
-    out << YAML::Key << device << YAML::Value << YAML::BeginMap;
-    out << YAML::Key << vendor << YAML::Value << content.vendor;
-    out << YAML::Key << model << YAML::Value << content.model;
-    out << YAML::Key << serialNumber << YAML::Value << content.serialNumber << YAML::EndMap;
+    out << YAML::BeginMap << YAML::Key << keys::tool << YAML::Value << "gentlctl " QVR_VERSION;
+    out << YAML::Key << keys::device << YAML::Value << YAML::BeginMap;
+    out << YAML::Key << keys::vendor << YAML::Value << content.vendor;
+    out << YAML::Key << keys::model << YAML::Value << content.model;
+    out << YAML::Key << keys::serialNumber << YAML::Value << content.serialNumber << YAML::EndMap;
     for (const auto &module : content.modules)
     {
         out << YAML::Key << module.module << YAML::Value << YAML::BeginMap;
