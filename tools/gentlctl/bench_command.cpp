@@ -37,8 +37,8 @@ int Compare(const CommonOptions &options, const BenchOptions &command)
         Apply(Features(device.PortOf("remote")), command.assignments);
     };
     std::vector<std::string> producers{options.producer};
-    const auto beside = command.beside.empty() ? LoadedByProxy(options.producer) : command.beside;
-    if (beside.empty())
+    const auto beside = command.beside.empty() ? RawProducerFile(options.producer) : command.beside;
+    if (beside == options.producer)
     {
         Complain("Measures this producer alone: its lower producer is not known. --beside FILE names one");
     }

@@ -24,13 +24,19 @@ Commands::Commands(CLI::App &app) : m_app(app)
 
 CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run)
 {
+    return AddWithoutProducer(name, description,
+                              [run = std::move(run)](const CommonOptions &options)
+                              {
+                                  auto found = options;
+                                  found.producer = FindProducerFile(options.producer);
+                                  return run(found);
+                              });
+}
+
+CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::string &description, Run run)
+{
     auto *command = m_app.add_subcommand(name, description);
-    command->callback(
-        [this, run = std::move(run)]
-        {
-            m_common.producer = FindProducerFile(m_common.producer);
-            m_status = run(m_common);
-        });
+    command->callback([this, run = std::move(run)] { m_status = run(m_common); });
     return *command;
 }
 

@@ -41,6 +41,9 @@ public:
     /// result; what they are parsed into belongs to `run`.
     CLI::App &Add(const std::string &name, const std::string &description, Run run);
 
+    /// The same for a command that finds its producers itself, or needs none.
+    CLI::App &AddWithoutProducer(const std::string &name, const std::string &description, Run run);
+
     /// Exit status of the command that was run.
     int Status() const { return m_status; }
 
