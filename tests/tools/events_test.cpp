@@ -33,8 +33,8 @@ namespace
 using GenTL::internal::FailureOf;
 using GenTL::internal::LowerLibrary;
 
-const std::string anyProducer = QVR_LIB_DIR "/anygentl/qvr_anygentl.cti";
-const std::string lowerAlone = QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti";
+const std::string anyFile = QVR_LIB_DIR "/anygentl/qvr_anygentl.cti";
+const std::string lowerFile = QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti";
 
 std::chrono::steady_clock::time_point Soon()
 {
@@ -111,7 +111,7 @@ TEST_P(CameraEvents, TellOfALoss)
     const auto event = NextOf(monitor, GenTL::EVENT_ERROR);
     ASSERT_TRUE(event);
     EXPECT_EQ(event->fired.text, "The camera was unplugged");
-    EXPECT_TRUE(InWords(*event).ends_with(" device ERROR -1007: The camera was unplugged"))
+    EXPECT_TRUE(InWords(*event).ends_with(" device ERROR -1010: The camera was unplugged"))
         << InWords(*event);
 }
 
@@ -123,13 +123,14 @@ TEST_P(CameraEvents, EndTheWaitWhenAsked)
     EXPECT_FALSE(monitor.Next(Soon()));
 }
 
-std::string NameOf(const testing::TestParamInfo<std::string> &producer)
+std::string NameOfProducer(const testing::TestParamInfo<std::string> &producer)
 {
-    return producer.param == anyProducer ? "Any" : producer.param == lowerAlone ? "Simulator" : "Proxy";
+    return producer.param == anyFile ? "Any" : producer.param == lowerFile ? "Simulator" : "Proxy";
 }
 
 INSTANTIATE_TEST_SUITE_P(Over, CameraEvents,
-                         testing::Values(QVR_LIB_DIR "/qvr_proxygentl.cti", anyProducer, lowerAlone), NameOf);
+                         testing::Values(QVR_LIB_DIR "/qvr_proxygentl.cti", anyFile, lowerFile),
+                         NameOfProducer);
 
 /// What a stream told.
 struct Steps
@@ -162,7 +163,7 @@ protected:
         }
     }
 
-    void SetUp(OpenDevice &opened)
+    void Prepare(OpenDevice &opened)
     {
         const Features remote(opened.PortOf("remote"));
         widths.push_back(remote.GetInteger("Width"));
@@ -182,7 +183,7 @@ protected:
 
     StreamHooks Hooks()
     {
-        return {[this](OpenDevice &device) { SetUp(device); },
+        return {[this](OpenDevice &device) { Prepare(device); },
                 [this](const std::string &step) { React(step); },
                 [this](const std::string &, const FrameStatistics &last) { Report(last); }};
     }
@@ -204,7 +205,7 @@ TEST_P(ReconnectingStream, GoesOnWhenTheCameraIsBack)
     EXPECT_GT(totals.delivered, 0U);
     EXPECT_EQ(totals.delivered, reported);
     EXPECT_EQ(steps.CountOf("SIM-SIM0006 streams"), 2) << steps;
-    EXPECT_EQ(steps.CountOf("SIM-SIM0006 is lost: it reports an error: The camera was unplugged (-1007)"), 1)
+    EXPECT_EQ(steps.CountOf("SIM-SIM0006 is lost: it reports an error: The camera was unplugged (-1010)"), 1)
         << steps;
     EXPECT_EQ(steps.CountOf("Waits until SIM-SIM0006 is back"), 1) << steps;
     EXPECT_EQ(widths, (std::vector<int64_t>{640, 640})) << "the camera forgets its settings";
@@ -219,12 +220,13 @@ TEST_P(ReconnectingStream, FailsWithoutTheOption)
 }
 
 INSTANTIATE_TEST_SUITE_P(Over, ReconnectingStream,
-                         testing::Values(QVR_LIB_DIR "/qvr_proxygentl.cti", anyProducer, lowerAlone), NameOf);
+                         testing::Values(QVR_LIB_DIR "/qvr_proxygentl.cti", anyFile, lowerFile),
+                         NameOfProducer);
 
 TEST(StreamWithoutLoss, EndsAfterItsFrames)
 {
     const Interrupt interrupt;
-    Producer producer(anyProducer);
+    Producer producer(anyFile);
     uint64_t reports = 0;
     const StreamHooks hooks{[](OpenDevice &) {}, [](const std::string &) {},
                             [&](const std::string &, const FrameStatistics &) { ++reports; }};
@@ -241,7 +243,7 @@ TEST(StreamWithoutLoss, EndsAfterItsFrames)
 TEST(SilentDevice, CountsAsLost)
 {
     const Interrupt interrupt;
-    Producer producer(anyProducer);
+    Producer producer(anyFile);
     const StreamHooks hooks{[](OpenDevice &device)
                             { Features(device.PortOf("remote")).Set("AcquisitionMode", "SingleFrame"); },
                             [](const std::string &) {}, [](const std::string &, const FrameStatistics &) {}};

@@ -359,7 +359,7 @@ TEST_P(SimulatedCamera, KeepsItsSettingsInAFile)
 constexpr auto proxy = "/qvr_proxygentl.cti";
 constexpr auto any = "/anygentl/qvr_anygentl.cti";
 
-std::string NameOf(const testing::TestParamInfo<CameraCase> &tried)
+std::string NameOfCase(const testing::TestParamInfo<CameraCase> &tried)
 {
     auto name = (std::get<0>(tried.param) == any ? "Any_" : "Proxy_") + std::get<1>(tried.param);
     std::ranges::replace(name, '-', '_');
@@ -371,12 +371,12 @@ INSTANTIATE_TEST_SUITE_P(OverAny, SimulatedCamera,
                                           testing::Values("OVRA-M5", "OVRA-M1", "SIM-FOREIGN", "OVRA-C5",
                                                           "OVRA-S2", "OVRA-F1", "OVRA-D1", "WIDE-G2",
                                                           "WIDE-U1")),
-                         NameOf);
+                         NameOfCase);
 INSTANTIATE_TEST_SUITE_P(OverProxy, SimulatedCamera,
                          testing::Combine(testing::Values(proxy),
                                           testing::Values("OVRA-M5", "OVRA-M1", "OVRA-C5", "OVRA-S2",
                                                           "OVRA-F1", "OVRA-D1")),
-                         NameOf);
+                         NameOfCase);
 
 TEST(SettingsOfAnotherModel, GiveAWarning)
 {
