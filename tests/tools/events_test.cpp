@@ -276,12 +276,16 @@ class RunningProgram
 {
 public:
     explicit RunningProgram(const std::string &arguments)
-        : m_pipe(popen(("exec " + gentlctl_run::program + arguments + " 2>&1 >/dev/null").c_str(), "r"))
+        : m_pipe(
+              popen(("echo $$; exec " + gentlctl_run::program + arguments + " 2>&1 >/dev/null").c_str(), "r"))
     {
+        EXPECT_EQ(fscanf(m_pipe, "%d", &m_process), 1);
     }
     ~RunningProgram() { Status(); }
     RunningProgram(const RunningProgram &) = delete;
     RunningProgram &operator=(const RunningProgram &) = delete;
+
+    void Interrupt() const { kill(m_process, SIGINT); }
 
     /// Reads up to the line that contains a text; false when the program ends before.
     bool Says(const std::string &text)
@@ -309,20 +313,22 @@ public:
 
 private:
     FILE *m_pipe;
+    pid_t m_process = -1;
     int m_status = -1;
 };
 
 TEST(StreamCommand, LivesThroughAnUnpluggedCamera)
 {
     const UnplugFile plugs;
-    RunningProgram program("stream --reconnect -d OVRA-F1 --duration 4s -s AcquisitionFrameRate=100");
+    RunningProgram program("stream --reconnect -d OVRA-F1 -s AcquisitionFrameRate=100");
     EXPECT_TRUE(program.Says("SIM-SIM0006 streams"));
     plugs.Unplug("OVRA-F1");
     EXPECT_TRUE(program.Says("SIM-SIM0006 is lost"));
     EXPECT_TRUE(program.Says("There is no device"));
     plugs.PlugAll();
     EXPECT_TRUE(program.Says("SIM-SIM0006 streams"));
-    EXPECT_EQ(program.Status(), 0);
+    program.Interrupt();
+    EXPECT_EQ(program.Status(), 128 + SIGINT);
 }
 
 } // namespace

@@ -1,17 +1,13 @@
 #include "consumer/event_description.h"
 
 #include "consumer/feature_values.h"
-#include "genapi/graph_walks.h"
 #include "genapi/i_register_port.h"
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
-#include <optional>
-#include <system_error>
 
 namespace gentlctl
 {
@@ -48,38 +44,13 @@ private:
     std::span<const uint8_t> m_data;
 };
 
-/// The number of an EventID, which is hexadecimal without a prefix.
-std::optional<uint64_t> EventIdOf(const NodeGraph &graph, NodeId port)
-{
-    const auto *const property = port == noNode ? nullptr : graph.Find(port, Tag::EventID);
-    const auto digits = property == nullptr ? std::string_view() : property->Text();
-    uint64_t id = 0;
-    const auto error = std::from_chars(digits.data(), digits.data() + digits.size(), id, 16).ec;
-    return error == std::errc() ? std::optional(id) : std::nullopt;
-}
-
-/// The id of the event whose data carry the value of a feature.
-std::optional<uint64_t> EventBehind(const NodeGraph &graph, NodeId feature)
-{
-    for (const auto node : ValueChain(graph, feature))
-    {
-        const auto *const port = graph.FindInherited(node, Tag::pPort);
-        if (const auto id = EventIdOf(graph, port == nullptr ? noNode : port->target))
-        {
-            return id;
-        }
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 EventDescription::EventDescription(internal::IPort &port) : m_description(port)
 {
-    const auto &graph = m_description.Graph();
     for (const auto &name : m_description.Names())
     {
-        if (const auto id = EventBehind(graph, graph.Find(name)))
+        if (const auto id = m_description.EventIdOf(m_description.Find(name)))
         {
             m_features[*id].push_back(name);
         }
