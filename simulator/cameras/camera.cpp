@@ -88,8 +88,8 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
 }
 
 Camera::Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable)
-    : Module(handles, Identity(model), model.Layout(), Description(model),
-             {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
+    : StreamedCamera(handles, Identity(model), model.Layout(), Description(model),
+                     {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
       m_model(std::move(model)), m_writable(writable), m_acquisition(Features())
 {
     ConnectFeatures(unit);
@@ -159,18 +159,9 @@ std::optional<FrameOrder> Camera::NextFrame()
                   : std::nullopt;
 }
 
-void Camera::Unplug()
+std::unique_ptr<FrameMaker> Camera::MakeFrames() const
 {
-    m_isGone = true;
-    m_acquisition.Stop();
-}
-
-void Camera::RequireReachable() const
-{
-    if (m_isGone)
-    {
-        throw Error(GC_ERR_IO, "The camera does not answer");
-    }
+    return std::make_unique<FrameWriter>(m_model.sources());
 }
 
 size_t Camera::PayloadSize() const

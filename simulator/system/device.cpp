@@ -1,7 +1,10 @@
 #include "simulator/system/device.h"
 
 #include "simulator/clock.h"
+#include "simulator/cameras/camera.h"
 #include "simulator/features/description.h"
+#include "simulator/recordings/recorded_answer.h"
+#include "simulator/recordings/recorded_camera.h"
 
 namespace GenTL::simulator
 {
@@ -91,13 +94,21 @@ DEVICE_ACCESS_STATUS AccessStatus(const Device *open)
     return open->IsReadOnly() ? DEVICE_ACCESS_STATUS_OPEN_READONLY : DEVICE_ACCESS_STATUS_OPEN_READWRITE;
 }
 
+std::shared_ptr<StreamedCamera> OpenCamera(HandleTable &handles, CameraUnit &unit, bool writable)
+{
+    if (unit.Model().recording)
+    {
+        return std::make_shared<RecordedCamera>(handles, unit.Model(), writable);
+    }
+    return std::make_shared<Camera>(handles, unit, writable);
+}
+
 } // namespace
 
 Device::Device(HandleTable &handles, CameraUnit &unit, DEVICE_ACCESS_FLAGS access)
     : Module(handles, IdentityOf(unit.Model()), FeatureLayout(DeviceModuleFeatures(unit.Model())),
              DescriptionOf(unit.Model()), {EVENT_ERROR, EVENT_REMOTE_DEVICE, EVENT_MODULE}),
-      m_unit(unit), m_access(access),
-      m_camera(std::make_shared<Camera>(handles, unit, access != DEVICE_ACCESS_READONLY))
+      m_unit(unit), m_access(access), m_camera(OpenCamera(handles, unit, access != DEVICE_ACCESS_READONLY))
 {
     unit.Retire(nullptr);
 }
@@ -150,6 +161,10 @@ void Device::OnClose()
 Info DeviceInfo(const CameraUnit &unit, const Device *open, DEVICE_INFO_CMD command)
 {
     const auto &model = unit.Model();
+    if (model.recording && command != DEVICE_INFO_ACCESS_STATUS)
+    {
+        return RecordedAnswer(model.recording->Device().deviceInfos, command);
+    }
     switch (command)
     {
     case DEVICE_INFO_ID:

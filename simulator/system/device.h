@@ -1,6 +1,7 @@
 #pragma once
 
-#include "simulator/cameras/camera.h"
+#include "simulator/cameras/camera_unit.h"
+#include "simulator/cameras/streamed_camera.h"
 #include "simulator/streaming/data_stream.h"
 
 namespace GenTL::simulator
@@ -32,7 +33,7 @@ private:
 
     CameraUnit &m_unit;
     const DEVICE_ACCESS_FLAGS m_access;
-    const std::shared_ptr<Camera> m_camera;
+    const std::shared_ptr<StreamedCamera> m_camera;
     std::mutex m_openMutex;
     std::weak_ptr<DataStream> m_stream;
 };

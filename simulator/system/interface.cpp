@@ -94,16 +94,13 @@ const std::vector<InterfaceModel> &InterfaceCatalog()
     return catalog;
 }
 
-bool IsWide()
-{
-    const char *const wanted = std::getenv("QVR_SIM_WIDE");
-    return wanted != nullptr && std::string_view(wanted) == "1";
-}
-
-size_t NumInterfacesWanted()
+std::span<const InterfaceModel> InterfacesWanted()
 {
     constexpr size_t interfacesOfTheWideWorld = 2;
-    return InterfaceCatalog().size() - (IsWide() ? 0 : interfacesOfTheWideWorld);
+    const char *const wanted = std::getenv("QVR_SIM_WIDE");
+    const bool isWide = wanted != nullptr && std::string_view(wanted) == "1";
+    return std::span(InterfaceCatalog())
+        .first(InterfaceCatalog().size() - (isWide ? 0 : interfacesOfTheWideWorld));
 }
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command)

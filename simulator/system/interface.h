@@ -17,14 +17,12 @@ struct InterfaceModel
     Transport transport = gigEVision;
 };
 
-/// All interfaces. Those of the wide world are the last.
+/// All interfaces of simulated cameras. Those of the wide world are the last.
 const std::vector<InterfaceModel> &InterfaceCatalog();
 
-/// Whether the environment asks for the interfaces of the wide world, by QVR_SIM_WIDE=1.
-bool IsWide();
-
-/// The interfaces of the catalogue, from the first, that the environment asks for.
-size_t NumInterfacesWanted();
+/// The interfaces of the catalogue that the environment asks for: those of the wide world with
+/// QVR_SIM_WIDE=1.
+std::span<const InterfaceModel> InterfacesWanted();
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command);
 
