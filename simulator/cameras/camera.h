@@ -36,7 +36,8 @@ private:
     Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable);
 
     bool IsWritable() const override { return m_writable; }
-    void OnClose() override { m_acquisition.Stop(); }
+    void EndAcquisition() override { m_acquisition.Stop(); }
+    void OnClose() override { EndAcquisition(); }
     void ConnectFeatures(CameraUnit &unit);
     void Update();
 

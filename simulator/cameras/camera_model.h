@@ -44,6 +44,7 @@ struct CameraModel
     std::optional<OwnDescription> ownDescription = {};
     std::vector<Feature> features = {};
     std::vector<Chunk> chunks = {};
+    std::vector<EventPort> events = {}; ///< of the remote device
     std::vector<MakeCameraControl> controls =
         {}; ///< a later control builds on the features of an earlier one
 

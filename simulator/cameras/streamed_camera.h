@@ -4,6 +4,7 @@
 #include "simulator/frames/frame.h"
 #include "simulator/module/module.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -34,6 +35,27 @@ public:
     virtual void SetListener(const void *owner, std::function<void()> listener) = 0;
     /// Removes the listener, unless another owner has set one meanwhile.
     virtual void RemoveListener(const void *owner) = 0;
+
+    /// The camera is gone: ends the acquisition, and from now on the registers cannot be reached.
+    void Unplug()
+    {
+        m_isGone = true;
+        EndAcquisition();
+    }
+
+protected:
+    void RequireReachable() const override
+    {
+        if (m_isGone)
+        {
+            throw Error(GC_ERR_IO, "The camera does not answer");
+        }
+    }
+
+private:
+    virtual void EndAcquisition() = 0;
+
+    std::atomic<bool> m_isGone = false;
 };
 
 } // namespace GenTL::simulator

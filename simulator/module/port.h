@@ -50,6 +50,9 @@ protected:
     FeatureSet &Features() { return m_features; }
     const FeatureSet &Features() const { return m_features; }
     virtual bool IsWritable() const { return true; }
+    /// Called before each access.
+    /// @throws Error GC_ERR_IO: the device is gone.
+    virtual void RequireReachable() const {}
 
 private:
     const PortIdentity m_identity;

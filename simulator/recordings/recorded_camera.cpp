@@ -46,12 +46,14 @@ RecordedCamera::RecordedCamera(HandleTable &handles, const CameraModel &model, b
 
 void RecordedCamera::Read(uint64_t address, std::span<uint8_t> out)
 {
+    RequireReachable();
     const std::lock_guard lock(m_mutex);
     m_registers.Read(address, out);
 }
 
 void RecordedCamera::Write(uint64_t address, std::span<const uint8_t> in)
 {
+    RequireReachable();
     if (!m_writable)
     {
         throw Error(GC_ERR_ACCESS_DENIED, "The module was opened for reading only");
@@ -97,11 +99,6 @@ void RecordedCamera::Execute(const std::string &command)
     {
         SetRunning(!HasStart(m_device));
     }
-}
-
-void RecordedCamera::OnClose()
-{
-    SetRunning(false);
 }
 
 void RecordedCamera::SetRunning(bool running)

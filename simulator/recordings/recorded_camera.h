@@ -37,7 +37,8 @@ public:
 
 private:
     bool IsWritable() const override { return m_writable; }
-    void OnClose() override;
+    void OnClose() override { EndAcquisition(); }
+    void EndAcquisition() override { SetRunning(false); }
     void Execute(const std::string &command);
     void SetRunning(bool running);
 

@@ -1,5 +1,6 @@
 #include "simulator/system/device.h"
 
+#include "simulator/clock.h"
 #include "simulator/cameras/camera.h"
 #include "simulator/features/description.h"
 #include "simulator/recordings/recorded_answer.h"
@@ -12,6 +13,7 @@ namespace
 {
 
 constexpr const char *deviceInformation = "DeviceInformation";
+constexpr uint64_t deviceLost = 0xA001; ///< an EventID
 
 std::vector<Feature> NetworkFeatures(const CameraModel &model)
 {
@@ -73,7 +75,8 @@ std::string DescriptionOf(const CameraModel &model)
 {
     return BuildDescription({"SimulatorDevice", "Device of a simulated camera", "DevicePort",
                              "8E7D3B52-4F3E-4B6B-8E1D-0C4A5D6E7F01", "8E7D3B52-4F3E-4B6B-8E1D-0C4A5D6E7F02"},
-                            FeatureLayout(DeviceModuleFeatures(model)));
+                            FeatureLayout(DeviceModuleFeatures(model)), {},
+                            {{deviceLost, "DeviceLost", "The camera does not answer any more."}});
 }
 
 PortIdentity IdentityOf(const CameraModel &model)
@@ -119,6 +122,13 @@ void *Device::CameraHandle()
 {
     const std::lock_guard lock(m_openMutex);
     return m_camera->Handle() != nullptr ? m_camera->Handle() : Adopt(m_camera);
+}
+
+void Device::Lose()
+{
+    m_camera->Unplug();
+    Fire(EVENT_ERROR, {static_cast<uint64_t>(GC_ERR_IO), "The camera was unplugged"});
+    Fire(EVENT_MODULE, NumbersNotice(deviceLost, {Nanoseconds()}));
 }
 
 void *Device::OpenStream(const std::string &id)

@@ -20,6 +20,9 @@ public:
 
     void *CameraHandle();
 
+    /// The camera was unplugged: tells the consumer, and makes the registers unreachable for good.
+    void Lose();
+
     /// @throws Error GC_ERR_INVALID_ID: no stream of this id.
     /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
     /// @throws Error GC_ERR_ACCESS_DENIED: the device was opened for reading only.

@@ -3,6 +3,8 @@
 #include "simulator/cameras/camera_catalog.h"
 #include "simulator/recordings/replay_options.h"
 
+#include <cstdlib>
+
 namespace GenTL::simulator
 {
 
@@ -85,11 +87,37 @@ Producer::Producer()
     {
         m_cameras.push_back(std::make_unique<CameraUnit>(model));
     }
+    if (const char *const file = std::getenv("QVR_SIM_UNPLUG"))
+    {
+        m_plugs.emplace(file, [this](const std::set<std::string> &names) { SetUnplugged(names); });
+    }
 }
 
 Producer::~Producer()
 {
+    m_plugs.reset();
     CloseSystem(); // when the library is unloaded without GCCloseLib
+}
+
+void Producer::SetUnplugged(const std::set<std::string> &names)
+{
+    bool isChanged = false;
+    for (const auto &camera : m_cameras)
+    {
+        const auto &model = camera->Model();
+        const bool isPlugged = !names.contains(model.model) && !names.contains(model.Id());
+        isChanged = isChanged || isPlugged != camera->IsPlugged();
+        camera->SetPlugged(isPlugged);
+    }
+    std::shared_ptr<System> open;
+    {
+        const std::lock_guard lock(m_mutex);
+        open = m_system.lock();
+    }
+    if (isChanged && open && !open->IsClosed())
+    {
+        open->PlugsChanged();
+    }
 }
 
 void *Producer::OpenSystem()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "simulator/system/plug_watch.h"
 #include "simulator/system/recorded_world.h"
 #include "simulator/system/system.h"
 
@@ -37,6 +38,7 @@ public:
 
 private:
     void CloseSystem();
+    void SetUnplugged(const std::set<std::string> &names);
     std::span<const InterfaceModel> Interfaces() const;
 
     HandleTable m_handles;
@@ -45,6 +47,7 @@ private:
     std::vector<std::unique_ptr<CameraUnit>> m_cameras;
     std::mutex m_mutex;
     std::weak_ptr<System> m_system;
+    std::optional<PlugWatch> m_plugs; ///< its thread uses the other members
 };
 
 } // namespace GenTL::simulator

@@ -246,4 +246,23 @@ void *System::OpenInterface(const std::string &id)
     return Adopt(opened);
 }
 
+void System::PlugsChanged()
+{
+    std::vector<std::shared_ptr<Interface>> open;
+    {
+        const std::lock_guard lock(m_listMutex);
+        for (const auto &interface : m_opened)
+        {
+            open.push_back(interface.lock());
+        }
+    }
+    for (const auto &interface : open)
+    {
+        if (interface && !interface->IsClosed())
+        {
+            interface->PlugsChanged();
+        }
+    }
+}
+
 } // namespace GenTL::simulator

@@ -31,6 +31,9 @@ public:
     /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
     void *OpenInterface(const std::string &id);
 
+    /// Some cameras were plugged or unplugged.
+    void PlugsChanged();
+
 private:
     size_t IndexOf(const std::string &id) const;
     void ShowInterfaces();
