@@ -150,5 +150,24 @@ TEST(CompletionScripts, NameEachOptionOfEachCommand)
         });
 }
 
+TEST(CompletionScripts, ReachCommandsBelowCommands)
+{
+    CLI::App line("A program", "gentlctl");
+    line.fallthrough();
+    line.add_flag("--json", "Print JSON")->group(commonGroup);
+    auto *const save = line.add_subcommand("settings", "Settings")->add_subcommand("save", "Save them");
+    std::string file;
+    save->add_option("file", file, "Where to")->type_name("FILE")->required();
+    EXPECT_EQ(PathOf(*save), "settings save");
+    const auto bash = BashCompletion(line);
+    EXPECT_NE(bash.find("\"settings\") echo \"save\" ;;"), std::string::npos) << bash;
+    EXPECT_NE(bash.find("\"settings save|0\") echo \"file\" ;;"), std::string::npos) << bash;
+    EXPECT_NE(bash.find("\"settings save\") echo \"--json\" ;;"), std::string::npos) << bash;
+    const auto zsh = ZshCompletion(line);
+    EXPECT_NE(zsh.find("save) _gentlctl_settings_save ;;"), std::string::npos) << zsh;
+    EXPECT_NE(zsh.find("'1:FILE:_files'"), std::string::npos) << zsh;
+    EXPECT_NE(ManPage(line).find(".SS settings save FILE\nSave them.\n"), std::string::npos) << ManPage(line);
+}
+
 } // namespace
 } // namespace gentlctl
