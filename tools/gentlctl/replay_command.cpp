@@ -82,7 +82,7 @@ void SetEnvironment(const ReplayCommandOptions &command)
 }
 
 /// The command line of the command to run on the recordings.
-Words CommandLine(const CommonOptions &options, const Json &recordings, const Words &rest)
+Words WordsOf(const CommonOptions &options, const Json &recordings, const Words &rest)
 {
     const bool areOfTheFamily = std::ranges::all_of(recordings, [](const Json &recording)
                                                     { return IsOfTheFamily(recording.at("model")); });
@@ -114,13 +114,13 @@ int Replay(const CommonOptions &options, const ReplayCommandOptions &command, co
         return success;
     }
     SetEnvironment(command);
-    auto words = CommandLine(options, recordings, rest.empty() ? Words{"list"} : rest);
+    auto words = WordsOf(options, recordings, rest.empty() ? Words{"list"} : rest);
     std::vector<char *> arguments;
     for (auto &word : words)
     {
         arguments.push_back(word.data());
     }
-    return RunCommandLine(static_cast<int>(arguments.size()), arguments.data());
+    return CommandLine().Run(static_cast<int>(arguments.size()), arguments.data());
 }
 
 constexpr auto replayFooter = "Runs another command of gentlctl on recorded cameras, in place of the real "
