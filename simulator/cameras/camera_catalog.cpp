@@ -4,6 +4,7 @@
 #include "simulator/cameras/camera_features.h"
 #include "simulator/cameras/chunk_control.h"
 #include "simulator/cameras/depth_features.h"
+#include "simulator/cameras/event_control.h"
 #include "simulator/cameras/file_access.h"
 #include "simulator/cameras/format_control.h"
 #include "simulator/cameras/region_control.h"
@@ -15,6 +16,7 @@
 #include <fmt/format.h>
 
 #include <limits>
+#include <string_view>
 
 namespace GenTL::simulator
 {
@@ -56,14 +58,14 @@ CameraModel MosaicCamera(CameraModel camera, const Sensor &sensor, Feature pixel
 
 CameraModel MonoM5()
 {
-    return MonoCamera({.model = "OVRA-M5",
-                       .number = 1,
-                       .toolTip = "Simulated mono camera with 5 megapixels",
-                       .interfaceIndex = 0,
-                       .ipAddress = 0xC0A80A15,
-                       .guid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E"},
-                      {.width = 2448, .height = 2048, .stepX = 4, .stepY = 2},
-                      PixelFormatFeature({.sent = MonoFormats()}));
+    return WithEvents(MonoCamera({.model = "OVRA-M5",
+                                  .number = 1,
+                                  .toolTip = "Simulated mono camera with 5 megapixels",
+                                  .interfaceIndex = 0,
+                                  .ipAddress = 0xC0A80A15,
+                                  .guid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E"},
+                                 {.width = 2448, .height = 2048, .stepX = 4, .stepY = 2},
+                                 PixelFormatFeature({.sent = MonoFormats()})));
 }
 
 CameraModel MonoM1()
@@ -92,9 +94,24 @@ CameraModel Foreign()
         PixelFormatFeature({.sent = MonoFormats(), .absent = {"Mono10g40QVR", "Mono12g24QVR"}}));
 }
 
+CameraModel WithFiles(CameraModel camera, const std::vector<CameraFile> &files)
+{
+    camera.features = Joined({camera.features, FileAccessFeatures(files)});
+    camera.controls.push_back(Makes<FileAccess>(files));
+    return camera;
+}
+
+/// A file in which a user keeps notes on the camera.
+CameraFile UserFile()
+{
+    constexpr std::string_view content = "Notes of the user.\n";
+    constexpr size_t capacity = 4096;
+    return {{"UserFile", 0}, {content.begin(), content.end()}, capacity};
+}
+
 CameraModel ColourC5()
 {
-    return MosaicCamera(
+    auto camera = MosaicCamera(
         {.model = "OVRA-C5",
          .number = 4,
          .toolTip = "Simulated colour camera with 5 megapixels",
@@ -107,6 +124,7 @@ CameraModel ColourC5()
             {.sent = Joined({MosaicFormats({"8", "10", "12", "10p", "12p", "10g40QVR", "12g24QVR"}),
                              {"RGB8", "RGB10p32", "BGR10p32"}}),
              .unpacked = {{"RGB10", 0x02300018}, {"BGR10", 0x02300019}}}));
+    return WithFiles(std::move(camera), {UserFile()});
 }
 
 /// The formats of a camera that sends several images in one.

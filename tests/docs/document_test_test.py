@@ -61,9 +61,11 @@ class Documents(unittest.TestCase):
         self.check(sh("export COLOUR=red; mkdir deep; cd deep") + sh("echo $COLOUR; basename $PWD") + text("red\ndeep"))
 
     def test_write_nothing_into_the_source_tree(self):
-        before = sorted(self.folder.iterdir())
-        self.check(sh("touch mine; ls mine"))
-        self.assertEqual(sorted(self.folder.iterdir()), sorted([*before, self.folder / "document.md"]))
+        (self.folder / "part").mkdir()
+        (self.folder / "part" / "ours").write_text("")
+        before = sorted(self.folder.rglob("*"))
+        self.check(sh("touch mine part/mine; ls part") + text("ours\nmine", "not compared: the order differs"))
+        self.assertEqual(sorted(self.folder.rglob("*")), sorted([*before, self.folder / "document.md"]))
 
     def test_obey_directives(self):
         self.assertEqual(self.check(sh("false", "not run: needs root") + text("anything")),
@@ -77,6 +79,13 @@ class Documents(unittest.TestCase):
         self.expect_failure("has no reason", sh("false", "not run:"))
         self.expect_failure("no directive is called \"skip\"", sh("false", "skip: it fails"))
         self.expect_failure("ended with 0, not with 3", sh("true", "exit: 3"))
+
+    def test_run_the_commands_of_a_table_on_request(self):
+        table = "| feature | command |\n|---|---|\n| a | `export A=1 \\| true`, `--option` |\n| b | `export B=$C` |\n"
+        peer = "<!-- run: table -->\n| feature | ours | theirs |\n|---|---|---|\n| a | `export A=1` | `export B=$C` |\n"
+        self.check(peer)
+        self.check(table)
+        self.expect_failure("5: ended with 1", "<!-- run: table -->\n" + table)
 
     def test_must_mark_their_commands(self):
         for command in ("gentlctl list", "PROXY_TL_LOG_LEVEL=error your-application", "sudo apt-get install gcc"):

@@ -55,7 +55,7 @@ class Images(unittest.TestCase):
     def test_are_views_of_the_buffers(self):
         with gentl.Camera("OVRA-F1") as camera:
             images = [frame.image for frame in camera.frames(8, buffers=2)]
-        self.assertEqual(len({image.ctypes.data for image in images}), 2)
+        self.assertLessEqual(len({image.ctypes.data for image in images}), 2)
 
     def test_are_the_parts_of_a_frame(self):
         with gentl.Camera("OVRA-D1") as camera:
@@ -109,6 +109,11 @@ class Features(unittest.TestCase):
     def test_that_the_camera_refuses_tell_its_reason(self):
         with gentl.Camera("OVRA-F1") as camera, self.assertRaisesRegex(gentl.Error, r"GCWritePort: .*\(-10"):
             camera.features.set("Width", 1_000_000)
+
+    def test_behind_formulas_are_refused(self):
+        refusal = self.assertRaisesRegex(gentl.Error, "Scan3dAxisMinConverter is no plain register")
+        with gentl.Camera("OVRA-D1") as camera, refusal:
+            camera.features.get("Scan3dAxisMinConverter")
 
     def test_are_floating_numbers_too(self):
         with gentl.Camera("OVRA-F1") as camera:

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -41,11 +42,18 @@ public:
     /// other features.
     std::optional<std::string> WhyPassing(NodeId feature) const;
 
+    /// The id of the event whose data hold a feature's value; none for other features.
+    std::optional<uint64_t> EventIdOf(NodeId feature) const;
+
     /// Features in chunks, each with the id of its chunk, in the description's order.
     const std::vector<std::pair<std::string, uint64_t>> &ChunkFeatures() const { return m_chunkFeatures; }
 
     /// The form of a feature's number; null for a plain number.
     NumberForm FormOf(NodeId feature) const;
+
+    /// The text of a property such as "Unit" that the feature has, or the first node behind it that carries
+    /// its value; empty without one.
+    std::string_view PropertyOf(NodeId feature, const char *property) const;
 
 private:
     const PassingPort *PassingPortOf(NodeId feature) const;

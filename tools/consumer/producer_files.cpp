@@ -5,17 +5,47 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace gentlctl
 {
 
 using namespace GenTL;
 
+namespace fs = std::filesystem;
+
 namespace
 {
+
+/// The producers of one entry of a path variable: the file itself, or those in the folder.
+std::vector<std::string> ProducersAt(const std::string &entry)
+{
+    const auto isProducer = [](const fs::path &file)
+    {
+        std::error_code ignored;
+        return file.extension() == ".cti" && fs::is_regular_file(file, ignored);
+    };
+    if (isProducer(entry))
+    {
+        return {entry};
+    }
+    std::vector<std::string> files;
+    std::error_code ignored;
+    for (const auto &found : fs::directory_iterator(entry, ignored))
+    {
+        if (isProducer(found.path()))
+        {
+            files.push_back(found.path().string());
+        }
+    }
+    std::ranges::sort(files);
+    return files;
+}
 
 constexpr auto proxyProducer = "qvr_proxygentl.cti";
 
@@ -24,6 +54,20 @@ std::string LowerFileOf(const std::string &file)
 {
     auto configured = internal::utils::GetEnvironmentVariable(LowerProducerVariable(file).c_str());
     return !configured.empty() ? configured : internal::FindProducerIn(internal::ProducerFolder(file));
+}
+
+/// A file of the project by its places in a build and in an installation; empty when it is in neither.
+std::string BesideProgram(std::initializer_list<const char *> places)
+{
+    for (const auto *place : places)
+    {
+        std::error_code ignored;
+        if (const auto file = LibraryFolder() / place; std::filesystem::is_regular_file(file, ignored))
+        {
+            return file.string();
+        }
+    }
+    return {};
 }
 
 } // namespace
@@ -40,35 +84,50 @@ void LoadVisionLibrary()
     dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
 }
 
+std::vector<std::string> ProducersInPath()
+{
+    std::vector<std::string> files;
+    std::istringstream entries(internal::utils::GetEnvironmentVariable("GENICAM_GENTL64_PATH"));
+    for (std::string entry; std::getline(entries, entry, ':');)
+    {
+        const auto found = ProducersAt(entry);
+        files.insert(files.end(), found.begin(), found.end());
+    }
+    return files;
+}
+
+std::vector<std::string> KnownProducers()
+{
+    std::vector<std::string> files;
+    std::error_code ignored;
+    if (auto ours = BesideProgram({"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"}); !ours.empty())
+    {
+        files.push_back(std::move(ours));
+    }
+    for (const auto &file : ProducersInPath())
+    {
+        const auto isSame = [&](const std::string &known) { return fs::equivalent(known, file, ignored); };
+        if (std::ranges::none_of(files, isSame))
+        {
+            files.push_back(file);
+        }
+    }
+    return files;
+}
+
 std::string FindProducerFile(const std::string &argument)
 {
-    namespace fs = std::filesystem;
     if (!argument.empty())
     {
         return argument;
     }
-    std::error_code ignored;
-    // Its place in a build, then its place in an installation.
-    for (const auto *ours : {"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"})
+    const auto known = KnownProducers();
+    if (known.empty())
     {
-        if (const auto file = LibraryFolder() / ours; fs::is_regular_file(file, ignored))
-        {
-            return file.string();
-        }
+        throw std::runtime_error("No GenTL producer found. Name one with --producer FILE, or set "
+                                 "GENICAM_GENTL64_PATH to the folder that holds it.");
     }
-    std::istringstream folders(internal::utils::GetEnvironmentVariable("GENICAM_GENTL64_PATH"));
-    for (std::string folder; std::getline(folders, folder, ':');)
-    {
-        for (const auto &entry : fs::directory_iterator(folder, ignored))
-        {
-            if (entry.path().extension() == ".cti")
-            {
-                return entry.path().string();
-            }
-        }
-    }
-    throw std::runtime_error("No GenTL producer found. Name one with --producer FILE, or set "
-                             "GENICAM_GENTL64_PATH to the folder that holds it.");
+    return known.front();
 }
 
 std::string LowerProducerFile(const std::string &file)
@@ -90,21 +149,28 @@ std::string LowerProducerVariable(const std::string &file)
                                         : "";
 }
 
+std::string AnyProducerFile()
+{
+    const auto file = BesideProgram({"anygentl/qvr_anygentl.cti", "qvr_anygentl/qvr_anygentl.cti"});
+    if (file.empty())
+    {
+        throw std::runtime_error("qvr_anygentl.cti is not installed beside gentlctl; name a producer with "
+                                 "--producer FILE");
+    }
+    return file;
+}
+
 std::string SimulatorFile()
 {
-    // Its place in a build, then its place in an installation.
-    for (const auto *place : {"producer_registry", "qvr_proxygentl/simulator"})
+    const auto file = BesideProgram(
+        {"producer_registry/qvr_gevgentl.pr_cti", "qvr_proxygentl/simulator/qvr_gevgentl.pr_cti"});
+    if (file.empty())
     {
-        const auto file = LibraryFolder() / place / "qvr_gevgentl.pr_cti";
-        std::error_code ignored;
-        if (std::filesystem::is_regular_file(file, ignored))
-        {
-            return file.string();
-        }
+        throw std::runtime_error(
+            "The simulator qvr_gevgentl.pr_cti is not installed beside gentlctl, and only "
+            "it replays recordings");
     }
-    throw std::runtime_error(
-        "The simulator qvr_gevgentl.pr_cti is not installed beside gentlctl, and only it "
-        "replays recordings");
+    return file;
 }
 
 } // namespace gentlctl

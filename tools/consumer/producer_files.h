@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace gentlctl
 {
@@ -13,8 +14,14 @@ std::filesystem::path LibraryFolder();
 /// opens it by its bare name, which works once it is loaded. Other producers do not use it.
 void LoadVisionLibrary();
 
-/// File of the producer to use: the argument; else the proxy producer in LibraryFolder; else the first
-/// producer in the folders of GENICAM_GENTL64_PATH.
+/// The producers that GENICAM_GENTL64_PATH names: files that end in ".cti", and such files in its folders, by
+/// name.
+std::vector<std::string> ProducersInPath();
+
+/// The proxy producer in LibraryFolder, if it is there, and those of ProducersInPath; each once.
+std::vector<std::string> KnownProducers();
+
+/// File of the producer to use: the argument; else the first of KnownProducers.
 /// @throws std::runtime_error none found
 std::string FindProducerFile(const std::string &argument);
 
@@ -25,6 +32,10 @@ std::string LowerProducerFile(const std::string &file);
 /// The producer whose frames reach `file` as the camera sent them: the lower one of either producer of this
 /// project, which converts frames; else `file` itself.
 std::string RawProducerFile(const std::string &file);
+
+/// File of the producer for any camera that belongs to this program.
+/// @throws std::runtime_error there is none
+std::string AnyProducerFile();
 
 /// Name of the variable that names the lower producer of `file`; empty when `file` has none.
 std::string LowerProducerVariable(const std::string &file);

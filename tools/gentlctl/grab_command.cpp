@@ -6,6 +6,7 @@
 #include "gentlctl/commands.h"
 #include "gentlctl/grab.h"
 #include "gentlctl/interrupt.h"
+#include "gentlctl/settings_loading.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
 #include "pictures/file_writing.h"
@@ -31,6 +32,7 @@ namespace
 
 struct GrabCommandOptions
 {
+    std::string settings; ///< file to load first; empty for none
     std::vector<std::string> assignments;
     GrabOptions grab;
 };
@@ -109,6 +111,7 @@ int GrabFrames(const CommonOptions &options, const GrabCommandOptions &command)
     Producer producer(options.producer);
     OpenDevice device(producer, options.device);
     const Features remote(device.PortOf("remote"));
+    RequireSettingsFile(device, command.settings);
     Apply(remote, command.assignments);
     const auto report = Grab(producer, device, remote, grab, interrupt);
     const int signal = interrupt.Signal();
@@ -181,6 +184,7 @@ void DeclareGrab(Commands &commands)
     command.add_option("-t,--timeout", options.timeoutMs, "Longest wait for a frame, ms")
         ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
         ->capture_default_str();
+    AddSettingsFile(command, grab->settings);
     AddAssignments(command, grab->assignments);
     command.footer(grabFooter);
 }
