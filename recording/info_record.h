@@ -16,7 +16,7 @@ struct InfoRecord
     int32_t command = 0;
     int32_t error = 0; ///< a GC_ERROR; 0 for an answer
     int32_t type = 0;  ///< an INFO_DATATYPE
-    std::string bytes; ///< of the answer; of a failure its text
+    std::string bytes; ///< of the answer
 
     friend bool operator==(const InfoRecord &, const InfoRecord &) = default;
 };

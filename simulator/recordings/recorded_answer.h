@@ -21,7 +21,7 @@ inline Info RecordedAnswer(std::span<const recording::InfoRecord> infos, int32_t
     }
     if (found->error != 0)
     {
-        throw Error(static_cast<GC_ERROR>(found->error), "{}", found->bytes);
+        throw Error(static_cast<GC_ERROR>(found->error), "The camera had no answer when it was recorded");
     }
     return {found->type, found->bytes};
 }

@@ -12,10 +12,12 @@
 #include "support/environment_variable.h"
 
 #include <gtest/gtest.h>
+#include <spdlog/spdlog.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -38,7 +40,6 @@ struct CameraCase
     const char *model;
     std::vector<std::string> sent;   ///< settings for the recording
     std::vector<std::string> wanted; ///< settings of the consumer, which the recorded frames can answer
-    bool isOfTheFamily = true;       ///< that of qvr_proxygentl.cti
     bool isWide = false;
 };
 
@@ -54,18 +55,21 @@ std::vector<std::string> With(std::vector<std::string> settings, const std::vect
 }
 
 const std::vector<std::string> both{"ComponentSelector=Intensity", "ComponentEnable=true",
-                                    "ComponentSelector=Range"};
+                                    "ComponentSelector=Range", "DepthNoise=2"};
+
+/// The first of the following, which qvr_proxygentl.cti opens.
+constexpr ptrdiff_t camerasOfTheFamily = 6;
 
 const std::vector<CameraCase> cameraCases{
     {"OVRA-M5", With(chunks, {"PixelFormat=Mono12g24QVR"}), {"PixelFormat=Mono12g24QVR"}},
     {"OVRA-M1", With(chunks, {"PixelFormat=Mono10p"}), {"PixelFormat=Mono10p"}},
     {"OVRA-C5", With(chunks, {"PixelFormat=RGB10p32"}), {"PixelFormat=RGB10"}},
-    {"OVRA-S2", With(chunks, {"PixelFormat=Mono10p_I_A_B"}), {"PixelFormat=Mono10_AB"}},
-    {"OVRA-F1", With(chunks, {"PixelFormat=Mono12p"}), {"PixelFormat=Mono12"}},
+    {"OVRA-S2", With(chunks, {"PixelFormat=Mono10p_I_A_B"}), {"PixelFormat=Mono10p_I_A_B"}},
+    {"OVRA-F1", With(chunks, {"PixelFormat=Mono10p"}), {"PixelFormat=Mono10"}},
     {"OVRA-D1", both, {}},
-    {"SIM-FOREIGN", With(chunks, {"PixelFormat=Mono10p"}), {}, false},
-    {"WIDE-G2", With(chunks, {"PixelFormat=Mono12Packed"}), {}, false, true},
-    {"WIDE-U1", With(chunks, {"PixelFormat=Mono12p"}), {}, false, true},
+    {"SIM-FOREIGN", With(chunks, {"PixelFormat=Mono10p"}), {}},
+    {"WIDE-G2", With(chunks, {"PixelFormat=Mono12Packed"}), {}, true},
+    {"WIDE-U1", With(chunks, {"PixelFormat=Mono12p"}), {}, true},
 };
 
 /// An opened camera with small frames.
@@ -108,7 +112,7 @@ struct Delivered
     std::vector<uint8_t> bytes;
     uint64_t pixelFormat;
     std::vector<std::pair<uint64_t, size_t>> parts; ///< format and bytes
-    Json chunks;
+    gentlctl::Json chunks;
 
     friend bool operator==(const Delivered &, const Delivered &) = default;
 };
@@ -135,7 +139,10 @@ std::vector<Delivered> Grab(Camera &camera)
 class Recordings : public testing::TestWithParam<CameraCase>
 {
 protected:
-    Recordings() : m_wide("QVR_SIM_WIDE", GetParam().isWide ? "1" : "0") {}
+    Recordings() : m_wide("QVR_SIM_WIDE", GetParam().isWide ? "1" : "0")
+    {
+        spdlog::set_level(spdlog::level::off); // which answers a camera lacks is no news
+    }
     ~Recordings() override { fs::remove_all(m_folder); }
 
     void Record()
@@ -154,8 +161,7 @@ protected:
     /// The settings of a consumer that opens the camera anew.
     std::vector<std::string> Settings(bool isReplay) const
     {
-        const auto &[model, sent, wanted, isOfTheFamily, isWide] = GetParam();
-        return isReplay ? wanted : With(sent, wanted);
+        return isReplay ? GetParam().wanted : With(GetParam().sent, GetParam().wanted);
     }
 
     void ExpectTheSameThrough(const std::string &producer)
@@ -186,12 +192,33 @@ protected:
     const fs::path m_folder = fs::temp_directory_path() / ("recordings-" + std::to_string(getpid()));
 };
 
+class RecordingsOfTheFamily : public Recordings
+{
+};
+
+std::string NameOf(const testing::TestParamInfo<CameraCase> &entry)
+{
+    std::string name = entry.param.model;
+    std::erase(name, '-');
+    return name;
+}
+
 /// The infos that are about the frame, and not about the buffer that it is in.
 std::vector<recording::InfoRecord> OfTheFrame(std::vector<recording::InfoRecord> infos)
 {
     std::erase_if(infos, [](const auto &info)
                   { return info.command == BUFFER_INFO_SIZE || info.command == BUFFER_INFO_IS_QUEUED; });
     return infos;
+}
+
+std::map<uint64_t, std::string> MemoryOf(const recording::DeviceRecord &device)
+{
+    std::map<uint64_t, std::string> memory;
+    for (const auto &[address, bytes] : device.registers.memory)
+    {
+        memory[address] = bytes;
+    }
+    return memory;
 }
 
 } // namespace
@@ -210,9 +237,9 @@ TEST_P(Recordings, SendTheSameFrames)
             const auto sent = DescribeFrame(camera.Calls(), camera.Device().Stream(), buffer,
                                             reader.Device().ticksPerSecond);
             const auto recorded = reader.Record(frame);
-            EXPECT_EQ(OfTheFrame(sent.record.infos), OfTheFrame(recorded.infos));
-            EXPECT_EQ(sent.record.parts, recorded.parts);
-            EXPECT_EQ(sent.record.chunks, recorded.chunks);
+            EXPECT_TRUE(OfTheFrame(sent.record.infos) == OfTheFrame(recorded.infos));
+            EXPECT_TRUE(sent.record.parts == recorded.parts);
+            EXPECT_TRUE(sent.record.chunks == recorded.chunks);
             EXPECT_EQ(sent.record.time, recorded.time);
             std::vector<uint8_t> bytes(reader.PlaceOf(frame).size);
             reader.ReadFrame(frame, bytes);
@@ -229,10 +256,10 @@ TEST_P(Recordings, ShowTheSameCamera)
     const EnvironmentVariable replay("QVR_SIM_RECORDING", m_folder.c_str());
     Camera camera(simulator, GetParam().model, {});
     auto shown = DescribeDevice(camera.Of(), camera.Device());
-    EXPECT_EQ(shown.registers.selections, recorded.registers.selections);
-    EXPECT_EQ(shown.registers.memory, recorded.registers.memory);
+    EXPECT_TRUE(shown.registers.selections == recorded.registers.selections);
+    EXPECT_EQ(MemoryOf(shown), MemoryOf(recorded));
     shown.registers = recorded.registers;
-    EXPECT_EQ(shown, recorded);
+    EXPECT_TRUE(shown == recorded);
 }
 
 TEST_P(Recordings, GiveTheSameThroughTheProducerForAnyCamera)
@@ -240,19 +267,12 @@ TEST_P(Recordings, GiveTheSameThroughTheProducerForAnyCamera)
     ExpectTheSameThrough(anyProducer);
 }
 
-TEST_P(Recordings, GiveTheSameThroughTheProducerOfTheFamily)
+TEST_P(RecordingsOfTheFamily, GiveTheSameThroughItsProducer)
 {
-    if (!GetParam().isOfTheFamily)
-    {
-        GTEST_SKIP() << "qvr_proxygentl.cti does not open this camera";
-    }
     ExpectTheSameThrough(proxyProducer);
 }
 
-INSTANTIATE_TEST_SUITE_P(Cameras, Recordings, testing::ValuesIn(cameraCases),
-                         [](const auto &entry)
-                         {
-                             std::string name = entry.param.model;
-                             std::erase(name, '-');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(Cameras, Recordings, testing::ValuesIn(cameraCases), NameOf);
+INSTANTIATE_TEST_SUITE_P(Cameras, RecordingsOfTheFamily,
+                         testing::ValuesIn(cameraCases.begin(), cameraCases.begin() + camerasOfTheFamily),
+                         NameOf);

@@ -30,6 +30,7 @@ namespace
 
 constexpr uint64_t mostBytes = 1U << 28U;
 constexpr uint64_t noAddress = 0xFFFFFFFFFFFFFF00;
+constexpr uint32_t mostUrls = 16;
 constexpr size_t mostFailures = 5;
 constexpr uint64_t listLimitMs = 1000;
 
@@ -56,10 +57,25 @@ RawQuery PortQuery(Calls &calls, PORT_HANDLE port, PORT_INFO_CMD command)
     { return calls.GCGetPortInfo(port, command, type, buffer, size); };
 }
 
-RawQuery UrlQuery(Calls &calls, PORT_HANDLE port, URL_INFO_CMD command)
+/// A URL of a port.
+struct PortUrl
 {
-    return [&calls, port, command](INFO_DATATYPE *type, void *buffer, size_t *size)
-    { return calls.GCGetPortURLInfo(port, 0, command, type, buffer, size); };
+    PORT_HANDLE port;
+    uint32_t index = 0;
+};
+
+RawQuery UrlQuery(Calls &calls, PortUrl url, URL_INFO_CMD command)
+{
+    return [&calls, url, command](INFO_DATATYPE *type, void *buffer, size_t *size)
+    { return calls.GCGetPortURLInfo(url.port, url.index, command, type, buffer, size); };
+}
+
+/// How many URLs a port has, as far as one can believe it: one at least.
+uint32_t NumUrls(Calls &calls, PORT_HANDLE port)
+{
+    uint32_t count = 0;
+    calls.GCGetNumPortURLs(port, &count);
+    return std::clamp(count, 1U, mostUrls);
 }
 
 void PortAnswers(Bench &bench, const PortKind &kind)
@@ -96,14 +112,18 @@ void UrlAnswers(Bench &bench, const PortKind &kind)
     {
         bench.trial.Add("GCGetNumPortURLs", "tells 0", noUrl);
     }
-    CheckInfoRules(bench.trial, UrlInfos("GCGetPortURLInfo"),
-                   [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
-                   { return bench.calls.GCGetPortURLInfo(port, 0, command, type, buffer, size); });
+    const auto last = NumUrls(bench.calls, port);
+    for (uint32_t i = 0; i < last; ++i)
+    {
+        CheckInfoRules(bench.trial, UrlInfos("GCGetPortURLInfo"),
+                       [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
+                       { return bench.calls.GCGetPortURLInfo(port, i, command, type, buffer, size); });
+    }
     size_t size = 0;
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     bench.trial.MustFail(
         "GCGetPortURLInfo beyond the last URL",
-        bench.calls.GCGetPortURLInfo(port, std::max(count, 1U), URL_INFO_URL, &type, nullptr, &size),
+        bench.calls.GCGetPortURLInfo(port, std::max(count, last), URL_INFO_URL, &type, nullptr, &size),
         {GC_ERR_INVALID_INDEX, GC_ERR_INVALID_PARAMETER},
         {Level::WillHurt, "consumers that count URLs until the error comes", "return GC_ERR_INVALID_INDEX"});
 }
@@ -120,20 +140,21 @@ void MustAgree(Bench &bench, const std::string &call, std::optional<uint64_t> to
 }
 
 /// Where the description lies; nothing, and a finding, when no consumer gets there.
-std::optional<DescriptionLocation> LocationOf(Bench &bench, PORT_HANDLE port)
+std::optional<DescriptionLocation> LocationOf(Bench &bench, const PortUrl &at)
 {
-    const auto url = TextAnswerOf(UrlQuery(bench.calls, port, URL_INFO_URL));
+    const auto url = TextAnswerOf(UrlQuery(bench.calls, at, URL_INFO_URL));
     const auto location = internal::ParseLocation(url);
-    std::error_code ignored;
-    if (location.scheme == DescriptionLocation::Scheme::Local && location.size <= mostBytes)
+    const bool hasSize = location.size > 0 && location.size <= mostBytes;
+    if (location.scheme == DescriptionLocation::Scheme::Local && hasSize)
     {
         MustAgree(bench, "GCGetPortURLInfo(URL_INFO_FILE_REGISTER_ADDRESS)",
-                  AnswerOf<uint64_t>(UrlQuery(bench.calls, port, URL_INFO_FILE_REGISTER_ADDRESS)),
+                  AnswerOf<uint64_t>(UrlQuery(bench.calls, at, URL_INFO_FILE_REGISTER_ADDRESS)),
                   location.address);
         MustAgree(bench, "GCGetPortURLInfo(URL_INFO_FILE_SIZE)",
-                  AnswerOf<uint64_t>(UrlQuery(bench.calls, port, URL_INFO_FILE_SIZE)), location.size);
+                  AnswerOf<uint64_t>(UrlQuery(bench.calls, at, URL_INFO_FILE_SIZE)), location.size);
         return location;
     }
+    std::error_code ignored;
     if (location.scheme == DescriptionLocation::Scheme::File &&
         std::filesystem::exists(location.path, ignored))
     {
@@ -146,10 +167,9 @@ std::optional<DescriptionLocation> LocationOf(Bench &bench, PORT_HANDLE port)
     return std::nullopt;
 }
 
-void DescriptionIsRead(Bench &bench, const PortKind &kind)
+void ReadDescription(Bench &bench, const PortUrl &at)
 {
-    auto *const port = kind.handle(bench.session);
-    const auto location = LocationOf(bench, port);
+    const auto location = LocationOf(bench, at);
     if (!location)
     {
         return;
@@ -159,7 +179,7 @@ void DescriptionIsRead(Bench &bench, const PortKind &kind)
     const Verdict verdict{Level::Broken, "every consumer: it reads the document in one call",
                           "serve GCReadPort for the whole length that the URL tells, in pieces if need be"};
     const auto call = fmt::format("GCReadPort of {} bytes at {:#x}", bytes.size(), location->address);
-    if (!bench.trial.Must(call, bench.calls.GCReadPort(port, location->address, bytes.data(), &size),
+    if (!bench.trial.Must(call, bench.calls.GCReadPort(at.port, location->address, bytes.data(), &size),
                           verdict))
     {
         return;
@@ -170,10 +190,20 @@ void DescriptionIsRead(Bench &bench, const PortKind &kind)
     }
     bytes.resize(std::min(size, bytes.size()));
     const auto number = [&](URL_INFO_CMD command)
-    { return AnswerOf<int32_t>(UrlQuery(bench.calls, port, command)).value_or(1); };
+    { return AnswerOf<int32_t>(UrlQuery(bench.calls, at, command)).value_or(1); };
     CheckDocument(bench.trial,
                   {location->url, number(URL_INFO_SCHEMA_VER_MAJOR), number(URL_INFO_SCHEMA_VER_MINOR)},
                   bytes);
+}
+
+void DescriptionsAreRead(Bench &bench, const PortKind &kind)
+{
+    auto *const port = kind.handle(bench.session);
+    const auto count = NumUrls(bench.calls, port);
+    for (uint32_t i = 0; i < count; ++i)
+    {
+        ReadDescription(bench, {port, i});
+    }
 }
 
 void FeaturesAreRead(Bench &bench, const PortKind &kind)
@@ -228,7 +258,7 @@ void UnknownAddressIsRefused(Bench &bench, const PortKind &kind)
 void StackedReadsAgree(Bench &bench, const PortKind &kind)
 {
     auto *const port = kind.handle(bench.session);
-    const auto location = internal::ParseLocation(TextAnswerOf(UrlQuery(bench.calls, port, URL_INFO_URL)));
+    const auto location = internal::ParseLocation(TextAnswerOf(UrlQuery(bench.calls, {port}, URL_INFO_URL)));
     if (location.scheme != DescriptionLocation::Scheme::Local || location.size < 8)
     {
         throw NotReached("the description does not lie in the port");
@@ -299,7 +329,7 @@ struct NamedPortCheck
 constexpr std::array<NamedPortCheck, 6> portChecks{{
     {"GCGetPortInfo answers every command by the rules", PortAnswers},
     {"GCGetPortURLInfo answers every command by the rules", UrlAnswers},
-    {"GCReadPort reads the description in one call, and it is sound", DescriptionIsRead},
+    {"GCReadPort reads each description in one call, and it is sound", DescriptionsAreRead},
     {"every feature is read", FeaturesAreRead},
     {"GCReadPort refuses an unknown address", UnknownAddressIsRefused},
     {"GCReadPortStacked reads the same bytes", StackedReadsAgree},

@@ -24,7 +24,7 @@ recording::InfoRecord RecordInfo(int32_t command, const InfoFunction &function)
     }
     catch (const internal::GenTLException &exception)
     {
-        return {command, exception.Code(), INFO_DATATYPE_UNKNOWN, exception.what()};
+        return {command, exception.Code(), INFO_DATATYPE_UNKNOWN, ""};
     }
 }
 
