@@ -720,14 +720,13 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"set Width", 2, "gentlctl: assignments: \"Width\" is not of the form NAME=VALUE (see "},
         Wrong{"set =5", 2, "gentlctl: assignments: \"=5\" is not of the form NAME=VALUE (see "},
         Wrong{"grab -s Width", 2, "gentlctl: --set: \"Width\" is not of the form NAME=VALUE (see "},
-        Wrong{"grab -n 0", 2,
-              "gentlctl: --frames: Value 0 not in range 1 to 1000000000 (see gentlctl grab --help)\n"},
-        Wrong{"grab -n -3", 2, "gentlctl: --frames: Value -3 not in range 1 to 1000000000 (see "},
-        Wrong{"grab -n many", 2, "gentlctl: --frames: Value many not in range 1 to 1000000000 (see "},
-        Wrong{"grab -n 1.5", 2, "gentlctl: --frames: Value 1.5 not in range 1 to 1000000000 (see "},
+        Wrong{"grab -n -3", 2,
+              "gentlctl: --frames: Value -3 not in range 0 to 1000000000 (see gentlctl grab --help)\n"},
+        Wrong{"grab -n many", 2, "gentlctl: --frames: Value many not in range 0 to 1000000000 (see "},
+        Wrong{"grab -n 1.5", 2, "gentlctl: --frames: Value 1.5 not in range 0 to 1000000000 (see "},
         Wrong{"grab -b 1", 2, "gentlctl: --buffers: Value 1 not in range 2 to 1024 (see "},
         Wrong{"grab -t 0", 2, "gentlctl: --timeout: Value 0 not in range 1 to 86400000 (see "},
-        Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,raw} (see "},
+        Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,npy,exr,raw,y4m} (see "},
         Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}));
 
 TEST(Gentlctl, FailsWhenNoFrameIsComplete)

@@ -16,18 +16,26 @@ Commands::Commands(CLI::App &app) : m_app(app)
                    "first producer in GENICAM_GENTL64_PATH")
         ->type_name("FILE");
     app.add_option(
-           "-d,--device", m_common.device,
+           "-d,--device", m_common.devices,
            "Id, model, serial number or user name of the device; default: the first that can be opened")
-        ->type_name("DEVICE");
+        ->type_name("DEVICE")
+        ->allow_extra_args(false);
     app.add_flag("--json", m_common.json, "Print JSON");
 }
 
-CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run)
+CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run, Devices devices)
 {
     auto *command = m_app.add_subcommand(name, description);
     command->callback(
-        [this, run = std::move(run)]
+        [this, name, devices, run = std::move(run)]
         {
+            auto &chosen = m_common.devices;
+            if (devices == Devices::One && chosen.size() > 1)
+            {
+                throw CLI::ArgumentMismatch(
+                    fmt::format("--device: {} works with one device, and {} are named", name, chosen.size()));
+            }
+            m_common.device = chosen.empty() ? "" : chosen.front();
             m_common.producer = FindProducerFile(m_common.producer);
             m_status = run(m_common);
         });

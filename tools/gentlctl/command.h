@@ -12,9 +12,10 @@ namespace gentlctl
 /// The options of every command.
 struct CommonOptions
 {
-    std::string producer; ///< its file
-    std::string device;   ///< as for Producer::Choose
-    bool json = false;    ///< print JSON
+    std::string producer;             ///< its file
+    std::string device;               ///< as for Producer::Choose
+    std::vector<std::string> devices; ///< for a command that takes several: each of them
+    bool json = false;                ///< print JSON
 };
 
 // Exit statuses.
@@ -37,9 +38,17 @@ public:
     Commands(const Commands &) = delete;
     Commands &operator=(const Commands &) = delete;
 
+    /// How many devices `-d` may name.
+    enum class Devices
+    {
+        One,
+        Several
+    };
+
     /// Adds a command that talks to a producer. The caller declares the options of the command's own on the
     /// result; what they are parsed into belongs to `run`.
-    CLI::App &Add(const std::string &name, const std::string &description, Run run);
+    CLI::App &Add(const std::string &name, const std::string &description, Run run,
+                  Devices devices = Devices::One);
 
     /// Exit status of the command that was run.
     int Status() const { return m_status; }
