@@ -18,6 +18,7 @@
 #include "utils/log.h"
 #include "vision/status.h"
 
+#include <fmt/format.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
 
 #include <unistd.h>
@@ -213,11 +214,18 @@ void Library::BringUpLowerProducer()
     }
     catch (const GenTLException &exception)
     {
-        if (!m_profile.lower.sharesLowerLibrary || exception.Code() != GC_ERR_RESOURCE_IN_USE)
+        if (m_profile.lower.sharesLowerLibrary && exception.Code() == GC_ERR_RESOURCE_IN_USE)
+        {
+            m_sharesLowerLibrary = true;
+            return;
+        }
+        if (!m_profile.lower.tellsInitFailure)
         {
             throw;
         }
-        m_sharesLowerLibrary = true;
+        throw GenTLException(
+            fmt::format("{}: GCInitLib failed: {} ({})", path, exception.what(), exception.Code()),
+            exception.Code());
     }
 }
 

@@ -160,13 +160,34 @@ void ProxyDataStream::AnnounceBuffers()
     }
 }
 
+/// Makes a call that a start needs.
+template <typename Call>
+void ProxyDataStream::ToStart(std::string_view name, Call call)
+{
+    try
+    {
+        call();
+    }
+    catch (const GenTLException &exception)
+    {
+        if (!m_rules.namesFailedCall)
+        {
+            throw;
+        }
+        throw GenTLException(fmt::format("{}: {} ({})", name, exception.what(), exception.Code()),
+                             exception.Code());
+    }
+}
+
 void ProxyDataStream::AllocateBuffers(size_t count)
 {
     for (size_t i = 0; i < count; ++i)
     {
         BUFFER_HANDLE buffer = nullptr;
-        Proxy()->DSAllocAndAnnounceBuffer(GetLowerHandle(), m_lowerBufferSize, nullptr, &buffer);
-        Proxy()->DSQueueBuffer(GetLowerHandle(), buffer);
+        const auto size = m_lowerBufferSize;
+        ToStart("DSAllocAndAnnounceBuffer",
+                [&] { Proxy()->DSAllocAndAnnounceBuffer(GetLowerHandle(), size, nullptr, &buffer); });
+        ToStart("DSQueueBuffer", [&] { Proxy()->DSQueueBuffer(GetLowerHandle(), buffer); });
         m_lowerBuffers.push_back({.handle = buffer, .base = BaseOf(buffer)});
     }
 }
@@ -238,7 +259,8 @@ void ProxyDataStream::RevokeAll()
 
 void ProxyDataStream::StartAcquisition(uint64_t numToAcquire)
 {
-    Proxy()->DSStartAcquisition(GetLowerHandle(), ACQ_START_FLAGS_DEFAULT, numToAcquire);
+    ToStart("DSStartAcquisition",
+            [&] { Proxy()->DSStartAcquisition(GetLowerHandle(), ACQ_START_FLAGS_DEFAULT, numToAcquire); });
 }
 
 void ProxyDataStream::StopAcquisition()

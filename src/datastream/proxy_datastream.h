@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 namespace GenTL::internal
@@ -68,6 +69,8 @@ private:
     void Close(bool hasEvent) noexcept;
     void CloseWhateverFails() noexcept;
     size_t NumLowerBuffers();
+    template <typename Call>
+    void ToStart(std::string_view name, Call call);
     void AllocateBuffers(size_t count) QVR_REQUIRES(m_lowerBuffersMutex);
     bool QueueKeptBuffers(size_t size) QVR_REQUIRES(m_lowerBuffersMutex);
     void RevokeAll() QVR_REQUIRES(m_lowerBuffersMutex);

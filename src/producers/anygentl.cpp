@@ -9,6 +9,9 @@ namespace GenTL::internal
 namespace
 {
 
+/// The project's version. GenTL versions of producers have four numbers.
+constexpr std::string_view releaseVersion = QVR_VERSION ".0";
+
 constexpr Profile MakeProfile()
 {
     Profile profile;

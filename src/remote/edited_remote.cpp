@@ -92,6 +92,8 @@ DeviceState EditedRemote::ReadDeviceState()
         const utils::MutexLock lock(m_streamMutex);
         payloadSize = m_streamPayloadSize ? m_streamPayloadSize() : std::nullopt;
     }
+    // The device may have changed by itself since its registers were last read.
+    m_features.Invalidate();
     auto state = m_view.ReadDeviceState(payloadSize);
     state.lens = m_view.Lens();
     return state;

@@ -57,7 +57,7 @@ public:
 
     /// Waits for a call of the earlier source to end.
     void SetStreamPayloadSize(StreamPayloadSize payloadSize);
-    /// What the device and its stream say of its frames.
+    /// What the device and its stream say of its frames now: the device is asked again.
     /// @throws as EditedView::ReadDeviceState and IDelivery::Lens
     DeviceState ReadDeviceState();
     /// Bytes of a frame before processing, as the device says.

@@ -74,7 +74,9 @@ TEST_F(AnyLibrary, PassesOnWhyTheLowerInitialisationFailed)
 {
     lower->FailNext("GCInitLib", GC_ERR_IO);
     EXPECT_EQ(gentl.GCInitLib(), GC_ERR_IO);
-    EXPECT_EQ(Error(), (LastError{GC_ERR_SUCCESS, GC_ERR_IO, "GCInitLib Error: lower failed"}));
+    EXPECT_EQ(Error(), (LastError{GC_ERR_SUCCESS, GC_ERR_IO,
+                                  "GCInitLib Error: " + std::string(lower.Path()) +
+                                      ": GCInitLib failed: lower failed (-1010)"}));
     Initialize();
 }
 

@@ -101,6 +101,15 @@ TEST_F(EditedPort, SplitsAStackedReadOfTheDeviceAndOfTheWindow)
     EXPECT_EQ(payloadSize, 4711);
 }
 
+TEST_F(EditedPort, AsksTheDeviceAgainForItsState)
+{
+    Open();
+    device.SetRegister(0x108, 4711);
+    EXPECT_EQ(remote->ReadDeviceState().payloadSize, 4711U);
+    device.SetRegister(0x108, 815); // by itself: nobody wrote through the port
+    EXPECT_EQ(remote->ReadDeviceState().payloadSize, 815U);
+}
+
 TEST_F(EditedPort, HasTheDevicesUrlWithoutAWindow)
 {
     const auto everywhere =

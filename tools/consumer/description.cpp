@@ -65,10 +65,14 @@ std::vector<uint8_t> FetchDescription(internal::IPort &port, const std::string &
 
 } // namespace
 
+std::vector<uint8_t> LoadDescriptionFile(internal::IPort &port)
+{
+    return FetchDescription(port, ReadText([&](char *text, size_t *size) { port.GetPortURL(text, size); }));
+}
+
 std::string LoadDescription(internal::IPort &port)
 {
-    const auto url = ReadText([&](char *text, size_t *size) { port.GetPortURL(text, size); });
-    auto bytes = FetchDescription(port, url);
+    auto bytes = LoadDescriptionFile(port);
     if (internal::IsZip(bytes))
     {
         const auto archive = internal::WithoutTail(bytes);

@@ -2,7 +2,9 @@
 
 #include "port/i_port.h"
 
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace gentlctl
 {
@@ -12,5 +14,9 @@ namespace gentlctl
 /// @throws std::runtime_error the port has no description, its URL is neither "local:" nor "file:", or its
 /// size is 0 or more than 1 GiB
 std::string LoadDescription(GenTL::internal::IPort &port);
+
+/// The bytes behind the port's URL as they are.
+/// @throws std::runtime_error as LoadDescription
+std::vector<uint8_t> LoadDescriptionFile(GenTL::internal::IPort &port);
 
 } // namespace gentlctl

@@ -6,7 +6,6 @@
 #include "gentl_proxy.h"
 #include "utils/gentl_exception.h"
 
-#include <dlfcn.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -27,9 +26,7 @@ constexpr uint64_t updateTimeout = 1000;
 
 std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
 {
-    // The proxy producer opens the vision library by its bare name, which works once the library is loaded.
-    // It stays loaded until the process ends. Other producers do not use it.
-    dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
+    LoadVisionLibrary();
     try
     {
         return std::make_shared<internal::GenTLProxy>(file);

@@ -9,6 +9,10 @@ namespace gentlctl
 /// The folder of the libraries of the build or the installation that this program belongs to.
 std::filesystem::path LibraryFolder();
 
+/// Loads the vision library of LibraryFolder, if it is there, for the rest of the process: the proxy producer
+/// opens it by its bare name, which works once it is loaded. Other producers do not use it.
+void LoadVisionLibrary();
+
 /// File of the producer to use: the argument; else the proxy producer in LibraryFolder; else the first
 /// producer in the folders of GENICAM_GENTL64_PATH.
 /// @throws std::runtime_error none found
@@ -17,5 +21,16 @@ std::string FindProducerFile(const std::string &argument);
 /// File of the lower producer that the proxy producer `file` would load; empty when `file` is another
 /// producer or there is no lower one.
 std::string LowerProducerFile(const std::string &file);
+
+/// The producer whose frames reach `file` as the camera sent them: the lower one of either producer of this
+/// project, which converts frames; else `file` itself.
+std::string RawProducerFile(const std::string &file);
+
+/// Name of the variable that names the lower producer of `file`; empty when `file` has none.
+std::string LowerProducerVariable(const std::string &file);
+
+/// File of the simulator of the build or the installation that this program belongs to.
+/// @throws std::runtime_error there is none
+std::string SimulatorFile();
 
 } // namespace gentlctl

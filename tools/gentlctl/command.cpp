@@ -25,18 +25,31 @@ Commands::Commands(CLI::App &app) : m_app(app)
 
 CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run, Devices devices)
 {
+    return AddWithoutProducer(
+        name, description,
+        [run = std::move(run)](const CommonOptions &options)
+        {
+            auto found = options;
+            found.producer = FindProducerFile(options.producer);
+            return run(found);
+        },
+        devices);
+}
+
+CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::string &description, Run run,
+                                       Devices devices)
+{
     auto *command = m_app.add_subcommand(name, description);
     command->callback(
         [this, name, devices, run = std::move(run)]
         {
-            auto &chosen = m_common.devices;
+            const auto &chosen = m_common.devices;
             if (devices == Devices::One && chosen.size() > 1)
             {
                 throw CLI::ArgumentMismatch(
                     fmt::format("--device: {} works with one device, and {} are named", name, chosen.size()));
             }
             m_common.device = chosen.empty() ? "" : chosen.front();
-            m_common.producer = FindProducerFile(m_common.producer);
             m_status = run(m_common);
         });
     return *command;

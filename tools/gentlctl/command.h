@@ -50,6 +50,10 @@ public:
     CLI::App &Add(const std::string &name, const std::string &description, Run run,
                   Devices devices = Devices::One);
 
+    /// The same for a command that finds its producers itself, or needs none.
+    CLI::App &AddWithoutProducer(const std::string &name, const std::string &description, Run run,
+                                 Devices devices = Devices::One);
+
     /// Exit status of the command that was run.
     int Status() const { return m_status; }
 

@@ -17,10 +17,10 @@ namespace gentlctl
 namespace
 {
 
-/// In the order of the help.
 constexpr void (*declarations[])(Commands &) = {
-    DeclareList,    DeclareInfo,  DeclareXml,         DeclareGet,  DeclareSet,
-    DeclareFormats, DeclareFiles, DeclareCalibration, DeclareGrab,
+#define COMMAND(name) Declare##name,
+#include "gentlctl/commands.inc"
+#undef COMMAND
 };
 
 /// Says in one line what is wrong with the command line, and which help to read.

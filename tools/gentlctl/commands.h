@@ -6,15 +6,8 @@ namespace gentlctl
 class Commands;
 
 // Each of these declares a command and its options.
-
-void DeclareList(Commands &commands);
-void DeclareInfo(Commands &commands);
-void DeclareXml(Commands &commands);
-void DeclareGet(Commands &commands);
-void DeclareSet(Commands &commands);
-void DeclareFormats(Commands &commands);
-void DeclareFiles(Commands &commands);
-void DeclareCalibration(Commands &commands);
-void DeclareGrab(Commands &commands);
+#define COMMAND(name) void Declare##name(Commands &commands);
+#include "gentlctl/commands.inc"
+#undef COMMAND
 
 } // namespace gentlctl

@@ -64,7 +64,11 @@ BUFFER_HANDLE FrameSource::Next()
 BUFFER_HANDLE FrameSource::Wait()
 {
     using std::chrono::milliseconds;
-    const auto left = m_end ? std::chrono::ceil<milliseconds>(*m_end - Clock::now()) : milliseconds::max();
+    if (!m_end)
+    {
+        return m_stream->NextBuffer(m_options.timeoutMs);
+    }
+    const auto left = std::chrono::ceil<milliseconds>(*m_end - Clock::now());
     if (left <= milliseconds::zero())
     {
         return nullptr;

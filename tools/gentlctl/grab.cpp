@@ -97,8 +97,10 @@ public:
         }
         catch (const std::exception &)
         {
-            // An interrupt makes the wait fail.
-            m_report.failure = m_interrupt.Signal() == 0 ? std::current_exception() : nullptr;
+            if (m_interrupt.Signal() == 0) // which makes the wait fail, too
+            {
+                m_report.failure = std::current_exception();
+            }
         }
         m_source.Stream().StopDevice();
         FinishWriting();

@@ -1,198 +1,29 @@
-#include "consumer/device.h"
-#include "consumer/features.h"
-#include "consumer/producer.h"
-#include "gentlctl/assignments.h"
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
-#include "gentlctl/frame_pipe.h"
+#include "gentlctl/frame_destination.h"
 #include "gentlctl/grab_arguments.h"
 #include "gentlctl/grab_report.h"
 #include "gentlctl/interrupt.h"
-#include "gentlctl/progress.h"
+#include "gentlctl/side_by_side.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
-#include "pictures/file_writing.h"
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <chrono>
 #include <ctime>
 #include <exception>
-#include <future>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace gentlctl
 {
 namespace
 {
-
-/// A device to grab from, open and set.
-struct Camera
-{
-    Camera(Producer &producer, const std::string &selection, const std::vector<std::string> &assignments)
-        : device(producer, selection), remote(device.PortOf("remote"))
-    {
-        Apply(remote, assignments);
-    }
-
-    OpenDevice device;
-    Features remote;
-};
-
-/// Where the frames go. Made before the producer is loaded, so that a place that cannot be written to is told
-/// at once.
-class Destination
-{
-public:
-    explicit Destination(const GrabArguments &arguments) : m_arguments(arguments)
-    {
-        if (arguments.GoesIntoPipe())
-        {
-            m_pipe = GiveStandardOutputToData();
-        }
-        else if (!arguments.output.empty())
-        {
-            MakeFolder(arguments.output);
-        }
-    }
-
-    /// The folder for the files of a device, which it makes: the one that the user names, and in it one for
-    /// each of several devices. Empty when there are no files.
-    std::string FolderOf(const std::string &id, size_t devices) const
-    {
-        if (m_arguments.output.empty() || m_arguments.GoesIntoPipe() || devices == 1)
-        {
-            return m_arguments.GoesIntoPipe() ? "" : m_arguments.output;
-        }
-        // An id may have characters that a name of a file cannot have.
-        auto name = id;
-        std::ranges::replace_if(
-            name,
-            [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '-' && c != '.'; },
-            '_');
-        auto folder = m_arguments.output + "/" + name;
-        MakeFolder(folder);
-        return folder;
-    }
-
-    /// What writes the frames of a device; null when none are written.
-    /// @param folder as FolderOf
-    FrameWriter::Write WriterFor(const Features &remote, const std::string &folder) const
-    {
-        if (m_arguments.GoesIntoPipe())
-        {
-            return IntoPipe(remote);
-        }
-        if (folder.empty())
-        {
-            return nullptr;
-        }
-        auto files = m_arguments.files;
-        files.folder = folder;
-        return [files = std::move(files)](const FrameInfo &frame, uint64_t number)
-        { return WriteFrame(frame, number, files); };
-    }
-
-private:
-    FrameWriter::Write IntoPipe(const Features &remote) const
-    {
-        const FramePipeOptions options{m_arguments.files.format, m_arguments.files.pictures, RateOf(remote)};
-        const auto pipe = std::make_shared<FramePipe>(m_pipe, options, Complain);
-        return [pipe](const FrameInfo &frame, uint64_t)
-        {
-            pipe->Write(frame);
-            return std::vector<std::string>();
-        };
-    }
-
-    /// The rate of a video: what the device says, 0 when it does not.
-    static double RateOf(const Features &remote)
-    {
-        for (const auto *feature : {"AcquisitionResultingFrameRate", "AcquisitionFrameRate"})
-        {
-            const auto value = remote.Values({feature})[feature];
-            if (value.is_number())
-            {
-                return value.get<double>();
-            }
-        }
-        return 0;
-    }
-
-    const GrabArguments &m_arguments;
-    int m_pipe = -1;
-};
-
-/// Grabs from all devices at the same time, each on a thread of its own.
-class SideBySide
-{
-public:
-    SideBySide(const CommonOptions &options, const GrabArguments &arguments, const Destination &destination)
-        : m_arguments(arguments), m_destination(destination), m_producer(options.producer)
-    {
-        // One without a name is the first that can be opened.
-        const auto selections = options.devices.empty() ? std::vector<std::string>{""} : options.devices;
-        for (const auto &selection : selections)
-        {
-            m_cameras.push_back(std::make_unique<Camera>(m_producer, selection, arguments.assignments));
-            m_ids.push_back(m_cameras.back()->device.Entry().id);
-        }
-    }
-
-    std::vector<DeviceGrab> Run(const Interrupt &interrupt)
-    {
-        Progress progress(isatty(STDERR_FILENO) != 0, m_arguments.grab.frames, m_ids);
-        std::vector<std::future<DeviceGrab>> running;
-        for (size_t i = 0; i < m_cameras.size(); ++i)
-        {
-            running.push_back(
-                std::async(std::launch::async, [&, i] { return RunOne(i, interrupt, progress); }));
-        }
-        std::vector<DeviceGrab> grabs;
-        for (auto &one : running)
-        {
-            grabs.push_back(one.get());
-        }
-        progress.End();
-        return grabs;
-    }
-
-private:
-    /// A failure is in the report: the other devices go on.
-    DeviceGrab RunOne(size_t index, const Interrupt &interrupt, Progress &progress)
-    {
-        auto &camera = *m_cameras[index];
-        DeviceGrab grab{.device = m_ids[index], .folder = "", .report = {}};
-        try
-        {
-            grab.folder = m_destination.FolderOf(grab.device, m_cameras.size());
-            const FrameConsumer consumer{m_destination.WriterFor(camera.remote, grab.folder),
-                                         [&](const GrabReport &report) { progress.Show(index, report); }};
-            grab.report =
-                Grab(m_producer, camera.device, camera.remote, m_arguments.grab, interrupt, consumer);
-        }
-        catch (const std::exception &)
-        {
-            grab.report.failure = std::current_exception();
-        }
-        progress.Finish(index, grab.report);
-        return grab;
-    }
-
-    const GrabArguments &m_arguments;
-    const Destination &m_destination;
-    Producer m_producer;
-    std::vector<std::unique_ptr<Camera>> m_cameras;
-    std::vector<std::string> m_ids;
-};
 
 /// Why a grab without a failure gave nothing; null when it gave something.
 std::exception_ptr Emptiness(const GrabReport &report)
@@ -276,13 +107,15 @@ void ComplainOfMissing(const std::vector<DeviceGrab> &grabs, const GrabOptions &
 }
 
 /// Says on standard error which devices failed, and returns whether one did.
+/// @param signal that ended the grab, which may have given nothing then; 0 without
 /// @throws the failure of a single device
-bool ComplainOfFailures(const std::vector<DeviceGrab> &grabs)
+bool ComplainOfFailures(const std::vector<DeviceGrab> &grabs, int signal)
 {
     bool hasFailed = false;
     for (const auto &grab : grabs)
     {
-        const auto failure = grab.report.failure ? grab.report.failure : Emptiness(grab.report);
+        const auto &report = grab.report;
+        const auto failure = report.failure ? report.failure : signal == 0 ? Emptiness(report) : nullptr;
         if (failure && grabs.size() == 1)
         {
             std::rethrow_exception(failure);
@@ -315,9 +148,9 @@ bool ComplainStrictly(const std::vector<DeviceGrab> &grabs)
 int GrabFrames(const CommonOptions &options, const GrabArguments &arguments)
 {
     CheckTogether(arguments, options.devices.size());
-    const Destination destination(arguments);
+    const FrameDestination destination(arguments);
     const Interrupt interrupt;
-    SideBySide cameras(options, arguments, destination);
+    SideBySide cameras(options.producer, options.devices, arguments, destination);
     const auto before = LoadSoFar();
     const auto grabs = cameras.Run(interrupt);
     const auto after = LoadSoFar();
@@ -328,15 +161,12 @@ int GrabFrames(const CommonOptions &options, const GrabArguments &arguments)
         PrintGrabs(grabs, {after.used - before.used, after.passed - before.passed}, options.json);
         ComplainOfMissing(grabs, arguments.grab, signal);
     }
-    if (arguments.isStrict && ComplainStrictly(grabs))
+    const bool isTooLittle = arguments.isStrict && ComplainStrictly(grabs);
+    if (ComplainOfFailures(grabs, signal) || isTooLittle)
     {
         return failed;
     }
-    if (signal != 0)
-    {
-        return killed + signal;
-    }
-    return ComplainOfFailures(grabs) ? failed : success;
+    return signal != 0 ? killed + signal : success;
 }
 
 constexpr auto grabFooter =

@@ -1,9 +1,15 @@
 #include "gentlctl/lens_calibration.h"
 
+#include "consumer/features.h"
+
 #include <dlfcn.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <tarn_cvl/tarn_cvl.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <stdexcept>
 #include <string>
 
@@ -84,8 +90,44 @@ private:
 LensCalibration ParseLensCalibration(std::span<const uint8_t> data)
 {
     const auto parameters = CalibrationReader().Read(data);
-    return {parameters.width,        parameters.height,          parameters.focalLengthX,
-            parameters.focalLengthY, parameters.principalPointX, parameters.principalPointY};
+    LensCalibration calibration{parameters.width,
+                                parameters.height,
+                                parameters.focalLengthX,
+                                parameters.focalLengthY,
+                                parameters.principalPointX,
+                                parameters.principalPointY,
+                                {}};
+    static_assert(sizeof calibration.distortion <= sizeof parameters.opaque);
+    std::memcpy(calibration.distortion.data(), parameters.opaque, sizeof calibration.distortion);
+    return calibration;
+}
+
+std::string ToYaml(const LensCalibration &calibration, std::optional<double> depthScale)
+{
+    const auto &terms = calibration.distortion;
+    // Five terms are what most readers know; the others are those of a lens with a wide angle.
+    const bool isWide = std::any_of(terms.begin() + 5, terms.end(), [](float term) { return term != 0; });
+    const auto written = std::span(terms).first(isWide ? 8 : 5);
+    return fmt::format("%YAML:1.0\n---\n"
+                       "image_width: {}\nimage_height: {}\n"
+                       "camera_matrix: !!opencv-matrix\n   rows: 3\n   cols: 3\n   dt: d\n"
+                       "   data: [ {}, 0, {}, 0, {}, {}, 0, 0, 1 ]\n"
+                       "distortion_coefficients: !!opencv-matrix\n   rows: {}\n   cols: 1\n   dt: d\n"
+                       "   data: [ {} ]\n{}",
+                       calibration.width, calibration.height, calibration.focalLengthX,
+                       calibration.principalPointX, calibration.focalLengthY, calibration.principalPointY,
+                       written.size(), fmt::join(written, ", "),
+                       depthScale ? fmt::format("depth_scale: {}\n", *depthScale) : "");
+}
+
+std::optional<double> DepthScaleOf(const Features &remote)
+{
+    if (!remote.Has("Scan3dCoordinateScale"))
+    {
+        return std::nullopt;
+    }
+    const auto value = remote.Values({"Scan3dCoordinateScale"})["Scan3dCoordinateScale"];
+    return value.is_number() && value.get<double>() > 0 ? std::optional(value.get<double>()) : std::nullopt;
 }
 
 } // namespace gentlctl

@@ -20,6 +20,9 @@ namespace
 
 constexpr std::chrono::milliseconds interval(100);
 
+/// Erases what a longer line has left on the terminal.
+constexpr auto eraseTheRest = "\x1B[K";
+
 /// As much of a line as the terminal shows: a longer one would go on in the next, which cannot be rewritten.
 std::string CutToTerminal(const std::string &line)
 {
@@ -83,6 +86,15 @@ void Progress::Finish(size_t device, const GrabReport &report)
     }
 }
 
+void Progress::Clear()
+{
+    const MutexLock lock(m_mutex);
+    if (m_isDrawn)
+    {
+        fmt::print(stderr, "\r{}", eraseTheRest);
+    }
+}
+
 void Progress::End()
 {
     const MutexLock lock(m_mutex);
@@ -100,8 +112,6 @@ void Progress::Draw(Part &part, const GrabReport &report)
     {
         line += m_parts.size() > 1 ? fmt::format("{}{}: {}", line.empty() ? "" : " | ", name, text) : text;
     }
-    // The line may be shorter than the one before.
-    constexpr auto eraseTheRest = "\x1B[K";
     fmt::print(stderr, "\r{}{}", CutToTerminal(line + " "), eraseTheRest);
     m_isDrawn = true;
 }

@@ -32,6 +32,9 @@ public:
     /// Rewrites the device's part of the line a last time.
     void Finish(size_t device, const GrabReport &report) QVR_EXCLUDES(m_mutex);
 
+    /// Makes room for another line.
+    void Clear() QVR_EXCLUDES(m_mutex);
+
     /// Ends the line.
     void End() QVR_EXCLUDES(m_mutex);
 

@@ -1,0 +1,509 @@
+/**
+ * @file
+ * Frames of a GenTL camera in C++. Copy this file and gentl/gentl.h into your program, and link dl, pugixml
+ * and zip.
+ *
+ *     Camera camera;
+ *     camera.Start();
+ *     for (int i = 0; i < 10; ++i)
+ *     {
+ *         const Frame frame = camera.Next();
+ *         Use(frame.Pixels<uint8_t>());
+ *     }
+ */
+#pragma once
+
+#include <dlfcn.h>
+#include <gentl/gentl.h>
+#include <pugixml.hpp>
+#include <zip.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <span>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+/// The first .cti file of GENICAM_GENTL64_PATH, whose entries are folders or files.
+inline std::string FindProducer()
+{
+    const char *variable = std::getenv("GENICAM_GENTL64_PATH");
+    std::istringstream entries(variable ? variable : "");
+    for (std::string entry; std::getline(entries, entry, ':');)
+    {
+        std::vector<std::string> files;
+        if (std::filesystem::is_directory(entry))
+        {
+            for (const auto &file : std::filesystem::directory_iterator(entry))
+            {
+                files.push_back(file.path());
+            }
+        }
+        else
+        {
+            files.push_back(entry);
+        }
+        std::erase_if(files, [](const std::string &file) { return !file.ends_with(".cti"); });
+        if (!files.empty())
+        {
+            return *std::min_element(files.begin(), files.end());
+        }
+    }
+    throw std::runtime_error("GENICAM_GENTL64_PATH names no folder with a .cti file");
+}
+
+/// A loaded producer. Every failure of a call is thrown with the producer's own text.
+class Producer
+{
+public:
+    explicit Producer(const std::string &path) : m_path(path), m_library(dlopen(path.c_str(), RTLD_NOW))
+    {
+        if (!m_library)
+        {
+            throw std::runtime_error(dlerror());
+        }
+        Call<decltype(&GenTL::GCInitLib)>("GCInitLib");
+    }
+
+    ~Producer() { Function<decltype(&GenTL::GCCloseLib)>("GCCloseLib")(); }
+    Producer(const Producer &) = delete;
+    Producer &operator=(const Producer &) = delete;
+
+    template <typename F, typename... Arguments>
+    void Call(const char *name, Arguments... arguments) const
+    {
+        if (Function<F>(name)(arguments...) != GenTL::GC_ERR_SUCCESS)
+        {
+            GenTL::GC_ERROR code = 0;
+            char text[4096] = "";
+            size_t size = sizeof text;
+            Function<decltype(&GenTL::GCGetLastError)>("GCGetLastError")(&code, text, &size);
+            throw std::runtime_error(m_path + ": " + name + ": " + text);
+        }
+    }
+
+private:
+    template <typename F>
+    F Function(const char *name) const
+    {
+        const auto function = reinterpret_cast<F>(dlsym(m_library, name));
+        return function ? function : throw std::runtime_error(m_path + " lacks " + name);
+    }
+
+    std::string m_path;
+    void *m_library; ///< stays loaded: some producers do not survive dlclose
+};
+
+/// Calls a function of the producer with the types of its declaration.
+#define GENTL_CALL(producer, name, ...) (producer).Call<decltype(&GenTL::name)>(#name, __VA_ARGS__)
+
+/// Features of a camera that are plain registers. Those behind formulas need a GenApi library, or gentlctl.
+class Features
+{
+public:
+    Features(const Producer &producer, GenTL::PORT_HANDLE port) : m_producer(&producer), m_port(port)
+    {
+        const std::string text = Unpacked(Document());
+        if (!m_document.load_buffer(text.data(), text.size()))
+        {
+            throw std::runtime_error("The camera's description is no XML");
+        }
+    }
+
+    void Execute(const char *name) const
+    {
+        const auto node = Node(name);
+        Write(node, Integer(node, "CommandValue"));
+    }
+
+    /// The value as the register has it: a double for a Float, a whole number otherwise.
+    template <typename T>
+    requires std::is_arithmetic_v<T>
+    void Set(const char *name, T value) const { Write(Node(name), value); }
+
+    /// An enumeration, by the name of its entry.
+    void Set(const char *name, const char *entry) const
+    {
+        const auto node = Node(name);
+        const auto found = node.find_child_by_attribute("EnumEntry", "Name", entry);
+        if (!found)
+        {
+            throw std::runtime_error(std::string(name) + " has no entry " + entry);
+        }
+        Write(node, Integer(found, "Value"));
+    }
+
+private:
+    std::string Read(uint64_t address, size_t size) const
+    {
+        std::string data(size, '\0');
+        GENTL_CALL(*m_producer, GCReadPort, m_port, address, data.data(), &size);
+        return data;
+    }
+
+    /// "local:name;address;length" in hexadecimal, or "file:///path".
+    std::string Document() const
+    {
+        char url[4096] = "";
+        size_t size = sizeof url;
+        GENTL_CALL(*m_producer, GCGetPortURL, m_port, url, &size);
+        const std::string text = url;
+        const auto first = text.find(';');
+        if (first != std::string::npos)
+        {
+            const auto second = text.find(';', first + 1);
+            return Read(std::stoull(text.substr(first + 1), nullptr, 16),
+                        std::stoull(text.substr(second + 1), nullptr, 16));
+        }
+        std::ifstream file(text.substr(text.find('/'), text.find('?') - text.find('/')), std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+    static std::string Unpacked(const std::string &document)
+    {
+        if (!document.starts_with("PK"))
+        {
+            return document.substr(0, document.find_last_not_of('\0') + 1);
+        }
+        zip_source_t *source = zip_source_buffer_create(document.data(), document.size(), 0, nullptr);
+        zip_t *archive = source ? zip_open_from_source(source, ZIP_RDONLY, nullptr) : nullptr;
+        zip_stat_t entry{};
+        zip_file_t *file = nullptr;
+        if (archive && zip_stat_index(archive, 0, 0, &entry) == 0)
+        {
+            file = zip_fopen_index(archive, 0, 0);
+        }
+        if (!file)
+        {
+            throw std::runtime_error("The archive of the camera's description cannot be read");
+        }
+        std::string text(entry.size, '\0');
+        zip_fread(file, text.data(), text.size());
+        zip_fclose(file);
+        zip_discard(archive);
+        return text;
+    }
+
+    pugi::xml_node Node(const char *name) const
+    {
+        const auto wanted = [name](const pugi::xml_node &node)
+        {
+            return std::strcmp(node.attribute("Name").value(), name) == 0 &&
+                   std::strcmp(node.name(), "EnumEntry") != 0;
+        };
+        const auto node = m_document.find_node(wanted);
+        return node ? node : throw std::runtime_error(std::string("The camera has no feature ") + name);
+    }
+
+    pugi::xml_node Register(pugi::xml_node node) const
+    {
+        const std::string name = node.attribute("Name").value();
+        while (node.child("pValue"))
+        {
+            node = Node(node.child_value("pValue"));
+        }
+        const std::string kind = node.name();
+        return kind == "IntReg" || kind == "FloatReg"
+                   ? node
+                   : throw std::runtime_error(name +
+                                              " is no plain register; use a GenApi library, or gentlctl set");
+    }
+
+    /// The sum of the literals <what> and of the nodes that <pWhat> names: an address has several.
+    uint64_t Integer(const pugi::xml_node &node, const std::string &what) const
+    {
+        uint64_t sum = 0;
+        for (const auto &literal : node.children(what.c_str()))
+        {
+            sum += std::stoull(literal.child_value(), nullptr, 0);
+        }
+        for (const auto &name : node.children(("p" + what).c_str()))
+        {
+            sum += ReadInteger(Node(name.child_value()));
+        }
+        return sum;
+    }
+
+    uint64_t ReadInteger(const pugi::xml_node &node) const
+    {
+        if (node.child("Value"))
+        {
+            return Integer(node, "Value");
+        }
+        const auto place = Register(node);
+        std::string data = Read(Integer(place, "Address"), Integer(place, "Length"));
+        Order(place, data);
+        uint64_t value = 0;
+        std::memcpy(&value, data.data(), std::min(data.size(), sizeof value));
+        return value;
+    }
+
+    template <typename T>
+    void Write(const pugi::xml_node &node, T value) const
+    {
+        const auto place = Register(node);
+        size_t size = Integer(place, "Length");
+        std::string data;
+        if (std::strcmp(place.name(), "FloatReg") == 0)
+        {
+            const auto number = static_cast<double>(value);
+            const auto shortNumber = static_cast<float>(value);
+            data = size == sizeof number ? Bytes(number) : Bytes(shortNumber);
+        }
+        else
+        {
+            data = Bytes(static_cast<int64_t>(value)).substr(0, size);
+        }
+        Order(place, data);
+        size = data.size();
+        GENTL_CALL(*m_producer, GCWritePort, m_port, Integer(place, "Address"), data.data(), &size);
+    }
+
+    template <typename T>
+    static std::string Bytes(T value)
+    {
+        return {reinterpret_cast<const char *>(&value), sizeof value};
+    }
+
+    static void Order(const pugi::xml_node &place, std::string &data)
+    {
+        if (std::strcmp(place.child_value("Endianess"), "BigEndian") == 0)
+        {
+            std::reverse(data.begin(), data.end());
+        }
+    }
+
+    const Producer *m_producer;
+    GenTL::PORT_HANDLE m_port;
+    pugi::xml_document m_document;
+};
+
+/// A frame. Its pixels lie in the buffer, which goes back to the camera when the frame ends.
+class Frame
+{
+public:
+    Frame(const Producer &producer, GenTL::DS_HANDLE stream, GenTL::BUFFER_HANDLE buffer)
+        : m_producer(producer), m_stream(stream), m_buffer(buffer)
+    {
+    }
+
+    ~Frame()
+    {
+        try
+        {
+            GENTL_CALL(m_producer, DSQueueBuffer, m_stream, m_buffer);
+        }
+        catch (const std::exception &) // The next wait for a frame tells that one is missing.
+        {
+        }
+    }
+    Frame(const Frame &) = delete;
+    Frame &operator=(const Frame &) = delete;
+
+    uint64_t Id() const { return Info<uint64_t>(GenTL::BUFFER_INFO_FRAMEID); }
+    size_t Width() const { return Info<size_t>(GenTL::BUFFER_INFO_WIDTH); }
+    size_t Height() const { return Info<size_t>(GenTL::BUFFER_INFO_HEIGHT); }
+    uint64_t Format() const { return Info<uint64_t>(GenTL::BUFFER_INFO_PIXELFORMAT); }
+    bool IsIncomplete() const { return Info<GenTL::bool8_t>(GenTL::BUFFER_INFO_IS_INCOMPLETE) != 0; }
+
+    /// Width * Height pixels, without a copy; std::array<float, 3> for a grid of points.
+    template <typename Pixel>
+    std::span<const Pixel> Pixels() const
+    {
+        return {static_cast<const Pixel *>(Info<void *>(GenTL::BUFFER_INFO_BASE)), Width() * Height()};
+    }
+
+private:
+    template <typename T>
+    T Info(GenTL::BUFFER_INFO_CMD command) const
+    {
+        T answer{};
+        size_t size = sizeof answer;
+        GenTL::INFO_DATATYPE type = 0;
+        GENTL_CALL(m_producer, DSGetBufferInfo, m_stream, m_buffer, command, &type, &answer, &size);
+        return answer;
+    }
+
+    const Producer &m_producer;
+    GenTL::DS_HANDLE m_stream;
+    GenTL::BUFFER_HANDLE m_buffer;
+};
+
+/// An open camera: the first that can be opened, or the one of this id or model.
+class Camera
+{
+public:
+    explicit Camera(const std::string &wanted = {}, const std::string &producer = FindProducer())
+        : m_producer(producer)
+    {
+        GENTL_CALL(m_producer, TLOpen, &m_system);
+        m_closing.push_back([this] { GENTL_CALL(m_producer, TLClose, m_system); });
+        try
+        {
+            Open(wanted);
+        }
+        catch (...)
+        {
+            CloseAllBut(0);
+            throw;
+        }
+    }
+
+    ~Camera() { CloseAllBut(0); }
+    Camera(const Camera &) = delete;
+    Camera &operator=(const Camera &) = delete;
+
+    const Features &GetFeatures() const { return *m_features; }
+
+    /// Starts the camera. It stops when this object ends. Set PixelFormat, region and mode before.
+    void Start(int buffers = 4)
+    {
+        size_t size = 0;
+        size_t answer = sizeof size;
+        GenTL::INFO_DATATYPE type = 0;
+        GENTL_CALL(m_producer, DSGetInfo, m_stream, GenTL::STREAM_INFO_PAYLOAD_SIZE, &type, &size, &answer);
+        GENTL_CALL(m_producer, GCRegisterEvent, m_stream, GenTL::EVENT_NEW_BUFFER, &m_event);
+        m_closing.push_back(
+            [this] { GENTL_CALL(m_producer, GCUnregisterEvent, m_stream, GenTL::EVENT_NEW_BUFFER); });
+        for (int i = 0; i < buffers; ++i)
+        {
+            Announce(size);
+        }
+        m_closing.push_back(
+            [this] { GENTL_CALL(m_producer, DSFlushQueue, m_stream, GenTL::ACQ_QUEUE_ALL_DISCARD); });
+        GENTL_CALL(m_producer, DSStartAcquisition, m_stream, GenTL::ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
+        m_closing.push_back(
+            [this] { GENTL_CALL(m_producer, DSStopAcquisition, m_stream, GenTL::ACQ_STOP_FLAGS_DEFAULT); });
+        m_features->Execute("AcquisitionStart");
+        m_closing.push_back([this] { m_features->Execute("AcquisitionStop"); });
+    }
+
+    /// Waits for the next frame.
+    Frame Next(uint64_t timeoutMs = 5000) const
+    {
+        GenTL::EVENT_NEW_BUFFER_DATA filled{};
+        size_t size = sizeof filled;
+        GENTL_CALL(m_producer, EventGetData, m_event, &filled, &size, timeoutMs);
+        return {m_producer, m_stream, filled.BufferHandle};
+    }
+
+private:
+    using Id = char[1024];
+
+    void Open(const std::string &wanted)
+    {
+        std::string reasons;
+        uint32_t count = 0;
+        GENTL_CALL(m_producer, TLUpdateInterfaceList, m_system, nullptr, uint64_t{1000});
+        GENTL_CALL(m_producer, TLGetNumInterfaces, m_system, &count);
+        for (uint32_t i = 0; i < count; ++i)
+        {
+            Id id = "";
+            size_t size = sizeof id;
+            GenTL::IF_HANDLE interface = nullptr;
+            GENTL_CALL(m_producer, TLGetInterfaceID, m_system, i, id, &size);
+            GENTL_CALL(m_producer, TLOpenInterface, m_system, id, &interface);
+            m_closing.push_back([this, interface] { GENTL_CALL(m_producer, IFClose, interface); });
+            if (OpenOn(interface, wanted, reasons))
+            {
+                return;
+            }
+            CloseAllBut(1);
+        }
+        throw std::runtime_error(reasons.empty() ? "No camera " + wanted + " found" : reasons);
+    }
+
+    bool OpenOn(GenTL::IF_HANDLE interface, const std::string &wanted, std::string &reasons)
+    {
+        uint32_t count = 0;
+        GENTL_CALL(m_producer, IFUpdateDeviceList, interface, nullptr, uint64_t{1000});
+        GENTL_CALL(m_producer, IFGetNumDevices, interface, &count);
+        for (uint32_t i = 0; i < count; ++i)
+        {
+            Id id = "";
+            size_t size = sizeof id;
+            GENTL_CALL(m_producer, IFGetDeviceID, interface, i, id, &size);
+            if (!wanted.empty() && wanted != id && wanted != Model(interface, id))
+            {
+                continue;
+            }
+            try
+            {
+                OpenDevice(interface, id);
+                return true;
+            }
+            catch (const std::exception &error)
+            {
+                CloseAllBut(2);
+                reasons += std::string(error.what()) + "\n";
+            }
+        }
+        return false;
+    }
+
+    std::string Model(GenTL::IF_HANDLE interface, const char *id) const
+    {
+        Id model = "";
+        size_t size = sizeof model;
+        GenTL::INFO_DATATYPE type = 0;
+        GENTL_CALL(m_producer, IFGetDeviceInfo, interface, id, GenTL::DEVICE_INFO_MODEL, &type, model, &size);
+        return model;
+    }
+
+    void OpenDevice(GenTL::IF_HANDLE interface, const char *id)
+    {
+        GenTL::DEV_HANDLE device = nullptr;
+        GENTL_CALL(m_producer, IFOpenDevice, interface, id, GenTL::DEVICE_ACCESS_CONTROL, &device);
+        m_closing.push_back([this, device] { GENTL_CALL(m_producer, DevClose, device); });
+        GenTL::PORT_HANDLE port = nullptr;
+        GENTL_CALL(m_producer, DevGetPort, device, &port);
+        m_features = std::make_unique<Features>(m_producer, port);
+        Id stream = "";
+        size_t size = sizeof stream;
+        GENTL_CALL(m_producer, DevGetDataStreamID, device, 0U, stream, &size);
+        GENTL_CALL(m_producer, DevOpenDataStream, device, stream, &m_stream);
+        m_closing.push_back([this] { GENTL_CALL(m_producer, DSClose, m_stream); });
+    }
+
+    void Announce(size_t size)
+    {
+        GenTL::BUFFER_HANDLE buffer = nullptr;
+        GENTL_CALL(m_producer, DSAllocAndAnnounceBuffer, m_stream, size, nullptr, &buffer);
+        m_closing.push_back([this, buffer]
+                            { GENTL_CALL(m_producer, DSRevokeBuffer, m_stream, buffer, nullptr, nullptr); });
+        GENTL_CALL(m_producer, DSQueueBuffer, m_stream, buffer);
+    }
+
+    /// Closes in the opposite order what was opened. A camera that is gone lets nothing be closed in order.
+    void CloseAllBut(size_t number)
+    {
+        while (m_closing.size() > number)
+        {
+            try
+            {
+                m_closing.back()();
+            }
+            catch (const std::exception &)
+            {
+            }
+            m_closing.pop_back();
+        }
+    }
+
+    Producer m_producer;
+    GenTL::TL_HANDLE m_system = nullptr;
+    GenTL::DS_HANDLE m_stream = nullptr;
+    GenTL::EVENT_HANDLE m_event = nullptr;
+    std::unique_ptr<Features> m_features;
+    std::vector<std::function<void()>> m_closing;
+};

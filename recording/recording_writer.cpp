@@ -1,0 +1,101 @@
+#include "recording/recording_writer.h"
+
+#include "recording/device_file.h"
+#include "recording/error.h"
+#include "recording/file_names.h"
+#include "recording/frame_bytes.h"
+
+namespace recording
+{
+
+namespace fs = std::filesystem;
+
+namespace
+{
+
+/// Room that is made on the disk at once.
+constexpr uint64_t reserveStep = uint64_t{256} << 20U;
+
+/// The folder, which is made if it is not there.
+fs::path Prepared(const fs::path &folder)
+{
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (!fs::is_directory(folder))
+    {
+        throw Error("{} cannot be made: {}", folder.string(), error.message());
+    }
+    for (const auto *name : {deviceFile, dataFile, indexFile})
+    {
+        if (fs::exists(folder / name))
+        {
+            throw Error("{} holds a recording already; name another folder", folder.string());
+        }
+    }
+    return folder;
+}
+
+template <typename Record>
+std::string_view BytesOf(const Record &record)
+{
+    return {reinterpret_cast<const char *>(&record), sizeof record};
+}
+
+} // namespace
+
+RecordingWriter::RecordingWriter(const fs::path &folder, const DeviceRecord &device)
+    : m_folder(Prepared(folder)), m_data(m_folder / dataFile, OwnedFile::For::Writing),
+      m_index(m_folder / indexFile, OwnedFile::For::Writing)
+{
+    AddFile(DescriptionFile(device), device.description);
+    for (const auto &file : device.registers.fileAccess.files)
+    {
+        AddFile(FileNameFor(file), file.content);
+    }
+    AddFile(deviceFile, ToJson(device));
+    const IndexHeader header;
+    m_index.Write(0, &header, sizeof header);
+    m_indexSize = sizeof header;
+}
+
+void RecordingWriter::AddFile(const std::string &name, std::string_view content)
+{
+    const auto path = m_folder / name;
+    fs::create_directories(path.parent_path());
+    OwnedFile(path, OwnedFile::For::Writing).Write(0, content.data(), content.size());
+}
+
+void RecordingWriter::Append(const FrameRecord &record, std::span<const uint8_t> bytes)
+{
+    const auto end = m_end.dataSize + bytes.size();
+    if (end > m_reserved)
+    {
+        m_data.Reserve(m_reserved, end - m_reserved + reserveStep);
+        m_reserved = end + reserveStep;
+    }
+    // The frame comes before its entry, so that an entry never stands for a frame that is not there.
+    m_data.Write(m_end.dataSize, bytes.data(), bytes.size());
+    const FramePlace place{m_end.dataSize, bytes.size(), record.time, Checksum(bytes), 0};
+    AppendEntry(frameEntry, std::string(BytesOf(place)) + ToBytes(record));
+    m_end.dataSize = end;
+    ++m_end.frames;
+}
+
+void RecordingWriter::AppendEntry(uint32_t kind, std::string_view bytes)
+{
+    const EntryHeader header{kind, static_cast<uint32_t>(bytes.size()), Checksum(bytes)};
+    const auto entry = std::string(BytesOf(header)).append(bytes);
+    m_index.Write(m_indexSize, entry.data(), entry.size());
+    m_indexSize += entry.size();
+}
+
+void RecordingWriter::Finish(uint64_t lost, uint64_t unwritten)
+{
+    m_data.Trim(m_end.dataSize); // first, because a full disk needs the room for the last entry
+    m_index.Trim(m_indexSize);
+    m_end.lost = lost;
+    m_end.unwritten = unwritten;
+    AppendEntry(endEntry, BytesOf(m_end));
+}
+
+} // namespace recording

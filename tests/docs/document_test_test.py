@@ -1,0 +1,96 @@
+"""Holds document_test to what it promises: document_test_test.py FOLDER"""
+
+import contextlib
+import importlib.machinery
+import importlib.util
+import io
+import os
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+sys.dont_write_bytecode = True
+loader = importlib.machinery.SourceFileLoader("document_test", os.path.join(os.path.dirname(__file__), "document_test"))
+document_test = importlib.util.module_from_spec(importlib.util.spec_from_loader("document_test", loader))
+loader.exec_module(document_test)
+
+
+def sh(commands, *directives):
+    return "".join(f"<!-- {directive} -->\n" for directive in directives) + f"```sh\n{commands}\n```\n"
+
+
+def text(lines, *directives):
+    return "".join(f"<!-- {directive} -->\n" for directive in directives) + f"\n```text\n{lines}\n```\n"
+
+
+class Documents(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        (self.folder / "build").mkdir()
+        (self.folder / "other.md").write_text("# A heading: of two parts\n")
+
+    def check(self, content):
+        document = self.folder / "document.md"
+        document.write_text(content)
+        output = io.StringIO()
+        with contextlib.redirect_stdout(output):
+            document_test.check_document(self.folder, self.folder / "build", document)
+        return output.getvalue()
+
+    def expect_failure(self, pattern, content):
+        with self.subTest(content), self.assertRaisesRegex(document_test.Failure, pattern):
+            self.check(content)
+
+    def test_pass_when_their_commands_do_and_print_what_is_shown(self):
+        self.check(sh("echo one; echo two") + text("one\ntwo"))
+        self.check(sh("seq 5") + text("1\n...\n5"))
+        self.check(sh("echo took 17 ms") + text("took ... ms"))
+        self.check("1. First:\n\n   ```sh\n   echo one\n   ```\n\n   ```text\n   one\n   ```\n")
+
+    def test_fail_with_a_command_or_an_output(self):
+        self.expect_failure("1: ended with 1, not with 0", sh("false; true"))
+        self.expect_failure("1: ended with 1, not with 0", sh("false | true"))
+        self.expect_failure("shown is\ntwo\n\nprinted is\none", sh("echo one") + text("two"))
+        self.expect_failure("shown is", sh("seq 2") + text("1"))
+        self.expect_failure("shown is", sh("seq 2") + text("1\n2\n3"))
+
+    def test_keep_variables_and_the_folder_between_blocks(self):
+        self.check(sh("export COLOUR=red; mkdir deep; cd deep") + sh("echo $COLOUR; basename $PWD") + text("red\ndeep"))
+
+    def test_write_nothing_into_the_source_tree(self):
+        before = sorted(self.folder.iterdir())
+        self.check(sh("touch mine; ls mine"))
+        self.assertEqual(sorted(self.folder.iterdir()), sorted([*before, self.folder / "document.md"]))
+
+    def test_obey_directives(self):
+        self.assertEqual(self.check(sh("false", "not run: needs root") + text("anything")),
+                         "2: not run: needs root\n")
+        self.check(sh("exit 3", "exit: 3"))
+        self.check(sh("cat mine", "first: echo one > mine") + text("one"))
+        self.check(sh("date") + text("today", "not compared: it differs"))
+        (self.folder / "part.py").write_text("import this\n\nprint(7)\nprint(8)\n")
+        self.check("<!-- from: part.py -->\n```python\nimport this\n\nprint(7)\n```\n")
+        self.expect_failure("part.py has no such lines", "<!-- from: part.py -->\n```python\nprint(9)\n```\n")
+        self.expect_failure("has no reason", sh("false", "not run:"))
+        self.expect_failure("no directive is called \"skip\"", sh("false", "skip: it fails"))
+        self.expect_failure("ended with 0, not with 3", sh("true", "exit: 3"))
+
+    def test_must_mark_their_commands(self):
+        for command in ("gentlctl list", "PROXY_TL_LOG_LEVEL=error your-application", "sudo apt-get install gcc"):
+            self.expect_failure("is a command", f"```\n{command}\n```\n")
+        self.check("```\na drawing | of gentlctl\n```\n")
+
+    def test_must_end_their_blocks(self):
+        self.expect_failure("1: the block has no end", "```sh\ntrue\n")
+
+    def test_must_have_links_that_lead_somewhere(self):
+        self.check("[there](other.md), [part](other.md#a-heading-of-two-parts), [far](https://example.org/)")
+        self.expect_failure("no another.md", "[nowhere](another.md)")
+        self.expect_failure("no heading b", "[nowhere](other.md#b)")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,99 @@
+#include "gentlctl/device_recording.h"
+
+#include "consumer/description.h"
+#include "consumer/device.h"
+#include "consumer/features.h"
+#include "consumer/text.h"
+#include "gentlctl/info_recording.h"
+#include "gentlctl/register_survey.h"
+#include "port/proxy_module.h"
+
+#include <algorithm>
+
+namespace gentlctl
+{
+
+using namespace GenTL;
+using GenTL::internal::CloseQuietly;
+using GenTL::internal::IGenTLProxy;
+
+namespace
+{
+
+recording::InterfaceRecord InterfaceOf(Producer &producer, const std::string &id)
+{
+    const auto interfaces = producer.Enumerate();
+    const auto found = std::ranges::find(interfaces, id, &InterfaceEntry::id);
+    return found == interfaces.end() ? recording::InterfaceRecord{id, id, ""}
+                                     : recording::InterfaceRecord{id, found->displayName, found->tlType};
+}
+
+std::string TextIn(const std::vector<recording::InfoRecord> &infos, int32_t command)
+{
+    const auto *const info = recording::FindInfo(infos, command);
+    return info == nullptr ? std::string() : std::string(info->bytes.c_str());
+}
+
+void AddInfos(recording::DeviceRecord &record, IGenTLProxy &calls, OpenDevice &device)
+{
+    auto *const port = device.RemotePortHandle();
+    record.deviceInfos =
+        RecordInfos(DeviceInfoCommands(), [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
+                    { calls.DevGetInfo(device.DeviceHandle(), command, type, data, size); });
+    record.portInfos =
+        RecordInfos(PortInfoCommands(), [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
+                    { calls.GCGetPortInfo(port, command, type, data, size); });
+    record.urlInfos =
+        RecordInfos(UrlInfoCommands(), [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
+                    { calls.GCGetPortURLInfo(port, 0, command, type, data, size); });
+    record.displayName = TextIn(record.deviceInfos, DEVICE_INFO_DISPLAYNAME);
+    record.tlType = TextIn(record.deviceInfos, DEVICE_INFO_TLTYPE);
+    record.ticksPerSecond =
+        recording::NumberIn(record.deviceInfos, DEVICE_INFO_TIMESTAMP_FREQUENCY).value_or(0);
+}
+
+void AddPayload(recording::DeviceRecord &record, IGenTLProxy &calls, OpenDevice &device)
+{
+    auto *const stream = device.Stream();
+    const auto query = [&](STREAM_INFO_CMD command)
+    {
+        return [&calls, stream, command](INFO_DATATYPE *type, void *buffer, size_t *size)
+        { calls.DSGetInfo(stream, command, type, buffer, size); };
+    };
+    const auto defines = TryAnswer(query(STREAM_INFO_DEFINES_PAYLOADSIZE));
+    record.streamDefinesPayload = defines && IsTrueAnswer(*defines);
+    if (record.streamDefinesPayload)
+    {
+        record.payloadSize = TryNumber(query(STREAM_INFO_PAYLOAD_SIZE)).value_or(0);
+        return;
+    }
+    CloseQuietly(
+        [&] {
+            record.payloadSize =
+                static_cast<uint64_t>(Features(device.PortOf("remote")).GetInteger("PayloadSize"));
+        });
+}
+
+} // namespace
+
+recording::DeviceRecord DescribeDevice(Producer &producer, OpenDevice &device)
+{
+    const auto &entry = device.Entry();
+    const auto port = device.PortOf("remote");
+    const auto description = LoadDescriptionFile(*port);
+    recording::DeviceRecord record{
+        .id = entry.id,
+        .vendor = entry.vendor,
+        .model = entry.model,
+        .serialNumber = entry.serialNumber,
+        .interface = InterfaceOf(producer, entry.interfaceId),
+        .url = ReadText([&](char *text, size_t *size) { port->GetPortURL(text, size); }),
+        .description = std::string(description.begin(), description.end()),
+    };
+    AddInfos(record, producer.Calls(), device);
+    AddPayload(record, producer.Calls(), device);
+    record.registers = RegisterSurvey(*port).Run();
+    return record;
+}
+
+} // namespace gentlctl

@@ -1,0 +1,144 @@
+#include "consumer/device.h"
+#include "consumer/features.h"
+#include "consumer/producer.h"
+#include "consumer/producer_files.h"
+#include "gentlctl/assignments.h"
+#include "gentlctl/command.h"
+#include "gentlctl/commands.h"
+#include "gentlctl/device_recording.h"
+#include "gentlctl/interrupt.h"
+#include "gentlctl/lens_calibration.h"
+#include "gentlctl/recorder.h"
+#include "gentlctl/standard_output.h"
+#include "gentlctl/value_printing.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+namespace
+{
+
+struct RecordCommandOptions
+{
+    std::string folder;
+    std::vector<std::string> assignments;
+    RecordOptions record;
+};
+
+/// The lens in a form for other programs. The recording itself needs no vision library.
+void AddCalibration(recording::RecordingWriter &writer, const recording::DeviceRecord &device,
+                    const Features &remote)
+{
+    const auto &files = device.registers.fileAccess.files;
+    const auto lens = std::ranges::find(files, lensCalibrationFile, &recording::DeviceFile::name);
+    if (lens == files.end())
+    {
+        return;
+    }
+    try
+    {
+        const auto &content = lens->content;
+        const auto calibration =
+            ParseLensCalibration({reinterpret_cast<const uint8_t *>(content.data()), content.size()});
+        writer.AddFile("calibration.yaml", ToYaml(calibration, DepthScaleOf(remote)));
+    }
+    catch (const std::exception &exception)
+    {
+        Complain(fmt::format("No calibration.yaml is written: {}", exception.what()));
+    }
+}
+
+void PrintReport(const RecordReport &report, const std::string &device, const RecordCommandOptions &command,
+                 uint64_t bytes, bool asJson)
+{
+    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
+    if (asJson)
+    {
+        return PrintJson({{"device", device},
+                          {"folder", command.folder},
+                          {"recorded", report.recorded},
+                          {"notRecorded", report.unwritten},
+                          {"lost", report.lost},
+                          {"bytes", bytes},
+                          {"framesPerSecond", rate}});
+    }
+    Print("{}: {} frame{} recorded, {:.1f} MB, {} not recorded, {} lost{}\n", device, report.recorded,
+          report.recorded == 1 ? "" : "s", static_cast<double>(bytes) / 1e6, report.unwritten, report.lost,
+          rate > 0 ? fmt::format(", {:.1f} frames/s", rate) : "");
+    Print("Recorded in {}\n", command.folder);
+}
+
+/// A signal ends the recording in order. It is the end that is meant where the options name no other.
+int RecordDevice(const CommonOptions &options, const RecordCommandOptions &command)
+{
+    const Interrupt interrupt;
+    Producer producer(RawProducerFile(options.producer));
+    OpenDevice device(producer, options.device);
+    const Features remote(device.PortOf("remote"));
+    Apply(remote, command.assignments);
+    const auto description = DescribeDevice(producer, device);
+    recording::RecordingWriter writer(command.folder, description);
+    writer.AddFile("settings.json", remote.Values({}).dump(1) + "\n");
+    AddCalibration(writer, description, remote);
+    const auto report = Record(producer.Calls(), device.Stream(), remote, writer, description.ticksPerSecond,
+                               command.record, interrupt);
+    PrintReport(report, device.Entry().id, command, writer.Bytes(), options.json);
+    if (report.unwritten != 0)
+    {
+        Complain(fmt::format("{} of {} frames were not recorded{}", report.unwritten, report.delivered,
+                             report.failure ? "" : ": the disk did not keep up"));
+    }
+    if (report.failure)
+    {
+        std::rethrow_exception(report.failure);
+    }
+    const bool endsBySignal = command.record.frames == 0 && !command.record.duration;
+    return interrupt.Signal() == 0 || endsBySignal ? success : killed + interrupt.Signal();
+}
+
+constexpr auto recordFooter =
+    "Records what the camera sends, before any conversion: through either producer of this project, the "
+    "frames "
+    "of the lower one. Ctrl-C ends the recording in order; the recording is complete then.\n\n"
+    "  gentlctl record -d OVRA-D1 -n 100 -o depth\n"
+    "  gentlctl replay depth grab -n 100 -o pictures";
+
+} // namespace
+
+void DeclareRecord(Commands &commands)
+{
+    const auto chosen = std::make_shared<RecordCommandOptions>();
+    auto &options = chosen->record;
+    auto &command =
+        commands.Add("record", "Record a camera: its frames, description, settings and files",
+                     [chosen](const CommonOptions &common) { return RecordDevice(common, *chosen); });
+    command.add_option("-o,--output", chosen->folder, "Folder of the recording, which holds none yet")
+        ->type_name("FOLDER")
+        ->required();
+    command.add_option("-n,--frames", options.frames, "Number of frames; 0: until Ctrl-C")
+        ->check(CLI::Range(uint64_t{0}, uint64_t{1'000'000'000}).description(""))
+        ->capture_default_str();
+    command
+        .add_option_function<uint32_t>(
+            "--duration", [&options](uint32_t seconds) { options.duration = std::chrono::seconds(seconds); },
+            "Seconds to record")
+        ->check(CLI::Range(1, 31'536'000).description(""));
+    command
+        .add_option("-b,--buffers", options.buffers,
+                    "Buffers to queue; default: as many as 512 MiB hold, 16 to 1024")
+        ->check(CLI::Range(4, 4096).description(""));
+    command.add_option("-t,--timeout", options.timeoutMs, "Longest wait for a frame, ms")
+        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
+        ->capture_default_str();
+    AddAssignments(command, chosen->assignments);
+    command.footer(recordFooter);
+}
+
+} // namespace gentlctl

@@ -1,0 +1,129 @@
+#include "gentlctl/recorder.h"
+
+#include "consumer/stream.h"
+#include "gentlctl/frame_recording.h"
+#include "gentlctl/frame_writer.h"
+#include "gentlctl/interrupt.h"
+
+#include <algorithm>
+
+namespace gentlctl
+{
+
+using namespace GenTL;
+using GenTL::internal::IGenTLProxy;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+/// Buffers that wait to be filled while all others wait to be written.
+constexpr size_t leastSpareBuffers = 4;
+
+size_t BufferCount(const RecordOptions &options, size_t size)
+{
+    constexpr size_t least = 16;
+    constexpr size_t most = 1024;
+    constexpr size_t memory = size_t{512} << 20U;
+    return options.buffers ? *options.buffers : std::clamp(memory / std::max<size_t>(size, 1), least, most);
+}
+
+/// The frames of a running stream on their way into a recording.
+class Recorder
+{
+public:
+    Recorder(IGenTLProxy &calls, DS_HANDLE stream, const Features &remote, recording::RecordingWriter &writer,
+             uint64_t ticksPerSecond, const RecordOptions &options, const Interrupt &interrupt)
+        : m_options(options), m_interrupt(interrupt),
+          m_running(calls, stream, remote, [&](size_t size) { return BufferCount(options, size); }),
+          m_watch(interrupt, [this] { m_running.EndWait(); }),
+          m_writer(
+              m_running.Buffers() - std::min(m_running.Buffers() / 2, leastSpareBuffers),
+              [&calls, &writer, stream, ticksPerSecond](const FrameInfo &frame, uint64_t)
+              {
+                  auto described = DescribeFrame(calls, stream, frame.buffer, ticksPerSecond);
+                  // Without time stamps, the frame's time is that of its recording.
+                  auto &time = described.record.time;
+                  time = time != 0 ? time : static_cast<uint64_t>(Clock::now().time_since_epoch().count());
+                  writer.Append(described.record, described.bytes);
+                  return std::vector<std::string>();
+              },
+              [this](const FrameInfo &frame) { m_running.QueueAgain(frame.buffer); })
+    {
+    }
+
+    RecordReport Run()
+    {
+        m_first = Clock::now();
+        try
+        {
+            while (IsWanted())
+            {
+                Receive();
+            }
+        }
+        catch (const std::exception &)
+        {
+            // An interrupt makes the wait fail.
+            m_report.failure = m_interrupt.Signal() == 0 ? std::current_exception() : nullptr;
+        }
+        m_report.lost = m_running.LostFrames();
+        m_running.StopDevice();
+        m_writer.Finish();
+        m_report.recorded = m_writer.Written();
+        m_report.unwritten = m_report.delivered - m_report.recorded;
+        if (auto failure = m_writer.Failure())
+        {
+            m_report.failure = failure;
+        }
+        return std::move(m_report);
+    }
+
+private:
+    bool IsWanted() const
+    {
+        const bool isEnough = m_options.frames != 0 && m_taken >= m_options.frames;
+        const bool isLate = m_options.duration && Clock::now() - m_first >= *m_options.duration;
+        return !isEnough && !isLate && m_interrupt.Signal() == 0 && !m_writer.Failure();
+    }
+
+    void Receive()
+    {
+        FrameInfo frame{.buffer = m_running.NextBuffer(m_options.timeoutMs)};
+        const auto now = Clock::now();
+        m_first = m_report.delivered == 0 ? now : m_first;
+        m_report.seconds = std::chrono::duration<double>(now - m_first).count();
+        ++m_report.delivered;
+        if (m_writer.Offer(frame))
+        {
+            ++m_taken;
+        }
+        else
+        {
+            m_running.QueueAgain(frame.buffer);
+        }
+    }
+
+    const RecordOptions &m_options;
+    const Interrupt &m_interrupt;
+    RecordReport m_report;
+    uint64_t m_taken = 0;      ///< frames that count towards those to record
+    Clock::time_point m_first; ///< when the first frame came
+    RunningStream m_running;
+    InterruptWatch m_watch; // destroyed before the stream, whose wait it ends
+    FrameWriter m_writer;   // destroyed before the stream, which takes its buffers back
+};
+
+} // namespace
+
+RecordReport Record(IGenTLProxy &calls, DS_HANDLE stream, const Features &remote,
+                    recording::RecordingWriter &writer, uint64_t ticksPerSecond, const RecordOptions &options,
+                    const Interrupt &interrupt)
+{
+    auto report = Recorder(calls, stream, remote, writer, ticksPerSecond, options, interrupt).Run();
+    writer.Finish(report.lost, report.unwritten);
+    return report;
+}
+
+} // namespace gentlctl
