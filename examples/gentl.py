@@ -30,6 +30,9 @@ BUFFER_INFO = {"base": 0, "incomplete": 7, "width": 10, "height": 11, "padding":
                "format": 20, "timestamp": 28}
 PART_INFO = {"base": 0, "format": 3, "width": 5, "height": 6, "padding": 9}
 
+# Nodes that are what the register behind them is.
+PLAIN_NODES = {"Integer", "Float", "Boolean", "Enumeration", "Command"}
+
 # How a pixel lies in memory, by the top byte of the format's code (1: one sample, 2: several) and its bits. Packed
 # formats are not here: their pixels have no addresses.
 LAYOUTS = {(1, 8): ("u1", 1), (1, 16): ("<u2", 1), (1, 32): ("<f4", 1),
@@ -117,7 +120,7 @@ class Features:
         self._port = port
         root = xml.etree.ElementTree.fromstring(self._document())
         self._nodes = {node.get("Name"): node for node in root.iter()
-                       if node.get("Name") and not node.tag.endswith("EnumEntry")}
+                       if node.get("Name") and self._kind(node) != "EnumEntry"}
 
     def execute(self, name):
         command = self._node(name)
@@ -157,11 +160,15 @@ class Features:
             raise Error(f"The camera has no feature {name}")
         return self._nodes[name]
 
+    @staticmethod
+    def _kind(node):
+        return node.tag.rpartition("}")[2]
+
     def _register(self, node):
         name = node.get("Name")
-        while node.find("{*}pValue") is not None:
+        while self._kind(node) in PLAIN_NODES and node.find("{*}pValue") is not None:
             node = self._node(node.findtext("{*}pValue"))
-        if not node.tag.endswith(("IntReg", "FloatReg")) or node.tag.endswith("MaskedIntReg"):
+        if self._kind(node) not in ("IntReg", "FloatReg"):
             raise Error(f"{name} is no plain register; use a GenApi library, or gentlctl set")
         return node
 
@@ -175,7 +182,7 @@ class Features:
 
     def _form(self, register):
         order = ">" if register.findtext("{*}Endianess") == "BigEndian" else "<"
-        kinds = "  fd" if register.tag.endswith("FloatReg") else "BHIQ"
+        kinds = "  fd" if self._kind(register) == "FloatReg" else "BHIQ"
         return order + kinds[self._length(register).bit_length() - 1]
 
     def _decode(self, register, data):

@@ -205,10 +205,17 @@ private:
         return node ? node : throw std::runtime_error(std::string("The camera has no feature ") + name);
     }
 
+    /// Whether a node is what the register behind it is.
+    static bool IsPlain(const pugi::xml_node &node)
+    {
+        static const std::vector<std::string> kinds{"Integer", "Float", "Boolean", "Enumeration", "Command"};
+        return std::find(kinds.begin(), kinds.end(), node.name()) != kinds.end();
+    }
+
     pugi::xml_node Register(pugi::xml_node node) const
     {
         const std::string name = node.attribute("Name").value();
-        while (node.child("pValue"))
+        while (IsPlain(node) && node.child("pValue"))
         {
             node = Node(node.child_value("pValue"));
         }

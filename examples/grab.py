@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Prints what ten frames of a camera hold: grab.py [DEVICE]"""
 
 import sys

@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 """Prints the size of what a depth camera sees: points.py [DEVICE]"""
 
 import sys

@@ -1,5 +1,5 @@
-# The Debian packages that `cpack --config build/release/CPackConfig.cmake` makes: one for each component whose
-# targets are built. debian/<package> has what a package needs beside the installed files: its description, scripts of
+# The Debian packages that `cpack --config build/release/CPackConfig.cmake` makes: one for each component that
+# is built. debian/<package> has what a package needs beside the installed files: its description, scripts of
 # the maintainer, README.Debian, and under root/ more files.
 
 set(CPACK_GENERATOR DEB)
@@ -63,13 +63,13 @@ qvr_debian_package(producers qvr-proxygentl SECTION libs
     DEPENDS "libqvr-tarn-cvl-open (= ${debian_version}) | libqvr-tarn-cvl"
     RECOMMENDS "qvr-gevgentl-sim"
     SUGGESTS "gentlctl")
-if(TARGET tarn_cvl)
+if(QVR_VISION_MODULE)
     qvr_debian_package(vision_module libqvr-tarn-cvl-open SECTION libs PROVIDES libqvr-tarn-cvl)
 endif()
-if(TARGET qvr_gevgentl)
+if(QVR_SIMULATOR)
     qvr_debian_package(simulator qvr-gevgentl-sim SECTION libs ENHANCES qvr-proxygentl)
 endif()
-if(TARGET gentlctl)
+if(QVR_TOOL)
     qvr_debian_package(gentlctl gentlctl SECTION science RECOMMENDS qvr-proxygentl)
 endif()
 qvr_debian_package(dev qvr-proxygentl-dev SECTION libdevel SUGGESTS qvr-proxygentl)

@@ -8,7 +8,8 @@ install(FILES
     "${PROJECT_SOURCE_DIR}/include/gentl/gentl.h"
     DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/gentl" COMPONENT dev)
 
-set(pc_folder "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+# Not below lib/: the file is the same for every architecture, and cross-compilers search there.
+set(pc_folder "${CMAKE_INSTALL_DATADIR}/pkgconfig")
 file(RELATIVE_PATH prefix_from_pc "/${pc_folder}" "/")
 cmake_path(NORMAL_PATH prefix_from_pc)
 configure_file(qvr-proxygentl.pc.in qvr-proxygentl.pc @ONLY)

@@ -16,6 +16,7 @@
 #include <fmt/format.h>
 
 #include <limits>
+#include <string_view>
 
 namespace GenTL::simulator
 {
@@ -94,9 +95,24 @@ CameraModel Foreign()
         PixelFormatFeature({.sent = MonoFormats(), .absent = {"Mono10g40QVR", "Mono12g24QVR"}}));
 }
 
+CameraModel WithFiles(CameraModel camera, const std::vector<CameraFile> &files)
+{
+    camera.features = Joined({camera.features, FileAccessFeatures(files)});
+    camera.controls.push_back(Makes<FileAccess>(files));
+    return camera;
+}
+
+/// A file in which a user keeps notes on the camera.
+CameraFile UserFile()
+{
+    constexpr std::string_view content = "Notes of the user.\n";
+    constexpr size_t capacity = 4096;
+    return {{"UserFile", 0}, {content.begin(), content.end()}, capacity};
+}
+
 CameraModel ColourC5()
 {
-    return WithTrigger(MosaicCamera(
+    auto camera = MosaicCamera(
         {.model = "OVRA-C5",
          .number = 4,
          .toolTip = "Simulated colour camera with 5 megapixels",
@@ -108,7 +124,8 @@ CameraModel ColourC5()
         PixelFormatFeature(
             {.sent = Joined({MosaicFormats({"8", "10", "12", "10p", "12p", "10g40QVR", "12g24QVR"}),
                              {"RGB8", "RGB10p32", "BGR10p32"}}),
-             .unpacked = {{"RGB10", 0x02300018}, {"BGR10", 0x02300019}}})));
+             .unpacked = {{"RGB10", 0x02300018}, {"BGR10", 0x02300019}}}));
+    return WithTrigger(WithFiles(std::move(camera), {UserFile()}));
 }
 
 /// The formats of a camera that sends several images in one.

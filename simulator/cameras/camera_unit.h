@@ -4,6 +4,8 @@
 
 #include <map>
 #include <mutex>
+#include <optional>
+#include <vector>
 
 namespace GenTL::simulator
 {
@@ -65,6 +67,20 @@ public:
         m_saved[set] = std::move(content);
     }
 
+    /// The file with this value of FileSelector as it was written last, until GCCloseLib; none at first.
+    std::optional<std::vector<uint8_t>> File(int64_t selected) const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_files.find(selected);
+        return found == m_files.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    void KeepFile(int64_t selected, std::vector<uint8_t> content)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_files[selected] = std::move(content);
+    }
+
     /// Keeps `kept` alive until the next call.
     void Retire(std::shared_ptr<void> kept)
     {
@@ -78,6 +94,7 @@ private:
     std::string m_userName;
     std::map<std::string, int64_t> m_kept;
     std::map<int64_t, SavedSet> m_saved;
+    std::map<int64_t, std::vector<uint8_t>> m_files;
     std::shared_ptr<void> m_retired;
 };
 

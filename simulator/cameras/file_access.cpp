@@ -1,5 +1,7 @@
 #include "simulator/cameras/file_access.h"
 
+#include "simulator/cameras/camera_unit.h"
+
 #include <algorithm>
 
 namespace GenTL::simulator
@@ -11,6 +13,13 @@ namespace
 // Values of FileOperationSelector.
 constexpr int64_t openFile = 0;
 constexpr int64_t closeFile = 1;
+constexpr int64_t readFile = 2;
+constexpr int64_t writeFile = 3;
+constexpr int64_t deleteFile = 4;
+
+// Values of FileOpenMode.
+constexpr int64_t forReading = 0;
+constexpr int64_t forWriting = 1;
 
 // Values of FileOperationStatus.
 constexpr int64_t success = 0;
@@ -18,24 +27,46 @@ constexpr int64_t failure = 1;
 
 constexpr int64_t longestTransfer = 32;
 
+std::vector<EnumEntry> Operations(bool isWritable)
+{
+    std::vector<EnumEntry> operations{{"Open", openFile}, {"Close", closeFile}, {"Read", readFile}};
+    return isWritable ? Joined({operations, {{"Write", writeFile}, {"Delete", deleteFile}}}) : operations;
+}
+
+std::vector<EnumEntry> OpenModes(bool isWritable)
+{
+    std::vector<EnumEntry> modes{{"Read", forReading}};
+    return isWritable ? Joined({modes, {{"Write", forWriting}}}) : modes;
+}
+
+Feature Buffer(const char *category, bool isWritable)
+{
+    auto buffer = Bytes(category, "FileAccessBuffer",
+                        isWritable ? "What was read last, and what is written next." : "What was read last.",
+                        longestTransfer)
+                      .Volatile()
+                      .Visibility("Guru");
+    return isWritable ? std::move(buffer) : std::move(buffer).ReadOnly();
+}
+
 } // namespace
 
 std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files)
 {
     const char *const category = "FileAccessControl";
+    const bool isWritable =
+        std::ranges::any_of(files, [](const CameraFile &file) { return file.capacity != 0; });
     const auto bytes = [&](const char *name, const char *toolTip)
     { return Integer(category, name, toolTip).ReadOnly().Volatile().Unit("B").Visibility("Guru"); };
     return {
         Enumeration(category, "FileSelector", "File that the features below are about.", EntriesOf(files))
             .Visibility("Guru"),
         Enumeration(category, "FileOperationSelector", "What FileOperationExecute does.",
-                    {{"Open", openFile}, {"Close", closeFile}, {"Read", 2}})
+                    Operations(isWritable))
             .Visibility("Guru"),
-        Enumeration(category, "FileOpenMode", "What a file is opened for.", {{"Read", 0}}).Visibility("Guru"),
-        Bytes(category, "FileAccessBuffer", "What was read last.", longestTransfer)
-            .ReadOnly()
-            .Volatile()
+        Enumeration(category, "FileOpenMode", "What a file is opened for.", OpenModes(isWritable))
             .Visibility("Guru"),
+        Buffer(category, isWritable),
         Integer(category, "FileAccessOffset", "Bytes from the beginning of the file to what is read.")
             .Range(0, INT32_MAX)
             .Unit("B")
@@ -57,46 +88,64 @@ std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files)
 }
 
 FileAccess::FileAccess(const CameraContext &context, std::vector<CameraFile> files)
-    : m_features(context.features), m_files(std::move(files))
+    : m_features(context.features), m_unit(context.unit), m_files(std::move(files))
 {
     m_features.ComputeOnRead("FileSize",
                              [this] { return static_cast<int64_t>(SelectedFile().content.size()); });
     m_features.AfterWrite("FileOperationExecute", [this] { Execute(); });
 }
 
-const CameraFile &FileAccess::SelectedFile() const
+CameraFile FileAccess::SelectedFile() const
 {
     const auto selected = m_features.Integer("FileSelector");
-    return *std::ranges::find_if(m_files,
-                                 [&](const CameraFile &file) { return file.entry.value == selected; });
+    auto file = *std::ranges::find_if(m_files, [&](const CameraFile &candidate)
+                                      { return candidate.entry.value == selected; });
+    file.content = m_unit.File(selected).value_or(file.content);
+    return file;
 }
 
 void FileAccess::Execute()
 {
-    const int64_t file = m_features.Integer("FileSelector");
-    const int64_t operation = m_features.Integer("FileOperationSelector");
-    std::optional<size_t> done;
-    if (operation == openFile)
-    {
-        done = m_open.insert(file).second ? std::optional<size_t>(0) : std::nullopt;
-    }
-    else if (operation == closeFile)
-    {
-        done = m_open.erase(file) != 0 ? std::optional<size_t>(0) : std::nullopt;
-    }
-    else
-    {
-        done = Read();
-    }
+    const auto done = Done(m_features.Integer("FileOperationSelector"));
     m_features.SetInteger("FileOperationStatus", done ? success : failure);
     m_features.SetInteger("FileOperationResult", static_cast<int64_t>(done.value_or(0)));
 }
 
-std::optional<size_t> FileAccess::Read()
+FileAccess::Result FileAccess::Done(int64_t operation)
 {
-    const auto &file = SelectedFile();
+    const auto file = SelectedFile();
+    switch (operation)
+    {
+    case openFile:
+        return Open(file);
+    case closeFile:
+        return m_open.erase(file.entry.value) != 0 ? Result(0) : std::nullopt;
+    case writeFile:
+        return Write(file);
+    case deleteFile:
+        return Delete(file);
+    default:
+        return Read(file);
+    }
+}
+
+bool FileAccess::IsOpen(const CameraFile &file, int64_t mode) const
+{
+    const auto found = m_open.find(file.entry.value);
+    return found != m_open.end() && found->second == mode;
+}
+
+FileAccess::Result FileAccess::Open(const CameraFile &file)
+{
+    const auto mode = m_features.Integer("FileOpenMode");
+    const bool isAllowed = mode == forReading || file.capacity != 0;
+    return isAllowed && m_open.emplace(file.entry.value, mode).second ? Result(0) : std::nullopt;
+}
+
+FileAccess::Result FileAccess::Read(const CameraFile &file)
+{
     const auto offset = static_cast<size_t>(m_features.Integer("FileAccessOffset"));
-    if (!m_open.contains(file.entry.value) || offset >= file.content.size())
+    if (!IsOpen(file, forReading) || offset >= file.content.size())
     {
         m_features.SetBytes("FileAccessBuffer", {});
         return std::nullopt;
@@ -106,6 +155,33 @@ std::optional<size_t> FileAccess::Read()
     const size_t count = std::min(length, rest.size());
     m_features.SetBytes("FileAccessBuffer", rest.first(count));
     return count;
+}
+
+FileAccess::Result FileAccess::Write(const CameraFile &file)
+{
+    const auto offset = static_cast<size_t>(m_features.Integer("FileAccessOffset"));
+    const auto length = static_cast<size_t>(m_features.Integer("FileAccessLength"));
+    // A file has no holes.
+    if (!IsOpen(file, forWriting) || offset > file.content.size() || offset + length > file.capacity)
+    {
+        return std::nullopt;
+    }
+    auto content = file.content;
+    content.resize(std::max(content.size(), offset + length));
+    const auto bytes = m_features.Value("FileAccessBuffer").bytes;
+    std::copy_n(bytes.begin(), length, content.begin() + static_cast<std::ptrdiff_t>(offset));
+    m_unit.KeepFile(file.entry.value, std::move(content));
+    return length;
+}
+
+FileAccess::Result FileAccess::Delete(const CameraFile &file)
+{
+    if (file.capacity == 0 || m_open.contains(file.entry.value))
+    {
+        return std::nullopt;
+    }
+    m_unit.KeepFile(file.entry.value, {});
+    return 0;
 }
 
 } // namespace GenTL::simulator

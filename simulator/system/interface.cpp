@@ -11,13 +11,35 @@ namespace GenTL::simulator
 namespace
 {
 
+bool IsOnNetwork(const InterfaceModel &model)
+{
+    return model.ipAddress != 0;
+}
+
+std::vector<Feature> NetworkFeatures(const char *category)
+{
+    return {
+        Integer(category, "GevDeviceIPAddress", "Address of the device.")
+            .ReadOnly()
+            .SelectedBy("DeviceSelector")
+            .Volatile()
+            .Representation("IPV4Address"),
+        Integer(category, "GevDeviceMACAddress", "Hardware address of the device.")
+            .Length(8)
+            .ReadOnly()
+            .SelectedBy("DeviceSelector")
+            .Volatile()
+            .Representation("MACAddress"),
+    };
+}
+
 std::vector<Feature> InterfaceFeatures(const InterfaceModel &model)
 {
     const char *const information = "InterfaceInformation";
     const char *const devices = "DeviceEnumeration";
     const auto ofDevice = [&](const char *name, const char *toolTip, size_t length)
     { return Text(devices, name, toolTip, length).ReadOnly().SelectedBy("DeviceSelector").Volatile(); };
-    return {
+    std::vector<Feature> features{
         Text(information, "InterfaceID", "Identifier of the interface.", 64).Default(model.id).ReadOnly(),
         Text(information, "InterfaceDisplayName", "Name to show to a user.", 64)
             .Default(model.displayName)
@@ -38,6 +60,7 @@ std::vector<Feature> InterfaceFeatures(const InterfaceModel &model)
         ofDevice("DeviceModelName", "Model of the device.", 32),
         ofDevice("DeviceSerialNumber", "Serial number of the device.", 32),
     };
+    return IsOnNetwork(model) ? Joined({std::move(features), NetworkFeatures(devices)}) : features;
 }
 
 std::string Description(const InterfaceModel &model)
@@ -127,6 +150,11 @@ void Interface::ShowDevices()
         Features().SetText({"DeviceVendorName", i}, model.vendor);
         Features().SetText({"DeviceModelName", i}, model.model);
         Features().SetText({"DeviceSerialNumber", i}, model.SerialNumber());
+        if (IsOnNetwork(m_model))
+        {
+            Features().SetInteger({"GevDeviceIPAddress", i}, model.ipAddress);
+            Features().SetInteger({"GevDeviceMACAddress", i}, model.MacAddress());
+        }
     }
 }
 

@@ -78,6 +78,13 @@ class Documents(unittest.TestCase):
         self.expect_failure("no directive is called \"skip\"", sh("false", "skip: it fails"))
         self.expect_failure("ended with 0, not with 3", sh("true", "exit: 3"))
 
+    def test_run_the_commands_of_a_table_on_request(self):
+        table = "| feature | command |\n|---|---|\n| a | `export A=1 \\| true`, `--option` |\n| b | `export B=$C` |\n"
+        peer = "<!-- run: table -->\n| feature | ours | theirs |\n|---|---|---|\n| a | `export A=1` | `export B=$C` |\n"
+        self.check(peer)
+        self.check(table)
+        self.expect_failure("5: ended with 1", "<!-- run: table -->\n" + table)
+
     def test_must_mark_their_commands(self):
         for command in ("gentlctl list", "PROXY_TL_LOG_LEVEL=error your-application", "sudo apt-get install gcc"):
             self.expect_failure("is a command", f"```\n{command}\n```\n")

@@ -110,6 +110,11 @@ class Features(unittest.TestCase):
         with gentl.Camera("OVRA-F1") as camera, self.assertRaisesRegex(gentl.Error, r"GCWritePort: .*\(-10"):
             camera.features.set("Width", 1_000_000)
 
+    def test_behind_formulas_are_refused(self):
+        refusal = self.assertRaisesRegex(gentl.Error, "Scan3dAxisMinConverter is no plain register")
+        with gentl.Camera("OVRA-D1") as camera, refusal:
+            camera.features.get("Scan3dAxisMinConverter")
+
     def test_are_floating_numbers_too(self):
         with gentl.Camera("OVRA-F1") as camera:
             camera.features.set("ExposureTime", 1234.5)

@@ -64,8 +64,11 @@ int main(void)
     DO(DevGetDataStreamID, device, 0, stream_id, &size);
     DO(DevOpenDataStream, device, stream_id, &stream);
     DO(GCRegisterEvent, stream, EVENT_NEW_BUFFER, &event);
-    DO(DSAllocAndAnnounceBuffer, stream, 2448 * 2048, NULL, &buffer);
-    DO(DSQueueBuffer, stream, buffer);
+    for (int i = 0; i < 4; i++)
+    {
+        DO(DSAllocAndAnnounceBuffer, stream, 2448 * 2048, NULL, &buffer);
+        DO(DSQueueBuffer, stream, buffer);
+    }
     DO(DSStartAcquisition, stream, ACQ_START_FLAGS_DEFAULT, 1);
     size = sizeof one;
     DO(GCWritePort, camera, start_address, &one, &size);

@@ -256,5 +256,142 @@ TEST_F(FeaturesTest, AreThoseThatHaveAValue)
     EXPECT_EQ(features.Values({}), (Json{{"Last", 2}, {"First", 1}}));
 }
 
+/// Two integers and a text, of which only the first has a value now.
+constexpr auto patternNodes =
+    "<Integer Name=\"GainRaw\"><Value>3</Value></Integer>"
+    "<Integer Name=\"GainAuto\"><pIsAvailable>No</pIsAvailable><Value>1</Value></Integer>"
+    "<Integer Name=\"Width\"><Value>64</Value></Integer><Integer Name=\"No\"><Value>0</Value></Integer>";
+
+TEST_F(FeaturesTest, AreNamedByPatterns)
+{
+    const auto features = Open({"GainRaw", "Width", "GainAuto"}, patternNodes);
+    EXPECT_EQ(features.Values({"Gain*"}),
+              (Json{{"GainRaw", 3}, {"GainAuto", {{"text", "not available now"}}}}));
+    EXPECT_EQ(features.Values({"W?dth", "G*w"}), (Json{{"Width", 64}, {"GainRaw", 3}}));
+    EXPECT_EQ(features.Values({"Gein*"}), (Json{{"Gein*", {{"error", "No feature matches \"Gein*\""}}}}));
+}
+
+TEST_F(FeaturesTest, AreDescribedAsNumbers)
+{
+    const auto features =
+        Open({"Width", "Ratio", "Fixed"},
+             "<Integer Name=\"Width\"><ToolTip>Short.</ToolTip><Description>How wide it is.</Description>"
+             "<DisplayName>The width</DisplayName><Visibility>Expert</Visibility><pValue>WidthReg</pValue>"
+             "<Min>16</Min><Max>64</Max><Inc>4</Inc><Unit>px</Unit></Integer>" +
+                 BigRegister("WidthReg", "0x10", "RW") +
+                 "<Float Name=\"Ratio\"><ToolTip>A ratio.</ToolTip><Value>1.5</Value><Min>0.5</Min></Float>"
+                 "<Integer Name=\"Fixed\"><pValue>FixedReg</pValue></Integer>" +
+                 BigRegister("FixedReg", "0x20", "RO"));
+    memory[0x11] = 20;
+    EXPECT_EQ(
+        features.Values({}, Extent::Details),
+        (Json{{"Width",
+               {{"value", 20},
+                {"type", "Integer"},
+                {"unit", "px"},
+                {"min", 16},
+                {"max", 64},
+                {"increment", 4},
+                {"access", "RW"},
+                {"visibility", "Expert"},
+                {"displayName", "The width"},
+                {"description", "How wide it is."}}},
+              {"Ratio",
+               {{"value", 1.5},
+                {"type", "Float"},
+                {"min", 0.5},
+                {"access", "RW"},
+                {"visibility", "Beginner"},
+                {"description", "A ratio."}}},
+              {"Fixed", {{"value", 0}, {"type", "Integer"}, {"access", "RO"}, {"visibility", "Beginner"}}}}));
+}
+
+TEST_F(FeaturesTest, AreDescribedWithTheirEntries)
+{
+    const auto features =
+        Open({"Mode"},
+             "<Enumeration Name=\"Mode\"><EnumEntry Name=\"Off\"><ToolTip>Nothing.</ToolTip><Value>0"
+             "</Value></EnumEntry><EnumEntry Name=\"On\"><pIsAvailable>No</pIsAvailable><Value>5</Value>"
+             "</EnumEntry><Value>0</Value></Enumeration><Integer Name=\"No\"><Value>0</Value></Integer>");
+    const auto mode = features.Values({"Mode"}, Extent::Details)["Mode"];
+    EXPECT_EQ(mode["type"], "Enumeration");
+    EXPECT_EQ(mode["value"], "Off");
+    EXPECT_EQ(mode["entries"],
+              (Json{{{"name", "Off"}, {"value", 0}, {"available", true}, {"description", "Nothing."}},
+                    {{"name", "On"}, {"value", 5}, {"available", false}}}));
+}
+
+TEST_F(FeaturesTest, AreDescribedWithoutAValue)
+{
+    const auto features =
+        Open({"Key", "Hidden", "Missing", "Do", "Text", "Broken"},
+             "<Integer Name=\"Key\"><pValue>KeyReg</pValue></Integer>" + BigRegister("KeyReg", "0x10", "WO") +
+                 "<Integer Name=\"Hidden\"><pIsAvailable>No</pIsAvailable><Value>1</Value></Integer>"
+                 "<Integer Name=\"No\"><Value>0</Value></Integer>"
+                 "<Command Name=\"Do\"><Value>0</Value><CommandValue>1</CommandValue></Command>"
+                 "<StringReg Name=\"Text\"><Address>0x20</Address><Length>4</Length>"
+                 "<AccessMode>RW</AccessMode><pPort>Device</pPort></StringReg>"
+                 "<Integer Name=\"Broken\"><pValue>Nowhere</pValue></Integer>");
+    const auto details = features.Values({}, Extent::Details);
+    EXPECT_EQ(details["Key"]["access"], "WO");
+    EXPECT_EQ(details["Hidden"]["access"], "NA");
+    EXPECT_EQ(details["Hidden"]["text"], "not available now");
+    EXPECT_FALSE(details["Hidden"].contains("value"));
+    EXPECT_EQ(details["Do"]["type"], "Command");
+    EXPECT_EQ(details["Text"]["maxLength"], 4);
+    EXPECT_TRUE(details["Broken"].contains("error")) << details;
+    EXPECT_EQ(features.Values({"Nope"}, Extent::Details)["Nope"].size(), 1U);
+}
+
+/// A device with a file, whose answers are literals of the description.
+std::string FileNodes(const std::string &status, int size, int taken)
+{
+    const auto choice =
+        [](const std::string &name, const std::vector<std::string> &entries, const std::string &value = "0")
+    {
+        std::string nodes;
+        for (size_t i = 0; i < entries.size(); ++i)
+        {
+            nodes += fmt::format("<EnumEntry Name=\"{}\"><Value>{}</Value></EnumEntry>", entries[i], i);
+        }
+        return fmt::format("<Enumeration Name=\"{}\">{}<Value>{}</Value></Enumeration>", name, nodes, value);
+    };
+    const auto number = [](const std::string &name, int value)
+    { return fmt::format("<Integer Name=\"{}\"><Value>{}</Value><Max>2</Max></Integer>", name, value); };
+    return choice("FileSelector", {"UserFile"}) + choice("FileOpenMode", {"Read", "Write"}) +
+           choice("FileOperationSelector", {"Open", "Close", "Read", "Write"}) +
+           choice("FileOperationStatus", {"Success", "Failure"}, status) + number("FileAccessOffset", 0) +
+           number("FileAccessLength", 2) + number("FileSize", size) + number("FileOperationResult", taken) +
+           "<Command Name=\"FileOperationExecute\"><Value>0</Value><CommandValue>1</CommandValue></Command>"
+           "<Register Name=\"FileAccessBuffer\"><Address>0x40</Address><Length>8</Length><AccessMode>RW"
+           "</AccessMode><pPort>Device</pPort></Register>";
+}
+
+TEST_F(FeaturesTest, ReplaceAFileInBlocks)
+{
+    const auto features = Open({"FileSelector"}, FileNodes("0", 4, 2));
+    const std::array<uint8_t, 4> content{1, 2, 3, 4};
+    features.Files().WriteFile("UserFile", content);
+    EXPECT_EQ(memory[0x40], 3);
+    EXPECT_EQ(memory[0x41], 4);
+    EXPECT_EQ(memory[0x42], 0);
+    EXPECT_EQ(features.GetInteger("FileAccessOffset"), 2);
+}
+
+TEST_F(FeaturesTest, TellWhyAFileIsNotReplaced)
+{
+    const std::array<uint8_t, 4> content{};
+    const auto failureOf = [&](const std::string &nodes)
+    {
+        const auto features = Open({"FileSelector"}, nodes);
+        return FailureOf([&] { features.Files().WriteFile("UserFile", content); }).text;
+    };
+    EXPECT_EQ(failureOf(FileNodes("0", 5, 2)),
+              "The device took 4 bytes of UserFile, but now gives the file a size of 5");
+    EXPECT_EQ(failureOf(FileNodes("1", 4, 2)), "The device refuses to open the file UserFile for writing");
+    EXPECT_EQ(failureOf(FileNodes("0", 4, 1)),
+              "The device refuses the bytes from 0 on of the 4 for UserFile: it took 1 of 2");
+}
+
 } // namespace
 } // namespace gentlctl

@@ -1,6 +1,7 @@
 // The command-line consumer as a user runs it, with the producer and the simulator.
 
 #include "gentlctl_run.h"
+#include "support/environment_variable.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -122,6 +123,85 @@ TEST(Gentlctl, ListsDevicesAndWhyOneCannotBeOpened)
         std::string::npos)
         << run.output;
     EXPECT_TRUE(JsonOf("list").is_array() || JsonOf("list").is_object());
+}
+
+TEST(Gentlctl, ListsWhereADeviceIsInTheNetwork)
+{
+    const auto device = JsonOf("list")[0]["devices"][0];
+    EXPECT_EQ(device["id"], "SIM-SIM0001");
+    EXPECT_EQ(device["ipAddress"], "192.168.10.21");
+    EXPECT_EQ(device["macAddress"], "02:00:00:00:01:01");
+}
+
+TEST(Gentlctl, ListsTheDevicesOfEachProducer)
+{
+    const Folder folder;
+    fs::create_directories(folder.Path());
+    const auto broken = (folder.Path() / "broken.cti").string();
+    std::ofstream(broken) << "no library";
+    const auto run = Gentlctl("--json list --all", "2> /dev/null",
+                              "GENICAM_GENTL64_PATH=" + broken + ":" QVR_LIB_DIR "/anygentl ");
+    EXPECT_EQ(run.status, 1);
+    const auto json = Json::parse(run.output, nullptr, false);
+    ASSERT_EQ(json.size(), 3U) << run.output;
+    EXPECT_EQ(json[0]["producer"], QVR_LIB_DIR "/qvr_proxygentl.cti");
+    EXPECT_EQ(json[0]["interfaces"].size(), 2U);
+    EXPECT_EQ(json[1]["producer"], broken);
+    EXPECT_NE(json[1]["error"].get<std::string>().find("Loading CTI"), std::string::npos) << json[1];
+    EXPECT_EQ(json[2]["interfaces"][0]["devices"][0]["id"], "SIM-SIM0001");
+}
+
+TEST(Gentlctl, TellsAllAboutAFeature)
+{
+    const auto run = Gentlctl("get -l 'Expo*' -d ovra-m5");
+    EXPECT_EQ(run.output,
+              "ExposureTime  10000.0 us\n"
+              "    type         Float\n"
+              "    access       read and write\n"
+              "    range        10.0 to 1000000.0\n"
+              "    visibility   Beginner\n"
+              "    description  How long the sensor collects light; 10000 shows the scene as it is.\n");
+    const auto depth = JsonOf("get --long -d OVRA-D1 Scan3dOutputMode ChunkGain 'Component*'");
+    EXPECT_EQ(depth["Scan3dOutputMode"]["entries"][0]["name"], "UncalibratedC");
+    EXPECT_TRUE(depth["ComponentEnable"].contains("description")) << depth;
+}
+
+TEST(Gentlctl, ExecutesACommandByItsName)
+{
+    const auto run = Gentlctl("get -d OVRA-M1 -s TimestampLatch TimestampLatchValue");
+    EXPECT_EQ(run.status, 0) << run.output;
+    EXPECT_NE(run.output, "TimestampLatchValue  0\n");
+    EXPECT_EQ(Gentlctl("set -d OVRA-M1 TimestampLatch").status, 0);
+}
+
+TEST(Gentlctl, ReplacesAFileOnTheDevice)
+{
+    const Folder folder;
+    fs::create_directories(folder.Path());
+    const auto file = (folder.Path() / "UserFile").string();
+    std::ofstream(file) << std::string(100, 'x');
+    EXPECT_EQ(JsonOf("files -d OVRA-C5 --upload " + file), (Json{{"UserFile", 100}}));
+    // Shorter than what is there.
+    std::ofstream(file) << "x";
+    EXPECT_EQ(JsonOf("files -d OVRA-C5 --upload " + file), (Json{{"UserFile", 1}}));
+    std::ofstream(file) << std::string(5000, 'x');
+    EXPECT_EQ(
+        Gentlctl("files -d OVRA-C5 UserFile --upload " + file).output,
+        "gentlctl: The device refuses the bytes from 4096 on of the 5000 for UserFile: it took 0 of 32\n");
+}
+
+TEST(Gentlctl, TellsItsVersion)
+{
+    EXPECT_EQ(Gentlctl("--version").output, "gentlctl " QVR_VERSION "\n");
+}
+
+TEST(Gentlctl, TellsAUserWhichProducerItTakes)
+{
+    const GenTL::internal::EnvironmentVariable path("GENICAM_GENTL64_PATH", QVR_LIB_DIR "/anygentl");
+    AtTerminal list("list");
+    EXPECT_TRUE(list.Shows("gentlctl: Takes " QVR_LIB_DIR "/qvr_proxygentl.cti, the first of 2 producers"));
+    EXPECT_EQ(list.End().status, 0);
+    EXPECT_EQ(Gentlctl("list").output.find("Takes"), std::string::npos) << "not at a terminal";
 }
 
 TEST(Gentlctl, ReadsAndWritesFeatures)
@@ -692,6 +772,11 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"files -d OVRA-M1 Nope", 1, "gentlctl: The device has no files, and so no Nope\n"},
         Wrong{"calibration -d OVRA-M1", 1,
               "gentlctl: The device has no files, and so no LensCalibrationData\n"},
+        Wrong{"files -d OVRA-M1 --upload /proc/x", 1,
+              "gentlctl: Cannot read /proc/x: No such file or directory\n"},
+        Wrong{"files -d OVRA-M1 --upload /proc", 1, "gentlctl: Cannot read /proc: Is a directory\n"},
+        Wrong{"files -d OVRA-D1 --upload /etc/hosts LensCalibrationData", 1,
+              "gentlctl: The device does not write the file LensCalibrationData: it only lets it be read\n"},
         Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}));
 
 INSTANTIATE_TEST_SUITE_P(
@@ -703,6 +788,11 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"get -d OVRA-M1 Binning", 1,
               "gentlctl: There is no feature \"Binning\"; there is BinningSelector, BinningHorizontal, "
               "BinningVertical\n"},
+        Wrong{"get -d OVRA-M1 'Nope*'", 1, "gentlctl: No feature matches \"Nope*\"\n"},
+        Wrong{"get -d OVRA-M1 Widht", 1, "gentlctl: There is no feature \"Widht\"; there is Width\n"},
+        Wrong{"set -d OVRA-M1 Width", 1,
+              "gentlctl: Width is no command, so it needs a value, as in Width=VALUE\n"},
+        Wrong{"grab -d OVRA-M1 -s Width", 1, "gentlctl: Width is no command, so it needs a value"},
         Wrong{"set -d OVRA-M1 Width=abc", 1,
               "gentlctl: Cannot set Width to \"abc\": not a number; it takes 16 to 1280\n"},
         Wrong{"set -d OVRA-M5 OffsetX=3", 1, "gentlctl: Cannot set OffsetX to \"3\": "},
@@ -731,9 +821,14 @@ INSTANTIATE_TEST_SUITE_P(
               "gentlctl: module: nonsense not in {system,interface,device,remote,stream} (see "},
         Wrong{"get -m nonsense", 2, "gentlctl: --module: nonsense not in "},
         Wrong{"set", 2, "gentlctl: assignments is required (see gentlctl set --help)\n"},
-        Wrong{"set Width", 2, "gentlctl: assignments: \"Width\" is not of the form NAME=VALUE (see "},
-        Wrong{"set =5", 2, "gentlctl: assignments: \"=5\" is not of the form NAME=VALUE (see "},
-        Wrong{"grab -s Width", 2, "gentlctl: --set: \"Width\" is not of the form NAME=VALUE (see "},
+        Wrong{"gte", 2, "gentlctl: There is no command \"gte\"; there is get, set (see gentlctl --help)\n"},
+        Wrong{"set =5", 2,
+              "gentlctl: assignments: \"=5\" is neither NAME=VALUE nor the NAME of a command (see "},
+        Wrong{"grab -s =5", 2,
+              "gentlctl: --set: \"=5\" is neither NAME=VALUE nor the NAME of a command (see "},
+        Wrong{"completion", 2, "gentlctl: shell is required (see gentlctl completion --help)\n"},
+        Wrong{"files --upload x a b", 2,
+              "gentlctl: --upload: it takes one NAME (see gentlctl files --help)\n"},
         Wrong{"grab -n -3", 2,
               "gentlctl: --frames: Value -3 not in range 0 to 1000000000 (see gentlctl grab --help)\n"},
         Wrong{"grab -n many", 2, "gentlctl: --frames: Value many not in range 0 to 1000000000 (see "},

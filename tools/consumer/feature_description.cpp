@@ -1,12 +1,11 @@
 #include "consumer/feature_description.h"
 
+#include "consumer/similar_names.h"
 #include "genapi/graph_walks.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include <algorithm>
-#include <cctype>
 #include <stdexcept>
 
 namespace gentlctl
@@ -16,34 +15,6 @@ using namespace GenTL::internal::genapi;
 
 namespace
 {
-
-bool Resembles(const std::string &name, const std::string &wanted)
-{
-    const auto same = [](char a, char b)
-    { return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b)); };
-    const auto contains = [&](const std::string &longer, const std::string &shorter) {
-        return std::search(longer.begin(), longer.end(), shorter.begin(), shorter.end(), same) !=
-               longer.end();
-    };
-    constexpr size_t leastLength = 3;
-    return std::min(name.size(), wanted.size()) >= leastLength &&
-           (contains(name, wanted) || contains(wanted, name));
-}
-
-/// Names to propose in place of a wrong one.
-std::vector<std::string> Similar(std::vector<std::string> names, const std::string &wanted)
-{
-    constexpr size_t most = 8;
-    std::erase_if(names, [&](const std::string &candidate) { return !Resembles(candidate, wanted); });
-    const auto sameLength = std::ranges::find(names, wanted.size(), &std::string::size);
-    if (sameLength != names.end())
-    {
-        // This name differs from the wanted one only in case.
-        return {*sameLength};
-    }
-    names.resize(std::min(names.size(), most));
-    return names;
-}
 
 /// Whether a node of this kind is a feature: it has a value, or is executed.
 bool IsFeature(NodeKind kind)
@@ -134,7 +105,7 @@ NodeId FeatureDescription::Find(const std::string &name) const
 {
     if (!Has(name))
     {
-        const auto similar = Similar(Names(), name);
+        const auto similar = SimilarNames(Names(), name);
         throw std::runtime_error(
             similar.empty()
                 ? fmt::format("There is no feature \"{}\"; `gentlctl get` without a name lists all", name)
@@ -170,16 +141,21 @@ std::optional<std::string> FeatureDescription::WhyPassing(NodeId feature) const
 
 NumberForm FeatureDescription::FormOf(NodeId feature) const
 {
-    // The form may be a property of the register behind the feature.
+    const auto form = PropertyOf(feature, "Representation");
+    return form == "IPV4Address" ? Ipv4Address : form == "MACAddress" ? MacAddress : nullptr;
+}
+
+std::string_view FeatureDescription::PropertyOf(NodeId feature, const char *property) const
+{
     for (const auto id : ValueChain(m_graph, feature))
     {
-        const std::string_view form = m_graph[id].element.child("Representation").text().get();
-        if (form == "IPV4Address" || form == "MACAddress")
+        const std::string_view text = m_graph[id].element.child(property).text().get();
+        if (!text.empty())
         {
-            return form == "IPV4Address" ? Ipv4Address : MacAddress;
+            return text;
         }
     }
-    return nullptr;
+    return {};
 }
 
 } // namespace gentlctl

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -46,6 +47,10 @@ public:
 
     /// The form of a feature's number; null for a plain number.
     NumberForm FormOf(NodeId feature) const;
+
+    /// The text of a property such as "Unit" that the feature has, or the first node behind it that carries
+    /// its value; empty without one.
+    std::string_view PropertyOf(NodeId feature, const char *property) const;
 
 private:
     const PassingPort *PassingPortOf(NodeId feature) const;

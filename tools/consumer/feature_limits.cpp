@@ -26,14 +26,14 @@ constexpr double beyond<double> = double{std::numeric_limits<float>::max()};
 template <typename T>
 std::string DescribeRange(GraphFeatures &features, std::string_view name)
 {
-    const auto limits = features.LimitsOf<T>(name);
-    if (limits.max >= beyond<T>)
+    const auto limits = StatedLimits<T>(features, name);
+    if (!limits.max)
     {
         return "";
     }
-    return fmt::format("it takes {} to {}{}", limits.min, limits.max,
-                       limits.increment.value_or(1) != 1 ? fmt::format(" in steps of {}", *limits.increment)
-                                                         : "");
+    const auto steps = limits.increment ? fmt::format(" in steps of {}", *limits.increment) : "";
+    return limits.min ? fmt::format("it takes {} to {}{}", *limits.min, *limits.max, steps)
+                      : fmt::format("it takes at most {}{}", *limits.max, steps);
 }
 
 std::string DescribeValues(GraphFeatures &features, const Node &feature)
@@ -57,6 +57,19 @@ std::string DescribeValues(GraphFeatures &features, const Node &feature)
 }
 
 } // namespace
+
+template <typename T>
+Stated<T> StatedLimits(GraphFeatures &features, std::string_view name)
+{
+    const auto limits = features.LimitsOf<T>(name);
+    const auto within = [](T limit) { return limit < beyond<T> && limit > -beyond<T>; };
+    return {within(limits.min) ? std::optional(limits.min) : std::nullopt,
+            within(limits.max) ? std::optional(limits.max) : std::nullopt,
+            limits.increment.value_or(1) != 1 ? limits.increment : std::nullopt};
+}
+
+template Stated<int64_t> StatedLimits(GraphFeatures &, std::string_view);
+template Stated<double> StatedLimits(GraphFeatures &, std::string_view);
 
 std::string DescribeLimits(GraphFeatures &features, const Node &feature)
 {

@@ -1,11 +1,14 @@
 #include "consumer/features.h"
 
+#include "consumer/feature_details.h"
 #include "consumer/feature_limits.h"
 #include "consumer/feature_values.h"
 #include "consumer/feature_writing.h"
+#include "consumer/name_patterns.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <exception>
 #include <stdexcept>
 #include <utility>
@@ -73,6 +76,15 @@ Json ValueOrReason(genapi::GraphFeatures &features, const FeatureDescription &de
     }
 }
 
+/// What is known of a feature behind its value, or behind the reason for having none.
+Json WithDetails(genapi::GraphFeatures &features, const FeatureDescription &description,
+                 const std::string &name, Json value)
+{
+    auto details = value.is_object() ? std::move(value) : Json{{"value", std::move(value)}};
+    details.update(DescribeFeature(features, description, name));
+    return details;
+}
+
 } // namespace
 
 Features::Features(std::shared_ptr<Port> port)
@@ -120,18 +132,40 @@ bool Features::IsReadOnly(const std::string &name) const
     return access.implemented && access.available && !access.writable && !access.failed;
 }
 
+bool Features::IsCommand(const std::string &name) const
+{
+    return NodeOf(name).kind == genapi::NodeKind::Command;
+}
+
 std::string Features::Allowed(const std::string &name) const
 {
     return DescribeLimits(Fresh(*m_features), NodeOf(name));
 }
 
-Json Features::Values(const std::vector<std::string> &names) const
+Json Features::Values(const std::vector<std::string> &names, Extent extent) const
 {
     m_features->Invalidate();
     auto values = Json::object();
-    for (const auto &name : names.empty() ? Names() : names)
+    const auto add = [&](const std::string &name, bool isNamed)
     {
-        values[name] = ValueOrReason(*m_features, m_description, name, !names.empty());
+        auto value = ValueOrReason(*m_features, m_description, name, isNamed);
+        values[name] = extent == Extent::Details && m_description.Has(name)
+                           ? WithDetails(*m_features, m_description, name, std::move(value))
+                           : std::move(value);
+    };
+    const auto known = Names();
+    for (const auto &name : names.empty() ? std::vector<std::string>{"*"} : names)
+    {
+        const auto matching = MatchingNames(known, name);
+        if (!IsPattern(name))
+        {
+            add(name, true);
+        }
+        else if (matching.empty() && !names.empty())
+        {
+            values[name] = {{"error", fmt::format("No feature matches \"{}\"", name)}};
+        }
+        std::ranges::for_each(matching, [&](const std::string &one) { add(one, false); });
     }
     return values;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "consumer/device_file_reader.h"
+#include "consumer/device_file_access.h"
 #include "consumer/feature_description.h"
 #include "consumer/feature_registers.h"
 #include "consumer/json.h"
@@ -15,6 +15,13 @@
 
 namespace gentlctl
 {
+
+/// How much is told of a feature.
+enum class Extent
+{
+    Value,
+    Details,
+};
 
 /// The features of a port by name, through the project's own description reader.
 ///
@@ -53,6 +60,7 @@ public:
     void Set(const std::string &name, const std::string &value) const;
     void Execute(const std::string &command) const { Set(command, "1"); }
     bool IsReadOnly(const std::string &name) const;
+    bool IsCommand(const std::string &name) const;
 
     /// The values that a feature takes now, as "it takes 16 to 1280"; empty when the description does not
     /// say.
@@ -60,16 +68,19 @@ public:
 
     // The following two report a feature that cannot be read in their answer, and do not throw.
 
-    /// Values by name: of the named features; of all when `names` is empty. The reason stands in place of a
-    /// missing value: as an "error" when the feature was named or could not be read, else as a "text".
-    Json Values(const std::vector<std::string> &names) const;
+    /// Values by name: of the named features, and of those that a pattern matches, as in "Exposure*"; of all
+    /// when `names` is empty. The reason stands in place of a missing value: as an "error" when the feature
+    /// was named or could not be read, else as a "text".
+    ///
+    /// With `Extent::Details`, an object as of DescribeFeature stands for each feature, with its "value".
+    Json Values(const std::vector<std::string> &names, Extent extent = Extent::Value) const;
 
     /// Values of the features in the chunks of a frame, by name. An "error" stands in place of a value that
     /// cannot be read.
     Json ChunkValues(const Chunks &chunks) const;
 
     /// Access to the files of a device.
-    DeviceFileReader Files() const { return DeviceFileReader(*m_features); }
+    DeviceFileAccess Files() const { return DeviceFileAccess(*m_features); }
 
 private:
     const GenTL::internal::genapi::Node &NodeOf(const std::string &name) const;

@@ -1,5 +1,6 @@
 #include "consumer/producer.h"
 
+#include "consumer/device_choice.h"
 #include "consumer/info_answers.h"
 #include "consumer/producer_files.h"
 #include "consumer/text.h"
@@ -7,7 +8,6 @@
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include <stdexcept>
 #include <utility>
@@ -131,29 +131,12 @@ std::vector<DeviceEntry> Producer::Devices(const std::string &interfaceId)
 
 DeviceEntry Producer::Choose(const std::string &selection)
 {
-    std::vector<std::string> known;
+    std::vector<DeviceEntry> devices;
     for (const auto &interface : Enumerate())
     {
-        for (const auto &device : interface.devices)
-        {
-            known.push_back(fmt::format("{} ({})", device.id, device.model));
-            const bool named = selection == device.id || selection == device.model ||
-                               selection == device.serialNumber || selection == device.userName;
-            const bool anyOpenable =
-                selection.empty() && device.accessStatus == DEVICE_ACCESS_STATUS_READWRITE;
-            if (anyOpenable || (!selection.empty() && named))
-            {
-                return device;
-            }
-        }
+        devices.insert(devices.end(), interface.devices.begin(), interface.devices.end());
     }
-    if (known.empty())
-    {
-        throw std::runtime_error("The producer lists no device. Is a camera connected and powered?");
-    }
-    throw std::runtime_error(selection.empty() ? "No device can be opened; `gentlctl list` says why."
-                                               : fmt::format("There is no device \"{}\". Known: {}",
-                                                             selection, fmt::join(known, ", ")));
+    return ChooseDevice(devices, selection);
 }
 
 } // namespace gentlctl

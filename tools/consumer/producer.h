@@ -1,5 +1,6 @@
 #pragma once
 
+#include "consumer/device_choice.h"
 #include "consumer/handle.h"
 #include "port/i_gentl_proxy.h"
 
@@ -11,18 +12,6 @@
 
 namespace gentlctl
 {
-
-/// A device in the list of an interface.
-struct DeviceEntry
-{
-    std::string interfaceId;
-    std::string id;
-    std::string vendor;
-    std::string model;
-    std::string serialNumber;
-    std::string userName;
-    int32_t accessStatus;
-};
 
 struct InterfaceEntry
 {
@@ -51,10 +40,9 @@ public:
     /// Updates the lists of interfaces and devices and returns them.
     std::vector<InterfaceEntry> Enumerate();
 
-    /// Finds a device; does not open it.
-    /// @param selection id, model, serial number or user name of a device; empty for the first one that can
-    /// be opened
-    /// @throws std::runtime_error there is no such device, or none can be opened
+    /// Finds a device among all; does not open it.
+    /// @param selection as for ChooseDevice
+    /// @throws std::runtime_error as ChooseDevice
     DeviceEntry Choose(const std::string &selection);
 
     /// The interface of this id: opened by the first call, and open until the producer is destroyed.

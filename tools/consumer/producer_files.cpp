@@ -5,6 +5,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
@@ -14,8 +15,35 @@ namespace gentlctl
 
 using namespace GenTL;
 
+namespace fs = std::filesystem;
+
 namespace
 {
+
+/// The producers of one entry of a path variable: the file itself, or those in the folder.
+std::vector<std::string> ProducersAt(const std::string &entry)
+{
+    const auto isProducer = [](const fs::path &file)
+    {
+        std::error_code ignored;
+        return file.extension() == ".cti" && fs::is_regular_file(file, ignored);
+    };
+    if (isProducer(entry))
+    {
+        return {entry};
+    }
+    std::vector<std::string> files;
+    std::error_code ignored;
+    for (const auto &found : fs::directory_iterator(entry, ignored))
+    {
+        if (isProducer(found.path()))
+        {
+            files.push_back(found.path().string());
+        }
+    }
+    std::ranges::sort(files);
+    return files;
+}
 
 constexpr auto proxyProducer = "qvr_proxygentl.cti";
 
@@ -40,35 +68,54 @@ void LoadVisionLibrary()
     dlopen((LibraryFolder() / "libqvr_tarn_cvl.so").c_str(), RTLD_NOW);
 }
 
-std::string FindProducerFile(const std::string &argument)
+std::vector<std::string> ProducersInPath()
 {
-    namespace fs = std::filesystem;
-    if (!argument.empty())
+    std::vector<std::string> files;
+    std::istringstream entries(internal::utils::GetEnvironmentVariable("GENICAM_GENTL64_PATH"));
+    for (std::string entry; std::getline(entries, entry, ':');)
     {
-        return argument;
+        const auto found = ProducersAt(entry);
+        files.insert(files.end(), found.begin(), found.end());
     }
+    return files;
+}
+
+std::vector<std::string> KnownProducers()
+{
+    std::vector<std::string> files;
     std::error_code ignored;
     // Its place in a build, then its place in an installation.
     for (const auto *ours : {"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"})
     {
-        if (const auto file = LibraryFolder() / ours; fs::is_regular_file(file, ignored))
+        if (const auto file = LibraryFolder() / ours; files.empty() && fs::is_regular_file(file, ignored))
         {
-            return file.string();
+            files.push_back(file.string());
         }
     }
-    std::istringstream folders(internal::utils::GetEnvironmentVariable("GENICAM_GENTL64_PATH"));
-    for (std::string folder; std::getline(folders, folder, ':');)
+    for (const auto &file : ProducersInPath())
     {
-        for (const auto &entry : fs::directory_iterator(folder, ignored))
+        const auto isSame = [&](const std::string &known) { return fs::equivalent(known, file, ignored); };
+        if (std::ranges::none_of(files, isSame))
         {
-            if (entry.path().extension() == ".cti")
-            {
-                return entry.path().string();
-            }
+            files.push_back(file);
         }
     }
-    throw std::runtime_error("No GenTL producer found. Name one with --producer FILE, or set "
-                             "GENICAM_GENTL64_PATH to the folder that holds it.");
+    return files;
+}
+
+std::string FindProducerFile(const std::string &argument)
+{
+    if (!argument.empty())
+    {
+        return argument;
+    }
+    const auto known = KnownProducers();
+    if (known.empty())
+    {
+        throw std::runtime_error("No GenTL producer found. Name one with --producer FILE, or set "
+                                 "GENICAM_GENTL64_PATH to the folder that holds it.");
+    }
+    return known.front();
 }
 
 std::string LowerProducerFile(const std::string &file)

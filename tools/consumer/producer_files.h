@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace gentlctl
 {
@@ -13,8 +14,14 @@ std::filesystem::path LibraryFolder();
 /// opens it by its bare name, which works once it is loaded. Other producers do not use it.
 void LoadVisionLibrary();
 
-/// File of the producer to use: the argument; else the proxy producer in LibraryFolder; else the first
-/// producer in the folders of GENICAM_GENTL64_PATH.
+/// The producers that GENICAM_GENTL64_PATH names: files that end in ".cti", and such files in its folders, by
+/// name.
+std::vector<std::string> ProducersInPath();
+
+/// The proxy producer in LibraryFolder, if it is there, and those of ProducersInPath; each once.
+std::vector<std::string> KnownProducers();
+
+/// File of the producer to use: the argument; else the first of KnownProducers.
 /// @throws std::runtime_error none found
 std::string FindProducerFile(const std::string &argument);
 

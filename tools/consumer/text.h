@@ -19,4 +19,12 @@ std::string ReadText(Function function)
     return text;
 }
 
+/// A text with the letters of ASCII in lower case.
+inline std::string Lowercase(std::string text)
+{
+    std::ranges::transform(text, text.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; });
+    return text;
+}
+
 } // namespace gentlctl

@@ -53,7 +53,13 @@ void Apply(const Features &features, const std::vector<std::string> &assignments
     for (const auto &assignment : assignments)
     {
         const auto split = assignment.find('=');
-        Apply(features, assignment.substr(0, split), assignment.substr(split + 1));
+        const auto name = assignment.substr(0, split);
+        if (split == std::string::npos && !features.IsCommand(name))
+        {
+            throw std::runtime_error(
+                fmt::format("{} is no command, so it needs a value, as in {}=VALUE", name, name));
+        }
+        Apply(features, name, split == std::string::npos ? "1" : assignment.substr(split + 1));
     }
 }
 

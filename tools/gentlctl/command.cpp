@@ -1,8 +1,10 @@
 #include "gentlctl/command.h"
 
 #include "consumer/producer_files.h"
+#include "gentlctl/standard_output.h"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <utility>
 
@@ -14,13 +16,15 @@ Commands::Commands(CLI::App &app) : m_app(app)
     app.add_option("--producer", m_common.producer,
                    "File of the producer; default: the proxy producer that belongs to this program, else the "
                    "first producer in GENICAM_GENTL64_PATH")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->group(commonGroup);
     app.add_option(
            "-d,--device", m_common.devices,
            "Id, model, serial number or user name of the device; default: the first that can be opened")
         ->type_name("DEVICE")
-        ->allow_extra_args(false);
-    app.add_flag("--json", m_common.json, "Print JSON");
+        ->allow_extra_args(false)
+        ->group(commonGroup);
+    app.add_flag("--json", m_common.json, "Print JSON")->group(commonGroup);
 }
 
 CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run, Devices devices)
@@ -30,7 +34,7 @@ CLI::App &Commands::Add(const std::string &name, const std::string &description,
         [run = std::move(run)](const CommonOptions &options)
         {
             auto found = options;
-            found.producer = FindProducerFile(options.producer);
+            found.producer = ProducerFor(options.producer);
             return run(found);
         },
         devices);
@@ -55,6 +59,25 @@ CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::strin
     return *command;
 }
 
+CLI::App &Commands::AddOwn(const std::string &name, const std::string &description, std::function<int()> run)
+{
+    auto *command = m_app.add_subcommand(name, description);
+    command->fallthrough(false)->callback([this, run = std::move(run)] { m_status = run(); });
+    return *command;
+}
+
+std::string ProducerFor(const std::string &named)
+{
+    const auto known = KnownProducers();
+    // Scripts that read standard error need not know it.
+    if (named.empty() && known.size() > 1 && isatty(STDERR_FILENO) != 0)
+    {
+        Complain(fmt::format("Takes {}, the first of {} producers (see gentlctl list --all)", known.front(),
+                             known.size()));
+    }
+    return FindProducerFile(named);
+}
+
 void AddModule(CLI::App &command, std::string &module, const std::vector<std::string> &choice,
                const std::string &description)
 {
@@ -66,9 +89,11 @@ void AddModule(CLI::App &command, std::string &module, const std::vector<std::st
 void AddAssignments(CLI::App &command, std::vector<std::string> &assignments)
 {
     command
-        .add_option("-s,--set", assignments,
-                    "Feature to set first; may be repeated, applied in the given order")
-        ->type_name("NAME=VALUE")
+        .add_option(
+            "-s,--set", assignments,
+            "Feature to set, or command to execute, first; may be repeated, applied in the given order")
+        ->type_name("NAME[=VALUE]")
+        ->allow_extra_args(false)
         ->check(Assignment());
 }
 
@@ -82,10 +107,9 @@ CLI::Validator Assignment()
 {
     return {[](std::string &text)
             {
-                const auto split = text.find('=');
-                return split != std::string::npos && split != 0
+                return !text.empty() && text[0] != '='
                            ? std::string()
-                           : fmt::format("\"{}\" is not of the form NAME=VALUE", text);
+                           : fmt::format("\"{}\" is neither NAME=VALUE nor the NAME of a command", text);
             },
             ""};
 }

@@ -12,11 +12,14 @@ namespace gentlctl
 /// The options of every command.
 struct CommonOptions
 {
-    std::string producer;             ///< its file
+    std::string producer;             ///< its file, as Commands::Add finds it
     std::string device;               ///< as for Producer::Choose
     std::vector<std::string> devices; ///< for a command that takes several: each of them
     bool json = false;                ///< print JSON
 };
+
+/// The group of the options of every command.
+inline const std::string commonGroup = "Common options";
 
 // Exit statuses.
 constexpr int success = 0;
@@ -50,9 +53,16 @@ public:
     CLI::App &Add(const std::string &name, const std::string &description, Run run,
                   Devices devices = Devices::One);
 
-    /// The same for a command that finds its producers itself, or needs none.
+    /// The same for a command that finds its producers itself: `run` gets the producer as the user named it,
+    /// if at all.
     CLI::App &AddWithoutProducer(const std::string &name, const std::string &description, Run run,
                                  Devices devices = Devices::One);
+
+    /// Adds a command that talks to no producer: it does not take the options of every command.
+    CLI::App &AddOwn(const std::string &name, const std::string &description, std::function<int()> run);
+
+    /// The whole command line, for commands that describe it.
+    const CLI::App &Line() const { return m_app; }
 
     /// Exit status of the command that was run.
     int Status() const { return m_status; }
@@ -62,6 +72,11 @@ private:
     CommonOptions m_common;
     int m_status = success;
 };
+
+/// The producer of a command: what the user named, else the first of all. Tells a user at a terminal which
+/// one is taken where there are several.
+/// @throws std::runtime_error there is none
+std::string ProducerFor(const std::string &named);
 
 /// Declares `-m`.
 /// @param module takes the choice; its value is the default
@@ -74,7 +89,7 @@ void AddAssignments(CLI::App &command, std::vector<std::string> &assignments);
 /// Names of the modules of a device that have features.
 const std::vector<std::string> &ModuleNames();
 
-/// Accepts NAME=VALUE.
+/// Accepts NAME=VALUE, and NAME for a command.
 CLI::Validator Assignment();
 
 } // namespace gentlctl

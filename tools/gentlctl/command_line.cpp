@@ -1,6 +1,8 @@
 #include "gentlctl/command_line.h"
 
-#include "gentlctl/command.h"
+#include "consumer/similar_names.h"
+#include "gentlctl/command_text.h"
+#include "gentlctl/command_tree.h"
 #include "gentlctl/commands.h"
 #include "gentlctl/standard_output.h"
 
@@ -8,6 +10,7 @@
 #include <fmt/ranges.h>
 
 #include <iostream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,52 +26,78 @@ constexpr void (*declarations[])(Commands &) = {
 #undef COMMAND
 };
 
+/// Shows the options of every command in the help of a command, too.
+class Help final : public CLI::Formatter
+{
+public:
+    std::string make_subcommands(const CLI::App *app, CLI::AppFormatMode mode) const override
+    {
+        const auto &line = LineOf(*app);
+        auto text = CLI::Formatter::make_subcommands(app, mode);
+        if (mode == CLI::AppFormatMode::Normal && app != &line && app->get_fallthrough())
+        {
+            text += make_group(
+                commonGroup, false,
+                line.get_options([](const auto *option) { return option->get_group() == commonGroup; }));
+        }
+        return text;
+    }
+};
+
+/// Says that there is no such command, and what there is instead.
+std::string WithoutCommand(const CLI::App &app, const std::vector<std::string> &unknown)
+{
+    std::vector<std::string> commands;
+    for (const auto *command : CommandsOf(app))
+    {
+        commands.push_back(command->get_name());
+    }
+    const auto similar = unknown.empty() ? commands : SimilarNames(commands, unknown[0]);
+    return fmt::format("{}; there is {}",
+                       unknown.empty() ? "A command is missing"
+                                       : fmt::format("There is no command \"{}\"", unknown[0]),
+                       fmt::join(similar.empty() ? commands : similar, ", "));
+}
+
 /// Says in one line what is wrong with the command line, and which help to read.
 std::string FailureText(const CLI::App *app, const CLI::Error &error)
 {
-    const auto unknown = app->remaining();
     const auto chosen = app->get_subcommands();
-    std::string what = error.what();
-    if (chosen.empty())
-    {
-        std::vector<std::string> commands;
-        for (const auto *command : app->get_subcommands([](const CLI::App *) { return true; }))
-        {
-            commands.push_back(command->get_name());
-        }
-        what = fmt::format("{}; there is {}",
-                           unknown.empty() ? "A command is missing"
-                                           : fmt::format("There is no command \"{}\"", unknown[0]),
-                           fmt::join(commands, ", "));
-    }
-    return fmt::format("gentlctl: {} (see gentlctl {}--help)\n", what,
+    return fmt::format("{}: {} (see gentlctl {}--help)\n", programName,
+                       chosen.empty() ? WithoutCommand(*app, app->remaining()) : error.what(),
                        chosen.empty() ? "" : chosen[0]->get_name() + " ");
 }
 
 } // namespace
 
-int RunCommandLine(int argc, char **argv)
+CommandLine::CommandLine()
+    : m_app(std::string(programDescription), std::string(programName)), m_commands(m_app)
 {
-    CLI::App app{"Works with the devices of any GenTL producer."};
-    app.require_subcommand(1);
-    app.failure_message(FailureText);
-    app.fallthrough();
-    app.footer("Exit status: 0 done, 1 failed (the reason is on standard error), 2 wrong usage, "
-               "130 or 143 ended by SIGINT or SIGTERM.");
-    Commands commands(app);
+    m_app.require_subcommand(1);
+    m_app.failure_message(FailureText);
+    m_app.fallthrough();
+    m_app.formatter(std::make_shared<Help>());
+    m_app.set_version_flag("--version", fmt::format("{} {}", programName, ProgramVersion()),
+                           "Print the version and exit");
     for (const auto &declare : declarations)
     {
-        declare(commands);
+        declare(m_commands);
     }
+    // Behind the commands, which would inherit it.
+    m_app.footer(ExitStatusText());
+}
+
+int CommandLine::Run(int argc, char **argv)
+{
     try
     {
-        app.parse(argc, argv);
-        return commands.Status();
+        m_app.parse(argc, argv);
+        return m_commands.Status();
     }
     catch (const CLI::ParseError &error)
     {
         std::ostringstream help;
-        const int code = app.exit(error, help, std::cerr);
+        const int code = m_app.exit(error, help, std::cerr);
         PrintText(help.str());
         return code == 0 ? success : wrongUsage;
     }

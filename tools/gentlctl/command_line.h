@@ -1,11 +1,28 @@
 #pragma once
 
+#include "gentlctl/command.h"
+
+#include <CLI/CLI.hpp>
+
 namespace gentlctl
 {
 
-/// Parses the command line and runs its command. Prints help, and says on standard error what is wrong.
-/// @return the exit status
-/// @throws std::exception the command cannot answer
-int RunCommandLine(int argc, char **argv);
+/// The command line of the program: its options and all of its commands.
+class CommandLine
+{
+public:
+    CommandLine();
+
+    const CLI::App &App() const { return m_app; }
+
+    /// Parses the command line and runs its command. Prints help, and says on standard error what is wrong.
+    /// @return the exit status
+    /// @throws std::exception the command cannot answer
+    int Run(int argc, char **argv);
+
+private:
+    CLI::App m_app;
+    Commands m_commands;
+};
 
 } // namespace gentlctl

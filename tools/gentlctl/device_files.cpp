@@ -16,7 +16,11 @@ std::vector<std::string> FilesOf(const Features &remote)
     return remote.Has("FileSelector") ? remote.Files().AvailableFiles() : std::vector<std::string>();
 }
 
-std::vector<uint8_t> FetchFile(const Features &remote, const std::string &name)
+namespace
+{
+
+/// @throws std::runtime_error the device has no such file
+void CheckFile(const Features &remote, const std::string &name)
 {
     const auto known = FilesOf(remote);
     if (std::ranges::find(known, name) == known.end())
@@ -25,6 +29,13 @@ std::vector<uint8_t> FetchFile(const Features &remote, const std::string &name)
                                                : fmt::format("The device has no file \"{}\"; it has {}", name,
                                                              fmt::join(known, ", ")));
     }
+}
+
+} // namespace
+
+std::vector<uint8_t> FetchFile(const Features &remote, const std::string &name)
+{
+    CheckFile(remote, name);
     auto content = remote.Files().ReadFile(name);
     if (content.empty())
     {
@@ -32,6 +43,12 @@ std::vector<uint8_t> FetchFile(const Features &remote, const std::string &name)
             fmt::format("The file {} cannot be read from the device, or is empty", name));
     }
     return content;
+}
+
+void SendFile(const Features &remote, const std::string &name, const std::vector<uint8_t> &content)
+{
+    CheckFile(remote, name);
+    remote.Files().WriteFile(name, content);
 }
 
 } // namespace gentlctl

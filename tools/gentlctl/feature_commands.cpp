@@ -1,5 +1,6 @@
 #include "consumer/features.h"
 #include "consumer/modules.h"
+#include "consumer/name_patterns.h"
 #include "gentlctl/assignments.h"
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
@@ -25,6 +26,7 @@ namespace
 struct GetOptions
 {
     std::string module = "remote"; ///< "frame": the chunks of a frame
+    bool isLong = false;
     std::vector<std::string> names;
     std::vector<std::string> assignments;
 };
@@ -48,17 +50,30 @@ Json ChunksOf(const GrabReport &report, const std::vector<std::string> &names)
                                  "-s ChunkSelector=NAME -s ChunkEnable=true");
     }
     auto values = names.empty() ? report.chunks : Json::object();
+    std::vector<std::string> known;
+    for (const auto &chunk : report.chunks.items())
+    {
+        known.push_back(chunk.key());
+    }
     for (const auto &name : names)
     {
-        values[name] = report.chunks.contains(name)
-                           ? report.chunks[name]
-                           : Json{{"error", fmt::format("The frame has no \"{}\"", name)}};
+        const auto matching = IsPattern(name) ? MatchingNames(known, name) : std::vector<std::string>{name};
+        if (matching.empty())
+        {
+            values[name] = {{"error", fmt::format("The frame has nothing that matches \"{}\"", name)}};
+        }
+        for (const auto &one : matching)
+        {
+            values[one] = report.chunks.contains(one)
+                              ? report.chunks[one]
+                              : Json{{"error", fmt::format("The frame has no \"{}\"", one)}};
+        }
     }
     return values;
 }
 
 /// Prints values, and says on standard error which ones are missing.
-int PrintValues(const Json &values, bool asJson)
+int PrintValues(const Json &values, Extent extent, bool asJson)
 {
     auto known = Json::object();
     std::vector<std::string> failures;
@@ -75,7 +90,14 @@ int PrintValues(const Json &values, bool asJson)
             known[entry.key()] = entry.value();
         }
     }
-    asJson ? PrintJson(values) : PrintTable(known, "");
+    if (asJson)
+    {
+        PrintJson(values);
+    }
+    else
+    {
+        extent == Extent::Details ? PrintDetails(known) : PrintTable(known, "");
+    }
     for (const auto &failure : failures)
     {
         Complain(failure);
@@ -91,7 +113,7 @@ int PrintFrame(Producer &producer, OpenDevice &device, const Features &remote,
     grab.frames = 1;
     const auto report = Grab(producer, device, remote, grab, interrupt);
     const int signal = interrupt.Signal();
-    return signal != 0 ? killed + signal : PrintValues(ChunksOf(report, names), asJson);
+    return signal != 0 ? killed + signal : PrintValues(ChunksOf(report, names), Extent::Value, asJson);
 }
 
 int Get(const CommonOptions &options, const GetOptions &get)
@@ -105,8 +127,9 @@ int Get(const CommonOptions &options, const GetOptions &get)
     Modules modules(producer, options.device);
     const Features features(modules.PortOf(interrupt ? "remote" : get.module));
     Apply(features, get.assignments);
+    const auto extent = get.isLong ? Extent::Details : Extent::Value;
     return interrupt ? PrintFrame(producer, modules.Device(), features, get.names, *interrupt, options.json)
-                     : PrintValues(features.Values(get.names), options.json);
+                     : PrintValues(features.Values(get.names, extent), extent, options.json);
 }
 
 int Set(const CommonOptions &options, const SetOptions &set)
@@ -124,24 +147,38 @@ void DeclareGet(Commands &commands)
     const auto get = std::make_shared<GetOptions>();
     auto &command = commands.Add("get", "Print the values of features",
                                  [get](const CommonOptions &options) { return Get(options, *get); });
-    command.add_option("features", get->names, "Names of features; default: all")->type_name("NAME");
+    command
+        .add_option("features", get->names,
+                    "Names of features, or patterns such as 'Exposure*'; default: all")
+        ->type_name("NAME");
     auto modules = ModuleNames();
     modules.emplace_back("frame");
     AddModule(command, get->module, modules,
               "Module to address; \"frame\" grabs a frame and prints its chunks");
+    command.add_flag(
+        "-l,--long", get->isLong,
+        "Tell all about each feature: value, unit, range and step or entries, access, visibility, "
+        "description; chunks of a frame have a value only");
     AddAssignments(command, get->assignments);
+    command.footer("  gentlctl get -d OVRA-M5 Width PixelFormat\n"
+                   "  gentlctl get -d OVRA-M5 -l 'Exposure*'\n"
+                   "  gentlctl get -d OVRA-M5 -m frame -s ChunkModeActive=true -s ChunkSelector=Timestamp "
+                   "-s ChunkEnable=true");
 }
 
 void DeclareSet(Commands &commands)
 {
     const auto set = std::make_shared<SetOptions>();
-    auto &command = commands.Add("set", "Set features",
+    auto &command = commands.Add("set", "Set features and execute commands",
                                  [set](const CommonOptions &options) { return Set(options, *set); });
-    command.add_option("assignments", set->assignments, "Features to set, in the given order")
-        ->type_name("NAME=VALUE")
+    command
+        .add_option("assignments", set->assignments,
+                    "Features to set, as NAME=VALUE, and commands to execute, as NAME, in the given order")
+        ->type_name("NAME[=VALUE]")
         ->check(Assignment())
         ->required();
     AddModule(command, set->module, ModuleNames(), "Module to address");
+    command.footer("  gentlctl set -d OVRA-M5 ExposureTime=5000 TimestampLatch");
 }
 
 } // namespace gentlctl

@@ -8,9 +8,14 @@
 #include "gentlctl/value_printing.h"
 #include "pictures/file_writing.h"
 
+#include <cerrno>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace gentlctl
@@ -23,32 +28,67 @@ struct FilesOptions
 {
     std::vector<std::string> names; ///< files to fetch; none: list all
     std::string folder = ".";
+    std::string upload; ///< file to send; empty: none
 };
+
+std::vector<uint8_t> ContentOf(const std::string &file)
+{
+    const bool isFolder = std::filesystem::is_directory(file);
+    std::ifstream stream(file, std::ios::binary);
+    if (isFolder || !stream)
+    {
+        throw std::runtime_error(fmt::format("Cannot read {}: {}", file,
+                                             std::generic_category().message(isFolder ? EISDIR : errno)));
+    }
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+Json Listed(const Features &remote)
+{
+    auto sizes = Json::object();
+    for (const auto &name : FilesOf(remote))
+    {
+        sizes[name] = remote.Files().FileSize(name);
+    }
+    return sizes;
+}
+
+Json Fetched(const Features &remote, const FilesOptions &files)
+{
+    auto places = Json::object();
+    MakeFolder(files.folder);
+    for (const auto &name : files.names)
+    {
+        const auto file = std::filesystem::path(files.folder) / name;
+        const auto content = FetchFile(remote, name);
+        WriteBytes(file, content.data(), content.size());
+        places[name] = file.string();
+    }
+    return places;
+}
+
+/// @return the size of the file, which the device has confirmed
+Json Sent(const Features &remote, const FilesOptions &files, const std::vector<uint8_t> &content)
+{
+    const auto name =
+        files.names.empty() ? std::filesystem::path(files.upload).filename().string() : files.names.front();
+    SendFile(remote, name, content);
+    return {{name, content.size()}};
+}
 
 int Files(const CommonOptions &options, const FilesOptions &files)
 {
+    if (!files.upload.empty() && files.names.size() > 1)
+    {
+        throw CLI::ValidationError("--upload", "it takes one NAME");
+    }
+    const auto content = files.upload.empty() ? std::vector<uint8_t>() : ContentOf(files.upload);
     Producer producer(options.producer);
     OpenDevice device(producer, options.device);
     const Features remote(device.PortOf("remote"));
-    auto result = Json::object();
-    if (files.names.empty())
-    {
-        for (const auto &name : FilesOf(remote))
-        {
-            result[name] = remote.Files().FileSize(name);
-        }
-    }
-    else
-    {
-        MakeFolder(files.folder);
-        for (const auto &name : files.names)
-        {
-            const auto file = std::filesystem::path(files.folder) / name;
-            const auto content = FetchFile(remote, name);
-            WriteBytes(file, content.data(), content.size());
-            result[name] = file.string();
-        }
-    }
+    const auto result = !files.upload.empty() ? Sent(remote, files, content)
+                        : files.names.empty() ? Listed(remote)
+                                              : Fetched(remote, files);
     if (result.empty() && !options.json)
     {
         Print("The device has no files.\n");
@@ -58,17 +98,29 @@ int Files(const CommonOptions &options, const FilesOptions &files)
     return success;
 }
 
+constexpr auto filesFooter = "Without a name, lists the files with their sizes. An upload replaces the file "
+                             "of this NAME on the device, and "
+                             "fails unless the device then reports the size of the new content.\n\n"
+                             "  gentlctl files -d OVRA-D1 LensCalibrationData -o calibration\n"
+                             "  gentlctl files -d OVRA-C5 --upload notes.txt UserFile";
+
 } // namespace
 
 void DeclareFiles(Commands &commands)
 {
     const auto files = std::make_shared<FilesOptions>();
-    auto &command = commands.Add("files", "List or fetch the files on the device",
+    auto &command = commands.Add("files", "List, fetch or replace the files on the device",
                                  [files](const CommonOptions &options) { return Files(options, *files); });
     command.add_option("names", files->names, "Files to fetch; default: list all")->type_name("NAME");
-    command.add_option("-o,--output", files->folder, "Folder for the files")
-        ->type_name("FOLDER")
-        ->capture_default_str();
+    auto *output = command.add_option("-o,--output", files->folder, "Folder for the files")
+                       ->type_name("FOLDER")
+                       ->capture_default_str();
+    command
+        .add_option("--upload", files->upload,
+                    "Send this file to the device, as the file NAME there; default: of the same name")
+        ->type_name("FILE")
+        ->excludes(output);
+    command.footer(filesFooter);
 }
 
 } // namespace gentlctl

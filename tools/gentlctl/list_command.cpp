@@ -1,12 +1,22 @@
 #include "gentlctl/commands.h"
 
 #include "consumer/access_status.h"
+#include "consumer/features.h"
 #include "consumer/json.h"
+#include "consumer/network_addresses.h"
 #include "consumer/producer.h"
+#include "consumer/producer_files.h"
 #include "gentlctl/command.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
+#include "utils/try.h"
 
+#include <fmt/format.h>
+
+#include <exception>
+#include <map>
+#include <memory>
+#include <string>
 #include <vector>
 
 namespace gentlctl
@@ -14,69 +24,151 @@ namespace gentlctl
 namespace
 {
 
-Json ToJson(const DeviceEntry &device)
+struct ListOptions
 {
-    return {{"id", device.id},
-            {"vendor", device.vendor},
-            {"model", device.model},
-            {"serialNumber", device.serialNumber},
-            {"userName", device.userName},
-            {"accessStatus", AccessStatusName(device.accessStatus)},
-            {"reason", AccessStatusReason(device.accessStatus)}};
-}
+    bool all = false; ///< of all producers
+};
 
-Json ToJson(const InterfaceEntry &interface)
+/// A producer's interfaces, and where their devices are.
+struct Listing
 {
-    auto devices = Json::array();
-    for (const auto &device : interface.devices)
+    std::vector<InterfaceEntry> interfaces;
+    std::map<std::string, NetworkAddress> addresses; ///< by the ids of devices
+};
+
+/// The addresses of an interface's devices; none when its features cannot be read.
+std::map<std::string, NetworkAddress> AddressesOn(Producer &producer, const InterfaceEntry &interface)
+{
+    const auto read = [&]
     {
-        devices.push_back(ToJson(device));
-    }
-    return {{"id", interface.id},
-            {"displayName", interface.displayName},
-            {"tlType", interface.tlType},
-            {"devices", devices}};
+        const Features features(std::make_shared<Port>(
+            producer.Shared(), producer.OpenInterface(interface.id), GenTL::internal::ModuleType::Interface));
+        return NetworkAddresses(features, interface.devices.size());
+    };
+    return GenTL::internal::utils::Try(read).value_or(std::map<std::string, NetworkAddress>());
 }
 
-void PrintInterfaces(const std::vector<InterfaceEntry> &interfaces)
+Listing ListingOf(const std::string &file)
 {
-    for (const auto &interface : interfaces)
+    Producer producer(file);
+    Listing listing{producer.Enumerate(), {}};
+    for (const auto &interface : listing.interfaces)
+    {
+        listing.addresses.merge(AddressesOn(producer, interface));
+    }
+    return listing;
+}
+
+Json ToJson(const DeviceEntry &device, const Listing &listing)
+{
+    Json json{{"id", device.id},
+              {"vendor", device.vendor},
+              {"model", device.model},
+              {"serialNumber", device.serialNumber},
+              {"userName", device.userName},
+              {"accessStatus", AccessStatusName(device.accessStatus)},
+              {"reason", AccessStatusReason(device.accessStatus)}};
+    if (const auto address = listing.addresses.find(device.id); address != listing.addresses.end())
+    {
+        json["ipAddress"] = address->second.ip;
+        json["macAddress"] = address->second.mac;
+    }
+    return json;
+}
+
+Json ToJson(const Listing &listing)
+{
+    auto json = Json::array();
+    for (const auto &interface : listing.interfaces)
+    {
+        auto devices = Json::array();
+        for (const auto &device : interface.devices)
+        {
+            devices.push_back(ToJson(device, listing));
+        }
+        json.push_back({{"id", interface.id},
+                        {"displayName", interface.displayName},
+                        {"tlType", interface.tlType},
+                        {"devices", devices}});
+    }
+    return json;
+}
+
+/// What the line on a device says behind its access status.
+std::string AddressText(const Listing &listing, const std::string &device)
+{
+    const auto address = listing.addresses.find(device);
+    return address == listing.addresses.end()
+               ? std::string()
+               : fmt::format("  {}  {}", address->second.ip, address->second.mac);
+}
+
+void PrintListing(const Listing &listing)
+{
+    for (const auto &interface : listing.interfaces)
     {
         Print("{}  {}  [{}]\n", interface.id, interface.displayName, interface.tlType);
         for (const auto &device : interface.devices)
         {
             const auto reason = AccessStatusReason(device.accessStatus);
-            Print("    {}  {} {}  serial {}  {}{}{}\n", device.id, device.vendor, device.model,
-                  device.serialNumber, AccessStatusName(device.accessStatus), reason.empty() ? "" : ": ",
-                  reason);
+            Print("    {}  {} {}{}  serial {}  {}{}{}{}\n", device.id, device.vendor, device.model,
+                  device.userName.empty() ? "" : fmt::format(" \"{}\"", device.userName), device.serialNumber,
+                  AccessStatusName(device.accessStatus), reason.empty() ? "" : ": ", reason,
+                  AddressText(listing, device.id));
         }
     }
 }
 
-int List(const CommonOptions &options)
+int ListOne(const CommonOptions &options)
 {
-    Producer producer(options.producer);
-    const auto interfaces = producer.Enumerate();
+    const auto listing = ListingOf(ProducerFor(options.producer));
+    options.json ? PrintJson(ToJson(listing)) : PrintListing(listing);
+    return success;
+}
+
+/// The devices of each producer. One that fails does not keep the others from being listed.
+int ListAll(const CommonOptions &options)
+{
+    auto json = Json::array();
+    int status = success;
+    for (const auto &file : KnownProducers())
+    {
+        json.push_back({{"producer", file}});
+        try
+        {
+            const auto listing = ListingOf(file);
+            json.back()["interfaces"] = ToJson(listing);
+            if (!options.json)
+            {
+                Print("{}\n", file);
+                PrintListing(listing);
+            }
+        }
+        catch (const std::exception &exception)
+        {
+            json.back()["error"] = exception.what();
+            Complain(fmt::format("{}: {}", file, exception.what()));
+            status = failed;
+        }
+    }
     if (options.json)
     {
-        auto json = Json::array();
-        for (const auto &interface : interfaces)
-        {
-            json.push_back(ToJson(interface));
-        }
         PrintJson(json);
-        return success;
     }
-    PrintInterfaces(interfaces);
-    return success;
+    return status;
 }
 
 } // namespace
 
 void DeclareList(Commands &commands)
 {
-    commands.Add("list", "List interfaces and devices, with access status and why a device cannot be opened",
-                 List);
+    const auto list = std::make_shared<ListOptions>();
+    auto &command = commands.AddWithoutProducer(
+        "list", "List interfaces and devices, with access status and why a device cannot be opened",
+        [list](const CommonOptions &options) { return list->all ? ListAll(options) : ListOne(options); });
+    command.add_flag("-a,--all", list->all,
+                     "List the devices of the producer that belongs to this program and of all in "
+                     "GENICAM_GENTL64_PATH");
 }
 
 } // namespace gentlctl

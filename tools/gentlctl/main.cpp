@@ -1,4 +1,3 @@
-#include "gentlctl/command.h"
 #include "gentlctl/command_line.h"
 #include "gentlctl/standard_output.h"
 
@@ -52,7 +51,7 @@ int main(int argc, char **argv)
     spdlog::set_level(spdlog::level::off);
     try
     {
-        const int status = StatusOf([&] { return RunCommandLine(argc, argv); });
+        const int status = StatusOf([&] { return CommandLine().Run(argc, argv); });
         const int finished = StatusOf(Finish);
         return status != success ? status : finished;
     }

@@ -1,6 +1,6 @@
 #include "gentlctl/register_survey.h"
 
-#include "consumer/device_file_reader.h"
+#include "consumer/device_file_access.h"
 #include "gentlctl/selections.h"
 
 #include "genapi/graph_walks.h"
@@ -207,7 +207,7 @@ recording::FileAccess RegisterSurvey::Files()
     }
     access.operations = EntriesOf("FileOperationSelector");
     access.statuses = EntriesOf("FileOperationStatus");
-    const DeviceFileReader reader(m_features);
+    const DeviceFileAccess reader(m_features);
     const auto selected = m_features.ReadInteger("FileSelector");
     for (const auto &name : reader.AvailableFiles())
     {

@@ -2,7 +2,12 @@
 
 #include "gentlctl/standard_output.h"
 
+#include <fmt/ranges.h>
+
 #include <algorithm>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace gentlctl
 {
@@ -23,6 +28,72 @@ std::string Readable(const Json &value)
     return value.dump();
 }
 
+struct AccessName
+{
+    std::string_view code;
+    std::string_view text;
+};
+
+constexpr AccessName accessNames[] = {
+    {"RW", "read and write"}, {"RO", "read only"},       {"WO", "write only"},
+    {"NA", "not available"},  {"NI", "not implemented"},
+};
+
+std::string AccessText(const std::string &code)
+{
+    return std::string(std::ranges::find(accessNames, code, &AccessName::code)->text);
+}
+
+/// "16 to 1280 in steps of 4"; empty for a feature without limits.
+std::string RangeText(const Json &feature)
+{
+    const auto limit = [&](const char *name, const char *before)
+    { return feature.contains(name) ? before + feature[name].dump() : std::string(); };
+    const auto min = limit("min", "");
+    const auto max = min.empty() ? limit("max", "at most ") : limit("max", " to ");
+    return (max.empty() && !min.empty() ? "at least " + min : min + max) +
+           limit("increment", " in steps of ");
+}
+
+/// The names of the entries that can be chosen now, or of those that cannot.
+std::string EntriesText(const Json &feature, bool isAvailable)
+{
+    std::vector<std::string> names;
+    for (const auto &entry : feature.value("entries", Json::array()))
+    {
+        if (entry["available"] == isAvailable)
+        {
+            names.push_back(entry["name"]);
+        }
+    }
+    return fmt::to_string(fmt::join(names, ", "));
+}
+
+/// What follows the line with the name of a feature.
+Json DetailsOf(const Json &feature)
+{
+    const std::pair<const char *, std::string> rows[] = {
+        {"type", feature["type"]},
+        {"access", AccessText(feature["access"])},
+        {"range", RangeText(feature)},
+        {"length",
+         feature.contains("maxLength") ? "at most " + feature["maxLength"].dump() + " characters" : ""},
+        {"entries", EntriesText(feature, true)},
+        {"not now", EntriesText(feature, false)},
+        {"visibility", feature["visibility"]},
+        {"description", feature.value("description", "")},
+    };
+    auto details = Json::object();
+    for (const auto &[name, text] : rows)
+    {
+        if (!text.empty())
+        {
+            details[name] = text;
+        }
+    }
+    return details;
+}
+
 } // namespace
 
 void PrintJson(const Json &json)
@@ -40,6 +111,17 @@ void PrintTable(const Json &values, const std::string &indent)
     for (const auto &entry : values.items())
     {
         Print("{}{:<{}}  {}\n", indent, entry.key(), width, Readable(entry.value()));
+    }
+}
+
+void PrintDetails(const Json &features)
+{
+    for (const auto &[name, feature] : features.items())
+    {
+        const auto unit = feature.value("unit", "");
+        Print("{}  {}{}{}\n", name, Readable(feature.contains("value") ? feature["value"] : feature),
+              unit.empty() ? "" : " ", unit);
+        PrintTable(DetailsOf(feature), "    ");
     }
 }
 

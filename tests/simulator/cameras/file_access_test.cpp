@@ -122,5 +122,93 @@ TEST_F(SimulatorFileAccess, BeginsWithClosedFiles)
     EXPECT_FALSE(Succeeded());
 }
 
+/// The camera with a file that a user writes.
+class SimulatorUserFile : public SimulatorFileAccess
+{
+protected:
+    void SetUp() override
+    {
+        LibraryTest::SetUp();
+        OpenCamera("SIM-GIGE-0", "SIM-SIM0004");
+    }
+
+    void OpenFor(const char *mode)
+    {
+        ASSERT_OK(m_camera->SetEntry("FileOpenMode", mode));
+        Execute("Open");
+        EXPECT_TRUE(Succeeded());
+    }
+
+    void Write(int64_t offset, const std::string &text)
+    {
+        std::vector<uint8_t> bytes(Buffer().size());
+        std::ranges::copy(text, bytes.begin());
+        size_t size = bytes.size();
+        ASSERT_OK(Tl().GCWritePort(m_port, m_camera->Address("FileAccessBuffer"), bytes.data(), &size));
+        ASSERT_OK(m_camera->Set("FileAccessOffset", offset));
+        ASSERT_OK(m_camera->Set("FileAccessLength", static_cast<int64_t>(text.size())));
+        Execute("Write");
+    }
+
+    std::string Content()
+    {
+        EXPECT_OK(m_camera->SetEntry("FileOpenMode", "Read"));
+        const auto file = ReadFile();
+        return {file.begin(), file.end()};
+    }
+};
+
+TEST_F(SimulatorUserFile, KeepsWhatIsWritten)
+{
+    EXPECT_EQ("Notes of the user.\n", Content());
+    OpenFor("Write");
+    Write(0, "Lens");
+    EXPECT_TRUE(Succeeded());
+    EXPECT_EQ(4, m_camera->Get("FileOperationResult"));
+    Write(19, "More.");
+    EXPECT_TRUE(Succeeded());
+    Execute("Close");
+    EXPECT_EQ(24, m_camera->Get("FileSize"));
+    ASSERT_OK(Tl().IFClose(m_interface));
+    OpenCamera("SIM-GIGE-0", "SIM-SIM0004");
+    EXPECT_EQ("Lenss of the user.\nMore.", Content());
+}
+
+TEST_F(SimulatorUserFile, IsEmptyWhenItIsDeleted)
+{
+    OpenFor("Read");
+    Execute("Delete");
+    EXPECT_FALSE(Succeeded()) << "it is open";
+    Execute("Close");
+    Execute("Delete");
+    EXPECT_TRUE(Succeeded());
+    EXPECT_EQ(0, m_camera->Get("FileSize"));
+}
+
+TEST_F(SimulatorUserFile, RefusesWhatItCannotHold)
+{
+    Write(0, "closed");
+    EXPECT_FALSE(Succeeded());
+    OpenFor("Read");
+    Write(0, "for reading");
+    EXPECT_FALSE(Succeeded());
+    Execute("Close");
+    OpenFor("Write");
+    Write(20, "behind a hole");
+    EXPECT_FALSE(Succeeded());
+    Read(0, 4);
+    EXPECT_FALSE(Succeeded());
+    for (int64_t offset = 0; offset < 4096; offset += 32)
+    {
+        Write(offset, std::string(32, 'x'));
+        EXPECT_TRUE(Succeeded());
+    }
+    Write(4090, "beyond");
+    EXPECT_TRUE(Succeeded());
+    Write(4090, "beyond!");
+    EXPECT_FALSE(Succeeded());
+    EXPECT_EQ(4096, m_camera->Get("FileSize"));
+}
+
 } // namespace
 } // namespace simulator_test

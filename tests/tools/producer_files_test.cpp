@@ -1,0 +1,85 @@
+// The producers that the path variable names.
+
+#include "consumer/producer_files.h"
+
+#include "gentlctl_run.h"
+#include "support/environment_variable.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+namespace
+{
+
+namespace fs = std::filesystem;
+using GenTL::internal::EnvironmentVariable;
+
+class ProducerPath : public testing::Test
+{
+protected:
+    std::string Make(const std::string &name)
+    {
+        const auto file = m_folder.Path() / name;
+        fs::create_directories(file.parent_path());
+        std::ofstream(file) << "no library";
+        return file.string();
+    }
+
+    static std::vector<std::string> In(const std::string &path)
+    {
+        const EnvironmentVariable variable("GENICAM_GENTL64_PATH", path);
+        return ProducersInPath();
+    }
+
+    std::string FolderPath() const { return m_folder.Path().string(); }
+
+private:
+    gentlctl_run::Folder m_folder;
+};
+
+TEST_F(ProducerPath, NamesTheProducersOfFoldersByTheirNames)
+{
+    const auto b = Make("one/b.cti");
+    const auto a = Make("one/a.cti");
+    const auto c = Make("two/c.cti");
+    Make("two/readme.txt");
+    fs::create_directories(FolderPath() + "/two/folder.cti");
+    EXPECT_EQ(In(FolderPath() + "/two:" + FolderPath() + "/one"), (std::vector{c, a, b}));
+}
+
+TEST_F(ProducerPath, NamesProducersThemselves)
+{
+    const auto a = Make("a.cti");
+    const auto b = Make("other/b.cti");
+    EXPECT_EQ(In(b + ":" + FolderPath()), (std::vector{b, a}));
+    EXPECT_EQ(In(Make("c.so")), std::vector<std::string>());
+}
+
+TEST_F(ProducerPath, MayHaveEmptyAndMissingEntries)
+{
+    const auto a = Make("one/a.cti");
+    EXPECT_EQ(In("::/nowhere:" + a + "::"), std::vector{a});
+    EXPECT_EQ(In(""), std::vector<std::string>());
+}
+
+TEST_F(ProducerPath, CountsAProducerOnce)
+{
+    const auto a = Make("one/a.cti");
+    fs::create_symlink(a, FolderPath() + "/link.cti");
+    const EnvironmentVariable variable("GENICAM_GENTL64_PATH",
+                                       a + ":" + FolderPath() + "/link.cti:" + FolderPath() + "/one");
+    const auto known = KnownProducers();
+    ASSERT_FALSE(known.empty());
+    EXPECT_EQ(known.back(), a);
+    EXPECT_EQ(std::ranges::count_if(known, [](const auto &file) { return file.ends_with("/link.cti"); }), 0);
+}
+
+} // namespace
+} // namespace gentlctl

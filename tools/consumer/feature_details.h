@@ -1,0 +1,22 @@
+#pragma once
+
+#include "consumer/feature_description.h"
+#include "consumer/json.h"
+#include "genapi/graph_features.h"
+
+#include <string>
+
+namespace gentlctl
+{
+
+/// What is known of a feature beside its value, as far as the description says it and it can be read now:
+///
+/// "type", for example "Integer"; "unit"; "min", "max" and "increment" of a number, "maxLength" of a text,
+/// when it can be written; "entries" of an enumeration, each with "name", "value", whether it is "available"
+/// now, and "description"; "access": "RW", "RO", "WO", "NA" (not available now) or "NI" (not implemented);
+/// "visibility"; "displayName"; "description".
+/// @throws std::runtime_error there is no such feature
+Json DescribeFeature(GenTL::internal::genapi::GraphFeatures &features, const FeatureDescription &description,
+                     const std::string &name);
+
+} // namespace gentlctl

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace gentlctl
+{
+
+/// Names to propose in place of a wrong one: the one that differs only in case; else those that contain it or
+/// are part of it; else those that a slip or two of the finger make of it.
+std::vector<std::string> SimilarNames(const std::vector<std::string> &names, const std::string &wanted);
+
+} // namespace gentlctl

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+/// What help and man page say of the whole program.
+namespace gentlctl
+{
+
+/// A term and what it means.
+struct Explanation
+{
+    std::string_view term;
+    std::string_view meaning;
+};
+
+inline constexpr std::string_view programName = "gentlctl";
+inline constexpr std::string_view programPurpose = "work with the devices of any GenTL producer";
+inline constexpr std::string_view programDescription =
+    "Works with the devices of any GenTL producer: lists and describes them, reads and writes their "
+    "features, and "
+    "grabs frames. Only results go to standard output; progress, failures and the log of a producer go to "
+    "standard "
+    "error.";
+
+std::span<const Explanation> ExitStatuses();
+std::span<const Explanation> EnvironmentVariables();
+/// Command lines, each with what it does.
+std::span<const Explanation> Examples();
+
+/// The version of this program, as in "1.2.3".
+std::string_view ProgramVersion();
+/// The day of that version, as in "2020-12-31".
+std::string_view ReleaseDate();
+
+/// The exit statuses in one sentence.
+std::string ExitStatusText();
+
+} // namespace gentlctl
