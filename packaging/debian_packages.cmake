@@ -81,7 +81,7 @@ include(CPack)
 
 # All that is installed, for a build that is only to be packed.
 add_custom_target(packaged DEPENDS qvr_proxygentl qvr_anygentl)
-foreach(part tarn_cvl qvr_gevgentl qvr_sim_images gentlctl)
+foreach(part tarn_cvl qvr_gevgentl qvr_sim_images gentlctl gentlctl_pages)
     if(TARGET ${part})
         add_dependencies(packaged ${part})
     endif()

@@ -51,6 +51,11 @@ public:
     {
         m_json[name] = value;
     }
+    template <typename Value>
+    void Optional(const char *name, const std::optional<Value> &value)
+    {
+        m_json[name] = value ? Json(*value) : Json();
+    }
     void Bytes(const char *name, const std::string &bytes) { m_json[name] = Hex(bytes); }
     template <typename Record>
     void Object(const char *name, const Record &record);
@@ -73,6 +78,12 @@ public:
     void Member(const char *name, Value &value)
     {
         value = m_json.at(name).get<Value>();
+    }
+    template <typename Value>
+    void Optional(const char *name, std::optional<Value> &value)
+    {
+        const auto &json = m_json.at(name);
+        value = json.is_null() ? std::nullopt : std::optional(json.get<Value>());
     }
     void Bytes(const char *name, std::string &bytes)
     {
@@ -112,6 +123,13 @@ void Each(Members &members, Record &record) requires std::is_same_v<std::remove_
     members.Member("address", record.address);
     members.Member("length", record.length);
     members.Member("bigEndian", record.isBigEndian);
+}
+
+template <typename Members, typename Record>
+void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, CommandPlace>
+{
+    members.Object("place", record.place);
+    members.Member("value", record.value);
 }
 
 template <typename Members, typename Record>
@@ -175,6 +193,7 @@ void Each(Members &members, Record &record) requires std::is_same_v<std::remove_
     members.Member("ticksPerSecond", record.ticksPerSecond);
     members.Object("interface", record.interface);
     members.Member("url", record.url);
+    members.Optional("descriptionAddress", record.descriptionAddress);
     members.Member("streamDefinesPayload", record.streamDefinesPayload);
     members.Member("payloadSize", record.payloadSize);
     members.List("deviceInfos", record.deviceInfos);

@@ -3,6 +3,7 @@
 #include "recording/info_record.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,15 @@ struct FeaturePlace
     bool isBigEndian = false;
 
     friend bool operator==(const FeaturePlace &, const FeaturePlace &) = default;
+};
+
+/// A command and the value that executes it.
+struct CommandPlace
+{
+    FeaturePlace place;
+    int64_t value = 0;
+
+    friend bool operator==(const CommandPlace &, const CommandPlace &) = default;
 };
 
 /// What registers hold while selectors have a value.
@@ -73,7 +83,7 @@ struct Registers
 {
     std::vector<Memory> memory;
     std::vector<Selection> selections;
-    std::vector<FeaturePlace> commands;
+    std::vector<CommandPlace> commands;
     std::vector<FeaturePlace> layout; ///< of the features that decide what a frame looks like
     FileAccess fileAccess;
 
@@ -103,6 +113,8 @@ struct DeviceRecord
     InterfaceRecord interface;
     std::string url;         ///< of the description
     std::string description; ///< the bytes behind this URL
+    std::optional<uint64_t>
+        descriptionAddress; ///< in the device's registers; none for a description elsewhere
     bool streamDefinesPayload = false;
     uint64_t payloadSize = 0; ///< bytes
     std::vector<InfoRecord> deviceInfos;

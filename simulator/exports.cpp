@@ -154,7 +154,7 @@ GC_ERROR GCCloseLib()
 
 GC_ERROR GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
-    return Call("GCGetInfo", [&] { WriteInfo(SystemInfo(iInfoCmd), piType, pBuffer, piSize); });
+    return Call("GCGetInfo", [&] { WriteInfo(Producer::GetInfo(iInfoCmd), piType, pBuffer, piSize); });
 }
 
 GC_ERROR GCGetLastError(GC_ERROR *piErrorCode, char *sErrText, size_t *piSize)
@@ -306,7 +306,8 @@ GC_ERROR TLClose(TL_HANDLE hTL)
 GC_ERROR TLGetInfo(TL_HANDLE hTL, TL_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
     return With<System>("TLGetInfo", hTL,
-                        [&](System &) { WriteInfo(SystemInfo(iInfoCmd), piType, pBuffer, piSize); });
+                        [&](System &system)
+                        { WriteInfo(system.GetInfo(iInfoCmd), piType, pBuffer, piSize); });
 }
 
 GC_ERROR TLUpdateInterfaceList(TL_HANDLE hTL, bool8_t *pbChanged, uint64_t)

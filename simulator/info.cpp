@@ -65,6 +65,11 @@ Info Info::Pointer(const void *value)
     return Plain(INFO_DATATYPE_PTR, value);
 }
 
+Info Info::Bytes(std::string value)
+{
+    return {INFO_DATATYPE_BUFFER, std::move(value)};
+}
+
 void WriteInfo(const Info &info, INFO_DATATYPE *type, void *buffer, size_t *size)
 {
     RequireNotNull(type, "piType");

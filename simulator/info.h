@@ -20,6 +20,7 @@ struct Info
     static Info Size(size_t value);
     static Info Bool(bool value);
     static Info Pointer(const void *value);
+    static Info Bytes(std::string value);
 };
 
 /// Answers a query by the rules that all info functions share: a null `buffer` asks for the size alone.

@@ -31,7 +31,7 @@ std::string BuiltDescription(const CameraModel &model)
     std::string name = model.model;
     std::ranges::replace(name, '-', '_');
     return BuildDescription({name, model.toolTip, "Device", model.ProductGuid(), model.VersionGuid()},
-                            model.Layout(), chunks);
+                            model.Layout(), chunks, model.events);
 }
 
 std::string DocumentOf(const OwnDescription &own)
@@ -88,12 +88,20 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
 }
 
 Camera::Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable)
-    : Module(handles, Identity(model), model.Layout(), Description(model),
-             {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
+    : StreamedCamera(handles, Identity(model), model.Layout(), Description(model),
+                     {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
       m_model(std::move(model)), m_writable(writable), m_acquisition(Features())
 {
     ConnectFeatures(unit);
-    const CameraContext context{Features(), m_model, unit, m_acquisition};
+    const auto notify = [this](const Notice &notice)
+    {
+        // The device sends the events of its camera.
+        if (const auto device = Parent())
+        {
+            device->Fire(EVENT_REMOTE_DEVICE, notice);
+        }
+    };
+    const CameraContext context{Features(), m_model, unit, m_acquisition, notify};
     for (const auto &make : m_model.controls)
     {
         m_controls.push_back(make(context));
@@ -129,6 +137,10 @@ void Camera::Update()
     }
     settings.payloadSize = simulator::PayloadSize(settings);
     Features().SetInteger("PayloadSize", static_cast<int64_t>(settings.payloadSize));
+    if (m_settings && m_settings->payloadSize != settings.payloadSize)
+    {
+        Fire(EVENT_FEATURE_INVALIDATE, {0, "PayloadSize"});
+    }
     m_settings = std::make_shared<FrameSettings>(std::move(settings));
 }
 
@@ -136,8 +148,20 @@ std::optional<FrameOrder> Camera::NextFrame()
 {
     const auto lock = Features().Lock();
     const auto number = m_acquisition.NextFrame();
+    for (const auto &control : m_controls)
+    {
+        if (number)
+        {
+            control->FrameBegins(*number);
+        }
+    }
     return number ? std::optional(FrameOrder{*number, Ticks(m_model.ticksPerSecond), m_settings})
                   : std::nullopt;
+}
+
+std::unique_ptr<FrameMaker> Camera::MakeFrames() const
+{
+    return std::make_unique<FrameWriter>(m_model.sources());
 }
 
 size_t Camera::PayloadSize() const

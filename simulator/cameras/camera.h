@@ -2,7 +2,7 @@
 
 #include "simulator/cameras/acquisition_control.h"
 #include "simulator/cameras/camera_unit.h"
-#include "simulator/module/module.h"
+#include "simulator/cameras/streamed_camera.h"
 
 namespace GenTL::simulator
 {
@@ -12,27 +12,32 @@ namespace GenTL::simulator
 ///
 /// This class holds what all kinds of camera share; the controls of the model add the rest. Any thread may
 /// call.
-class Camera : public Module
+class Camera : public StreamedCamera
 {
 public:
     /// @throws Error what the model's `atOpening` throws
     Camera(HandleTable &handles, CameraUnit &unit, bool writable);
 
     /// The unit's model as the environment changed it at opening.
-    const CameraModel &Model() const { return m_model; }
+    const CameraModel &Model() const override { return m_model; }
 
-    AcquisitionControl &Acquisition() { return m_acquisition; }
-
-    /// The next frame to send, or none while the camera does not acquire.
-    std::optional<FrameOrder> NextFrame();
-
-    size_t PayloadSize() const;
+    bool HasFrame() const override { return m_acquisition.HasFrame(); }
+    double FrameRate() const override { return m_acquisition.FrameRate(); }
+    std::optional<FrameOrder> NextFrame() override;
+    std::unique_ptr<FrameMaker> MakeFrames() const override;
+    size_t PayloadSize() const override;
+    void SetListener(const void *owner, std::function<void()> listener) override
+    {
+        m_acquisition.SetListener(owner, std::move(listener));
+    }
+    void RemoveListener(const void *owner) override { m_acquisition.RemoveListener(owner); }
 
 private:
     Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable);
 
     bool IsWritable() const override { return m_writable; }
-    void OnClose() override { m_acquisition.Stop(); }
+    void EndAcquisition() override { m_acquisition.Stop(); }
+    void OnClose() override { EndAcquisition(); }
     void ConnectFeatures(CameraUnit &unit);
     void Update();
 

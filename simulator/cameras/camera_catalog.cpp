@@ -4,6 +4,7 @@
 #include "simulator/cameras/camera_features.h"
 #include "simulator/cameras/chunk_control.h"
 #include "simulator/cameras/depth_features.h"
+#include "simulator/cameras/event_control.h"
 #include "simulator/cameras/file_access.h"
 #include "simulator/cameras/format_control.h"
 #include "simulator/cameras/region_control.h"
@@ -58,14 +59,14 @@ CameraModel MosaicCamera(CameraModel camera, const Sensor &sensor, Feature pixel
 
 CameraModel MonoM5()
 {
-    return WithTrigger(MonoCamera({.model = "OVRA-M5",
-                                   .number = 1,
-                                   .toolTip = "Simulated mono camera with 5 megapixels",
-                                   .interfaceIndex = 0,
-                                   .ipAddress = 0xC0A80A15,
-                                   .guid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E"},
-                                  {.width = 2448, .height = 2048, .stepX = 4, .stepY = 2},
-                                  PixelFormatFeature({.sent = MonoFormats()})));
+    return WithTrigger(WithEvents(MonoCamera({.model = "OVRA-M5",
+                                              .number = 1,
+                                              .toolTip = "Simulated mono camera with 5 megapixels",
+                                              .interfaceIndex = 0,
+                                              .ipAddress = 0xC0A80A15,
+                                              .guid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E"},
+                                             {.width = 2448, .height = 2048, .stepX = 4, .stepY = 2},
+                                             PixelFormatFeature({.sent = MonoFormats()}))));
 }
 
 CameraModel MonoM1()

@@ -2,6 +2,7 @@
 
 #include "simulator/features/feature_set.h"
 #include "simulator/frames/frame.h"
+#include "simulator/module/notice.h"
 
 #include <functional>
 #include <memory>
@@ -20,6 +21,7 @@ struct CameraContext
     const CameraModel &model;
     CameraUnit &unit;
     AcquisitionControl &acquisition;
+    std::function<void(const Notice &)> notify; ///< sends an event of the camera
 };
 
 /// One job of an opened camera: it connects the features of the job when it is made, and contributes to the
@@ -40,6 +42,9 @@ public:
     /// Adds to what the earlier controls of the list made of `settings`. The first control finds one image
     /// without a format.
     virtual void Contribute(FrameSettings & /*settings*/) const {}
+
+    /// Runs when the camera begins to send a frame.
+    virtual void FrameBegins(uint64_t /*number*/) {}
 };
 
 using MakeCameraControl = std::function<std::unique_ptr<CameraControl>(const CameraContext &context)>;

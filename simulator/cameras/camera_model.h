@@ -1,5 +1,6 @@
 #pragma once
 
+#include "recording/recording_reader.h"
 #include "simulator/cameras/camera_control.h"
 #include "simulator/clock.h"
 #include "simulator/module/transport.h"
@@ -7,6 +8,7 @@
 #include <fmt/format.h>
 #include <gentl/gentl.h>
 
+#include <memory>
 #include <string_view>
 
 namespace GenTL::simulator
@@ -42,6 +44,7 @@ struct CameraModel
     std::optional<OwnDescription> ownDescription = {};
     std::vector<Feature> features = {};
     std::vector<Chunk> chunks = {};
+    std::vector<EventPort> events = {}; ///< of the remote device
     std::vector<MakeCameraControl> controls =
         {}; ///< a later control builds on the features of an earlier one
 
@@ -53,14 +56,23 @@ struct CameraModel
     /// that the environment does not change.
     std::function<CameraModel()> atOpening = {};
 
-    std::string SerialNumber() const { return fmt::format("SIM{:04}", number); }
-    std::string Id() const { return "SIM-" + SerialNumber(); }
+    /// What a recorded camera replays. The model's features and controls are empty then.
+    std::shared_ptr<const recording::RecordingReader> recording = {};
+
+    std::string SerialNumber() const
+    {
+        return recording ? recording->Device().serialNumber : fmt::format("SIM{:04}", number);
+    }
+    std::string Id() const { return recording ? recording->Device().id : "SIM-" + SerialNumber(); }
     FeatureLayout Layout() const
     {
         return ownDescription ? FeatureLayout(features, ownDescription->registers) : FeatureLayout(features);
     }
     /// "OVRA-M5 (SIM0001)"
-    std::string DisplayName() const { return fmt::format("{} ({})", model, SerialNumber()); }
+    std::string DisplayName() const
+    {
+        return recording ? recording->Device().displayName : fmt::format("{} ({})", model, SerialNumber());
+    }
     int64_t MacAddress() const { return 0x020000000100 + int64_t{number}; }
     std::string ProductGuid() const { return guid + "01"; }
     std::string VersionGuid() const { return guid + "02"; }

@@ -2,6 +2,7 @@
 
 #include "simulator/cameras/camera_model.h"
 
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -67,6 +68,9 @@ public:
         m_saved[set] = std::move(content);
     }
 
+    bool IsPlugged() const { return m_isPlugged; }
+    void SetPlugged(bool plugged) { m_isPlugged = plugged; }
+
     /// The file with this value of FileSelector as it was written last, until GCCloseLib; none at first.
     std::optional<std::vector<uint8_t>> File(int64_t selected) const
     {
@@ -96,6 +100,7 @@ private:
     std::map<int64_t, SavedSet> m_saved;
     std::map<int64_t, std::vector<uint8_t>> m_files;
     std::shared_ptr<void> m_retired;
+    std::atomic<bool> m_isPlugged = true;
 };
 
 } // namespace GenTL::simulator

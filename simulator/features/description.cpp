@@ -38,8 +38,21 @@ void AddIdentity(pugi::xml_node root, const DescriptionIdentity &identity)
 /// A category and the names of its features.
 using Category = std::pair<std::string, std::vector<std::string>>;
 
+/// The features that read the data of an event, one behind the other.
+std::vector<std::string> FeaturesOf(const EventPort &event)
+{
+    const auto name = "Event" + event.name;
+    std::vector<std::string> features{name, name + "Timestamp"};
+    for (const auto &more : event.more)
+    {
+        features.push_back(name + more);
+    }
+    return features;
+}
+
 /// The categories in the order in which they appear in the list of features.
-std::vector<Category> CategoriesOf(const FeatureLayout &layout, const std::vector<ChunkPort> &chunks)
+std::vector<Category> CategoriesOf(const FeatureLayout &layout, const std::vector<ChunkPort> &chunks,
+                                   const std::vector<EventPort> &events)
 {
     std::vector<Category> categories;
     const auto add = [&](const std::string &category, const std::string &feature)
@@ -62,6 +75,13 @@ std::vector<Category> CategoriesOf(const FeatureLayout &layout, const std::vecto
     {
         add("ChunkDataControl", chunk.feature);
     }
+    for (const auto &event : events)
+    {
+        for (const auto &feature : FeaturesOf(event))
+        {
+            add("EventControl", feature);
+        }
+    }
     return categories;
 }
 
@@ -80,15 +100,13 @@ void AddCategories(DescriptionNodes &nodes, const std::vector<Category> &categor
     }
 }
 
-void AddChunk(DescriptionNodes &nodes, const ChunkPort &chunk)
+/// Adds a feature that reads an address in the data of a chunk or an event.
+void AddPassingFeature(DescriptionNodes &nodes, const ChunkPort &chunk, const std::string &port,
+                       uint64_t address = 0)
 {
-    const auto port = chunk.feature + "Port";
-    const auto portNode = nodes.AddInvisible("Port", port);
-    AddChild(portNode, "ChunkID", HexBinary(chunk.id));
-
     const bool isFloat = chunk.kind == FeatureKind::Float;
     const auto reg = nodes.AddInvisible(isFloat ? "FloatReg" : "IntReg", chunk.feature + "Reg");
-    nodes.AddPlace(reg, {0, chunk.length, Access::ReadOnly}, port);
+    nodes.AddPlace(reg, {address, chunk.length, Access::ReadOnly}, port);
     AddChild(reg, "Cachable", "NoCache");
     if (!isFloat)
     {
@@ -104,14 +122,34 @@ void AddChunk(DescriptionNodes &nodes, const ChunkPort &chunk)
     AddChild(value, "pValue", chunk.feature + "Reg");
 }
 
+void AddChunk(DescriptionNodes &nodes, const ChunkPort &chunk)
+{
+    const auto port = chunk.feature + "Port";
+    AddChild(nodes.AddInvisible("Port", port), "ChunkID", HexBinary(chunk.id));
+    AddPassingFeature(nodes, chunk, port);
+}
+
+void AddEvent(DescriptionNodes &nodes, const EventPort &event)
+{
+    const auto port = "Event" + event.name + "Port";
+    AddChild(nodes.AddInvisible("Port", port), "EventID", HexBinary(event.id));
+    uint64_t address = 0;
+    for (const auto &feature : FeaturesOf(event))
+    {
+        AddPassingFeature(nodes, {event.id, feature, FeatureKind::Integer, sizeof(uint64_t), event.toolTip},
+                          port, address);
+        address += sizeof(uint64_t);
+    }
+}
+
 } // namespace
 
 std::string BuildDescription(const DescriptionIdentity &identity, const FeatureLayout &layout,
-                             const std::vector<ChunkPort> &chunks)
+                             const std::vector<ChunkPort> &chunks, const std::vector<EventPort> &events)
 {
     DescriptionNodes nodes(identity.portName);
     AddIdentity(nodes.Root(), identity);
-    AddCategories(nodes, CategoriesOf(layout, chunks));
+    AddCategories(nodes, CategoriesOf(layout, chunks, events));
     FeatureNodes features(nodes, layout);
     for (const auto &place : layout.places)
     {
@@ -120,6 +158,10 @@ std::string BuildDescription(const DescriptionIdentity &identity, const FeatureL
     for (const auto &chunk : chunks)
     {
         AddChunk(nodes, chunk);
+    }
+    for (const auto &event : events)
+    {
+        AddEvent(nodes, event);
     }
     nodes.AddInvisible("Port", nodes.Port(), NameSpace::Standard);
     return nodes.Text();

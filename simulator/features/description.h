@@ -15,8 +15,9 @@ struct DescriptionIdentity
     std::string versionGuid;
 };
 
-/// The GenICam description (GenApi schema 1.1) of a module with these features and chunks.
+/// The GenICam description (GenApi schema 1.1) of a module with these features, chunks and events.
 std::string BuildDescription(const DescriptionIdentity &identity, const FeatureLayout &layout,
-                             const std::vector<ChunkPort> &chunks = {});
+                             const std::vector<ChunkPort> &chunks = {},
+                             const std::vector<EventPort> &events = {});
 
 } // namespace GenTL::simulator

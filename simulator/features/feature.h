@@ -51,6 +51,16 @@ struct ChunkPort
     std::string toolTip;
 };
 
+/// An event whose data the description explains. The data are numbers of eight bytes, little-endian: the id,
+/// the time in ns, and what the event adds.
+struct EventPort
+{
+    uint64_t id;
+    std::string name;                   ///< e.g. "ExposureEnd", which gives the feature "EventExposureEnd"
+    std::string toolTip;                ///< when it happens
+    std::vector<std::string> more = {}; ///< names of the numbers behind the time, e.g. "FrameID"
+};
+
 /// One feature of a module, as data. A list of features yields the module's registers, their defaults, the
 /// checks on write, and the GenICam description: see FeatureSet. Made with the functions below and the
 /// setters:

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulator/frames/chunk.h"
+#include "simulator/frames/frame_answers.h"
 #include "simulator/sources/frame_source.h"
 
 #include <gentl/gentl.h>
@@ -45,9 +46,9 @@ size_t PayloadSize(const FrameSettings &settings);
 /// The camera's order to send one frame.
 struct FrameOrder
 {
-    uint64_t number;    ///< from 1 since AcquisitionStart
-    uint64_t timestamp; ///< ticks
-    std::shared_ptr<const FrameSettings> settings;
+    uint64_t number;                               ///< from 1 since AcquisitionStart
+    uint64_t timestamp;                            ///< ticks
+    std::shared_ptr<const FrameSettings> settings; ///< null for a recorded frame
 };
 
 /// The content of a filled buffer.
@@ -57,18 +58,32 @@ struct Frame
     size_t filled; ///< bytes
     bool cutOff;   ///< the frame was larger than the buffer
     std::vector<SINGLE_CHUNK_DATA> chunks;
+    std::shared_ptr<const FrameAnswers> answers = {}; ///< of a recorded frame
 };
 
-/// Makes the bytes of frames. Used on the acquisition thread of a stream.
-class FrameWriter
+/// Makes the bytes of frames. Made by the stream, and used on its acquisition thread alone.
+class FrameMaker
+{
+public:
+    FrameMaker() = default;
+    FrameMaker(const FrameMaker &) = delete;
+    FrameMaker &operator=(const FrameMaker &) = delete;
+    virtual ~FrameMaker() = default;
+
+    /// Fills the buffer. A frame that does not fit is cut off at the end of the buffer.
+    /// @throws Error the frame cannot be made
+    virtual Frame Write(const FrameOrder &order, std::span<uint8_t> buffer) = 0;
+};
+
+/// Makes the frames of a simulated camera from its images.
+class FrameWriter final : public FrameMaker
 {
 public:
     /// `makeSource` is called once for each part of a frame.
     /// @throws Error what `makeSource` throws
     explicit FrameWriter(MakeFrameSource makeSource);
 
-    /// Fills the buffer. A frame that does not fit is cut off at the end of the buffer.
-    Frame Write(const FrameOrder &order, std::span<uint8_t> buffer);
+    Frame Write(const FrameOrder &order, std::span<uint8_t> buffer) override;
 
 private:
     void WriteWhole(Frame &frame, std::span<uint8_t> payload);

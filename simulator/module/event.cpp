@@ -1,5 +1,7 @@
 #include "simulator/module/event.h"
 
+#include "simulator/module/notice.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -18,6 +20,17 @@ void Event::Push(EventItem item)
     m_queue.push_back(std::move(item));
     ++m_fired;
     m_changed.notify_all();
+}
+
+void Event::Fire(std::vector<uint8_t> data)
+{
+    constexpr size_t longest = 1024; // a consumer may register an event and never take it
+    const std::lock_guard lock(*m_mutex);
+    if (m_queue.size() == longest)
+    {
+        m_queue.pop_front();
+    }
+    Push({std::move(data), [](bool) {}});
 }
 
 std::deque<EventItem> Event::TakeAll()
@@ -97,7 +110,7 @@ Info Event::GetDataInfo(const void *data, size_t size, EVENT_DATA_INFO_CMD comma
     RequireNotNull(data, "pInBuffer");
     if (m_type != EVENT_NEW_BUFFER)
     {
-        throw Error(GC_ERR_NOT_AVAILABLE, "Events of this type carry no data");
+        return NoticeInfo(m_type, {static_cast<const uint8_t *>(data), size}, command);
     }
     EVENT_NEW_BUFFER_DATA newBuffer;
     if (size < sizeof newBuffer)

@@ -13,7 +13,7 @@ Module::Module(HandleTable &handles, PortIdentity identity, const FeatureLayout 
 
 std::shared_ptr<Event> Module::MakeEvent(EVENT_TYPE type)
 {
-    return std::make_shared<Event>(type, 0, std::make_shared<std::mutex>());
+    return std::make_shared<Event>(type, sizeof(uint64_t) + longestNotice, std::make_shared<std::mutex>());
 }
 
 void *Module::RegisterEvent(EVENT_TYPE type)
@@ -44,6 +44,15 @@ void Module::UnregisterEvent(EVENT_TYPE type)
     m_handles.Remove(*found->second);
     found->second->Close();
     m_events.erase(found);
+}
+
+void Module::Fire(EVENT_TYPE type, const Notice &notice)
+{
+    const std::lock_guard lock(m_mutex);
+    if (const auto found = m_events.find(type); found != m_events.end())
+    {
+        found->second->Fire(BytesOf(notice));
+    }
 }
 
 void Module::RequireOpen() const

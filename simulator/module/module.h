@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simulator/module/event.h"
+#include "simulator/module/notice.h"
 #include "simulator/module/port.h"
 
 #include <map>
@@ -22,6 +23,9 @@ public:
     void *RegisterEvent(EVENT_TYPE type);
     /// @throws Error GC_ERR_NOT_AVAILABLE: it is not registered.
     void UnregisterEvent(EVENT_TYPE type);
+
+    /// Fires an event if it is registered.
+    void Fire(EVENT_TYPE type, const Notice &notice);
 
     /// Makes this module the parent of `child`, and returns the handle of the child.
     /// @throws Error GC_ERR_INVALID_HANDLE: this module was closed meanwhile.

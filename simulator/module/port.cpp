@@ -10,11 +10,13 @@ Port::Port(PortIdentity identity, const FeatureLayout &layout, const std::string
 
 void Port::Read(uint64_t address, std::span<uint8_t> out)
 {
+    RequireReachable();
     m_features.Read(address, out);
 }
 
 void Port::Write(uint64_t address, std::span<const uint8_t> in)
 {
+    RequireReachable();
     if (!IsWritable())
     {
         throw Error(GC_ERR_ACCESS_DENIED, "The module was opened for reading only");

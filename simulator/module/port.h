@@ -37,19 +37,22 @@ public:
     virtual ~Port() = default;
 
     // These throw as FeatureSet does.
-    void Read(uint64_t address, std::span<uint8_t> out);
+    virtual void Read(uint64_t address, std::span<uint8_t> out);
     /// @throws Error GC_ERR_ACCESS_DENIED: the module was opened for reading only.
-    void Write(uint64_t address, std::span<const uint8_t> in);
+    virtual void Write(uint64_t address, std::span<const uint8_t> in);
 
-    std::string Url() const;
-    Info GetPortInfo(PORT_INFO_CMD command) const;
+    virtual std::string Url() const;
+    virtual Info GetPortInfo(PORT_INFO_CMD command) const;
     /// @throws Error GC_ERR_INVALID_INDEX: `index` is not 0.
-    Info GetUrlInfo(uint32_t index, URL_INFO_CMD command) const;
+    virtual Info GetUrlInfo(uint32_t index, URL_INFO_CMD command) const;
 
 protected:
     FeatureSet &Features() { return m_features; }
     const FeatureSet &Features() const { return m_features; }
     virtual bool IsWritable() const { return true; }
+    /// Called before each access.
+    /// @throws Error GC_ERR_IO: the device is gone.
+    virtual void RequireReachable() const {}
 
 private:
     const PortIdentity m_identity;

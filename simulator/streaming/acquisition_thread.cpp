@@ -8,11 +8,11 @@ namespace
 
 /// Makes a frame; none when memory is short or a picture can no longer be read. Such a frame is lost, like a
 /// frame that finds no buffer.
-std::optional<Frame> TryWrite(FrameWriter &writer, const FrameOrder &order, std::span<uint8_t> memory)
+std::optional<Frame> TryWrite(FrameMaker &frames, const FrameOrder &order, std::span<uint8_t> memory)
 {
     try
     {
-        return writer.Write(order, memory);
+        return frames.Write(order, memory);
     }
     catch (const std::bad_alloc &)
     {
@@ -26,7 +26,7 @@ std::optional<Frame> TryWrite(FrameWriter &writer, const FrameOrder &order, std:
 
 } // namespace
 
-AcquisitionThread::AcquisitionThread(Camera &camera, BufferPool &pool, Event::Mutex mutex)
+AcquisitionThread::AcquisitionThread(StreamedCamera &camera, BufferPool &pool, Event::Mutex mutex)
     : m_camera(camera), m_pool(pool), m_mutex(std::move(mutex))
 {
 }
@@ -49,13 +49,13 @@ void AcquisitionThread::Start(uint64_t frames)
     {
         m_thread.join(); // it finished by itself
     }
-    auto writer = std::make_unique<FrameWriter>(m_camera.Model().sources());
+    auto maker = m_camera.MakeFrames();
     const std::lock_guard lock(*m_mutex);
     m_pool.Counters() = {};
     m_remaining = frames;
     m_discard = false;
     m_state = State::Grabbing;
-    m_thread = std::thread([this, writer = std::move(writer)] { Run(*writer); });
+    m_thread = std::thread([this, maker = std::move(maker)] { Run(*maker); });
 }
 
 void AcquisitionThread::Stop(bool discard)
@@ -96,7 +96,7 @@ void AcquisitionThread::CameraChanged()
     m_wake.notify_all();
 }
 
-void AcquisitionThread::Run(FrameWriter &writer)
+void AcquisitionThread::Run(FrameMaker &frames)
 {
     Pacer pacer;
     std::unique_lock lock(*m_mutex);
@@ -104,7 +104,7 @@ void AcquisitionThread::Run(FrameWriter &writer)
     {
         if (WaitForTurn(lock, pacer))
         {
-            SendFrame(lock, writer);
+            SendFrame(lock, frames);
         }
     }
     m_state = IsGrabbing() ? State::Finished : m_state;
@@ -114,8 +114,8 @@ bool AcquisitionThread::WaitForTurn(std::unique_lock<std::mutex> &lock, Pacer &p
 {
     const auto signals = m_cameraSignals;
     lock.unlock(); // the calls take the camera's lock, which comes before this one
-    const bool hasFrame = m_camera.Acquisition().HasFrame();
-    const auto rate = m_camera.Acquisition().FrameRate();
+    const bool hasFrame = m_camera.HasFrame();
+    const auto rate = m_camera.FrameRate();
     lock.lock();
     const auto changed = [&] { return !IsGrabbing() || m_cameraSignals != signals; };
     if (!hasFrame)
@@ -136,7 +136,7 @@ bool AcquisitionThread::WaitForTurn(std::unique_lock<std::mutex> &lock, Pacer &p
     return !changed();
 }
 
-void AcquisitionThread::SendFrame(std::unique_lock<std::mutex> &lock, FrameWriter &writer)
+void AcquisitionThread::SendFrame(std::unique_lock<std::mutex> &lock, FrameMaker &frames)
 {
     const auto buffer = m_pool.TakeInput();
     lock.unlock();
@@ -144,7 +144,7 @@ void AcquisitionThread::SendFrame(std::unique_lock<std::mutex> &lock, FrameWrite
     std::optional<Frame> frame;
     if (order && buffer)
     {
-        frame = TryWrite(writer, *order, buffer->Memory());
+        frame = TryWrite(frames, *order, buffer->Memory());
     }
     lock.lock();
     m_pool.Counters().started += frame ? 1 : 0;

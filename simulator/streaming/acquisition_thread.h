@@ -1,6 +1,6 @@
 #pragma once
 
-#include "simulator/cameras/camera.h"
+#include "simulator/cameras/streamed_camera.h"
 #include "simulator/streaming/buffer_pool.h"
 #include "simulator/streaming/pacer.h"
 
@@ -20,7 +20,7 @@ namespace GenTL::simulator
 class AcquisitionThread
 {
 public:
-    AcquisitionThread(Camera &camera, BufferPool &pool, Event::Mutex mutex);
+    AcquisitionThread(StreamedCamera &camera, BufferPool &pool, Event::Mutex mutex);
 
     /// Checks that Start may be called now. With the lock held.
     /// @throws Error GC_ERR_INVALID_HANDLE: it is closed.
@@ -57,12 +57,12 @@ private:
     };
 
     void End(State state, bool discard);
-    void Run(FrameWriter &writer);
+    void Run(FrameMaker &frames);
     bool WaitForTurn(std::unique_lock<std::mutex> &lock, Pacer &pacer);
-    void SendFrame(std::unique_lock<std::mutex> &lock, FrameWriter &writer);
+    void SendFrame(std::unique_lock<std::mutex> &lock, FrameMaker &frames);
     void Deliver(const std::shared_ptr<Buffer> &buffer, Frame frame);
 
-    Camera &m_camera;
+    StreamedCamera &m_camera;
     BufferPool &m_pool;
     const Event::Mutex m_mutex; ///< guards what follows, but for the thread
     State m_state = State::Stopped;

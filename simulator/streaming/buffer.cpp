@@ -104,8 +104,44 @@ const Frame &Buffer::RequireFrame() const
     return *frame;
 }
 
+uint32_t Buffer::NumParts() const
+{
+    if (!frame)
+    {
+        return 0;
+    }
+    return frame->answers ? frame->answers->Parts()
+                          : static_cast<uint32_t>(frame->order.settings->parts.size());
+}
+
+/// Whether a recorded frame answers: all that is about the frame, and not about the buffer that it is in.
+bool Buffer::IsAnsweredByFrame(BUFFER_INFO_CMD command) const
+{
+    if (!frame || !frame->answers)
+    {
+        return false;
+    }
+    switch (command)
+    {
+    case BUFFER_INFO_BASE:
+    case BUFFER_INFO_SIZE:
+    case BUFFER_INFO_USER_PTR:
+    case BUFFER_INFO_NEW_DATA:
+    case BUFFER_INFO_IS_QUEUED:
+    case BUFFER_INFO_IS_ACQUIRING:
+    case BUFFER_INFO_SIZE_FILLED:
+        return false;
+    default:
+        return !frame->cutOff;
+    }
+}
+
 Info Buffer::GetInfo(BUFFER_INFO_CMD command) const
 {
+    if (IsAnsweredByFrame(command))
+    {
+        return frame->answers->Of(command);
+    }
     switch (command)
     {
     case BUFFER_INFO_BASE:
@@ -144,6 +180,10 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
         UnknownCommand(command);
     }
     const auto &filled = RequireFrame();
+    if (filled.answers)
+    {
+        return filled.answers->Of(command);
+    }
     const auto &settings = *filled.order.settings;
     const bool hasParts = settings.parts.size() > 1;
     if (const auto info = ImageInfo(settings.parts.front().image, command))
@@ -182,6 +222,10 @@ Info Buffer::GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const
     if (index >= NumParts())
     {
         throw Error(GC_ERR_INVALID_INDEX, "The buffer has no part {}", index);
+    }
+    if (frame->answers)
+    {
+        return frame->answers->OfPart(index, command, m_base);
     }
     const auto &part = frame->order.settings->parts[index];
     const auto &image = part.image;

@@ -41,10 +41,7 @@ public:
 
     /// @throws Error GC_ERR_NOT_AVAILABLE: the answer needs a frame, and there is none.
     Info GetInfo(BUFFER_INFO_CMD command) const;
-    uint32_t NumParts() const
-    {
-        return frame ? static_cast<uint32_t>(frame->order.settings->parts.size()) : 0;
-    }
+    uint32_t NumParts() const;
     /// @throws Error GC_ERR_INVALID_INDEX: no such part.
     Info GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const;
     /// The buffer is one segment.
@@ -56,6 +53,7 @@ public:
     void GetChunks(SINGLE_CHUNK_DATA *chunks, size_t *count) const;
 
 private:
+    bool IsAnsweredByFrame(BUFFER_INFO_CMD command) const;
     Info GetFrameInfo(BUFFER_INFO_CMD command) const;
     const Frame &RequireFrame() const;
 

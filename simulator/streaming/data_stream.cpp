@@ -51,7 +51,7 @@ Info ConstantInfo(const CameraModel &camera, STREAM_INFO_CMD command)
     case STREAM_INFO_ID:
         return Info::Text(DataStream::id);
     case STREAM_INFO_DEFINES_PAYLOADSIZE:
-        return Info::Bool(false);
+        return Info::Bool(camera.recording && camera.recording->Device().streamDefinesPayload);
     case STREAM_INFO_TLTYPE:
         return Info::Text(camera.transport.type);
     case STREAM_INFO_NUM_CHUNKS_MAX:
@@ -70,7 +70,7 @@ Info ConstantInfo(const CameraModel &camera, STREAM_INFO_CMD command)
 
 } // namespace
 
-DataStream::DataStream(HandleTable &handles, std::shared_ptr<Camera> camera)
+DataStream::DataStream(HandleTable &handles, std::shared_ptr<StreamedCamera> camera)
     : Module(handles, IdentityOfStream(camera->Model()),
              FeatureLayout(StreamFeatures(camera->Model().transport)),
              StreamDescription(camera->Model().transport), {EVENT_NEW_BUFFER, EVENT_ERROR}),
@@ -78,7 +78,7 @@ DataStream::DataStream(HandleTable &handles, std::shared_ptr<Camera> camera)
       m_thread(*m_camera, m_pool, m_mutex)
 {
     ConnectFeatures();
-    m_camera->Acquisition().SetListener(this, [this] { m_thread.CameraChanged(); });
+    m_camera->SetListener(this, [this] { m_thread.CameraChanged(); });
 }
 
 DataStream::~DataStream()
@@ -262,7 +262,7 @@ void DataStream::Stop(ACQ_STOP_FLAGS flags)
 
 void DataStream::OnClose()
 {
-    m_camera->Acquisition().RemoveListener(this);
+    m_camera->RemoveListener(this);
     const std::lock_guard control(m_control);
     m_closed = true;
     m_thread.Close();

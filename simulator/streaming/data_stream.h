@@ -17,7 +17,7 @@ public:
     static constexpr size_t minimumBuffers = 4;
     static constexpr const char *id = "Stream0";
 
-    DataStream(HandleTable &handles, std::shared_ptr<Camera> camera);
+    DataStream(HandleTable &handles, std::shared_ptr<StreamedCamera> camera);
     ~DataStream() override;
 
     Info GetInfo(STREAM_INFO_CMD command) const;
@@ -58,7 +58,7 @@ private:
     /// @throws Error GC_ERR_INVALID_HANDLE: no buffer of this stream.
     std::shared_ptr<Buffer> FindBuffer(const void *handle);
 
-    const std::shared_ptr<Camera> m_camera;
+    const std::shared_ptr<StreamedCamera> m_camera;
     std::mutex m_control;
     const Event::Mutex m_mutex; ///< guards what follows
     BufferPool m_pool;

@@ -1,6 +1,10 @@
 #include "simulator/system/device.h"
 
+#include "simulator/clock.h"
+#include "simulator/cameras/camera.h"
 #include "simulator/features/description.h"
+#include "simulator/recordings/recorded_answer.h"
+#include "simulator/recordings/recorded_camera.h"
 
 namespace GenTL::simulator
 {
@@ -9,6 +13,7 @@ namespace
 {
 
 constexpr const char *deviceInformation = "DeviceInformation";
+constexpr uint64_t deviceLost = 0xA001; ///< an EventID
 
 std::vector<Feature> NetworkFeatures(const CameraModel &model)
 {
@@ -70,7 +75,8 @@ std::string DescriptionOf(const CameraModel &model)
 {
     return BuildDescription({"SimulatorDevice", "Device of a simulated camera", "DevicePort",
                              "8E7D3B52-4F3E-4B6B-8E1D-0C4A5D6E7F01", "8E7D3B52-4F3E-4B6B-8E1D-0C4A5D6E7F02"},
-                            FeatureLayout(DeviceModuleFeatures(model)));
+                            FeatureLayout(DeviceModuleFeatures(model)), {},
+                            {{deviceLost, "DeviceLost", "The camera does not answer any more."}});
 }
 
 PortIdentity IdentityOf(const CameraModel &model)
@@ -88,13 +94,21 @@ DEVICE_ACCESS_STATUS AccessStatus(const Device *open)
     return open->IsReadOnly() ? DEVICE_ACCESS_STATUS_OPEN_READONLY : DEVICE_ACCESS_STATUS_OPEN_READWRITE;
 }
 
+std::shared_ptr<StreamedCamera> OpenCamera(HandleTable &handles, CameraUnit &unit, bool writable)
+{
+    if (unit.Model().recording)
+    {
+        return std::make_shared<RecordedCamera>(handles, unit.Model(), writable);
+    }
+    return std::make_shared<Camera>(handles, unit, writable);
+}
+
 } // namespace
 
 Device::Device(HandleTable &handles, CameraUnit &unit, DEVICE_ACCESS_FLAGS access)
     : Module(handles, IdentityOf(unit.Model()), FeatureLayout(DeviceModuleFeatures(unit.Model())),
              DescriptionOf(unit.Model()), {EVENT_ERROR, EVENT_REMOTE_DEVICE, EVENT_MODULE}),
-      m_unit(unit), m_access(access),
-      m_camera(std::make_shared<Camera>(handles, unit, access != DEVICE_ACCESS_READONLY))
+      m_unit(unit), m_access(access), m_camera(OpenCamera(handles, unit, access != DEVICE_ACCESS_READONLY))
 {
     unit.Retire(nullptr);
 }
@@ -108,6 +122,13 @@ void *Device::CameraHandle()
 {
     const std::lock_guard lock(m_openMutex);
     return m_camera->Handle() != nullptr ? m_camera->Handle() : Adopt(m_camera);
+}
+
+void Device::Lose()
+{
+    m_camera->Unplug();
+    Fire(EVENT_ERROR, {static_cast<uint64_t>(GC_ERR_IO), "The camera was unplugged"});
+    Fire(EVENT_MODULE, NumbersNotice(deviceLost, {Nanoseconds()}));
 }
 
 void *Device::OpenStream(const std::string &id)
@@ -140,6 +161,10 @@ void Device::OnClose()
 Info DeviceInfo(const CameraUnit &unit, const Device *open, DEVICE_INFO_CMD command)
 {
     const auto &model = unit.Model();
+    if (model.recording && command != DEVICE_INFO_ACCESS_STATUS)
+    {
+        return RecordedAnswer(model.recording->Device().deviceInfos, command);
+    }
     switch (command)
     {
     case DEVICE_INFO_ID:

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "simulator/cameras/camera.h"
+#include "simulator/cameras/camera_unit.h"
+#include "simulator/cameras/streamed_camera.h"
 #include "simulator/streaming/data_stream.h"
 
 namespace GenTL::simulator
@@ -19,6 +20,9 @@ public:
 
     void *CameraHandle();
 
+    /// The camera was unplugged: tells the consumer, and makes the registers unreachable for good.
+    void Lose();
+
     /// @throws Error GC_ERR_INVALID_ID: no stream of this id.
     /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
     /// @throws Error GC_ERR_ACCESS_DENIED: the device was opened for reading only.
@@ -29,7 +33,7 @@ private:
 
     CameraUnit &m_unit;
     const DEVICE_ACCESS_FLAGS m_access;
-    const std::shared_ptr<Camera> m_camera;
+    const std::shared_ptr<StreamedCamera> m_camera;
     std::mutex m_openMutex;
     std::weak_ptr<DataStream> m_stream;
 };

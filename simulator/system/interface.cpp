@@ -1,7 +1,9 @@
 #include "simulator/system/interface.h"
 
+#include "simulator/clock.h"
 #include "simulator/features/description.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 
@@ -10,6 +12,8 @@ namespace GenTL::simulator
 
 namespace
 {
+
+constexpr uint64_t deviceListChanged = 0xA002; ///< an EventID
 
 bool IsOnNetwork(const InterfaceModel &model)
 {
@@ -67,7 +71,8 @@ std::string Description(const InterfaceModel &model)
 {
     return BuildDescription({"SimulatorInterface", "Simulated network interface", "InterfacePort",
                              "4D2A9C61-0B7E-4F0A-BB3C-7F6E5D4C3B01", "4D2A9C61-0B7E-4F0A-BB3C-7F6E5D4C3B02"},
-                            FeatureLayout(InterfaceFeatures(model)));
+                            FeatureLayout(InterfaceFeatures(model)), {},
+                            {{deviceListChanged, "DeviceListChanged", "A camera was plugged or unplugged."}});
 }
 
 PortIdentity Identity(const InterfaceModel &model)
@@ -89,16 +94,13 @@ const std::vector<InterfaceModel> &InterfaceCatalog()
     return catalog;
 }
 
-bool IsWide()
-{
-    const char *const wanted = std::getenv("QVR_SIM_WIDE");
-    return wanted != nullptr && std::string_view(wanted) == "1";
-}
-
-size_t NumInterfacesWanted()
+std::span<const InterfaceModel> InterfacesWanted()
 {
     constexpr size_t interfacesOfTheWideWorld = 2;
-    return InterfaceCatalog().size() - (IsWide() ? 0 : interfacesOfTheWideWorld);
+    const char *const wanted = std::getenv("QVR_SIM_WIDE");
+    const bool isWide = wanted != nullptr && std::string_view(wanted) == "1";
+    return std::span(InterfaceCatalog())
+        .first(InterfaceCatalog().size() - (isWide ? 0 : interfacesOfTheWideWorld));
 }
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command)
@@ -129,23 +131,38 @@ bool Interface::UpdateList()
     // The lock of the features comes first: a write of the update command arrives with that lock held.
     const auto features = Features().Lock();
     const std::lock_guard lock(m_listMutex);
-    if (m_listed)
+    auto plugged = PluggedCameras();
+    if (m_isUpdated && plugged == m_listed)
     {
         return false;
     }
-    m_listed = true;
+    m_isUpdated = true;
+    m_listed = std::move(plugged);
     ShowDevices();
     return true;
 }
 
+std::vector<size_t> Interface::PluggedCameras() const
+{
+    std::vector<size_t> plugged;
+    for (size_t i = 0; i < m_cameras.size(); ++i)
+    {
+        if (m_cameras[i]->IsPlugged())
+        {
+            plugged.push_back(i);
+        }
+    }
+    return plugged;
+}
+
 void Interface::ShowDevices()
 {
-    const auto count = static_cast<int64_t>(m_cameras.size());
+    const auto count = static_cast<int64_t>(m_listed.size());
     Features().SetInteger("DeviceCount", count);
-    Features().SetInteger("DeviceIndexMax", count - 1);
+    Features().SetInteger("DeviceIndexMax", std::max<int64_t>(count - 1, 0));
     for (int64_t i = 0; i < count; ++i)
     {
-        const auto &model = m_cameras[static_cast<size_t>(i)]->Model();
+        const auto &model = m_cameras[m_listed[static_cast<size_t>(i)]]->Model();
         Features().SetText({"DeviceID", i}, model.Id());
         Features().SetText({"DeviceVendorName", i}, model.vendor);
         Features().SetText({"DeviceModelName", i}, model.model);
@@ -161,16 +178,17 @@ void Interface::ShowDevices()
 uint32_t Interface::NumDevices() const
 {
     const std::lock_guard lock(m_listMutex);
-    return m_listed ? static_cast<uint32_t>(m_cameras.size()) : 0;
+    return static_cast<uint32_t>(m_listed.size());
 }
 
 std::string Interface::DeviceId(uint32_t index) const
 {
-    if (index >= NumDevices())
+    const std::lock_guard lock(m_listMutex);
+    if (index >= m_listed.size())
     {
         throw Error(GC_ERR_INVALID_INDEX, "There is no device {}", index);
     }
-    return m_cameras[index]->Model().Id();
+    return m_cameras[m_listed[index]]->Model().Id();
 }
 
 // Finds a device even before the first update of the list: consumers open a known id right away.
@@ -178,7 +196,8 @@ size_t Interface::IndexOf(const std::string &id) const
 {
     for (size_t i = 0; i < m_cameras.size(); ++i)
     {
-        if (m_cameras[i]->Model().Id() == id)
+        const bool isKnown = m_cameras[i]->IsPlugged() || std::ranges::find(m_listed, i) != m_listed.end();
+        if (isKnown && m_cameras[i]->Model().Id() == id)
         {
             return i;
         }
@@ -211,9 +230,36 @@ void *Interface::OpenDevice(const std::string &id, DEVICE_ACCESS_FLAGS access)
     {
         throw Error(GC_ERR_RESOURCE_IN_USE, "The device is open already");
     }
+    if (!m_cameras[index]->IsPlugged())
+    {
+        throw Error(GC_ERR_IO, "The camera does not answer");
+    }
     const auto device = std::make_shared<Device>(Handles(), *m_cameras[index], access);
     m_opened[index] = device;
-    return Adopt(device);
+    auto *const handle = Adopt(device);
+    device->CameraHandle(); // the camera sends its events through its device from now on
+    return handle;
+}
+
+void Interface::PlugsChanged()
+{
+    std::vector<std::shared_ptr<Device>> lost;
+    {
+        const std::lock_guard lock(m_listMutex);
+        for (size_t i = 0; i < m_cameras.size(); ++i)
+        {
+            const auto device = OpenedDevice(i);
+            if (device && !m_cameras[i]->IsPlugged())
+            {
+                lost.push_back(device);
+            }
+        }
+    }
+    for (const auto &device : lost)
+    {
+        device->Lose();
+    }
+    Fire(EVENT_MODULE, NumbersNotice(deviceListChanged, {Nanoseconds()}));
 }
 
 } // namespace GenTL::simulator

@@ -17,14 +17,12 @@ struct InterfaceModel
     Transport transport = gigEVision;
 };
 
-/// All interfaces. Those of the wide world are the last.
+/// All interfaces of simulated cameras. Those of the wide world are the last.
 const std::vector<InterfaceModel> &InterfaceCatalog();
 
-/// Whether the environment asks for the interfaces of the wide world, by QVR_SIM_WIDE=1.
-bool IsWide();
-
-/// The interfaces of the catalogue, from the first, that the environment asks for.
-size_t NumInterfacesWanted();
+/// The interfaces of the catalogue that the environment asks for: those of the wide world with
+/// QVR_SIM_WIDE=1.
+std::span<const InterfaceModel> InterfacesWanted();
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command);
 
@@ -46,19 +44,26 @@ public:
     Info GetDeviceInfo(const std::string &id, DEVICE_INFO_CMD command) const;
 
     /// @throws Error GC_ERR_INVALID_ID: no such camera is connected.
+    /// @throws Error GC_ERR_IO: it is in the list and was unplugged since.
     /// @throws Error GC_ERR_RESOURCE_IN_USE: it is open already.
     /// @throws Error GC_ERR_INVALID_PARAMETER: `access` is unknown.
     void *OpenDevice(const std::string &id, DEVICE_ACCESS_FLAGS access);
 
+    /// Some cameras were plugged or unplugged: loses the open devices that are gone, and tells the consumer
+    /// that the list is out of date.
+    void PlugsChanged();
+
 private:
     size_t IndexOf(const std::string &id) const;
     std::shared_ptr<Device> OpenedDevice(size_t index) const;
+    std::vector<size_t> PluggedCameras() const;
     void ShowDevices();
 
     const InterfaceModel &m_model;
     const std::vector<CameraUnit *> m_cameras;
     mutable std::mutex m_listMutex; ///< guards what follows
-    bool m_listed = false;
+    bool m_isUpdated = false;
+    std::vector<size_t> m_listed;                ///< the cameras in the list
     std::vector<std::weak_ptr<Device>> m_opened; ///< one for each camera
 };
 

@@ -1,6 +1,9 @@
 #include "simulator/system/producer.h"
 
 #include "simulator/cameras/camera_catalog.h"
+#include "simulator/recordings/replay_options.h"
+
+#include <cstdlib>
 
 namespace GenTL::simulator
 {
@@ -62,17 +65,59 @@ std::shared_ptr<Producer> Producer::Get()
     return instance.producer;
 }
 
+Info Producer::GetInfo(TL_INFO_CMD command)
+{
+    auto &instance = TheInstance();
+    const std::lock_guard lock(instance.mutex);
+    return SystemInfo(command, instance.producer ? instance.producer->Interfaces() : InterfacesWanted());
+}
+
 Producer::Producer()
 {
-    for (const auto &model : CameraCatalog())
+    try
+    {
+        m_recorded = ReadRecordedWorld(RecordingFolders());
+    }
+    catch (const Error &error)
+    {
+        // GCGetLastError tells it of TLOpen. A consumer need not ask it about a GCInitLib that failed.
+        m_recordingFailure = error.what();
+    }
+    for (const auto &model : m_recorded.cameras.empty() ? CameraCatalog() : m_recorded.cameras)
     {
         m_cameras.push_back(std::make_unique<CameraUnit>(model));
+    }
+    if (const char *const file = std::getenv("QVR_SIM_UNPLUG"))
+    {
+        m_plugs.emplace(file, [this](const std::set<std::string> &names) { SetUnplugged(names); });
     }
 }
 
 Producer::~Producer()
 {
+    m_plugs.reset();
     CloseSystem(); // when the library is unloaded without GCCloseLib
+}
+
+void Producer::SetUnplugged(const std::set<std::string> &names)
+{
+    bool isChanged = false;
+    for (const auto &camera : m_cameras)
+    {
+        const auto &model = camera->Model();
+        const bool isPlugged = !names.contains(model.model) && !names.contains(model.Id());
+        isChanged = isChanged || isPlugged != camera->IsPlugged();
+        camera->SetPlugged(isPlugged);
+    }
+    std::shared_ptr<System> open;
+    {
+        const std::lock_guard lock(m_mutex);
+        open = m_system.lock();
+    }
+    if (isChanged && open && !open->IsClosed())
+    {
+        open->PlugsChanged();
+    }
 }
 
 void *Producer::OpenSystem()
@@ -82,9 +127,18 @@ void *Producer::OpenSystem()
     {
         throw Error(GC_ERR_RESOURCE_IN_USE, "The system is open already");
     }
-    const auto system = std::make_shared<System>(m_handles, m_cameras);
+    if (!m_recordingFailure.empty())
+    {
+        throw Error(GC_ERR_IO, "{}", m_recordingFailure);
+    }
+    const auto system = std::make_shared<System>(m_handles, Interfaces(), m_cameras);
     m_system = system;
     return m_handles.Add(system);
+}
+
+std::span<const InterfaceModel> Producer::Interfaces() const
+{
+    return m_recorded.interfaces.empty() ? InterfacesWanted() : m_recorded.interfaces;
 }
 
 void Producer::CloseSystem()

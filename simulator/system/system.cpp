@@ -14,19 +14,25 @@ namespace
 constexpr const char *systemId = "QVR-SIMULATOR";
 constexpr const char *systemModel = "Simulated cameras";
 
-/// The TLType of the producer, as info and as feature.
-Transport TransportOfSystem()
+using Interfaces = std::span<const InterfaceModel>;
+
+/// The TLType of the producer, as info and as feature: that of all its interfaces.
+Transport TransportOfSystem(Interfaces interfaces)
 {
-    return IsWide() ? Transport{"Mixed", "Mixed", true} : gigEVision;
+    const auto &first = interfaces.front().transport;
+    const bool isOne =
+        std::ranges::all_of(interfaces, [&](const InterfaceModel &interface)
+                            { return std::string_view(interface.transport.type) == first.type; });
+    return isOne ? first : Transport{"Mixed", "Mixed", true};
 }
 
-/// The entries of InterfaceType: the transports of the first `interfaces` of the catalogue, each once.
-std::vector<EnumEntry> InterfaceTypes(size_t interfaces)
+/// The entries of InterfaceType: the transports of the interfaces, each once.
+std::vector<EnumEntry> InterfaceTypes(Interfaces interfaces)
 {
     std::vector<EnumEntry> entries;
-    for (size_t i = 0; i < interfaces; ++i)
+    for (const auto &interface : interfaces)
     {
-        const std::string name = InterfaceCatalog()[i].transport.featureName;
+        const std::string name = interface.transport.featureName;
         if (std::ranges::find(entries, name, &EnumEntry::name) == entries.end())
         {
             entries.push_back({name, static_cast<int64_t>(entries.size())});
@@ -35,9 +41,9 @@ std::vector<EnumEntry> InterfaceTypes(size_t interfaces)
     return entries;
 }
 
-int64_t InterfaceTypeOf(const InterfaceModel &model)
+int64_t InterfaceTypeOf(const InterfaceModel &model, Interfaces interfaces)
 {
-    const auto types = InterfaceTypes(InterfaceCatalog().size());
+    const auto types = InterfaceTypes(interfaces);
     return std::ranges::find(types, std::string(model.transport.featureName), &EnumEntry::name)->value;
 }
 
@@ -46,7 +52,7 @@ std::string FileName()
     return OwnPath().filename();
 }
 
-std::vector<Feature> InformationFeatures()
+std::vector<Feature> InformationFeatures(Interfaces interfaces)
 {
     const char *const category = "SystemInformation";
     const auto text = [&](const char *name, const char *toolTip, size_t length, const std::string &value)
@@ -61,7 +67,8 @@ std::vector<Feature> InformationFeatures()
         text("TLFileName", "File of the producer.", 64, FileName()),
         text("TLDisplayName", "Name to show to a user.", 64, systemModel),
         text("TLPath", "Path of the producer's file.", 512, OwnPath().string()),
-        Enumeration(category, "TLType", "Transport layer type.", {{TransportOfSystem().featureName, 0}})
+        Enumeration(category, "TLType", "Transport layer type.",
+                    {{TransportOfSystem(interfaces).featureName, 0}})
             .ReadOnly(),
         number("GenTLVersionMajor", "Major version of GenTL.", 1),
         number("GenTLVersionMinor", "Minor version of GenTL.", 6),
@@ -70,7 +77,7 @@ std::vector<Feature> InformationFeatures()
     };
 }
 
-std::vector<Feature> InterfaceListFeatures()
+std::vector<Feature> InterfaceListFeatures(Interfaces interfaces)
 {
     const char *const category = "InterfaceEnumeration";
     const auto selected = [](Feature feature)
@@ -89,8 +96,7 @@ std::vector<Feature> InterfaceListFeatures()
             .Range(0, ValueOf("InterfaceIndexMax")),
         selected(Text(category, "InterfaceID", "Identifier of the interface.", 128)),
         selected(Text(category, "InterfaceDisplayName", "Name to show to a user.", 128)),
-        selected(Enumeration(category, "InterfaceType", "Transport layer type.",
-                             InterfaceTypes(NumInterfacesWanted()))),
+        selected(Enumeration(category, "InterfaceType", "Transport layer type.", InterfaceTypes(interfaces))),
         number("NetworkAdapterCount", "Network adapters of the interface.").VendorSpecific(),
         number("GevInterfaceMACAddress", "Hardware address.").Length(8).Representation("MACAddress"),
         number("GevInterfaceDefaultIPAddress", "Address.").Representation("IPV4Address"),
@@ -99,21 +105,21 @@ std::vector<Feature> InterfaceListFeatures()
     };
 }
 
-std::vector<Feature> SystemFeatures()
+std::vector<Feature> SystemFeatures(Interfaces interfaces)
 {
-    return Joined({InformationFeatures(), InterfaceListFeatures()});
+    return Joined({InformationFeatures(interfaces), InterfaceListFeatures(interfaces)});
 }
 
-std::string Description()
+std::string Description(Interfaces interfaces)
 {
     return BuildDescription({"SimulatorSystem", "Simulated cameras", "TLPort",
                              "7B1F0E94-3C2D-4A5B-9E8F-1A2B3C4D5E01", "7B1F0E94-3C2D-4A5B-9E8F-1A2B3C4D5E02"},
-                            FeatureLayout(SystemFeatures()));
+                            FeatureLayout(SystemFeatures(interfaces)));
 }
 
 } // namespace
 
-Info SystemInfo(TL_INFO_CMD command)
+Info SystemInfo(TL_INFO_CMD command, Interfaces interfaces)
 {
     switch (command)
     {
@@ -127,7 +133,7 @@ Info SystemInfo(TL_INFO_CMD command)
     case TL_INFO_VERSION:
         return Info::Text(producerVersion);
     case TL_INFO_TLTYPE:
-        return Info::Text(TransportOfSystem().type);
+        return Info::Text(TransportOfSystem(interfaces).type);
     case TL_INFO_NAME:
         return Info::Text(FileName());
     case TL_INFO_PATHNAME:
@@ -143,12 +149,12 @@ Info SystemInfo(TL_INFO_CMD command)
     }
 }
 
-System::System(HandleTable &handles, std::vector<std::unique_ptr<CameraUnit>> &cameras)
+System::System(HandleTable &handles, Interfaces interfaces, std::vector<std::unique_ptr<CameraUnit>> &cameras)
     : Module(handles,
              {systemId, systemModel, "TLSystem", "TLPort", producerVersion, "System.xml",
-              TransportOfSystem().type},
-             FeatureLayout(SystemFeatures()), Description(), {EVENT_ERROR, EVENT_MODULE}),
-      m_cameras(cameras), m_opened(NumInterfacesWanted())
+              TransportOfSystem(interfaces).type},
+             FeatureLayout(SystemFeatures(interfaces)), Description(interfaces), {EVENT_ERROR, EVENT_MODULE}),
+      m_interfaces(interfaces), m_cameras(cameras), m_opened(interfaces.size())
 {
     Features().AfterWrite("InterfaceUpdateList", [this] { UpdateList(); });
 }
@@ -174,10 +180,10 @@ void System::ShowInterfaces()
     Features().SetInteger("InterfaceIndexMax", count - 1);
     for (int64_t i = 0; i < count; ++i)
     {
-        const auto &model = InterfaceCatalog()[static_cast<size_t>(i)];
+        const auto &model = m_interfaces[static_cast<size_t>(i)];
         Features().SetText({"InterfaceID", i}, model.id);
         Features().SetText({"InterfaceDisplayName", i}, model.displayName);
-        Features().SetInteger({"InterfaceType", i}, InterfaceTypeOf(model));
+        Features().SetInteger({"InterfaceType", i}, InterfaceTypeOf(model, m_interfaces));
         Features().SetInteger({"NetworkAdapterCount", i}, 1);
         Features().SetInteger({"GevInterfaceMACAddress", i}, static_cast<int64_t>(model.macAddress));
         Features().SetInteger({"GevInterfaceDefaultIPAddress", i}, model.ipAddress);
@@ -198,14 +204,14 @@ std::string System::InterfaceId(uint32_t index) const
     {
         throw Error(GC_ERR_INVALID_INDEX, "There is no interface {}", index);
     }
-    return InterfaceCatalog()[index].id;
+    return m_interfaces[index].id;
 }
 
 size_t System::IndexOf(const std::string &id) const
 {
     for (size_t i = 0; i < m_opened.size(); ++i)
     {
-        if (InterfaceCatalog()[i].id == id)
+        if (m_interfaces[i].id == id)
         {
             return i;
         }
@@ -216,7 +222,7 @@ size_t System::IndexOf(const std::string &id) const
 Info System::GetInterfaceInfo(const std::string &id, INTERFACE_INFO_CMD command) const
 {
     const std::lock_guard lock(m_listMutex);
-    return InterfaceInfo(InterfaceCatalog()[IndexOf(id)], command);
+    return InterfaceInfo(m_interfaces[IndexOf(id)], command);
 }
 
 void *System::OpenInterface(const std::string &id)
@@ -235,10 +241,28 @@ void *System::OpenInterface(const std::string &id)
             connected.push_back(camera.get());
         }
     }
-    const auto opened =
-        std::make_shared<Interface>(Handles(), InterfaceCatalog()[index], std::move(connected));
+    const auto opened = std::make_shared<Interface>(Handles(), m_interfaces[index], std::move(connected));
     m_opened[index] = opened;
     return Adopt(opened);
+}
+
+void System::PlugsChanged()
+{
+    std::vector<std::shared_ptr<Interface>> open;
+    {
+        const std::lock_guard lock(m_listMutex);
+        for (const auto &interface : m_opened)
+        {
+            open.push_back(interface.lock());
+        }
+    }
+    for (const auto &interface : open)
+    {
+        if (interface && !interface->IsClosed())
+        {
+            interface->PlugsChanged();
+        }
+    }
 }
 
 } // namespace GenTL::simulator

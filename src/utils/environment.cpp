@@ -5,7 +5,7 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <vector>
 
 namespace GenTL::internal::utils
 {
@@ -31,8 +31,20 @@ bool HaveSameBytes(const std::string &one, const std::string &other)
     }
     std::ifstream oneFile(one, std::ios::binary);
     std::ifstream otherFile(other, std::ios::binary);
-    using Bytes = std::istreambuf_iterator<char>;
-    return oneFile && otherFile && std::equal(Bytes(oneFile), Bytes(), Bytes(otherFile), Bytes());
+    // By blocks: a producer with debug information has tens of megabytes.
+    std::vector<char> oneBlock(size_t{1} << 16);
+    std::vector<char> otherBlock(oneBlock.size());
+    while (oneFile && otherFile)
+    {
+        oneFile.read(oneBlock.data(), static_cast<std::streamsize>(oneBlock.size()));
+        otherFile.read(otherBlock.data(), static_cast<std::streamsize>(otherBlock.size()));
+        if (oneFile.gcount() != otherFile.gcount() ||
+            !std::equal(oneBlock.begin(), oneBlock.begin() + oneFile.gcount(), otherBlock.begin()))
+        {
+            return false;
+        }
+    }
+    return oneFile.eof() && otherFile.eof();
 }
 
 } // namespace

@@ -3,10 +3,7 @@
 #include "depth_axis.h"
 #include "depth_points.h"
 
-#include <cmath>
-#include <optional>
 #include <string>
-#include <vector>
 
 namespace chain
 {
@@ -34,22 +31,5 @@ protected:
     DepthCamera m_opened{anyProducer};
     Camera &m_camera{m_opened.camera};
 };
-
-/// The pixels of the camera's image that may be the nearest to a place of the sensor: several when the place
-/// is about midway between them. None: a place outside of the image.
-inline std::vector<std::optional<size_t>> PixelsNear(const View &view, const SensorPlace &place)
-{
-    const double column = (place.column - (view.StepX() - 1) / 2.0) / view.StepX() - view.offsetX;
-    const double row = (place.row - (view.StepY() - 1) / 2.0) / view.StepY() - view.offsetY;
-    std::vector<std::optional<size_t>> pixels;
-    for (int i = 0; i < 4; ++i)
-    {
-        const auto x = std::lround(column + (i % 2 == 0 ? -0.001 : 0.001));
-        const auto y = std::lround(row + (i < 2 ? -0.001 : 0.001));
-        const bool isInside = x >= 0 && x < view.width && y >= 0 && y < view.height;
-        pixels.push_back(isInside ? std::optional(static_cast<size_t>(y * view.width + x)) : std::nullopt);
-    }
-    return pixels;
-}
 
 } // namespace chain

@@ -4,6 +4,7 @@
 #include "depth_axis.h"
 #include "depth_points.h"
 #include "support/failure.h"
+#include "support/sanitizer.h"
 
 #include <gtest/gtest.h>
 
@@ -259,9 +260,14 @@ TEST_P(ChangesTo, LeaveTheSameInEveryOrder)
     const auto steps = StepsTo(GetParam());
     std::set<std::string> seen; // sequences of steps checked already: many orders begin alike
     std::array<size_t, 5> order{0, 1, 2, 3, 4};
-    size_t walks = 0;
-    do
+    // A sanitizer looks for other faults than a wrong order, and would take a minute for all of them.
+    const size_t step = hasSanitizer ? 7 : 1;
+    for (size_t number = 0; number < 120; ++number, std::next_permutation(order.begin(), order.end()))
     {
+        if (number % step != 0)
+        {
+            continue;
+        }
         std::string way;
         for (const bool isForward : {true, false})
         {
@@ -281,9 +287,8 @@ TEST_P(ChangesTo, LeaveTheSameInEveryOrder)
             }
             EXPECT_EQ(remote.Get("Scan3dOutputMode"), isForward ? GetParam().mode : "CalibratedABC_Grid");
         }
-        ++walks;
-    } while (std::next_permutation(order.begin(), order.end()));
-    EXPECT_EQ(walks, 120U);
+    }
+    EXPECT_TRUE(std::ranges::is_sorted(order)) << "not all orders were taken";
 }
 
 INSTANTIATE_TEST_SUITE_P(Goals, ChangesTo,
@@ -323,10 +328,7 @@ public:
     Acquisition(const Acquisition &) = delete;
     Acquisition &operator=(const Acquisition &) = delete;
 
-    ~Acquisition()
-    {
-        StopAndRevoke(m_camera);
-    }
+    ~Acquisition() { StopAndRevoke(m_camera); }
 
     /// Takes more frames than there are buffers, so that some of them begin after this call.
     void ExpectFrames(const Announced &announced)

@@ -3,6 +3,7 @@
 
 #include "depth_axis.h"
 #include "depth_points.h"
+#include "support/sanitizer.h"
 
 #include <gtest/gtest.h>
 
@@ -88,28 +89,6 @@ struct Situation
 void PrintTo(const Situation &situation, std::ostream *stream)
 {
     *stream << situation.userSet << ' ' << situation.view.name;
-}
-
-/// The pixels that may be the nearest to a place: several when the place is about midway between them.
-std::vector<std::optional<size_t>> NearestPixels(const View &view, const SensorPlace &place)
-{
-    const auto pixelOf = [](double sensor, int step, int offset)
-    { return (sensor - (step - 1) / 2.0) / step - offset; };
-    const double column = pixelOf(place.column, view.StepX(), view.offsetX);
-    const double row = pixelOf(place.row, view.StepY(), view.offsetY);
-    std::vector<std::optional<size_t>> pixels;
-    for (const double beside : {-0.001, 0.001})
-    {
-        for (const double below : {-0.001, 0.001})
-        {
-            const auto x = std::lround(column + beside);
-            const auto y = std::lround(row + below);
-            const bool isInside = x >= 0 && x < view.width && y >= 0 && y < view.height;
-            pixels.push_back(isInside ? std::optional(static_cast<size_t>(y * view.width + x))
-                                      : std::nullopt);
-        }
-    }
-    return pixels;
 }
 
 class DepthFeatures : public testing::TestWithParam<Situation>
@@ -199,7 +178,7 @@ TEST_P(DepthFeatures, TellTheSamePointsInEveryMode)
                 return isValid == calibrated[i].isValid &&
                        (!isValid || std::abs(sent[*source].value - calibrated[i].value) < 0.001);
             };
-            const auto sources = NearestPixels(GetParam().view, Shown(ray));
+            const auto sources = PixelsNear(GetParam().view, Shown(ray));
             notAsSent += std::any_of(sources.begin(), sources.end(), isOf) ? 0 : 1;
             const auto &a = grid.at("CoordinateA")[i];
             const auto &b = grid.at("CoordinateB")[i];
@@ -279,7 +258,7 @@ TEST(DepthOfAUserSetWithAnOffset, HasTheOffsetInTheCamerasModeOnly)
             ASSERT_TRUE(depth[i].isValid) << column << ' ' << row;
             ASSERT_NEAR(depth[i].value + offset, known, 0.002 * known) << column << ' ' << row;
             ASSERT_EQ(grid[i].value, depth[i].value) << column << ' ' << row;
-            const auto source = NearestPixels(whole, Shown(RayOf(place))).front();
+            const auto source = PixelsNear(whole, Shown(RayOf(place))).front();
             ASSERT_TRUE(source && raw[*source].isValid) << column << ' ' << row;
             ASSERT_NEAR(raw[*source].value, known, 0.002 * known) << column << ' ' << row;
             ++compared;
@@ -296,11 +275,18 @@ TEST(DepthOfAUserSetWithAnOffset, HasTheOffsetInTheCamerasModeOnly)
 std::vector<Situation> Situations()
 {
     std::vector<Situation> situations;
+    size_t number = 0;
     for (const auto *userSet : {"Default", "UserSet0", "UserSet1"})
     {
+        // Under a sanitizer each user set has two regions of its own.
+        const size_t remainder = number / Regions().size();
         for (const auto &view : Regions())
         {
-            situations.push_back({userSet, view});
+            if (!hasSanitizer || number % 3 == remainder)
+            {
+                situations.push_back({userSet, view});
+            }
+            ++number;
         }
     }
     return situations;

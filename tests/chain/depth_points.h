@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -88,6 +89,26 @@ inline SensorPlace Shown(const Point &ray)
     const double radial = 1 + r2 * (k1 + r2 * (k2 + r2 * k3));
     return ShownStraight({x * radial + 2 * p1 * x * y + p2 * (r2 + 2 * x * x),
                           y * radial + p1 * (r2 + 2 * y * y) + 2 * p2 * x * y, 1});
+}
+
+/// The pixels of the camera's image that may be the nearest to a place of the sensor: several when the place
+/// is about midway between them. None: a place outside of the image.
+inline std::array<std::optional<size_t>, 4> PixelsNear(const View &view, const SensorPlace &place)
+{
+    const double column = (place.column - (view.StepX() - 1) / 2.0) / view.StepX() - view.offsetX;
+    const double row = (place.row - (view.StepY() - 1) / 2.0) / view.StepY() - view.offsetY;
+    std::array<std::optional<size_t>, 4> pixels;
+    for (size_t i = 0; i < pixels.size(); ++i)
+    {
+        const auto x = std::lround(column + (i % 2 == 0 ? -0.001 : 0.001));
+        const auto y = std::lround(row + (i < 2 ? -0.001 : 0.001));
+        const bool isInside = x >= 0 && x < view.width && y >= 0 && y < view.height;
+        if (isInside)
+        {
+            pixels.at(i) = static_cast<size_t>(y * view.width + x);
+        }
+    }
+    return pixels;
 }
 
 /// The point of the plane in a direction.

@@ -3,6 +3,7 @@
 
 #include "depth_points.h"
 #include "resident_memory.h"
+#include "support/sanitizer.h"
 
 #include <gtest/gtest.h>
 

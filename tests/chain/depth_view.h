@@ -1,6 +1,7 @@
 #pragma once
 
 #include "consumer.h"
+#include "support/sanitizer.h"
 
 #include <gtest/gtest.h>
 
@@ -93,7 +94,8 @@ std::vector<View> ForEachFactor(Make make)
     {
         for (int y = 1; y <= largestFactor; ++y)
         {
-            if (x * y != 1)
+            // Under a sanitizer five of the fifteen, with each factor in each direction.
+            if (x * y != 1 && (!hasSanitizer || (x + y) % 3 == 0))
             {
                 views.push_back(make(x, y));
             }

@@ -3,6 +3,7 @@
 #include "consumer.h"
 #include "resident_memory.h"
 #include "support/failure.h"
+#include "support/sanitizer.h"
 
 #include <gtest/gtest.h>
 

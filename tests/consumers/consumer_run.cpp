@@ -8,6 +8,7 @@
 #include "consumers/plugin_consumer.h"
 #include "consumers/polling_consumer.h"
 #include "consumers/snapshot_consumer.h"
+#include "support/sanitizer.h"
 
 #include <cstdlib>
 #include <dlfcn.h>
@@ -20,17 +21,7 @@ namespace
 
 using namespace consumers;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int bindDeeply = 0; // the sanitizers refuse RTLD_DEEPBIND
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-constexpr int bindDeeply = 0;
-#else
-constexpr int bindDeeply = RTLD_DEEPBIND;
-#endif
-#else
-constexpr int bindDeeply = RTLD_DEEPBIND;
-#endif
+constexpr int bindDeeply = hasSanitizer ? 0 : RTLD_DEEPBIND; // the sanitizers refuse it
 
 /// A kind of consumer: how it loads a producer, and how it is made.
 struct Kind

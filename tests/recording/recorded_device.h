@@ -21,6 +21,7 @@ inline recording::DeviceRecord MakeDevice()
                                    .interface = {"interface", "an interface", "GEV"},
                                    .url = "local:a.xml;100;5",
                                    .description = "<xml>",
+                                   .descriptionAddress = 0x100,
                                    .streamDefinesPayload = true,
                                    .payloadSize = 12};
     device.deviceInfos = {{1, 0, 2, std::string("\0\xFF", 2)}, {2, -1005, 0, "none"}};
@@ -29,7 +30,7 @@ inline recording::DeviceRecord MakeDevice()
     auto &registers = device.registers;
     registers.memory = {{0xFFFF'FFFF'FFFF'0000, "abcd"}};
     registers.selections = {{{{8, "a"}}, {{16, "b"}, {24, "c"}}}};
-    registers.commands = {{"AcquisitionStart", 32, 4, true}};
+    registers.commands = {{{"AcquisitionStart", 32, 4, true}, 1}};
     registers.layout = {{"Width", 36, 4, false}};
     registers.fileAccess = {.places = {{"FileSelector", 40, 4, false}},
                             .operations = {{"Open", 0}},

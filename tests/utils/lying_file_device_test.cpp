@@ -1,4 +1,5 @@
 #include "file_access_fixture.h"
+#include "support/sanitizer.h"
 
 #include <gmock/gmock.h>
 
@@ -14,14 +15,6 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::StartsWith;
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool hasSanitizer = true;
-#elif defined(__has_feature)
-constexpr bool hasSanitizer = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool hasSanitizer = false;
-#endif
 
 class LyingFileDevice : public FileAccessTest
 {

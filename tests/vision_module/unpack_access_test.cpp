@@ -1,4 +1,5 @@
 #include "guarded_memory.h"
+#include "support/sanitizer.h"
 #include "unpack_formats.h"
 
 #include <gtest/gtest.h>
@@ -65,7 +66,8 @@ TEST_P(UnpackAccessOf, StaysWithinLargeImages)
     GuardedMemory source(capacity);
     GuardedMemory target(GetSizeInBytes(UnpackedFormat(GetParam()), largest));
     FillWith(source, capacity);
-    for (auto width = largest.width - 9; width <= largest.width; ++width)
+    // The guards work without a sanitizer, too.
+    for (auto width = largest.width - 9; width <= largest.width; width += hasSanitizer ? 3 : 1)
     {
         UnpackBetweenGuards(GetParam(), {width, largest.height}, source, target);
     }

@@ -1,3 +1,4 @@
+#include "support/sanitizer.h"
 #include "unpack_formats.h"
 
 #include "vision_module/unpack_scalar.h"
@@ -120,7 +121,8 @@ TEST_P(UnpackOf, AgreesWithThePlainFormInLinesOfManyPieces)
 TEST_P(UnpackOf, AgreesWithThePlainFormInLargeImages)
 {
     const Sample sample(GetParam(), {1531, 1409});
-    for (const size_t offset : {0U, 1U, 2U, 8U, 60U})
+    const auto offsets = hasSanitizer ? std::vector<size_t>{0, 60} : std::vector<size_t>{0, 1, 2, 8, 60};
+    for (const size_t offset : offsets)
     {
         ASSERT_TRUE(Agrees(sample, 3, offset)) << "target at " << offset;
     }

@@ -60,7 +60,7 @@ Acquisition::~Acquisition()
     if (m_waiting.joinable())
     {
         m_bench.calls.EventKill(m_event);
-        EndThread();
+        m_waiting.join();
     }
     m_bench.session.CloseDevice();
 }
@@ -158,8 +158,8 @@ GC_ERROR Acquisition::TakeEventStep(Step step)
     case Step::KillEvent:
     {
         const auto code = calls.EventKill(m_event);
-        EndThread();
-        return code;
+        m_waiting.join();
+        return code == GC_ERR_SUCCESS && m_endOfWait != GC_ERR_ABORT ? m_endOfWait : code;
     }
     case Step::FlushEvent:
         return calls.EventFlush(m_event);
@@ -263,11 +263,6 @@ GC_ERROR Acquisition::SetFeature(const char *name, const char *value)
     {
         throw NotReached(failure.what());
     }
-}
-
-void Acquisition::EndThread()
-{
-    m_waiting.join();
 }
 
 } // namespace gentlctl

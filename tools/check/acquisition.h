@@ -26,7 +26,7 @@ enum class Step : uint8_t
     Unlock,        ///< TLParamsLocked = 0
     StopStream,    ///< ACQ_STOP_FLAGS_DEFAULT
     KillStream,    ///< ACQ_STOP_FLAGS_KILL
-    KillEvent,     ///< and wait for the thread
+    KillEvent,     ///< and wait for the thread, whose wait must end with GC_ERR_ABORT
     FlushEvent,    ///< EventFlush
     Unregister,    ///< EVENT_NEW_BUFFER
     DiscardAll,    ///< DSFlushQueue
@@ -58,8 +58,6 @@ public:
     GenTL::DS_HANDLE Stream() { return m_bench.session.Stream(); }
     GenTL::EVENT_HANDLE Event() const { return m_event; }
     const std::vector<std::vector<uint8_t>> &OwnMemory() const { return m_memory; }
-    /// How the wait of WaitInThread ended.
-    GenTL::GC_ERROR EndOfWait() const { return m_endOfWait; }
 
     /// The bytes of a buffer: what the stream defines, else the camera's PayloadSize.
     size_t PayloadSize();
@@ -70,7 +68,6 @@ private:
     GenTL::GC_ERROR Announce(bool isOwn);
     GenTL::GC_ERROR Revoke(bool isByIndex);
     GenTL::GC_ERROR SetFeature(const char *name, const char *value);
-    void EndThread();
 
     Bench &m_bench;
     size_t m_count;
@@ -78,7 +75,7 @@ private:
     std::vector<std::vector<uint8_t>> m_memory;
     GenTL::EVENT_HANDLE m_event = nullptr;
     std::thread m_waiting;
-    GenTL::GC_ERROR m_endOfWait = GenTL::GC_ERR_SUCCESS;
+    GenTL::GC_ERROR m_endOfWait = GenTL::GC_ERR_SUCCESS; ///< of WaitInThread
 };
 
 /// How a step is written in a report.

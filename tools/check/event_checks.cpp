@@ -16,7 +16,7 @@ namespace
 {
 
 constexpr uint64_t shortWaitMs = 1;
-constexpr uint64_t longWaitMs = 3000;
+constexpr uint64_t longWaitMs = 1000;
 
 struct ModuleEvent
 {
@@ -121,16 +121,18 @@ void WaitsEndInTime(Bench &bench)
 void KillEndsOneWait(Bench &bench)
 {
     Registered registered(bench);
-    if (!bench.trial.Must("EventKill", bench.calls.EventKill(registered.Event()),
-                          {Level::Broken, "Aravis waits without limit and never stops",
-                           "end the present wait, else the next one, with GC_ERR_ABORT"}))
+    const Verdict verdict{Level::Broken, "Aravis waits without limit and never stops",
+                          "end the present wait, else the next one, with GC_ERR_ABORT"};
+    if (!bench.trial.Must("EventKill", bench.calls.EventKill(registered.Event()), verdict))
     {
         return;
     }
-    bench.trial.MustFail("EventGetData after EventKill", WaitForEvent(bench, registered.Event(), longWaitMs),
-                         {GC_ERR_ABORT},
-                         {Level::Broken, "Aravis waits without limit and never stops",
-                          "end the present wait, else the next one, with GC_ERR_ABORT"});
+    const auto code = WaitForEvent(bench, registered.Event(), longWaitMs);
+    if (code != GC_ERR_ABORT)
+    {
+        bench.trial.Add("EventKill",
+                        fmt::format("does not end the wait: EventGetData gives {}", CodeName(code)), verdict);
+    }
 }
 
 void UnregistersOnce(Bench &bench)
@@ -155,13 +157,13 @@ void UnregistersOnce(Bench &bench)
 ChecksOf EventChecks()
 {
     return {
-        {"event", "new buffers are told", NewBufferRegisters},
+        {"event", "GCRegisterEvent takes EVENT_NEW_BUFFER", NewBufferRegisters},
         {"event", "module events are there or refused as consumers expect", ModuleEventsAreSurvived},
-        {"event", "an event is registered once", RegistersOnce},
-        {"event", "every event info answers by the rules", EventInfosFollowTheRules},
-        {"event", "a wait ends in time", WaitsEndInTime},
+        {"event", "GCRegisterEvent registers once", RegistersOnce},
+        {"event", "EventGetInfo answers every command by the rules", EventInfosFollowTheRules},
+        {"event", "EventGetData ends in time", WaitsEndInTime},
         {"event", "EventKill ends one wait", KillEndsOneWait},
-        {"event", "an event ends once", UnregistersOnce},
+        {"event", "GCUnregisterEvent ends an event, once", UnregistersOnce},
     };
 }
 

@@ -1,5 +1,6 @@
 #include "check/file_checks.h"
 
+#include "check/needed_functions.h"
 #include "check/session.h"
 #include "check/trial.h"
 #include "consumer/producer_files.h"
@@ -24,17 +25,6 @@ namespace
 {
 
 constexpr auto fileArea = "file";
-
-/// What every producer must have to deliver frames.
-const std::vector<std::string_view> &NeededFunctions()
-{
-    static const std::vector<std::string_view> names{
-#define NEEDED(name) #name,
-#include "lower/needed_functions.inc"
-#undef NEEDED
-    };
-    return names;
-}
 
 /// Whether a name looks like one of the published functions: a prefix of theirs, and a capital letter.
 bool LooksPublished(std::string_view name)
@@ -140,6 +130,7 @@ LoadedRun RunLoaded(const std::string &file, int flags, std::chrono::millisecond
             LoadVisionLibrary();
             Calls calls(file, flags, [&](std::string_view name) { send({{"call", std::string(name)}}); });
             work(calls);
+            send({{"call", "dlclose"}});
         }
         catch (const std::runtime_error &error)
         {
@@ -168,6 +159,15 @@ std::string ProblemOf(const LoadedRun &run)
     default:
         return fmt::format("{} does not return: {}", run.lastCall, run.ending.how);
     }
+}
+
+std::string CureOfLoading(const std::string &problem)
+{
+    return problem.starts_with("dlclose")
+               ? "unregister what calls code of the library later: handlers, threads, "
+                 "destructors of thread-local objects"
+               : "`gentlctl doctor` looks for missing libraries; a crash comes from a "
+                 "constructor of a static object";
 }
 
 void InitialiseAndClose(Calls &calls)
@@ -239,11 +239,9 @@ Findings CheckLoading(const std::string &file, std::chrono::milliseconds limit)
     for (const auto &way : waysToLoad)
     {
         const auto problem = ProblemOf(RunLoaded(file, way.flags, limit, InitialiseAndClose));
-        findings.push_back(problem.empty()
-                               ? FindingOfFile(Level::Fine, way.call, "it loads", "", "")
-                               : FindingOfFile(Level::Broken, way.call, problem, way.consumer,
-                                               "`gentlctl doctor` looks for missing libraries; a crash at "
-                                               "loading comes from a constructor of a static object"));
+        findings.push_back(problem.empty() ? FindingOfFile(Level::Fine, way.call, "it loads", "", "")
+                                           : FindingOfFile(Level::Broken, way.call, problem, way.consumer,
+                                                           CureOfLoading(problem)));
     }
     const bool loads = std::ranges::find(findings, Level::Broken, &Finding::level) == findings.end();
     if (loads)

@@ -297,14 +297,15 @@ ChecksOf FrameChecks()
 {
     return {
         {"frame", "a frame tells what consumers need", FramesTellWhatIsNeeded},
-        {"frame", "every buffer info answers by the rules", FrameInfosFollowTheRules},
+        {"frame", "DSGetBufferInfo answers every command by the rules", FrameInfosFollowTheRules},
         {"frame", "size, address and user pointer are true", FrameInfosAreTrue},
         {"frame", "numbers and times grow", FramesHaveSense},
-        {"frame", "an image is a part, and every part info answers by the rules", PartsAreCounted},
-        {"frame", "chunks lie in the buffer", ChunksLieInTheBuffer},
-        {"frame", "stacked infos agree", StackedInfosAgree},
-        {"frame", "the consumer's memory is used", OwnMemoryIsUsed},
-        {"stream", "one buffer is enough", OneBufferIsEnough},
+        {"frame", "DSGetNumBufferParts counts the image, and DSGetBufferPartInfo answers by the rules",
+         PartsAreCounted},
+        {"frame", "DSGetBufferChunkData places chunks in the buffer", ChunksLieInTheBuffer},
+        {"frame", "DSGetBufferInfoStacked agrees with DSGetBufferInfo", StackedInfosAgree},
+        {"frame", "DSAnnounceBuffer: the consumer's memory is used", OwnMemoryIsUsed},
+        {"stream", "DSStartAcquisition: one buffer is enough", OneBufferIsEnough},
     };
 }
 

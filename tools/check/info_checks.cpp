@@ -3,6 +3,8 @@
 #include "check/check.h"
 #include "check/info_rules.h"
 
+#include <fmt/format.h>
+
 namespace gentlctl
 {
 
@@ -10,8 +12,6 @@ using namespace GenTL;
 
 namespace
 {
-
-constexpr auto theRules = "every info answers by the rules";
 
 void OfLibrary(Bench &bench)
 {
@@ -77,11 +77,16 @@ void OfStream(Bench &bench)
 
 ChecksOf InfoChecks()
 {
+    const auto answers = [](const char *function)
+    { return fmt::format("{} answers every command by the rules", function); };
     return {
-        {"library", theRules, OfLibrary},        {"system", theRules, OfSystem},
-        {"system", theRules, OfListedInterface}, {"interface", theRules, OfInterface},
-        {"interface", theRules, OfListedDevice}, {"device", theRules, OfDevice},
-        {"stream", theRules, OfStream},
+        {"library", answers("GCGetInfo"), OfLibrary},
+        {"system", answers("TLGetInfo"), OfSystem},
+        {"system", answers("TLGetInterfaceInfo"), OfListedInterface},
+        {"interface", answers("IFGetInfo"), OfInterface},
+        {"interface", answers("IFGetDeviceInfo"), OfListedDevice},
+        {"device", answers("DevGetInfo"), OfDevice},
+        {"stream", answers("DSGetInfo"), OfStream},
     };
 }
 

@@ -10,6 +10,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <exception>
 #include <filesystem>
@@ -30,6 +31,7 @@ namespace
 constexpr uint64_t mostBytes = 1U << 28U;
 constexpr uint64_t noAddress = 0xFFFFFFFFFFFFFF00;
 constexpr size_t mostFailures = 5;
+constexpr uint64_t listLimitMs = 1000;
 
 /// A module with a port.
 struct PortKind
@@ -101,7 +103,7 @@ void UrlAnswers(Bench &bench, const PortKind &kind)
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     bench.trial.MustFail(
         "GCGetPortURLInfo beyond the last URL",
-        bench.calls.GCGetPortURLInfo(port, count, URL_INFO_URL, &type, nullptr, &size),
+        bench.calls.GCGetPortURLInfo(port, std::max(count, 1U), URL_INFO_URL, &type, nullptr, &size),
         {GC_ERR_INVALID_INDEX, GC_ERR_INVALID_PARAMETER},
         {Level::WillHurt, "consumers that count URLs until the error comes", "return GC_ERR_INVALID_INDEX"});
 }
@@ -177,6 +179,11 @@ void DescriptionIsRead(Bench &bench, const PortKind &kind)
 void FeaturesAreRead(Bench &bench, const PortKind &kind)
 {
     auto *const port = kind.handle(bench.session);
+    if (kind.type == ModuleType::System)
+    {
+        // The features of the system list the interfaces that the last update found.
+        bench.calls.TLUpdateInterfaceList(port, nullptr, listLimitMs);
+    }
     std::string failures;
     size_t count = 0;
     try
@@ -290,12 +297,12 @@ struct NamedPortCheck
 };
 
 constexpr std::array<NamedPortCheck, 6> portChecks{{
-    {"every port info answers by the rules", PortAnswers},
-    {"every URL info answers by the rules", UrlAnswers},
-    {"the description is read in one call, and is sound", DescriptionIsRead},
+    {"GCGetPortInfo answers every command by the rules", PortAnswers},
+    {"GCGetPortURLInfo answers every command by the rules", UrlAnswers},
+    {"GCReadPort reads the description in one call, and it is sound", DescriptionIsRead},
     {"every feature is read", FeaturesAreRead},
-    {"an unknown address is refused", UnknownAddressIsRefused},
-    {"stacked reads give the same bytes", StackedReadsAgree},
+    {"GCReadPort refuses an unknown address", UnknownAddressIsRefused},
+    {"GCReadPortStacked reads the same bytes", StackedReadsAgree},
 }};
 
 } // namespace

@@ -52,7 +52,11 @@ void RunCheck(const Check &check, Bench &bench, const Send &send)
 class Examination
 {
 public:
-    explicit Examination(const Examinee &examinee) : m_examinee(examinee), m_checks(AllChecks()) {}
+    explicit Examination(const Examinee &examinee) : m_examinee(examinee), m_checks(AllChecks())
+    {
+        std::erase_if(m_checks, [&](const Check &check)
+                      { return !examinee.area.empty() && check.area != examinee.area; });
+    }
 
     Findings Run()
     {
@@ -154,8 +158,25 @@ ChecksOf AllChecks()
     return all;
 }
 
+std::vector<std::string> CheckAreas()
+{
+    std::vector<std::string> areas;
+    for (const auto &check : AllChecks())
+    {
+        if (std::ranges::find(areas, check.area) == areas.end())
+        {
+            areas.push_back(check.area);
+        }
+    }
+    return areas;
+}
+
 Findings CheckProducer(const Examinee &examinee)
 {
+    if (!examinee.area.empty())
+    {
+        return Examination(examinee).Run();
+    }
     auto findings = CheckFile(examinee.file);
     const auto elf = ReadElfFile(examinee.file);
     if (!elf || !elf->isOfThisMachine)

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <string>
+#include <vector>
 
 namespace gentlctl
 {
@@ -13,9 +14,13 @@ struct Examinee
 {
     std::string file;
     std::string device; ///< as for Producer::Choose
+    std::string area;   ///< only the checks of this area, and not those of the file; empty: all
     /// For each check; afterwards a call that has not returned counts as a hang.
     std::chrono::milliseconds limit = std::chrono::seconds(30);
 };
+
+/// The areas of the checks, in the order in which they are first checked.
+std::vector<std::string> CheckAreas();
 
 /// Checks a producer as the consumers in the field use it, each module on the way to one device. The producer
 /// runs in child processes: when it crashes or hangs, that is a finding, and the next check goes on with a

@@ -29,8 +29,8 @@ void Load(GenTL::internal::IPort &port, pugi::xml_document &document)
     }
 }
 
-/// The number of a ChunkID, which is hexadecimal with or without a prefix.
-std::optional<uint64_t> ChunkIdIn(std::string_view text)
+/// The number of a ChunkID or an EventID, which is hexadecimal with or without a prefix.
+std::optional<uint64_t> IdIn(std::string_view text)
 {
     const auto digits = text.substr(text.starts_with("0x") || text.starts_with("0X") ? 2 : 0);
     uint64_t id = 0;
@@ -85,13 +85,14 @@ void DescriptionTree::FindPassingPorts(const NodeGraph &graph)
         }
         if (chunk != nullptr || graph.Find(id, Tag::pChunkID) != nullptr)
         {
-            m_passingPorts[name] = {"only with a frame", {}};
+            m_passingPorts[name] = {"only with a frame", {}, {}};
         }
-        else if (graph.Find(id, Tag::EventID) != nullptr)
+        else if (const auto *const event = graph.Find(id, Tag::EventID))
         {
-            m_passingPorts[name] = {"only with an event", {}};
+            m_passingPorts[name] = {"only with an event", {}, IdIn(event->Text())};
+            RemoveProperty(*event);
         }
-        if (const auto number = chunk == nullptr ? std::nullopt : ChunkIdIn(chunk->Text()))
+        if (const auto number = chunk == nullptr ? std::nullopt : IdIn(chunk->Text()))
         {
             m_passingPorts[name].chunkId = number;
             m_chunkIds.push_back(*number);

@@ -20,6 +20,7 @@ struct PassingPort
 {
     std::string_view when; ///< for example "only with a frame"
     std::optional<uint64_t> chunkId;
+    std::optional<uint64_t> eventId;
 };
 
 /// The address of the first byte of a chunk. No device has registers in the upper half of the addresses.
@@ -31,10 +32,11 @@ constexpr uint64_t ChunkAddress(size_t index)
 
 /// The description behind a port, prepared for reading with the chunks of a frame at hand.
 ///
-/// Three things differ from the document of the device. The registers in each chunk lie at an address of its
-/// own, so that one port reads them beside those of the device. The locks are left out: a write goes to the
-/// device, whose refusal says more than the lock. A register without an access mode can be written, for the
-/// same reason.
+/// Four things differ from the document of the device. The registers in each chunk lie at an address of its
+/// own, so that one port reads them beside those of the device. A port of an event has no id, so that whoever
+/// has the data of the event can read its registers. The locks are left out: a write goes to the device,
+/// whose refusal says more than the lock. A register without an access mode can be written, for the same
+/// reason.
 ///
 /// Constant after construction.
 class DescriptionTree

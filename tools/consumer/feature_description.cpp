@@ -139,6 +139,12 @@ std::optional<std::string> FeatureDescription::WhyPassing(NodeId feature) const
     return port == nullptr ? std::nullopt : std::optional<std::string>(port->when);
 }
 
+std::optional<uint64_t> FeatureDescription::EventIdOf(NodeId feature) const
+{
+    const auto *const port = PassingPortOf(feature);
+    return port == nullptr ? std::nullopt : port->eventId;
+}
+
 NumberForm FeatureDescription::FormOf(NodeId feature) const
 {
     const auto form = PropertyOf(feature, "Representation");

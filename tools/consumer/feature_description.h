@@ -42,6 +42,9 @@ public:
     /// other features.
     std::optional<std::string> WhyPassing(NodeId feature) const;
 
+    /// The id of the event whose data hold a feature's value; none for other features.
+    std::optional<uint64_t> EventIdOf(NodeId feature) const;
+
     /// Features in chunks, each with the id of its chunk, in the description's order.
     const std::vector<std::pair<std::string, uint64_t>> &ChunkFeatures() const { return m_chunkFeatures; }
 

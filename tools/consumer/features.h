@@ -83,6 +83,8 @@ public:
     DeviceFileAccess Files() const { return DeviceFileAccess(*m_features); }
 
 private:
+    friend class SettingAccess;
+
     const GenTL::internal::genapi::Node &NodeOf(const std::string &name) const;
 
     std::shared_ptr<Port> m_port;

@@ -6,9 +6,11 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <initializer_list>
 #include <sstream>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace gentlctl
 {
@@ -54,6 +56,20 @@ std::string LowerFileOf(const std::string &file)
     return !configured.empty() ? configured : internal::FindProducerIn(internal::ProducerFolder(file));
 }
 
+/// A file of the project by its places in a build and in an installation; empty when it is in neither.
+std::string BesideProgram(std::initializer_list<const char *> places)
+{
+    for (const auto *place : places)
+    {
+        std::error_code ignored;
+        if (const auto file = LibraryFolder() / place; std::filesystem::is_regular_file(file, ignored))
+        {
+            return file.string();
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 std::filesystem::path LibraryFolder()
@@ -84,13 +100,9 @@ std::vector<std::string> KnownProducers()
 {
     std::vector<std::string> files;
     std::error_code ignored;
-    // Its place in a build, then its place in an installation.
-    for (const auto *ours : {"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"})
+    if (auto ours = BesideProgram({"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"}); !ours.empty())
     {
-        if (const auto file = LibraryFolder() / ours; files.empty() && fs::is_regular_file(file, ignored))
-        {
-            files.push_back(file.string());
-        }
+        files.push_back(std::move(ours));
     }
     for (const auto &file : ProducersInPath())
     {
@@ -137,21 +149,28 @@ std::string LowerProducerVariable(const std::string &file)
                                         : "";
 }
 
+std::string AnyProducerFile()
+{
+    const auto file = BesideProgram({"anygentl/qvr_anygentl.cti", "qvr_anygentl/qvr_anygentl.cti"});
+    if (file.empty())
+    {
+        throw std::runtime_error("qvr_anygentl.cti is not installed beside gentlctl; name a producer with "
+                                 "--producer FILE");
+    }
+    return file;
+}
+
 std::string SimulatorFile()
 {
-    // Its place in a build, then its place in an installation.
-    for (const auto *place : {"producer_registry", "qvr_proxygentl/simulator"})
+    const auto file = BesideProgram(
+        {"producer_registry/qvr_gevgentl.pr_cti", "qvr_proxygentl/simulator/qvr_gevgentl.pr_cti"});
+    if (file.empty())
     {
-        const auto file = LibraryFolder() / place / "qvr_gevgentl.pr_cti";
-        std::error_code ignored;
-        if (std::filesystem::is_regular_file(file, ignored))
-        {
-            return file.string();
-        }
+        throw std::runtime_error(
+            "The simulator qvr_gevgentl.pr_cti is not installed beside gentlctl, and only "
+            "it replays recordings");
     }
-    throw std::runtime_error(
-        "The simulator qvr_gevgentl.pr_cti is not installed beside gentlctl, and only it "
-        "replays recordings");
+    return file;
 }
 
 } // namespace gentlctl

@@ -33,6 +33,10 @@ std::string LowerProducerFile(const std::string &file);
 /// project, which converts frames; else `file` itself.
 std::string RawProducerFile(const std::string &file);
 
+/// File of the producer for any camera that belongs to this program.
+/// @throws std::runtime_error there is none
+std::string AnyProducerFile();
+
 /// Name of the variable that names the lower producer of `file`; empty when `file` has none.
 std::string LowerProducerVariable(const std::string &file);
 

@@ -88,22 +88,22 @@ void RunningStream::StopDevice()
     CloseQuietly([this] { m_remote.Execute("AcquisitionStop"); });
 }
 
-size_t RunningStream::PayloadSize() const
+size_t PayloadSizeOf(internal::IGenTLProxy &calls, DS_HANDLE stream, const Features &remote)
 {
-    const auto defines = TryAnswer(StreamQuery(m_calls, m_stream, STREAM_INFO_DEFINES_PAYLOADSIZE));
+    const auto defines = TryAnswer(StreamQuery(calls, stream, STREAM_INFO_DEFINES_PAYLOADSIZE));
     if (defines && IsTrueAnswer(*defines))
     {
-        if (const auto size = TryNumber(StreamQuery(m_calls, m_stream, STREAM_INFO_PAYLOAD_SIZE)))
+        if (const auto size = TryNumber(StreamQuery(calls, stream, STREAM_INFO_PAYLOAD_SIZE)))
         {
             return *size;
         }
     }
-    return static_cast<size_t>(m_remote.GetInteger("PayloadSize"));
+    return static_cast<size_t>(remote.GetInteger("PayloadSize"));
 }
 
 void RunningStream::Start(const BufferCount &count)
 {
-    const auto size = PayloadSize();
+    const auto size = PayloadSizeOf(m_calls, m_stream, m_remote);
     const auto wanted = count(size);
     while (m_buffers.size() < wanted)
     {

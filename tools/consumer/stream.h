@@ -14,6 +14,10 @@
 namespace gentlctl
 {
 
+/// The bytes of a buffer for a frame: what the stream defines, else the device's PayloadSize.
+/// @throws std::runtime_error neither is known
+size_t PayloadSizeOf(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream, const Features &remote);
+
 /// A stream with buffers, which runs from construction to destruction.
 ///
 /// Only one thread at a time may call; any thread may call EndWait.
@@ -55,7 +59,6 @@ public:
     void StopDevice();
 
 private:
-    size_t PayloadSize() const;
     void Start(const BufferCount &count);
     void Stop();
     void SetIfThere(const std::string &feature, const std::string &value);

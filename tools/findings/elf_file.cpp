@@ -73,6 +73,27 @@ void AddExports(Elf *elf, Elf_Scn *section, const GElf_Shdr &header, std::vector
     }
 }
 
+std::string RunPathIn(Elf *elf, Elf_Scn *section, const GElf_Shdr &header)
+{
+    auto *const data = elf_getdata(section, nullptr);
+    const size_t count = data != nullptr && header.sh_entsize != 0 ? header.sh_size / header.sh_entsize : 0;
+    for (size_t i = 0; i < count; ++i)
+    {
+        GElf_Dyn entry{};
+        if (gelf_getdyn(data, static_cast<int>(i), &entry) == nullptr)
+        {
+            break;
+        }
+        const bool isPath = entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH;
+        const auto *const text = isPath ? elf_strptr(elf, header.sh_link, entry.d_un.d_val) : nullptr;
+        if (text != nullptr)
+        {
+            return text;
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 std::optional<ElfFile> ReadElfFile(const std::filesystem::path &file)
@@ -90,16 +111,25 @@ std::optional<ElfFile> ReadElfFile(const std::filesystem::path &file)
     {
         return std::nullopt;
     }
-    ElfFile result{
-        gelf_getclass(elf.get()) == ELFCLASS64 ? 64 : 32, MachineName(header.e_machine), false, {}};
+    ElfFile result;
+    result.bits = gelf_getclass(elf.get()) == ELFCLASS64 ? 64 : 32;
+    result.machine = MachineName(header.e_machine);
     result.isOfThisMachine = result.bits == 64 && header.e_machine == ownMachine;
     for (auto *section = elf_nextscn(elf.get(), nullptr); section != nullptr;
          section = elf_nextscn(elf.get(), section))
     {
         GElf_Shdr sectionHeader{};
-        if (gelf_getshdr(section, &sectionHeader) != nullptr && sectionHeader.sh_type == SHT_DYNSYM)
+        if (gelf_getshdr(section, &sectionHeader) == nullptr)
+        {
+            continue;
+        }
+        if (sectionHeader.sh_type == SHT_DYNSYM)
         {
             AddExports(elf.get(), section, sectionHeader, result.exports);
+        }
+        else if (sectionHeader.sh_type == SHT_DYNAMIC)
+        {
+            result.runPath = RunPathIn(elf.get(), section, sectionHeader);
         }
     }
     return result;

@@ -129,6 +129,16 @@ private:
     bool m_hasFinished = false;
 };
 
+/// Waits for the end of a child.
+int StatusOf(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
+    {
+    }
+    return status;
+}
+
 /// How a child ended that did not say that it finished.
 std::string EndOf(int status)
 {
@@ -167,10 +177,7 @@ Ending RunIsolated(const std::function<void(const Send &)> &work, const Receive 
     {
         kill(child, SIGKILL);
     }
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR)
-    {
-    }
+    const int status = StatusOf(child);
     if (lines.HasFinished())
     {
         return {};

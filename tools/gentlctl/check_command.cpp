@@ -14,9 +14,17 @@ namespace gentlctl
 namespace
 {
 
-int CheckFileOf(const CommonOptions &options, const std::string &file)
+/// What stands behind the verb.
+struct CheckOptions
 {
-    const Examinee examinee{file.empty() ? FindProducerFile(options.producer) : file, options.device};
+    std::string file;
+    std::string area;
+};
+
+int CheckOne(const CommonOptions &options, const CheckOptions &own)
+{
+    const Examinee examinee{own.file.empty() ? FindProducerFile(options.producer) : own.file, options.device,
+                            own.area};
     const auto findings = CheckProducer(examinee);
     if (options.json)
     {
@@ -35,11 +43,13 @@ int CheckFileOf(const CommonOptions &options, const std::string &file)
 
 void DeclareCheck(Commands &commands)
 {
-    const auto file = std::make_shared<std::string>();
-    auto &command = commands.AddWithoutProducer(
-        "check", "Check a producer against what consumers in the field need",
-        [file](const CommonOptions &options) { return CheckFileOf(options, *file); });
-    command.add_option("file", *file, "The producer's .cti; default: as for --producer")->type_name("FILE");
+    const auto own = std::make_shared<CheckOptions>();
+    auto &command =
+        commands.AddWithoutProducer("check", "Check a producer against what consumers in the field need",
+                                    [own](const CommonOptions &options) { return CheckOne(options, *own); });
+    command.add_option("file", own->file, "The producer's .cti; default: as for --producer")
+        ->type_name("FILE");
+    command.add_option("--area", own->area, "Check this area only")->check(CLI::IsMember(CheckAreas()));
     command.footer(
         "Exit status: 0 nothing is broken, 1 something is. With -d it checks the way to that device.");
 }

@@ -86,6 +86,12 @@ void AddModule(CLI::App &command, std::string &module, const std::vector<std::st
         ->capture_default_str();
 }
 
+void AddSettingsFile(CLI::App &command, std::string &file)
+{
+    command.add_option("--settings", file, "File of `gentlctl settings save` to load first")
+        ->type_name("FILE");
+}
+
 void AddAssignments(CLI::App &command, std::vector<std::string> &assignments)
 {
     command

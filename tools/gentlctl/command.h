@@ -83,6 +83,9 @@ std::string ProducerFor(const std::string &named);
 void AddModule(CLI::App &command, std::string &module, const std::vector<std::string> &choice,
                const std::string &description);
 
+/// Declares `--settings`.
+void AddSettingsFile(CLI::App &command, std::string &file);
+
 /// Declares `-s`, which may be repeated.
 void AddAssignments(CLI::App &command, std::vector<std::string> &assignments);
 

@@ -6,6 +6,7 @@
 #include "consumer/text.h"
 #include "gentlctl/info_recording.h"
 #include "gentlctl/register_survey.h"
+#include "nodemap/description_location.h"
 #include "port/proxy_module.h"
 
 #include <algorithm>
@@ -90,6 +91,11 @@ recording::DeviceRecord DescribeDevice(Producer &producer, OpenDevice &device)
         .url = ReadText([&](char *text, size_t *size) { port->GetPortURL(text, size); }),
         .description = std::string(description.begin(), description.end()),
     };
+    if (const auto location = internal::ParseLocation(record.url);
+        location.scheme == internal::DescriptionLocation::Scheme::Local)
+    {
+        record.descriptionAddress = location.address;
+    }
     AddInfos(record, producer.Calls(), device);
     AddPayload(record, producer.Calls(), device);
     record.registers = RegisterSurvey(*port).Run();

@@ -137,6 +137,7 @@ void DeclareGrabArguments(CLI::App &command, GrabArguments &arguments)
                      "Set TriggerMode and TriggerSource, and execute TriggerSoftware for each frame");
     command.add_flag("--strict", arguments.isStrict,
                      "Exit with status 1 when a frame was lost, incomplete or not written");
+    AddSettingsFile(command, arguments.settings);
     AddAssignments(command, arguments.assignments);
 }
 

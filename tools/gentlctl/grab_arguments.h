@@ -15,6 +15,7 @@ namespace gentlctl
 /// What the command line says of a grab.
 struct GrabArguments
 {
+    std::string settings; ///< file to load first; empty for none
     std::vector<std::string> assignments;
     GrabOptions grab;
     std::string output;     ///< a folder, "-" for standard output, or empty

@@ -4,6 +4,7 @@
 #include "gentlctl/selections.h"
 
 #include "genapi/graph_walks.h"
+#include "genapi/number.h"
 #include "port/proxy_module.h"
 
 #include <algorithm>
@@ -158,18 +159,36 @@ std::vector<recording::FeaturePlace> RegisterSurvey::PlacesOfFeature(const std::
     return places;
 }
 
-std::vector<recording::FeaturePlace> RegisterSurvey::Commands()
+std::vector<recording::CommandPlace> RegisterSurvey::Commands()
 {
-    std::vector<recording::FeaturePlace> commands;
+    const auto &graph = m_description.Graph();
+    std::vector<recording::CommandPlace> commands;
     for (const auto &name : m_description.Names())
     {
-        if (m_description.Graph()[m_description.Find(name)].kind == NodeKind::Command)
+        const auto id = m_description.Find(name);
+        if (graph[id].kind != NodeKind::Command)
         {
-            const auto places = PlacesOfFeature(name);
-            commands.insert(commands.end(), places.begin(), places.end());
+            continue;
+        }
+        for (const auto &place : PlacesOfFeature(name))
+        {
+            CloseQuietly([&] { commands.push_back({place, CommandValue(id)}); });
         }
     }
     return commands;
+}
+
+/// The number that executes a command.
+int64_t RegisterSurvey::CommandValue(NodeId command)
+{
+    const auto &graph = m_description.Graph();
+    if (const auto *const value = graph.Find(command, Tag::pCommandValue);
+        value != nullptr && value->target != noNode)
+    {
+        return m_features.ReadInteger(graph[value->target].name);
+    }
+    const auto *const literal = graph.Find(command, Tag::CommandValue);
+    return literal == nullptr ? 1 : ParseInteger(literal->Text()).value_or(1);
 }
 
 std::vector<recording::FeaturePlace> RegisterSurvey::Layout()

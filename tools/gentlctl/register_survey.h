@@ -28,7 +28,8 @@ private:
     RegisterLog::Blocks ReadAll();
     void AddWriteOnly(RegisterLog::Blocks &memory);
     std::vector<recording::FeaturePlace> PlacesOfFeature(const std::string &name);
-    std::vector<recording::FeaturePlace> Commands();
+    std::vector<recording::CommandPlace> Commands();
+    int64_t CommandValue(FeatureDescription::NodeId command);
     std::vector<recording::FeaturePlace> Layout();
     recording::FileAccess Files();
     std::vector<recording::NamedValue> EntriesOf(const std::string &name);

@@ -3,6 +3,7 @@
 #include "gentlctl/assignments.h"
 #include "gentlctl/interrupt.h"
 #include "gentlctl/progress.h"
+#include "gentlctl/settings_loading.h"
 #include "gentlctl/standard_output.h"
 
 #include <unistd.h>
@@ -13,11 +14,11 @@
 namespace gentlctl
 {
 
-SideBySide::Camera::Camera(Producer &producer, const std::string &selection,
-                           const std::vector<std::string> &assignments)
+SideBySide::Camera::Camera(Producer &producer, const std::string &selection, const GrabArguments &arguments)
     : device(producer, selection), remote(device.PortOf("remote"))
 {
-    Apply(remote, assignments);
+    RequireSettingsFile(device, arguments.settings);
+    Apply(remote, arguments.assignments);
 }
 
 SideBySide::SideBySide(const std::string &producer, const std::vector<std::string> &devices,
@@ -26,7 +27,7 @@ SideBySide::SideBySide(const std::string &producer, const std::vector<std::strin
 {
     for (const auto &selection : devices.empty() ? std::vector<std::string>{""} : devices)
     {
-        m_cameras.push_back(std::make_unique<Camera>(m_producer, selection, arguments.assignments));
+        m_cameras.push_back(std::make_unique<Camera>(m_producer, selection, arguments));
         m_ids.push_back(m_cameras.back()->device.Entry().id);
     }
 }

@@ -38,7 +38,7 @@ public:
 private:
     struct Camera
     {
-        Camera(Producer &producer, const std::string &selection, const std::vector<std::string> &assignments);
+        Camera(Producer &producer, const std::string &selection, const GrabArguments &arguments);
 
         OpenDevice device;
         Features remote;

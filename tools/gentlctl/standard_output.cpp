@@ -62,6 +62,14 @@ void Complain(std::string_view text)
     fmt::print(stderr, "gentlctl: {}\n", text);
 }
 
+void FlushOutput()
+{
+    if (results != nullptr && fflush(results) != 0 && failure == 0)
+    {
+        failure = errno;
+    }
+}
+
 void FinishOutput()
 {
     if (results != nullptr && fclose(std::exchange(results, nullptr)) != 0 && failure == 0)

@@ -30,6 +30,9 @@ int GiveStandardOutputToData();
 /// Writes a line to standard error, behind the name of the program.
 void Complain(std::string_view text);
 
+/// Passes on what was printed, for a reader who waits for each line. FinishOutput reports a failure.
+void FlushOutput();
+
 /// Ends the output.
 /// @throws std::runtime_error standard output did not take all that was printed
 void FinishOutput();

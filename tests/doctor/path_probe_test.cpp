@@ -1,0 +1,91 @@
+#include "machine.h"
+
+namespace gentlctl
+{
+namespace
+{
+
+TEST(Doctor, FindsNothingOnAMachineThatIsFine)
+{
+    const Machine machine;
+    EXPECT_EQ(ReportText(Ills(machine)), ReportText({}));
+}
+
+class PathAilment : public testing::TestWithParam<Ailment>
+{
+};
+
+TEST_P(PathAilment, IsFoundWithTheRightCure)
+{
+    ExpectFound(GetParam());
+}
+
+void AddToPath(Machine &machine, const std::string &entry)
+{
+    machine.SetPath(machine.Folder("maker").string() + ":" + entry);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, PathAilment,
+    testing::Values(
+        Ailment{"NotSet", [](Machine &m) { m.surroundings.environment.clear(); }, Level::Broken, "path",
+                "GENICAM_GENTL64_PATH", "is not set", "export GENICAM_GENTL64_PATH="},
+        Ailment{"Empty", [](Machine &m) { m.SetPath(""); }, Level::Broken, "path", "GENICAM_GENTL64_PATH",
+                "is empty", "export GENICAM_GENTL64_PATH="},
+        Ailment{"Of32BitPrograms",
+                [](Machine &m) {
+                    m.surroundings.environment = {{"GENICAM_GENTL32_PATH", "/opt/maker"}};
+                },
+                Level::Broken, "path", "GENICAM_GENTL64_PATH", "GENICAM_GENTL32_PATH is, which 32-bit",
+                "export GENICAM_GENTL64_PATH=/opt/maker"},
+        Ailment{"MissingFolder", [](Machine &m) { AddToPath(m, "/no/such/folder"); }, Level::WillHurt, "path",
+                "/no/such/folder", "does not exist", "take the entry out"},
+        Ailment{"RelativeFolder", [](Machine &m) { AddToPath(m, "producers"); }, Level::WillHurt, "path",
+                "producers", "is relative", "write the whole path"},
+        Ailment{"FolderWithoutProducer",
+                [](Machine &m)
+                {
+                    std::filesystem::create_directories(m.Folder("empty"));
+                    AddToPath(m, m.Folder("empty").string());
+                },
+                Level::WillHurt, "path", "empty", "has no .cti", "the folder that holds the producer's .cti"},
+        Ailment{"FolderAboveTheProducer",
+                [](Machine &m)
+                {
+                    m.PutLibrary("above/below/other.cti");
+                    AddToPath(m, m.Folder("above").string());
+                },
+                Level::WillHurt, "path", "above", "has no .cti", "above/below instead"},
+        Ailment{"FileOfAnotherName",
+                [](Machine &m) { AddToPath(m, m.PutLibrary("other/producer.so").string()); }, Level::WillHurt,
+                "path", "producer.so", "does not end in .cti", "name the folder"},
+        Ailment{"Semicolons", [](Machine &m) { AddToPath(m, "/opt/a;/opt/b"); }, Level::WillHurt, "path",
+                "/opt/a;/opt/b", "semicolon", "by colons"},
+        Ailment{"Twice", [](Machine &m) { AddToPath(m, m.Folder("maker").string()); }, Level::WillHurt,
+                "path", "maker", "stands there twice", "take one of the two out"},
+        Ailment{"NoProducerAtAll", [](Machine &m) { m.SetPath("/no/such/folder"); }, Level::Broken, "path",
+                "GENICAM_GENTL64_PATH", "leads to no producer", "export GENICAM_GENTL64_PATH="}),
+    [](const auto &info) { return info.param.name; });
+
+TEST(ProducersInThePath, AreFilesAndTheContentOfFoldersEachOnce)
+{
+    Machine machine;
+    const auto file = machine.PutLibrary("other/single.cti");
+    machine.SetPath(file.string() + "::" + machine.Folder("maker").string() + ":" + file.string());
+    machine.surroundings.producer = machine.PutLibrary("named/named.cti");
+    EXPECT_EQ(ProducersIn(machine.surroundings),
+              (std::vector<std::filesystem::path>{file, machine.Folder("maker") / "maker.cti",
+                                                  machine.Folder("named") / "named.cti"}));
+}
+
+TEST(ProducersInThePath, AreThoseOfTheInstallationWhenThereAreNoOthers)
+{
+    Machine machine;
+    const auto file = machine.PutLibrary("installed/qvr_anygentl/qvr_anygentl.cti");
+    machine.SetPath("");
+    EXPECT_EQ(ProducersIn(machine.surroundings), (std::vector<std::filesystem::path>{file}));
+    EXPECT_NE(ProbePath(machine.surroundings)[0].cure.find("installed/qvr_anygentl"), std::string::npos);
+}
+
+} // namespace
+} // namespace gentlctl

@@ -1,0 +1,48 @@
+#include "gentlctl/frame_drain.h"
+
+#include "utils/gentl_exception.h"
+
+#include <exception>
+
+namespace gentlctl
+{
+
+namespace
+{
+
+constexpr size_t drainedBuffers = 4;
+
+} // namespace
+
+FrameDrain::FrameDrain(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream, const Features &remote)
+    : m_stream(calls, stream, remote, [](size_t) { return drainedBuffers; }), m_thread([this] { Run(); })
+{
+}
+
+FrameDrain::~FrameDrain()
+{
+    m_ends = true;
+    m_thread.join();
+}
+
+void FrameDrain::Run()
+{
+    constexpr uint64_t longestWait = 100; // ms until an end is seen
+    while (!m_ends)
+    {
+        try
+        {
+            m_stream.QueueAgain(m_stream.NextBuffer(longestWait));
+        }
+        catch (const GenTL::internal::GenTLException &)
+        {
+            return; // the device is gone, as its events tell
+        }
+        catch (const std::exception &) // NOLINT(bugprone-empty-catch)
+        {
+            // No frame in time: the device may wait for a trigger.
+        }
+    }
+}
+
+} // namespace gentlctl

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+namespace gentlctl
+{
+
+/// What lies below most of some values.
+struct Percentiles
+{
+    double half = 0;   ///< the median
+    double mostly = 0; ///< 99 of 100 are not above it
+    double maximum = 0;
+    size_t count = 0; ///< of the values; without any the others are 0
+};
+
+/// By the nearest rank: each result is one of the values.
+Percentiles PercentilesOf(std::vector<double> values);
+
+/// The median; 0 without values.
+inline double MedianOf(std::vector<double> values)
+{
+    return PercentilesOf(std::move(values)).half;
+}
+
+} // namespace gentlctl

@@ -1,0 +1,160 @@
+#include "consumer/producer_files.h"
+#include "gentlctl/command.h"
+#include "gentlctl/command_line.h"
+#include "gentlctl/commands.h"
+#include "gentlctl/recording_report.h"
+#include "gentlctl/standard_output.h"
+#include "gentlctl/value_printing.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <strings.h>
+#include <vector>
+
+namespace gentlctl
+{
+namespace
+{
+
+using Words = std::vector<std::string>;
+
+struct ReplayCommandOptions
+{
+    std::string folders;
+    std::string rate;
+    bool once = false;
+    bool info = false;
+    bool check = false;
+};
+
+bool IsOfTheFamily(const std::string &model)
+{
+    constexpr std::string_view family = "ovra";
+    return strncasecmp(model.c_str(), family.data(), family.size()) == 0;
+}
+
+/// Reads the recordings, so that what is wrong with them is told before a producer asks for them.
+/// @return their descriptions
+Json ReadRecordings(const ReplayCommandOptions &command)
+{
+    auto recordings = Json::array();
+    std::istringstream folders(command.folders);
+    for (std::string folder; std::getline(folders, folder, ':');)
+    {
+        const recording::RecordingReader recording(folder);
+        if (command.check)
+        {
+            CheckFrames(recording);
+        }
+        recordings.push_back(DescribeRecording(recording));
+    }
+    return recordings;
+}
+
+void PrintRecordings(const Json &recordings, bool asJson)
+{
+    if (asJson)
+    {
+        return PrintJson(recordings);
+    }
+    for (const auto &recording : recordings)
+    {
+        PrintTable(recording, "");
+    }
+}
+
+/// Puts the simulator with the recordings below the producers of this project. Sets variables before a
+/// library is loaded, so no other thread reads them.
+void SetEnvironment(const ReplayCommandOptions &command)
+{
+    const auto simulator = SimulatorFile();
+    for (const auto &[name, value] : {std::pair{"QVR_SIM_RECORDING", command.folders},
+                                      {"QVR_SIM_RECORDING_RATE", command.rate},
+                                      {"QVR_SIM_RECORDING_ONCE", command.once ? "1" : ""},
+                                      {"PROXY_TL_CTI_PATH", simulator},
+                                      {"ANYGENTL_CTI_PATH", simulator}})
+    {
+        setenv(name, value.c_str(), 1);
+    }
+}
+
+/// The command line of the command to run on the recordings.
+Words ReplayedLine(const CommonOptions &options, const Json &recordings, const Words &rest)
+{
+    const bool areOfTheFamily = std::ranges::all_of(recordings, [](const Json &recording)
+                                                    { return IsOfTheFamily(recording.at("model")); });
+    Words words{"gentlctl"};
+    const auto add = [&](const char *name, const std::string &value)
+    {
+        if (!value.empty() && std::ranges::find(rest, name) == rest.end())
+        {
+            words.insert(words.end(), {name, value});
+        }
+    };
+    const auto standard = areOfTheFamily ? std::string() : AnyProducerFile();
+    add("--producer", options.producer.empty() ? standard : options.producer);
+    add("--device", options.device);
+    if (options.json && std::ranges::find(rest, "--json") == rest.end())
+    {
+        words.emplace_back("--json");
+    }
+    words.insert(words.end(), rest.begin(), rest.end());
+    return words;
+}
+
+int Replay(const CommonOptions &options, const ReplayCommandOptions &command, const Words &rest)
+{
+    const auto recordings = ReadRecordings(command);
+    if (command.info || command.check)
+    {
+        PrintRecordings(recordings, options.json);
+        return success;
+    }
+    SetEnvironment(command);
+    auto words = ReplayedLine(options, recordings, rest.empty() ? Words{"list"} : rest);
+    std::vector<char *> arguments;
+    for (auto &word : words)
+    {
+        arguments.push_back(word.data());
+    }
+    return CommandLine().Run(static_cast<int>(arguments.size()), arguments.data());
+}
+
+constexpr auto replayFooter = "Runs another command of gentlctl on recorded cameras, in place of the real "
+                              "ones. The options of replay stand "
+                              "before FOLDER, the command and its own options behind it. Without --producer, "
+                              "a camera of another family "
+                              "than OVRA is opened through qvr_anygentl.cti.\n\n"
+                              "  gentlctl replay depth\n"
+                              "  gentlctl replay --once depth grab -n 5 -o pictures\n"
+                              "  gentlctl replay left:right list";
+
+} // namespace
+
+void DeclareReplay(Commands &commands)
+{
+    const auto chosen = std::make_shared<ReplayCommandOptions>();
+    const auto self = std::make_shared<const CLI::App *>();
+    auto &command = commands.AddWithoutProducer("replay", "Run a command on recordings in place of cameras",
+                                                [chosen, self](const CommonOptions &common)
+                                                { return Replay(common, *chosen, (*self)->remaining()); });
+    *self = &command;
+    command.add_option("FOLDER", chosen->folders, "Recordings, separated by ':'; each is a camera")
+        ->type_name("")
+        ->required();
+    command.add_option("-r,--rate", chosen->rate, "Frames in a second, 0 for no limit; default: as recorded")
+        ->check(CLI::NonNegativeNumber.description(""))
+        ->type_name("RATE");
+    command.add_flag("--once", chosen->once, "Stop after the last frame; default: begin again");
+    command.add_flag("-i,--info", chosen->info, "Print what the recordings hold, and run nothing");
+    command.add_flag("--check", chosen->check, "Read all frames, too");
+    command.footer(replayFooter);
+    // What follows FOLDER belongs to the command, be it the name of a command or an option.
+    command.fallthrough(false);
+    command.prefix_command();
+}
+
+} // namespace gentlctl
