@@ -31,6 +31,7 @@ void AcquisitionControl::Start()
                   : mode == singleFrame ? 1
                                         : static_cast<uint64_t>(m_features.Integer("AcquisitionFrameCount"));
     m_sent = 0;
+    m_triggers = 0;
     m_running = true;
     TellListener();
 }
@@ -42,10 +43,25 @@ void AcquisitionControl::Stop()
     TellListener();
 }
 
-bool AcquisitionControl::IsRunning() const
+void AcquisitionControl::WaitForTriggers(bool wait)
 {
     const auto lock = m_features.Lock();
-    return m_running;
+    m_needsTrigger = wait;
+    m_triggers = 0;
+    TellListener();
+}
+
+void AcquisitionControl::Trigger()
+{
+    const auto lock = m_features.Lock();
+    m_triggers += m_running && m_needsTrigger ? 1 : 0;
+    TellListener();
+}
+
+bool AcquisitionControl::HasFrame() const
+{
+    const auto lock = m_features.Lock();
+    return m_running && (!m_needsTrigger || m_triggers > 0);
 }
 
 double AcquisitionControl::FrameRate() const
@@ -56,10 +72,11 @@ double AcquisitionControl::FrameRate() const
 std::optional<uint64_t> AcquisitionControl::NextFrame()
 {
     const auto lock = m_features.Lock();
-    if (!m_running)
+    if (!HasFrame())
     {
         return std::nullopt;
     }
+    m_triggers -= m_needsTrigger ? 1 : 0;
     m_running = --m_remaining > 0;
     return ++m_sent;
 }

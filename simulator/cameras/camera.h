@@ -21,7 +21,7 @@ public:
     /// The unit's model as the environment changed it at opening.
     const CameraModel &Model() const override { return m_model; }
 
-    bool IsRunning() const override { return m_acquisition.IsRunning(); }
+    bool HasFrame() const override { return m_acquisition.HasFrame(); }
     double FrameRate() const override { return m_acquisition.FrameRate(); }
     std::optional<FrameOrder> NextFrame() override;
     std::unique_ptr<FrameMaker> MakeFrames() const override;

@@ -8,6 +8,7 @@
 #include "simulator/cameras/file_access.h"
 #include "simulator/cameras/format_control.h"
 #include "simulator/cameras/region_control.h"
+#include "simulator/cameras/trigger_control.h"
 #include "simulator/cameras/wide_cameras.h"
 #include "simulator/depth/depth_replay.h"
 #include "simulator/depth/depth_scene.h"
@@ -58,26 +59,27 @@ CameraModel MosaicCamera(CameraModel camera, const Sensor &sensor, Feature pixel
 
 CameraModel MonoM5()
 {
-    return WithEvents(MonoCamera({.model = "OVRA-M5",
-                                  .number = 1,
-                                  .toolTip = "Simulated mono camera with 5 megapixels",
-                                  .interfaceIndex = 0,
-                                  .ipAddress = 0xC0A80A15,
-                                  .guid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E"},
-                                 {.width = 2448, .height = 2048, .stepX = 4, .stepY = 2},
-                                 PixelFormatFeature({.sent = MonoFormats()})));
+    return WithTrigger(WithEvents(MonoCamera({.model = "OVRA-M5",
+                                              .number = 1,
+                                              .toolTip = "Simulated mono camera with 5 megapixels",
+                                              .interfaceIndex = 0,
+                                              .ipAddress = 0xC0A80A15,
+                                              .guid = "5C6E2C1B-7A54-4F53-9C2B-2F6D9D0B6E"},
+                                             {.width = 2448, .height = 2048, .stepX = 4, .stepY = 2},
+                                             PixelFormatFeature({.sent = MonoFormats()}))));
 }
 
 CameraModel MonoM1()
 {
-    return MonoCamera({.model = "OVRA-M1",
-                       .number = 2,
-                       .toolTip = "Simulated mono camera with 1.3 megapixels",
-                       .interfaceIndex = 1,
-                       .zippedDescription = true,
-                       .ipAddress = 0xC0A80B15,
-                       .guid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A3"},
-                      {.width = 1280, .height = 1024}, PixelFormatFeature({.sent = MonoFormats()}));
+    return WithTrigger(MonoCamera({.model = "OVRA-M1",
+                                   .number = 2,
+                                   .toolTip = "Simulated mono camera with 1.3 megapixels",
+                                   .interfaceIndex = 1,
+                                   .zippedDescription = true,
+                                   .ipAddress = 0xC0A80B15,
+                                   .guid = "1DB8E1A3-2B0C-4A8E-8B57-60F6D6C5A3"},
+                                  {.width = 1280, .height = 1024},
+                                  PixelFormatFeature({.sent = MonoFormats()})));
 }
 
 /// A camera of another family on the same network, for consumers that choose cameras by their model.
@@ -124,7 +126,7 @@ CameraModel ColourC5()
             {.sent = Joined({MosaicFormats({"8", "10", "12", "10p", "12p", "10g40QVR", "12g24QVR"}),
                              {"RGB8", "RGB10p32", "BGR10p32"}}),
              .unpacked = {{"RGB10", 0x02300018}, {"BGR10", 0x02300019}}}));
-    return WithFiles(std::move(camera), {UserFile()});
+    return WithTrigger(WithFiles(std::move(camera), {UserFile()}));
 }
 
 /// The formats of a camera that sends several images in one.

@@ -21,11 +21,12 @@ public:
 
     virtual const CameraModel &Model() const = 0;
 
-    /// Whether the camera acquires: AcquisitionStart has begun an acquisition that has not ended.
-    virtual bool IsRunning() const = 0;
+    /// Whether the camera has a frame to send: AcquisitionStart has begun an acquisition that has not ended,
+    /// and there is a trigger where one is needed.
+    virtual bool HasFrame() const = 0;
     /// Frames in a second; 0 for no limit.
     virtual double FrameRate() const = 0;
-    /// The next frame to send, or none while the camera does not acquire.
+    /// The next frame to send, or none while the camera has none.
     virtual std::optional<FrameOrder> NextFrame() = 0;
     /// @throws Error when the camera has no images to send
     virtual std::unique_ptr<FrameMaker> MakeFrames() const = 0;

@@ -111,7 +111,7 @@ void RecordedCamera::SetRunning(bool running)
     }
 }
 
-bool RecordedCamera::IsRunning() const
+bool RecordedCamera::HasFrame() const
 {
     const std::lock_guard lock(m_mutex);
     return m_running;

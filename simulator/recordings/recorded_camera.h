@@ -27,7 +27,7 @@ public:
     Info GetUrlInfo(uint32_t index, URL_INFO_CMD command) const override;
 
     const CameraModel &Model() const override { return m_model; }
-    bool IsRunning() const override;
+    bool HasFrame() const override;
     double FrameRate() const override;
     std::optional<FrameOrder> NextFrame() override;
     std::unique_ptr<FrameMaker> MakeFrames() const override;

@@ -114,11 +114,11 @@ bool AcquisitionThread::WaitForTurn(std::unique_lock<std::mutex> &lock, Pacer &p
 {
     const auto signals = m_cameraSignals;
     lock.unlock(); // the calls take the camera's lock, which comes before this one
-    const bool acquiring = m_camera.IsRunning();
+    const bool hasFrame = m_camera.HasFrame();
     const auto rate = m_camera.FrameRate();
     lock.lock();
     const auto changed = [&] { return !IsGrabbing() || m_cameraSignals != signals; };
-    if (!acquiring)
+    if (!hasFrame)
     {
         m_wake.wait(lock, changed);
         return false;

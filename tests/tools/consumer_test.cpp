@@ -193,7 +193,7 @@ TEST(InterruptedGrab, EndsTheWaitAndStopsInOrder)
         GrabOptions options;
         options.timeoutMs = GENTL_INFINITE;
         const auto report = Grab(producer, device, remote, options, interrupt);
-        EXPECT_EQ(report.delivered, 0U);
+        EXPECT_EQ(report.statistics.Delivered(), 0U);
         EXPECT_FALSE(report.failure);
     }
     EXPECT_EQ(interrupt.Signal(), SIGINT);
@@ -210,7 +210,8 @@ TEST(InterruptedGrab, DoesNotBeginAfterTheSignal)
     {
         std::this_thread::yield();
     }
-    EXPECT_EQ(Grab(opened.producer, opened.device, opened.remote, {}, opened.interrupt).delivered, 0U);
+    EXPECT_EQ(
+        Grab(opened.producer, opened.device, opened.remote, {}, opened.interrupt).statistics.Delivered(), 0U);
     EXPECT_EQ(opened.interrupt.Signal(), SIGTERM);
     EXPECT_EQ(opened.lower->CountOf("EventGetData"), 0U);
 }

@@ -137,10 +137,10 @@ TEST(FrameStatistics, TakesTheLargerCountOfLostFrames)
 TEST(FrameStatistics, DoesNotCallSkippedFramesLost)
 {
     auto statistics = FramesNumbered({1, 5});
-    statistics.AddSkipped(2);
+    statistics.SetSkipped(2);
     EXPECT_EQ(statistics.Skipped(), 2U);
     EXPECT_EQ(statistics.Lost(), 1U);
-    statistics.AddSkipped(2);
+    statistics.SetSkipped(4);
     EXPECT_EQ(statistics.Lost(), 0U) << "a skipped frame need not have a number";
 }
 
@@ -167,7 +167,6 @@ TEST(FrameStatistics, IsWrittenInMilliseconds)
     EXPECT_EQ(json["intervalMs"],
               (Json{{"minimum", 500.0}, {"mean", 500.0}, {"maximum", 500.0}, {"jitter", 0.0}}));
     EXPECT_EQ(json["latencyMs"]["maximum"], 2.0);
-    EXPECT_EQ(Milliseconds(statistics.Latency()), "2.000 / 2.000 / 2.000 ms, jitter 0.000 ms");
 }
 
 TEST(FrameStatistics, SaysWhatIsNotKnown)
@@ -175,7 +174,6 @@ TEST(FrameStatistics, SaysWhatIsNotKnown)
     const auto json = ToJson(FrameStatistics());
     EXPECT_EQ(json["intervalMs"], nullptr);
     EXPECT_EQ(json["latencyMs"], nullptr);
-    EXPECT_EQ(Milliseconds(Spread()), "-");
 }
 
 } // namespace

@@ -516,6 +516,20 @@ TEST(Gentlctl, CountsWhatTheDiskCannotTake)
     EXPECT_NE(run.Shown().find("not written: the disk did not keep up"), std::string::npos) << run.Shown();
 }
 
+TEST(Gentlctl, DoesNotLetALossPassWhenItIsStrict)
+{
+    const Folder folder;
+    const auto file = MakePipe(folder, "frame-00001.png");
+    AtTerminal run(
+        "grab --strict -d OVRA-M1 -n 2 -b 2 -s AcquisitionFrameRate=50 -s Width=64 -s Height=32 -o " +
+        folder.Path().string());
+    ASSERT_TRUE(run.Shows(" not written")) << run.Shown();
+    ContentOf(file);
+    EXPECT_EQ(run.End().status, 1);
+    EXPECT_NE(run.Shown().find(" not written, which --strict does not let pass"), std::string::npos)
+        << run.Shown();
+}
+
 TEST(Gentlctl, SaysWhichFileDoesNotFitAndLeavesNoPartOfIt)
 {
     const Folder folder;
@@ -815,15 +829,34 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"completion", 2, "gentlctl: shell is required (see gentlctl completion --help)\n"},
         Wrong{"files --upload x a b", 2,
               "gentlctl: --upload: it takes one NAME (see gentlctl files --help)\n"},
-        Wrong{"grab -n 0", 2,
-              "gentlctl: --frames: Value 0 not in range 1 to 1000000000 (see gentlctl grab --help)\n"},
-        Wrong{"grab -n -3", 2, "gentlctl: --frames: Value -3 not in range 1 to 1000000000 (see "},
-        Wrong{"grab -n many", 2, "gentlctl: --frames: Value many not in range 1 to 1000000000 (see "},
-        Wrong{"grab -n 1.5", 2, "gentlctl: --frames: Value 1.5 not in range 1 to 1000000000 (see "},
+        Wrong{"grab -n -3", 2,
+              "gentlctl: --frames: Value -3 not in range 0 to 1000000000 (see gentlctl grab --help)\n"},
+        Wrong{"grab -n many", 2, "gentlctl: --frames: Value many not in range 0 to 1000000000 (see "},
+        Wrong{"grab -n 1.5", 2, "gentlctl: --frames: Value 1.5 not in range 0 to 1000000000 (see "},
         Wrong{"grab -b 1", 2, "gentlctl: --buffers: Value 1 not in range 2 to 1024 (see "},
         Wrong{"grab -t 0", 2, "gentlctl: --timeout: Value 0 not in range 1 to 86400000 (see "},
-        Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,raw} (see "},
+        Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,npy,exr,raw,y4m} (see "},
         Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}));
+
+INSTANTIATE_TEST_SUITE_P(
+    GrabUsage, GentlctlWithWrongInput,
+    testing::Values(
+        Wrong{"get -d OVRA-M1 -d OVRA-M5 Width", 2,
+              "gentlctl: --device: get works with one device, and 2 are named (see gentlctl get --help)\n"},
+        Wrong{"grab --duration soon", 2,
+              "gentlctl: --duration: \"soon\" is not a time from 1ms to a year, as 500ms, 10s, 2min or 1h "
+              "(see "},
+        Wrong{"grab -o - -n 1", 2, "gentlctl: --output: into standard output go -f raw and -f y4m (see "},
+        Wrong{"grab -o - -f raw -d A -d B", 2,
+              "gentlctl: --output: standard output takes the frames of one device (see "},
+        Wrong{"grab -o - -f raw --points pcd", 2,
+              "gentlctl: --output: into standard output go no points (see "},
+        Wrong{"grab -o x -f y4m", 2, "gentlctl: --format: y4m goes into standard output, with -o - (see "},
+        Wrong{"grab -o x -f raw --no-scale", 2, "gentlctl: --scale: raw frames stay as they are"},
+        Wrong{"grab -o x -f raw --bayer mosaic", 2, "gentlctl: --bayer: raw frames stay as they are"},
+        Wrong{"grab --points pcd", 2, "gentlctl: --points requires --output (see "},
+        Wrong{"grab -n 1 --trigger -d SIM-SIM0006", 1,
+              "gentlctl: The device has no TriggerSoftware, which --trigger executes for each frame\n"}));
 
 TEST(Gentlctl, FailsWhenNoFrameIsComplete)
 {

@@ -89,6 +89,12 @@ bool MayHaveChunks(const FrameInfo &frame)
 
 } // namespace
 
+std::optional<uint64_t> NumberFor(const FrameInfo &frame, BUFFER_INFO_CMD command)
+{
+    const auto answer = std::ranges::find(frame.answers, command, &InfoAnswer::command);
+    return answer != frame.answers.end() ? NumberOf(answer->value) : std::nullopt;
+}
+
 FrameInfo ReadFrameInfo(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer, const Features &remote)
 {
     auto answers =

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace gentlctl
@@ -45,6 +46,9 @@ struct FrameInfo
     std::vector<PartInfo> parts;
     Json chunks = Json::object(); ///< values of the features in the chunks, by name
 };
+
+/// The answer to a command as a number; none when it is something else.
+std::optional<uint64_t> NumberFor(const FrameInfo &frame, GenTL::BUFFER_INFO_CMD command);
 
 /// @param remote features of the device, which give the chunks of a complete frame their meaning
 FrameInfo ReadFrameInfo(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream,

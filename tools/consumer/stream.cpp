@@ -43,6 +43,19 @@ RunningStream::RunningStream(internal::IGenTLProxy &calls, DS_HANDLE stream, con
 
 BUFFER_HANDLE RunningStream::NextBuffer(uint64_t timeoutMs)
 {
+    auto *const buffer = TryNextBuffer(timeoutMs);
+    if (buffer == nullptr)
+    {
+        throw std::runtime_error(
+            fmt::format("No frame within {} ms. Does the device wait for a trigger, or is its "
+                        "AcquisitionFrameRate lower? --timeout waits longer",
+                        timeoutMs));
+    }
+    return buffer;
+}
+
+BUFFER_HANDLE RunningStream::TryNextBuffer(uint64_t timeoutMs)
+{
     EVENT_NEW_BUFFER_DATA data{};
     size_t size = sizeof data;
     try
@@ -55,10 +68,7 @@ BUFFER_HANDLE RunningStream::NextBuffer(uint64_t timeoutMs)
         {
             throw;
         }
-        throw std::runtime_error(
-            fmt::format("No frame within {} ms. Does the device wait for a trigger, or is its "
-                        "AcquisitionFrameRate lower? --timeout waits longer",
-                        timeoutMs));
+        return nullptr;
     }
     return data.BufferHandle;
 }

@@ -41,6 +41,10 @@ public:
     /// @throws GenTLException the wait was ended, or failed
     GenTL::BUFFER_HANDLE NextBuffer(uint64_t timeoutMs);
 
+    /// Waits for the next frame; null when none came in time.
+    /// @throws GenTLException the wait was ended, or failed
+    GenTL::BUFFER_HANDLE TryNextBuffer(uint64_t timeoutMs);
+
     /// Makes a wait for the next frame fail.
     void EndWait();
 

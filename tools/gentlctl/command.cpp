@@ -19,28 +19,43 @@ Commands::Commands(CLI::App &app) : m_app(app)
         ->type_name("FILE")
         ->group(commonGroup);
     app.add_option(
-           "-d,--device", m_common.device,
+           "-d,--device", m_common.devices,
            "Id, model, serial number or user name of the device; default: the first that can be opened")
         ->type_name("DEVICE")
+        ->allow_extra_args(false)
         ->group(commonGroup);
     app.add_flag("--json", m_common.json, "Print JSON")->group(commonGroup);
 }
 
-CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run)
+CLI::App &Commands::Add(const std::string &name, const std::string &description, Run run, Devices devices)
 {
-    return AddWithoutProducer(name, description,
-                              [run = std::move(run)](const CommonOptions &options)
-                              {
-                                  auto found = options;
-                                  found.producer = ProducerFor(options.producer);
-                                  return run(found);
-                              });
+    return AddWithoutProducer(
+        name, description,
+        [run = std::move(run)](const CommonOptions &options)
+        {
+            auto found = options;
+            found.producer = ProducerFor(options.producer);
+            return run(found);
+        },
+        devices);
 }
 
-CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::string &description, Run run)
+CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::string &description, Run run,
+                                       Devices devices)
 {
     auto *command = m_app.add_subcommand(name, description);
-    command->callback([this, run = std::move(run)] { m_status = run(m_common); });
+    command->callback(
+        [this, name, devices, run = std::move(run)]
+        {
+            const auto &chosen = m_common.devices;
+            if (devices == Devices::One && chosen.size() > 1)
+            {
+                throw CLI::ArgumentMismatch(
+                    fmt::format("--device: {} works with one device, and {} are named", name, chosen.size()));
+            }
+            m_common.device = chosen.empty() ? "" : chosen.front();
+            m_status = run(m_common);
+        });
     return *command;
 }
 

@@ -12,9 +12,10 @@ namespace gentlctl
 /// The options of every command.
 struct CommonOptions
 {
-    std::string producer; ///< its file, as Commands::Add finds it
-    std::string device;   ///< as for Producer::Choose
-    bool json = false;    ///< print JSON
+    std::string producer;             ///< its file, as Commands::Add finds it
+    std::string device;               ///< as for Producer::Choose
+    std::vector<std::string> devices; ///< for a command that takes several: each of them
+    bool json = false;                ///< print JSON
 };
 
 /// The group of the options of every command.
@@ -40,13 +41,22 @@ public:
     Commands(const Commands &) = delete;
     Commands &operator=(const Commands &) = delete;
 
+    /// How many devices `-d` may name.
+    enum class Devices
+    {
+        One,
+        Several
+    };
+
     /// Adds a command that talks to a producer. The caller declares the options of the command's own on the
     /// result; what they are parsed into belongs to `run`.
-    CLI::App &Add(const std::string &name, const std::string &description, Run run);
+    CLI::App &Add(const std::string &name, const std::string &description, Run run,
+                  Devices devices = Devices::One);
 
     /// The same for a command that finds its producers itself: `run` gets the producer as the user named it,
     /// if at all.
-    CLI::App &AddWithoutProducer(const std::string &name, const std::string &description, Run run);
+    CLI::App &AddWithoutProducer(const std::string &name, const std::string &description, Run run,
+                                 Devices devices = Devices::One);
 
     /// Adds a command that talks to no producer: it does not take the options of every command.
     CLI::App &AddOwn(const std::string &name, const std::string &description, std::function<int()> run);

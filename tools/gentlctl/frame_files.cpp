@@ -83,7 +83,7 @@ private:
     {
         if (m_options.format == "raw")
         {
-            WriteBytes(Path(image.name, "raw"), image.view.data, Delivered(image.view));
+            WriteBytes(Path(image.name, "raw"), image.view.data, DeliveredBytes(m_frame, image.view));
         }
         else
         {
@@ -99,28 +99,23 @@ private:
         {
             const auto letter = count > 1 ? std::string(1, "ABCD"[index]) : "";
             const auto *separator = image.name.empty() || letter.empty() ? "" : "-";
-            WritePicture(Path(image.name + separator + letter, m_options.format), image.view, index);
+            WritePicture(Path(image.name + separator + letter, m_options.format), image.view, index,
+                         m_options.pictures);
         }
     }
 
     void WritePoints(const NamedImage &points, const ImageView *intensity)
     {
-        if (m_options.format != "raw")
+        const auto format = m_options.points.value_or(m_options.format == "raw" ? "none" : "ply");
+        if (format != "none")
         {
-            WritePly(Path(points.name, "ply"), points.view, intensity);
+            const auto write = format == "pcd" ? WritePcd : WritePly;
+            write(Path(points.name, format), points.view, intensity);
         }
         if (m_options.view)
         {
             WriteView(Path("view", "png"), points.view, intensity, *m_options.view);
         }
-    }
-
-    // Bytes of the image to write. The filled size alone would be too small: a producer that unpacks reports
-    // the size that the camera sent.
-    size_t Delivered(const ImageView &image) const
-    {
-        const auto imageSize = BytesOf(image.pixelFormat, image.width, image.height);
-        return std::min(image.size, std::max(m_frame.sizeFilled, imageSize));
     }
 
     const FrameInfo &m_frame;
@@ -147,6 +142,12 @@ std::vector<NamedImage> ImagesOf(const FrameInfo &frame)
                           {CheckedAddress(part.base), part.size, part.width, part.height, part.pixelFormat}});
     }
     return images;
+}
+
+size_t DeliveredBytes(const FrameInfo &frame, const ImageView &image)
+{
+    const auto imageSize = BytesOf(image.pixelFormat, image.width, image.height);
+    return std::min(image.size, std::max(frame.sizeFilled, imageSize));
 }
 
 std::vector<std::string> WriteFrame(const FrameInfo &frame, uint64_t number, const FrameFileOptions &options)

@@ -23,17 +23,23 @@ struct NamedImage
 /// @throws std::runtime_error the producer does not say where the image is in memory
 std::vector<NamedImage> ImagesOf(const FrameInfo &frame);
 
+/// Bytes of an image as it was delivered. The filled size alone would be too small: a producer that unpacks
+/// reports the size that the camera sent.
+size_t DeliveredBytes(const FrameInfo &frame, const ImageView &image);
+
 /// Where and how frames are written.
 struct FrameFileOptions
 {
-    std::filesystem::path folder;   ///< it exists; empty: nothing is written
-    std::string format = "png";     ///< "png", "tiff" or "raw"
-    std::optional<ViewAngles> view; ///< also picture a grid of points from here
+    std::filesystem::path folder;      ///< it exists
+    std::string format = "png";        ///< "png", "tiff", "npy", "exr" or "raw"
+    PictureOptions pictures;           ///< for all formats but "raw"
+    std::optional<std::string> points; ///< "ply", "pcd" or "none"; default: none with "raw", else "ply"
+    std::optional<ViewAngles> view;    ///< also picture a grid of points from here
 };
 
-/// Writes the images of a frame as `frame-NNNNN.png` (or .tiff, .raw) and its infos beside them as
-/// `frame-NNNNN.json`; a grid of points also as `frame-NNNNN.ply`, with the intensity if the frame has it,
-/// and with a view as `frame-NNNNN-view.png`. Of an incomplete frame only the infos are written.
+/// Writes the images of a frame as `frame-NNNNN.png` (or .tiff, ...) and its infos beside them as
+/// `frame-NNNNN.json`; a grid of points also as `frame-NNNNN.ply` or `.pcd`, with the intensity if the frame
+/// has it, and with a view as `frame-NNNNN-view.png`. Of an incomplete frame only the infos are written.
 /// @return the names of the files
 /// @throws std::runtime_error a view is asked for and the frame has no grid of points; as ImagesOf and
 /// WritePicture

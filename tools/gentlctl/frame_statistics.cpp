@@ -1,7 +1,5 @@
 #include "gentlctl/frame_statistics.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cmath>
 
@@ -102,18 +100,6 @@ Json ToJson(const FrameStatistics &statistics)
             {"framesPerSecond", statistics.Rate()},
             {"intervalMs", InMilliseconds(statistics.Intervals())},
             {"latencyMs", InMilliseconds(statistics.Latency())}};
-}
-
-std::string Milliseconds(const Spread &seconds)
-{
-    if (seconds.Count() == 0)
-    {
-        return "-";
-    }
-    return fmt::format("{:.3f} / {:.3f} / {:.3f} ms, jitter {:.3f} ms",
-                       seconds.Minimum() * millisecondsPerSecond, seconds.Mean() * millisecondsPerSecond,
-                       seconds.Maximum() * millisecondsPerSecond,
-                       seconds.Deviation() * millisecondsPerSecond);
 }
 
 } // namespace gentlctl

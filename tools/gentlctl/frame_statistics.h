@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <string>
 
 namespace gentlctl
 {
@@ -47,9 +46,9 @@ class FrameStatistics
 public:
     void Add(const FrameArrival &frame);
 
-    /// Counts frames that came and were given back unread in favour of newer ones. Without this their numbers
-    /// would count as a gap.
-    void AddSkipped(uint64_t frames) { m_skipped += frames; }
+    /// @param frames that came and were given back in favour of newer ones; without this the gaps that they
+    /// leave in the numbers would count as lost frames
+    void SetSkipped(uint64_t frames) { m_skipped = frames; }
 
     /// @param frames for which no buffer was free, as the producer counts them since the stream started
     void SetUnderruns(uint64_t frames) { m_underruns = frames; }
@@ -89,8 +88,5 @@ private:
 /// "latencyMs" with "minimum", "mean", "maximum" and "jitter" in milliseconds. Null stands for what is not
 /// known.
 Json ToJson(const FrameStatistics &statistics);
-
-/// "minimum / mean / maximum, jitter" in milliseconds; "-" without values.
-std::string Milliseconds(const Spread &seconds);
 
 } // namespace gentlctl

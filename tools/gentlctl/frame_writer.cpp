@@ -7,6 +7,14 @@ namespace gentlctl
 
 using GenTL::internal::utils::MutexLock;
 
+namespace
+{
+
+/// A grab without end would fill the memory with names.
+constexpr size_t mostFiles = 100'000;
+
+} // namespace
+
 FrameWriter::FrameWriter(size_t capacity, Write write, Release release)
     : m_capacity(capacity), m_write(std::move(write)), m_release(std::move(release)),
       m_thread([this] { Run(); })
@@ -89,7 +97,10 @@ void FrameWriter::WriteAndRelease(const FrameInfo &frame)
 void FrameWriter::WriteOne(const FrameInfo &frame)
 {
     const auto files = m_write(frame, Written() + 1);
-    m_files.insert(m_files.end(), files.begin(), files.end());
+    if (m_files.size() < mostFiles)
+    {
+        m_files.insert(m_files.end(), files.begin(), files.end());
+    }
     const MutexLock lock(m_mutex);
     ++m_written;
 }

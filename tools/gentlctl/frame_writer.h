@@ -42,7 +42,7 @@ public:
     uint64_t Written() const QVR_EXCLUDES(m_mutex);
     /// The first failure; null when there was none.
     std::exception_ptr Failure() const QVR_EXCLUDES(m_mutex);
-    /// Names of the files that were written; to be called after Finish.
+    /// Names of the files that were written, the first 100,000; to be called after Finish.
     const std::vector<std::string> &Files() const { return m_files; }
 
 private:

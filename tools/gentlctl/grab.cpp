@@ -3,25 +3,23 @@
 #include "consumer/device.h"
 #include "consumer/features.h"
 #include "consumer/frame_info.h"
+#include "consumer/info_answers.h"
 #include "consumer/producer.h"
-#include "consumer/stream.h"
-#include "gentlctl/frame_writer.h"
+#include "gentlctl/clock_relation.h"
+#include "gentlctl/frame_pipe.h"
+#include "gentlctl/frame_source.h"
 #include "gentlctl/interrupt.h"
-#include "gentlctl/progress.h"
 
 #include <algorithm>
-#include <chrono>
+#include <utility>
 
 namespace gentlctl
 {
 
 using namespace GenTL;
-using GenTL::internal::IGenTLProxy;
 
 namespace
 {
-
-using Clock = std::chrono::steady_clock;
 
 /// Buffers that wait to be filled while frames wait to be written.
 constexpr size_t spareBuffers = 16;
@@ -30,7 +28,7 @@ constexpr size_t spareBuffers = 16;
 /// for each frame to be written, so that all can arrive before the first is written. The spare ones also take
 /// the frames that come before the device stops. `least`, `most` and `memory` limit the number.
 /// @param size bytes of a buffer
-size_t BufferCount(const GrabOptions &options, size_t size)
+size_t BufferCount(const GrabOptions &options, bool isWritten, size_t size)
 {
     constexpr size_t least = 4;
     constexpr size_t most = 1024;
@@ -39,29 +37,53 @@ size_t BufferCount(const GrabOptions &options, size_t size)
     {
         return *options.buffers;
     }
-    const auto wanted = options.files.folder.empty() ? spareBuffers : options.frames + spareBuffers;
-    return std::clamp<size_t>(wanted, least, std::clamp(memory / std::max<size_t>(size, 1), least, most));
+    const auto waiting = !isWritten || options.newest ? 0 : options.frames == 0 ? most : options.frames;
+    return std::clamp<size_t>(waiting + spareBuffers, least,
+                              std::clamp(memory / std::max<size_t>(size, 1), least, most));
 }
 
-/// The frames of a running stream. A frame to be written stays in its buffer until it is written.
+/// Ticks per second of a device's time stamps. A producer that does not say it counts nanoseconds.
+uint64_t TicksPerSecond(Producer &producer, OpenDevice &device)
+{
+    constexpr uint64_t nanoseconds = 1'000'000'000;
+    const auto ticks = TryNumber(
+        [&](INFO_DATATYPE *type, void *buffer, size_t *size) {
+            producer.Calls().DevGetInfo(device.DeviceHandle(), DEVICE_INFO_TIMESTAMP_FREQUENCY, type, buffer,
+                                        size);
+        });
+    return ticks.value_or(0) != 0 ? *ticks : nanoseconds;
+}
+
+/// When the device took a frame, in its ticks: as the producer tells it, else as a chunk does.
+std::optional<uint64_t> TimeStamp(const FrameInfo &frame)
+{
+    if (const auto told = NumberFor(frame, BUFFER_INFO_TIMESTAMP))
+    {
+        return told;
+    }
+    const auto chunk = frame.chunks.find("ChunkTimestamp");
+    return chunk != frame.chunks.end() && chunk->is_number() ? std::optional(chunk->get<uint64_t>())
+                                                             : std::nullopt;
+}
+
+/// Receives frames, counts them and hands them to the writer. A frame to be written stays in its buffer until
+/// it is written.
 class Grabber
 {
 public:
-    Grabber(IGenTLProxy &calls, DS_HANDLE stream, const Features &remote, const GrabOptions &options,
-            const Interrupt &interrupt)
-        : m_calls(calls), m_stream(stream), m_remote(remote), m_options(options), m_interrupt(interrupt),
-          m_progress(options.showProgress, options.frames),
-          m_running(calls, stream, remote, [&](size_t size) { return BufferCount(options, size); }),
-          m_watch(interrupt, [this] { m_running.EndWait(); })
+    Grabber(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options,
+            const Interrupt &interrupt, const FrameConsumer &consumer)
+        : m_calls(producer.Calls()), m_stream(device.Stream()), m_remote(remote), m_options(options),
+          m_interrupt(interrupt), m_onFrame(consumer.onFrame),
+          m_clocks(remote, TicksPerSecond(producer, device)),
+          m_source(producer, device, remote, options, interrupt,
+                   [&](size_t size) { return BufferCount(options, consumer.write != nullptr, size); })
     {
-        if (!options.files.folder.empty())
+        if (consumer.write)
         {
-            const auto buffers = m_running.Buffers();
-            m_writer.emplace(
-                buffers - std::min(buffers / 2, spareBuffers),
-                [this](const FrameInfo &frame, uint64_t number)
-                { return WriteFrame(frame, number, m_options.files); },
-                [this](const FrameInfo &frame) { m_running.QueueAgain(frame.buffer); });
+            const auto buffers = m_source.Stream().Buffers();
+            m_writer.emplace(options.newest ? 1 : buffers - std::min(buffers / 2, spareBuffers),
+                             consumer.write, [this](const FrameInfo &frame) { GiveBack(frame.buffer); });
         }
     }
 
@@ -69,51 +91,80 @@ public:
     {
         try
         {
-            while (m_taken < m_options.frames && m_interrupt.Signal() == 0 && !WritingFailure())
+            while (!IsDone() && Receive())
             {
-                Receive();
             }
         }
         catch (const std::exception &)
         {
-            // An interrupt makes the wait fail.
-            m_report.failure = m_interrupt.Signal() == 0 ? std::current_exception() : nullptr;
+            if (m_interrupt.Signal() == 0) // which makes the wait fail, too
+            {
+                m_report.failure = std::current_exception();
+            }
         }
-        m_running.StopDevice();
+        m_source.Stream().StopDevice();
         FinishWriting();
-        m_progress.Finish(m_report, m_taken);
+        m_report.noLatency = m_hasTimeStamps ? m_clocks.Obstacle() : "the frames have no time stamp";
+        m_report.latencyUncertainty = m_clocks.Uncertainty();
         return std::move(m_report);
     }
 
 private:
-    std::exception_ptr WritingFailure() const { return m_writer ? m_writer->Failure() : nullptr; }
-
-    void Receive()
+    bool IsDone() const
     {
-        auto *const buffer = m_running.NextBuffer(m_options.timeoutMs);
-        auto frame = ReadFrameInfo(m_calls, m_stream, buffer, m_remote);
-        Count(frame);
-        if (m_writer && m_writer->Offer(frame))
-        {
-            ++m_taken;
-        }
-        else
-        {
-            m_running.QueueAgain(buffer);
-            ++(m_writer ? m_report.unwritten : m_taken);
-        }
-        m_progress.Show(m_report, m_taken);
+        return (m_options.frames != 0 && m_report.taken >= m_options.frames) || m_interrupt.Signal() != 0 ||
+               (m_writer && m_writer->Failure());
     }
 
-    void Count(const FrameInfo &frame)
+    void GiveBack(BUFFER_HANDLE buffer) { m_source.Stream().QueueAgain(buffer); }
+
+    /// Returns false when the time is over.
+    bool Receive()
     {
-        const auto now = Clock::now();
-        m_first = m_report.delivered == 0 ? now : m_first;
-        m_report.seconds = std::chrono::duration<double>(now - m_first).count();
-        ++m_report.delivered;
-        m_report.incomplete += frame.isIncomplete ? 1 : 0;
-        m_report.lost = m_running.LostFrames();
-        m_report.chunks = frame.chunks;
+        auto *const buffer = m_source.Next();
+        if (buffer == nullptr)
+        {
+            return false;
+        }
+        const auto now = ClockRelation::Clock::now();
+        auto frame = ReadFrameInfo(m_calls, m_stream, buffer, m_remote);
+        const auto arrival = Describe(frame, now);
+        auto chunks = frame.chunks;
+        const bool isTaken = !m_writer || m_writer->Offer(frame);
+        if (isTaken || !m_options.newest)
+        {
+            m_report.statistics.Add(arrival);
+            m_report.chunks = std::move(chunks);
+            ++(isTaken ? m_report.taken : m_report.unwritten);
+        }
+        if (!isTaken || !m_writer)
+        {
+            GiveBack(buffer);
+        }
+        Count(!isTaken && m_options.newest);
+        return true;
+    }
+
+    FrameArrival Describe(const FrameInfo &frame, ClockRelation::Clock::time_point now)
+    {
+        const auto ticks = TimeStamp(frame);
+        m_hasTimeStamps = m_hasTimeStamps || ticks;
+        return {.at = now.time_since_epoch(),
+                .number =
+                    m_source.IsDroppedByProducer() ? std::nullopt : NumberFor(frame, BUFFER_INFO_FRAMEID),
+                .latency = ticks ? m_clocks.Age(*ticks, now) : std::nullopt,
+                .isIncomplete = frame.isIncomplete};
+    }
+
+    void Count(bool isSkipped)
+    {
+        m_skipped += isSkipped ? 1 : 0;
+        m_report.statistics.SetSkipped(m_skipped + m_source.Skipped());
+        m_report.statistics.SetUnderruns(m_source.Stream().LostFrames());
+        if (m_onFrame)
+        {
+            m_onFrame(m_report);
+        }
     }
 
     void FinishWriting()
@@ -125,38 +176,49 @@ private:
         m_writer->Finish();
         m_report.files = m_writer->Files();
         m_report.written = m_writer->Written();
-        m_report.unwritten += m_taken - m_report.written;
-        if (auto failure = m_writer->Failure())
+        m_report.unwritten += m_report.taken - m_report.written;
+        if (const auto failure = m_writer->Failure())
+        {
+            KeepFailure(failure);
+        }
+    }
+
+    void KeepFailure(const std::exception_ptr &failure)
+    {
+        try
+        {
+            std::rethrow_exception(failure);
+        }
+        catch (const PipeClosed &)
+        {
+            m_report.isPipeClosed = true;
+        }
+        catch (...)
         {
             m_report.failure = failure;
         }
     }
 
-    IGenTLProxy &m_calls;
+    internal::IGenTLProxy &m_calls;
     DS_HANDLE m_stream;
     const Features &m_remote;
     const GrabOptions &m_options;
     const Interrupt &m_interrupt;
+    const std::function<void(const GrabReport &)> &m_onFrame;
     GrabReport m_report;
-    uint64_t m_taken = 0; ///< frames that count towards those to grab
-    Clock::time_point m_first;
-    Progress m_progress;
-    RunningStream m_running;
-    InterruptWatch m_watch;              // destroyed before the stream, whose wait it ends
+    bool m_hasTimeStamps = false;
+    uint64_t m_skipped = 0; ///< frames that came while another was being written
+    ClockRelation m_clocks; // takes its time before the stream starts
+    FrameSource m_source;
     std::optional<FrameWriter> m_writer; // destroyed before the stream, which takes its buffers back
 };
 
 } // namespace
 
-double FrameRate(const GrabReport &report)
-{
-    return report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
-}
-
 GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options,
-                const Interrupt &interrupt)
+                const Interrupt &interrupt, const FrameConsumer &consumer)
 {
-    return Grabber(producer.Calls(), device.Stream(), remote, options, interrupt).Run();
+    return Grabber(producer, device, remote, options, interrupt, consumer).Run();
 }
 
 } // namespace gentlctl

@@ -1,28 +1,23 @@
-#include "consumer/device.h"
-#include "consumer/features.h"
-#include "consumer/producer.h"
-#include "gentlctl/assignments.h"
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
-#include "gentlctl/grab.h"
+#include "gentlctl/frame_destination.h"
+#include "gentlctl/grab_arguments.h"
+#include "gentlctl/grab_report.h"
 #include "gentlctl/interrupt.h"
-#include "gentlctl/settings_loading.h"
+#include "gentlctl/side_by_side.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
-#include "pictures/file_writing.h"
+#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <csignal>
+#include <chrono>
+#include <ctime>
 #include <exception>
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace gentlctl
@@ -30,162 +25,171 @@ namespace gentlctl
 namespace
 {
 
-struct GrabCommandOptions
+/// Why a grab without a failure gave nothing; null when it gave something.
+std::exception_ptr Emptiness(const GrabReport &report)
 {
-    std::string settings; ///< file to load first; empty for none
-    std::vector<std::string> assignments;
-    GrabOptions grab;
+    const auto &statistics = report.statistics;
+    if (statistics.Delivered() == 0 && !report.isPipeClosed)
+    {
+        return std::make_exception_ptr(std::runtime_error("No frame came within --duration"));
+    }
+    if (statistics.Incomplete() == statistics.Delivered())
+    {
+        return std::make_exception_ptr(
+            std::runtime_error("No frame is complete, so there is no picture. PROXY_TL_LOG_LEVEL=error in "
+                               "the environment makes the proxy producer log why"));
+    }
+    return nullptr;
+}
+
+std::string TextOf(const std::exception_ptr &failure)
+{
+    try
+    {
+        std::rethrow_exception(failure);
+    }
+    catch (const GenTL::internal::GenTLException &exception)
+    {
+        return fmt::format("{} ({})", exception.what(), exception.Code());
+    }
+    catch (const std::exception &exception)
+    {
+        return exception.what();
+    }
+}
+
+/// How much a program works: the seconds for which it used a processor, and those that passed.
+struct Load
+{
+    double used = 0;
+    double passed = 0;
 };
 
-/// "RIGHT,UP" in degrees; an empty text gives the default.
-ViewAngles ParseAngles(const std::string &text)
+/// Both since some moment in the past.
+Load LoadSoFar()
 {
-    if (text.empty())
-    {
-        return {};
-    }
-    constexpr double limit = 89;
-    ViewAngles angles;
-    const char *end = text.data() + text.size();
-    const auto right = std::from_chars(text.data(), end, angles.right);
-    const bool hasRight = right.ec == std::errc() && right.ptr != end && *right.ptr == ',';
-    const auto up = hasRight ? std::from_chars(right.ptr + 1, end, angles.up) : right;
-    if (!hasRight || up.ec != std::errc() || up.ptr != end || !(std::abs(angles.right) <= limit) ||
-        !(std::abs(angles.up) <= limit))
-    {
-        throw CLI::ValidationError(
-            "--view", fmt::format("\"{}\" is not two angles from -89 to 89, as --view=28,20", text));
-    }
-    return angles;
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return {static_cast<double>(std::clock()) / CLOCKS_PER_SEC, std::chrono::duration<double>(now).count()};
 }
 
-void PrintReport(const GrabReport &report, const std::string &device, const std::string &folder, bool asJson)
+/// Prints what came from the devices.
+void PrintGrabs(const std::vector<DeviceGrab> &grabs, const Load &load, bool asJson)
 {
-    const auto rate = FrameRate(report);
+    auto devices = Json::array();
+    for (const auto &grab : grabs)
+    {
+        devices.push_back(ToJson(grab));
+    }
+    const double percent = load.passed > 0 ? load.used / load.passed * 100 : 0;
     if (asJson)
     {
-        return PrintJson({{"device", device},
-                          {"delivered", report.delivered},
-                          {"incomplete", report.incomplete},
-                          {"lost", report.lost},
-                          {"written", report.written},
-                          {"notWritten", report.unwritten},
-                          {"framesPerSecond", rate},
-                          {"files", report.files},
-                          {"chunks", report.chunks}});
+        auto json = grabs.size() == 1 ? devices[0] : Json{{"devices", devices}};
+        json.update({{"processorSeconds", load.used}, {"processorPercent", percent}});
+        return PrintJson(json);
     }
-    Print("{}: {} frame{}, {} incomplete, {} lost{}\n", device, report.delivered,
-          report.delivered == 1 ? "" : "s", report.incomplete, report.lost,
-          rate > 0 ? fmt::format(", {:.1f} frames/s", rate) : "");
-    if (!folder.empty())
+    for (const auto &grab : grabs)
     {
-        Print("Written to {}\n", folder);
+        PrintText(ToText(grab));
+    }
+    Print("Processor: {:.1f} s, {:.0f} % of one core\n", load.used, percent);
+}
+
+/// Says on standard error what is missing.
+void ComplainOfMissing(const std::vector<DeviceGrab> &grabs, const GrabOptions &options, int signal)
+{
+    for (const auto &grab : grabs)
+    {
+        for (const auto &line : Complaints(grab.report, options, signal))
+        {
+            Complain(grabs.size() == 1 ? line : fmt::format("{}: {}", grab.device, line));
+        }
     }
 }
 
-/// Says on standard error which frames are missing.
-void ComplainOfMissing(const GrabReport &report, uint64_t frames, int signal)
+/// Says on standard error which devices failed, and returns whether one did.
+/// @param signal that ended the grab, which may have given nothing then; 0 without
+/// @throws the failure of a single device
+bool ComplainOfFailures(const std::vector<DeviceGrab> &grabs, int signal)
 {
-    if (signal != 0)
+    bool hasFailed = false;
+    for (const auto &grab : grabs)
     {
-        Complain(fmt::format("Ended by {}, {} of {} frames came", signal == SIGINT ? "SIGINT" : "SIGTERM",
-                             std::min(report.delivered, frames), frames));
+        const auto &report = grab.report;
+        const auto failure = report.failure ? report.failure : signal == 0 ? Emptiness(report) : nullptr;
+        if (failure && grabs.size() == 1)
+        {
+            std::rethrow_exception(failure);
+        }
+        if (failure)
+        {
+            Complain(fmt::format("{}: {}", grab.device, TextOf(failure)));
+            hasFailed = true;
+        }
     }
-    if (report.unwritten != 0)
+    return hasFailed;
+}
+
+/// Says on standard error what `--strict` does not let pass, and returns whether there is something.
+bool ComplainStrictly(const std::vector<DeviceGrab> &grabs)
+{
+    bool isWrong = false;
+    for (const auto &grab : grabs)
     {
-        Complain(fmt::format("{} frame{} came and {} not written{}", report.unwritten,
-                             report.unwritten == 1 ? "" : "s", report.unwritten == 1 ? "was" : "were",
-                             report.failure ? "" : ": the disk did not keep up"));
+        if (const auto complaint = StrictComplaint(grab))
+        {
+            Complain(*complaint);
+            isWrong = true;
+        }
     }
+    return isWrong;
 }
 
 /// An interrupt ends the grab in order; the status is that of a program ended by the signal.
-int GrabFrames(const CommonOptions &options, const GrabCommandOptions &command)
+int GrabFrames(const CommonOptions &options, const GrabArguments &arguments)
 {
-    const auto &grab = command.grab;
-    if (!grab.files.folder.empty())
-    {
-        MakeFolder(grab.files.folder);
-    }
+    CheckTogether(arguments, options.devices.size());
+    const FrameDestination destination(arguments);
     const Interrupt interrupt;
-    Producer producer(options.producer);
-    OpenDevice device(producer, options.device);
-    const Features remote(device.PortOf("remote"));
-    RequireSettingsFile(device, command.settings);
-    Apply(remote, command.assignments);
-    const auto report = Grab(producer, device, remote, grab, interrupt);
+    SideBySide cameras(options.producer, options.devices, arguments, destination);
+    const auto before = LoadSoFar();
+    const auto grabs = cameras.Run(interrupt);
+    const auto after = LoadSoFar();
     const int signal = interrupt.Signal();
-    if (report.delivered != 0 || signal != 0)
+    const auto hasFrames = [](const DeviceGrab &grab) { return grab.report.statistics.Delivered() != 0; };
+    if (std::ranges::any_of(grabs, hasFrames) || signal != 0)
     {
-        PrintReport(report, device.Entry().id, grab.files.folder.string(), options.json);
-        ComplainOfMissing(report, grab.frames, signal);
+        PrintGrabs(grabs, {after.used - before.used, after.passed - before.passed}, options.json);
+        ComplainOfMissing(grabs, arguments.grab, signal);
     }
-    if (report.failure)
+    const bool isTooLittle = arguments.isStrict && ComplainStrictly(grabs);
+    if (ComplainOfFailures(grabs, signal) || isTooLittle)
     {
-        std::rethrow_exception(report.failure);
+        return failed;
     }
-    if (signal != 0)
-    {
-        return killed + signal;
-    }
-    if (report.incomplete == report.delivered)
-    {
-        throw std::runtime_error("No frame is complete, so there is no picture. PROXY_TL_LOG_LEVEL=error in "
-                                 "the environment makes the proxy producer log why");
-    }
-    return success;
+    return signal != 0 ? killed + signal : success;
 }
 
 constexpr auto grabFooter =
-    "Writes each frame as frame-NNNNN.png (.tiff, .raw), all that is known of it, chunks included, as .json, "
-    "and "
-    "points also as .ply. A format that holds several images gives frame-NNNNN-A, -B, ... Ctrl-C ends the "
-    "grab in "
-    "order.\n\n"
+    "Writes each frame as frame-NNNNN.png (.tiff, .npy, .exr, .raw), all that is known of it, chunks "
+    "included, "
+    "as .json, and points also as .ply or .pcd. A format that holds several images gives frame-NNNNN-A, -B, "
+    "... "
+    "Several devices grab at the same time, each into a folder of its own. Ctrl-C ends the grab in order.\n\n"
     "  gentlctl grab -d OVRA-M5 -n 10 -s PixelFormat=Mono12 -f tiff -o frames\n"
+    "  gentlctl grab -d OVRA-M5 -d OVRA-C5 --duration 10s --strict\n"
+    "  gentlctl grab -d OVRA-C5 -n 0 --newest -f y4m -o - | ffplay -\n"
     "  gentlctl grab -d OVRA-D1 -n 1 -s ComponentSelector=Intensity -s ComponentEnable=true -o depth --view";
-
-void AddFrameFiles(CLI::App &command, FrameFileOptions &files)
-{
-    auto *output =
-        command.add_option("-o,--output", files.folder, "Folder for the files; default: write nothing")
-            ->type_name("FOLDER");
-    command.add_option("-f,--format", files.format, "Format of the images")
-        ->check(CLI::IsMember({"png", "tiff", "raw"}))
-        ->capture_default_str();
-    command
-        .add_option_function<std::string>(
-            "-v,--view", [&files](const std::string &angles) { files.view = ParseAngles(angles); },
-            "Also render the points from the side into frame-NNNNN-view.png: degrees by which the "
-            "viewpoint turns right and up (28,20 without a value)")
-        ->expected(0, 1)
-        ->type_name("RIGHT,UP")
-        ->needs(output);
-}
 
 } // namespace
 
 void DeclareGrab(Commands &commands)
 {
-    const auto grab = std::make_shared<GrabCommandOptions>();
-    auto &options = grab->grab;
-    options.showProgress = isatty(STDERR_FILENO) != 0;
-    auto &command = commands.Add("grab", "Grab frames and write them to files",
-                                 [grab](const CommonOptions &common) { return GrabFrames(common, *grab); });
-    command.add_option("-n,--frames", options.frames, "Number of frames")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{1'000'000'000}).description(""))
-        ->capture_default_str();
-    AddFrameFiles(command, options.files);
-    command
-        .add_option("-b,--buffers", options.buffers,
-                    "Buffers to queue; default: as many as the frames need, within 512 MiB")
-        ->check(CLI::Range(2, 1024).description(""))
-        ->capture_default_str();
-    command.add_option("-t,--timeout", options.timeoutMs, "Longest wait for a frame, ms")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
-        ->capture_default_str();
-    AddSettingsFile(command, grab->settings);
-    AddAssignments(command, grab->assignments);
+    const auto arguments = std::make_shared<GrabArguments>();
+    auto &command = commands.Add(
+        "grab", "Grab frames, measure them and write them to files",
+        [arguments](const CommonOptions &common) { return GrabFrames(common, *arguments); },
+        Commands::Devices::Several);
+    DeclareGrabArguments(command, *arguments);
     command.footer(grabFooter);
 }
 

@@ -3,39 +3,117 @@
 #include "gentlctl/grab.h"
 
 #include <fmt/format.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace gentlctl
 {
 
-void Progress::Show(const GrabReport &report, uint64_t done)
+using GenTL::internal::utils::MutexLock;
+
+namespace
 {
-    constexpr std::chrono::milliseconds interval(100);
-    const auto now = std::chrono::steady_clock::now();
-    if (m_isShown && now - m_shown > interval)
+
+constexpr std::chrono::milliseconds interval(100);
+
+/// Erases what a longer line has left on the terminal.
+constexpr auto eraseTheRest = "\x1B[K";
+
+/// As much of a line as the terminal shows: a longer one would go on in the next, which cannot be rewritten.
+std::string CutToTerminal(const std::string &line)
+{
+    winsize size{};
+    const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
+    return isKnown ? line.substr(0, size.ws_col - 1U) : line;
+}
+
+/// How much of a grab with an end is done.
+std::string Bar(uint64_t done, uint64_t frames)
+{
+    constexpr uint64_t width = 30;
+    const auto filled = std::min(done, frames) * width / frames;
+    return fmt::format("[{:#<{}}{:{}}] {}/{}", "", filled, "", width - filled, done, frames);
+}
+
+} // namespace
+
+std::string ProgressText(const GrabReport &report, uint64_t frames)
+{
+    const auto &statistics = report.statistics;
+    const auto begin = frames != 0 ? Bar(report.taken, frames)
+                                   : fmt::format("{:.0f} s  {} frames", statistics.Seconds(), report.taken);
+    const auto &intervals = statistics.Intervals();
+    constexpr double ms = 1000;
+    return fmt::format(
+        "{}  {:.1f} frames/s{}  {} lost  {} incomplete{}", begin, statistics.Rate(),
+        frames == 0 ? fmt::format("  {:.1f} to {:.1f} ms", intervals.Minimum() * ms, intervals.Maximum() * ms)
+                    : "",
+        statistics.Lost(), statistics.Incomplete(),
+        report.unwritten != 0 ? fmt::format("  {} not written", report.unwritten) : "");
+}
+
+Progress::Progress(bool isShown, uint64_t frames, std::vector<std::string> devices)
+    : m_isShown(isShown), m_frames(frames)
+{
+    for (auto &device : devices)
     {
-        Draw(report, done);
-        m_shown = now;
+        m_parts.push_back({.name = std::move(device), .text = "", .shown = {}});
     }
 }
 
-void Progress::Finish(const GrabReport &report, uint64_t done) const
+void Progress::Show(size_t device, const GrabReport &report)
 {
-    if (m_isShown && report.delivered != 0)
+    const MutexLock lock(m_mutex);
+    auto &part = m_parts.at(device);
+    const auto now = std::chrono::steady_clock::now();
+    if (m_isShown && now - part.shown > interval)
     {
-        Draw(report, done);
+        part.shown = now;
+        Draw(part, report);
+    }
+}
+
+void Progress::Finish(size_t device, const GrabReport &report)
+{
+    const MutexLock lock(m_mutex);
+    if (m_isShown && report.statistics.Delivered() != 0)
+    {
+        Draw(m_parts.at(device), report);
+    }
+}
+
+void Progress::Clear()
+{
+    const MutexLock lock(m_mutex);
+    if (m_isDrawn)
+    {
+        fmt::print(stderr, "\r{}", eraseTheRest);
+    }
+}
+
+void Progress::End()
+{
+    const MutexLock lock(m_mutex);
+    if (std::exchange(m_isDrawn, false))
+    {
         fmt::print(stderr, "\n");
     }
 }
 
-void Progress::Draw(const GrabReport &report, uint64_t done) const
+void Progress::Draw(Part &part, const GrabReport &report)
 {
-    constexpr int width = 30;
-    const auto filled = static_cast<int>(done * width / m_frames);
-    fmt::print(stderr, "\r[{:#<{}}{:{}}] {}/{}  {:.1f} frames/s  {} lost  {} incomplete{} ", "", filled, "",
-               width - filled, done, m_frames, FrameRate(report), report.lost, report.incomplete,
-               report.unwritten != 0 ? fmt::format("  {} not written", report.unwritten) : "");
+    part.text = ProgressText(report, m_frames);
+    std::string line;
+    for (const auto &[name, text, shown] : m_parts)
+    {
+        line += m_parts.size() > 1 ? fmt::format("{}{}: {}", line.empty() ? "" : " | ", name, text) : text;
+    }
+    fmt::print(stderr, "\r{}{}", CutToTerminal(line + " "), eraseTheRest);
+    m_isDrawn = true;
 }
 
 } // namespace gentlctl

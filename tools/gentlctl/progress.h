@@ -1,33 +1,58 @@
 #pragma once
 
+#include "utils/mutex.h"
+
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace gentlctl
 {
 
 struct GrabReport;
 
-/// A line on standard error that is rewritten as frames arrive.
+/// How far a grab is, in a line: a bar, or without a number of frames the time and the intervals.
+/// @param frames how many are to be grabbed; 0: no limit
+std::string ProgressText(const GrabReport &report, uint64_t frames);
+
+/// A line on standard error that is rewritten as frames arrive from one device or several. Any thread may
+/// call.
 class Progress
 {
 public:
-    /// @param frames how many are to be grabbed
-    Progress(bool isShown, uint64_t frames) : m_isShown(isShown), m_frames(frames) {}
+    /// @param frames how many are to be grabbed of each device; 0: no limit
+    /// @param devices their names
+    Progress(bool isShown, uint64_t frames, std::vector<std::string> devices);
 
-    /// Rewrites the line, unless it was rewritten a moment ago.
-    /// @param done frames that count towards those to grab
-    void Show(const GrabReport &report, uint64_t done);
+    /// Rewrites the line, unless this device did so a moment ago.
+    void Show(size_t device, const GrabReport &report) QVR_EXCLUDES(m_mutex);
 
-    /// Rewrites the line a last time and ends it.
-    void Finish(const GrabReport &report, uint64_t done) const;
+    /// Rewrites the device's part of the line a last time.
+    void Finish(size_t device, const GrabReport &report) QVR_EXCLUDES(m_mutex);
+
+    /// Makes room for another line.
+    void Clear() QVR_EXCLUDES(m_mutex);
+
+    /// Ends the line.
+    void End() QVR_EXCLUDES(m_mutex);
 
 private:
-    void Draw(const GrabReport &report, uint64_t done) const;
+    struct Part
+    {
+        std::string name; ///< of the device
+        std::string text;
+        std::chrono::steady_clock::time_point shown;
+    };
 
-    bool m_isShown;
-    uint64_t m_frames;
-    std::chrono::steady_clock::time_point m_shown;
+    void Draw(Part &part, const GrabReport &report) QVR_REQUIRES(m_mutex);
+
+    const bool m_isShown;
+    const uint64_t m_frames;
+    GenTL::internal::utils::Mutex m_mutex;
+    std::vector<Part> m_parts QVR_GUARDED_BY(m_mutex);
+    bool m_isDrawn QVR_GUARDED_BY(m_mutex) = false;
 };
 
 } // namespace gentlctl

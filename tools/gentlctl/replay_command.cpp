@@ -82,7 +82,7 @@ void SetEnvironment(const ReplayCommandOptions &command)
 }
 
 /// The command line of the command to run on the recordings.
-Words WordsOf(const CommonOptions &options, const Json &recordings, const Words &rest)
+Words ReplayedLine(const CommonOptions &options, const Json &recordings, const Words &rest)
 {
     const bool areOfTheFamily = std::ranges::all_of(recordings, [](const Json &recording)
                                                     { return IsOfTheFamily(recording.at("model")); });
@@ -114,7 +114,7 @@ int Replay(const CommonOptions &options, const ReplayCommandOptions &command, co
         return success;
     }
     SetEnvironment(command);
-    auto words = WordsOf(options, recordings, rest.empty() ? Words{"list"} : rest);
+    auto words = ReplayedLine(options, recordings, rest.empty() ? Words{"list"} : rest);
     std::vector<char *> arguments;
     for (auto &word : words)
     {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <stdexcept>
 #include <system_error>
@@ -31,6 +32,21 @@ void TakeStandardOutput()
         dup2(nowhere, STDOUT_FILENO);
         close(nowhere);
     }
+}
+
+int GiveStandardOutputToData()
+{
+    const int data = results != nullptr ? fcntl(fileno(results), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
+    if (data < 0 || isatty(data) != 0)
+    {
+        throw std::runtime_error(
+            "Frames cannot be printed on a terminal: redirect the output into a program or "
+            "a file, as gentlctl grab -o - -f y4m | ffplay -");
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    fclose(results);
+    results = fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "w");
+    return data;
 }
 
 void PrintText(std::string_view text)

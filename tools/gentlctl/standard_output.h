@@ -21,6 +21,12 @@ void Print(fmt::format_string<Arguments...> format, Arguments &&...arguments)
     PrintText(fmt::format(format, std::forward<Arguments>(arguments)...));
 }
 
+/// Gives standard output to binary data: from now on Print writes to standard error. A reader that goes away
+/// makes a write fail, and does not end the program.
+/// @return the descriptor of standard output, which stays open
+/// @throws std::runtime_error there is no standard output, or it is a terminal
+int GiveStandardOutputToData();
+
 /// Writes a line to standard error, behind the name of the program.
 void Complain(std::string_view text);
 

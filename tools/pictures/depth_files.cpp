@@ -24,11 +24,16 @@ using tarn::common::PixelFormat;
 namespace
 {
 
-static_assert(std::endian::native == std::endian::little, "PLY is written as memory has it");
+static_assert(std::endian::native == std::endian::little, "PLY and PCD are written as memory has it");
 
 constexpr size_t barWidth = 96;
 constexpr size_t barMargin = 12;
 constexpr size_t barStrip = 20;
+
+/// What a PCD holds in place of a point without coordinates.
+constexpr std::array<float, 3> nowhere{std::numeric_limits<float>::quiet_NaN(),
+                                       std::numeric_limits<float>::quiet_NaN(),
+                                       std::numeric_limits<float>::quiet_NaN()};
 
 /// A colour of the Turbo map, by its published approximation in polynomials.
 /// @param level 0 to 1, from dark blue through green to dark red
@@ -54,6 +59,30 @@ Colour Turbo(double level)
 bool HasDepth(float depth)
 {
     return std::isfinite(depth) && depth != 0;
+}
+
+/// How many points a grid has in its memory.
+size_t PointsIn(const ImageView &points)
+{
+    return std::min(points.width * points.height, points.size / sizeof(Eigen::Vector3f));
+}
+
+Eigen::Vector3f PointOf(const ImageView &points, size_t index)
+{
+    Eigen::Vector3f point;
+    std::memcpy(point.data(), points.data + index * sizeof point, sizeof point);
+    return point;
+}
+
+template <typename T>
+void AppendBytes(std::string &bytes, const T &value)
+{
+    bytes.append(reinterpret_cast<const char *>(&value), sizeof value);
+}
+
+void WriteContent(const std::filesystem::path &file, const std::string &content)
+{
+    WriteBytes(file, content.data(), content.size());
 }
 
 } // namespace
@@ -134,30 +163,57 @@ bool IsIntensityOf(const ImageView &points, const ImageView *intensity)
 
 void WritePly(const std::filesystem::path &file, const ImageView &points, const ImageView *intensity)
 {
-    const size_t pixels = points.width * points.height;
     const bool hasIntensity = IsIntensityOf(points, intensity);
     std::string body;
     size_t count = 0;
-    for (size_t i = 0; i < pixels && (i + 1) * sizeof(Eigen::Vector3f) <= points.size; ++i)
+    for (size_t i = 0; i < PointsIn(points); ++i)
     {
-        Eigen::Vector3f point;
-        std::memcpy(point.data(), points.data + i * sizeof point, sizeof point);
+        const auto point = PointOf(points, i);
         if (!HasCoordinates(point))
         {
             continue;
         }
-        body.append(reinterpret_cast<const char *>(point.data()), sizeof point);
+        AppendBytes(body, point);
         if (hasIntensity)
         {
-            body.push_back(static_cast<char>(intensity->data[i]));
+            AppendBytes(body, intensity->data[i]);
         }
         ++count;
     }
     const auto header = fmt::format("ply\nformat binary_little_endian 1.0\nelement vertex {}\n"
                                     "property float x\nproperty float y\nproperty float z\n{}end_header\n",
                                     count, hasIntensity ? "property uchar intensity\n" : "");
-    const auto content = header + body;
-    WriteBytes(file, content.data(), content.size());
+    WriteContent(file, header + body);
+}
+
+void WritePcd(const std::filesystem::path &file, const ImageView &points, const ImageView *intensity)
+{
+    const bool hasIntensity = IsIntensityOf(points, intensity);
+    const auto *const fields = hasIntensity
+                                   ? "FIELDS x y z intensity\nSIZE 4 4 4 4\nTYPE F F F F\nCOUNT 1 1 1 1\n"
+                                   : "FIELDS x y z\nSIZE 4 4 4\nTYPE F F F\nCOUNT 1 1 1\n";
+    auto content =
+        fmt::format("# .PCD v0.7 - Point Cloud Data file format\nVERSION 0.7\n{}WIDTH {}\nHEIGHT {}\n"
+                    "VIEWPOINT 0 0 0 1 0 0 0\nPOINTS {}\nDATA binary\n",
+                    fields, points.width, points.height, points.width * points.height);
+    const size_t count = PointsIn(points);
+    for (size_t i = 0; i < points.width * points.height; ++i)
+    {
+        const auto point = i < count ? PointOf(points, i) : Eigen::Vector3f(0, 0, 0);
+        if (HasCoordinates(point))
+        {
+            AppendBytes(content, point);
+        }
+        else
+        {
+            AppendBytes(content, nowhere);
+        }
+        if (hasIntensity)
+        {
+            AppendBytes(content, static_cast<float>(intensity->data[i]));
+        }
+    }
+    WriteContent(file, content);
 }
 
 } // namespace gentlctl

@@ -31,4 +31,10 @@ ColourRaster ColourDepth(const Raster<float> &depth);
 /// @throws std::runtime_error the file cannot be written
 void WritePly(const std::filesystem::path &file, const ImageView &points, const ImageView *intensity);
 
+/// Writes the grid of points as a binary PCD with its width and height. A pixel without coordinates holds
+/// three NaN, so that each point keeps its place in the image.
+/// @param intensity grey values of the same size; null without
+/// @throws std::runtime_error the file cannot be written
+void WritePcd(const std::filesystem::path &file, const ImageView &points, const ImageView *intensity);
+
 } // namespace gentlctl

@@ -84,6 +84,14 @@ void WriteBytes(const fs::path &file, const void *data, size_t size)
     throw std::runtime_error(fmt::format("Cannot write {}: {}", file.string(), reason));
 }
 
+void WriteBytes(int descriptor, const void *data, size_t size)
+{
+    if (!WriteAll(descriptor, static_cast<const char *>(data), size))
+    {
+        throw std::system_error(errno, std::generic_category(), "Cannot write");
+    }
+}
+
 void MakeFolder(const fs::path &folder)
 {
     const auto failure = [&folder](const char *what, const std::string &reason)

@@ -2,8 +2,10 @@
 
 #include "pictures/demosaic.h"
 #include "pictures/depth_files.h"
+#include "pictures/exr_encoding.h"
 #include "pictures/file_writing.h"
 #include "pictures/image_encoding.h"
+#include "pictures/npy_encoding.h"
 
 #include "common/format_table.h"
 #include "common/pixel_format.h"
@@ -15,7 +17,9 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -178,7 +182,7 @@ Raster<T> RedFirst(Raster<T> pixels)
 
 /// The samples for a file: grey, or red, green and blue, or coordinates.
 template <typename T>
-AnyRaster Convert(Raster<T> pixels, Conversion conversion, size_t index, bool isPng)
+AnyRaster Convert(Raster<T> pixels, Conversion conversion, size_t index, bool isShown)
 {
     switch (conversion)
     {
@@ -189,7 +193,7 @@ AnyRaster Convert(Raster<T> pixels, Conversion conversion, size_t index, bool is
     case BlueFirst:
         return RedFirst(std::move(pixels));
     case Depth:
-        if (isPng)
+        if (isShown)
         {
             return ColourDepth(
                 Channel<float>(pixels, pixels.channels - 1)); // the last channel of points is z
@@ -206,13 +210,67 @@ AnyRaster Convert(Raster<T> pixels, Conversion conversion, size_t index, bool is
     throw std::logic_error("No format has a mosaic of floats");
 }
 
-/// Samples up to `maximum` as samples of the full 16 bits.
-void Scale(Raster<uint16_t> &pixels, unsigned int maximum)
+/// Samples up to `maximum` as samples that use all bits of their type.
+template <typename To>
+Raster<To> Scaled(const Raster<uint16_t> &pixels, unsigned int maximum)
 {
-    std::ranges::transform(
-        pixels.samples, pixels.samples.begin(),
-        [&](uint16_t sample)
-        { return static_cast<uint16_t>(std::lrint(std::min(65535.0, sample * (65535.0 / maximum)))); });
+    constexpr double full = std::numeric_limits<To>::max();
+    Raster<To> scaled{pixels.width, pixels.height, pixels.channels};
+    std::ranges::transform(pixels.samples, scaled.samples.begin(),
+                           [&](uint16_t sample) {
+                               return static_cast<To>(std::lrint(std::min(full, sample * (full / maximum))));
+                           });
+    return scaled;
+}
+
+const Picture &RequirePicture(uint64_t pixelFormat)
+{
+    const auto *picture = FindPicture(pixelFormat);
+    if (picture == nullptr)
+    {
+        throw std::runtime_error(
+            fmt::format("Images of format {} cannot be written as a picture: use --format raw, or "
+                        "a PixelFormat of `gentlctl formats` that the producer unpacks",
+                        FormatName(pixelFormat)));
+    }
+    return *picture;
+}
+
+bool IsMosaic(Conversion conversion)
+{
+    return conversion == BayerRG || conversion == BayerGR || conversion == BayerGB || conversion == BayerBG;
+}
+
+/// @param isShown depth becomes colours
+AnyRaster ReadPixels(const ImageView &image, const Picture &picture, size_t index, bool isShown,
+                     bool keepsMosaic)
+{
+    const auto conversion = keepsMosaic && IsMosaic(picture.conversion) ? AsItIs : picture.conversion;
+    auto samples = Copy(image, picture);
+    return std::visit([&](auto &raster) { return Convert(std::move(raster), conversion, index, isShown); },
+                      samples);
+}
+
+/// A format of files, by their extension.
+struct FileFormat
+{
+    std::string_view extension;
+    std::string (*encode)(const AnyRaster &pixels);
+    bool isShown; ///< made for screens: depth in colours, and samples scaled to the full range
+};
+
+constexpr std::array fileFormats{FileFormat{".png", EncodePng, true}, FileFormat{".tiff", EncodeTiff, false},
+                                 FileFormat{".npy", EncodeNpy, false}, FileFormat{".exr", EncodeExr, false}};
+
+const FileFormat &FormatOf(const std::filesystem::path &file)
+{
+    const auto *format = std::ranges::find(fileFormats, file.extension().string(), &FileFormat::extension);
+    if (format == fileFormats.end())
+    {
+        throw std::logic_error(
+            fmt::format("No pictures are written into {} files", file.extension().string()));
+    }
+    return *format;
 }
 
 } // namespace
@@ -237,30 +295,34 @@ size_t ImagesIn(uint64_t pixelFormat)
     return picture != nullptr && picture->conversion == Interleaved ? picture->channels : 1;
 }
 
-void WritePicture(const std::filesystem::path &file, const ImageView &image, size_t index)
+void WritePicture(const std::filesystem::path &file, const ImageView &image, size_t index,
+                  const PictureOptions &options)
 {
-    const auto *picture = FindPicture(image.pixelFormat);
-    if (picture == nullptr)
+    const bool isShown = FormatOf(file).isShown;
+    const auto &picture = RequirePicture(image.pixelFormat);
+    auto pixels = ReadPixels(image, picture, index, isShown, options.keepsMosaic);
+    if (auto *deep = std::get_if<Raster<uint16_t>>(&pixels);
+        deep != nullptr && options.scale.value_or(isShown))
     {
-        throw std::runtime_error(
-            fmt::format("Images of format {} cannot be written as a picture: use --format raw, or "
-                        "a PixelFormat of `gentlctl formats` that the producer unpacks",
-                        FormatName(image.pixelFormat)));
-    }
-    const bool isPng = file.extension() == ".png";
-    auto samples = Copy(image, *picture);
-    auto pixels = std::visit(
-        [&](auto &raster) { return Convert(std::move(raster), picture->conversion, index, isPng); }, samples);
-    if (auto *deep = std::get_if<Raster<uint16_t>>(&pixels); isPng && deep != nullptr)
-    {
-        Scale(*deep, picture->maximum);
+        pixels = Scaled<uint16_t>(*deep, picture.maximum);
     }
     WriteImage(file, pixels);
 }
 
+Raster<uint8_t> ShownPicture(const ImageView &image, const PictureOptions &options)
+{
+    const auto &picture = RequirePicture(image.pixelFormat);
+    auto pixels = ReadPixels(image, picture, 0, true, options.keepsMosaic);
+    if (const auto *deep = std::get_if<Raster<uint16_t>>(&pixels))
+    {
+        return Scaled<uint8_t>(*deep, picture.maximum);
+    }
+    return std::move(std::get<Raster<uint8_t>>(pixels));
+}
+
 void WriteImage(const std::filesystem::path &file, const AnyRaster &pixels)
 {
-    const auto bytes = file.extension() == ".png" ? EncodePng(pixels) : EncodeTiff(pixels);
+    const auto bytes = FormatOf(file).encode(pixels);
     WriteBytes(file, bytes.data(), bytes.size());
 }
 

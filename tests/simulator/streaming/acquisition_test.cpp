@@ -117,6 +117,37 @@ TEST_F(SimulatorAcquisition, SendsFrameCountInMultiFrameMode)
     Stop();
 }
 
+TEST_F(SimulatorAcquisition, SendsAFrameForEachSoftwareTrigger)
+{
+    ASSERT_OK(m_camera->SetEntry("TriggerMode", "On"));
+    ASSERT_OK(m_camera->SetEntry("TriggerSource", "Software"));
+    ASSERT_OK(m_camera->Set("TriggerSoftware", 1)); // ignored: the camera does not acquire yet
+    AnnounceBuffers(4);
+    Start();
+    EXPECT_CODE(GC_ERR_TIMEOUT, Wait(20));
+    ASSERT_OK(m_camera->Set("TriggerSoftware", 1));
+    EXPECT_EQ(1U, BufferInfo<uint64_t>(Receive().handle, BUFFER_INFO_FRAMEID));
+    EXPECT_CODE(GC_ERR_TIMEOUT, Wait(20));
+    ASSERT_OK(m_camera->Set("TriggerSoftware", 1));
+    ASSERT_OK(m_camera->Set("TriggerSoftware", 1));
+    EXPECT_EQ(2U, BufferInfo<uint64_t>(Receive().handle, BUFFER_INFO_FRAMEID));
+    EXPECT_EQ(3U, BufferInfo<uint64_t>(Receive().handle, BUFFER_INFO_FRAMEID));
+    EXPECT_CODE(GC_ERR_TIMEOUT, Wait(20));
+    Stop();
+}
+
+TEST_F(SimulatorAcquisition, TakesSoftwareTriggersFromTheirSourceAlone)
+{
+    ASSERT_OK(m_camera->SetEntry("TriggerMode", "On"));
+    AnnounceBuffers(4);
+    Start();
+    ASSERT_OK(m_camera->Set("TriggerSoftware", 1)); // the source is Line0
+    EXPECT_CODE(GC_ERR_TIMEOUT, Wait(20));
+    ASSERT_OK(m_camera->SetEntry("TriggerMode", "Off"));
+    EXPECT_EQ(1U, BufferInfo<uint64_t>(Receive().handle, BUFFER_INFO_FRAMEID));
+    Stop();
+}
+
 TEST_F(SimulatorAcquisition, EndsAfterTheRequestedFrames)
 {
     AnnounceBuffers(6);

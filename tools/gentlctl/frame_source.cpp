@@ -1,0 +1,99 @@
+#include "gentlctl/frame_source.h"
+
+#include "consumer/device.h"
+#include "consumer/producer.h"
+#include "gentlctl/grab.h"
+#include "port/proxy_module.h"
+
+#include <algorithm>
+
+namespace gentlctl
+{
+
+using namespace GenTL;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+/// Asks the producer to keep the newest frame alone, and returns whether it does. A producer may have the
+/// feature and ignore what is written.
+bool KeepsNewestAlone(OpenDevice &device)
+{
+    bool keeps = false;
+    internal::CloseQuietly(
+        [&]
+        {
+            const Features stream(device.PortOf("stream"));
+            stream.Set("StreamBufferHandlingMode", "NewestOnly");
+            keeps = stream.Get("StreamBufferHandlingMode") == "NewestOnly";
+        });
+    return keeps;
+}
+
+} // namespace
+
+FrameSource::FrameSource(Producer &producer, OpenDevice &device, const Features &remote,
+                         const GrabOptions &options, const Interrupt &interrupt,
+                         const RunningStream::BufferCount &count)
+    : m_options(options), m_isDroppedByProducer(options.newest && KeepsNewestAlone(device))
+{
+    if (options.trigger)
+    {
+        m_trigger.emplace(remote);
+    }
+    m_stream.emplace(producer.Calls(), device.Stream(), remote, count);
+    if (options.duration)
+    {
+        m_end = Clock::now() + std::chrono::duration_cast<Clock::duration>(*options.duration);
+    }
+    m_watch.emplace(interrupt, [this] { m_stream->EndWait(); });
+}
+
+BUFFER_HANDLE FrameSource::Next()
+{
+    if (m_trigger)
+    {
+        m_trigger->Fire();
+    }
+    auto *const buffer = Wait();
+    return buffer != nullptr && m_options.newest ? NewerThan(buffer) : buffer;
+}
+
+BUFFER_HANDLE FrameSource::Wait()
+{
+    using std::chrono::milliseconds;
+    if (!m_end)
+    {
+        return m_stream->NextBuffer(m_options.timeoutMs);
+    }
+    const auto left = std::chrono::ceil<milliseconds>(*m_end - Clock::now());
+    if (left <= milliseconds::zero())
+    {
+        return nullptr;
+    }
+    const auto leftMs = static_cast<uint64_t>(left.count());
+    return leftMs <= m_options.timeoutMs ? m_stream->TryNextBuffer(leftMs)
+                                         : m_stream->NextBuffer(m_options.timeoutMs);
+}
+
+/// The newest frame that has come. A device without a frame rate fills each buffer that is given back, so a
+/// round through the buffers is enough.
+BUFFER_HANDLE FrameSource::NewerThan(BUFFER_HANDLE buffer)
+{
+    for (size_t i = 0; i < m_stream->Buffers(); ++i)
+    {
+        auto *const newer = m_stream->TryNextBuffer(0);
+        if (newer == nullptr)
+        {
+            break;
+        }
+        m_stream->QueueAgain(buffer);
+        ++m_skipped;
+        buffer = newer;
+    }
+    return buffer;
+}
+
+} // namespace gentlctl
