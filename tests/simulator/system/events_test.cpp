@@ -78,7 +78,7 @@ TEST_F(SimulatorEvents, TellTheEndOfEachExposure)
     AnnounceBuffers(4);
     Start();
     Receive();
-    for (const uint64_t frame : {1, 2})
+    for (const uint64_t frame : {1U, 2U})
     {
         const auto bytes = Next(event);
         EXPECT_EQ("9001", AskText(About(event, bytes, EVENT_DATA_ID)));
