@@ -62,7 +62,7 @@ Argument ArgumentOf(const CLI::Option &option)
     }
     const auto typeName = option.get_type_name();
     argument.valueName = typeName.substr(0, typeName.find_first_of(":{ "));
-    if (argument.valueName == "TEXT")
+    if (argument.valueName == "TEXT" || (argument.valueName.empty() && option.get_positional()))
     {
         argument.valueName = option.get_positional() ? option.get_name(true) : option.get_lnames().front();
         std::ranges::transform(argument.valueName, argument.valueName.begin(), toupper);
