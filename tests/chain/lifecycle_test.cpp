@@ -169,12 +169,13 @@ TEST_P(FeaturesOf, AModuleCanBeReadByName)
     const gentlctl::Features features(device.PortOf(GetParam()));
     const auto names = features.Names();
     EXPECT_GT(names.size(), 3U);
-    size_t readable = 0;
     for (const auto &name : names)
     {
-        readable += FailureOf([&] { features.Get(name); }) == GenTL::internal::Failure{} ? 1 : 0;
+        if (!features.WhyWithoutValue(name)) // as a command has, and what comes with a frame or an event
+        {
+            EXPECT_NO_THROW(features.Get(name)) << name;
+        }
     }
-    EXPECT_GE(readable + 8, names.size()); // commands and features of chunks cannot be read
 }
 
 INSTANTIATE_TEST_SUITE_P(Modules, FeaturesOf,

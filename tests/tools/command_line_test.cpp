@@ -95,6 +95,10 @@ TEST(CommandLine, ShowsTheOptionsOfEveryCommandInItsHelp)
     const CommandLine line;
     for (const auto *command : CommandsOf(line.App()))
     {
+        if (command->get_name() == "replay") // whose options are those of the command behind the folder
+        {
+            continue;
+        }
         EXPECT_EQ(command->help().find("--producer") != std::string::npos, command->get_fallthrough())
             << command->get_name();
     }

@@ -83,7 +83,7 @@ public:
         {
             const auto buffers = m_source.Stream().Buffers();
             m_writer.emplace(options.newest ? 1 : buffers - std::min(buffers / 2, spareBuffers),
-                             consumer.write, [this](const FrameInfo &frame) { GiveBack(frame.buffer); });
+                             consumer.write, [this](const FrameInfo &frame) { Release(frame); });
         }
     }
 
@@ -97,7 +97,7 @@ public:
         }
         catch (const std::exception &)
         {
-            if (m_interrupt.Signal() == 0) // which makes the wait fail, too
+            if (m_interrupt.Signal() == 0 && !HasWriterFailed()) // which make the wait fail, too
             {
                 m_report.failure = std::current_exception();
             }
@@ -113,7 +113,19 @@ private:
     bool IsDone() const
     {
         return (m_options.frames != 0 && m_report.taken >= m_options.frames) || m_interrupt.Signal() != 0 ||
-               (m_writer && m_writer->Failure());
+               HasWriterFailed();
+    }
+
+    bool HasWriterFailed() const { return m_writer && m_writer->Failure(); }
+
+    /// On the writer's thread. After a failure, no frame is waited for.
+    void Release(const FrameInfo &frame)
+    {
+        GiveBack(frame.buffer);
+        if (HasWriterFailed())
+        {
+            m_source.Stream().EndWait();
+        }
     }
 
     void GiveBack(BUFFER_HANDLE buffer) { m_source.Stream().QueueAgain(buffer); }
