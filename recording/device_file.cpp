@@ -6,6 +6,9 @@
 #include <nlohmann/json.hpp>
 
 #include <charconv>
+#include <concepts>
+#include <cstdint>
+#include <utility>
 
 namespace recording
 {
@@ -40,6 +43,28 @@ std::string FromHex(const std::string &text)
         bytes += static_cast<char>(byte);
     }
     return bytes;
+}
+
+template <std::integral Value>
+bool Fits(const Json &number)
+{
+    return number.is_number_unsigned()
+               ? std::in_range<Value>(number.get<uint64_t>())
+               : number.is_number_integer() && std::in_range<Value>(number.get<int64_t>());
+}
+
+/// A value of a record. By itself, the JSON library cuts a number that the type cannot hold.
+template <typename Value>
+Value ValueOf(const Json &json)
+{
+    if constexpr (std::integral<Value> && !std::same_as<Value, bool>)
+    {
+        if (json.is_number() && !Fits<Value>(json))
+        {
+            throw Error("{} is out of range", json.dump());
+        }
+    }
+    return json.get<Value>();
 }
 
 /// Writes members of a record into an object of JSON.
@@ -77,13 +102,13 @@ public:
     template <typename Value>
     void Member(const char *name, Value &value)
     {
-        value = m_json.at(name).get<Value>();
+        value = ValueOf<Value>(m_json.at(name));
     }
     template <typename Value>
     void Optional(const char *name, std::optional<Value> &value)
     {
         const auto &json = m_json.at(name);
-        value = json.is_null() ? std::nullopt : std::optional(json.get<Value>());
+        value = json.is_null() ? std::nullopt : std::optional(ValueOf<Value>(json));
     }
     void Bytes(const char *name, std::string &bytes)
     {
@@ -263,7 +288,7 @@ DeviceRecord DeviceFromJson(std::string_view text)
     try
     {
         const auto json = Json::parse(text);
-        if (const auto version = json.at("version").get<uint32_t>(); version != formatVersion)
+        if (const auto version = ValueOf<uint32_t>(json.at("version")); version != formatVersion)
         {
             throw Error("it has version {} of the format, this program reads version {}", version,
                         formatVersion);

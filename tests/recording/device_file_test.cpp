@@ -62,6 +62,9 @@ TEST(DeviceFile, NamesWhatIsWrong)
     EXPECT_EQ(FailureOf(Changed("\"model\"", "\"mode\"")), "key 'model' not found");
     EXPECT_EQ(FailureOf(Changed("\"61626364\"", "\"6162636\"")), "\"6162636\" are no bytes");
     EXPECT_EQ(FailureOf(Changed("\"61626364\"", "\"616263zz\"")), "\"616263zz\" are no bytes");
+    EXPECT_EQ(FailureOf(Changed("\"payloadSize\": 12", "\"payloadSize\": 1.8e19 ,\"x\":1")),
+              "1.8e+19 is out of range");
+    EXPECT_EQ(FailureOf(Changed("\"payloadSize\": 12", "\"payloadSize\": -12")), "-12 is out of range");
     EXPECT_NE(FailureOf(Changed("\"payloadSize\": 12", "\"payloadSize\": \"12\"")).find("must be number"),
               std::string::npos);
 }
