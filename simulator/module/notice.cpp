@@ -2,7 +2,9 @@
 
 #include "simulator/error.h"
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace GenTL::simulator
 {
@@ -57,10 +59,10 @@ Notice NumbersNotice(uint64_t id, std::initializer_list<uint64_t> numbers)
 
 std::vector<uint8_t> BytesOf(const Notice &notice)
 {
-    std::vector<uint8_t> bytes(sizeof notice.id);
-    std::memcpy(bytes.data(), &notice.id, sizeof notice.id);
     const auto content = std::string_view(notice.content).substr(0, longestNotice);
-    bytes.insert(bytes.end(), content.begin(), content.end());
+    std::vector<uint8_t> bytes(sizeof notice.id + content.size());
+    std::memcpy(bytes.data(), &notice.id, sizeof notice.id);
+    std::ranges::copy(content, bytes.begin() + sizeof notice.id);
     return bytes;
 }
 
