@@ -11,6 +11,7 @@
 #include <charconv>
 #include <cmath>
 #include <exception>
+#include <limits>
 #include <optional>
 #include <stdexcept>
 #include <system_error>
@@ -119,11 +120,15 @@ std::vector<std::string> SettingAccess::ValuesOf(const std::string &selector)
 
 bool SettingAccess::AreEqual(const std::string &name, const std::string &a, const std::string &b) const
 {
-    const bool isFloat = IsFloat(NodeOf(name).kind);
-    const auto x = isFloat ? NumberIn(a) : std::nullopt;
-    const auto y = isFloat ? NumberIn(b) : std::nullopt;
+    if (a == b || !IsFloat(NodeOf(name).kind))
+    {
+        return a == b;
+    }
+    constexpr auto none = std::numeric_limits<double>::quiet_NaN(); // equal to nothing
+    const double x = NumberIn(a).value_or(none);
+    const double y = NumberIn(b).value_or(none);
     constexpr double rounding = 1e-6;
-    return a == b || (x && y && std::abs(*x - *y) <= rounding * std::max(std::abs(*x), std::abs(*y)));
+    return std::abs(x - y) <= rounding * std::max(std::abs(x), std::abs(y));
 }
 
 const Node &SettingAccess::NodeOf(const std::string &name) const

@@ -82,15 +82,14 @@ recording::DeviceRecord DescribeDevice(Producer &producer, OpenDevice &device)
     const auto &entry = device.Entry();
     const auto port = device.PortOf("remote");
     const auto description = LoadDescriptionFile(*port);
-    recording::DeviceRecord record{
-        .id = entry.id,
-        .vendor = entry.vendor,
-        .model = entry.model,
-        .serialNumber = entry.serialNumber,
-        .interface = InterfaceOf(producer, entry.interfaceId),
-        .url = ReadText([&](char *text, size_t *size) { port->GetPortURL(text, size); }),
-        .description = std::string(description.begin(), description.end()),
-    };
+    recording::DeviceRecord record;
+    record.id = entry.id;
+    record.vendor = entry.vendor;
+    record.model = entry.model;
+    record.serialNumber = entry.serialNumber;
+    record.interface = InterfaceOf(producer, entry.interfaceId);
+    record.url = ReadText([&](char *text, size_t *size) { port->GetPortURL(text, size); });
+    record.description.assign(description.begin(), description.end());
     if (const auto location = internal::ParseLocation(record.url);
         location.scheme == internal::DescriptionLocation::Scheme::Local)
     {
