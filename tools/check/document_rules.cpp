@@ -4,6 +4,7 @@
 #include "nodemap/description_location.h"
 #include "nodemap/description_text.h"
 #include "nodemap/unzip.h"
+#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 #include <pugixml.hpp>

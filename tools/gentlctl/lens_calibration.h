@@ -12,10 +12,10 @@ namespace gentlctl
 class Features;
 
 /// The file of a device with its lens calibration.
-constexpr auto lensCalibrationFile = "LensCalibrationData";
+inline constexpr auto lensCalibrationFile = "LensCalibrationData";
 
 /// The terms of LensCalibration::distortion.
-constexpr std::array distortionNames{"k1", "k2", "p1", "p2", "k3", "k4", "k5", "k6"};
+inline constexpr std::array distortionNames{"k1", "k2", "p1", "p2", "k3", "k4", "k5", "k6"};
 
 struct LensCalibration
 {

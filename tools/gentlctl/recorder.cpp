@@ -90,7 +90,8 @@ private:
 
     void Receive()
     {
-        FrameInfo frame{.buffer = m_running.NextBuffer(m_options.timeoutMs)};
+        FrameInfo frame;
+        frame.buffer = m_running.NextBuffer(m_options.timeoutMs);
         const auto now = Clock::now();
         m_first = m_report.delivered == 0 ? now : m_first;
         m_report.seconds = std::chrono::duration<double>(now - m_first).count();
