@@ -1,7 +1,7 @@
 #include "simulator/system/device.h"
 
-#include "simulator/clock.h"
 #include "simulator/cameras/camera.h"
+#include "simulator/clock.h"
 #include "simulator/features/description.h"
 #include "simulator/recordings/recorded_answer.h"
 #include "simulator/recordings/recorded_camera.h"

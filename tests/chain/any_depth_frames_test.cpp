@@ -31,10 +31,7 @@ protected:
         m_camera.Start();
     }
 
-    void Stop()
-    {
-        StopAndRevoke(m_camera);
-    }
+    void Stop() { StopAndRevoke(m_camera); }
 
     /// The chunks by their ids, as the list tells them.
     Chunks ListedChunks(BUFFER_HANDLE buffer)

@@ -31,8 +31,8 @@ Findings ProbeLimits(const Surroundings &surroundings);
 /// What the processor offers to the vision library.
 Findings ProbeProcessor(const Surroundings &surroundings);
 
-/// The producers that a consumer finds, in the order of the path variable, and the one that was named; without
-/// any, those of this installation.
+/// The producers that a consumer finds, in the order of the path variable, and the one that was named;
+/// without any, those of this installation.
 std::vector<std::filesystem::path> ProducersIn(const Surroundings &surroundings);
 
 } // namespace gentlctl

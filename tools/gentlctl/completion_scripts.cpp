@@ -157,7 +157,7 @@ std::string Quoted(const std::string &text)
     return "'" + CLI::detail::find_and_replace(text, "'", "'\\''") + "'";
 }
 
-/// A text that stands in brackets or between colons of a specification for _arguments.
+/// A text that stands in brackets or between colons of a parameter of _arguments.
 std::string ZshText(const std::string &text)
 {
     std::string escaped;
@@ -192,7 +192,7 @@ std::string ZshValue(const Argument &argument, bool isOptional)
     return fmt::format("{}{}:{}", isOptional ? "::" : ":", ZshText(argument.valueName), ZshAction(argument));
 }
 
-/// The specifications of an option for _arguments: one for each of its names.
+/// What _arguments is told of an option, once for each of its names.
 std::string ZshOption(const Argument &option)
 {
     const auto excludes =

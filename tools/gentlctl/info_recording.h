@@ -9,7 +9,8 @@
 namespace gentlctl
 {
 
-/// The answers to all commands as bytes, and the codes of failures. Pointers are left out: they mean nothing later.
+/// The answers to all commands as bytes, and the codes of failures. Pointers are left out: they mean nothing
+/// later.
 std::vector<recording::InfoRecord> RecordInfos(std::span<const InfoCommand> commands,
                                                const InfoFunction &function);
 
