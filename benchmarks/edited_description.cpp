@@ -121,7 +121,8 @@ void ParseAndWrite()
 void Open()
 {
     using tarn::common::wideFormats;
-    static const ConversionTable conversions({{wideFormats.Find("Mono12p"), wideFormats.Find("Mono12")}});
+    static const ConversionTable conversions(
+        std::vector<FormatConversion>{{wideFormats.Find("Mono12p"), wideFormats.Find("Mono12")}});
     StoredDevice device;
     const EditedRemote remote(device, "device", conversions,
                               std::make_shared<ConversionDelivery>(std::make_shared<ConversionProcessor>()));

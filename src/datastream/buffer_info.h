@@ -19,11 +19,11 @@ struct FrameDescription
     size_t sizeFilled = 0;
     size_t dataSize = 0; ///< of the whole frame, bytes; known of a frame that was read in full
     bool isLargerThanBuffer = false;
-    BufferMetadata metadata;
-    std::vector<BufferPartInfo> parts; ///< empty for a single image
+    BufferMetadata metadata{};
+    std::vector<BufferPartInfo> parts{}; ///< empty for a single image
     uint64_t chunkLayoutId = 0;
     size_t chunkPayloadSize = 0;
-    std::vector<ChunkEntry> chunks;
+    std::vector<ChunkEntry> chunks{};
 };
 
 /// Everything that a query of a consumer buffer may ask for.

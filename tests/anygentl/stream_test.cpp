@@ -347,7 +347,7 @@ TEST_P(AnyFrame, ComesWithItsChunksAndTheNextOneWithout)
 }
 
 INSTANTIATE_TEST_SUITE_P(Asked, AnyFrame, testing::Bool(),
-                         [](const auto &info) { return info.param ? "AtOnce" : "OneByOne"; });
+                         [](const auto &row) { return row.param ? "AtOnce" : "OneByOne"; });
 
 class GoneDevice : public AnyStream, public testing::WithParamInterface<GC_ERROR>
 {

@@ -88,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Stamps{"LargeProduct", 62'500'000, 1ULL << 59U, {}, 1ULL << 59U, 16ULL << 59U},
                     Stamps{"TooLarge", 1, most, {}, most, {}}, Stamps{"TicksAlone", 0, 3, {}, 3, {}},
                     Stamps{"NanosecondsAlone", 0, {}, 7, 7, 7}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 } // namespace
 } // namespace GenTL::internal

@@ -120,7 +120,7 @@ TEST_P(PassedValue, IsNotTakenFromAnEarlierFrame)
 }
 
 INSTANTIATE_TEST_SUITE_P(Values, PassedValue, testing::ValuesIn(passedValues),
-                         [](const auto &info) { return info.param.name; });
+                         [](const auto &row) { return row.param.name; });
 
 class PassingBuffer : public testing::Test
 {

@@ -207,7 +207,7 @@ INSTANTIATE_TEST_SUITE_P(
         Step{"QueueOutput", Output, QueueIt, Output, true, GC_ERR_RESOURCE_IN_USE},
         Step{"TakeInput", Input, TakeIt, Input, false, GC_ERR_TIMEOUT},
         Step{"TakeOutput", Output, TakeIt, Announced, false}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 TEST_F(OwnQueue, KeepsFramesForAnEventThatComesLate)
 {
