@@ -75,6 +75,8 @@ void DeclareCalibration(Commands &commands)
         ->type_name("FILE");
     command.add_flag("--yaml", chosen->yaml,
                      "Print YAML for OpenCV and for a folder of depth pictures that the simulator replays");
+    command.footer("  gentlctl calibration -d OVRA-D1\n"
+                   "  gentlctl calibration -d OVRA-D1 --yaml > lens.yaml");
 }
 
 } // namespace gentlctl

@@ -95,9 +95,9 @@ void AddSettingsFile(CLI::App &command, std::string &file)
 void AddAssignments(CLI::App &command, std::vector<std::string> &assignments)
 {
     command
-        .add_option(
-            "-s,--set", assignments,
-            "Feature to set, or command to execute, first; may be repeated, applied in the given order")
+        .add_option("-s,--set", assignments,
+                    "Feature to set, or command to execute, before all else; may be repeated, applied in the "
+                    "given order")
         ->type_name("NAME[=VALUE]")
         ->allow_extra_args(false)
         ->check(Assignment());

@@ -27,9 +27,12 @@ constexpr Explanation environmentVariables[] = {
 
 constexpr Explanation examples[] = {
     {"gentlctl list --all", "List the devices of every producer, and why one cannot be opened."},
-    {"gentlctl get -d OVRA-M5 -l 'Exposure*'", "Tell all about the features whose names match."},
+    {"gentlctl get -d OVRA-M5 -l 'Exposure*'", "Print all that is known of the features whose names match."},
     {"gentlctl set -d OVRA-M5 ExposureTime=5000 TimestampLatch", "Set a feature, then execute a command."},
     {"gentlctl grab -d OVRA-M5 -n 10 -o frames", "Write ten frames as pictures."},
+    {"gentlctl record -d OVRA-D1 -n 100 -o depth", "Record a camera, to replay it without the camera."},
+    {"gentlctl replay depth grab -n 100 -o pictures", "Grab from the recording."},
+    {"gentlctl doctor", "Look for what keeps cameras from working on this machine."},
 };
 
 } // namespace

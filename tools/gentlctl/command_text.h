@@ -18,11 +18,10 @@ struct Explanation
 inline constexpr std::string_view programName = "gentlctl";
 inline constexpr std::string_view programPurpose = "work with the devices of any GenTL producer";
 inline constexpr std::string_view programDescription =
-    "Works with the devices of any GenTL producer: lists and describes them, reads and writes their "
-    "features, and "
-    "grabs frames. Only results go to standard output; progress, failures and the log of a producer go to "
-    "standard "
-    "error.";
+    "Lists the devices of any GenTL producer, reads and writes their features, grabs and records frames, and "
+    "finds what is wrong with a producer or a machine. Only results go to standard output; progress, "
+    "failures "
+    "and the log of a producer go to standard error.";
 
 std::span<const Explanation> ExitStatuses();
 std::span<const Explanation> EnvironmentVariables();

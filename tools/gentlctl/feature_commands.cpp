@@ -155,10 +155,10 @@ void DeclareGet(Commands &commands)
     modules.emplace_back("frame");
     AddModule(command, get->module, modules,
               "Module to address; \"frame\" grabs a frame and prints its chunks");
-    command.add_flag(
-        "-l,--long", get->isLong,
-        "Tell all about each feature: value, unit, range and step or entries, access, visibility, "
-        "description; chunks of a frame have a value only");
+    command.add_flag("-l,--long", get->isLong,
+                     "Print all that is known of each feature: value, unit, range and step or entries, "
+                     "access, visibility, "
+                     "description; chunks of a frame have a value only");
     AddAssignments(command, get->assignments);
     command.footer("  gentlctl get -d OVRA-M5 Width PixelFormat\n"
                    "  gentlctl get -d OVRA-M5 -l 'Exposure*'\n"

@@ -137,8 +137,9 @@ int Formats(const CommonOptions &options)
 
 void DeclareFormats(Commands &commands)
 {
-    commands.Add("formats", "Explain the pixel formats that the device sends and an application may choose",
-                 Formats);
+    auto &command = commands.Add(
+        "formats", "Explain the pixel formats that the device sends and an application may choose", Formats);
+    command.footer("  gentlctl formats -d OVRA-F1");
 }
 
 } // namespace gentlctl

@@ -105,7 +105,8 @@ int Info(const CommonOptions &options)
 
 void DeclareInfo(Commands &commands)
 {
-    commands.Add("info", "Print every info command of every module", Info);
+    auto &command = commands.Add("info", "Print every info command of every module", Info);
+    command.footer("  gentlctl info -d OVRA-M5");
 }
 
 } // namespace gentlctl

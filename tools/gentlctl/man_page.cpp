@@ -186,8 +186,8 @@ std::string ManPage(const CLI::App &line)
                 fmt::format("{} [{} ...] {} [{} ...]\n", Bold(programName), Italic("option"),
                             Italic("command"), Italic("argument")) +
                 Section("DESCRIPTION") + Text(programDescription) + Section("OPTIONS") +
-                Text("The options of every command can stand before or behind it. --help behind a command "
-                     "tells all of its options.") +
+                Text("These options may come before or after the command. --help after a command "
+                     "prints all of its options.") +
                 ArgumentItems(OptionsOf(line)) + Section("COMMANDS");
     WalkCommands(line, [&](const CLI::App &command)
                  { page += CommandsOf(command).empty() ? CommandSection(command) : ""; });

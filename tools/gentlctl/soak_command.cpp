@@ -68,7 +68,7 @@ void DeclareSoak(Commands &commands)
         ->capture_default_str();
     command.footer(
         "Each cycle stops in the next of four orders, those of common applications; after four cycles the "
-        "library\nis closed and loaded anew. A line on standard error each minute tells memory, file "
+        "library\nis closed and loaded anew. A line on standard error each minute shows memory, file "
         "handles and threads.\nExit status 1: a cycle failed, or something grew: the memory by more than "
         "the limit, or the number of\nhandles or threads at all.\n\n"
         "  gentlctl soak -d OVRA-M5 --duration 8h");

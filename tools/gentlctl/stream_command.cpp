@@ -108,7 +108,7 @@ void DeclareStream(Commands &commands)
         ->capture_default_str();
     AddSettingsFile(command, stream->settings);
     AddAssignments(command, stream->assignments);
-    command.footer("Each step of a reconnect is told on standard error. Ctrl-C ends the stream in order.\n\n"
+    command.footer("Standard error shows each step of a reconnect. Ctrl-C ends the stream in order.\n\n"
                    "  gentlctl stream -d OVRA-M5 --reconnect --settings camera.yaml");
 }
 

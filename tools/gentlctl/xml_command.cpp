@@ -48,6 +48,8 @@ void DeclareXml(Commands &commands)
         ->check(CLI::IsMember(ModuleNames()))
         ->capture_default_str();
     command.add_option("-o,--output", xml->file, "Write to this file")->type_name("FILE");
+    command.footer("  gentlctl xml remote -d OVRA-M5 -o camera.xml\n"
+                   "  gentlctl xml system");
 }
 
 } // namespace gentlctl
