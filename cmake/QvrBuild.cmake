@@ -43,6 +43,13 @@ if(QVR_SANITIZE)
     target_link_options(qvr_build_settings INTERFACE -fsanitize=${QVR_SANITIZE})
 endif()
 
+# Headers that nearly every source of a target includes. A target of many sources parses them once: with
+# target_precompile_headers, or with REUSE_FROM another target of the same options.
+set(QVR_COMMON_HEADERS
+    <fmt/format.h>
+    <algorithm> <array> <filesystem> <fstream> <functional> <map> <memory> <mutex> <optional> <ranges> <span> <string>
+    <thread> <variant> <vector>)
+
 # Optimises a target that loops over pixels; at the -O0 of the preset asan it would be too slow.
 function(qvr_optimise target)
     if(QVR_SANITIZE AND CMAKE_BUILD_TYPE STREQUAL "Debug")
