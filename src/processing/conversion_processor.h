@@ -22,7 +22,7 @@ struct DeviceState
 {
     std::optional<uint64_t> payloadSize{}; ///< of the stream or the device, bytes; none: that of the images
     std::vector<DeviceImage> images{};     ///< of the enabled components, each once
-    /// Images that further components may send, if they are enabled, each in the format that grows most.
+    /// Images that further components may send, if they are enabled; depth in the raw format that grows most.
     std::vector<DeviceImage> unseen{};
     std::optional<Scan3dInfo> scan3d{}; ///< of a 3D device with a lens calibration
     tarn::common::Metadata geometry{};  ///< region, binning and decimation of a 3D device
