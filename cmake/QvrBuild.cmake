@@ -76,8 +76,8 @@ endfunction()
 
 # Writes a linker version script that exports the functions of the file `list`, which has lines FN(group,
 # name, ...) or CVL_...(name).
-# PREFIX <text>      added before each name of the list
-# ALSO <symbol>...   more symbols to export
+#   PREFIX <text>      added before each name of the list
+#   ALSO <symbol>...   more symbols to export
 #   WITHOUT <name>...  functions of the list to leave out
 function(qvr_version_script output list)
     cmake_parse_arguments(PARSE_ARGV 2 script "" "PREFIX" "ALSO;WITHOUT")

@@ -1,5 +1,5 @@
-# Builds for arm64 with clang and lld, which need no compiler of their own for it, over the libraries that
-# scripts/test_arm64 has unpacked.
+# Builds for arm64 with clang and lld, which need no separate cross compiler, and with the libraries
+# that scripts/test_arm64 has unpacked.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(triple aarch64-linux-gnu)
@@ -22,7 +22,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} "${CMAKE_SYSROOT}")
 set(ENV{PKG_CONFIG_LIBDIR} "${CMAKE_SYSROOT}/usr/lib/${triple}/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig")
 
-# Runs programs that were built, such as the tests.
+# Runs the programs of the build, such as the tests.
 find_program(QVR_QEMU qemu-aarch64)
 if(QVR_QEMU)
     set(CMAKE_CROSSCOMPILING_EMULATOR "${QVR_QEMU};-L;${CMAKE_SYSROOT}")

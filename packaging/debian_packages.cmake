@@ -1,6 +1,6 @@
-# The Debian packages that `cpack --config build/release/CPackConfig.cmake` makes: one for each component that
-# is built. debian/<package> has what a package needs beside the installed files: its description, scripts of
-# the maintainer, README.Debian, and under root/ more files.
+# The Debian packages that `cpack --config build/release/CPackConfig.cmake` makes: one for each
+# component that is built. debian/<package> has what a package needs beside the installed files: its
+# description, its maintainer scripts, README.Debian, and more files under root/.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME qvr-proxygentl)
@@ -18,7 +18,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(debian_version "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
 
-# What the files of debian/<package> may name.
+# Variables for the files of debian/<package>.
 set(QVR_SIMULATOR_FILE "usr/${simulator}")
 set(QVR_ANY_FOLDER "usr/${CMAKE_INSTALL_LIBDIR}/qvr_anygentl")
 list(TRANSFORM lower_producers PREPEND "usr/" OUTPUT_VARIABLE QVR_LOWER_PRODUCERS)
@@ -28,7 +28,7 @@ set(debian_files "${CMAKE_CURRENT_BINARY_DIR}/debian")
 set(CPACK_COMPONENTS_ALL "")
 set(staged_packages "")
 
-# A package made of a component; <field> <value> pairs become its control fields.
+# Makes a package of a component. Further arguments are <field> <value> pairs for its control file.
 macro(qvr_debian_package component package)
     set(folder "${CMAKE_CURRENT_SOURCE_DIR}/debian/${package}")
     string(TOUPPER "${component}" prefix)
@@ -51,14 +51,15 @@ macro(qvr_debian_package component package)
         list(POP_FRONT fields field value)
         set(${prefix}_PACKAGE_${field} "${value}")
     endwhile()
-    # One package held all of it before it was cut into these.
+    # Before 1.0.0-0qvr1, one package held the files of all of these.
     if(NOT "${package}" STREQUAL "${CPACK_PACKAGE_NAME}")
         set(${prefix}_PACKAGE_BREAKS "${CPACK_PACKAGE_NAME} (<< 1.0.0-0qvr1)")
         set(${prefix}_PACKAGE_REPLACES "${CPACK_PACKAGE_NAME} (<< 1.0.0-0qvr1)")
     endif()
 endmacro()
 
-# qvr_proxygentl.cti does not start without a vision library; a package of another one provides libqvr-tarn-cvl.
+# qvr_proxygentl.cti does not start without a vision library. Packages of other vision libraries
+# provide libqvr-tarn-cvl.
 qvr_debian_package(producers qvr-proxygentl SECTION libs
     DEPENDS "libqvr-tarn-cvl-open (= ${debian_version}) | libqvr-tarn-cvl"
     RECOMMENDS "qvr-gevgentl-sim"
@@ -79,7 +80,7 @@ set(CPACK_PRE_BUILD_SCRIPTS "${debian_files}/complete.cmake")
 set(CPACK_POST_BUILD_SCRIPTS "${CMAKE_CURRENT_SOURCE_DIR}/debian/drop_ldconfig_scripts.cmake")
 include(CPack)
 
-# All that is installed, for a build that is only to be packed.
+# Everything that the packages contain, for a build without tests.
 add_custom_target(packaged DEPENDS qvr_proxygentl qvr_anygentl)
 foreach(part tarn_cvl qvr_gevgentl qvr_sim_images gentlctl gentlctl_pages)
     if(TARGET ${part})

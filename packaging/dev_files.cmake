@@ -1,4 +1,4 @@
-# What a program needs that is built for the producers: headers, and where pkg-config and CMake find them.
+# The files for building consumers: headers, and files that lead pkg-config and CMake to them.
 include(CMakePackageConfigHelpers)
 
 install(FILES "${PROJECT_SOURCE_DIR}/include/tarn_cvl/tarn_cvl.h"

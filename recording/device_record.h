@@ -90,7 +90,7 @@ struct Registers
     friend bool operator==(const Registers &, const Registers &) = default;
 };
 
-/// The place of a device among those of its producer.
+/// The interface that a device is on.
 struct InterfaceRecord
 {
     std::string id;
@@ -100,7 +100,7 @@ struct InterfaceRecord
     friend bool operator==(const InterfaceRecord &, const InterfaceRecord &) = default;
 };
 
-/// A recorded device: all that its producer told of it.
+/// A recorded device: everything that its producer said about it.
 struct DeviceRecord
 {
     std::string id;
@@ -109,7 +109,7 @@ struct DeviceRecord
     std::string serialNumber;
     std::string displayName;
     std::string tlType;
-    uint64_t ticksPerSecond = 0; ///< of time stamps; 0 when the producer does not tell
+    uint64_t ticksPerSecond = 0; ///< of time stamps; 0 when unknown
     InterfaceRecord interface;
     std::string url;         ///< of the description
     std::string description; ///< the bytes behind this URL

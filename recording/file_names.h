@@ -13,8 +13,8 @@ inline std::string DescriptionFile(const DeviceRecord &device)
     return device.description.starts_with("PK") ? "description.zip" : "description.xml";
 }
 
-/// The file of a file on the device. Its own name may have characters that no file name has, so only its
-/// letters and digits are kept; the number makes the name unique.
+/// The name that a file of the device has in the recording. The device's name for it may have characters that
+/// no file name can have, so only letters and digits are kept; the number makes the name unique.
 inline std::string FileNameFor(const DeviceFile &file)
 {
     std::string name;

@@ -68,7 +68,7 @@ public:
     {
         uint32_t count = 0;
         Number32Or64(count);
-        // The count is not trusted: an item that is not there ends the reading before memory is short.
+        // The count may be wrong: the first missing item ends the reading, long before memory runs out.
         for (uint32_t i = 0; i < count; ++i)
         {
             read(items.emplace_back());

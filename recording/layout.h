@@ -16,7 +16,7 @@ constexpr const char *deviceFile = "recording.json";
 constexpr const char *dataFile = "frames.data";
 constexpr const char *indexFile = "frames.index";
 
-/// At the beginning of the index.
+/// The index begins with this header.
 struct IndexHeader
 {
     char magic[8] = {'Q', 'V', 'R', 'I', 'N', 'D', 'E', 'X'};
@@ -37,7 +37,7 @@ struct EntryHeader
 };
 static_assert(sizeof(EntryHeader) == 12);
 
-/// A record is far smaller; a larger number is a damage.
+/// Records are far smaller; a larger number means damage.
 constexpr uint32_t longestEntry = 1U << 24U;
 
 /// Where a frame lies in the data file. The entry of a frame begins with it; its record follows.

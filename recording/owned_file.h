@@ -34,8 +34,8 @@ public:
     /// @throws Error the disk is full, or fails
     void Write(uint64_t offset, const void *data, size_t size);
 
-    /// Makes room on the disk from here on, without a change of the file's size. A file system that cannot is
-    /// left alone: the write will say what is wrong.
+    /// Reserves room on the disk from this offset on, without changing the file's size. Ignores a failure:
+    /// the write itself will report it.
     void Reserve(uint64_t offset, uint64_t size);
     /// Gives back the room behind this size.
     void Trim(uint64_t size);

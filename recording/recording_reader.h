@@ -17,8 +17,8 @@ namespace recording
 /// Reads a recording. Constant after construction, so several threads may read at once.
 ///
 /// The constructor reads all but the frames, and checks that every frame lies in the data file. A complete
-/// recording has all its frames, or it is damaged. Of one that was not completed, because the program ended
-/// or the machine failed, the frames before the first damage are read.
+/// recording has all its frames, or it is damaged. An incomplete one, whose program or machine failed, has
+/// the frames before the first damage.
 class RecordingReader
 {
 public:

@@ -73,7 +73,7 @@ void RecordingWriter::Append(const FrameRecord &record, std::span<const uint8_t>
         m_data.Reserve(m_reserved, end - m_reserved + reserveStep);
         m_reserved = end + reserveStep;
     }
-    // The frame comes before its entry, so that an entry never stands for a frame that is not there.
+    // The frame is written before its entry, so that no entry stands for a missing frame.
     m_data.Write(m_end.dataSize, bytes.data(), bytes.size());
     const FramePlace place{m_end.dataSize, bytes.size(), record.time, Checksum(bytes), 0};
     AppendEntry(frameEntry, std::string(BytesOf(place)) + ToBytes(record));

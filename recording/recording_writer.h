@@ -14,9 +14,9 @@
 namespace recording
 {
 
-/// Writes a recording into a new folder: the device first, then frames as they come. What was appended is
-/// there for a reader even when the program ends without Finish. For one thread at a time. All operations
-/// throw Error when the disk is full or fails.
+/// Writes a recording into a new folder: the device first, then frames as they come. A reader finds every
+/// appended frame, even if the program ends without Finish. For one thread at a time. All operations throw
+/// Error when the disk is full or fails.
 class RecordingWriter
 {
 public:

@@ -10,7 +10,7 @@
 namespace GenTL::simulator
 {
 
-/// Base of everything that a consumer gets a handle of.
+/// Base of every object behind a handle of the consumer.
 class Object
 {
 public:

@@ -39,28 +39,28 @@ struct RemoteSide
     std::function<void(std::function<std::optional<uint64_t>()>)> setStreamPayloadSize = [](const auto &) {};
 };
 
-/// Registers of the device overridden at their own addresses, under the device's own description.
+/// Overrides registers of the device at their own addresses, under the device's own description.
 /// @throws as the constructor of RemotePort
 RemoteSide MakeOverriddenRemoteSide(const LowerDevice &device);
 
-/// The producer's registers in an edited description, beside those of the device.
+/// Adds the producer's registers to those of the device, in an edited description.
 /// @throws as the constructor of EditedRemote
 RemoteSide MakeEditedRemoteSide(const LowerDevice &device);
 
-/// The lower system as it describes itself.
+/// Reads the lower system through its own description.
 std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem);
 
-/// The lower system as its lists tell it.
+/// Reads the lower system through its list calls.
 std::shared_ptr<IProxySystem> MakeListedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem);
 
-/// What must be known to process a frame.
+/// Reads those values of a frame that the processing needs.
 std::unique_ptr<IFrameReader> MakeBriefFrameReader(const FrameSource &source);
-/// All that the lower producer tells of a frame.
+/// Reads every value that the lower producer has for a frame.
 std::unique_ptr<IFrameReader> MakeFullFrameReader(const FrameSource &source);
 
-/// Filled buffers wait in the event.
+/// Keeps filled buffers in the event.
 std::unique_ptr<IOutputQueue> MakeEventOutput(ILibrary &library);
-/// Filled buffers wait in the stream.
+/// Keeps filled buffers in the stream.
 std::unique_ptr<IOutputQueue> MakeStreamOutput(ILibrary &library);
 
 /// How the producers of this project differ in behaviour: the functions that make the parts behind the

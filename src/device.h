@@ -44,8 +44,7 @@ public:
     /// @throws GenTLException GC_ERR_INVALID_PARAMETER for another id than streamId, GC_ERR_RESOURCE_IN_USE
     /// while a stream is open
     void DevOpenDataStream(const char *sDataStreamID, DS_HANDLE *phDataStream);
-    /// The lower producer's answer. The frequency of a clock that only counts nanoseconds is known without
-    /// it.
+    /// Passes on the lower producer's answer, except for the frequency of a clock that counts nanoseconds.
     void DevGetInfo(DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
     /// Releases the open stream; called by DSClose.

@@ -143,8 +143,7 @@ bool GenTLProxy::IsGroupLookedUp(uint32_t minor) const
     return m_genTLMajor != 0 && m_genTLMinor >= minor;
 }
 
-/// Whether a missing function is reported as not implemented. Any other one is an error of the lower
-/// producer.
+/// Whether a call of a missing function fails with GC_ERR_NOT_IMPLEMENTED, rather than with GC_ERR_ERROR.
 bool GenTLProxy::IsOptional(uint32_t minor) const
 {
     return minor > 0 || m_neededFunctions == NeededFunctions::ToStream;
@@ -161,7 +160,7 @@ void GenTLProxy::BindVersionedFunctions()
 #undef FN
 }
 
-/// Whatever version the lower producer reports, a function is used when the file has it.
+/// Binds every function that the file has, whatever version the lower producer reports.
 void GenTLProxy::BindAllFunctions()
 {
     m_mandatorySymbols = false;

@@ -11,7 +11,7 @@
 namespace GenTL::internal
 {
 
-/// The text of a failure of a lower function about which GCGetLastError says nothing.
+/// The text for a failure of a lower function that GCGetLastError does not explain.
 inline constexpr std::string_view unknownLowerError = "Unknown error!";
 
 /// The lower producer: loads its file, binds its functions and turns their failures into exceptions.
@@ -21,8 +21,8 @@ inline constexpr std::string_view unknownLowerError = "Unknown error!";
 class GenTLProxy final : public IGenTLProxy
 {
 public:
-    /// Loads the file and binds its functions. When the functions needed are those of its version, asks for
-    /// that version between one GCInitLib and one GCCloseLib.
+    /// Loads the file and binds its functions. With NeededFunctions::OfItsVersion, calls GCInitLib, asks for
+    /// the version, and calls GCCloseLib.
     /// @throws std::runtime_error when the file cannot be loaded, when a function that is needed is missing,
     /// and when its version cannot be read
     /// @throws GenTLException when one of the four functions that come before any version is missing, when

@@ -28,7 +28,7 @@ std::string AccessFlagName(DEVICE_ACCESS_FLAGS flags)
     return isNamed ? names.at(static_cast<size_t>(flags)) : std::to_string(flags);
 }
 
-/// "CONTROL"
+/// The name without its prefix, as in "CONTROL".
 std::string ShortAccessName(DEVICE_ACCESS_FLAGS flags)
 {
     constexpr std::string_view prefix = "DEVICE_ACCESS_";
@@ -50,7 +50,7 @@ void CheckAccessFlags(DEVICE_ACCESS_FLAGS flags, bool passesReadOnly)
     }
 }
 
-/// What to tell of a device that its interface does not know.
+/// The error text for a device that its interface does not know.
 std::string UnknownDevice(IGenTLProxy &proxy, IF_HANDLE interface, const char *device)
 {
     const auto id = utils::Try(

@@ -107,8 +107,8 @@ HWY_INLINE void TakeBlock(const uint8_t *window, uint64_t stride, const uint16_t
     const auto below = BetweenColumns(hn::IfThenElse(isSecond, third, second), right);
 
     // (above * (32 - down) + below * down + 512) / 1024 in 16 bits, which is also
-    // (above + 16 + (below - above) * down / 32) / 32, with all quotients rounded down. The quotient by 32 is
-    // the upper half of a product with 2048 more.
+    // (above + 16 + (below - above) * down / 32) / 32, with all quotients rounded down. MulHigh divides by
+    // 65536, so the factors are shifted by 11 bits in all to divide by 32.
     constexpr int differenceShift = 2;
     constexpr int downShift = 9;
     static_assert(differenceShift + downShift + fractionBits == 16);

@@ -40,7 +40,7 @@ void RequireSize(const std::string &name, uint32_t width, uint32_t height, const
     }
 }
 
-/// Gives the region of an image line by line.
+/// Iterates over the lines of an image's region.
 class LinesOfRegion
 {
 public:

@@ -45,7 +45,7 @@ RedPlace RedPlaceOf(PixelFormat bayer)
     }
 }
 
-/// A line with both neighbours: not the first and not the last.
+/// @param line neither the first nor the last, which lack a neighbour
 MosaicLine LineOf(const Image &image, uint32_t line)
 {
     const auto red = RedPlaceOf(image.format);

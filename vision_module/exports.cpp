@@ -94,8 +94,8 @@ int32_t tarn_cvl_Exit(void)
     return Answer(
         []
         {
-            // A surplus call succeeds: a program that repeats a failed close would never get past an error
-            // here.
+            // A surplus call succeeds, so that a program that repeats a failed close does not fail here for
+            // ever.
             auto count = initialised.load();
             while (count != 0 && !initialised.compare_exchange_weak(count, count - 1))
             {

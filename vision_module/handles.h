@@ -15,7 +15,7 @@ enum class Kind
 };
 
 /// The live handles. A handle is a number that is never reused, so a stale handle is always recognised.
-/// Callable from any thread. Frees its memory with the last handle.
+/// Callable from any thread. The memory of this list is freed with the last handle.
 namespace handles
 {
 

@@ -42,7 +42,7 @@ struct Image
 /// The name of a format that FormatOf has let in.
 std::string NameOf(PixelFormat format);
 
-/// @throws Failure with TARN_CVL_NOT_SUPPORTED for an unknown code, and for one of no fixed storage
+/// @throws Failure with TARN_CVL_NOT_SUPPORTED for an unknown code, and for a format without a fixed size
 PixelFormat FormatOf(uint32_t code);
 
 /// Bytes of the pixels, without padding.

@@ -57,7 +57,7 @@ void PixelMemoryStore::Keep(Block block) noexcept
     {
         return;
     }
-    // The parameter takes the oldest block, and frees it after the mutex is unlocked.
+    // After the swap, the parameter holds the oldest block, which is freed after the mutex is unlocked.
     const std::lock_guard lock(m_mutex);
     std::swap(m_kept.at(m_oldest), block);
     m_oldest = (m_oldest + 1) % mostBlocks;

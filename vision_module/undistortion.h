@@ -42,7 +42,7 @@ class Undistortion
 public:
     static constexpr Kind kind = Kind::Undistortion;
 
-    /// @param camera that describes the distorted images
+    /// @param camera the camera that describes the distorted images
     explicit Undistortion(const tarn_cvl_CalibrationParameters &camera) : m_camera(camera) {}
 
     /// @throws Failure with TARN_CVL_OUT_OF_RANGE

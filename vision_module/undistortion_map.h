@@ -31,7 +31,7 @@ struct BilinearMap
 /// Limit for the width and the height of an image with a map.
 constexpr uint32_t mostPixels = INT16_MAX - 1;
 
-/// @param camera that describes the distorted image and has its size, at most mostPixels wide and high
+/// @param camera describes the distorted image and has its size, at most mostPixels wide and high
 NearestMap MakeNearestMap(const tarn_cvl_CalibrationParameters &camera);
 BilinearMap MakeBilinearMap(const tarn_cvl_CalibrationParameters &camera);
 

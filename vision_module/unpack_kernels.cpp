@@ -46,9 +46,9 @@ struct Kernel<Packing::Stream12>
     alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
 };
 
-/// A sample of 14 bits may lie in three bytes. The upper bits of one lane and the lower bits of a second one,
-/// whose bytes begin one later, make the sample. Index 0x80 gives an empty byte, where one lane holds all of
-/// it.
+/// A sample of 14 bits may lie in three bytes. It is put together from the upper bits of one lane and the
+/// lower bits of a second one, whose bytes begin one later. Index 0x80 gives a zero byte, for samples that
+/// one lane holds completely.
 template <>
 struct Kernel<Packing::Stream14>
 {
@@ -107,7 +107,7 @@ struct Kernel<Packing::Pair12>
     alignas(16) static constexpr uint16_t lower[] = {0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0};
 };
 
-/// Eight pixels of 32 bytes become 24 samples: three vectors, read from byte 0, 8 and 16.
+/// Eight words, 32 bytes in all, hold 24 samples: three vectors, read from byte 0, 8 and 16.
 template <>
 struct Kernel<Packing::Word32>
 {

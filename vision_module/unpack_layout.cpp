@@ -16,7 +16,7 @@ namespace
 
 using common::FormatInfo;
 
-/// A packing and the part of a format's name that tells it.
+/// A packing and the part of a format's name that identifies it.
 struct Mark
 {
     std::string_view text;
@@ -24,7 +24,7 @@ struct Mark
     uint32_t sampleBits; ///< storage of one sample
 };
 
-// The first that the name has counts.
+// The first mark that the name contains counts, so "10p32" stands before "10p".
 constexpr std::array marks{
     Mark{"10p32", Packing::Word32, 10},     Mark{"10p", Packing::Stream10, 10},
     Mark{"12p", Packing::Stream12, 12},     Mark{"14p", Packing::Stream14, 14},

@@ -1,5 +1,5 @@
-# The few libraries of OpenCV that tests compare with. OpenCV's own package file asks for all of its libraries and for
-# what they stand on.
+# Finds the few libraries of OpenCV that tests compare with. OpenCV's own package file requires all
+# of its libraries and their dependencies.
 include(FindPackageHandleStandardArgs)
 
 find_path(OpenCV_INCLUDE_DIR opencv2/core.hpp PATH_SUFFIXES opencv4)

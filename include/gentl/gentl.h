@@ -5,7 +5,7 @@
  * Names, numbers and layouts are those of the published standard; a test compares each of them with
  * the published list. In C++ everything stands in namespace GenTL, the functions with C linkage.
  *
- * Every function gives a GC_ERROR: GC_ERR_SUCCESS (0) or a negative code of GC_ERROR_LIST.
+ * Every function returns a GC_ERROR: GC_ERR_SUCCESS (0) or a negative code of GC_ERROR_LIST.
  */
 #ifndef GENTL_GENTL_H
 #define GENTL_GENTL_H

@@ -95,9 +95,9 @@ extern "C"
      *
      * Whole numbers are the centres of pixels.
      *
-     * `opaque` begins with eight 32-bit floats in the machine's byte order, ordered like OpenCV's distCoeffs:
-     * offset 8 k1, 12 k2, 16 p1, 20 p2, 24 k3, 28 k4, 32 k5, 36 k6. The bytes from offset 40 on and
-     * `opaqueBehind` are 0 and ignored.
+     * `opaque` begins with eight 32-bit floats in the machine's byte order, ordered like OpenCV's distCoeffs.
+     * Counted from the start of the record, they lie at offset 8 k1, 12 k2, 16 p1, 20 p2, 24 k3, 28 k4, 32
+     * k5, 36 k6. The rest of `opaque` and all of `opaqueBehind` are 0 and ignored.
      */
     typedef struct tarn_cvl_CalibrationParameters
     {
@@ -108,7 +108,7 @@ extern "C"
         float focalLengthY;       /**< pixels */
         float principalPointX;    /**< pixels */
         float principalPointY;    /**< pixels */
-        uint8_t opaqueBehind[32]; /**< this library's own */
+        uint8_t opaqueBehind[32]; /**< 0; ignored */
     } tarn_cvl_CalibrationParameters;
 
     enum TARN_CVL_SIZES

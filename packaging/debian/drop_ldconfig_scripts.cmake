@@ -1,5 +1,6 @@
-# Run by CPack on the packages that it has made. For a library below /usr/lib it writes a postinst and a postrm that call
-# ldconfig. Debian's policy forbids that beside the trigger of debian/libqvr-tarn-cvl-open, and CPack cannot be told.
+# CPack runs this on the packages that it has made. For a library below /usr/lib, CPack writes a
+# postinst and a postrm that call ldconfig. Debian's policy forbids them beside the trigger of
+# debian/libqvr-tarn-cvl-open, and CPack has no option that leaves them out.
 foreach(package IN LISTS CPACK_PACKAGE_FILES)
     if(package MATCHES "/libqvr-tarn-cvl-open_")
         set(tree "${package}.tree")

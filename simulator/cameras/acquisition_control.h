@@ -34,8 +34,7 @@ public:
     /// before the last frame was sent counts for the next.
     void Trigger();
 
-    /// `listener` is called when the acquisition starts, stops or changes its rate, and at
-    /// each trigger.
+    /// `listener` is called when the acquisition starts, stops or changes its rate, and at each trigger.
     void SetListener(const void *owner, std::function<void()> listener);
     /// Removes the listener, unless another owner has set one meanwhile.
     void RemoveListener(const void *owner);
@@ -53,7 +52,7 @@ private:
     uint64_t m_sent = 0;      ///< frames since AcquisitionStart
     uint64_t m_remaining = 0; ///< frames until the acquisition ends by itself
     bool m_needsTrigger = false;
-    uint64_t m_triggers = 0; ///< for which no frame was sent yet
+    uint64_t m_triggers = 0; ///< whose frames are still to be sent
 };
 
 } // namespace GenTL::simulator

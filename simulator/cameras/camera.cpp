@@ -39,7 +39,7 @@ std::string DocumentOf(const OwnDescription &own)
     return (own.byteOrderMark ? "\xEF\xBB\xBF" : "") + std::string(own.document);
 }
 
-/// What the camera's memory holds: the file, and what follows it.
+/// The content of the camera's memory: the file of the description and the bytes behind it.
 std::string Description(const CameraModel &model)
 {
     const auto &own = model.ownDescription;

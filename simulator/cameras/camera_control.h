@@ -39,8 +39,8 @@ public:
     /// were made, and after each write by the consumer.
     virtual void Update() {}
 
-    /// Adds to what the earlier controls of the list made of `settings`. The first control finds one image
-    /// without a format.
+    /// Completes the `settings` that the earlier controls of the list have filled. The first control finds
+    /// one image without a format.
     virtual void Contribute(FrameSettings & /*settings*/) const {}
 
     /// Runs when the camera begins to send a frame.

@@ -11,7 +11,7 @@
 namespace GenTL::simulator
 {
 
-/// What UserSetSave keeps.
+/// The content of a saved user set.
 struct SavedSet
 {
     Scan3dValues scan;

@@ -15,7 +15,7 @@ struct DepthReplay
 {
     std::filesystem::path folder;
     Lens lens;    ///< with the size of the pictures
-    double scale; ///< mm of a step of the pictures
+    double scale; ///< mm per step of the pictures
 };
 
 /// The replay that QVR_SIM_DEPTH=folder asks for; none when the variable is not set. `defaultScale` is the
@@ -36,7 +36,7 @@ public:
     struct Picture
     {
         std::vector<uint16_t> depth; ///< in steps of the replay's scale, 0 without depth
-        std::vector<uint16_t> light; ///< up to `white`; black when there is no file of it
+        std::vector<uint16_t> light; ///< up to `white`; black when there is no file for it
     };
 
     /// Reads all pictures up front, so that a bad one fails the start and not a frame.

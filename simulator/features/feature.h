@@ -114,7 +114,7 @@ struct Feature
     /// `shown` is the lock in the description, where it differs.
     Feature &&LockedBy(std::string value, std::string shown = {}) &&;
     Feature &&Volatile() &&;
-    /// Bits in registers say which entries exist: all but these.
+    /// Makes bits in registers say which entries exist: all but the `absent` ones.
     Feature &&ConditionalEntries(std::set<std::string> absent) &&;
     Feature &&VendorSpecific() &&;
     Feature &&MayBeNegative() &&;

@@ -23,7 +23,7 @@ public:
     void CheckOnWrite(const std::string &name, std::function<void(int64_t)> check);
     /// `action` runs after a consumer's write.
     void AfterWrite(const std::string &name, std::function<void()> action);
-    /// `action` runs after a consumer's write of any feature, behind the action of that feature.
+    /// `action` runs after a consumer's write of any feature, after the action of that feature.
     void AfterAnyWrite(std::function<void()> action);
 
     // These throw as RegisterSpace and CheckWrite do.

@@ -42,10 +42,9 @@ struct FeatureNode
 
 /// The values of a module's features by name, as the module itself reads and sets them: nothing is checked.
 ///
-/// A selected feature has one value for each value of its selector, and one that stands in its register: the
-/// value that was selected at the last access.
-/// A name that no feature has throws std::out_of_range. Any thread may call; one recursive lock serialises
-/// the calls.
+/// A selected feature has one value for each value of its selector, and one in its register: the value that
+/// was selected at the last access. A name that no feature has throws std::out_of_range. Any thread may call;
+/// one recursive lock serialises the calls.
 class FeatureValues
 {
 public:

@@ -20,7 +20,7 @@ extern "C"
         uint32_t height;
         double fx, fy, cx, cy;
         double distortion[8]; ///< k1, k2, p1, p2, k3, k4, k5, k6
-        double depthScale;    ///< mm of a step of the pictures; 0 when the file does not give it
+        double depthScale;    ///< mm per step of the pictures; 0 when the file does not give it
     };
 
     /// Reads an image file as grey values from 0 (black) to 65535 (white), scaled so that it covers

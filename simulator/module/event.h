@@ -33,8 +33,7 @@ public:
 
     /// With the lock held.
     void Push(EventItem item);
-    /// Puts an item without an owner into the queue, which then loses its oldest one if it is long. Without
-    /// the lock held.
+    /// Queues an item that no buffer belongs to. A full queue loses its oldest item. Without the lock held.
     void Fire(std::vector<uint8_t> data);
     /// Takes all items out, without calling `leaves`. With the lock held.
     std::deque<EventItem> TakeAll();

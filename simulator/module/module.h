@@ -38,7 +38,7 @@ public:
     void Close();
 
 protected:
-    /// What the kind of module does when it is closed. Called once.
+    /// Closes what only this kind of module has. Called once.
     virtual void OnClose() {}
     virtual std::shared_ptr<Event> MakeEvent(EVENT_TYPE type);
 

@@ -11,11 +11,11 @@
 namespace GenTL::simulator
 {
 
-/// What an event tells that is not about a buffer.
+/// The data of an event other than EVENT_NEW_BUFFER.
 struct Notice
 {
-    /// Of EVENT_ERROR the code, of EVENT_REMOTE_DEVICE and EVENT_MODULE the EventID of the description; 0 for
-    /// an event that names a feature.
+    /// The code for EVENT_ERROR; the EventID of the description for EVENT_REMOTE_DEVICE and EVENT_MODULE; 0
+    /// for an event that names a feature.
     uint64_t id = 0;
     std::string
         content; ///< the text of an error, the name of a feature, or the data that the description explains
@@ -32,7 +32,7 @@ std::vector<uint8_t> BytesOf(const Notice &notice);
 
 /// The answer of EventGetDataInfo for these bytes.
 /// @throws Error GC_ERR_INVALID_PARAMETER: they are no notice.
-/// @throws Error GC_ERR_NOT_AVAILABLE: an event of this type does not have that.
+/// @throws Error GC_ERR_NOT_AVAILABLE: an event of this type has no such value.
 Info NoticeInfo(EVENT_TYPE type, std::span<const uint8_t> bytes, EVENT_DATA_INFO_CMD command);
 
 } // namespace GenTL::simulator

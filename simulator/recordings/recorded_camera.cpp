@@ -117,7 +117,7 @@ bool RecordedCamera::HasFrame() const
     return m_running;
 }
 
-/// The recorded rate is that of the distance to the frame before; in front of the first it is that of the
+/// The recorded rate follows from the time since the frame before. For the first frame, it is that of the
 /// second.
 double RecordedCamera::FrameRate() const
 {

@@ -17,7 +17,7 @@ class RecordedCamera final : public StreamedCamera
 {
 public:
     /// @param model has a recording, and outlives this object
-    /// @throws Error the environment asks for something that is no rate
+    /// @throws Error the rate in the environment is not a number
     RecordedCamera(HandleTable &handles, const CameraModel &model, bool writable);
 
     void Read(uint64_t address, std::span<uint8_t> out) override;

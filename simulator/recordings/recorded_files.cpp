@@ -11,7 +11,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/// A register of a number has at most eight bytes; a longer one is none.
+/// The longest register that can hold a number.
 constexpr uint64_t longestNumber = 8;
 
 } // namespace
@@ -23,7 +23,7 @@ void RecordedFiles::Execute()
     const auto chosen = Number("FileOperationSelector");
     const auto operation = std::ranges::find(m_access.operations, chosen, &recording::NamedValue::value);
     const bool isDone = file != m_access.files.end() && operation != m_access.operations.end() &&
-                        Carry(operation->name, *file);
+                        CarryOut(operation->name, *file);
     const auto status =
         std::ranges::find(m_access.statuses, isDone ? "Success" : "Failure", &recording::NamedValue::name);
     if (status != m_access.statuses.end())
@@ -33,7 +33,7 @@ void RecordedFiles::Execute()
 }
 
 /// @return whether the operation succeeded
-bool RecordedFiles::Carry(std::string_view operation, const recording::DeviceFile &file)
+bool RecordedFiles::CarryOut(std::string_view operation, const recording::DeviceFile &file)
 {
     if (operation == "Open" && m_open == nullptr)
     {

@@ -26,7 +26,7 @@ public:
     void Execute();
 
 private:
-    bool Carry(std::string_view operation, const recording::DeviceFile &file);
+    bool CarryOut(std::string_view operation, const recording::DeviceFile &file);
     bool Transfer(const recording::DeviceFile &file);
     const recording::FeaturePlace *PlaceOf(std::string_view feature) const;
     int64_t Number(std::string_view feature) const;

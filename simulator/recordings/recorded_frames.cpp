@@ -65,7 +65,7 @@ private:
     const Shift m_shift;
 };
 
-/// What follows the last value of a number, as a distance from the first.
+/// The distance by which a number grows per pass: from its first to its last value, and one step more.
 uint64_t PeriodOf(const recording::FrameRecord &first, const recording::FrameRecord &last, size_t frames,
                   BUFFER_INFO_CMD command)
 {

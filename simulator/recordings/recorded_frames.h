@@ -9,8 +9,8 @@
 namespace GenTL::simulator
 {
 
-/// Reads the frames of a recording. After the last one the first follows; its number and its time stamp go on
-/// where the last one ended.
+/// Reads the frames of a recording. Begins again after the last one; frame numbers and time stamps go on
+/// rising.
 class RecordedFrames final : public FrameMaker
 {
 public:

@@ -64,7 +64,7 @@ void RecordedMemory::Add(const Memory &memory)
     }
 }
 
-/// Makes segments for the memory where there are none.
+/// Makes sure that segments cover the memory.
 void RecordedMemory::Cover(const Memory &memory)
 {
     for (const auto &[address, bytes] : memory)
@@ -122,7 +122,7 @@ void RecordedMemory::Store(const recording::Memory &memory)
     }
 }
 
-/// Replaces the bytes by those that are there now.
+/// Replaces the bytes by the present ones.
 void RecordedMemory::Load(Memory &memory) const
 {
     for (auto &block : memory)
@@ -152,7 +152,7 @@ void RecordedMemory::Write(uint64_t address, std::span<const uint8_t> in)
     std::vector<uint8_t> before(in.size());
     Read(address, before);
     Store({address, std::string(in.begin(), in.end())});
-    // What a selector brings in may be another selector.
+    // The values that a selection brings in may contain another selector.
     bool changed = true;
     for (size_t round = 0; changed && round <= m_banks.size(); ++round)
     {

@@ -19,7 +19,7 @@ class RecordedMemory
 public:
     explicit RecordedMemory(const recording::Registers &registers);
 
-    /// Adds memory that covers what is there.
+    /// Adds memory, which replaces what was recorded at the same addresses.
     /// @throws Error GC_ERR_IO: it reaches beyond the last address.
     void Add(const std::vector<recording::Memory> &memory);
 

@@ -10,7 +10,7 @@ namespace GenTL::simulator
 namespace
 {
 
-/// The transport layers with a name of their own in features.
+/// The transport layers with their names in features.
 constexpr std::array transports{
     gigEVision,
     usb3Vision,

@@ -9,7 +9,7 @@
 namespace GenTL::simulator
 {
 
-/// The number that the bytes of a register make, as far as it has at most eight bytes.
+/// The number that the bytes of a register form; only its lowest eight bytes count.
 inline uint64_t NumberOf(std::span<const uint8_t> bytes, bool isBigEndian)
 {
     uint64_t number = 0;

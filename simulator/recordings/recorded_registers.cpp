@@ -29,8 +29,8 @@ void RecordedRegisters::Write(uint64_t address, std::span<const uint8_t> in)
     }
 }
 
-/// Executes the command that the write is; returns false when it is none. The register keeps what was
-/// recorded, so that the command is done when it is read.
+/// Executes the command if the write is one; returns false otherwise. The register keeps what was recorded,
+/// so that the command is done when it is read.
 bool RecordedRegisters::Executes(uint64_t address, std::span<const uint8_t> in)
 {
     const auto is = [&](const recording::CommandPlace &command)

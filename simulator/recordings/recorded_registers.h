@@ -25,7 +25,7 @@ public:
     /// @throws Error GC_ERR_INVALID_ADDRESS: a byte of the request was not recorded.
     void Read(uint64_t address, std::span<uint8_t> out) const { m_memory.Read(address, out); }
     /// Throws as Read.
-    /// @throws Error GC_ERR_ACCESS_DENIED: frames would look otherwise than the recorded ones.
+    /// @throws Error GC_ERR_ACCESS_DENIED: the write would change the layout of frames.
     void Write(uint64_t address, std::span<const uint8_t> in);
 
 private:

@@ -18,7 +18,7 @@ struct ReplayOptions
 };
 
 /// From QVR_SIM_RECORDING_RATE and QVR_SIM_RECORDING_ONCE.
-/// @throws Error GC_ERR_INVALID_PARAMETER: the rate is no number from 0 on.
+/// @throws Error GC_ERR_INVALID_PARAMETER: the rate is not a number of at least 0.
 ReplayOptions ReadReplayOptions();
 
 } // namespace GenTL::simulator

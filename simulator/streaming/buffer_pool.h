@@ -47,7 +47,7 @@ public:
 
     /// The first buffer of the input pool, to be filled; null when the pool is empty.
     std::shared_ptr<Buffer> TakeInput();
-    /// Puts it back, again the first.
+    /// Puts a buffer back to the front of the input pool.
     void ReturnInput(const std::shared_ptr<Buffer> &buffer);
     void ToOutput(const std::shared_ptr<Buffer> &buffer);
 

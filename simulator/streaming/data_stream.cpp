@@ -43,7 +43,7 @@ PortIdentity IdentityOfStream(const CameraModel &camera)
             producerVersion, "Stream.xml", camera.transport.type};
 }
 
-/// What does not change while the stream is open.
+/// Answers that do not change while the stream is open.
 Info ConstantInfo(const CameraModel &camera, STREAM_INFO_CMD command)
 {
     switch (command)

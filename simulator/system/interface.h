@@ -5,7 +5,7 @@
 namespace GenTL::simulator
 {
 
-/// An interface, an adapter that does not exist, as data. Only a network adapter has addresses.
+/// A simulated adapter as data. Only a network adapter has addresses.
 struct InterfaceModel
 {
     std::string id;
@@ -20,8 +20,7 @@ struct InterfaceModel
 /// All interfaces of simulated cameras. Those of the wide world are the last.
 const std::vector<InterfaceModel> &InterfaceCatalog();
 
-/// The interfaces of the catalogue that the environment asks for: those of the wide world with
-/// QVR_SIM_WIDE=1.
+/// The interfaces of the catalogue; those of the wide world only with QVR_SIM_WIDE=1.
 std::span<const InterfaceModel> InterfacesWanted();
 
 Info InterfaceInfo(const InterfaceModel &model, INTERFACE_INFO_CMD command);

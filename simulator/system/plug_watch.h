@@ -29,7 +29,7 @@ private:
 
     const std::filesystem::path m_file;
     const Tell m_tell;
-    int m_changes; ///< an inotify
+    int m_changes; ///< an inotify descriptor
     int m_end;     ///< readable when the thread is to end
     std::thread m_thread;
 };

@@ -80,7 +80,7 @@ Producer::Producer()
     }
     catch (const Error &error)
     {
-        // GCGetLastError tells it of TLOpen. A consumer need not ask it about a GCInitLib that failed.
+        // TLOpen reports it: few consumers ask GCGetLastError after a failed GCInitLib.
         m_recordingFailure = error.what();
     }
     for (const auto &model : m_recorded.cameras.empty() ? CameraCatalog() : m_recorded.cameras)

@@ -16,7 +16,7 @@ constexpr const char *systemModel = "Simulated cameras";
 
 using Interfaces = std::span<const InterfaceModel>;
 
-/// The TLType of the producer, as info and as feature: that of all its interfaces.
+/// The transport of the producer: that of its interfaces if they agree, else Mixed.
 Transport TransportOfSystem(Interfaces interfaces)
 {
     const auto &first = interfaces.front().transport;

@@ -70,8 +70,8 @@ const Row *FindRow(std::span<const Row> rows, const Key &key, Key Row::*field)
     return row != rows.end() && (*row).*field == key ? &*row : nullptr;
 }
 
-/// Whether the published list has a format of this code or may have one later. Other codes are the makers'
-/// own: two makers may use one code for two formats.
+/// Whether the code lies in the range of the published list. Camera makers choose all other codes themselves,
+/// so two makers may use one code for two formats.
 bool IsPublishedCode(PixelFormat format)
 {
     const auto kind = static_cast<int64_t>(format) >> 24;

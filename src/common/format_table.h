@@ -16,7 +16,7 @@ struct FormatInfo
 {
     PixelFormat format{};
     std::string_view name;
-    uint32_t bits = 0;      ///< storage of one pixel; 0 when it is the maker's own
+    uint32_t bits = 0;      ///< storage of one pixel; 0 when the camera's maker defines it
     uint64_t maximum = 0;   ///< the largest sample; 0 for floating point
     bool isPacked = false;  ///< whether samples share bytes
     PixelFormat unpacked{}; ///< the same format when there is none
@@ -27,8 +27,8 @@ uint64_t GetSizeInBytes(const FormatInfo &format, Size size);
 
 /// A set of known pixel formats, by code and by name.
 ///
-/// There are two, both constant, of which any thread may read. No function throws: a format that is not in
-/// the table is a null pointer, and what it points to otherwise lives as long as the program.
+/// Both tables, familyFormats and wideFormats, are constant, so any thread may read them. Find and Resolve
+/// return null for a format that the table lacks. The rows live as long as the program.
 class FormatTable
 {
 public:

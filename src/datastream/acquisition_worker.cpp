@@ -275,8 +275,8 @@ void AcquisitionWorker::EndWait(const GenTLException &failure)
     std::this_thread::sleep_for(std::chrono::milliseconds(m_rules.failurePauseMs));
 }
 
-// Leaves the thread joinable until the next start, or the end of the worker; the processor, too, stays frozen
-// unless a stop of the consumer, which may follow, always succeeds.
+// Leaves the thread joinable until the next start or the end of the worker. The processor stays frozen as
+// well, unless StreamRules::stopAlwaysSucceeds lets a later stop succeed without thawing it.
 void AcquisitionWorker::FinishLimitedAcquisition()
 {
     Take(AcquisitionStep::LastFrame);

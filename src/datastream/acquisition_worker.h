@@ -28,7 +28,7 @@ class FrameTransfer;
 ///     Idle               starts             refused   kills       ends
 ///     Running            refused            stops     kills       stops, ends
 ///     Stopping           forbidden          refused   forbidden   forbidden
-///     Finishing          joins, starts      refused   kills       joins, ends
+///     Finishing          starts, joins      refused   kills       joins, ends
 ///     Killed             delivers nothing   refused   kills       ends
 ///     StartedAfterKill   refused            stops     kills       stops, ends
 ///

@@ -7,7 +7,7 @@
 namespace GenTL::internal
 {
 
-/// Reads what a frame must tell to be processed, by ReadLowerFrame, and numbers the frames itself.
+/// Reads those values of a frame that the processing needs, and numbers the frames itself.
 ///
 /// Owned by the AcquisitionWorker; only the acquisition thread calls it.
 class BriefFrameReader final : public IFrameReader

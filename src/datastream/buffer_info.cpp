@@ -199,7 +199,7 @@ T Available(const std::optional<T> &value, int32_t command)
     return *value;
 }
 
-/// What a part that was read in full tells of itself beyond the others.
+/// Answers from a part that was read in full.
 Answer PassedPartInfo(BUFFER_PART_INFO_CMD command, const BufferPartInfo &part)
 {
     switch (command)

@@ -17,7 +17,7 @@ enum class BufferState : int32_t;
 struct FrameDescription
 {
     size_t sizeFilled = 0;
-    size_t dataSize = 0; ///< of the whole frame, bytes; known of a frame that was read in full
+    size_t dataSize = 0; ///< of the whole frame, bytes; 0 unless the frame was read in full
     bool isLargerThanBuffer = false;
     BufferMetadata metadata{};
     std::vector<BufferPartInfo> parts{}; ///< empty for a single image

@@ -12,7 +12,7 @@ namespace GenTL::internal
 
 class ProxyBuffer;
 
-/// What is asked of a filled lower buffer.
+/// The questions about a filled lower buffer.
 struct BufferSubject
 {
     using Entry = DS_BUFFER_INFO_STACKED;
@@ -51,7 +51,7 @@ struct BufferSubject
     static void SetPart(Entry &, uint32_t) {}
 };
 
-/// What is asked of a part of it.
+/// The questions about one of its parts.
 struct PartSubject
 {
     using Entry = DS_BUFFER_PART_INFO_STACKED;
@@ -80,11 +80,11 @@ struct PartSubject
     static void SetPart(Entry &entry, uint32_t part) { entry.iPartIndex = part; }
 };
 
-/// The questions about a filled lower buffer or its parts whose answers are numbers, flags or addresses, and
-/// the answers about the one asked last.
+/// Asks a filled lower buffer, or one of its parts, for all values that are numbers, flags or addresses, and
+/// keeps the last answers.
 ///
-/// All are asked in one call where the lower producer can answer them so. A question that is not implemented
-/// is asked once. Throws nothing and allocates nothing. For one thread.
+/// Asks in one call if the lower producer supports this. Asks a question that is not implemented only once.
+/// Throws nothing and allocates nothing. For one thread.
 template <typename Subject>
 class Questions
 {

@@ -24,7 +24,7 @@ namespace GenTL::internal
 /// The id of the one stream of a device.
 inline constexpr std::string_view streamId = "Stream1";
 
-/// What a stream passes on from the lower stream as it is.
+/// What a stream passes on unchanged from the lower stream.
 struct LowerStreamAnswers
 {
     IEventSource *events = nullptr; ///< lives as long as the stream's worker; null: no events are passed on

@@ -12,8 +12,8 @@ namespace GenTL::internal
 class EventHandler;
 class ILibrary;
 
-/// The output queue that is the queue of the registered new-buffer event. Without an event nothing is queued
-/// or counted as delivered, and a buffer that was pushed then stays in Output.
+/// An output queue inside the registered new-buffer event. Without an event, nothing is queued or counted as
+/// delivered, and a pushed buffer stays in Output.
 ///
 /// With its lock held, it calls only the Event registry.
 class EventOutput final : public IOutputQueue

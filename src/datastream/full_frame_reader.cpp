@@ -13,7 +13,7 @@ namespace GenTL::internal
 namespace
 {
 
-/// More parts or chunks than any frame has. A producer that tells more lies.
+/// More parts or chunks than any frame has. A producer that claims more is wrong.
 constexpr size_t mostEntries = 65536;
 
 constexpr std::array imagePayloads{PAYLOAD_TYPE_IMAGE,    PAYLOAD_TYPE_CHUNK_DATA, PAYLOAD_TYPE_JPEG,
@@ -39,7 +39,7 @@ uint8_t *AddressOf(uint64_t value)
     return reinterpret_cast<uint8_t *>(static_cast<uintptr_t>(value));
 }
 
-/// Bytes of an image without padding. Codes of PFNC and of GigE Vision tell the bits of a pixel.
+/// Bytes of an image without padding. Codes of PFNC and of GigE Vision contain the bits per pixel.
 std::optional<uint64_t> ImageBytes(const std::optional<uint64_t> &format,
                                    const std::optional<uint64_t> &numbering,
                                    const std::optional<uint64_t> &width,

@@ -20,11 +20,11 @@ struct FrameSource
     std::string tlType; ///< transport layer type
 };
 
-/// Reads all that the lower producer tells of a frame, and completes it where one value follows from others.
+/// Reads every value that the lower producer has for a frame, and computes missing ones from others.
 ///
-/// Reads past the lower producer's exceptions: what a frame does not tell costs a call and no more. A frame
-/// that contradicts itself comes with a failure instead of an exception, so that it keeps its number and its
-/// time. Owned by the AcquisitionWorker; only the acquisition thread calls it.
+/// Uses the Try... operations, so a missing value costs one call and no exception. A frame that contradicts
+/// itself comes with a failure text instead of an exception, so that it keeps its number and its time. Owned
+/// by the AcquisitionWorker; only the acquisition thread calls it.
 class FullFrameReader final : public IFrameReader
 {
 public:
@@ -47,8 +47,8 @@ private:
     ChunkTrailers m_trailers;
     BufferQuestions m_questions;
     PartQuestions m_partQuestions;
-    bool m_asksForParts = true;  ///< until a frame that does not announce parts has none
-    bool m_asksForChunks = true; ///< until the lower producer has no lists of chunks
+    bool m_asksForParts = true;  ///< false once a frame that announces no parts has none
+    bool m_asksForChunks = true; ///< false once the lower producer turns out to have no lists of chunks
     uint64_t m_nextFrameId = 1;
 };
 

@@ -20,8 +20,7 @@ namespace GenTL::internal
 namespace
 {
 
-/// Logs the failure of a call that ends something. Nothing else follows from it: the thing has ended either
-/// way.
+/// Logs the failure of a lower call that the caller can do without.
 void Tolerate(std::string_view call, GC_ERROR code)
 {
     if (code != GC_ERR_SUCCESS)
@@ -160,7 +159,7 @@ void ProxyDataStream::AnnounceBuffers()
     }
 }
 
-/// Makes a call that a start needs.
+/// Makes a lower call of a start. With StreamRules::namesFailedCall, its name leads the error text.
 template <typename Call>
 void ProxyDataStream::ToStart(std::string_view name, Call call)
 {
@@ -200,7 +199,8 @@ size_t ProxyDataStream::NumLowerBuffers()
     return std::max(minimum, m_rules.lowerBuffers);
 }
 
-/// Queues the buffers of the last acquisition. False when there are none, or none that can be used.
+/// Queues the buffers of the last acquisition. False when there are none, or when one of them cannot be used;
+/// all are revoked then.
 bool ProxyDataStream::QueueKeptBuffers(size_t size)
 {
     const auto queue = [this](const LowerBuffer &buffer)
@@ -213,7 +213,7 @@ bool ProxyDataStream::QueueKeptBuffers(size_t size)
     return false;
 }
 
-/// Null unless a frame may need it.
+/// The address of a lower buffer; null when no frame needs it, or when it is unknown.
 void *ProxyDataStream::BaseOf(BUFFER_HANDLE buffer)
 {
     void *base = nullptr;

@@ -20,10 +20,10 @@ class ILibrary;
 /// The one lower data stream of a device, with its private buffers and its new-buffer event.
 ///
 /// The lower producer allocates the buffers; they exist while acquisition runs, or with
-/// StreamRules::keepsLowerBuffers until the size of a frame changes. With StreamRules::stopAlwaysSucceeds, no
-/// failure of the lower producer comes out of a stop, a revoke or the end. The acquisition worker owns the
-/// object, whose destructor closes the lower stream. WaitForBuffer and RequeueBuffer run on the
-/// acquisition thread, StopAcquisition on another thread while that one waits.
+/// StreamRules::keepsLowerBuffers until the size of a frame changes. With StreamRules::stopAlwaysSucceeds,
+/// stop, revoke and destructor only log failures of the lower producer. The acquisition worker owns the
+/// object, whose destructor closes the lower stream. WaitForBuffer and RequeueBuffer run on the acquisition
+/// thread, StopAcquisition on another thread while the former waits.
 class ProxyDataStream final : public ProxyModule, public IProxyDataStream
 {
 public:
@@ -62,7 +62,7 @@ private:
     struct LowerBuffer
     {
         BUFFER_HANDLE handle = nullptr;
-        void *base = nullptr; ///< null when the lower producer does not tell
+        void *base = nullptr; ///< null when unknown
     };
 
     void ReadLowerDescription();

@@ -14,8 +14,8 @@ namespace GenTL::internal
 class EventHandler;
 class ILibrary;
 
-/// An output queue that belongs to the stream. An event that is registered late finds what waits, and leaves
-/// it when it is unregistered.
+/// An output queue that belongs to the stream. An event that is registered late finds the buffers that wait,
+/// and leaves them there when it is unregistered.
 ///
 /// A buffer enters, waits in and leaves the queue under the queue's mutex, together with its state. So a
 /// buffer is in the queue exactly while it is in Output. A flush does not take a buffer away from a fill: it

@@ -17,9 +17,10 @@ namespace GenTL::internal
 /// The local event of a stream, EVENT_NEW_BUFFER; its queue is the stream's output queue.
 ///
 /// Made by GCRegisterEvent; the stream and the Event registry own it. After GCUnregisterEvent it gets no more
-/// entries and lives on in the registry until the library closes. A queue of its own then keeps what waits; a
-/// queue that it shares is empty for it from then on. The acquisition thread pushes; any number
-/// of consumer threads may wait, each taking one entry. Only Kill ends a wait early.
+/// entries and lives on in the registry until the library closes. If the queue is its own, it still hands out
+/// the entries that wait there. If it shares the queue, it sees an empty one from then on. The acquisition
+/// thread pushes; any number of consumer threads may wait, each taking one entry. Only Kill ends a wait
+/// early.
 class EventHandler
 {
 public:
@@ -27,7 +28,7 @@ public:
     using ReleaseBuffer = std::function<bool(BUFFER_HANDLE)>;
 
     /// @param release called with the event's lock held; must be usable as long as the event
-    /// @param queue what waits in it counts as fired
+    /// @param queue entries that wait in it already count as fired
     EventHandler(ReleaseBuffer release, EVENT_TYPE eventType,
                  std::shared_ptr<EventQueue> queue = std::make_shared<EventQueue>());
 

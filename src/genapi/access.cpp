@@ -63,7 +63,7 @@ void Restrict(Access &access, std::string_view mode, std::string_view origin)
     }
 }
 
-/// What the kind of a node leaves possible: only features, registers and converters are written.
+/// Takes away what the kind of a node rules out: only features, registers and converters can be written.
 void RestrictToKind(Access &access, NodeKind kind)
 {
     switch (kind)
@@ -94,7 +94,7 @@ void RestrictToKind(Access &access, NodeKind kind)
     }
 }
 
-/// The access of a node alone but for its lock, which matters to a write only.
+/// The access of a node alone, without its lock: a lock matters to writes only.
 Access UnlockedAccess(Evaluator &evaluator, NodeId id)
 {
     Access access;
@@ -188,7 +188,7 @@ Access AccessOf(Evaluator &evaluator, NodeId id)
 void CheckReadable(Evaluator &evaluator, NodeId id)
 {
     const auto access = UnlockedAccess(evaluator, id);
-    // A command is asked only whether it is done, and finds out by itself whether its register can be read.
+    // Reading a command asks whether it is done. IsDone itself checks whether the register can be read.
     const bool isCommand = evaluator.Graph()[id].kind == NodeKind::Command;
     if (isCommand ? !access.implemented || !access.available : !access.readable)
     {

@@ -7,8 +7,8 @@
 namespace GenTL::internal::genapi
 {
 
-/// The access of a node alone, without that of the nodes behind it. Throws nothing for a condition that
-/// cannot be evaluated: it counts as "no", and the cause says why.
+/// The access of a node alone, without that of the nodes behind it. A condition that cannot be evaluated
+/// counts as "no"; it throws nothing, and the cause says why.
 Access OwnAccess(Evaluator &evaluator, NodeId id);
 
 /// The access of a node and of the nodes that carry its value.

@@ -22,8 +22,8 @@ constexpr std::array tagNames = std::to_array<std::string_view>({
     "IntSwissKnife",
 });
 
-/// A hash of names. A description has tens of thousands of elements, so a look-up costs one comparison,
-/// mostly.
+/// A hash table of names, in which most look-ups take one comparison: a description has tens of thousands of
+/// elements.
 template <size_t count>
 class NameTable
 {

@@ -15,8 +15,8 @@ enum class NodeKind : uint8_t
 #include "genapi/elements.inc"
 };
 
-/// What a property of a node says: the name of a child element. A node inside another one is a property of
-/// it, too: an EnumEntry, a StructEntry, or the IntSwissKnife in an address.
+/// The kind of a property: the name of the child element. A nested node counts as a property, too: an
+/// EnumEntry, a StructEntry, or the IntSwissKnife in an address.
 enum class Tag : uint8_t
 {
 #define TEXT(name) name,

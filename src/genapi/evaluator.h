@@ -15,7 +15,7 @@
 namespace GenTL::internal::genapi
 {
 
-/// What is wanted of a node.
+/// What a pass wants to know of a node, or do to it.
 enum class Aspect : uint8_t
 {
     Value,
@@ -35,13 +35,13 @@ enum class Aspect : uint8_t
 class Evaluator
 {
 public:
-    /// `feature` is what the operation was asked for, and stands in front of all messages.
+    /// `feature` is the feature that the operation works on. Every message begins with its name.
     Evaluator(DeviceState &state, NodeId feature) : m_state(state), m_feature(feature) {}
 
     DeviceState &State() { return m_state; }
     const NodeGraph &Graph() const { return m_state.graph; }
 
-    /// A step to a node, or to an Expression of it; taken back at the end of its life.
+    /// A step on the way: to a node, or to one of its Expressions. Its destructor takes it back.
     class Step
     {
     public:
@@ -55,7 +55,7 @@ public:
         Evaluator &m_evaluator;
     };
 
-    /// The number that `compute` returns, which is called once in a pass.
+    /// The number that `compute` returns. It runs once per pass for each node and aspect.
     template <typename Compute>
     Number Once(NodeId id, Aspect aspect, Compute compute)
     {
@@ -94,7 +94,7 @@ public:
         m_numbers.clear();
         m_failures.clear();
     }
-    /// Counts the steps from 0 again: for an operation that is a row of passes over common values.
+    /// Counts the steps from 0 again. For an operation that makes several passes and keeps the values.
     void RestartCount() { m_steps = 0; }
 
     /// The node that a reference names.

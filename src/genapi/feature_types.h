@@ -19,7 +19,8 @@ struct Access
     bool readable = true;
     /// The same, and not locked.
     bool writable = true;
-    /// Why not; also why a condition could not be evaluated and so counts as "no". Empty if all is well.
+    /// Why access is restricted; also why a condition could not be evaluated and so counts as "no". Empty
+    /// without any restriction.
     std::string cause;
     /// A condition could not be evaluated, or the chain is broken; that counts as "no" above.
     bool failed = false;

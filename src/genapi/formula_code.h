@@ -17,8 +17,8 @@ enum class Op : uint8_t
     Symbol,  ///< pushes the value of the name with the index `operand`
     Jump,
     JumpIfFalse, ///< takes the condition
-    AndJump,     ///< false: leaves 0 and jumps; true: takes it
-    OrJump,      ///< true: leaves 1 and jumps; false: takes it
+    AndJump,     ///< takes the value; false: pushes 0 and jumps
+    OrJump,      ///< takes the value; true: pushes 1 and jumps
     Truth,       ///< makes the value 0 or 1
     // Two values become one.
     BitOr,

@@ -5,7 +5,7 @@
 namespace GenTL::internal::genapi
 {
 
-/// A formula that is wrong or has no value. Whoever evaluates it knows the node and says so in a GenApiError.
+/// A formula that is wrong or has no value. The caller knows the node and names it in a GenApiError.
 class FormulaError : public std::runtime_error
 {
 public:

@@ -27,7 +27,7 @@ struct BinaryOperator
     Op op;
 };
 
-// A text that starts with another one of the list stands before it.
+// The parser takes the first match, so a longer operator stands before its own beginning: "<=" before "<".
 constexpr std::array binaryOperators = std::to_array<BinaryOperator>({
     {"||", 1, Op::OrJump},
     {"&&", 2, Op::AndJump},
@@ -143,7 +143,7 @@ public:
         }
         Add(Op::Symbol, entry->second);
     }
-    /// Lets a jump end behind the last step.
+    /// Makes a jump lead behind the last step.
     void JumpToHere(size_t jump) { m_code.steps[jump].operand = static_cast<uint32_t>(m_code.steps.size()); }
 
     FormulaCode Code() && { return std::move(m_code); }

@@ -20,10 +20,10 @@ struct DeviceState;
 
 /// The features of a device by name, read and written through their chains of nodes.
 ///
-/// Owned by whoever opens the device; graph and port must outlive it. Any thread may call Invalidate. Over
-/// all other calls, and over the use of Literals(), the owner holds one lock. Each operation is one pass: it
-/// reads a node once, and the registers that may be cached only if they were not read since the last write or
-/// Invalidate. All operations throw GenApiError, with the chain of nodes in the text.
+/// Owned by whoever opens the device; graph and port must outlive it. Any thread may call Invalidate. The
+/// owner holds one lock during all other calls and while it uses Literals(). Each operation is one pass. It
+/// reads a node once, and a cachable register only if nobody has read it since the last write or Invalidate.
+/// All operations throw GenApiError, with the chain of nodes in the text.
 class GraphFeatures
 {
 public:
@@ -33,14 +33,15 @@ public:
     GraphFeatures &operator=(const GraphFeatures &) = delete;
 
     bool Has(std::string_view name) const;
-    /// Of an unknown name: not implemented. Throws nothing: what fails is the cause.
+    /// An unknown name is not implemented. Throws nothing: the cause holds the failure.
     Access AccessOf(std::string_view name);
 
-    /// An enumeration gives its number, a boolean 1 or 0, a command 1 if it is done, else 0. A floating
-    /// number is rounded half away from zero.
+    /// Returns the number of an enumeration, 1 or 0 for a boolean, 1 for a command that is done, else 0.
+    /// Rounds a floating number half away from zero.
     int64_t ReadInteger(std::string_view name);
     double ReadFloat(std::string_view name);
-    /// An enumeration gives the name of its entry, a boolean "true" or "false", a number its decimal text.
+    /// Returns the entry's name for an enumeration, "true" or "false" for a boolean, the decimal text of a
+    /// number.
     std::string ReadText(std::string_view name);
     /// All bytes of any register.
     std::vector<uint8_t> ReadBytes(std::string_view name);
@@ -65,7 +66,7 @@ public:
 
     /// The values written to literals, which an owner may share with others.
     LiteralCells &Literals();
-    /// Drops what is known of the registers. Any thread may call it at any time.
+    /// Drops all register values read so far. Any thread may call it at any time.
     void Invalidate() noexcept;
 
 private:
@@ -74,7 +75,7 @@ private:
     std::unique_ptr<DeviceState> m_state;
 };
 
-/// Where the registers lie that carry a feature's value, as their addresses are now. None for an unknown
+/// The places of the registers that carry a feature's value, at their present addresses. Empty for an unknown
 /// name.
 /// @throws GenApiError an address cannot be computed
 std::vector<AddressRange> PlacesOf(GraphFeatures &features, std::string_view name);

@@ -52,8 +52,8 @@ std::optional<AddressRange> StaticRange(const NodeGraph &graph, NodeId id)
     return range;
 }
 
-/// The nodes that a walk over all evaluated references meets, and whether one of the references on the way
-/// binds literals. A node is visited again when it is first met without, and then with such a reference.
+/// A walk over all evaluated references. Notes each node that it meets, and whether a reference on the way to
+/// it binds literals. It visits a node a second time when a way with such a reference follows one without.
 class LiteralWalk
 {
 public:

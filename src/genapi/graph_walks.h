@@ -10,8 +10,8 @@
 namespace GenTL::internal::genapi
 {
 
-/// Visits a node and those behind it in depth, each once. `visit(id, open)` appends to `open` what lies
-/// behind a node, the last to be visited first; noNode is ignored.
+/// Visits a node and the nodes behind it depth-first, each once. `visit(id, open)` appends the nodes behind
+/// `id` to `open`; the one appended last is visited first. noNode is ignored.
 template <typename Visit>
 void WalkInDepth(const NodeGraph &graph, NodeId start, Visit visit)
 {
@@ -46,7 +46,7 @@ void AppendTargets(const NodeGraph &graph, NodeId id, Condition condition, std::
 
 /// The nodes that carry a feature's value: the feature, and what it names as pValue, pValueCopy,
 /// pValueIndexed and pValueDefault, down to the registers. A StructEntry is followed by its StructReg. Each
-/// node once, in the order of a walk in depth.
+/// node once, depth-first.
 std::vector<NodeId> ValueChain(const NodeGraph &graph, NodeId feature);
 
 struct AddressRange

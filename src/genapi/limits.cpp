@@ -44,7 +44,7 @@ Number EndOfKind(NodeKind kind, const RangeEnd &end)
 
 Number EndOf(Evaluator &evaluator, NodeId id, const RangeEnd &end);
 
-/// A limit as a node of this kind counts.
+/// A limit as the kind of number that this kind of node has.
 Number AsLimit(NodeKind kind, Number limit)
 {
     return IsFloat(kind) ? Number(limit.Float()) : Number(IntegerLimit(limit));

@@ -16,7 +16,7 @@ Number MaxOf(Evaluator &evaluator, NodeId id);
 /// Empty if the node and those behind it have none.
 std::optional<Number> IncrementOf(Evaluator &evaluator, NodeId id);
 
-/// A limit as an integer. Beyond int64 it means that there is none.
+/// A limit as an integer. A limit beyond int64 becomes the nearest int64, which limits nothing.
 int64_t IntegerLimit(Number limit);
 
 /// Checks a value against limits and increment.

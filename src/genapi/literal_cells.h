@@ -12,8 +12,8 @@
 namespace GenTL::internal::genapi
 {
 
-/// What was written to the literals of a description since it was opened. A literal that nobody wrote has the
-/// value in the document. Owned by GraphFeatures; as thread-safe as it.
+/// The values written to the literals of a description since it was opened. A literal that was never written
+/// has its value from the document. Owned by GraphFeatures; as thread-safe as it.
 class LiteralCells
 {
 public:

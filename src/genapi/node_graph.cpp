@@ -67,7 +67,7 @@ void ForEachElement(const pugi::xml_node &parent, Action action)
     }
 }
 
-/// Checks the levels of what no node of the graph stands for.
+/// Checks the nesting of elements that do not become nodes.
 void CheckLevelsIn(const pugi::xml_node &element, int level)
 {
     CheckLevel(level);
@@ -205,7 +205,7 @@ void NodeGraph::ResolveReferences()
     }
 }
 
-/// The slot of the node with this name, else the free one where it would stand.
+/// The slot of the node with this name, else the free slot for it.
 size_t NodeGraph::SlotOf(std::string_view name) const
 {
     const auto mask = m_slots.size() - 1;
@@ -230,7 +230,7 @@ std::span<const Property> NodeGraph::PropertiesOf(NodeId id) const
 
 const Property *NodeGraph::Find(NodeId id, Tag tag) const
 {
-    // Most of what is asked for is not there, and a node may have thousands of entries.
+    // Most look-ups find nothing, and a node may have thousands of entries.
     if ((m_nodes[id].tags & BitOf(tag)) == 0)
     {
         return nullptr;

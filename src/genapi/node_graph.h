@@ -28,7 +28,7 @@ struct Property
     /// has.
     NodeId target;
     pugi::xml_node element;
-    /// The whole text, where a comment or a section splits it; else null.
+    /// The whole text if a comment or a CDATA section splits it; else null.
     const std::string *joinedText = nullptr;
 
     /// The literal or the name, without the white space around it.
@@ -57,13 +57,13 @@ struct Node
 /// The nodes of a device description and their references.
 ///
 /// Made once from a parsed document, which must outlive it: names, texts and elements lie there. Never
-/// changes, so any thread may use it. It checks no more than its limits: a missing node or a wrong text shows
-/// when it is used.
+/// changes, so any thread may use it. It checks its limits only: a missing node or a wrong text shows when it
+/// is used.
 class NodeGraph
 {
 public:
     /// `root` is the document or its RegisterDescription. The nodes of all groups count as the root's. Of two
-    /// nodes with one name, the first has it.
+    /// nodes with the same name, references mean the first.
     /// @throws GenApiError more than 200,000 nodes, or more than 200 levels of elements
     explicit NodeGraph(const pugi::xml_node &root);
     NodeGraph(const NodeGraph &) = delete;
@@ -78,7 +78,7 @@ public:
     std::span<const Property> PropertiesOf(NodeId id) const;
     /// The first property with this tag, or null.
     const Property *Find(NodeId id, Tag tag) const;
-    /// Like Find. A StructEntry has what its StructReg says where it says nothing itself.
+    /// Like Find, but a StructEntry without the property has that of its StructReg.
     const Property *FindInherited(NodeId id, Tag tag) const;
     /// The name of a node; of a node without name its place: "IntSwissKnife in WidthReg".
     std::string Label(NodeId id) const;

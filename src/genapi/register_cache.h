@@ -13,29 +13,29 @@
 namespace GenTL::internal::genapi
 {
 
-/// The bytes of registers as they were read last, by address and length.
+/// The bytes of registers as last read, by address and length.
 ///
-/// Owned by GraphFeatures and as thread-safe as it, but for Invalidate. A cache per port: an address means
-/// one place.
+/// Owned by GraphFeatures and, except for Invalidate, as thread-safe as it. Each port has its own cache, so
+/// an address means one place.
 class RegisterCache
 {
 public:
     explicit RegisterCache(IRegisterPort &port) : m_port(port) {}
 
-    /// Fills `bytes` from what is known of these bytes, else from the port.
+    /// Fills `bytes` from the cache if it has this address and length, else from the port.
     void Read(uint64_t address, std::span<uint8_t> bytes);
     /// Fills `bytes` from the port and keeps nothing.
     void ReadDevice(uint64_t address, std::span<uint8_t> bytes);
     /// Writes to the port. A write may change any register, so all of them are dropped, even if it fails.
     void Write(uint64_t address, std::span<const uint8_t> bytes);
 
-    /// Drops all registers; those, too, that are being read meanwhile. Any thread may call it at any time.
+    /// Drops all registers, including any that are being read meanwhile. Any thread may call it at any time.
     void Invalidate() noexcept { ++m_generation; }
 
 private:
     IRegisterPort &m_port;
     std::atomic<uint64_t> m_generation = 0;
-    /// The generation of what m_registers holds.
+    /// The generation that m_registers belongs to.
     uint64_t m_held = 0;
     std::map<std::pair<uint64_t, size_t>, std::vector<uint8_t>> m_registers;
 };

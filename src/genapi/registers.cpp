@@ -39,7 +39,7 @@ bool IsBigEndian(const Evaluator &evaluator, NodeId id)
     return (order != nullptr && order->Text() == "BigEndian") != (swap != nullptr && swap->Text() == "Yes");
 }
 
-/// What a pIndex adds to an address: the index times its Offset or pOffset, else times the length.
+/// The offset that a pIndex adds to an address: the index times its Offset or pOffset, else times the length.
 uint64_t IndexedOffset(Evaluator &evaluator, NodeId owner, const Property &index, size_t length)
 {
     const auto factor = [&]() -> int64_t
@@ -132,7 +132,7 @@ void Read(Evaluator &evaluator, bool fromDevice, const RegisterLayout &layout, s
              });
 }
 
-/// The position in a register of the byte that is number `index` from the lowest.
+/// The position in a register of byte `index`, counted from the least significant one.
 size_t BytePosition(const RegisterLayout &layout, size_t index)
 {
     return layout.isBigEndian ? layout.length - 1 - index : index;

@@ -23,7 +23,7 @@ struct RegisterLayout
 /// An integer inside of a register.
 struct IntegerField
 {
-    /// The lowest of its bits in the number that all bytes of the register make.
+    /// Its lowest bit, in the number that all bytes of the register form.
     unsigned low;
     /// 1 to 64.
     unsigned bits;
@@ -40,7 +40,7 @@ struct IntegerField
 /// port.
 std::string PortObstacle(const Evaluator &evaluator, NodeId id);
 
-/// The bytes that a register has, 1 to 2^20.
+/// The length of a register in bytes, 1 to 2^20.
 size_t LengthOf(Evaluator &evaluator, NodeId id);
 RegisterLayout LayoutOf(Evaluator &evaluator, NodeId id);
 /// The integer in an IntReg, MaskedIntReg or StructEntry of the given length.
@@ -50,7 +50,7 @@ IntegerField FieldOf(Evaluator &evaluator, NodeId id, const RegisterLayout &layo
 void CheckFloatLength(const Evaluator &evaluator, const RegisterLayout &layout);
 
 std::vector<uint8_t> ReadRegister(Evaluator &evaluator, NodeId id);
-/// The number that the bytes of a register make. Such a register has 1 to 8 bytes.
+/// The number that the bytes of a register form. The register must have 1 to 8 bytes.
 uint64_t ReadRegisterNumber(Evaluator &evaluator, NodeId id, const RegisterLayout &layout);
 /// Like ReadRegisterNumber, always from the device.
 uint64_t ReadRegisterNumberOnDevice(Evaluator &evaluator, const RegisterLayout &layout);

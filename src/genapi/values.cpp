@@ -40,7 +40,7 @@ bool IsDone(Evaluator &evaluator, NodeId command)
            evaluator.Integer(SourceNumber(evaluator, command)) != CommandValue(evaluator, command);
 }
 
-/// Fails where a property is expected.
+/// Fails in an expression that must yield a property.
 [[noreturn]] const Property &NoSource(const Evaluator &evaluator, const std::string &cause)
 {
     evaluator.Fail(cause);

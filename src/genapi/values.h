@@ -10,15 +10,15 @@
 namespace GenTL::internal::genapi
 {
 
-/// The value of a node as a number, once per pass. An enumeration gives its number, a boolean 1 or 0, a
-/// command 1 if it is done, else 0.
-/// @throws GenApiError the node is not readable or has no number, and all that its chain meets
+/// The value of a node as a number, found once per pass: the number of an enumeration, 1 or 0 for a boolean,
+/// 1 for a command that is done, else 0.
+/// @throws GenApiError the node is not readable or has no number, or a node of its chain fails
 Number ValueOf(Evaluator &evaluator, NodeId id);
 
 /// The text of a String or a StringReg, up to its first zero.
 std::string TextOf(Evaluator &evaluator, NodeId id);
 
-/// The property that holds the value of a feature: pValue, the Value, or that which pIndex selects; a
+/// The property that holds the value of a feature: pValue, Value, or the one that pIndex selects. It is a
 /// reference or a literal.
 /// @throws GenApiError there is none
 const Property &SourceOf(Evaluator &evaluator, NodeId id);
@@ -27,15 +27,15 @@ const Property &SourceOf(Evaluator &evaluator, NodeId id);
 std::string_view EntryName(const Evaluator &evaluator, NodeId enumeration, int64_t value);
 int64_t EntryValue(const Evaluator &evaluator, NodeId entry);
 
-/// What a command is set to when it is executed.
+/// The value that executing a command writes.
 int64_t CommandValue(Evaluator &evaluator, NodeId id);
-/// The number of a Boolean that is true, or false.
+/// The number that a Boolean stores for true or for false.
 int64_t BooleanValue(const Evaluator &evaluator, NodeId id, bool isTrue);
 
 /// An integer in the text of a description. `what` names it in the error.
 int64_t IntegerFrom(const Evaluator &evaluator, std::string_view what, std::string_view text);
 double FloatFrom(const Evaluator &evaluator, std::string_view what, std::string_view text);
-/// The integer in a node's literal, which a StructEntry may leave to its StructReg; `missing` if it has none.
+/// The integer in a node's literal, for a StructEntry also in its StructReg's; `missing` if there is none.
 int64_t LiteralOr(const Evaluator &evaluator, NodeId id, Tag tag, int64_t missing);
 
 } // namespace GenTL::internal::genapi

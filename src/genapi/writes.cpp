@@ -18,7 +18,7 @@ namespace GenTL::internal::genapi
 namespace
 {
 
-/// Writes what carries the value of a feature, and its copies.
+/// Writes the node or literal that carries the value of a feature, and its copies.
 void WriteSource(Evaluator &evaluator, NodeId id, Number value)
 {
     const auto &source = SourceOf(evaluator, id);

@@ -12,8 +12,8 @@ namespace GenTL::internal::genapi
 
 /// Writes a number to a node. A node of integers rounds it half away from zero.
 /// @throws GenApiError GC_ERR_ACCESS_DENIED: a node of the chain is not writable; GC_ERR_INVALID_VALUE: out
-/// of limits, no entry, or too large for the register. Nothing is written then, unless the node is a
-/// pValueCopy.
+/// of limits, no entry, or too large for the register. Nothing is written then, unless a pValueCopy is the
+/// one that fails: the value itself stands already.
 void WriteNumber(Evaluator &evaluator, NodeId id, Number value);
 
 /// Writes the text of a String or a StringReg. The rest of the register becomes zeros.

@@ -7,7 +7,7 @@
 namespace GenTL::internal
 {
 
-/// Longest update of a list that an unknown id causes, in ms.
+/// Longest update of a list after an unknown id, in ms.
 inline constexpr uint64_t listUpdateMs = 1000;
 
 /// Calls a function that takes an id. If the id is unknown, updates the list once and calls again: some

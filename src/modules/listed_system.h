@@ -8,8 +8,8 @@
 namespace GenTL::internal
 {
 
-/// The lower system as its lists tell it: the answers about interfaces come from the list calls, so the lower
-/// producer needs no description of its System module.
+/// The lower system behind its list calls: all answers about interfaces come from them, so the lower producer
+/// needs no description of its System module.
 ///
 /// Made by TLOpen, owned by a System. As thread-safe as ProxySystem, but for the selected interface, which
 /// the lock of the System's registers guards.
@@ -31,10 +31,10 @@ public:
     {
         m_lower.TLGetInterfaceID(iIndex, sID, piSize);
     }
-    /// An unknown id is asked for again after one update of the list.
+    /// If the id is unknown, updates the list once and asks again.
     void TLGetInterfaceInfo(const char *sIfaceID, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE *piType,
                             void *pBuffer, size_t *piSize) override;
-    /// An unknown id is asked for again after one update of the list.
+    /// If the id is unknown, updates the list once and asks again.
     void TLOpenInterface(const char *sIfaceID, IF_HANDLE *phIface) override;
     /// @throws GenTLException GC_ERR_INVALID_ADDRESS for another address than those of the features that
     /// describe interfaces; GC_ERR_NOT_AVAILABLE when no interface is selected

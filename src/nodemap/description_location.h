@@ -8,7 +8,7 @@
 namespace GenTL::internal
 {
 
-/// Where a port's URL says that the description lies.
+/// The place of a description, read from a port's URL.
 struct DescriptionLocation
 {
     enum class Scheme : uint8_t
@@ -25,12 +25,12 @@ struct DescriptionLocation
     std::string path; ///< File: the decoded path
     uint64_t address = 0;
     uint64_t size = 0; ///< bytes
-    /// Local: the size if its digits are meant in base 10, as some devices give it; none if they cannot be.
+    /// Local: the size read in base 10, as some devices write it; none if its digits are not decimal.
     std::optional<uint64_t> decimalSize;
 };
 
-/// Reads a URL as ports in the field give it: `local:name;address;size` or `local:///name;address;size`, the
-/// scheme in any case, the numbers in base 16 with or without 0x, with a query or none; `file:path` or
+/// Reads the URLs that real devices have: `local:name;address;size` or `local:///name;address;size`, the
+/// scheme in any case, the numbers in base 16 with or without 0x, with or without a query; `file:path` or
 /// `file:///path`. A local URL whose numbers cannot be read has the scheme Other.
 DescriptionLocation ParseLocation(std::string_view url);
 

@@ -197,8 +197,8 @@ bool IsUtf8(std::string_view text)
     return true;
 }
 
-/// The place of a text from a position on; the size without it. memmem, since std::string_view::find stops at
-/// each first letter: ten times slower in a megabyte.
+/// The first place of `wanted` from `position` on; the size of `text` if there is none. Uses memmem:
+/// std::string_view::find stops at each first letter, and took ten times as long in a megabyte.
 size_t Find(std::string_view text, std::string_view wanted, size_t position)
 {
     if (position >= text.size())
@@ -256,7 +256,8 @@ bool IsMarkup(std::string_view text, size_t place)
     return !IsWithin(text, place, "<!--", "-->") && !IsWithin(text, place, "<![CDATA[", "]]>");
 }
 
-/// Behind the first end tag of a RegisterDescription, with or without a prefix; the text's end without one.
+/// The position behind the first end tag of a RegisterDescription, with or without a namespace prefix; the
+/// text's end if there is no such tag.
 size_t EndOfDescription(std::string_view text)
 {
     constexpr std::string_view name = "RegisterDescription";
@@ -294,13 +295,14 @@ uint64_t NumberIn(std::span<const uint8_t> bytes, size_t position, size_t length
     return number;
 }
 
-/// Whether an archive's end record stands behind its directory, whose size and place it tells.
+/// Whether an end record stands right behind the archive's directory. The record holds the directory's size
+/// and place.
 bool IsEndRecordAt(std::span<const uint8_t> record, size_t position)
 {
     return NumberIn(record, 12, 4) + NumberIn(record, 16, 4) == position;
 }
 
-/// The description without what stands around it, a byte order mark for instance.
+/// The description without anything around it, such as a byte order mark.
 std::string_view DescriptionIn(std::string_view text)
 {
     text = text.substr(0, EndOfDescription(text));
@@ -339,8 +341,8 @@ bool IsZip(std::span<const uint8_t> bytes)
 
 std::span<const uint8_t> WithoutTail(std::span<const uint8_t> archive)
 {
-    // The first record that fits its place: the bytes behind may be those of an older, longer archive. Of an
-    // archive in which none fits, the last.
+    // Takes the first end record that fits its place, because an older, longer archive may have left its end
+    // behind. If none fits, takes the last one.
     const auto text = TextView(archive);
     auto end = archive.size();
     bool isFound = false;

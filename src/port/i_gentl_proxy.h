@@ -30,10 +30,10 @@ public:
 #include <gentl/functions.inc>
 #undef FN
 
-    // The same operations for a caller to whom a failure is an answer: TryDSGetBufferInfo and so on. They
-    // give the code of the lower function, GC_ERR_NOT_IMPLEMENTED for one that is missing. Here they cost
-    // what the operation costs; GenTLProxy fetches no text, throws nothing and logs nothing. Not for
-    // functions that open or close modules.
+    // The same operations for a caller that expects failures: TryDSGetBufferInfo and so on. They return the
+    // code of the lower function, or GC_ERR_NOT_IMPLEMENTED if it is missing. This default calls the
+    // operation and catches its exception; GenTLProxy overrides it, so that a failure fetches no text, throws
+    // nothing and logs nothing. Not for functions that open or close modules.
 #define FN(group, name, parameters, arguments)                                                               \
     virtual GC_ERROR Try##name parameters                                                                    \
     {                                                                                                        \

@@ -9,7 +9,7 @@
 namespace GenTL::internal
 {
 
-/// The raw depth that counts as the largest when the device does not say.
+/// The largest raw depth of a device that states none.
 inline constexpr double defaultAxisMax = 4095.0;
 
 /// Minimum and maximum of each coordinate that calibrated depth can have.

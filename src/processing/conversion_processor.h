@@ -17,21 +17,21 @@
 namespace GenTL::internal
 {
 
-/// What the device says of its frames.
+/// The device's own description of its frames.
 struct DeviceState
 {
-    std::optional<uint64_t> payloadSize{}; ///< of the stream or the device, bytes; the images' bytes without
+    std::optional<uint64_t> payloadSize{}; ///< of the stream or the device, bytes; none: that of the images
     std::vector<DeviceImage> images{};     ///< of the enabled components, each once
-    /// What components may send of which nobody knows whether they are enabled; the format that grows most.
+    /// Images that further components may send, if they are enabled; depth in the raw format that grows most.
     std::vector<DeviceImage> unseen{};
     std::optional<Scan3dInfo> scan3d{}; ///< of a 3D device with a lens calibration
     tarn::common::Metadata geometry{};  ///< region, binning and decimation of a 3D device
-    /// The lens calibration file that the output mode needs; null: what was set before stays.
+    /// The lens calibration file that the output mode needs; null: the one set before stays.
     std::shared_ptr<const std::vector<uint8_t>> lens{};
 };
 
 /// Bytes of the images that are known to come, before processing.
-/// @throws GenTLException GC_ERR_NOT_AVAILABLE when nobody else knows the size of a payload either
+/// @throws GenTLException GC_ERR_NOT_AVAILABLE when neither the payload size nor the size of a pixel is known
 uint64_t KnownBytes(const DeviceState &state);
 
 /// The processing of a device whose formats it does not know beforehand. Each image of a frame is delivered
@@ -71,7 +71,7 @@ public:
     /// @throws GenTLException for a frame that cannot be processed: a part, an image or a chunk outside of
     /// the bytes delivered, and as ImageWriter::Write. The output may be partly written then.
     ProcessingResult Process(const InputData &input, std::span<uint8_t> output) override;
-    /// Reads the device's state: what a frame may not tell of itself, and the 3D values.
+    /// Reads the device's state: values that a frame may leave out, and the 3D values.
     /// @throws whatever the source of the state throws; the configuration is not frozen then
     void AcquisitionStarted() override;
     void AcquisitionStopped() override;

@@ -19,7 +19,7 @@ using tarn::common::GetSizeInBytes;
 namespace
 {
 
-/// Even, as images of shared samples and pairs of lines need it.
+/// Even in both directions, for formats whose pixels or lines share samples.
 constexpr tarn::common::Size tinySize{8, 4};
 
 bool HasVisionLibrary()

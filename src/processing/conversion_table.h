@@ -7,7 +7,7 @@
 namespace GenTL::internal
 {
 
-/// Two pixel formats of a constant table, of which one is made from the other.
+/// A conversion between two pixel formats, which are rows of a constant table.
 struct FormatConversion
 {
     const tarn::common::FormatInfo *input = nullptr;
@@ -41,10 +41,9 @@ public:
     bool IsEmpty() const { return m_conversions.empty(); }
     /// The conversion of this pair; null when it is not offered.
     const FormatConversion *Find(PixelFormat input, PixelFormat output) const;
-    /// What can be made from a format; not the format itself.
+    /// The formats that can be made from a format, without that format itself.
     std::vector<const FormatInfo *> OutputsOf(PixelFormat input) const;
-    /// What a format can be made from, the one with the fewest bits per pixel first; of the same number, in
-    /// the order of their codes.
+    /// The formats that a format can be made from: by bits per pixel, the fewest first, then by code.
     std::vector<const FormatInfo *> InputsFor(PixelFormat output) const;
 
 private:

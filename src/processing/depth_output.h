@@ -16,8 +16,8 @@ namespace GenTL::internal
 
 /// The 3D output of a device with a lens calibration: what its components become in an output mode.
 ///
-/// Owned by ConversionProcessor. Nothing happens to the images of a device until it gets 3D values. Depth is
-/// raw * scale + offset. Configured on the consumer's threads while no acquisition runs.
+/// Owned by ConversionProcessor. Leaves all images as they are until SetInfo. Depth is raw * scale + offset.
+/// Configured on the consumer's threads while no acquisition runs.
 class DepthOutput
 {
 public:
@@ -35,8 +35,8 @@ public:
     Scan3dOutputMode GetMode() const { return m_rectification.Mode(); }
     void SetMode(Scan3dOutputMode mode) { m_rectification.SetMode(mode); }
 
-    /// Whether images of this kind are not delivered as they came: depth, and intensity, which loses the
-    /// lens's distortion. False in a raw mode.
+    /// Whether images of this kind are changed: depth, and intensity, which loses the lens's distortion.
+    /// False in a raw mode.
     bool Changes(Component component, PixelFormat input) const;
     /// The format that comes out; the same when it stays.
     PixelFormat OutputOf(Component component, PixelFormat input) const;

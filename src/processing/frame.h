@@ -89,8 +89,8 @@ struct InputData
     std::optional<ChunkList> chunks{}; ///< set when the buffer holds chunk data
 
     // Unset unless the frame is read in full.
-    std::optional<uint64_t> sizeFilled{}; ///< bytes delivered from `data` on; `size` without
-    std::optional<uint64_t> dataSize{};   ///< bytes that the device meant to send; the delivered ones without
+    std::optional<uint64_t> sizeFilled{}; ///< bytes delivered from `data` on; none: `size`
+    std::optional<uint64_t> dataSize{};   ///< bytes that the device meant to send; none: the delivered ones
     bool isIncomplete{};                  ///< whether bytes of the frame are missing
     ChunkTrailers trailers{};
 };

@@ -25,7 +25,7 @@ struct PartPlan
     BufferPartInfo Description(std::span<uint8_t> output) const;
 };
 
-/// Begins of parts in the output.
+/// In the output, each part begins at a multiple of this.
 inline constexpr uint64_t partAlignment = 8;
 
 /// Places the parts one behind the other. Empty when none of them is converted.
@@ -33,8 +33,8 @@ inline constexpr uint64_t partAlignment = 8;
 /// part of a complete frame has
 std::vector<PartPlan> PlanParts(const InputData &input, const ImageConversions &conversions);
 
-/// The chunks of a complete frame: what lies behind its last part. All parts together are the image of the
-/// chunks.
+/// The chunks of a complete frame with parts: the bytes behind the last part. For the chunks, all parts
+/// together are the image.
 /// @throws as FindTail
 std::optional<FrameTail> TailBehindParts(const InputData &input);
 

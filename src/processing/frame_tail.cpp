@@ -13,7 +13,7 @@ namespace GenTL::internal
 namespace
 {
 
-/// Id and length of the chunk in front of it, 32 bits each.
+/// A trailer: id and length of the chunk in front of it, 32 bits each.
 constexpr uint64_t trailerBytes = 8;
 constexpr uint64_t lengthPlace = 4;
 constexpr uint64_t lengthBytes = 4;

@@ -16,13 +16,13 @@ struct FrameTail
     uint64_t imageBegin{};
     uint64_t begin{};
     uint64_t end{};
-    /// Whether the tail begins with the trailer of the image, which tells the image's length.
+    /// Whether the tail begins with the trailer of the image, which holds the image's length.
     bool hasImageTrailer{};
 
     uint64_t Size() const { return end - begin; }
 };
 
-/// Of the tail behind a converted image.
+/// Behind a converted image, the tail begins at a multiple of this.
 inline constexpr uint64_t tailAlignment = 4;
 
 constexpr uint64_t Aligned(uint64_t position, uint64_t alignment)
@@ -34,9 +34,9 @@ constexpr uint64_t Aligned(uint64_t position, uint64_t alignment)
 /// @throws GenTLException GC_ERR_ERROR when they are more than the buffer has
 uint64_t DeliveredBytes(const InputData &input);
 
-/// Finds the tail of a complete frame with one image; none when the frame has no chunks. Where the frame has
-/// trailers, they are followed from the end to the image. Without them, or if they do not lead there, the
-/// chunk at the image's place ends the image, else the first chunk.
+/// Finds the tail of a complete frame with one image; none when the frame has no chunks. Follows the trailers
+/// from the end of the frame to the image. If there are none, or they do not lead there, the tail begins
+/// where the chunk at the image's place ends, else at the first chunk.
 /// @param imageEnd of the pixels
 /// @throws GenTLException GC_ERR_PARSING_CHUNK_DATA for a chunk that lies outside of the bytes delivered
 std::optional<FrameTail> FindTail(const InputData &input, uint64_t imageBegin, uint64_t imageEnd);

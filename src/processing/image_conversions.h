@@ -19,7 +19,7 @@ struct DeviceImage
 {
     Component component{};
     tarn::common::PixelFormat code{};                 ///< value of PixelFormat on the device
-    const tarn::common::FormatInfo *format = nullptr; ///< what it means; null when nobody knows
+    const tarn::common::FormatInfo *format = nullptr; ///< what the code means; null when that is unknown
     tarn::common::Size size{};
 };
 
@@ -42,8 +42,8 @@ public:
     PixelFormat OutputOf(Component component, PixelFormat input) const;
     DepthOutput &Depth() { return m_depth; }
     const DepthOutput &Depth() const { return m_depth; }
-    /// Sets the meaning of the codes in the frames of the next acquisition. Any other code is that of a known
-    /// format.
+    /// Sets the meaning of the codes in the frames of the next acquisition. A code that is not among them
+    /// means the known format of this code.
     void SetImages(std::vector<DeviceImage> images) { m_images = std::move(images); }
     const std::vector<DeviceImage> &Images() const { return m_images; }
 

@@ -14,8 +14,8 @@ namespace GenTL::internal
 namespace
 {
 
-/// Figures of a frame are foreign numbers. What does not fit in 64 bits becomes the largest number, which is
-/// more than any buffer has.
+/// The numbers of a frame come from the lower producer and may be wrong. A product or sum beyond 64 bits
+/// becomes the largest number, which exceeds every buffer.
 uint64_t Product(uint64_t first, uint64_t second)
 {
     uint64_t product = 0;
@@ -33,7 +33,7 @@ uint64_t LineBits(const ImageConversion &image)
     return uint64_t{image.size.width} * image.input->bits;
 }
 
-/// From the beginning of a line to that of the next, where lines are padded.
+/// Bytes from the beginning of a padded line to that of the next.
 uint64_t Stride(const ImageConversion &image)
 {
     return Sum(LineBits(image) / 8, image.xPadding);

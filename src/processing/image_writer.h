@@ -24,11 +24,11 @@ struct ImageConversion
 
     // A number of bytes that does not fit in 64 bits is given as the largest one.
 
-    /// Bytes of the image as it comes, with the padding of its lines.
+    /// Bytes of the image as it arrives, with the padding of its lines.
     uint64_t InputBytes() const;
     /// Bytes of the image that is delivered, without padding.
     uint64_t OutputBytes() const;
-    /// Whole lines that lie in the first bytes of the image as it comes.
+    /// Whole lines in the first bytes of the image as it arrives.
     uint64_t LinesIn(uint64_t bytes) const;
     /// Bytes of a line that is delivered.
     uint64_t OutputLineBytes() const;
@@ -44,7 +44,7 @@ public:
     explicit ImageWriter(const DepthOutput &depth) : m_depth(depth) {}
 
     /// Writes the lines that have arrived.
-    /// @param arrived the bytes of the image that are there; all of them for a complete image
+    /// @param arrived the bytes of the image that have arrived; all of them for a complete image
     /// @param output has room for the whole image
     /// @return bytes of these lines in the output
     /// @throws GenTLException for padded lines that do not end on a byte; as DepthOutput::Process; whatever

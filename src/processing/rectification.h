@@ -72,7 +72,7 @@ private:
     tarn::common::Metadata m_metadata;                               ///< attached to every image
     Scan3dInfo m_info;
     DepthOffset m_offset;
-    /// The mode may be settled by a question of one of the consumer's threads, beside those of others.
+    /// Atomic: a consumer thread that asks for the mode may also set it, while others ask.
     std::atomic<Scan3dOutputMode> m_mode = Scan3dOutputMode::CalibratedABC_Grid;
 };
 

@@ -14,7 +14,7 @@ enum class NeededFunctions : uint8_t
     ToStream,     ///< those without which nothing can be opened or streamed
 };
 
-/// Who sees what is logged.
+/// Whose logger takes the log.
 enum class LogOwner : uint8_t
 {
     Process,  ///< the logger becomes spdlog's default logger, which the host shares
@@ -28,7 +28,7 @@ enum class PartsAnswer : uint8_t
     NoData, ///< the question fails with GC_ERR_NO_DATA
 };
 
-// One struct for each group of profile_fields.inc. Default-constructed it has the values of
+// One struct for each group of profile_fields.inc. A default-constructed one has the values of
 // qvr_proxygentl.cti.
 #define PROFILE_GROUP(Type, member, about)                                                                   \
     /** about */                                                                                             \

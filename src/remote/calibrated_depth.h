@@ -19,14 +19,14 @@ namespace GenTL::internal
 class CalibratedDepth
 {
 public:
-    /// What the device says when it is asked.
+    /// Questions to the device.
     struct Device
     {
         std::function<Scan3dInfo()> encoding; ///< of its raw depth
         std::function<bool()> sendsRawDepth;  ///< false while it has an output mode of its own
     };
 
-    /// Makes the processing one of a 3D device.
+    /// Turns the processing into that of a 3D device.
     CalibratedDepth(ConversionProcessor &processor, LensReader &lens, Device device);
 
     /// A raw mode while the device has an output mode of its own. Reads the lens calibration if the answer

@@ -11,7 +11,7 @@
 namespace GenTL::internal
 {
 
-/// The processing of a device, as its features show it.
+/// The processing of a device, as the device's features need it.
 ///
 /// Made when a device is opened, and owned by its EditedRemote. Used under the lock of EditedView.
 class ConversionDelivery final : public IDelivery
@@ -22,7 +22,7 @@ public:
     {
     }
 
-    /// Makes calibrated depth of the device's.
+    /// Adds calibrated depth.
     void SetDepth(std::unique_ptr<CalibratedDepth> depth) { m_depth = std::move(depth); }
 
     void SetConversion(Component component, PixelFormat input, PixelFormat output) override
@@ -31,7 +31,7 @@ public:
     }
     PixelFormat OutputOf(Component component, PixelFormat input) const override
     {
-        OutputMode(); // settles what becomes of depth
+        OutputMode(); // may change the mode, and with it the format of depth
         return m_processor->OutputOf(component, input);
     }
     uint64_t PayloadSize() override { return m_processor->PayloadSize(); }
@@ -53,7 +53,7 @@ public:
 
 private:
     std::shared_ptr<ConversionProcessor> m_processor;
-    std::unique_ptr<CalibratedDepth> m_depth; ///< null for a device that is none of calibrated depth
+    std::unique_ptr<CalibratedDepth> m_depth; ///< null for a device without calibrated depth
 };
 
 } // namespace GenTL::internal

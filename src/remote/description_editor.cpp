@@ -65,7 +65,7 @@ void DescriptionEditor::MoveFeatures()
             m_listed.push_back(moves.back().deviceName);
         }
     }
-    // Before the copies, which show renamed references.
+    // Before the features are copied, so that the copies have the new names.
     RenameReferences(m_device.graph, moves, m_edits);
     const PublicEntries entries(m_device.graph, m_plan, m_edits);
     m_result.pixelSizes = entries.Depths();

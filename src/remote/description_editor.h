@@ -31,8 +31,8 @@ struct DeviceDocument
 /// processing delivers, and stand at the producer's registers. The device's features stay beside them under
 /// new names. The new category ProxyControl lists these.
 ///
-/// Depends on nothing but the document and the conversions: not on the device's state nor on time. A feature
-/// that the document lacks, or has in a form that cannot be replaced, is left out. Used once, by one thread.
+/// Depends on nothing but the document and the conversions: not on the device's state nor on time. Leaves out
+/// a feature that the document lacks or has in an irreplaceable form. Used once, by one thread.
 class DescriptionEditor
 {
 public:

@@ -35,7 +35,7 @@ std::vector<DescriptionLocation> LocationsOf(IPort &port)
 {
     std::vector<DescriptionLocation> locations;
     uint32_t count = 0;
-    // A producer that has the function and no answer to it counts as one that lacks it.
+    // A producer whose function fails counts as one without the function.
     static_cast<void>(utils::Try(
         [&]
         {
@@ -63,7 +63,7 @@ std::vector<DescriptionLocation> LocationsOf(IPort &port)
     return locations;
 }
 
-/// The location to take: what lies in the port before what lies in a file, and both before all else.
+/// The location to read: the first one in the port, else the first one in a file.
 DescriptionLocation ChooseLocation(const std::vector<DescriptionLocation> &locations,
                                    const std::string &device)
 {

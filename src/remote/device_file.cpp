@@ -20,8 +20,8 @@ namespace
 using genapi::GraphFeatures;
 
 constexpr int64_t largestFile = int64_t{1} << 20;
-/// How often a device is asked whether an operation is done: up to a second over a slow link. The status
-/// tells about one whose command never reads as done.
+/// How often to ask a device whether an operation is done, which takes up to a second over a slow link. If
+/// the command never reads as done, the status decides.
 constexpr int operationPolls = 1000;
 
 /// What a read changes, in the order in which it is restored.

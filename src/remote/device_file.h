@@ -9,8 +9,8 @@
 namespace GenTL::internal
 {
 
-/// The content of a file of the device, through the standard features for file access, which it writes. The
-/// selectors have their values again afterwards.
+/// Reads a file of the device through the standard features for file access. Writes these features, and
+/// restores the selectors afterwards.
 ///
 /// Nothing else may use the features of file access meanwhile.
 /// @throws GenTLException the device lacks the file or a feature, an operation fails, or the file is empty or

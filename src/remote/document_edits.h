@@ -30,12 +30,12 @@ public:
     /// `<kind Name="name">content</kind>`. `attributes` go behind the name, each with a blank in front.
     std::string Node(std::string_view kind, std::string_view name, std::string_view content,
                      std::string_view attributes = {}) const;
-    /// The start tag of an element as it is in the text; the form `<A>` also for `<A/>`.
+    /// The start tag of an element as in the text, but `<A>` for `<A/>`.
     std::string StartTag(const pugi::xml_node &element) const;
     /// An element of the text, with references renamed.
     std::string Copy(const pugi::xml_node &element) const;
 
-    /// Replaces the name in an element that refers to a node. Copies show it, too.
+    /// Replaces the name in an element that refers to a node. Copies made afterwards have the new name, too.
     void RenameReference(const pugi::xml_node &reference, std::string_view name);
     /// Changes an attribute, if the element has it.
     /// @return the place of the old value; npos without the attribute

@@ -7,8 +7,8 @@
 namespace GenTL::internal
 {
 
-/// 128 bits that tell one document from another. The same on each machine and in each release, since
-/// consumers keep documents by it. No protection against a forger.
+/// A hash of 128 bits that tells one document from another. It is the same on every machine and in every
+/// release, because consumers cache documents under it. It does not protect against forgery.
 struct DocumentHash
 {
     uint64_t first = 0;
@@ -19,7 +19,7 @@ struct DocumentHash
 
 DocumentHash HashOf(std::string_view document);
 
-/// In the form of a GUID: 36 characters.
+/// The hash in the form of a GUID: 36 characters.
 std::string GuidOf(const DocumentHash &hash);
 
 } // namespace GenTL::internal

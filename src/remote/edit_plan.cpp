@@ -22,8 +22,8 @@ using genapi::Tag;
 namespace
 {
 
-/// The features that the producer evaluates itself: a literal that the consumer writes, and that they depend
-/// on, must reach the producer.
+/// The features that the producer evaluates itself. If one depends on a literal that a consumer may write,
+/// the producer must see that write.
 constexpr std::array<std::string_view, 23> evaluatedFeatures{"PixelFormat",
                                                              "PixelSize",
                                                              "PayloadSize",
@@ -87,7 +87,7 @@ bool IsCalibratedScan3d(const NodeGraph &graph)
         { return property.tag == Tag::EnumEntry && graph[property.target].name == "LensCalibrationData"; });
 }
 
-/// Plans new names for the nodes that have the name of a feature, too.
+/// Plans new names for further nodes with the name of a replaced feature.
 void RenameTwins(EditPlan &plan, const NodeGraph &graph, ReplacedFeature &replaced)
 {
     const auto name = graph[replaced.feature].name;

@@ -20,12 +20,12 @@ enum class RegisterRole : uint8_t
     PixelFormatTransport,    ///< a FormatTransport
     PayloadSize,             ///< bytes
     PixelSize,               ///< value of an entry BppN, or bits
-    Literal,                 ///< value of a device's node that a consumer may write
+    Literal,                 ///< literal value of a device's node that a consumer may write
     Scan3dOutputMode,        ///< value of an entry
     Scan3dDepthOffered,      ///< condition of the entries that the processing makes of raw depth
     Scan3dCoordinate,        ///< value of an entry of Scan3dCoordinateSelector
     Scan3dCoordinateOffered, ///< condition of such an entry
-    Scan3dValue,             ///< one of the values of depth
+    Scan3dValue,             ///< scale, offset, limit or invalid data of depth
 };
 
 /// A register of the producer: 8 bytes, little-endian in the port.

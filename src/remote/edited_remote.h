@@ -55,7 +55,8 @@ public:
     /// As EditedView::SendsRawDepth.
     bool SendsRawDepth() { return m_view.SendsRawDepth(); }
 
-    /// Waits for a call of the earlier source to end.
+    /// Sets the source of the stream's payload size. Waits until a running call of the earlier source has
+    /// ended.
     void SetStreamPayloadSize(StreamPayloadSize payloadSize);
     /// What the device and its stream say of its frames now: the device is asked again.
     /// @throws as EditedView::ReadDeviceState and IDelivery::Lens

@@ -14,8 +14,8 @@
 namespace GenTL::internal
 {
 
-/// The one URL of a port whose description was edited: it names a file of its own for each content, so that a
-/// consumer that keeps documents never takes another one for it.
+/// The one URL of a port whose description was edited. Its file name differs for each content, so that a
+/// consumer that caches documents never uses the wrong one.
 ///
 /// Owned by EditedView. Constant after construction, so any thread may read it.
 class EditedUrl

@@ -56,7 +56,8 @@ public:
     /// @throws as ReadPort; GC_ERR_ACCESS_DENIED for what is read-only, and for formats while acquisition
     /// runs
     void WritePort(uint64_t address, const void *buffer, size_t *size);
-    /// Before a write that does not concern the window.
+    /// Call it before a write outside of the window: it looks at the selected component, which the write may
+    /// change.
     void NoticeWrite(uint64_t address, size_t size);
     /// GCGetPortURL.
     void GetPortUrl(char *text, size_t *size) const;

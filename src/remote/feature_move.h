@@ -20,8 +20,8 @@ struct FeatureMove
     std::string_view registerBecomes = "Integer"; ///< the public feature's kind for a register or a formula
 };
 
-/// Has each reference to a moved feature name what it should: the device's feature where it computes limits,
-/// addresses and conditions, and the public feature where it is about what a consumer sees.
+/// Renames references to moved features. A reference that computes limits, addresses or conditions names the
+/// device's feature from now on; one that a consumer sees keeps naming the public feature.
 void RenameReferences(const genapi::NodeGraph &graph, std::span<const FeatureMove> moves,
                       DocumentEdits &edits);
 
@@ -34,9 +34,9 @@ void MoveAside(const genapi::NodeGraph &graph, const FeatureMove &move, Document
 std::string PublicFeature(const genapi::NodeGraph &graph, const FeatureMove &move, std::string_view value,
                           const DocumentEdits &edits);
 
-/// Has writes to the producer's registers invalidate the device's registers behind a feature, and all that
-/// depends on these. Each of them names the producer's registers directly: not every consumer follows
-/// invalidators from node to node.
+/// Makes writes to the producer's registers invalidate the device's registers behind a feature, and every
+/// node that these invalidate. All these nodes name the producer's registers directly, because some consumers
+/// do not follow invalidators from node to node.
 /// @param chain the nodes of the feature's value
 /// @param writers names of the producer's registers
 void AddInvalidators(const genapi::NodeGraph &graph, std::span<const genapi::NodeId> chain,

@@ -11,8 +11,8 @@
 namespace GenTL::internal
 {
 
-/// Whether an access to the device touches the registers that carry a feature's value. False where nobody
-/// can tell.
+/// Whether an access to the device touches the registers that carry a feature's value. False when their
+/// addresses cannot be computed.
 inline bool Touches(genapi::GraphFeatures &features, std::string_view name, uint64_t address, size_t size)
 {
     const auto places = utils::Try([&] { return genapi::PlacesOf(features, name); });

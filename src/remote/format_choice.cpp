@@ -166,7 +166,7 @@ int64_t FormatChoice::PixelSize()
 
 std::vector<DeviceImage> FormatChoice::Images()
 {
-    // The frames of a device tell what its features do not.
+    // Without PixelFormat, only the frames tell the format.
     const auto access = m_features.AccessOf(formatFeature);
     if (!access.available && !access.failed)
     {

@@ -24,10 +24,10 @@ public:
     FormatChoice(const EditedDescription &description, const genapi::NodeGraph &graph,
                  genapi::GraphFeatures &features, IDelivery &delivery);
 
-    /// The value of the entry for what is delivered; the device's own value where no entry says it.
+    /// The value of the entry that names the delivered format; the device's own value if there is none.
     /// @throws GenTLException the device's format cannot be read
     int64_t Read();
-    /// Sets the device to a format from which the entry can be made, and has it made.
+    /// Sets the device to a format from which the entry's format can be made, and sets the conversion.
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs or when the device's format is
     /// locked; GC_ERR_INVALID_VALUE for a value without entry, and when nothing that it can be made from is
     /// available; whatever writing the device's format fails with
@@ -38,7 +38,7 @@ public:
     bool IsAvailable(size_t entry);
 
     FormatTransport Transport() const { return m_transport; }
-    /// Maps the current format again.
+    /// Chooses the device's format for the current PixelFormat again.
     /// @throws as Write; the old value stays then
     void SetTransport(int64_t value);
 
@@ -48,7 +48,7 @@ public:
     /// The device's images, as far as its features tell: the one of the selected component, and those of
     /// components that were selected when this was called before.
     std::vector<DeviceImage> Images();
-    /// What the components may send that Images has not seen, in the size of the others.
+    /// Images that further components may send, which Images has not seen, in the size of the others.
     std::vector<DeviceImage> UnseenImages();
     /// Forgets the components that are not selected: the device may have changed them.
     void ForgetImages() { m_seen.clear(); }

@@ -17,7 +17,7 @@ struct FormatEntry
 {
     std::string name;
     int64_t value = 0;
-    /// Null for a format that nobody knows, and for an entry whose name and value contradict each other.
+    /// Null for an unknown format, and for an entry whose name and value contradict each other.
     const tarn::common::FormatInfo *format = nullptr;
     /// The device's entry in its description; noNode for one that only a conversion makes.
     genapi::NodeId device = genapi::noNode;

@@ -54,7 +54,7 @@ bool LensReader::IsThere()
     const utils::MutexLock lock(m_lock);
     if (m_hasConsumerFile && !m_file)
     {
-        return true; // nobody knows better before the file is closed
+        return true; // cannot be read before the consumer closes the file
     }
     if (!m_isKnown)
     {

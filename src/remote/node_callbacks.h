@@ -9,7 +9,7 @@ namespace GenTL::internal
 using ReadCallback = decltype(PortCallback::OnRead);
 using WriteCallback = decltype(PortCallback::OnWrite);
 
-/// Has callbacks answer for the register of a node, from now on.
+/// Makes callbacks answer for the register of a node.
 /// @throws GenTLException "Port callback register size mismatch detected on {} ({})", GC_ERR_ERROR
 void AddCallbacks(PortOverrides &overrides, const nodemap::NodeInfo &node, ReadCallback read,
                   WriteCallback write);

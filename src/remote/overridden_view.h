@@ -44,7 +44,7 @@ private:
     void ReadScan3dInfo();
     void ReadLensCalibration();
     void InjectOverrides();
-    /// Has each UserSetLoad read the 3D values again, because a user set may change them.
+    /// Makes each UserSetLoad read the 3D values again, because a user set may change them.
     void OverrideUserSetLoad();
 
     ProxyModule &m_port;

@@ -33,7 +33,8 @@ public:
     /// Bytes from the window's base to its first register.
     static uint64_t RegistersOffset(uint64_t documentSize);
 
-    /// Who answers for a register. A callback sees all bytes of the register, and throws to refuse.
+    /// A register, and the callbacks that answer for it. A callback sees all bytes of the register, and
+    /// throws to refuse an access.
     struct Register
     {
         std::string name; ///< for messages
@@ -67,7 +68,7 @@ private:
     };
 
     bool IsInDocument(uint64_t address, size_t length) const;
-    /// The registers that make up a range without a rest.
+    /// The registers that cover a range exactly.
     std::span<const Placed> RegistersIn(uint64_t address, size_t length) const;
 
     uint64_t m_base;

@@ -13,8 +13,8 @@ namespace GenTL::internal
 /// The Scan3d features as the consumer of a calibrated 3D device sees them: those of the depth that is
 /// delivered. While the device's raw depth passes through, they are the device's own.
 ///
-/// Remembers the selected coordinate of a grid only, which the device does not have. Owned by EditedView,
-/// under whose lock it is used. What it refers to must outlive it.
+/// Remembers nothing but the selected coordinate of a grid, which the device does not have. Owned by
+/// EditedView, under whose lock it is used. What it refers to must outlive it.
 class Scan3dFeatures
 {
 public:
@@ -23,8 +23,8 @@ public:
     /// The value of the entry of Scan3dOutputMode.
     /// @throws GenTLException GC_ERR_ERROR for a mode without entry; failures of the device
     int64_t OutputMode();
-    /// Has the processing make the mode, from the device's raw depth. A mode that it does not make is the
-    /// device's.
+    /// Sets the mode. The processing makes it from the device's raw depth, if it can; otherwise the device
+    /// makes it.
     /// @throws GenTLException GC_ERR_ACCESS_DENIED while acquisition runs; GC_ERR_INVALID_VALUE for a value
     /// without entry; failures of the device
     void SetOutputMode(int64_t value);
@@ -32,7 +32,7 @@ public:
     /// The value of the entry of Scan3dCoordinateSelector.
     int64_t Coordinate();
     void SetCoordinate(int64_t value);
-    /// Whether a coordinate can be selected that a grid alone has.
+    /// Whether a coordinate that only a grid has can be selected.
     /// @param entry of the device's selector
     bool IsOffered(genapi::NodeId entry);
 

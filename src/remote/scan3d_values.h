@@ -35,7 +35,7 @@ private:
     /// Overrides the divisor of an axis where it is a feature of the device.
     /// @return the divisor from now on
     uint64_t OverrideDivisor(const nodemap::ConverterRecord &axis, const std::string &operand);
-    /// Has `store` answer for a register unless raw depth passes through.
+    /// Makes `store` answer for a register unless raw depth passes through.
     void AddCalibratedRead(const nodemap::NodeInfo &node,
                            std::function<void(void *buffer, size_t size)> store);
 

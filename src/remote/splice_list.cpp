@@ -42,7 +42,7 @@ std::string SpliceList::ApplyWithin(std::string_view original, size_t begin, siz
             size += splice.text.size();
         }
     }
-    // An insertion has the end of its begin, so it comes before a replacement of the same place.
+    // An insertion ends where it begins, so it comes before a replacement at the same place.
     std::ranges::stable_sort(sorted, {},
                              [](const Splice *splice) { return std::tuple(splice->begin, splice->end); });
     std::string edited;

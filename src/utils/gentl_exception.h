@@ -21,7 +21,7 @@ private:
     GC_ERROR m_code;
 };
 
-/// Whether a code answers a question: the value that was asked for does not exist.
+/// Whether a code means that the value asked for does not exist. Such a code is an answer, not a failure.
 constexpr bool IsMissingAnswer(GC_ERROR code)
 {
     return code == GC_ERR_NOT_AVAILABLE || code == GC_ERR_NO_DATA || code == GC_ERR_NOT_IMPLEMENTED;

@@ -13,7 +13,7 @@
 namespace GenTL::internal
 {
 
-/// Where a node's register is, and how its bytes make the value.
+/// Where a node's register is, and how its bytes form the value.
 struct NodeRegister
 {
     uint64_t address;
@@ -29,15 +29,15 @@ struct RegisterPort
     std::function<GC_ERROR(uint64_t address, const std::vector<uint8_t> &bytes)> write;
 };
 
-/// Features of a module by name, for tests. Reads what the description says: registers in either
-/// byte order, bits of registers, formulas over other nodes. Nothing is cached.
+/// Features of a module by name, for tests. Evaluates the description: registers in either byte order, bits
+/// of registers, formulas over other nodes. Nothing is cached.
 class DescribedNodes
 {
 public:
     /// `description` is XML, with or without a byte order mark.
     DescribedNodes(RegisterPort port, const std::string &description);
 
-    /// The value of an integer node, of a Boolean, an enumeration or a formula.
+    /// The value of an integer, a Boolean, an enumeration or a formula.
     int64_t Get(const std::string &name) const;
     float GetFloat(const std::string &name) const;
     std::string GetText(const std::string &name) const;
@@ -46,7 +46,7 @@ public:
     GC_ERROR SetEntry(const std::string &name, const std::string &entry) const;
     GC_ERROR SetFloat(const std::string &name, float value) const;
 
-    /// Whether the formulas of the entry say that it can be chosen now.
+    /// Whether the entry is implemented and available now.
     bool IsAvailable(const std::string &name, const std::string &entry) const;
     int64_t EntryValue(const std::string &name, const std::string &entry) const;
 
@@ -65,7 +65,7 @@ private:
     std::map<std::string, pugi::xml_node> m_nodes;
 };
 
-/// The lowest byte of the value first, or last.
+/// The bytes of a value, the lowest first unless big-endian.
 std::vector<uint8_t> NumberBytes(uint64_t value, size_t length, bool bigEndian);
 uint64_t NumberOf(std::span<const uint8_t> bytes, bool bigEndian);
 

@@ -15,7 +15,7 @@
 namespace GenTL::internal
 {
 
-/// The file features of a remote device. It does what a test tells it to, lies when asked, and notes the
+/// The file features of a remote device. A test can script its answers, including false ones. Records the
 /// operations that are executed.
 struct FakeFileDevice
 {
@@ -42,7 +42,7 @@ struct FakeFileDevice
     // second runs when the buffer is read.
     std::function<uint32_t(int)> statusOf = [](int) { return success; };
     std::function<void(int)> onTransfer = [](int) {};
-    size_t bytesPerAnswer = SIZE_MAX; ///< the most that a read of the buffer gives
+    size_t bytesPerAnswer = SIZE_MAX; ///< limit for one read of the buffer
     std::vector<std::string> operations;
 
     /// The nodes of the description, except the node named `without`.
@@ -125,7 +125,7 @@ struct FakeFileDevice
         }
     }
 
-    /// What the registers were last set to.
+    /// The value last written to a register.
     uint32_t Register(uint64_t address) { return m_registers[address]; }
 
 private:

@@ -13,8 +13,8 @@
 namespace GenTL::internal
 {
 
-/// A lower producer of which a test scripts the operations that it needs: fake.onGCReadPort = [...]{...}.
-/// An operation without a script succeeds and does nothing. Calls are recorded by name, in their order.
+/// A lower producer whose operations a test can script: fake.onGCReadPort = [...]{...}. An operation without
+/// a script succeeds and does nothing. Calls are recorded by name, in their order.
 class FakeGenTLProxy : public IGenTLProxy
 {
 public:

@@ -22,7 +22,7 @@ namespace GenTL::internal
 /// Filled buffers of a lower stream, by handle. A command without an answer fails as not available.
 ///
 /// Serve makes it answer the buffer queries of a lower producer; it must then outlive the lower producer's
-/// use. Script it before the threads that ask begin.
+/// use. Fill it before other threads query it.
 class FakeLowerBuffers
 {
 public:
@@ -36,7 +36,7 @@ public:
     DS_HANDLE stream = LowerHandle(0x20);
     std::map<void *, Frame> frames;
 
-    /// A whole single image over the memory given.
+    /// Adds a complete single image in the given memory.
     Frame &AddImage(BUFFER_HANDLE handle, void *base, size_t size)
     {
         auto &frame = frames[handle];

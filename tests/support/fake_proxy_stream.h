@@ -18,7 +18,7 @@
 namespace GenTL::internal
 {
 
-/// What the fakes of one lower stream share with the test; lives as long as either.
+/// State that the fakes of one lower stream share with the test, for as long as any of them lives.
 ///
 /// Frames are delivered in the order in which the test adds them. A stop ends one wait, the one now waiting
 /// or the next to come, as the lower producer's EventKill does.
@@ -35,13 +35,13 @@ public:
     /// Runs in the operation of that name, before its effect. Set it before the thread starts.
     std::map<std::string, std::function<void()>> on;
 
-    /// The next wait gives this buffer.
+    /// Adds a buffer to those that waits give.
     void Deliver(BUFFER_HANDLE handle)
     {
         Add([this, handle] { return ProxyBuffer(proxy, buffers.stream, handle); });
     }
 
-    /// The next wait fails in this way.
+    /// Adds a failure, which `fail` throws: the wait whose turn it is fails.
     void DeliverFailure(std::function<void()> fail)
     {
         Add(

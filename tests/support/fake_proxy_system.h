@@ -12,7 +12,7 @@
 namespace GenTL::internal
 {
 
-/// A lower system module of which a test scripts what it needs. Calls are recorded by name, in their order.
+/// A lower system module whose operations a test can script. Calls are recorded by name, in their order.
 class FakeProxySystem final : public IProxySystem
 {
 public:

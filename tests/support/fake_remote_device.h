@@ -16,7 +16,7 @@ namespace GenTL::internal
 
 /// A description with the nodes that opening a device needs: Width at 0x100, Height at 0x104, PayloadSize at
 /// 0x108, each a little-endian register of 4 bytes behind an Integer; PixelFormat at 0x10C, with Mono8 as the
-/// one entry.
+/// only entry.
 inline std::string SmallDeviceDescription()
 {
     const auto integer = [](std::string_view name, int address)

@@ -14,7 +14,7 @@
 namespace GenTL::internal
 {
 
-/// A worker without a thread: a test plays it through the callbacks.
+/// A worker without a thread. A test calls the callbacks in place of the thread.
 class FakeWorker : public IAcquisitionWorker
 {
 public:

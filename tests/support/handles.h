@@ -5,7 +5,7 @@
 namespace GenTL::internal
 {
 
-/// A handle of the lower producer, told apart from others by its number.
+/// A made-up handle of the lower producer; its number identifies it.
 inline void *LowerHandle(uintptr_t number)
 {
     return reinterpret_cast<void *>(number);

@@ -22,7 +22,7 @@ struct LensDevice
     static constexpr uint64_t gain = 0x3004;
     static constexpr uint64_t baseOfCommands = 0x3008;
 
-    /// The registers of a device with files and user sets, which counts what is written.
+    /// The registers of a device with files and user sets. Counts the writes.
     struct FileRegisters final : genapi::IRegisterPort
     {
         void Read(uint64_t address, void *data, size_t size) override
@@ -79,7 +79,7 @@ struct LensDevice
         reader = std::make_unique<LensReader>(*graph, registers, access);
     }
 
-    /// What the consumer writes.
+    /// Writes as the consumer does.
     void Write(uint64_t address, uint32_t value)
     {
         reader->PassWrite(address, sizeof value, [&] { registers.Write(address, &value, sizeof value); });

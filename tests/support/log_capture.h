@@ -19,8 +19,8 @@
 namespace GenTL::internal
 {
 
-/// Collects what goes through the default logger, as "level: text", for as long as it lives. Make it before
-/// the threads that log.
+/// Collects the messages of the default logger, as "level: text", for as long as it lives. Make it before the
+/// threads that log.
 class LogCapture
 {
 public:

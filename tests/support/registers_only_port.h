@@ -7,7 +7,8 @@
 namespace GenTL::internal
 {
 
-/// A port for code that may use registers alone: every other function throws.
+/// A base of ports for code that may only access registers. A derived class overrides ReadPort, WritePort or
+/// both; every other function throws.
 class RegistersOnlyPort : public IPort
 {
 public:

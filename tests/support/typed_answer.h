@@ -58,7 +58,7 @@ struct InfoCase
     }
 };
 
-/// The ways in which a consumer asks.
+/// The arguments with which a consumer may ask.
 enum class Arguments
 {
     NullType,
@@ -91,7 +91,7 @@ inline std::string NameOfInfo(const testing::TestParamInfo<InfoParameter> &info)
 
 using AskForInfo = std::function<void(INFO_DATATYPE *, void *, size_t *)>;
 
-/// Asks in one of the ways and compares all that the command may write.
+/// Asks with these arguments and compares everything that the command may write.
 inline void ExpectTypedAnswer(Arguments arguments, const TypedAnswer &expected, const AskForInfo &ask,
                               std::string_view typeName = "pType", std::string_view sizeName = "pSize")
 {

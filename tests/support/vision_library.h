@@ -11,8 +11,8 @@
 namespace GenTL::internal
 {
 
-/// A vision library of the tests, kept loaded and in its first state for the life of this object, so that the
-/// code under test finds it by its name alone.
+/// A vision library of the tests. It is loaded for the life of this object, so that the code under test finds
+/// it by its name alone; constructor and destructor reset it to its first state.
 class VisionLibrary
 {
 public:

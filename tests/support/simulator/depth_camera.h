@@ -65,7 +65,7 @@ inline std::optional<double> SphereDepth(Direction direction)
     return root > 0 ? std::optional((b - std::sqrt(root)) / a) : std::nullopt;
 }
 
-/// The camera OVRA-D1 open, with its stream.
+/// Opens the camera OVRA-D1 and its stream.
 class DepthCameraTest : public CameraTest
 {
 protected:

@@ -92,7 +92,7 @@ private:
     std::map<std::string, pugi::xml_node> m_nodes;
 };
 
-/// The library initialised, the system open, lists up to date.
+/// Initialises the library, opens the system and updates its interface list.
 class LibraryTest : public ::testing::Test
 {
 protected:
@@ -111,7 +111,7 @@ struct Received
     void *userPointer = nullptr;
 };
 
-/// The camera OVRA-M1 open, with its stream.
+/// Opens the camera OVRA-M1 and its stream.
 class CameraTest : public LibraryTest
 {
 protected:

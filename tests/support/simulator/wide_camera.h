@@ -11,7 +11,7 @@ using internal::DescribedNodes;
 using internal::NumberBytes;
 using internal::NumberOf;
 
-/// A camera of the wide world open, with its stream and four queued buffers at a start.
+/// Opens a camera of the wide world and its stream. StartStream announces and queues four buffers.
 class WideCameraTest : public CameraTest
 {
 protected:
@@ -42,7 +42,7 @@ protected:
     std::unique_ptr<DescribedNodes> m_nodes;
 };
 
-/// The text of the first entry of a zip archive with any bytes behind its end.
+/// The text of the first entry of a zip archive, which other bytes may follow.
 std::string UnzipLoosely(const std::string &bytes);
 
 } // namespace simulator_test
