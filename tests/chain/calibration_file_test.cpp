@@ -11,6 +11,7 @@
 #include <opencv2/imgcodecs.hpp>
 
 #include <fstream>
+#include <iterator>
 
 namespace chain
 {
@@ -25,6 +26,12 @@ std::string CalibrationYaml()
     const auto run = Gentlctl("--producer " + lowerProducer + " -d " + depthCamera + " calibration --yaml");
     EXPECT_EQ(run.status, 0) << run.output;
     return run.output;
+}
+
+std::string ContentOf(const fs::path &file)
+{
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 /// Focal lengths, principal point and distortion, as the file tells them to another program.
@@ -81,6 +88,7 @@ TEST_F(CalibrationFile, OfARecordingMakesTheSameCamera)
     fs::copy(Path("recording") / "calibration.yaml", Path("calibration.yaml"));
     SavePicture(range);
 
+    EXPECT_EQ(ContentOf(Path("calibration.yaml")), recorded);
     const std::vector<double> lens{focalLengthX, focalLengthY, middleX, middleY, -0.21,
                                    0.065,        0.0011,       -0.0007, -0.008};
     EXPECT_EQ(NumbersOf(Path("calibration.yaml")), lens);
