@@ -2,6 +2,7 @@
 // the registers of a recorded camera can be used. The first byte says which file the others are. Tries an
 // index as it is and with correct checksums.
 
+#include "fuzz/try.h"
 #include "recording/device_file.h"
 #include "recording/error.h"
 #include "recording/frame_bytes.h"
@@ -85,35 +86,24 @@ void Use(const recording::DeviceRecord &device)
         {
             byte ^= 1;
         }
-        try
-        {
-            registers.Write(memory.address, bytes);
-        }
-        catch (const GenTL::simulator::Error &)
-        {
-        }
+        Try<GenTL::simulator::Error>([&] { registers.Write(memory.address, bytes); });
     }
 }
 
 void Read(const fs::path &folder)
 {
-    try
-    {
-        const recording::RecordingReader reader(folder);
-        std::vector<uint8_t> bytes(reader.LargestFrame());
-        for (size_t i = 0; i < reader.Frames(); ++i)
+    Try<recording::Error>(
+        [&]
         {
-            reader.Record(i);
-            reader.ReadFrame(i, bytes);
-        }
-        Use(reader.Device());
-    }
-    catch (const recording::Error &)
-    {
-    }
-    catch (const GenTL::simulator::Error &)
-    {
-    }
+            const recording::RecordingReader reader(folder);
+            std::vector<uint8_t> bytes(reader.LargestFrame());
+            for (size_t i = 0; i < reader.Frames(); ++i)
+            {
+                reader.Record(i);
+                reader.ReadFrame(i, bytes);
+            }
+            Try<GenTL::simulator::Error>([&] { Use(reader.Device()); });
+        });
 }
 
 } // namespace

@@ -2,15 +2,15 @@
 
 #include <exception>
 
-/// Performs an action of which nothing is wanted but that it ends, with or without a std::exception.
-template <typename Action>
+/// Performs an action of which nothing is wanted but that it ends, with or without an exception of this kind.
+template <typename Expected = std::exception, typename Action>
 void Try(Action action)
 {
     try
     {
         action();
     }
-    catch (const std::exception &) // NOLINT(bugprone-empty-catch)
+    catch (const Expected &) // NOLINT(bugprone-empty-catch)
     {
     }
 }

@@ -8,6 +8,7 @@
 #include <charconv>
 #include <concepts>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 namespace recording
@@ -123,10 +124,12 @@ private:
     const Json &m_json;
 };
 
-// One list of the members of a record, for both directions.
+template <typename Record, typename Kind>
+concept RecordOf = std::same_as<std::remove_const_t<Record>, Kind>;
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, InfoRecord>
+// One list of the members of a record, for both directions: a Saver with a constant record, or a Loader.
+
+void Each(auto &members, RecordOf<InfoRecord> auto &record)
 {
     members.Member("command", record.command);
     members.Member("error", record.error);
@@ -134,15 +137,13 @@ void Each(Members &members, Record &record) requires std::is_same_v<std::remove_
     members.Bytes("bytes", record.bytes);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, Memory>
+void Each(auto &members, RecordOf<Memory> auto &record)
 {
     members.Member("address", record.address);
     members.Bytes("bytes", record.bytes);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, FeaturePlace>
+void Each(auto &members, RecordOf<FeaturePlace> auto &record)
 {
     members.Member("feature", record.feature);
     members.Member("address", record.address);
@@ -150,36 +151,31 @@ void Each(Members &members, Record &record) requires std::is_same_v<std::remove_
     members.Member("bigEndian", record.isBigEndian);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, CommandPlace>
+void Each(auto &members, RecordOf<CommandPlace> auto &record)
 {
     members.Object("place", record.place);
     members.Member("value", record.value);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, Selection>
+void Each(auto &members, RecordOf<Selection> auto &record)
 {
     members.List("selectors", record.selectors);
     members.List("values", record.values);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, NamedValue>
+void Each(auto &members, RecordOf<NamedValue> auto &record)
 {
     members.Member("name", record.name);
     members.Member("value", record.value);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, DeviceFile>
+void Each(auto &members, RecordOf<DeviceFile> auto &record)
 {
     members.Member("name", record.name);
     members.Member("selector", record.selector);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, FileAccess>
+void Each(auto &members, RecordOf<FileAccess> auto &record)
 {
     members.List("places", record.places);
     members.List("operations", record.operations);
@@ -187,8 +183,7 @@ void Each(Members &members, Record &record) requires std::is_same_v<std::remove_
     members.List("files", record.files);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, Registers>
+void Each(auto &members, RecordOf<Registers> auto &record)
 {
     members.List("memory", record.memory);
     members.List("selections", record.selections);
@@ -197,17 +192,14 @@ void Each(Members &members, Record &record) requires std::is_same_v<std::remove_
     members.Object("fileAccess", record.fileAccess);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members,
-          Record &record) requires std::is_same_v<std::remove_const_t<Record>, InterfaceRecord>
+void Each(auto &members, RecordOf<InterfaceRecord> auto &record)
 {
     members.Member("id", record.id);
     members.Member("displayName", record.displayName);
     members.Member("tlType", record.tlType);
 }
 
-template <typename Members, typename Record>
-void Each(Members &members, Record &record) requires std::is_same_v<std::remove_const_t<Record>, DeviceRecord>
+void Each(auto &members, RecordOf<DeviceRecord> auto &record)
 {
     members.Member("id", record.id);
     members.Member("vendor", record.vendor);

@@ -9,6 +9,7 @@
 #include "library.h"
 #include "system.h"
 #include "utils/checks.h"
+#include "utils/exception_code.h"
 #include "utils/log.h"
 
 #include <gentl/gentl.h>
@@ -19,6 +20,7 @@
 using GenTL::internal::Buffer;
 using GenTL::internal::Datastream;
 using GenTL::internal::Device;
+using GenTL::internal::ErrorCodeOf;
 using GenTL::internal::EventHandler;
 using GenTL::internal::GenTLException;
 using GenTL::internal::IEventSource;
@@ -228,15 +230,10 @@ extern "C"
             *piErrorCode = library.GetLastErrorCode();
             text = library.GetLastErrorMessage();
         }
-        catch (const GenTLException &exception)
-        {
-            QVR_LOG_ERROR(std::string_view(exception.what()));
-            return exception.Code();
-        }
         catch (const std::exception &exception)
         {
             QVR_LOG_ERROR(std::string_view(exception.what()));
-            return GC_ERR_ERROR;
+            return ErrorCodeOf(exception);
         }
         if (text.empty())
         {

@@ -356,18 +356,13 @@ utils::Info Library::Answer(TL_INFO_CMD command) const
 namespace
 {
 
-/// The ProxyModule behind a handle; null for a handle of another kind.
-std::shared_ptr<ProxyModule> FindProxyModule(InstanceManager &instances, void *handle)
+/// The object behind a handle of one of these kinds; null for a handle of another kind.
+template <typename Object, typename... Registries>
+std::shared_ptr<Object> FindIn(void *handle, Registries &...registries)
 {
-    if (auto port = instances.remotePorts.Find(handle))
-    {
-        return port;
-    }
-    if (auto device = instances.devices.Find(handle))
-    {
-        return device;
-    }
-    return instances.interfaces.Find(handle);
+    std::shared_ptr<Object> found;
+    ((found = registries.Find(handle)) || ...);
+    return found;
 }
 
 } // namespace
@@ -375,10 +370,6 @@ std::shared_ptr<ProxyModule> FindProxyModule(InstanceManager &instances, void *h
 std::shared_ptr<IPort> Library::FindPort(void *handle)
 {
     CheckLibraryInitialized();
-    if (auto module = FindProxyModule(m_instances, handle))
-    {
-        return module;
-    }
     if (const auto system = m_instances.systems.Find(handle))
     {
         // The callbacks of the node map use the System, so the pointer keeps the System alive.
@@ -388,21 +379,15 @@ std::shared_ptr<IPort> Library::FindPort(void *handle)
     {
         return {stream, stream->GetNodeMap().get()};
     }
-    return m_instances.buffers.Find(handle);
+    return FindIn<IPort>(handle, m_instances.remotePorts, m_instances.devices, m_instances.interfaces,
+                         m_instances.buffers);
 }
 
 std::shared_ptr<IEventSource> Library::FindEventSource(void *handle)
 {
     CheckLibraryInitialized();
-    if (auto module = FindProxyModule(m_instances, handle))
-    {
-        return module;
-    }
-    if (auto system = m_instances.systems.Find(handle))
-    {
-        return system;
-    }
-    return m_instances.datastreams.Find(handle);
+    return FindIn<IEventSource>(handle, m_instances.remotePorts, m_instances.devices, m_instances.interfaces,
+                                m_instances.systems, m_instances.datastreams);
 }
 
 void Library::CheckLibraryInitialized() const

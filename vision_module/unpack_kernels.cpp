@@ -26,11 +26,15 @@ constexpr size_t cacheLine = 64;
 template <Packing packing>
 struct Kernel;
 
+/// Source bytes of eight samples, where they are whole groups.
+template <Packing packing>
+constexpr uint32_t blockBytes = Kernel<packing>::groupBytes * 8 / Kernel<packing>::groupSamples;
+
 template <>
 struct Kernel<Packing::Stream10>
 {
     static constexpr uint32_t groupSamples = 4;
-    static constexpr uint32_t blockBytes = 10;
+    static constexpr uint32_t groupBytes = 5;
     static constexpr int shift = 6;
     alignas(16) static constexpr uint8_t bytes[] = {0, 1, 1, 2, 2, 3, 3, 4, 5, 6, 6, 7, 7, 8, 8, 9};
     alignas(16) static constexpr uint16_t factors[] = {64, 16, 4, 1, 64, 16, 4, 1};
@@ -40,7 +44,7 @@ template <>
 struct Kernel<Packing::Stream12>
 {
     static constexpr uint32_t groupSamples = 2;
-    static constexpr uint32_t blockBytes = 12;
+    static constexpr uint32_t groupBytes = 3;
     static constexpr int shift = 4;
     alignas(16) static constexpr uint8_t bytes[] = {0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11};
     alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
@@ -53,7 +57,7 @@ template <>
 struct Kernel<Packing::Stream14>
 {
     static constexpr uint32_t groupSamples = 4;
-    static constexpr uint32_t blockBytes = 14;
+    static constexpr uint32_t groupBytes = 7;
     alignas(16) static constexpr uint8_t bytes[] = {0x80, 0x80, 1, 2, 3,  4,  5,  6,
                                                     0x80, 0x80, 8, 9, 10, 11, 12, 13};
     alignas(16) static constexpr uint8_t nextBytes[] = {0, 1, 2, 3,  4,  5,  0x80, 0x80,
@@ -67,7 +71,7 @@ template <>
 struct Kernel<Packing::Group40>
 {
     static constexpr uint32_t groupSamples = 4;
-    static constexpr uint32_t blockBytes = 10;
+    static constexpr uint32_t groupBytes = 5;
     static constexpr int shift = 6;
     alignas(16) static constexpr uint8_t bytes[] = {4, 0, 4, 1, 4, 2, 4, 3, 9, 5, 9, 6, 9, 7, 9, 8};
     alignas(16) static constexpr uint16_t factors[] = {64, 16, 4, 1, 64, 16, 4, 1};
@@ -78,7 +82,7 @@ template <>
 struct Kernel<Packing::Group24>
 {
     static constexpr uint32_t groupSamples = 2;
-    static constexpr uint32_t blockBytes = 12;
+    static constexpr uint32_t groupBytes = 3;
     static constexpr int shift = 4;
     alignas(16) static constexpr uint8_t bytes[] = {2, 0, 2, 1, 5, 3, 5, 4, 8, 6, 8, 7, 11, 9, 11, 10};
     alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
@@ -89,7 +93,7 @@ template <>
 struct Kernel<Packing::Pair10>
 {
     static constexpr uint32_t groupSamples = 2;
-    static constexpr uint32_t blockBytes = 12;
+    static constexpr uint32_t groupBytes = 3;
     static constexpr int shift = 6;
     alignas(16) static constexpr uint8_t bytes[] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
     alignas(16) static constexpr uint16_t factors[] = {64, 4, 64, 4, 64, 4, 64, 4};
@@ -100,7 +104,7 @@ template <>
 struct Kernel<Packing::Pair12>
 {
     static constexpr uint32_t groupSamples = 2;
-    static constexpr uint32_t blockBytes = 12;
+    static constexpr uint32_t groupBytes = 3;
     static constexpr int shift = 4;
     alignas(16) static constexpr uint8_t bytes[] = {1, 0, 1, 2, 4, 3, 4, 5, 7, 6, 7, 8, 10, 9, 10, 11};
     alignas(16) static constexpr uint16_t factors[] = {16, 1, 16, 1, 16, 1, 16, 1};
@@ -112,6 +116,7 @@ template <>
 struct Kernel<Packing::Word32>
 {
     static constexpr uint32_t groupSamples = 3;
+    static constexpr uint32_t groupBytes = 4;
     static constexpr int shift = 6;
     alignas(16) static constexpr uint8_t bytes[3][16] = {
         {0, 1, 1, 2, 2, 3, 4, 5, 5, 6, 6, 7, 8, 9, 9, 10},
@@ -203,7 +208,7 @@ HWY_INLINE hn::Vec<Bytes> UnpackVector(const uint8_t *source)
     using Tables = Kernel<packing>;
     const Bytes d;
     const hn::Repartition<uint16_t, Bytes> words;
-    const auto blocks = LoadBlocks<Tables::blockBytes>(d, source);
+    const auto blocks = LoadBlocks<blockBytes<packing>>(d, source);
     const auto lanesOf = [&](const uint8_t *bytes) HWY_ATTR
     { return hn::BitCast(words, hn::TableLookupBytesOr0(blocks, hn::LoadDup128(d, bytes))); };
     const auto lanes = lanesOf(Tables::bytes);
@@ -232,8 +237,8 @@ HWY_INLINE hn::Vec<Bytes> UnpackVector(const uint8_t *source)
 template <Packing packing, bool isStreamed>
 size_t UnpackVectors(const uint8_t *source, const uint8_t *end, uint64_t count, uint8_t *target)
 {
-    constexpr auto blockBytes = Kernel<packing>::blockBytes;
-    constexpr auto read = [](size_t vectors) { return (vectors * vectorBlocks - 1) * blockBytes + 16; };
+    constexpr auto read = [](size_t vectors)
+    { return (vectors * vectorBlocks - 1) * blockBytes<packing> + 16; };
     constexpr auto unrolled = std::max<size_t>(1, 2 * cacheLine / vectorBytes);
     const Bytes d;
     uint64_t done = 0;
@@ -243,7 +248,7 @@ size_t UnpackVectors(const uint8_t *source, const uint8_t *end, uint64_t count, 
     {
         for (size_t i = 0; i < vectors; ++i)
         {
-            const auto samples = UnpackVector<packing>(source + i * vectorBlocks * blockBytes);
+            const auto samples = UnpackVector<packing>(source + i * vectorBlocks * blockBytes<packing>);
             if constexpr (isStreamed)
             {
                 hn::Stream(samples, d, target + i * vectorBytes);
@@ -253,7 +258,7 @@ size_t UnpackVectors(const uint8_t *source, const uint8_t *end, uint64_t count, 
                 hn::StoreU(samples, d, target + i * vectorBytes);
             }
         }
-        source += vectors * vectorBlocks * blockBytes;
+        source += vectors * vectorBlocks * blockBytes<packing>;
         target += vectors * vectorBytes;
         done += vectors * vectorSamples;
     };
@@ -328,59 +333,75 @@ size_t CombineCellVectors(const uint8_t *ab, const uint8_t *cd, size_t cells, ui
 
 #endif
 
+/// What is left to unpack of the samples of an image.
+struct Run
+{
+    const uint8_t *image;
+    uint64_t samples; ///< of the image
+    uint64_t first;
+    uint64_t count;
+    uint8_t *target;
+
+    void Skip(uint64_t done)
+    {
+        first += done;
+        count -= done;
+        target += 2 * done;
+    }
+};
+
+// Inlined, so that the run stays in registers: in memory, each byte written may be a part of it.
+
+template <Packing packing>
+HWY_INLINE void UnpackSingly(Run &run, uint64_t count)
+{
+    for (; count > 0; --count)
+    {
+        PutSample(packing, ReadSample(packing, run.image, run.samples, run.first), run.target);
+        run.Skip(1);
+    }
+}
+
+/// Unpacks what fills whole vectors. The run begins with a group.
+template <Packing packing, bool isStreamed>
+HWY_INLINE void UnpackInVectors(Run &run)
+{
+    constexpr uint64_t groupSamples = Kernel<packing>::groupSamples;
+    constexpr uint64_t groupBytes = Kernel<packing>::groupBytes;
+    const auto *source = run.image + run.first / groupSamples * groupBytes;
+    const auto *end = run.image + (run.samples * groupBytes + groupSamples - 1) / groupSamples;
+    run.Skip(UnpackVectors<packing, isStreamed>(source, end, run.count, run.target));
+}
+
+/// Unpacks nearly all of a run that begins with a group: a long one past the caches, if a group begins at a
+/// cache line of the target.
+template <Packing packing>
+HWY_INLINE void UnpackGroups(Run &run)
+{
+    if constexpr (packing != Packing::Word32)
+    {
+        const auto beyond = reinterpret_cast<uintptr_t>(run.target) % cacheLine;
+        const auto head = beyond == 0 ? 0 : (cacheLine - beyond) / 2;
+        if (2 * run.count >= pastCacheFrom && beyond % 2 == 0 && head % Kernel<packing>::groupSamples == 0)
+        {
+            UnpackSingly<packing>(run, head);
+            UnpackInVectors<packing, true>(run);
+            hwy::FlushStream();
+            return;
+        }
+    }
+    UnpackInVectors<packing, false>(run);
+}
+
 template <Packing packing>
 void UnpackRunOf(const uint8_t *source, uint64_t samples, uint64_t first, uint64_t count, uint8_t *target)
 {
-    constexpr auto groupSamples = Kernel<packing>::groupSamples;
-    const auto one = [&]() HWY_ATTR
-    {
-        PutSample(packing, ReadSample(packing, source, samples, first), target);
-        target += 2;
-        ++first;
-        --count;
-    };
-    const auto skip = [&](uint64_t done)
-    {
-        target += 2 * done;
-        first += done;
-        count -= done;
-    };
-    while (count > 0 && first % groupSamples != 0)
-    {
-        one();
-    }
-    if constexpr (packing == Packing::Word32)
-    {
-        skip(UnpackVectors<packing, false>(source + first / 3 * 4, nullptr, count, target));
-    }
-    else
-    {
-        constexpr auto groupBytes = Kernel<packing>::blockBytes * groupSamples / 8;
-        const auto *end = source + (samples * Kernel<packing>::blockBytes + 7) / 8;
-        const auto unpack = [&](auto unpackVectors)
-        { skip(unpackVectors(source + first / groupSamples * groupBytes, end, count, target)); };
-
-        const auto beyond = reinterpret_cast<uintptr_t>(target) % cacheLine;
-        const auto head = beyond == 0 ? 0 : (cacheLine - beyond) / 2;
-        if (2 * count >= pastCacheFrom && beyond % 2 == 0 && head % groupSamples == 0)
-        {
-            for (size_t i = 0; i < head; ++i)
-            {
-                one();
-            }
-            unpack(UnpackVectors<packing, true>);
-            hwy::FlushStream();
-        }
-        else
-        {
-            unpack(UnpackVectors<packing, false>);
-        }
-    }
-    // NOLINTNEXTLINE(bugprone-infinite-loop): `one` counts down.
-    while (count > 0)
-    {
-        one();
-    }
+    Run run{source, samples, first, count, target};
+    constexpr uint64_t groupSamples = Kernel<packing>::groupSamples;
+    const auto beyond = run.first % groupSamples;
+    UnpackSingly<packing>(run, beyond == 0 ? 0 : std::min(groupSamples - beyond, run.count));
+    UnpackGroups<packing>(run);
+    UnpackSingly<packing>(run, run.count);
 }
 
 void UnpackRunHere(Packing packing, const uint8_t *source, uint64_t samples, uint64_t first, uint64_t count,

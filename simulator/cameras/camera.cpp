@@ -13,11 +13,6 @@ namespace GenTL::simulator
 namespace
 {
 
-std::string FileName(const CameraModel &model)
-{
-    return model.model + (model.zippedDescription ? ".zip" : ".xml");
-}
-
 std::string BuiltDescription(const CameraModel &model)
 {
     std::vector<ChunkPort> chunks;
@@ -50,20 +45,6 @@ std::string Description(const CameraModel &model)
     return file;
 }
 
-PortIdentity Identity(const CameraModel &model)
-{
-    return {.id = model.Id(),
-            .model = model.model,
-            .module = "Device",
-            .portName = "Device",
-            .version = cameraVersion,
-            .descriptionFile = FileName(model),
-            .transportType = model.transport.type,
-            .vendor = model.vendor,
-            .bigEndian = model.bigEndian,
-            .lastUrlCommand = model.lastUrlCommand};
-}
-
 /// The settings that all cameras have: one image, still without region and format.
 FrameSettings CommonSettings(const CameraModel &model, const FeatureSet &features)
 {
@@ -88,9 +69,8 @@ Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
 }
 
 Camera::Camera(HandleTable &handles, CameraUnit &unit, CameraModel model, bool writable)
-    : StreamedCamera(handles, Identity(model), model.Layout(), Description(model),
-                     {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
-      m_model(std::move(model)), m_writable(writable), m_acquisition(Features())
+    : StreamedCamera(handles, model, model.Layout(), Description(model)), m_model(std::move(model)),
+      m_writable(writable), m_acquisition(Features())
 {
     ConnectFeatures(unit);
     const auto notify = [this](const Notice &notice)

@@ -17,7 +17,8 @@ namespace GenTL::simulator
 class StreamedCamera : public Module
 {
 public:
-    using Module::Module;
+    StreamedCamera(HandleTable &handles, const CameraModel &model, const FeatureLayout &layout,
+                   const std::string &description);
 
     virtual const CameraModel &Model() const = 0;
 

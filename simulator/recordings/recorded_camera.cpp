@@ -15,18 +15,6 @@ namespace
 
 constexpr double nanosecondsInASecond = 1e9;
 
-PortIdentity Identity(const CameraModel &model)
-{
-    return {.id = model.Id(),
-            .model = model.model,
-            .module = "Device",
-            .portName = "Device",
-            .version = cameraVersion,
-            .descriptionFile = {},
-            .transportType = model.transport.type,
-            .vendor = model.vendor};
-}
-
 bool HasStart(const recording::DeviceRecord &device)
 {
     return std::ranges::any_of(device.registers.commands, [](const recording::CommandPlace &command)
@@ -36,10 +24,9 @@ bool HasStart(const recording::DeviceRecord &device)
 } // namespace
 
 RecordedCamera::RecordedCamera(HandleTable &handles, const CameraModel &model, bool writable)
-    : StreamedCamera(handles, Identity(model), FeatureLayout({}), "",
-                     {EVENT_ERROR, EVENT_FEATURE_INVALIDATE}),
-      m_model(model), m_device(model.recording->Device()), m_options(ReadReplayOptions()),
-      m_writable(writable), m_registers(m_device, [this](const std::string &command) { Execute(command); }),
+    : StreamedCamera(handles, model, FeatureLayout({}), ""), m_model(model),
+      m_device(model.recording->Device()), m_options(ReadReplayOptions()), m_writable(writable),
+      m_registers(m_device, [this](const std::string &command) { Execute(command); }),
       m_running(!HasStart(m_device))
 {
 }

@@ -4,6 +4,7 @@
 #include "simulator/features/description.h"
 
 #include <algorithm>
+#include <map>
 
 namespace GenTL::simulator
 {
@@ -36,11 +37,6 @@ const std::string &BufferDescription()
     return description;
 }
 
-Info PfncNamespace()
-{
-    return Info::UInt64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
-}
-
 /// The answer to a command about an image, which each part of a buffer answers for itself. None for a command
 /// about the whole buffer.
 std::optional<Info> ImageInfo(const ImageSettings &image, BUFFER_INFO_CMD command)
@@ -63,13 +59,24 @@ std::optional<Info> ImageInfo(const ImageSettings &image, BUFFER_INFO_CMD comman
     case BUFFER_INFO_PIXELFORMAT:
         return Info::UInt64(static_cast<uint64_t>(image.format->code));
     case BUFFER_INFO_PIXELFORMAT_NAMESPACE:
-        return PfncNamespace();
+        return Info::UInt64(PIXELFORMAT_NAMESPACE_PFNC_32BIT);
     case BUFFER_INFO_PIXEL_ENDIANNESS:
         return Info::Int32(PIXELENDIANNESS_LITTLE);
     default:
         return std::nullopt;
     }
 }
+
+/// The questions about a part that a buffer with one image answers, too.
+const std::map<BUFFER_PART_INFO_CMD, BUFFER_INFO_CMD> imageCommands = {
+    {BUFFER_PART_INFO_DATA_FORMAT, BUFFER_INFO_PIXELFORMAT},
+    {BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE, BUFFER_INFO_PIXELFORMAT_NAMESPACE},
+    {BUFFER_PART_INFO_WIDTH, BUFFER_INFO_WIDTH},
+    {BUFFER_PART_INFO_HEIGHT, BUFFER_INFO_HEIGHT},
+    {BUFFER_PART_INFO_XOFFSET, BUFFER_INFO_XOFFSET},
+    {BUFFER_PART_INFO_YOFFSET, BUFFER_INFO_YOFFSET},
+    {BUFFER_PART_INFO_XPADDING, BUFFER_INFO_XPADDING},
+    {BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT, BUFFER_INFO_DELIVERED_IMAGEHEIGHT}};
 
 /// @throws Error GC_ERR_NOT_AVAILABLE: the camera's clock has other ticks.
 Info NanosecondsOf(const FrameOrder &order)
@@ -80,6 +87,34 @@ Info NanosecondsOf(const FrameOrder &order)
         throw Error(GC_ERR_NOT_AVAILABLE, "The camera counts {} ticks in a second", ticksPerSecond);
     }
     return Info::UInt64(order.timestamp);
+}
+
+/// The answer to a command about the whole of a frame.
+/// @throws Error GC_ERR_NOT_AVAILABLE: a frame does not have it.
+Info FrameInfo(const Frame &frame, BUFFER_INFO_CMD command)
+{
+    const auto &settings = *frame.order.settings;
+    switch (command)
+    {
+    case BUFFER_INFO_TIMESTAMP:
+        return Info::UInt64(frame.order.timestamp);
+    case BUFFER_INFO_TIMESTAMP_NS:
+        return NanosecondsOf(frame.order);
+    case BUFFER_INFO_FRAMEID:
+        return Info::UInt64(frame.order.number);
+    case BUFFER_INFO_IMAGEPRESENT:
+        return Info::Bool(true);
+    case BUFFER_INFO_PAYLOADTYPE:
+        return Info::Size(settings.parts.size() > 1 ? PAYLOAD_TYPE_MULTI_PART : PAYLOAD_TYPE_IMAGE);
+    case BUFFER_INFO_DATA_SIZE:
+        return Info::Size(frame.filled);
+    case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
+        return Info::Size(frame.chunks.empty() ? 0 : settings.payloadSize);
+    case BUFFER_INFO_CHUNKLAYOUTID:
+        return Info::UInt64(settings.chunks.size());
+    default:
+        throw Error(GC_ERR_NOT_AVAILABLE, "An image has no such information");
+    }
 }
 
 } // namespace
@@ -184,37 +219,16 @@ Info Buffer::GetFrameInfo(BUFFER_INFO_CMD command) const
     {
         return filled.answers->Of(command);
     }
-    const auto &settings = *filled.order.settings;
-    const bool hasParts = settings.parts.size() > 1;
-    if (const auto info = ImageInfo(settings.parts.front().image, command))
+    const auto &parts = filled.order.settings->parts;
+    if (const auto info = ImageInfo(parts.front().image, command))
     {
-        if (hasParts)
+        if (parts.size() > 1)
         {
             throw Error(GC_ERR_NOT_AVAILABLE, "Ask the parts of the buffer: each has its own");
         }
         return *info;
     }
-    switch (command)
-    {
-    case BUFFER_INFO_TIMESTAMP:
-        return Info::UInt64(filled.order.timestamp);
-    case BUFFER_INFO_TIMESTAMP_NS:
-        return NanosecondsOf(filled.order);
-    case BUFFER_INFO_FRAMEID:
-        return Info::UInt64(filled.order.number);
-    case BUFFER_INFO_IMAGEPRESENT:
-        return Info::Bool(true);
-    case BUFFER_INFO_PAYLOADTYPE:
-        return Info::Size(hasParts ? PAYLOAD_TYPE_MULTI_PART : PAYLOAD_TYPE_IMAGE);
-    case BUFFER_INFO_DATA_SIZE:
-        return Info::Size(filled.filled);
-    case BUFFER_INFO_DELIVERED_CHUNKPAYLOADSIZE:
-        return Info::Size(filled.chunks.empty() ? 0 : settings.payloadSize);
-    case BUFFER_INFO_CHUNKLAYOUTID:
-        return Info::UInt64(settings.chunks.size());
-    default:
-        throw Error(GC_ERR_NOT_AVAILABLE, "An image has no such information");
-    }
+    return FrameInfo(filled, command);
 }
 
 Info Buffer::GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const
@@ -228,30 +242,18 @@ Info Buffer::GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const
         return frame->answers->OfPart(index, command, m_base);
     }
     const auto &part = frame->order.settings->parts[index];
-    const auto &image = part.image;
+    if (const auto asked = imageCommands.find(command); asked != imageCommands.end())
+    {
+        return ImageInfo(part.image, asked->second).value();
+    }
     switch (command)
     {
     case BUFFER_PART_INFO_BASE:
         return Info::Pointer(static_cast<uint8_t *>(m_base) + part.offset);
     case BUFFER_PART_INFO_DATA_SIZE:
-        return Info::Size(std::min(image.Bytes(), frame->filled - std::min(part.offset, frame->filled)));
+        return Info::Size(std::min(part.image.Bytes(), frame->filled - std::min(part.offset, frame->filled)));
     case BUFFER_PART_INFO_DATA_TYPE:
         return Info::Size(part.Type());
-    case BUFFER_PART_INFO_DATA_FORMAT:
-        return Info::UInt64(static_cast<uint64_t>(image.format->code));
-    case BUFFER_PART_INFO_DATA_FORMAT_NAMESPACE:
-        return PfncNamespace();
-    case BUFFER_PART_INFO_WIDTH:
-        return Info::Size(image.width);
-    case BUFFER_PART_INFO_HEIGHT:
-    case BUFFER_PART_INFO_DELIVERED_IMAGEHEIGHT:
-        return Info::Size(image.height);
-    case BUFFER_PART_INFO_XOFFSET:
-        return Info::Size(image.offsetX);
-    case BUFFER_PART_INFO_YOFFSET:
-        return Info::Size(image.offsetY);
-    case BUFFER_PART_INFO_XPADDING:
-        return Info::Size(0);
     case BUFFER_PART_INFO_SOURCE_ID:
     case BUFFER_PART_INFO_REGION_ID:
     case BUFFER_PART_INFO_DATA_PURPOSE_ID:

@@ -1,6 +1,7 @@
 #include "genapi/registers.h"
 
 #include "genapi/values.h"
+#include "utils/exception_code.h"
 
 #include <fmt/format.h>
 
@@ -94,23 +95,16 @@ uint64_t AddressOf(Evaluator &evaluator, NodeId owner, size_t length)
 template <typename Call>
 void CallPort(const Evaluator &evaluator, const char *what, const RegisterLayout &layout, Call call)
 {
-    const auto fail = [&](const std::exception &cause, GC_ERROR code)
-    {
-        evaluator.Fail(fmt::format("port {} of {} bytes at {:#x} failed: {} ({})", what, layout.length,
-                                   layout.address, cause.what(), code),
-                       code);
-    };
     try
     {
         call();
     }
-    catch (const GenTLException &exception)
+    catch (const std::exception &cause)
     {
-        fail(exception, exception.Code());
-    }
-    catch (const std::exception &exception)
-    {
-        fail(exception, GC_ERR_ERROR);
+        const auto code = ErrorCodeOf(cause);
+        evaluator.Fail(fmt::format("port {} of {} bytes at {:#x} failed: {} ({})", what, layout.length,
+                                   layout.address, cause.what(), code),
+                       code);
     }
 }
 

@@ -1,5 +1,6 @@
 #include "nodemap/node_map.h"
 
+#include "nodemap/url_answers.h"
 #include "port/stacked_access.h"
 #include "utils/checks.h"
 #include "utils/info.h"
@@ -189,22 +190,18 @@ utils::Info NodeMap::UrlAnswer(URL_INFO_CMD command) const
     switch (command)
     {
     case URL_INFO_URL:
-        return Info::Text(Url());
     case URL_INFO_SCHEMA_VER_MAJOR:
     case URL_INFO_SCHEMA_VER_MINOR:
+    case URL_INFO_FILE_REGISTER_ADDRESS:
+    case URL_INFO_FILE_SIZE:
+    case URL_INFO_SCHEME:
+    case URL_INFO_FILENAME:
+        return AnswerFromUrl(Url(), command);
     case URL_INFO_FILE_VER_MAJOR:
         return Info::Int32(1);
     case URL_INFO_FILE_VER_MINOR:
     case URL_INFO_FILE_VER_SUBMINOR:
         return Info::Int32(0);
-    case URL_INFO_FILE_REGISTER_ADDRESS:
-        return Info::Uint64(m_documentAddress);
-    case URL_INFO_FILE_SIZE:
-        return Info::Uint64(m_document.size());
-    case URL_INFO_SCHEME:
-        return Info::Int32(URL_SCHEME_LOCAL);
-    case URL_INFO_FILENAME:
-        return Info::Text(ToString(m_moduleType) + ".xml");
     default:
         ThrowNotImplemented(command);
     }

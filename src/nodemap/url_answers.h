@@ -9,7 +9,7 @@
 namespace GenTL::internal
 {
 
-/// Answers GCGetPortURLInfo from the text of a URL, for a lower producer that does not know the command.
+/// Answers GCGetPortURLInfo from the text of a URL.
 /// @throws GenTLException GC_ERR_NOT_AVAILABLE for what the text does not say; GC_ERR_NOT_IMPLEMENTED for an
 /// unknown command
 utils::Info AnswerFromUrl(std::string_view url, URL_INFO_CMD command);

@@ -3,7 +3,7 @@
 #include "processing/depth_output.h"
 #include "remote/device_file.h"
 #include "remote/feature_places.h"
-#include "utils/gentl_exception.h"
+#include "utils/exception_code.h"
 #include "utils/log.h"
 #include "utils/try.h"
 
@@ -126,13 +126,9 @@ LensReader::File LensReader::Read()
         DepthOutput().SetLensCalibrationData(*file);
         return file;
     }
-    catch (const GenTLException &exception)
-    {
-        FailLens(exception.what(), exception.Code());
-    }
     catch (const std::exception &exception)
     {
-        FailLens(exception.what(), GC_ERR_ERROR);
+        FailLens(exception.what(), ErrorCodeOf(exception));
     }
 }
 

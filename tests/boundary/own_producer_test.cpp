@@ -24,7 +24,8 @@ class OwnProducer : public testing::Test
 {
 protected:
     OwnProducer()
-        : folder(fs::temp_directory_path() / ("own-producer-" + std::to_string(getpid()))),
+        // On the file system of the producer, for a hard link to it.
+        : folder(fs::path(QVR_LIB_DIR).parent_path() / ("own-producer-" + std::to_string(getpid()))),
           level("PROXY_TL_LOG_LEVEL", "error"), pattern("PROXY_TL_LOG_PATTERN", "%l %v")
     {
         fs::create_directories(folder);

@@ -455,14 +455,7 @@ TEST_F(AllExports, WorkBesideEachOther)
     }
     std::cout << m_shared.frames << " frames" << std::endl;
     EXPECT_EQ(m_exports.GCCloseLib(), GC_ERR_SUCCESS);
-    gentlctl::Producer producer(proxyProducer);
-    Camera camera(producer, "OVRA-M1");
-    camera.UseSmallImages();
-    camera.AnnounceAndQueue(4);
-    camera.RegisterEvent();
-    camera.Start();
-    camera.Pass(10);
-    camera.Stop(ACQ_STOP_FLAGS_KILL);
+    OpenGrabClose(10);
 }
 
 TEST(AllExportsList, HasEachExportButTheOneThatRunsAlone)

@@ -141,4 +141,18 @@ inline void StopAndRevoke(Camera &camera)
     camera.ForgetBuffers();
 }
 
+/// Opens a camera, passes frames on, and closes it, with a producer of its own.
+inline void OpenGrabClose(int frames)
+{
+    gentlctl::Producer producer(proxyProducer);
+    Camera camera(producer, "OVRA-M1");
+    camera.UseSmallImages();
+    camera.AnnounceAndQueue(4);
+    camera.RegisterEvent();
+    camera.Start();
+    camera.Pass(frames);
+    camera.Stop(ACQ_STOP_FLAGS_KILL);
+    camera.Calls().DSFlushQueue(camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
+}
+
 } // namespace chain

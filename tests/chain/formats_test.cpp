@@ -4,8 +4,8 @@
 #include "consumer.h"
 #include "consumer/description.h"
 #include "nodemap/node_access.h"
-#include "plain_pixels.h"
 #include "support/environment_variable.h"
+#include "support/plain_pixels.h"
 
 #include <gtest/gtest.h>
 
@@ -23,6 +23,8 @@ namespace
 {
 
 using internal::EnvironmentVariable;
+using internal::FormatByName;
+using internal::PlainImage;
 using Bytes = std::vector<uint8_t>;
 
 constexpr int framesCompared = 3;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "simulator/frames/frame_check.h"
+
 #include <zlib.h>
 
 #include <cstdint>
@@ -10,18 +12,13 @@
 namespace chain
 {
 
+using namespace GenTL;
+
 /// The number of a frame that the simulator marked with the feature FrameCheck; none when a byte of the image
 /// has changed.
 inline std::optional<uint64_t> CheckedFrameNumber(const uint8_t *image, size_t size)
 {
-    struct Header
-    {
-        char magic[8];
-        uint64_t frameNumber;
-        uint64_t imageSize;
-        uint32_t checksum;
-        uint32_t headerSize;
-    } header{};
+    simulator::FrameCheckHeader header{};
     if (size < sizeof header)
     {
         return std::nullopt;

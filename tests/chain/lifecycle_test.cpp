@@ -20,19 +20,6 @@ namespace
 
 using GenTL::internal::FailureOf;
 
-void OpenGrabClose()
-{
-    gentlctl::Producer producer(proxyProducer);
-    Camera camera(producer, "OVRA-M1");
-    camera.UseSmallImages();
-    camera.AnnounceAndQueue(4);
-    camera.RegisterEvent();
-    camera.Start();
-    camera.Pass(5);
-    camera.Stop(ACQ_STOP_FLAGS_KILL);
-    camera.Calls().DSFlushQueue(camera.Stream(), ACQ_QUEUE_ALL_DISCARD);
-}
-
 /// A host that has loaded the vision library.
 class TheLibrary : public testing::Test
 {
@@ -49,12 +36,12 @@ TEST(OpenGrabCloseCycles, DoNotGrow)
 {
     for (int i = 0; i < 20; ++i)
     {
-        OpenGrabClose();
+        OpenGrabClose(5);
     }
     const auto before = ResidentMemory();
     for (int i = 0; i < 100; ++i)
     {
-        OpenGrabClose();
+        OpenGrabClose(5);
     }
     const auto after = ResidentMemory();
     RecordProperty("growth", std::to_string(static_cast<int64_t>(after) - static_cast<int64_t>(before)));

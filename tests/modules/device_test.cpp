@@ -51,11 +51,6 @@ struct DeviceTest : testing::Test
     {
         return std::make_unique<Device>(&manager, proxy, lowerHandle, parentHandle);
     }
-
-    Failure MakeFailure()
-    {
-        return FailureOf([&] { Make(); });
-    }
 };
 
 PORT_HANDLE PortOf(Device &device)
@@ -97,7 +92,7 @@ TEST_F(DeviceOpening, ClosesTheLowerDeviceThatHasNoPort)
         LowerFailure(GC_ERR_BUSY, "does not close");
     };
     proxy->onDevGetPort = [](DEV_HANDLE, PORT_HANDLE *) -> GC_ERROR { LowerFailure(GC_ERR_IO, "no port"); };
-    EXPECT_EQ(MakeFailure(), (Failure{"no port", GC_ERR_IO}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"no port", GC_ERR_IO}));
     EXPECT_THAT(closed, ElementsAre(lowerHandle));
 }
 

@@ -97,11 +97,6 @@ struct SystemTest : testing::Test
         system->SetHandle(ownHandle);
         return system;
     }
-
-    Failure MakeFailure()
-    {
-        return FailureOf([&] { Make(); });
-    }
 };
 
 uint32_t ReadNumber(System &system, uint64_t address)
@@ -195,7 +190,7 @@ TEST_F(SystemMaking, FillsTheRegistersInOrder)
 TEST_F(SystemMaking, PassesAFailureOfTheInfoProviderOn)
 {
     info.answers.erase(TL_INFO_VENDOR);
-    EXPECT_EQ(MakeFailure(), (Failure{"no such answer", GC_ERR_NOT_IMPLEMENTED}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"no such answer", GC_ERR_NOT_IMPLEMENTED}));
 }
 
 TEST_F(SystemMaking, RefusesTypesOutsideOfTheMapping)
@@ -203,7 +198,7 @@ TEST_F(SystemMaking, RefusesTypesOutsideOfTheMapping)
     for (const auto *type : {"CXP", "gev", "GEV ", "CL", "", "PCI", "mixed"})
     {
         info.answers[TL_INFO_TLTYPE] = type;
-        EXPECT_EQ(MakeFailure(), PlainFailure("Mapping TL type failed!")) << type;
+        EXPECT_EQ(MakeFailure(*this), PlainFailure("Mapping TL type failed!")) << type;
     }
 }
 
@@ -223,10 +218,10 @@ TEST_F(SystemMaking, RefusesATextThatIsTooLongForItsRegister)
     const std::string path = "/" + std::string(510, 'd') + "/f";
     info.answers[TL_INFO_PATHNAME] = path;
     ASSERT_EQ(path.size(), 513U);
-    EXPECT_EQ(MakeFailure(),
+    EXPECT_EQ(MakeFailure(*this),
               PlainFailure("Register with address 0x160 is too small! [Size: 512 | Required-Size: 513]"));
     info.answers[TL_INFO_PATHNAME] = "/" + std::string(65, 'f');
-    EXPECT_EQ(MakeFailure(),
+    EXPECT_EQ(MakeFailure(*this),
               PlainFailure("Register with address 0xe0 is too small! [Size: 64 | Required-Size: 65]"));
 }
 
@@ -248,7 +243,7 @@ TEST_F(SystemMaking, RefusesABigEndianFeatureThatReadsThrough)
     {
         lowerFeatures = AllLowerFeatures();
         lowerFeatures.at(feature).isBigEndian = true;
-        EXPECT_EQ(MakeFailure(),
+        EXPECT_EQ(MakeFailure(*this),
                   PlainFailure(fmt::format("Endianness mismatch detected! [Node: '{}']", feature)));
     }
 }
@@ -265,7 +260,7 @@ TEST_F(SystemMaking, NamesTheFirstBigEndianFeature)
         {
             lowerFeature.isBigEndian = true;
         }
-        EXPECT_EQ(MakeFailure(),
+        EXPECT_EQ(MakeFailure(*this),
                   PlainFailure(fmt::format("Endianness mismatch detected! [Node: '{}']", feature)));
         lowerFeatures.erase(feature);
     }
@@ -282,7 +277,7 @@ TEST_F(SystemMaking, ChecksTheByteOrderAfterTheTypeIsMapped)
 {
     info.answers[TL_INFO_TLTYPE] = "CXP";
     lowerFeatures.at("InterfaceCount").isBigEndian = true;
-    EXPECT_EQ(MakeFailure(), PlainFailure("Mapping TL type failed!"));
+    EXPECT_EQ(MakeFailure(*this), PlainFailure("Mapping TL type failed!"));
 }
 
 TEST_F(SystemMaking, TakesALowerDescriptionWithoutAnyOfTheFeatures)

@@ -1,7 +1,6 @@
 #include "recorded_device.h"
 
 #include "recording/device_file.h"
-#include "recording/error.h"
 
 #include <gtest/gtest.h>
 
@@ -24,15 +23,7 @@ std::string Changed(const std::string &from, const std::string &to)
 
 std::string FailureOf(const std::string &text)
 {
-    try
-    {
-        DeviceFromJson(text);
-    }
-    catch (const Error &error)
-    {
-        return error.what();
-    }
-    return "none";
+    return recording_test::MessageOf([&] { DeviceFromJson(text); });
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "recording/device_record.h"
+#include "recording/error.h"
 #include "recording/frame_record.h"
 
 #include <string>
@@ -45,6 +46,21 @@ inline recording::FrameRecord MakeFrame(uint64_t time)
             .infos = {{0, 0, 3, "base"}, {1, -1014, 0, "no"}},
             .parts = {{7, {{2, 0, 1, "x"}}}, {8, {}}},
             .chunks = {{1, 2, 3}}};
+}
+
+/// The message of the recording::Error that the action throws; "none" without one.
+template <typename Action>
+std::string MessageOf(Action action)
+{
+    try
+    {
+        action();
+    }
+    catch (const recording::Error &error)
+    {
+        return error.what();
+    }
+    return "none";
 }
 
 } // namespace recording_test

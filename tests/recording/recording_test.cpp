@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 using namespace recording;
 using recording_test::MakeDevice;
 using recording_test::MakeFrame;
+using recording_test::MessageOf;
 
 namespace
 {
@@ -67,21 +68,17 @@ protected:
 
     std::string Failure() const
     {
-        try
-        {
-            const RecordingReader reader(m_folder);
-            for (size_t i = 0; i < reader.Frames(); ++i)
+        return MessageOf(
+            [this]
             {
-                std::vector<uint8_t> bytes(reader.PlaceOf(i).size);
-                reader.ReadFrame(i, bytes);
-                reader.Record(i);
-            }
-        }
-        catch (const Error &error)
-        {
-            return error.what();
-        }
-        return "none";
+                const RecordingReader reader(m_folder);
+                for (size_t i = 0; i < reader.Frames(); ++i)
+                {
+                    std::vector<uint8_t> bytes(reader.PlaceOf(i).size);
+                    reader.ReadFrame(i, bytes);
+                    reader.Record(i);
+                }
+            });
     }
 
     /// "frames.data" and the like, in the folder
@@ -121,15 +118,8 @@ TEST_F(Recording, WithoutFramesIsOne)
 TEST_F(Recording, IsNeverOverwritten)
 {
     WriteAll();
-    try
-    {
-        Write();
-        FAIL();
-    }
-    catch (const Error &error)
-    {
-        EXPECT_EQ(error.what(), m_folder.string() + " holds a recording already; name another folder");
-    }
+    EXPECT_EQ(MessageOf([this] { Write(); }),
+              m_folder.string() + " holds a recording already; name another folder");
     EXPECT_EQ(Failure(), "none");
 }
 

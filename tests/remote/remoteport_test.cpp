@@ -1,8 +1,8 @@
 #include "remoteport.h"
 
-#include "processing/i_processor.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
+#include "support/fake_processor.h"
 #include "support/fake_remote_device.h"
 #include "support/handles.h"
 #include "support/log_capture.h"
@@ -29,57 +29,37 @@ using tarn::common::PixelFormat;
 using testing::ElementsAre;
 
 /// Keeps the callbacks that a remote port sets.
-class PlainProcessor final : public IProcessor
+class CallbackKeeper final : public FakeProcessor
 {
 public:
-    std::function<uint64_t()> payloadSize;
-    std::function<tarn::common::Size()> imageSize;
+    std::function<uint64_t()> askPayloadSize;
+    std::function<tarn::common::Size()> askImageSize;
     bool asksForTheImageSizeAtOnce = false;
 
-    uint64_t PayloadSize() override { return 0; }
-    void SetAvailableInputFormats(Component, const PixelFormat *, size_t) override {}
-    PixelFormat OutputPixelFormat(Component) override { return {}; }
-    PixelFormat SetOutputPixelFormat(Component, PixelFormat format) override { return format; }
-    Scan3dOutputMode GetScan3dOutputMode() override { return {}; }
-    void SetScan3dOutputMode(Scan3dOutputMode) override {}
-    std::pair<double, double> GetScan3dAxisMinMax(Scan3dCoordinate) override { return {}; }
-    void SetScan3dInfo(const Scan3dInfo &) override {}
-    void SetLensCalibrationData(const std::vector<uint8_t> &) override {}
-    void SetMetadata(const tarn::common::Metadata &) override {}
-    std::vector<PixelFormat> AvailableOutputPixelFormats(Component) override { return {}; }
-    ProcessingResult Process(const InputData &, std::span<uint8_t>) override { return {}; }
     void SetPayloadSizeCallback(std::function<uint64_t()> callback) override
     {
-        payloadSize = std::move(callback);
+        askPayloadSize = std::move(callback);
     }
     void SetImageSizeCallback(std::function<tarn::common::Size()> callback) override
     {
-        imageSize = std::move(callback);
+        askImageSize = std::move(callback);
         if (asksForTheImageSizeAtOnce)
         {
-            imageSize();
+            askImageSize();
         }
     }
-    void SetMetadataCallback(std::function<tarn::common::Metadata()>) override {}
-    void AcquisitionStarted() override {}
-    void AcquisitionStopped() override {}
 };
 
 struct RemotePortTest : testing::Test
 {
     const PORT_HANDLE lowerHandle = LowerHandle(0x907);
     std::shared_ptr<FakeGenTLProxy> proxy = std::make_shared<FakeGenTLProxy>();
-    std::shared_ptr<PlainProcessor> processor = std::make_shared<PlainProcessor>();
+    std::shared_ptr<CallbackKeeper> processor = std::make_shared<CallbackKeeper>();
     FakeRemoteDevice remoteDevice;
 
     void SetUp() override { remoteDevice.Serve(*proxy); }
 
     std::unique_ptr<RemotePort> Make() { return std::make_unique<RemotePort>(proxy, lowerHandle, processor); }
-
-    Failure MakeFailure()
-    {
-        return FailureOf([&] { Make(); });
-    }
 
     void OfferArchive(const std::vector<ZipEntry> &entries)
     {
@@ -152,7 +132,7 @@ TEST_F(RemotePortLoading, TakesTheFirstFileOfAnArchive)
 {
     const LogCapture log;
     OfferArchive({{"readme.txt", "read me"}, {"Device.xml", remoteDevice.description}});
-    EXPECT_EQ(MakeFailure().text, "Did not find node PayloadSize!");
+    EXPECT_EQ(MakeFailure(*this).text, "Did not find node PayloadSize!");
 }
 
 TEST_F(RemotePortLoading, KnowsNoArchiveInUpperCase)
@@ -160,14 +140,14 @@ TEST_F(RemotePortLoading, KnowsNoArchiveInUpperCase)
     const LogCapture log;
     OfferArchive({{"Device.xml", remoteDevice.description}});
     remoteDevice.url = fmt::format("local:///Cam.ZIP;10000;{:X}", remoteDevice.description.size());
-    EXPECT_EQ(MakeFailure(), (Failure{"Did not find node PayloadSize!", GC_ERR_ERROR}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"Did not find node PayloadSize!", GC_ERR_ERROR}));
 }
 
 TEST_F(RemotePortLoading, FailsForABrokenArchive)
 {
     const LogCapture log;
     remoteDevice.url = fmt::format("local:///Cam.zip;10000;{:X}", remoteDevice.description.size());
-    EXPECT_EQ(MakeFailure(), (Failure{"Opening zip from source failed!", GC_ERR_IO}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"Opening zip from source failed!", GC_ERR_IO}));
 }
 
 TEST_F(RemotePortLoading, FailsForBadXml)
@@ -175,14 +155,14 @@ TEST_F(RemotePortLoading, FailsForBadXml)
     const LogCapture log;
     remoteDevice.description = "<RegisterDescription><Integer";
     remoteDevice.url = fmt::format("local:///Cam.xml;10000;{:X}", remoteDevice.description.size());
-    EXPECT_EQ(MakeFailure(), (Failure{"Did not find node PayloadSize!", GC_ERR_ERROR}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"Did not find node PayloadSize!", GC_ERR_ERROR}));
 }
 
 TEST_F(RemotePortLoading, FailsForADescriptionWithoutAPayloadSize)
 {
     remoteDevice.description = "<RegisterDescription><Port Name=\"Device\"/></RegisterDescription>";
     remoteDevice.url = fmt::format("local:///Cam.xml;10000;{:X}", remoteDevice.description.size());
-    EXPECT_EQ(MakeFailure(), (Failure{"Did not find node PayloadSize!", GC_ERR_ERROR}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"Did not find node PayloadSize!", GC_ERR_ERROR}));
 }
 
 TEST_F(RemotePortLoading, FailsForAUrlWithoutARange)
@@ -190,7 +170,7 @@ TEST_F(RemotePortLoading, FailsForAUrlWithoutARange)
     for (const auto *url : {"file:///tmp/a.xml", ""})
     {
         remoteDevice.url = url;
-        EXPECT_EQ(MakeFailure(), (Failure{"Parser not initialized", GC_ERR_ERROR})) << url;
+        EXPECT_EQ(MakeFailure(*this), (Failure{"Parser not initialized", GC_ERR_ERROR})) << url;
     }
     EXPECT_EQ(proxy->CountOf("GCReadPort"), 0U);
 }
@@ -213,19 +193,19 @@ TEST_F(RemotePortLoading, KeepsTheCodeOfALowerFailure)
 {
     proxy->onGCReadPort = [](PORT_HANDLE, uint64_t, void *, size_t *) -> GC_ERROR
     { LowerFailure(GC_ERR_IO, "no answer"); };
-    EXPECT_EQ(MakeFailure(), (Failure{"no answer", GC_ERR_IO}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"no answer", GC_ERR_IO}));
     proxy->onGCGetPortURL = [](PORT_HANDLE, char *, size_t *) -> GC_ERROR
     { LowerFailure(GC_ERR_NOT_AVAILABLE, "no URL"); };
-    EXPECT_EQ(MakeFailure(), (Failure{"no URL", GC_ERR_NOT_AVAILABLE}));
+    EXPECT_EQ(MakeFailure(*this), (Failure{"no URL", GC_ERR_NOT_AVAILABLE}));
 }
 
 TEST_F(RemotePortLoading, CallsTheProcessorAfterTheDescription)
 {
     proxy->onGCReadPort = [](PORT_HANDLE, uint64_t, void *, size_t *) -> GC_ERROR
     { LowerFailure(GC_ERR_IO, "no answer"); };
-    MakeFailure();
-    EXPECT_FALSE(processor->imageSize);
-    EXPECT_FALSE(processor->payloadSize);
+    MakeFailure(*this);
+    EXPECT_FALSE(processor->askImageSize);
+    EXPECT_FALSE(processor->askPayloadSize);
 }
 
 TEST_F(RemotePortTest, IsARemoteDeviceOverTheLowerPort)
@@ -240,20 +220,20 @@ TEST_F(RemotePortTest, GivesTheProcessorTheImageSizeAsItIsNow)
     const auto port = Make();
     remoteDevice.SetRegister(0x100, 640);
     remoteDevice.SetRegister(0x104, 480);
-    const auto first = processor->imageSize();
+    const auto first = processor->askImageSize();
     EXPECT_EQ(first.width, 640U);
     EXPECT_EQ(first.height, 480U);
     remoteDevice.SetRegister(0x100, 0xFFFFFFFF);
-    EXPECT_EQ(processor->imageSize().width, 0xFFFFFFFFU);
+    EXPECT_EQ(processor->askImageSize().width, 0xFFFFFFFFU);
 }
 
 TEST_F(RemotePortTest, GivesTheProcessorThePayloadSizeAsItIsNow)
 {
     const auto port = Make();
     remoteDevice.SetRegister(0x108, 307200);
-    EXPECT_EQ(processor->payloadSize(), 307200U);
+    EXPECT_EQ(processor->askPayloadSize(), 307200U);
     remoteDevice.SetRegister(0x108, 0xFFFFFFFF);
-    EXPECT_EQ(processor->payloadSize(), 0xFFFFFFFFU);
+    EXPECT_EQ(processor->askPayloadSize(), 0xFFFFFFFFU);
 }
 
 TEST_F(RemotePortTest, GivesAPayloadSizeOfEightBytesWhole)
@@ -263,7 +243,7 @@ TEST_F(RemotePortTest, GivesAPayloadSizeOfEightBytesWhole)
     const auto port = Make();
     remoteDevice.SetRegister(0x108, 7);
     remoteDevice.SetRegister(0x10C, 0x80000000);
-    EXPECT_EQ(processor->payloadSize(), 0x8000000000000007U);
+    EXPECT_EQ(processor->askPayloadSize(), 0x8000000000000007U);
 }
 
 TEST_F(RemotePortTest, HasNoImageSizeWithoutAValidDescription)
@@ -272,10 +252,10 @@ TEST_F(RemotePortTest, HasNoImageSizeWithoutAValidDescription)
     processor->asksForTheImageSizeAtOnce = true;
     const Failure expected{"XML not parsed or not valid!", GC_ERR_ERROR};
     remoteDevice.url = "file:///tmp/a.xml";
-    EXPECT_EQ(MakeFailure(), expected);
+    EXPECT_EQ(MakeFailure(*this), expected);
     remoteDevice.description = "no xml";
     remoteDevice.url = "local:///Cam.xml;10000;6";
-    EXPECT_EQ(MakeFailure(), expected);
+    EXPECT_EQ(MakeFailure(*this), expected);
 }
 
 TEST_F(RemotePortTest, TellsAboutNodesOfTheDescription)

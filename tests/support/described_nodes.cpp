@@ -100,6 +100,11 @@ NodeRegister DescribedNodes::RegisterOf(pugi::xml_node node) const
     return {AddressOf(place), static_cast<size_t>(length), bigEndian};
 }
 
+NodeRegister DescribedNodes::RegisterBehind(const std::string &name) const
+{
+    return RegisterOf(Behind(name));
+}
+
 uint64_t DescribedNodes::AddressOf(pugi::xml_node node) const
 {
     const auto partOf = [&](pugi::xml_node child) -> int64_t
@@ -172,13 +177,13 @@ int64_t DescribedNodes::Get(const std::string &name) const
 
 float DescribedNodes::GetFloat(const std::string &name) const
 {
-    const auto number = ReadNumber(m_port, RegisterOf(Behind(name)));
+    const auto number = ReadNumber(m_port, RegisterBehind(name));
     return std::bit_cast<float>(static_cast<uint32_t>(number));
 }
 
 std::string DescribedNodes::GetText(const std::string &name) const
 {
-    const auto place = RegisterOf(Behind(name));
+    const auto place = RegisterBehind(name);
     auto bytes = m_port.read(place.address, place.length);
     bytes.push_back(0);
     return reinterpret_cast<const char *>(bytes.data());
@@ -208,8 +213,16 @@ GC_ERROR DescribedNodes::SetEntry(const std::string &name, const std::string &en
 
 GC_ERROR DescribedNodes::SetFloat(const std::string &name, float value) const
 {
-    const auto place = RegisterOf(Behind(name));
+    const auto place = RegisterBehind(name);
     const auto bytes = NumberBytes(std::bit_cast<uint32_t>(value), place.length, place.bigEndian);
+    return m_port.write(place.address, bytes);
+}
+
+GC_ERROR DescribedNodes::SetText(const std::string &name, const std::string &value) const
+{
+    const auto place = RegisterBehind(name);
+    std::vector<uint8_t> bytes(value.begin(), value.end());
+    bytes.resize(place.length);
     return m_port.write(place.address, bytes);
 }
 

@@ -45,6 +45,7 @@ public:
     GC_ERROR Set(const std::string &name, int64_t value) const;
     GC_ERROR SetEntry(const std::string &name, const std::string &entry) const;
     GC_ERROR SetFloat(const std::string &name, float value) const;
+    GC_ERROR SetText(const std::string &name, const std::string &value) const;
 
     /// Whether the entry is implemented and available now.
     bool IsAvailable(const std::string &name, const std::string &entry) const;
@@ -53,6 +54,8 @@ public:
     pugi::xml_node Node(const std::string &name) const;
     const pugi::xml_document &Document() const { return *m_document; }
     NodeRegister RegisterOf(pugi::xml_node node) const;
+    /// The register that holds the value of the feature.
+    NodeRegister RegisterBehind(const std::string &name) const;
 
 private:
     int64_t Evaluate(pugi::xml_node node, const char *element,

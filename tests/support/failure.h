@@ -51,4 +51,11 @@ Failure FailureOf(Action action)
     return {};
 }
 
+/// What the making of a fixture's object throws.
+template <typename Fixture>
+Failure MakeFailure(Fixture &fixture)
+{
+    return FailureOf([&] { fixture.Make(); });
+}
+
 } // namespace GenTL::internal

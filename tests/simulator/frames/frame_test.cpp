@@ -1,3 +1,4 @@
+#include "support/plain_pixels.h"
 #include "support/simulator/simulator.h"
 
 #include <algorithm>
@@ -15,58 +16,8 @@ uint32_t Crc(const uint8_t *bytes, size_t size)
     return static_cast<uint32_t>(crc32_z(0, bytes, size));
 }
 
-/// Reads samples bit by bit according to docs/pixel-layouts.md, without the packing code.
-class SampleReader
-{
-public:
-    SampleReader(const std::vector<uint8_t> &bytes, const std::string &format)
-        : m_bytes(bytes), m_format(format)
-    {
-    }
-
-    unsigned operator[](size_t index) const
-    {
-        if (m_format == "Mono8")
-        {
-            return Bits(index * 8, 8);
-        }
-        if (m_format == "Mono10" || m_format == "Mono12")
-        {
-            return Bits(index * 16, 16);
-        }
-        if (m_format == "Mono10p")
-        {
-            return Bits(index * 10, 10);
-        }
-        if (m_format == "Mono12p")
-        {
-            return Bits(index * 12, 12);
-        }
-        const size_t perGroup = m_format == "Mono10g40QVR" ? 4 : 2;
-        const size_t lowBits = 8 / perGroup;
-        const size_t group = index / perGroup * (perGroup + 1);
-        const size_t inGroup = index % perGroup;
-        // An incomplete last group has fewer upper bytes before its byte of low bits.
-        const size_t low = std::min(group + perGroup, m_bytes.size() - 1);
-        return Bits((group + inGroup) * 8, 8) << lowBits | Bits(low * 8 + inGroup * lowBits, lowBits);
-    }
-
-private:
-    unsigned Bits(size_t first, size_t count) const
-    {
-        unsigned value = 0;
-        for (size_t i = 0; i < count; ++i)
-        {
-            const size_t bit = first + i;
-            value |= (m_bytes.at(bit / 8) >> (bit % 8) & 1U) << i;
-        }
-        return value;
-    }
-
-    const std::vector<uint8_t> &m_bytes;
-    const std::string m_format;
-};
-
+using internal::FormatByName;
+using internal::PlainImage;
 using SimulatorFrame = CameraTest;
 
 const std::map<std::string, unsigned> formats = {
@@ -85,8 +36,7 @@ TEST_F(SimulatorFrame, IsPackedAsItsFormatSays)
             {
                 ASSERT_OK(m_camera->SetEntry("PixelFormat", format));
                 ASSERT_OK(m_camera->SetEntry("TestPattern", pattern));
-                const std::vector<uint8_t> image = GrabOne();
-                const SampleReader samples(image, format);
+                const PlainImage image(FormatByName(format), static_cast<size_t>(width), 19, GrabOne());
                 const bool alongRow = std::string(pattern) == "GreyHorizontalRamp";
                 size_t wrong = 0;
                 for (unsigned y = 0; y < 19; ++y)
@@ -95,7 +45,7 @@ TEST_F(SimulatorFrame, IsPackedAsItsFormatSays)
                     {
                         const unsigned expected =
                             alongRow ? x * maximum / (static_cast<unsigned>(width) - 1) : y * maximum / 18;
-                        wrong += samples[y * static_cast<size_t>(width) + x] == expected ? 0 : 1;
+                        wrong += image.Sample(y * static_cast<size_t>(width) + x) == expected ? 0 : 1;
                     }
                 }
                 EXPECT_EQ(0U, wrong) << format << " " << pattern << " " << width;
@@ -108,17 +58,16 @@ TEST_F(SimulatorFrame, ShowsTheSameSceneInEveryFormat)
 {
     SetRegion(101, 75, 333, 480);
     ASSERT_OK(m_camera->SetEntry("PixelFormat", "Mono12"));
-    const std::vector<uint8_t> reference = GrabOne();
-    const SampleReader expected(reference, "Mono12");
+    const PlainImage reference(FormatByName("Mono12"), 101, 75, GrabOne());
     for (const auto &[format, maximum] : formats)
     {
         ASSERT_OK(m_camera->SetEntry("PixelFormat", format));
-        const std::vector<uint8_t> image = GrabOne();
-        const SampleReader samples(image, format);
+        const PlainImage image(FormatByName(format), 101, 75, GrabOne());
         size_t wrong = 0;
         for (size_t i = 0; i < 101 * 75; ++i)
         {
-            wrong += std::abs(samples[i] / double(maximum) - expected[i] / 4095.0) > 1.0 / maximum ? 1 : 0;
+            const double difference = image.Sample(i) / double(maximum) - reference.Sample(i) / 4095.0;
+            wrong += std::abs(difference) > 1.0 / maximum ? 1 : 0;
         }
         EXPECT_EQ(0U, wrong) << format;
     }

@@ -79,87 +79,19 @@ std::string ReadDescription(PORT_HANDLE port)
     return name.ends_with(".zip") ? Unzip(bytes) : bytes;
 }
 
-Nodes::Nodes(PORT_HANDLE port) : m_port(port), m_document(std::make_shared<pugi::xml_document>())
+internal::RegisterPort RegistersOf(PORT_HANDLE port)
 {
-    if (!m_document->load_string(ReadDescription(port).c_str()))
-    {
-        throw std::runtime_error("Description is not XML");
-    }
-    for (const pugi::xml_node node : m_document->child("RegisterDescription"))
-    {
-        m_nodes[node.attribute("Name").value()] = node;
-    }
-}
-
-pugi::xml_node Nodes::Node(const std::string &name) const
-{
-    return m_nodes.at(name);
-}
-
-pugi::xml_node Nodes::RegisterOf(const std::string &name) const
-{
-    const pugi::xml_node node = Node(name);
-    return node.child("pValue") ? Node(node.child("pValue").text().get()) : node;
-}
-
-uint64_t Nodes::Address(const std::string &name) const
-{
-    return std::stoull(RegisterOf(name).child("Address").text().get(), nullptr, 16);
-}
-
-size_t Nodes::Length(const std::string &name) const
-{
-    return std::stoul(RegisterOf(name).child("Length").text().get());
-}
-
-int64_t Nodes::Get(const std::string &name) const
-{
-    int64_t value = 0;
-    size_t size = Length(name);
-    EXPECT_OK(Tl().GCReadPort(m_port, Address(name), &value, &size)) << name;
-    return value;
-}
-
-float Nodes::GetFloat(const std::string &name) const
-{
-    float value = 0;
-    size_t size = sizeof value;
-    EXPECT_OK(Tl().GCReadPort(m_port, Address(name), &value, &size)) << name;
-    return value;
-}
-
-std::string Nodes::GetText(const std::string &name) const
-{
-    std::string text(Length(name), '\0');
-    size_t size = text.size();
-    EXPECT_OK(Tl().GCReadPort(m_port, Address(name), text.data(), &size)) << name;
-    return text.c_str();
-}
-
-GC_ERROR Nodes::Set(const std::string &name, int64_t value) const
-{
-    size_t size = Length(name);
-    return Tl().GCWritePort(m_port, Address(name), &value, &size);
-}
-
-GC_ERROR Nodes::SetEntry(const std::string &name, const std::string &entry) const
-{
-    const pugi::xml_node found = Node(name).find_child_by_attribute("EnumEntry", "Name", entry.c_str());
-    return Set(name, found.child("Value").text().as_llong());
-}
-
-GC_ERROR Nodes::SetFloat(const std::string &name, float value) const
-{
-    size_t size = sizeof value;
-    return Tl().GCWritePort(m_port, Address(name), &value, &size);
-}
-
-GC_ERROR Nodes::SetText(const std::string &name, const std::string &value) const
-{
-    std::string text = value;
-    text.resize(Length(name));
-    size_t size = text.size();
-    return Tl().GCWritePort(m_port, Address(name), text.data(), &size);
+    return {[port](uint64_t address, size_t length)
+            {
+                std::vector<uint8_t> bytes(length);
+                EXPECT_OK(Tl().GCReadPort(port, address, bytes.data(), &length)) << address;
+                return bytes;
+            },
+            [port](uint64_t address, const std::vector<uint8_t> &bytes)
+            {
+                size_t size = bytes.size();
+                return Tl().GCWritePort(port, address, bytes.data(), &size);
+            }};
 }
 
 void LibraryTest::SetUp()

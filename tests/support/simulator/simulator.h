@@ -1,5 +1,7 @@
 #pragma once
 
+#include "support/described_nodes.h"
+
 #include <gentl/gentl.h>
 
 #include <cstring>
@@ -65,31 +67,16 @@ std::string Unzip(const std::string &bytes);
 /// The description of the module behind the port, unpacked.
 std::string ReadDescription(PORT_HANDLE port);
 
-/// Features of a module by name: the registers behind them are found in its description.
-class Nodes
+/// The registers of the module behind the port.
+internal::RegisterPort RegistersOf(PORT_HANDLE port);
+
+/// Features of a module by name, as its description says.
+class Nodes : public internal::DescribedNodes
 {
 public:
-    explicit Nodes(PORT_HANDLE port);
+    explicit Nodes(PORT_HANDLE port) : DescribedNodes(RegistersOf(port), ReadDescription(port)) {}
 
-    int64_t Get(const std::string &name) const;
-    float GetFloat(const std::string &name) const;
-    std::string GetText(const std::string &name) const;
-    GC_ERROR Set(const std::string &name, int64_t value) const;
-    GC_ERROR SetEntry(const std::string &name, const std::string &entry) const;
-    GC_ERROR SetFloat(const std::string &name, float value) const;
-    GC_ERROR SetText(const std::string &name, const std::string &value) const;
-
-    uint64_t Address(const std::string &name) const;
-    pugi::xml_node Node(const std::string &name) const;
-    const pugi::xml_document &Document() const { return *m_document; }
-
-private:
-    size_t Length(const std::string &name) const;
-    pugi::xml_node RegisterOf(const std::string &name) const;
-
-    PORT_HANDLE m_port;
-    std::shared_ptr<pugi::xml_document> m_document;
-    std::map<std::string, pugi::xml_node> m_nodes;
+    uint64_t Address(const std::string &name) const { return RegisterBehind(name).address; }
 };
 
 /// Initialises the library, opens the system and updates its interface list.

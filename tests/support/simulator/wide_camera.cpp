@@ -5,26 +5,6 @@
 namespace simulator_test
 {
 
-namespace
-{
-
-internal::RegisterPort PortOf(PORT_HANDLE port)
-{
-    return {[port](uint64_t address, size_t length)
-            {
-                std::vector<uint8_t> bytes(length);
-                EXPECT_OK(Tl().GCReadPort(port, address, bytes.data(), &length)) << address;
-                return bytes;
-            },
-            [port](uint64_t address, const std::vector<uint8_t> &bytes)
-            {
-                size_t size = bytes.size();
-                return Tl().GCWritePort(port, address, bytes.data(), &size);
-            }};
-}
-
-} // namespace
-
 std::string UnzipLoosely(const std::string &bytes)
 {
     // The directory's last record begins with this text and has 22 bytes.
@@ -44,8 +24,8 @@ void WideCameraTest::Open(const std::string &interfaceId, const std::string &dev
     ASSERT_OK(Tl().DevOpenDataStream(m_device, "Stream0", &m_stream));
     ASSERT_OK(Tl().GCRegisterEvent(m_stream, EVENT_NEW_BUFFER, &m_event));
     const auto file = DescriptionFile();
-    m_nodes =
-        std::make_unique<DescribedNodes>(PortOf(m_port), file.starts_with("PK") ? UnzipLoosely(file) : file);
+    m_nodes = std::make_unique<DescribedNodes>(RegistersOf(m_port),
+                                               file.starts_with("PK") ? UnzipLoosely(file) : file);
 }
 
 std::string WideCameraTest::DescriptionFile() const

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace chain
+namespace GenTL::internal
 {
 
 /// A pixel format as its name describes it.
@@ -53,6 +53,30 @@ public:
     }
 
     const std::vector<uint8_t> &Bytes() const { return m_bytes; }
+
+    /// A sample as a number; `index` counts the samples of all components.
+    unsigned Sample(size_t index) const
+    {
+        if (m_format.packing.empty())
+        {
+            return m_format.bits > 8 ? Bits(index * 16, 16) : Bits(index * 8, 8);
+        }
+        if (m_format.packing == "p")
+        {
+            return Bits(index * m_format.bits, m_format.bits);
+        }
+        if (m_format.packing == "p32")
+        {
+            return Bits(index / 3 * 32 + index % 3 * 10, 10);
+        }
+        const size_t perGroup = m_format.packing == "g40QVR" ? 4 : 2;
+        const size_t lowBits = 8 / perGroup;
+        const size_t group = index / perGroup * (perGroup + 1);
+        const size_t inGroup = index % perGroup;
+        // An incomplete last group has fewer upper bytes before its byte of low bits.
+        const size_t low = std::min(group + perGroup, m_bytes.size() - 1);
+        return Bits((group + inGroup) * 8, 8) << lowBits | Bits(low * 8 + inGroup * lowBits, lowBits);
+    }
 
     /// The image in whole samples. A pixel of an interleaved image holds the samples of all sub-images.
     std::vector<uint8_t> Unpacked() const
@@ -111,29 +135,6 @@ private:
         return m_format.packing == "p32" ? samples / 3 * 4 : (samples * m_format.bits + 7) / 8;
     }
 
-    unsigned Sample(size_t index) const
-    {
-        if (m_format.packing.empty())
-        {
-            return m_format.bits > 8 ? Bits(index * 16, 16) : Bits(index * 8, 8);
-        }
-        if (m_format.packing == "p")
-        {
-            return Bits(index * m_format.bits, m_format.bits);
-        }
-        if (m_format.packing == "p32")
-        {
-            return Bits(index / 3 * 32 + index % 3 * 10, 10);
-        }
-        const size_t perGroup = m_format.packing == "g40QVR" ? 4 : 2;
-        const size_t lowBits = 8 / perGroup;
-        const size_t group = index / perGroup * (perGroup + 1);
-        const size_t inGroup = index % perGroup;
-        // An incomplete last group has fewer upper bytes before its byte of low bits.
-        const size_t low = std::min(group + perGroup, m_bytes.size() - 1);
-        return Bits((group + inGroup) * 8, 8) << lowBits | Bits(low * 8 + inGroup * lowBits, lowBits);
-    }
-
     unsigned Bits(size_t first, size_t count) const
     {
         unsigned value = 0;
@@ -150,4 +151,4 @@ private:
     std::vector<uint8_t> m_bytes;
 };
 
-} // namespace chain
+} // namespace GenTL::internal
