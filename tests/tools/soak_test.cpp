@@ -7,6 +7,7 @@
 #include "gentlctl/throughput.h"
 
 #include "gentlctl_run.h"
+#include "support/environment_variable.h"
 #include "support/failure.h"
 #include "support/lower_library.h"
 
@@ -26,6 +27,7 @@ namespace gentlctl
 namespace
 {
 
+using GenTL::internal::EnvironmentVariable;
 using GenTL::internal::FailureOf;
 using GenTL::internal::LowerLibrary;
 
@@ -95,7 +97,7 @@ TEST(SoakCycles, StopInAllOrdersWithoutGrowth)
 
 TEST(SoakCycles, AreCountedWhenTheyFail)
 {
-    LowerLibrary lower; // its device has no AcquisitionStart
+    LowerLibrary lower; // takes no memory of the consumer, and its device has no AcquisitionStart
     const Interrupt interrupt;
     std::vector<std::string> told;
     SoakOptions options{.producer = lower.Path(), .device = "cam0"};
@@ -105,7 +107,23 @@ TEST(SoakCycles, AreCountedWhenTheyFail)
     EXPECT_EQ(report.failures, 12U) << "failures in a row end the soak";
     ASSERT_EQ(told.size(), 12U);
     EXPECT_TRUE(told[1].starts_with("Cycle 2 (end a waiting thread, flush, revoke): ")) << told[1];
-    EXPECT_NE(told[1].find("AcquisitionStart"), std::string::npos) << told[1];
+    EXPECT_NE(told[3].find("AcquisitionStart"), std::string::npos) << told[3];
+}
+
+TEST(SoakCycles, CloseTheDeviceBeforeItsStreamInOneOrder)
+{
+    const EnvironmentVariable defect("BROKEN_DEFECT", "keeps device");
+    const Interrupt interrupt;
+    std::vector<std::string> told;
+    SoakOptions options{.producer = QVR_LIB_DIR "/test/broken_producer.cti", .device = "OVRA-F1"};
+    options.cycles = StopOrders().size();
+    options.frames = 1;
+    const auto report = Soak(
+        options, {[&](const std::string &failure) { told.push_back(failure); }, [](const SoakReport &) {}},
+        interrupt);
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_TRUE(told[0].starts_with("Cycle 3 (unregister, flush, revoke by index): ")) << told[0];
+    EXPECT_EQ(report.failures, 1U);
 }
 
 TEST(SoakCommand, PrintsWhatTheProcessHolds)
