@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -724,6 +725,15 @@ void PrintTo(const Wrong &wrong, std::ostream *stream)
     *stream << wrong.arguments;
 }
 
+/// The arguments as the name of a test.
+std::string NameOf(const testing::TestParamInfo<Wrong> &info)
+{
+    auto name = info.param.arguments.empty() ? "nothing" : info.param.arguments;
+    std::ranges::replace_if(
+        name, [](unsigned char letter) { return std::isalnum(letter) == 0; }, '_');
+    return name;
+}
+
 class GentlctlWithWrongInput : public testing::TestWithParam<Wrong>
 {
 };
@@ -753,7 +763,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Wrong{"info -d NOPE", 1, noDevice}, Wrong{"xml -d NOPE", 1, noDevice},
                     Wrong{"get -d NOPE Width", 1, noDevice}, Wrong{"set -d NOPE Width=64", 1, noDevice},
                     Wrong{"formats -d NOPE", 1, noDevice}, Wrong{"files -d NOPE", 1, noDevice},
-                    Wrong{"calibration -d NOPE", 1, noDevice}, Wrong{"grab -d NOPE", 1, noDevice}));
+                    Wrong{"calibration -d NOPE", 1, noDevice}, Wrong{"grab -d NOPE", 1, noDevice}),
+    NameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     File, GentlctlWithWrongInput,
@@ -777,7 +788,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"files -d OVRA-M1 --upload /proc", 1, "gentlctl: Cannot read /proc: Is a directory\n"},
         Wrong{"files -d OVRA-D1 --upload /etc/hosts LensCalibrationData", 1,
               "gentlctl: The device does not write the file LensCalibrationData: it only lets it be read\n"},
-        Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}));
+        Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}),
+    NameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     Value, GentlctlWithWrongInput,
@@ -808,7 +820,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -d OVRA-D1 -n 1 -s Scan3dOutputMode=RectifiedC", 1,
               "gentlctl: Cannot set Scan3dOutputMode to \"RectifiedC\": Enumeration entry not available; it "
               "takes "
-              "UncalibratedC, CalibratedABC_Grid, CalibratedC\n"}));
+              "UncalibratedC, CalibratedABC_Grid, CalibratedC\n"}),
+    NameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     Usage, GentlctlWithWrongInput,
@@ -836,7 +849,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -b 1", 2, "gentlctl: --buffers: Value 1 not in range 2 to 1024 (see "},
         Wrong{"grab -t 0", 2, "gentlctl: --timeout: Value 0 not in range 1 to 86400000 (see "},
         Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,npy,exr,raw,y4m} (see "},
-        Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}));
+        Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}),
+    NameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     GrabUsage, GentlctlWithWrongInput,
@@ -856,7 +870,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -o x -f raw --bayer mosaic", 2, "gentlctl: --bayer: raw frames stay as they are"},
         Wrong{"grab --points pcd", 2, "gentlctl: --points requires --output (see "},
         Wrong{"grab -n 1 --trigger -d SIM-SIM0006", 1,
-              "gentlctl: The device has no TriggerSoftware, which --trigger executes for each frame\n"}));
+              "gentlctl: The device has no TriggerSoftware, which --trigger executes for each frame\n"}),
+    NameOf);
 
 TEST(Gentlctl, FailsWhenNoFrameIsComplete)
 {
