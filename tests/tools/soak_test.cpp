@@ -1,5 +1,6 @@
 // Many openings, and what a process holds; a producer measured beside another.
 
+#include "consumer/frame_cost.h"
 #include "consumer/stop_orders.h"
 #include "gentlctl/interrupt.h"
 #include "gentlctl/percentiles.h"
@@ -132,6 +133,18 @@ TEST(SoakCommand, PrintsWhatTheProcessHolds)
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_TRUE(run.output.starts_with("4 cycles, 4 frames, 0 failures, memory ")) << run.output;
     EXPECT_TRUE(run.output.ends_with("; too few cycles to tell growth\n")) << run.output;
+}
+
+TEST(SumOfAFrame, ChangesWithEachByte)
+{
+    std::vector<uint8_t> bytes(29); // no whole number of words
+    const auto zero = SumOf(bytes.data(), bytes.size());
+    for (auto &byte : bytes)
+    {
+        byte = 1;
+        EXPECT_NE(SumOf(bytes.data(), bytes.size()), zero) << &byte - bytes.data();
+        byte = 0;
+    }
 }
 
 TEST(PercentilesOfValues, AreValuesOfTheList)
