@@ -6,6 +6,7 @@
 
 #include "consumer/device.h"
 #include "consumer/features.h"
+#include "consumer/frame_cost.h"
 #include "consumer/producer.h"
 #include "median.h"
 
@@ -16,7 +17,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <functional>
 #include <iterator>
 #include <string>
@@ -29,13 +29,6 @@ namespace
 using namespace GenTL;
 using namespace gentlctl;
 
-double CpuSeconds()
-{
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
-}
-
 struct FrameKind
 {
     std::string pixelFormat;
@@ -47,19 +40,6 @@ struct FrameKind
 };
 
 const FrameKind smallFrame{"BayerRG8", 1, 64, 64};
-
-/// Reads each byte once.
-uint64_t Sum(const char *bytes, size_t size)
-{
-    uint64_t sum = 0;
-    for (size_t done = 0; done + sizeof sum <= size; done += sizeof sum)
-    {
-        uint64_t word = 0;
-        std::memcpy(&word, bytes + done, sizeof word);
-        sum += word;
-    }
-    return sum;
-}
 
 /// A camera that delivers as fast as the consumer takes frames, with four queued buffers.
 class Stream
@@ -188,7 +168,7 @@ void Compare(std::vector<NamedProducer> producers, const std::string &lower, con
     {
         auto &target = own[next++ % own.size()];
         std::memcpy(target.data(), base, bytes);
-        seen = Sum(target.data(), bytes);
+        seen = SumOf(target.data(), bytes);
     };
     std::vector<double> direct;
     for (int round = 0; round < rounds; ++round)
@@ -198,7 +178,7 @@ void Compare(std::vector<NamedProducer> producers, const std::string &lower, con
         for (auto &producer : producers)
         {
             producer.seconds.push_back(CpuPerFrame(producer.file, frame, frames,
-                                                   [&](const char *base) { seen = Sum(base, bytes); }));
+                                                   [&](const char *base) { seen = SumOf(base, bytes); }));
             producer.ratio.push_back(producer.seconds.back() / direct.back());
         }
     }

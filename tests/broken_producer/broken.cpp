@@ -270,6 +270,29 @@ private:
     DS_HANDLE m_started = nullptr;
 };
 
+struct KeepsDevice : Sound
+{
+    GC_ERROR DevOpenDataStream(DEV_HANDLE device, const char *id, DS_HANDLE *stream) override
+    {
+        const auto code = Sound::DevOpenDataStream(device, id, stream);
+        m_openStreams += code == GC_ERR_SUCCESS ? 1 : 0;
+        return code;
+    }
+    GC_ERROR DSClose(DS_HANDLE stream) override
+    {
+        const auto code = Sound::DSClose(stream);
+        m_openStreams -= code == GC_ERR_SUCCESS ? 1 : 0;
+        return code;
+    }
+    GC_ERROR DevClose(DEV_HANDLE device) override
+    {
+        return m_openStreams != 0 ? GC_ERR_BUSY : Sound::DevClose(device);
+    }
+
+private:
+    int m_openStreams = 0;
+};
+
 struct CrashesOnNull : Sound
 {
     GC_ERROR TLGetNumInterfaces(TL_HANDLE system, uint32_t *count) override
@@ -349,6 +372,7 @@ constexpr std::array defects{
     Defect{"waits on", Make<WaitsOn>},
     Defect{"keeps buffers", Make<KeepsBuffers>},
     Defect{"streams once", Make<StreamsOnce>},
+    Defect{"keeps device", Make<KeepsDevice>},
     Defect{"crashes on null", Make<CrashesOnNull>},
     Defect{"hangs", Make<Hangs>},
     Defect{"dies at exit", Make<DiesAtExit>},

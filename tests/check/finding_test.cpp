@@ -23,7 +23,7 @@ TEST(Report, HasTheWorstFirstAndTheCounts)
                                         "             to do: tell 1\n"
                                         "fine         stream: it opens\n"
                                         "\n"
-                                        "1 broken, 1 will hurt, 0 not checked, 1 fine\n");
+                                        "1 broken, 1 will hurt, 0 not checked, 0 advice, 1 fine\n");
 }
 
 TEST(Report, IsTheSameForPrograms)

@@ -9,7 +9,9 @@
 
 #include <algorithm>
 #include <fstream>
+#include <ostream>
 #include <string>
+#include <vector>
 
 namespace gentlctl
 {
@@ -71,6 +73,14 @@ TEST_P(BrokenProducer, IsFoundWithTheRightCure)
         << ReportText(findings);
 }
 
+/// "waits on" as "waitson".
+std::string NameOf(const std::string &defect)
+{
+    auto name = defect;
+    std::erase(name, ' ');
+    return name;
+}
+
 INSTANTIATE_TEST_SUITE_P(
     EachDefect, BrokenProducer,
     testing::Values(DefectCase{"version two", "library", Level::Broken, "TL_INFO_GENTL_VER_MAJOR", "gives 2",
@@ -107,12 +117,7 @@ INSTANTIATE_TEST_SUITE_P(
                                "every consumer", "which lock or thread"},
                     DefectCase{"crashes on null", "handles", Level::Broken, "TLGetNumInterfaces",
                                "ends the process (Killed)", "every consumer", "check arguments"}),
-    [](const auto &info)
-    {
-        auto name = info.param.defect;
-        std::erase(name, ' ');
-        return name;
-    });
+    [](const auto &info) { return NameOf(info.param.defect); });
 
 /// The findings of one area, each as "call, hurts".
 std::vector<std::string> CallsAndHurts(const std::string &defectName, const std::string &area)
@@ -126,19 +131,40 @@ std::vector<std::string> CallsAndHurts(const std::string &defectName, const std:
     return lines;
 }
 
-TEST(StopOrders, ABufferThatCannotBeRevokedHurtsThoseWhoRevoke)
+/// A defect, and what the consumers that meet it stumble over.
+struct StopDefect
 {
-    EXPECT_EQ(CallsAndHurts("keeps buffers", "start and stop"),
-              (std::vector<std::string>{"DSRevokeBuffer, Harvesters", "DSRevokeBuffer at the end, Aravis",
-                                        "DSRevokeBuffer of the first by DSGetBufferID, rc_genicam_api"}));
+    std::string defect;
+    std::vector<std::string> callsAndHurts;
+};
+
+std::ostream &operator<<(std::ostream &out, const StopDefect &tried)
+{
+    return out << tried.defect;
 }
 
-TEST(StopOrders, AStreamThatStartsOnceHurtsThoseWhoStartItAgain)
+class StopOrders : public testing::TestWithParam<StopDefect>
 {
-    const std::string again = "DSStartAcquisition at the second start and stop, ";
-    EXPECT_EQ(CallsAndHurts("streams once", "start and stop"),
-              (std::vector<std::string>{again + "Harvesters", again + "Aravis", again + "rc_genicam_api"}));
+};
+
+TEST_P(StopOrders, TellWhomADefectHurts)
+{
+    EXPECT_EQ(CallsAndHurts(GetParam().defect, "start and stop"), GetParam().callsAndHurts);
 }
+
+const std::string again = "DSStartAcquisition at the second start and stop, ";
+
+INSTANTIATE_TEST_SUITE_P(
+    EachDefect, StopOrders,
+    testing::Values(StopDefect{"keeps buffers",
+                               {"DSRevokeBuffer, Harvesters", "DSRevokeBuffer at the end, Aravis",
+                                "DSRevokeBuffer of the first by DSGetBufferID, rc_genicam_api"}},
+                    StopDefect{"streams once",
+                               {again + "Harvesters", again + "Aravis", again + "rc_genicam_api"}},
+                    StopDefect{"keeps device",
+                               {"DevClose with an open stream, rc_genicam_api",
+                                "DSClose after DevClose, consumers that trust the code"}}),
+    [](const auto &info) { return NameOf(info.param.defect); });
 
 TEST(ProducerCheck, GoesOnAfterACrash)
 {

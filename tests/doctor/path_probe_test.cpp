@@ -11,6 +11,48 @@ TEST(Doctor, FindsNothingOnAMachineThatIsFine)
     EXPECT_EQ(ReportText(Ills(machine)), ReportText({}));
 }
 
+struct StatusCase
+{
+    std::string name;
+    void (*spoil)(Machine &machine);
+    int status;
+};
+
+std::ostream &operator<<(std::ostream &out, const StatusCase &tried)
+{
+    return out << tried.name;
+}
+
+class DoctorStatus : public testing::TestWithParam<StatusCase>
+{
+};
+
+TEST_P(DoctorStatus, IsThatOfTheWorstFinding)
+{
+    Machine machine;
+    GetParam().spoil(machine);
+    const auto findings = Examine(machine.surroundings);
+    EXPECT_EQ(ExitStatusOf(findings), GetParam().status) << ReportText(findings);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, DoctorStatus,
+    testing::Values(StatusCase{"Fine", [](Machine &) {}, 0},
+                    StatusCase{"AsMostSystemsAreInstalled",
+                               [](Machine &m)
+                               {
+                                   m.Write("sys/class/net/eth0/mtu", "1500\n");
+                                   m.Write("proc/sys/net/core/rmem_max", "212992\n");
+                                   m.Write("proc/self/limits", "Max locked memory 8388608 8388608 bytes\n"
+                                                               "Max realtime priority 0 0\n");
+                                   m.Write("proc/self/status", "CapEff:\t0000000000000000\n");
+                               },
+                               0},
+                    StatusCase{"WillHurt", [](Machine &m) { m.Write("sys/class/net/eth0/speed", "100\n"); },
+                               3},
+                    StatusCase{"Broken", [](Machine &m) { m.surroundings.environment.clear(); }, 1}),
+    [](const auto &info) { return info.param.name; });
+
 class PathAilment : public testing::TestWithParam<Ailment>
 {
 };

@@ -77,6 +77,11 @@ INSTANTIATE_TEST_SUITE_P(
                     m.visits["qvr_proxygentl.cti"].problem = "GC_ERR_ERROR (-1001)";
                 },
                 Level::Broken, "producer", "qvr_proxygentl.cti", "GCInitLib", "PROXY_TL_LOG_LEVEL=debug"},
+        Ailment{"NamedFileThatIsNotThere",
+                [](Machine &m) { m.surroundings.producer = "/no/such/qvr_proxygentl.cti"; }, Level::Broken,
+                "producer", "/no/such/qvr_proxygentl.cti", "does not exist", "correct --producer"},
+        Ailment{"NamedFolder", [](Machine &m) { m.surroundings.producer = m.Folder("maker").string(); },
+                Level::Broken, "producer", "maker", "is a folder", "correct --producer"},
         Ailment{"NoDevice", [](Machine &m) { m.visits["maker.cti"].devices.clear(); }, Level::WillHurt,
                 "producer", "maker.cti", "lists no device", "connected and powered"}),
     [](const auto &info) { return info.param.name; });
@@ -129,6 +134,30 @@ INSTANTIATE_TEST_SUITE_P(OfTheVisionLibrary, ProducerAilment,
                                                  Level::Broken, "vision library", "qvr_proxygentl.cti",
                                                  "cannot open shared object file", "LD_LIBRARY_PATH="}),
                          [](const auto &info) { return info.param.name; });
+
+TEST(ProducerReport, BeginsWithTheLowerProducerWhoseFileIsNotThere)
+{
+    Machine machine;
+    NameLower(machine, "/no/such.cti");
+    auto &visit = machine.visits["qvr_proxygentl.cti"];
+    visit = {};
+    visit.call = "GCInitLib";
+    visit.problem = "GC_ERR_ERROR (-1001): Cannot load /no/such.cti: cannot open shared object file";
+    for (const auto &finding : Ills(machine))
+    {
+        EXPECT_TRUE(finding.cure.starts_with("export PROXY_TL_CTI_PATH=")) << ReportText({finding});
+    }
+    EXPECT_EQ(Ills(machine).size(), 2U);
+}
+
+TEST(ProducerReport, BeginsWithTheNamedFileThatIsNotThere)
+{
+    Machine machine;
+    machine.surroundings.environment.clear();
+    machine.surroundings.producer = "/no/such/qvr_proxygentl.cti";
+    ASSERT_FALSE(Ills(machine).empty());
+    EXPECT_EQ(Ills(machine)[0].call, "/no/such/qvr_proxygentl.cti");
+}
 
 TEST(VisionLibrary, BesideTheProducerMustBeWhole)
 {

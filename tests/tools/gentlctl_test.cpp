@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -111,6 +112,15 @@ std::string ContentOf(const fs::path &file)
 {
     std::ifstream stream(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Arguments as the name of a test.
+std::string TestName(const std::string &arguments)
+{
+    auto name = arguments.empty() ? "nothing" : arguments;
+    std::ranges::replace_if(
+        name, [](unsigned char letter) { return std::isalnum(letter) == 0; }, '_');
+    return name;
 }
 
 TEST(Gentlctl, ListsDevicesAndWhyOneCannotBeOpened)
@@ -215,15 +225,20 @@ TEST(Gentlctl, ReadsAndWritesFeatures)
     EXPECT_EQ(Gentlctl("get -d OVRA-M1 NoSuchFeature").status, 1);
 }
 
-TEST(Gentlctl, GivesTheDescriptionOfEveryModule)
+class GentlctlXml : public testing::TestWithParam<std::string>
 {
-    for (const std::string module : {"system", "interface", "device", "remote", "stream"})
-    {
-        const auto run = Gentlctl("xml " + module + " -d OVRA-M1");
-        EXPECT_EQ(run.status, 0) << module;
-        EXPECT_NE(run.output.find("<RegisterDescription"), std::string::npos) << module;
-    }
+};
+
+TEST_P(GentlctlXml, GivesTheDescriptionOfAModule)
+{
+    const auto run = Gentlctl("xml " + GetParam() + " -d OVRA-M1");
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.output.find("<RegisterDescription"), std::string::npos);
 }
+
+INSTANTIATE_TEST_SUITE_P(EachModule, GentlctlXml,
+                         testing::Values("system", "interface", "device", "remote", "stream"),
+                         [](const auto &info) { return info.param; });
 
 TEST(Gentlctl, ShowsEveryInfoOfEveryModule)
 {
@@ -553,17 +568,21 @@ TEST(Gentlctl, ChecksTheFolderBeforeTheCamera)
     EXPECT_EQ(run.output.find("gentlctl: Cannot write into the folder /proc: "), 0U) << run.output;
 }
 
-TEST(Gentlctl, FailsWhenItsOutputIsNotTaken)
+class GentlctlOnAFullDisk : public testing::TestWithParam<std::string>
 {
-    for (const std::string command : {"list", "info -d OVRA-M1", "xml", "get Width", "formats",
-                                      "calibration -d OVRA-D1", "grab -n 1", "--help", "--json list"})
-    {
-        const auto run = Gentlctl(command, "2>&1 > /dev/full");
-        EXPECT_EQ(run.status, 1) << command;
-        EXPECT_EQ(run.output, "gentlctl: Cannot write to standard output: No space left on device\n")
-            << command;
-    }
+};
+
+TEST_P(GentlctlOnAFullDisk, FailsWhenItsOutputIsNotTaken)
+{
+    const auto run = Gentlctl(GetParam(), "2>&1 > /dev/full");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output, "gentlctl: Cannot write to standard output: No space left on device\n");
 }
+
+INSTANTIATE_TEST_SUITE_P(Each, GentlctlOnAFullDisk,
+                         testing::Values("list", "info -d OVRA-M1", "xml", "get Width", "formats",
+                                         "calibration -d OVRA-D1", "grab -n 1", "--help", "--json list"),
+                         [](const auto &info) { return TestName(info.param); });
 
 TEST(Gentlctl, KeepsTheLogOutOfItsOutput)
 {
@@ -604,9 +623,6 @@ TEST(Gentlctl, PrintsReadableFeaturesAndNamesTheOthers)
 
 TEST(Gentlctl, ShowsModulesAboveADeviceThatCannotBeOpened)
 {
-    EXPECT_EQ(Gentlctl("get -m system -d SIM-FOREIGN").status, 0);
-    EXPECT_EQ(Gentlctl("get -m interface -d SIM-FOREIGN").status, 0);
-    EXPECT_EQ(Gentlctl("xml system -d SIM-FOREIGN").status, 0);
     const auto info = Gentlctl("info -d SIM-FOREIGN");
     EXPECT_NE(info.output.find("INTERFACE_INFO_ID"), std::string::npos) << info.output;
     EXPECT_NE(info.output.find("gentlctl: Cannot open SIM-SIM0003"), std::string::npos) << info.output;
@@ -753,7 +769,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Wrong{"info -d NOPE", 1, noDevice}, Wrong{"xml -d NOPE", 1, noDevice},
                     Wrong{"get -d NOPE Width", 1, noDevice}, Wrong{"set -d NOPE Width=64", 1, noDevice},
                     Wrong{"formats -d NOPE", 1, noDevice}, Wrong{"files -d NOPE", 1, noDevice},
-                    Wrong{"calibration -d NOPE", 1, noDevice}, Wrong{"grab -d NOPE", 1, noDevice}));
+                    Wrong{"calibration -d NOPE", 1, noDevice}, Wrong{"grab -d NOPE", 1, noDevice}),
+    [](const auto &info) { return TestName(info.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
     File, GentlctlWithWrongInput,
@@ -777,7 +794,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"files -d OVRA-M1 --upload /proc", 1, "gentlctl: Cannot read /proc: Is a directory\n"},
         Wrong{"files -d OVRA-D1 --upload /etc/hosts LensCalibrationData", 1,
               "gentlctl: The device does not write the file LensCalibrationData: it only lets it be read\n"},
-        Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}));
+        Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}),
+    [](const auto &info) { return TestName(info.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
     Value, GentlctlWithWrongInput,
@@ -808,7 +826,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -d OVRA-D1 -n 1 -s Scan3dOutputMode=RectifiedC", 1,
               "gentlctl: Cannot set Scan3dOutputMode to \"RectifiedC\": Enumeration entry not available; it "
               "takes "
-              "UncalibratedC, CalibratedABC_Grid, CalibratedC\n"}));
+              "UncalibratedC, CalibratedABC_Grid, CalibratedC\n"}),
+    [](const auto &info) { return TestName(info.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
     Usage, GentlctlWithWrongInput,
@@ -836,7 +855,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -b 1", 2, "gentlctl: --buffers: Value 1 not in range 2 to 1024 (see "},
         Wrong{"grab -t 0", 2, "gentlctl: --timeout: Value 0 not in range 1 to 86400000 (see "},
         Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,npy,exr,raw,y4m} (see "},
-        Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}));
+        Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}),
+    [](const auto &info) { return TestName(info.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
     GrabUsage, GentlctlWithWrongInput,
@@ -856,7 +876,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -o x -f raw --bayer mosaic", 2, "gentlctl: --bayer: raw frames stay as they are"},
         Wrong{"grab --points pcd", 2, "gentlctl: --points requires --output (see "},
         Wrong{"grab -n 1 --trigger -d SIM-SIM0006", 1,
-              "gentlctl: The device has no TriggerSoftware, which --trigger executes for each frame\n"}));
+              "gentlctl: The device has no TriggerSoftware, which --trigger executes for each frame\n"}),
+    [](const auto &info) { return TestName(info.param.arguments); });
 
 TEST(Gentlctl, FailsWhenNoFrameIsComplete)
 {
@@ -879,19 +900,39 @@ TEST(Gentlctl, FailsWhenAPictureCannotBeWritten)
         << run.output;
 }
 
-TEST(Gentlctl, TellsFailureAndWrongUsageApart)
+struct StatusCase
 {
-    EXPECT_EQ(Gentlctl("").status, 2);
-    EXPECT_EQ(Gentlctl("nonsense").status, 2);
-    EXPECT_EQ(Gentlctl("--help").status, 0);
-    const auto run = Gentlctl("list --producer /nowhere/x.cti");
-    EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.output.find("Loading CTI /nowhere/x.cti failed!"), std::string::npos) << run.output;
-    EXPECT_EQ(Gentlctl("get -d OVRA-UNKNOWN Width").status, 1);
-    const auto foreign = Gentlctl("get -d SIM-FOREIGN Width");
-    EXPECT_EQ(foreign.status, 1);
-    EXPECT_NE(foreign.output.find("Access denied!"), std::string::npos) << foreign.output;
+    std::string arguments;
+    int status;
+    std::string part; ///< of the output
+};
+
+void PrintTo(const StatusCase &tried, std::ostream *stream)
+{
+    *stream << tried.arguments;
 }
+
+class GentlctlStatus : public testing::TestWithParam<StatusCase>
+{
+};
+
+TEST_P(GentlctlStatus, TellsFailureAndWrongUsageApart)
+{
+    const auto run = Gentlctl(GetParam().arguments);
+    EXPECT_EQ(run.status, GetParam().status);
+    EXPECT_NE(run.output.find(GetParam().part), std::string::npos) << run.output;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, GentlctlStatus,
+    testing::Values(StatusCase{"", 2, ""}, StatusCase{"nonsense", 2, ""}, StatusCase{"--help", 0, ""},
+                    StatusCase{"list --producer /nowhere/x.cti", 1, "Loading CTI /nowhere/x.cti failed!"},
+                    StatusCase{"get -d OVRA-UNKNOWN Width", 1, ""},
+                    StatusCase{"get -d SIM-FOREIGN Width", 1, "Access denied!"},
+                    StatusCase{"get -m system -d SIM-FOREIGN", 0, ""},
+                    StatusCase{"get -m interface -d SIM-FOREIGN", 0, ""},
+                    StatusCase{"xml system -d SIM-FOREIGN", 0, ""}),
+    [](const auto &info) { return TestName(info.param.arguments); });
 
 TEST(Gentlctl, TellsHowToFindOutWhyAProducerDoesNotStart)
 {

@@ -1,5 +1,6 @@
 // Many openings, and what a process holds; a producer measured beside another.
 
+#include "consumer/frame_cost.h"
 #include "consumer/stop_orders.h"
 #include "gentlctl/interrupt.h"
 #include "gentlctl/percentiles.h"
@@ -7,6 +8,7 @@
 #include "gentlctl/throughput.h"
 
 #include "gentlctl_run.h"
+#include "support/environment_variable.h"
 #include "support/failure.h"
 #include "support/lower_library.h"
 
@@ -26,6 +28,7 @@ namespace gentlctl
 namespace
 {
 
+using GenTL::internal::EnvironmentVariable;
 using GenTL::internal::FailureOf;
 using GenTL::internal::LowerLibrary;
 
@@ -95,7 +98,7 @@ TEST(SoakCycles, StopInAllOrdersWithoutGrowth)
 
 TEST(SoakCycles, AreCountedWhenTheyFail)
 {
-    LowerLibrary lower; // its device has no AcquisitionStart
+    LowerLibrary lower; // takes no memory of the consumer, and its device has no AcquisitionStart
     const Interrupt interrupt;
     std::vector<std::string> told;
     SoakOptions options{.producer = lower.Path(), .device = "cam0"};
@@ -105,7 +108,23 @@ TEST(SoakCycles, AreCountedWhenTheyFail)
     EXPECT_EQ(report.failures, 12U) << "failures in a row end the soak";
     ASSERT_EQ(told.size(), 12U);
     EXPECT_TRUE(told[1].starts_with("Cycle 2 (end a waiting thread, flush, revoke): ")) << told[1];
-    EXPECT_NE(told[1].find("AcquisitionStart"), std::string::npos) << told[1];
+    EXPECT_NE(told[3].find("AcquisitionStart"), std::string::npos) << told[3];
+}
+
+TEST(SoakCycles, CloseTheDeviceBeforeItsStreamInOneOrder)
+{
+    const EnvironmentVariable defect("BROKEN_DEFECT", "keeps device");
+    const Interrupt interrupt;
+    std::vector<std::string> told;
+    SoakOptions options{.producer = QVR_LIB_DIR "/test/broken_producer.cti", .device = "OVRA-F1"};
+    options.cycles = StopOrders().size();
+    options.frames = 1;
+    const auto report = Soak(
+        options, {[&](const std::string &failure) { told.push_back(failure); }, [](const SoakReport &) {}},
+        interrupt);
+    ASSERT_EQ(told.size(), 1U);
+    EXPECT_TRUE(told[0].starts_with("Cycle 3 (unregister, flush, revoke by index): ")) << told[0];
+    EXPECT_EQ(report.failures, 1U);
 }
 
 TEST(SoakCommand, PrintsWhatTheProcessHolds)
@@ -114,6 +133,18 @@ TEST(SoakCommand, PrintsWhatTheProcessHolds)
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_TRUE(run.output.starts_with("4 cycles, 4 frames, 0 failures, memory ")) << run.output;
     EXPECT_TRUE(run.output.ends_with("; too few cycles to tell growth\n")) << run.output;
+}
+
+TEST(SumOfAFrame, ChangesWithEachByte)
+{
+    std::vector<uint8_t> bytes(29); // no whole number of words
+    const auto zero = SumOf(bytes.data(), bytes.size());
+    for (auto &byte : bytes)
+    {
+        byte = 1;
+        EXPECT_NE(SumOf(bytes.data(), bytes.size()), zero) << &byte - bytes.data();
+        byte = 0;
+    }
 }
 
 TEST(PercentilesOfValues, AreValuesOfTheList)

@@ -2,6 +2,7 @@
 
 #include <gentl/gentl.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -23,7 +24,12 @@ std::string TextOf(Function function)
         return {};
     }
     std::string text(size, '\0');
-    return function(text.data(), &size) == GenTL::GC_ERR_SUCCESS ? text.c_str() : std::string();
+    if (function(text.data(), &size) != GenTL::GC_ERR_SUCCESS)
+    {
+        return {};
+    }
+    text.resize(std::min(text.find('\0'), text.size()));
+    return text;
 }
 
 /// The text that an info function answers; empty when it fails or answers something else.

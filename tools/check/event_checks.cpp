@@ -1,6 +1,6 @@
 // Events: registering, waiting, ending a wait.
 
-#include "check/acquisition.h"
+#include "check/check.h"
 #include "check/info_rules.h"
 
 #include <fmt/format.h>
@@ -35,23 +35,32 @@ const std::array<ModuleEvent, 5> moduleEvents{{
     {"GCRegisterEvent(EVENT_MODULE) on the stream", EVENT_MODULE, [](Session &s) { return s.Stream(); }},
 }};
 
+constexpr auto registerCall = "GCRegisterEvent(EVENT_NEW_BUFFER)";
+
 /// A stream with a registered event and no frames.
 class Registered
 {
 public:
-    explicit Registered(Bench &bench) : m_acquisition(bench, 1)
+    explicit Registered(Bench &bench) : m_session(bench.session)
     {
-        if (const auto code = m_acquisition.Take(Step::Register); code != GC_ERR_SUCCESS)
+        // An event of before ends with its stream.
+        m_session.CloseStream();
+        const auto code = bench.calls.GCRegisterEvent(Stream(), EVENT_NEW_BUFFER, &m_event);
+        if (code != GC_ERR_SUCCESS)
         {
-            throw NotReached(fmt::format("{} {}", NameOf(Step::Register), bench.trial.Failure(code)));
+            throw NotReached(fmt::format("{} {}", registerCall, bench.trial.Failure(code)));
         }
     }
+    Registered(const Registered &) = delete;
+    Registered &operator=(const Registered &) = delete;
+    ~Registered() { m_session.CloseStream(); }
 
-    EVENT_HANDLE Event() const { return m_acquisition.Event(); }
-    DS_HANDLE Stream() { return m_acquisition.Stream(); }
+    EVENT_HANDLE Event() const { return m_event; }
+    DS_HANDLE Stream() { return m_session.Stream(); }
 
 private:
-    Acquisition m_acquisition;
+    Session &m_session;
+    EVENT_HANDLE m_event = nullptr;
 };
 
 GC_ERROR WaitForEvent(Bench &bench, EVENT_HANDLE event, uint64_t limitMs)
@@ -63,8 +72,10 @@ GC_ERROR WaitForEvent(Bench &bench, EVENT_HANDLE event, uint64_t limitMs)
 
 void NewBufferRegisters(Bench &bench)
 {
-    Acquisition acquisition(bench, 1);
-    bench.trial.Must("GCRegisterEvent(EVENT_NEW_BUFFER)", acquisition.Take(Step::Register),
+    bench.session.CloseStream();
+    EVENT_HANDLE event = nullptr;
+    bench.trial.Must(registerCall,
+                     bench.calls.GCRegisterEvent(bench.session.Stream(), EVENT_NEW_BUFFER, &event),
                      {Level::Broken, "every consumer: it learns of no frame",
                       "register EVENT_NEW_BUFFER on an open stream"});
 }

@@ -24,20 +24,22 @@ constexpr int manyFrames = 4;
 class HeldFrame
 {
 public:
-    HeldFrame(Bench &bench, Step announce) : m_calls(bench.calls), m_acquisition(bench, enoughBuffers)
+    HeldFrame(Bench &bench, StreamStep announce) : m_calls(bench.calls), m_acquisition(bench, enoughBuffers)
     {
-        for (const auto step : {announce, Step::Queue, Step::Register, Step::StartStream, Step::StartDevice})
+        for (const auto step : {announce, StreamStep::Queue, StreamStep::Register, StreamStep::StartStream,
+                                StreamStep::StartDevice})
         {
             if (const auto code = m_acquisition.Take(step); code != GC_ERR_SUCCESS)
             {
-                throw NotReached(fmt::format("{} {}", NameOf(step), bench.trial.Failure(code)));
+                throw NotReached(
+                    fmt::format("{} {}", SteppedStream::NameOf(step), bench.trial.Failure(code)));
             }
         }
         Next();
     }
     HeldFrame(const HeldFrame &) = delete;
     HeldFrame &operator=(const HeldFrame &) = delete;
-    ~HeldFrame() { m_calls.DSStopAcquisition(m_acquisition.Stream(), ACQ_STOP_FLAGS_KILL); }
+    ~HeldFrame() { m_calls.DSStopAcquisition(Stream(), ACQ_STOP_FLAGS_KILL); }
 
     /// Waits for the next frame. The buffer of the last one stays with the consumer.
     void Next()
@@ -52,8 +54,8 @@ public:
 
     BUFFER_HANDLE Buffer() const { return m_frame.BufferHandle; }
     void *UserPointer() const { return m_frame.pUserPointer; }
-    Acquisition &Running() { return m_acquisition; }
-    DS_HANDLE Stream() { return m_acquisition.Stream(); }
+    const SteppedStream &Running() const { return m_acquisition.Running(); }
+    DS_HANDLE Stream() const { return Running().Stream(); }
 
     RawQuery Query(BUFFER_INFO_CMD command)
     {
@@ -105,7 +107,7 @@ constexpr std::array<NeededInfo, 10> neededInfos{{
 
 void FramesTellWhatIsNeeded(Bench &bench)
 {
-    HeldFrame frame(bench, Step::Allocate);
+    HeldFrame frame(bench, StreamStep::Allocate);
     for (const auto &needed : neededInfos)
     {
         INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
@@ -118,7 +120,7 @@ void FramesTellWhatIsNeeded(Bench &bench)
 
 void FrameInfosFollowTheRules(Bench &bench)
 {
-    HeldFrame frame(bench, Step::Allocate);
+    HeldFrame frame(bench, StreamStep::Allocate);
     CheckInfoRules(bench.trial, BufferInfos("DSGetBufferInfo"),
                    [&](int32_t command, INFO_DATATYPE *type, void *buffer, size_t *size)
                    { return frame.Query(command)(type, buffer, size); });
@@ -126,7 +128,7 @@ void FrameInfosFollowTheRules(Bench &bench)
 
 void FrameInfosAreTrue(Bench &bench)
 {
-    HeldFrame frame(bench, Step::Allocate);
+    HeldFrame frame(bench, StreamStep::Allocate);
     const auto size = AnswerOf<size_t>(frame.Query(BUFFER_INFO_SIZE)).value_or(0);
     const auto filled = AnswerOf<size_t>(frame.Query(BUFFER_INFO_SIZE_FILLED)).value_or(size);
     if (filled == 0 || filled > size)
@@ -148,7 +150,7 @@ void FrameInfosAreTrue(Bench &bench)
                         {Level::WillHurt, "every consumer: it drops the frame",
                          "look at the network: `gentlctl doctor` tells packet size and receive buffers"});
     }
-    if (frame.UserPointer() != &frame.Running())
+    if (frame.UserPointer() != frame.Running().UserPointer())
     {
         bench.trial.Add("EventGetData(EVENT_NEW_BUFFER)", "gives another user pointer than the announced one",
                         {Level::Broken, "consumers that find their buffer by the pointer",
@@ -158,7 +160,7 @@ void FrameInfosAreTrue(Bench &bench)
 
 void FramesHaveSense(Bench &bench)
 {
-    HeldFrame frame(bench, Step::Allocate);
+    HeldFrame frame(bench, StreamStep::Allocate);
     std::vector<uint64_t> numbers;
     std::vector<uint64_t> times;
     for (int i = 0; i < manyFrames; ++i)
@@ -185,7 +187,7 @@ void FramesHaveSense(Bench &bench)
 
 void PartsAreCounted(Bench &bench)
 {
-    HeldFrame frame(bench, Step::Allocate);
+    HeldFrame frame(bench, StreamStep::Allocate);
     uint32_t count = 0;
     const auto code = bench.calls.DSGetNumBufferParts(frame.Stream(), frame.Buffer(), &count);
     if (code == GC_ERR_SUCCESS && count == 0)
@@ -215,7 +217,7 @@ void PartsAreCounted(Bench &bench)
 
 void ChunksLieInTheBuffer(Bench &bench)
 {
-    HeldFrame frame(bench, Step::Allocate);
+    HeldFrame frame(bench, StreamStep::Allocate);
     size_t count = 0;
     if (bench.calls.DSGetBufferChunkData(frame.Stream(), frame.Buffer(), nullptr, &count) != GC_ERR_SUCCESS)
     {
@@ -241,7 +243,7 @@ void ChunksLieInTheBuffer(Bench &bench)
 
 void StackedInfosAgree(Bench &bench)
 {
-    HeldFrame frame(bench, Step::Allocate);
+    HeldFrame frame(bench, StreamStep::Allocate);
     size_t width = 0;
     size_t payloadType = 0;
     std::array<DS_BUFFER_INFO_STACKED, 2> infos{
@@ -260,7 +262,7 @@ void StackedInfosAgree(Bench &bench)
 
 void OwnMemoryIsUsed(Bench &bench)
 {
-    HeldFrame frame(bench, Step::AnnounceOwn);
+    HeldFrame frame(bench, StreamStep::AnnounceOwn);
     auto *const base = AnswerOf<void *>(frame.Query(BUFFER_INFO_BASE)).value_or(nullptr);
     bool isOwn = false;
     for (const auto &memory : frame.Running().OwnMemory())
@@ -278,16 +280,16 @@ void OwnMemoryIsUsed(Bench &bench)
 void OneBufferIsEnough(Bench &bench)
 {
     Acquisition acquisition(bench, 1);
-    for (const auto step : {Step::AnnounceOwn, Step::Queue, Step::Register})
+    for (const auto step : {StreamStep::AnnounceOwn, StreamStep::Queue, StreamStep::Register})
     {
         acquisition.Take(step);
     }
-    const auto code = acquisition.Take(Step::StartStream);
+    const auto code = acquisition.Take(StreamStep::StartStream);
     if (bench.trial.Must("DSStartAcquisition with one buffer", code,
                          {Level::WillHurt, "Aravis takes a snapshot with one announced buffer",
                           "start with one buffer; tell in STREAM_INFO_BUF_ANNOUNCE_MIN what runs well"}))
     {
-        acquisition.Take(Step::KillStream);
+        acquisition.Take(StreamStep::KillStream);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <functional>
 
 namespace gentlctl
 {
@@ -24,24 +25,36 @@ const Verdict acceptsAnything{Level::WillHurt, "users who mistype an id or keep 
 const Verdict acceptsAnyIndex{Level::Broken, "consumers that count until the error comes",
                               "return GC_ERR_INVALID_INDEX from the number of modules on"};
 
-/// Whether a module opens. What opens it reports the failure by NotReached, which is no finding elsewhere.
-template <typename Open>
-void MustOpen(Bench &bench, const std::string &call, Open open, const std::string &cure)
+/// A check that a module opens. What opens it reports the failure by NotReached, which is no finding
+/// elsewhere.
+Check Opens(const char *area, const char *states, const char *call, void (*open)(Session &session),
+            const char *cure)
 {
-    try
-    {
-        open();
-    }
-    catch (const NotReached &failure)
-    {
-        bench.trial.Add(call, failure.what(), {Level::Broken, "every consumer", cure});
-    }
+    return {area, states,
+            [=](Bench &bench)
+            {
+                try
+                {
+                    open(bench.session);
+                }
+                catch (const NotReached &failure)
+                {
+                    bench.trial.Add(call, failure.what(), {Level::Broken, "every consumer", cure});
+                }
+            }};
 }
 
-void SystemOpens(Bench &bench)
+/// A call that is to fail.
+struct Attempt
 {
-    MustOpen(
-        bench, "TLOpen", [&] { bench.session.System(); }, "make TLOpen succeed after GCInitLib");
+    const char *call;
+    std::function<GC_ERROR()> run;
+};
+
+void MustRefuse(Bench &bench, const Attempt &unknownModule, const Attempt &beyondTheLast)
+{
+    bench.trial.MustFail(unknownModule.call, unknownModule.run(), {GC_ERR_INVALID_ID}, acceptsAnything);
+    bench.trial.MustFail(beyondTheLast.call, beyondTheLast.run(), {GC_ERR_INVALID_INDEX}, acceptsAnyIndex);
 }
 
 void SystemOpensOnce(Bench &bench)
@@ -81,33 +94,24 @@ void InterfaceIdsAreKnown(Bench &bench)
 {
     auto *const system = bench.session.System();
     IF_HANDLE interface = nullptr;
-    bench.trial.MustFail("TLOpenInterface with an unknown id",
-                         bench.calls.TLOpenInterface(system, unknownId, &interface), {GC_ERR_INVALID_ID},
-                         acceptsAnything);
     size_t size = 0;
-    bench.trial.MustFail("TLGetInterfaceID beyond the last interface",
-                         bench.calls.TLGetInterfaceID(system, beyondAll, nullptr, &size),
-                         {GC_ERR_INVALID_INDEX}, acceptsAnyIndex);
-}
-
-void InterfaceOpens(Bench &bench)
-{
-    MustOpen(
-        bench, "TLOpenInterface", [&] { bench.session.Interface(); },
-        "connect a camera and let `gentlctl list` show it; `gentlctl doctor` looks for the reason");
+    MustRefuse(bench,
+               {"TLOpenInterface with an unknown id",
+                [&] { return bench.calls.TLOpenInterface(system, unknownId, &interface); }},
+               {"TLGetInterfaceID beyond the last interface",
+                [&] { return bench.calls.TLGetInterfaceID(system, beyondAll, nullptr, &size); }});
 }
 
 void DeviceIdsAreKnown(Bench &bench)
 {
     auto *const interface = bench.session.Interface();
     DEV_HANDLE device = nullptr;
-    bench.trial.MustFail("IFOpenDevice with an unknown id",
-                         bench.calls.IFOpenDevice(interface, unknownId, DEVICE_ACCESS_CONTROL, &device),
-                         {GC_ERR_INVALID_ID}, acceptsAnything);
     size_t size = 0;
-    bench.trial.MustFail("IFGetDeviceID beyond the last device",
-                         bench.calls.IFGetDeviceID(interface, beyondAll, nullptr, &size),
-                         {GC_ERR_INVALID_INDEX}, acceptsAnyIndex);
+    MustRefuse(bench,
+               {"IFOpenDevice with an unknown id", [&]
+                { return bench.calls.IFOpenDevice(interface, unknownId, DEVICE_ACCESS_CONTROL, &device); }},
+               {"IFGetDeviceID beyond the last device",
+                [&] { return bench.calls.IFGetDeviceID(interface, beyondAll, nullptr, &size); }});
 }
 
 void DeviceHasNames(Bench &bench)
@@ -134,13 +138,6 @@ void DeviceHasNames(Bench &bench)
             {Level::Broken, "Aravis crashes when it lists the devices",
              "answer the device's text before it is opened, an empty one if it has none"});
     }
-}
-
-void DeviceOpens(Bench &bench)
-{
-    MustOpen(
-        bench, "IFOpenDevice", [&] { bench.session.Device(); },
-        "make IFOpenDevice with DEVICE_ACCESS_CONTROL succeed for a device of status READWRITE");
 }
 
 void DeviceOpensWithEachAccess(Bench &bench)
@@ -203,25 +200,17 @@ void DeviceIsTakenOnce(Bench &bench)
         {Level::WillHurt, "two users of one camera disturb each other", "return GC_ERR_RESOURCE_IN_USE"});
 }
 
-void StreamOpens(Bench &bench)
-{
-    MustOpen(
-        bench, "DevOpenDataStream", [&] { bench.session.Stream(); },
-        "make DevOpenDataStream succeed with the id of DevGetDataStreamID");
-}
-
 void StreamIdsAreKnown(Bench &bench)
 {
     bench.session.CloseStream();
     auto *const device = bench.session.Device();
     DS_HANDLE stream = nullptr;
-    bench.trial.MustFail("DevOpenDataStream with an unknown id",
-                         bench.calls.DevOpenDataStream(device, unknownId, &stream), {GC_ERR_INVALID_ID},
-                         acceptsAnything);
     size_t size = 0;
-    bench.trial.MustFail("DevGetDataStreamID beyond the last stream",
-                         bench.calls.DevGetDataStreamID(device, beyondAll, nullptr, &size),
-                         {GC_ERR_INVALID_INDEX}, acceptsAnyIndex);
+    MustRefuse(bench,
+               {"DevOpenDataStream with an unknown id",
+                [&] { return bench.calls.DevOpenDataStream(device, unknownId, &stream); }},
+               {"DevGetDataStreamID beyond the last stream",
+                [&] { return bench.calls.DevGetDataStreamID(device, beyondAll, nullptr, &size); }});
 }
 
 template <typename Function>
@@ -257,20 +246,29 @@ void ModulesKnowTheirParents(Bench &bench)
 ChecksOf ModuleChecks()
 {
     return {
-        {"system", "it opens", SystemOpens},
+        Opens(
+            "system", "it opens", "TLOpen", [](Session &session) { session.System(); },
+            "make TLOpen succeed after GCInitLib"),
         {"system", "a second TLOpen is refused", SystemOpensOnce},
         {"system", "updates succeed within 10 ms", UpdatesInShortTime},
         {"system", "unknown interfaces are refused", InterfaceIdsAreKnown},
-        {"interface", "it opens, and has a device that can be opened", InterfaceOpens},
+        Opens(
+            "interface", "it opens, and has a device that can be opened", "TLOpenInterface",
+            [](Session &session) { session.Interface(); },
+            "connect a camera and let `gentlctl list` show it; `gentlctl doctor` looks for the reason"),
         {"interface", "updates need no pbChanged", UpdatesWithoutFlag},
         {"interface", "unknown devices are refused", DeviceIdsAreKnown},
         {"interface", "each device has vendor, model and serial number", DeviceHasNames},
-        {"device", "it opens", DeviceOpens},
+        Opens(
+            "device", "it opens", "IFOpenDevice", [](Session &session) { session.Device(); },
+            "make IFOpenDevice with DEVICE_ACCESS_CONTROL succeed for a device of status READWRITE"),
         {"device", "it opens exclusively, and read only or not at all", DeviceOpensWithEachAccess},
         {"device", "it opens in a new session without update", DeviceOpensInNewSession},
         {"device", "it opens once at a time", DeviceIsTakenOnce},
         {"device", "unknown streams are refused", StreamIdsAreKnown},
-        {"stream", "it opens", StreamOpens},
+        Opens(
+            "stream", "it opens", "DevOpenDataStream", [](Session &session) { session.Stream(); },
+            "make DevOpenDataStream succeed with the id of DevGetDataStreamID"),
         {"stream", "each module knows its parent", ModulesKnowTheirParents},
     };
 }

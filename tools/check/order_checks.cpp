@@ -4,8 +4,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <span>
 #include <string>
-#include <vector>
 
 namespace gentlctl
 {
@@ -15,100 +16,67 @@ using namespace GenTL;
 namespace
 {
 
-constexpr size_t buffersOfConsumers = 5;
 constexpr int framesPerRound = 3;
 constexpr int rounds = 2;
 
-/// What a consumer does for each acquisition, and once at the end.
-struct Order
-{
-    std::string consumer;
-    std::vector<Step> start;
-    std::vector<Step> stop;
-    std::vector<Step> end;
-};
-
-const std::vector<Order> &Orders()
-{
-    using enum Step;
-    static const std::vector<Order> orders{
-        {"Harvesters",
-         {Register, AnnounceOwn, Queue, Lock, StartStream, StartDevice},
-         {StopDevice, Unlock, KillStream, DiscardAll, FlushEvent, DiscardAll, RevokeEach, FlushEvent},
-         {Unregister}},
-        {"Aravis",
-         {AnnounceOwn, StartStream, Register, Queue, StartDevice},
-         {WaitInThread, StopDevice, StopStream, KillEvent, Unregister, DiscardAll},
-         {RevokeEach}},
-        {"rc_genicam_api",
-         {Lock, Allocate, Queue, Register, StartStream, StartDevice},
-         {StopDevice, StopStream, Unregister, DiscardAll, RevokeByIndex, Unlock},
-         {}},
-        {"gentlsrc",
-         {Allocate, Queue, AllToInput, Register, StartStream, StartDevice},
-         {StopDevice, StopStream, InputToOutput, DiscardOutput, CloseStream},
-         {}},
-    };
-    return orders;
-}
-
 /// What to do when a step fails.
-std::string CureOf(Step step)
+std::string CureOf(StreamStep step)
 {
     switch (step)
     {
-    case Step::RevokeEach:
-    case Step::RevokeByIndex:
+    case StreamStep::RevokeEach:
+    case StreamStep::RevokeByIndex:
         return "let each buffer be revoked once the queues are flushed";
-    case Step::StartStream:
+    case StreamStep::StartStream:
         return "start again after a stop, with the buffers that are announced";
-    case Step::Queue:
+    case StreamStep::Queue:
         return "let a buffer be queued that was discarded, delivered or just announced";
-    case Step::KillEvent:
+    case StreamStep::KillEvent:
         return "end the wait with GC_ERR_ABORT";
     default:
-        return fmt::format("let {} succeed at this place", NameOf(step));
+        return fmt::format("let {} succeed at this place", SteppedStream::NameOf(step));
     }
 }
 
-bool TakeAll(Bench &bench, Acquisition &acquisition, const Order &order, const std::vector<Step> &steps,
-             const std::string &when)
+bool TakeAll(Bench &bench, Acquisition &acquisition, const StopOrder &order,
+             std::span<const StreamStep> steps, const std::string &when)
 {
-    for (const auto step : steps)
+    const auto take = [&](StreamStep step)
     {
-        const auto code = acquisition.Take(step);
-        if (!bench.trial.Must(NameOf(step) + when, code, {Level::Broken, order.consumer, CureOf(step)}))
-        {
-            return false;
-        }
-    }
-    return true;
+        return bench.trial.Must(fmt::format("{}{}", SteppedStream::NameOf(step), when),
+                                acquisition.Take(step),
+                                {Level::Broken, std::string(order.consumer), CureOf(step)});
+    };
+    return std::ranges::all_of(steps, take);
 }
 
-bool TakeFrames(Bench &bench, Acquisition &acquisition, const Order &order, const std::string &when)
+bool TakeFrame(Bench &bench, Acquisition &acquisition, const StopOrder &order, const std::string &when)
 {
-    for (int i = 0; i < framesPerRound; ++i)
+    const auto frame = acquisition.NextFrame();
+    if (!frame)
     {
-        const auto frame = acquisition.NextFrame();
-        if (!frame)
-        {
-            bench.trial.Add("EventGetData" + when, "gives no frame within 5 s",
-                            {Level::Broken, order.consumer,
-                             "deliver frames after AcquisitionStart; a camera that waits for a trigger is to "
-                             "be set to TriggerMode Off"});
-            return false;
-        }
-        if (!bench.trial.Must("DSQueueBuffer of a delivered buffer" + when,
-                              bench.calls.DSQueueBuffer(acquisition.Stream(), frame->BufferHandle),
-                              {Level::Broken, order.consumer, CureOf(Step::Queue)}))
-        {
-            return false;
-        }
+        bench.trial.Add("EventGetData" + when, "gives no frame within 5 s",
+                        {Level::Broken, std::string(order.consumer),
+                         "deliver frames after AcquisitionStart; a camera that waits for a trigger is to "
+                         "be set to TriggerMode Off"});
+        return false;
     }
-    return true;
+    return bench.trial.Must("DSQueueBuffer of a delivered buffer" + when,
+                            bench.calls.DSQueueBuffer(acquisition.Running().Stream(), frame->BufferHandle),
+                            {Level::Broken, std::string(order.consumer), CureOf(StreamStep::Queue)});
 }
 
-void RunOrder(Bench &bench, const Order &order)
+bool TakeFrames(Bench &bench, Acquisition &acquisition, const StopOrder &order, const std::string &when)
+{
+    int taken = 0;
+    while (taken < framesPerRound && TakeFrame(bench, acquisition, order, when))
+    {
+        ++taken;
+    }
+    return taken == framesPerRound;
+}
+
+void RunOrder(Bench &bench, const StopOrder &order)
 {
     Acquisition acquisition(bench, buffersOfConsumers);
     for (int round = 0; round < rounds; ++round)
@@ -145,7 +113,7 @@ void StreamClosesAfterDevice(Bench &bench)
 ChecksOf OrderChecks()
 {
     ChecksOf checks;
-    for (const auto &order : Orders())
+    for (const auto &order : StopOrders())
     {
         checks.push_back({"start and stop", fmt::format("the order of {} works, twice", order.consumer),
                           [&order](Bench &bench) { RunOrder(bench, order); }});

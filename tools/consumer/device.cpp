@@ -76,4 +76,10 @@ std::shared_ptr<Port> OpenDevice::PortOf(const std::string &module)
     throw std::runtime_error(fmt::format("There is no module \"{}\"", module));
 }
 
+void OpenDevice::Close()
+{
+    m_producer.Calls().DevClose(m_device.Get());
+    m_device.Release();
+}
+
 } // namespace gentlctl

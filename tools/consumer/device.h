@@ -29,6 +29,10 @@ public:
     /// @throws std::runtime_error any other name
     std::shared_ptr<Port> PortOf(const std::string &module);
 
+    /// Closes the device, though a stream may be open on it. Nothing else may be called afterwards.
+    /// @throws GenTLException the device does not close
+    void Close();
+
 private:
     Producer &m_producer;
     DeviceEntry m_entry;

@@ -30,6 +30,9 @@ public:
 
     void *Get() const { return m_handle; }
 
+    /// Gives the handle up without closing it.
+    void Release() { m_handle = nullptr; }
+
 private:
     void Swap(Handle &other) noexcept
     {

@@ -2,36 +2,42 @@
 
 #include "consumer/stream.h"
 #include "consumer/text.h"
+#include "port/proxy_module.h"
 #include "utils/gentl_exception.h"
 
 #include <chrono>
+#include <utility>
 
 namespace gentlctl
 {
 
 using namespace GenTL;
-using enum StreamStep;
+using internal::GenTLException;
 
 namespace
 {
 
-constexpr size_t steppedBuffers = 5;
+using enum StreamStep;
 
-constexpr StreamStep killStart[] = {Register, Announce, Queue, Lock, StartStream, StartDevice};
-constexpr StreamStep killStop[] = {StopDevice, Unlock,         KillStream, DiscardAll,
-                                   FlushEvent, RevokeByHandle, FlushEvent, Unregister};
-constexpr StreamStep threadStart[] = {Announce, StartStream, Register, Queue, StartDevice};
-constexpr StreamStep threadStop[] = {WaitInThread, StopDevice, StopStream,    KillEvent,
-                                     Unregister,   DiscardAll, RevokeByHandle};
-constexpr StreamStep indexStart[] = {Lock, Announce, Queue, Register, StartStream, StartDevice};
+constexpr StreamStep killStart[] = {Register, AnnounceOwn, Queue, Lock, StartStream, StartDevice};
+constexpr StreamStep killStop[] = {StopDevice, Unlock,     KillStream, DiscardAll,
+                                   FlushEvent, DiscardAll, RevokeEach, FlushEvent};
+constexpr StreamStep killEnd[] = {Unregister};
+constexpr StreamStep threadStart[] = {AnnounceOwn, StartStream, Register, Queue, StartDevice};
+constexpr StreamStep threadStop[] = {WaitInThread, StopDevice, StopStream, KillEvent, Unregister, DiscardAll};
+constexpr StreamStep threadEnd[] = {RevokeEach};
+constexpr StreamStep indexStart[] = {Lock, Allocate, Queue, Register, StartStream, StartDevice};
 constexpr StreamStep indexStop[] = {StopDevice, StopStream, Unregister, DiscardAll, RevokeByIndex, Unlock};
-constexpr StreamStep bareStart[] = {Announce, Queue, AllToInput, Register, StartStream, StartDevice};
-constexpr StreamStep bareStop[] = {StopDevice, StopStream, InputToOutput, DiscardOutput};
+constexpr StreamStep bareStart[] = {OpenStream, Allocate,    Queue,      AllToInput,
+                                    Register,   StartStream, StartDevice};
+constexpr StreamStep bareStop[] = {StopDevice, StopStream, InputToOutput, DiscardOutput, CloseStream};
 
-constexpr StopOrder orders[] = {{"kill, flush, revoke", killStart, killStop},
-                                {"end a waiting thread, flush, revoke", threadStart, threadStop},
-                                {"unregister, flush, revoke by index", indexStart, indexStop},
-                                {"close with all buffers", bareStart, bareStop}};
+constexpr StopOrder orders[] = {
+    {"Harvesters", "kill, flush, revoke", killStart, killStop, killEnd},
+    {"Aravis", "end a waiting thread, flush, revoke", threadStart, threadStop, threadEnd},
+    {"rc_genicam_api", "unregister, flush, revoke by index", indexStart, indexStop, {}, true},
+    {"gentlsrc", "close with all buffers", bareStart, bareStop, {}},
+};
 
 } // namespace
 
@@ -40,13 +46,56 @@ std::span<const StopOrder> StopOrders()
     return orders;
 }
 
-SteppedStream::SteppedStream(Producer &producer, OpenDevice &device, const Features &remote)
-    : m_calls(producer.Calls()), m_remote(remote)
+const std::array<SteppedStream::Action, 23> SteppedStream::actions{{
+    {"DevOpenDataStream", [](SteppedStream &s) { s.Open(); }},
+    {"DSAnnounceBuffer", [](SteppedStream &s) { s.Announce(true); }},
+    {"DSAllocAndAnnounceBuffer", [](SteppedStream &s) { s.Announce(false); }},
+    {"DSQueueBuffer", [](SteppedStream &s) { s.Queue(); }},
+    {"DSFlushQueue(ACQ_QUEUE_ALL_TO_INPUT)",
+     [](SteppedStream &s) { s.m_calls.DSFlushQueue(s.Stream(), ACQ_QUEUE_ALL_TO_INPUT); }},
+    {"GCRegisterEvent(EVENT_NEW_BUFFER)",
+     [](SteppedStream &s)
+     {
+         if (s.m_event == nullptr)
+         {
+             s.m_calls.GCRegisterEvent(s.Stream(), EVENT_NEW_BUFFER, &s.m_event);
+         }
+     }},
+    {"TLParamsLocked = 1", [](SteppedStream &s) { LockParameters(s.m_remote, true); }},
+    {"DSStartAcquisition", [](SteppedStream &s)
+     { s.m_calls.DSStartAcquisition(s.Stream(), ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE); }},
+    {"AcquisitionStart", [](SteppedStream &s) { s.m_remote.Execute("AcquisitionStart"); }},
+    {"EventGetData without limit", [](SteppedStream &s) { s.WaitInThread(); }},
+    {"AcquisitionStop", [](SteppedStream &s) { s.m_remote.Execute("AcquisitionStop"); }},
+    {"TLParamsLocked = 0", [](SteppedStream &s) { LockParameters(s.m_remote, false); }},
+    {"DSStopAcquisition(ACQ_STOP_FLAGS_DEFAULT)",
+     [](SteppedStream &s) { s.m_calls.DSStopAcquisition(s.Stream(), ACQ_STOP_FLAGS_DEFAULT); }},
+    {"DSStopAcquisition(ACQ_STOP_FLAGS_KILL)",
+     [](SteppedStream &s) { s.m_calls.DSStopAcquisition(s.Stream(), ACQ_STOP_FLAGS_KILL); }},
+    {"EventKill", [](SteppedStream &s) { s.EndWait(); }},
+    {"EventFlush", [](SteppedStream &s) { s.m_calls.EventFlush(s.m_event); }},
+    {"GCUnregisterEvent(EVENT_NEW_BUFFER)",
+     [](SteppedStream &s)
+     {
+         s.m_event = nullptr;
+         s.m_calls.GCUnregisterEvent(s.Stream(), EVENT_NEW_BUFFER);
+     }},
+    {"DSFlushQueue(ACQ_QUEUE_ALL_DISCARD)",
+     [](SteppedStream &s) { s.m_calls.DSFlushQueue(s.Stream(), ACQ_QUEUE_ALL_DISCARD); }},
+    {"DSFlushQueue(ACQ_QUEUE_INPUT_TO_OUTPUT)",
+     [](SteppedStream &s) { s.m_calls.DSFlushQueue(s.Stream(), ACQ_QUEUE_INPUT_TO_OUTPUT); }},
+    {"DSFlushQueue(ACQ_QUEUE_OUTPUT_DISCARD)",
+     [](SteppedStream &s) { s.m_calls.DSFlushQueue(s.Stream(), ACQ_QUEUE_OUTPUT_DISCARD); }},
+    {"DSRevokeBuffer", [](SteppedStream &s) { s.RevokeEach(); }},
+    {"DSRevokeBuffer of the first by DSGetBufferID", [](SteppedStream &s) { s.RevokeByIndex(); }},
+    {"DSClose", [](SteppedStream &s) { s.Close(); }},
+}};
+
+SteppedStream::SteppedStream(internal::IGenTLProxy &calls, DEV_HANDLE device, const Features &remote,
+                             size_t buffers)
+    : m_calls(calls), m_device(device), m_remote(remote), m_count(buffers)
 {
-    const auto id = ReadText([&](char *text, size_t *size)
-                             { m_calls.DevGetDataStreamID(device.DeviceHandle(), 0, text, size); });
-    m_calls.DevOpenDataStream(device.DeviceHandle(), id.c_str(), &m_stream);
-    m_handle = Handle(m_stream, [this](void *handle) { m_calls.DSClose(handle); });
+    Open();
 }
 
 SteppedStream::~SteppedStream()
@@ -57,69 +106,14 @@ SteppedStream::~SteppedStream()
     }
 }
 
-void SteppedStream::Take(StreamStep step)
+std::string_view SteppedStream::NameOf(StreamStep step)
 {
-    switch (step)
-    {
-    case Lock:
-        return SetIfThere("TLParamsLocked", "1");
-    case Unlock:
-        return SetIfThere("TLParamsLocked", "0");
-    case StartDevice:
-        return m_remote.Execute("AcquisitionStart");
-    case StopDevice:
-        return m_remote.Execute("AcquisitionStop");
-    case StartStream:
-        m_calls.DSStartAcquisition(m_stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
-        return;
-    case StopStream:
-        m_calls.DSStopAcquisition(m_stream, ACQ_STOP_FLAGS_DEFAULT);
-        return;
-    case KillStream:
-        m_calls.DSStopAcquisition(m_stream, ACQ_STOP_FLAGS_KILL);
-        return;
-    case Register:
-        m_calls.GCRegisterEvent(m_stream, EVENT_NEW_BUFFER, &m_event);
-        return;
-    case Unregister:
-        m_calls.GCUnregisterEvent(m_stream, EVENT_NEW_BUFFER);
-        return;
-    case WaitInThread:
-        m_waiting = std::async(std::launch::async, [this] { Wait(); });
-        return;
-    case KillEvent:
-        return EndWait();
-    case FlushEvent:
-        m_calls.EventFlush(m_event);
-        return;
-    default:
-        return TakeBufferStep(step);
-    }
+    return actions.at(static_cast<size_t>(step)).name;
 }
 
-void SteppedStream::TakeBufferStep(StreamStep step)
+void SteppedStream::Take(StreamStep step)
 {
-    switch (step)
-    {
-    case AllToInput:
-        return Flush(ACQ_QUEUE_ALL_TO_INPUT);
-    case DiscardAll:
-        return Flush(ACQ_QUEUE_ALL_DISCARD);
-    case InputToOutput:
-        return Flush(ACQ_QUEUE_INPUT_TO_OUTPUT);
-    case DiscardOutput:
-        return Flush(ACQ_QUEUE_OUTPUT_DISCARD);
-    case Announce:
-        return AnnounceAll();
-    case RevokeByIndex:
-        return RevokeFirstOnes();
-    default:
-        for (auto *const buffer : m_buffers)
-        {
-            step == Queue ? m_calls.DSQueueBuffer(m_stream, buffer)
-                          : m_calls.DSRevokeBuffer(m_stream, buffer, nullptr, nullptr);
-        }
-    }
+    actions.at(static_cast<size_t>(step)).take(*this);
 }
 
 void SteppedStream::TakeFrame(uint64_t timeoutMs)
@@ -127,32 +121,68 @@ void SteppedStream::TakeFrame(uint64_t timeoutMs)
     EVENT_NEW_BUFFER_DATA data{};
     size_t size = sizeof data;
     m_calls.EventGetData(m_event, &data, &size, timeoutMs);
-    m_calls.DSQueueBuffer(m_stream, data.BufferHandle);
+    m_calls.DSQueueBuffer(Stream(), data.BufferHandle);
 }
 
-void SteppedStream::Flush(ACQ_QUEUE_TYPE operation)
+void SteppedStream::Open()
 {
-    m_calls.DSFlushQueue(m_stream, operation);
-}
-
-void SteppedStream::AnnounceAll()
-{
-    const auto size = PayloadSizeOf(m_calls, m_stream, m_remote);
-    while (m_buffers.size() < steppedBuffers)
+    if (m_stream.Get() != nullptr)
     {
-        m_calls.DSAllocAndAnnounceBuffer(m_stream, size, nullptr, &m_buffers.emplace_back());
+        return;
+    }
+    const auto id =
+        ReadText([&](char *text, size_t *size) { m_calls.DevGetDataStreamID(m_device, 0, text, size); });
+    DS_HANDLE stream = nullptr;
+    m_calls.DevOpenDataStream(m_device, id.c_str(), &stream);
+    m_stream = Handle(stream, [this](void *handle) { m_calls.DSClose(handle); });
+    m_size = PayloadSizeOf(m_calls, stream, m_remote);
+}
+
+void SteppedStream::Close()
+{
+    m_event = nullptr;
+    m_buffers.clear();
+    m_calls.DSClose(Stream());
+    m_stream.Release();
+}
+
+void SteppedStream::Announce(bool isOwn)
+{
+    if (m_buffers.empty() && isOwn)
+    {
+        m_memory.assign(m_count, std::vector<uint8_t>(m_size));
+    }
+    while (m_buffers.size() < m_count)
+    {
+        BUFFER_HANDLE buffer = nullptr;
+        isOwn ? m_calls.DSAnnounceBuffer(Stream(), m_memory[m_buffers.size()].data(), m_size, this, &buffer)
+              : m_calls.DSAllocAndAnnounceBuffer(Stream(), m_size, this, &buffer);
+        m_buffers.push_back(buffer);
     }
 }
 
-void SteppedStream::Wait()
+void SteppedStream::Queue()
 {
-    GC_ERROR code = GC_ERR_SUCCESS;
-    while (code == GC_ERR_SUCCESS)
+    for (auto *const buffer : m_buffers)
     {
-        EVENT_NEW_BUFFER_DATA data{};
-        size_t size = sizeof data;
-        code = m_calls.TryEventGetData(m_event, &data, &size, GENTL_INFINITE);
+        m_calls.DSQueueBuffer(Stream(), buffer);
     }
+}
+
+void SteppedStream::WaitInThread()
+{
+    m_waiting = std::async(std::launch::async,
+                           [this]
+                           {
+                               GC_ERROR code = GC_ERR_SUCCESS;
+                               while (code == GC_ERR_SUCCESS)
+                               {
+                                   EVENT_NEW_BUFFER_DATA data{};
+                                   size_t size = sizeof data;
+                                   code = m_calls.TryEventGetData(m_event, &data, &size, GENTL_INFINITE);
+                               }
+                               return code;
+                           });
 }
 
 void SteppedStream::EndWait()
@@ -163,25 +193,32 @@ void SteppedStream::EndWait()
     {
         m_calls.EventKill(m_event);
     } while (m_waiting.wait_for(again) != std::future_status::ready);
-    m_waiting.get();
-}
-
-void SteppedStream::RevokeFirstOnes()
-{
-    // No more often than there are buffers: a revoke without effect would never end.
-    for (size_t i = 0; i < m_buffers.size(); ++i)
+    if (const auto code = m_waiting.get(); code != GC_ERR_ABORT)
     {
-        BUFFER_HANDLE first = nullptr;
-        m_calls.DSGetBufferID(m_stream, 0, &first);
-        m_calls.DSRevokeBuffer(m_stream, first, nullptr, nullptr);
+        throw GenTLException("The wait for a frame did not end with GC_ERR_ABORT", code);
     }
 }
 
-void SteppedStream::SetIfThere(const char *feature, const char *value)
+void SteppedStream::RevokeEach()
 {
-    if (m_remote.Has(feature))
+    for (auto *const buffer : std::exchange(m_buffers, {}))
     {
-        m_remote.Set(feature, value);
+        m_calls.DSRevokeBuffer(Stream(), buffer, nullptr, nullptr);
+    }
+}
+
+void SteppedStream::RevokeByIndex()
+{
+    BUFFER_HANDLE first = nullptr;
+    // No more often than there are buffers: a revoke without effect would never end.
+    for (size_t left = std::exchange(m_buffers, {}).size(); left != 0; --left)
+    {
+        m_calls.DSGetBufferID(Stream(), 0, &first);
+        m_calls.DSRevokeBuffer(Stream(), first, nullptr, nullptr);
+    }
+    if (m_calls.TryDSGetBufferID(Stream(), 0, &first) == GC_ERR_SUCCESS)
+    {
+        throw GenTLException("A buffer is left when all are revoked", GC_ERR_BUSY);
     }
 }
 

@@ -101,6 +101,15 @@ size_t PayloadSizeOf(internal::IGenTLProxy &calls, DS_HANDLE stream, const Featu
     return static_cast<size_t>(remote.GetInteger("PayloadSize"));
 }
 
+void LockParameters(const Features &remote, bool isLocked)
+{
+    constexpr auto lock = "TLParamsLocked";
+    if (remote.Has(lock))
+    {
+        remote.Set(lock, isLocked ? "1" : "0");
+    }
+}
+
 void RunningStream::Start(const BufferCount &count)
 {
     const auto size = PayloadSizeOf(m_calls, m_stream, m_remote);
@@ -113,7 +122,7 @@ void RunningStream::Start(const BufferCount &count)
         m_calls.DSQueueBuffer(m_stream, buffer);
     }
     m_calls.GCRegisterEvent(m_stream, EVENT_NEW_BUFFER, &m_event);
-    SetIfThere("TLParamsLocked", "1");
+    LockParameters(m_remote, true);
     m_calls.DSStartAcquisition(m_stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
     m_remote.Execute("AcquisitionStart");
 }
@@ -123,7 +132,7 @@ void RunningStream::Stop()
 {
     StopDevice();
     CloseQuietly([this] { m_calls.DSStopAcquisition(m_stream, ACQ_STOP_FLAGS_KILL); });
-    CloseQuietly([this] { SetIfThere("TLParamsLocked", "0"); });
+    CloseQuietly([this] { LockParameters(m_remote, false); });
     CloseQuietly([this] { m_calls.DSFlushQueue(m_stream, ACQ_QUEUE_ALL_DISCARD); });
     if (m_event != nullptr)
     {
@@ -132,14 +141,6 @@ void RunningStream::Stop()
     for (auto *buffer : m_buffers)
     {
         CloseQuietly([this, buffer] { m_calls.DSRevokeBuffer(m_stream, buffer, nullptr, nullptr); });
-    }
-}
-
-void RunningStream::SetIfThere(const std::string &feature, const std::string &value)
-{
-    if (m_remote.Has(feature))
-    {
-        m_remote.Set(feature, value);
     }
 }
 

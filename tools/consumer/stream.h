@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <string>
 #include <vector>
 
 namespace gentlctl
@@ -17,6 +16,10 @@ namespace gentlctl
 /// The bytes of a buffer for a frame: what the stream defines, else the device's PayloadSize.
 /// @throws std::runtime_error neither is known
 size_t PayloadSizeOf(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream, const Features &remote);
+
+/// Sets TLParamsLocked, where the device has it.
+/// @throws std::runtime_error it cannot be set
+void LockParameters(const Features &remote, bool isLocked);
 
 /// A stream with buffers, which runs from construction to destruction.
 ///
@@ -61,7 +64,6 @@ public:
 private:
     void Start(const BufferCount &count);
     void Stop();
-    void SetIfThere(const std::string &feature, const std::string &value);
 
     GenTL::internal::IGenTLProxy &m_calls;
     GenTL::DS_HANDLE m_stream;

@@ -9,8 +9,8 @@ namespace
 {
 
 constexpr Findings (*probes[])(const Surroundings &) = {
-    ProbePath, ProbeProducers, ProbeLowerProducers, ProbeVisionLibrary,
-    ProbeUsb,  ProbeNetwork,   ProbeLimits,         ProbeProcessor,
+    ProbeNamedProducer, ProbePath,    ProbeProducers, ProbeLowerProducers, ProbeVisionLibrary,
+    ProbeUsb,           ProbeNetwork, ProbeLimits,    ProbeProcessor,
 };
 
 } // namespace
@@ -23,6 +23,14 @@ Findings Examine(const Surroundings &surroundings)
         std::ranges::move(probe(surroundings), std::back_inserter(findings));
     }
     return findings;
+}
+
+int ExitStatusOf(const Findings &findings)
+{
+    constexpr int broken = 1;
+    constexpr int hurts = 3;
+    const auto worst = WorstOf(findings);
+    return worst == Level::Broken ? broken : worst == Level::WillHurt ? hurts : 0;
 }
 
 } // namespace gentlctl

@@ -12,8 +12,14 @@ namespace gentlctl
 /// Looks for what keeps cameras from being found, opened or streamed on this machine.
 Findings Examine(const Surroundings &surroundings);
 
+/// The exit status of a program that reports these findings, by the worst of them: 0 nothing is wrong, 3
+/// something will hurt, 1 something is broken.
+int ExitStatusOf(const Findings &findings);
+
 // The parts of Examine. Each looks at one thing and says of each part of it what is wrong or fine.
 
+/// The producer that was named, when there is no such file.
+Findings ProbeNamedProducer(const Surroundings &surroundings);
 /// GENICAM_GENTL64_PATH.
 Findings ProbePath(const Surroundings &surroundings);
 /// The producers: whether they load and list devices, and no device twice.
@@ -31,8 +37,8 @@ Findings ProbeLimits(const Surroundings &surroundings);
 /// What the processor offers to the vision library.
 Findings ProbeProcessor(const Surroundings &surroundings);
 
-/// The producers that a consumer finds, in the order of the path variable, and the one that was named;
-/// without any, those of this installation.
+/// The producers that a consumer finds, in the order of the path variable, and the one that was named, if it
+/// is there; without any, those of this installation.
 std::vector<std::filesystem::path> ProducersIn(const Surroundings &surroundings);
 
 } // namespace gentlctl

@@ -1,4 +1,3 @@
-#include "doctor/doctor.h"
 #include "doctor/own_producers.h"
 #include "findings/elf_file.h"
 #include "lower/producer_discovery.h"
@@ -39,8 +38,11 @@ LowerFile LowerFileOf(const Surroundings &surroundings, const fs::path &file, co
     return {GenTL::internal::FindProducerIn(folder), folder};
 }
 
-Finding ProbeLower(const fs::path &file, const OwnProducer &producer, const LowerFile &lower)
+} // namespace
+
+Finding ProbeLower(const Surroundings &surroundings, const fs::path &file, const OwnProducer &producer)
 {
+    const auto lower = LowerFileOf(surroundings, file, producer);
     std::error_code ignored;
     const auto cure = fmt::format("export {}=/path/to/the/camera/maker's.cti", producer.lowerVariable);
     if (lower.file.empty())
@@ -77,19 +79,10 @@ Finding ProbeLower(const fs::path &file, const OwnProducer &producer, const Lowe
     return LowerFinding(Level::Fine, file, fmt::format("takes {}", named), "");
 }
 
-} // namespace
-
 Findings ProbeLowerProducers(const Surroundings &surroundings)
 {
-    Findings findings;
-    for (const auto &file : ProducersIn(surroundings))
-    {
-        if (const auto *const producer = OwnProducerOf(file))
-        {
-            findings.push_back(ProbeLower(file, *producer, LowerFileOf(surroundings, file, *producer)));
-        }
-    }
-    return findings;
+    return ProbeOwnProducers(surroundings, [&](const fs::path &file, const OwnProducer &producer)
+                             { return ProbeLower(surroundings, file, producer); });
 }
 
 } // namespace gentlctl

@@ -1,4 +1,7 @@
 // USB, network, limits and processor, as the kernel tells them.
+//
+// What most machines are set to, and what only some cameras need otherwise, is advice: an ordinary machine is
+// not to look broken.
 
 #include "doctor/doctor.h"
 
@@ -144,8 +147,7 @@ void ProbeAdapter(const Surroundings &surroundings, const std::string &name, Fin
     const auto speed = NumberIn(surroundings.Line(folder / "speed"));
     const bool isLarge = packet >= jumboBytes;
     findings.push_back(
-        {isLarge ? Level::Fine : Level::WillHurt, networkArea, name,
-         fmt::format("packets of {} bytes", packet),
+        {isLarge ? Level::Fine : Level::Advice, networkArea, name, fmt::format("packets of {} bytes", packet),
          isLarge ? "" : "GigE Vision cameras at full rate: six times as many packets, and frames get lost",
          isLarge ? ""
                  : fmt::format(
@@ -172,7 +174,7 @@ Finding ProbeReceiveBuffers(const Surroundings &surroundings)
                 "",
                 ""};
     }
-    return {Level::WillHurt,
+    return {Level::Advice,
             networkArea,
             "net.core.rmem_max",
             fmt::format("a receive buffer has {} bytes at most", *bytes),
@@ -248,13 +250,14 @@ Findings ProbeNetwork(const Surroundings &surroundings)
     return findings;
 }
 
-// What is missing here hurts few, so it is said and does not count.
 Findings ProbeLimits(const Surroundings &surroundings)
 {
     Findings findings;
-    const auto add = [&](const char *what, bool isEnough, const char *text, const char *lack,
-                         const char *cure) {
-        findings.push_back({Level::Fine, limitsArea, what, isEnough ? text : lack, "", isEnough ? "" : cure});
+    const auto add =
+        [&](const char *what, bool isEnough, const char *text, const char *lack, const char *cure)
+    {
+        findings.push_back({isEnough ? Level::Fine : Level::Advice, limitsArea, what, isEnough ? text : lack,
+                            "", isEnough ? "" : cure});
     };
     const auto priority = SoftLimit(surroundings, "Max realtime priority");
     add("real-time priority", !priority || *priority > 0, "threads may ask for one",

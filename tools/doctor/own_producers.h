@@ -1,6 +1,6 @@
 #pragma once
 
-#include "doctor/surroundings.h"
+#include "doctor/doctor.h"
 
 #include <array>
 #include <filesystem>
@@ -33,6 +33,26 @@ inline const OwnProducer *OwnProducerOf(const std::filesystem::path &file)
         }
     }
     return nullptr;
+}
+
+/// What stands under one of our own producers.
+Finding ProbeLower(const Surroundings &surroundings, const std::filesystem::path &file,
+                   const OwnProducer &producer);
+
+/// Probes each of our own producers that a consumer finds.
+/// @param probe called with the file and its OwnProducer, returns a finding
+template <typename Probe>
+Findings ProbeOwnProducers(const Surroundings &surroundings, Probe probe)
+{
+    Findings findings;
+    for (const auto &file : ProducersIn(surroundings))
+    {
+        if (const auto *const producer = OwnProducerOf(file))
+        {
+            findings.push_back(probe(file, *producer));
+        }
+    }
+    return findings;
 }
 
 } // namespace gentlctl

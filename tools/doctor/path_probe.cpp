@@ -194,7 +194,7 @@ std::vector<fs::path> ProducersIn(const Surroundings &surroundings)
     {
         std::ranges::for_each(entry.empty() ? std::vector<fs::path>() : ProducersOf(entry), add);
     }
-    if (!surroundings.producer.empty())
+    if (std::error_code ignored; fs::is_regular_file(surroundings.producer, ignored))
     {
         add(surroundings.producer);
     }

@@ -1,4 +1,4 @@
-#include "doctor/doctor.h"
+#include "doctor/own_producers.h"
 
 #include "findings/elf_file.h"
 
@@ -46,8 +46,23 @@ constexpr std::array<KnownProblem, 7> knownProblems{{
     {"Permission denied", "let this user read and execute the file and its libraries"},
 }};
 
-std::string CureOf(const std::filesystem::path &file, const ProducerVisit &visit)
+/// What to do about what stands under one of our own producers; empty when nothing is wrong there. A lower
+/// producer that is missing lets the start fail with a text of the loader, which is no reason to install a
+/// library.
+std::string CureOfLower(const Surroundings &surroundings, const std::filesystem::path &file)
 {
+    const auto *const own = OwnProducerOf(file);
+    const auto lower = own != nullptr ? ProbeLower(surroundings, file, *own) : Finding{};
+    return lower.level == Level::Broken ? lower.cure : "";
+}
+
+std::string CureOf(const Surroundings &surroundings, const std::filesystem::path &file,
+                   const ProducerVisit &visit)
+{
+    if (auto cure = CureOfLower(surroundings, file); visit.call == "GCInitLib" && !cure.empty())
+    {
+        return cure;
+    }
     for (const auto &[part, cure] : knownProblems)
     {
         if (visit.problem.find(part) != std::string::npos)
@@ -68,14 +83,10 @@ std::string CureOf(const std::filesystem::path &file, const ProducerVisit &visit
 /// A file that no loader takes; nothing when it is a library for this machine.
 std::optional<Finding> WhyNoLibrary(const std::filesystem::path &file)
 {
-    std::error_code ignored;
     const auto elf = ReadElfFile(file);
     if (!elf)
     {
-        return ProducerFinding(Level::Broken, file,
-                               std::filesystem::exists(file, ignored)
-                                   ? "is no shared library, or cannot be read"
-                                   : "does not exist",
+        return ProducerFinding(Level::Broken, file, "is no shared library, or cannot be read",
                                "copy the producer again; was it cut, or is it a Windows file?");
     }
     if (!elf->isOfThisMachine)
@@ -87,7 +98,8 @@ std::optional<Finding> WhyNoLibrary(const std::filesystem::path &file)
     return std::nullopt;
 }
 
-Finding FindingOf(const std::filesystem::path &file, const ProducerVisit &visit)
+Finding FindingOf(const Surroundings &surroundings, const std::filesystem::path &file,
+                  const ProducerVisit &visit)
 {
     if (!visit.missing.empty())
     {
@@ -97,7 +109,7 @@ Finding FindingOf(const std::filesystem::path &file, const ProducerVisit &visit)
     if (!visit.problem.empty())
     {
         return ProducerFinding(Level::Broken, file, fmt::format("{}: {}", visit.call, visit.problem),
-                               CureOf(file, visit));
+                               CureOf(surroundings, file, visit));
     }
     if (visit.devices.empty())
     {
@@ -151,6 +163,18 @@ void AddDuplicates(const Listings &listings, Findings &findings)
 
 } // namespace
 
+Findings ProbeNamedProducer(const Surroundings &surroundings)
+{
+    std::error_code ignored;
+    if (surroundings.producer.empty() || std::filesystem::is_regular_file(surroundings.producer, ignored))
+    {
+        return {};
+    }
+    const bool isFolder = std::filesystem::is_directory(surroundings.producer, ignored);
+    return {ProducerFinding(Level::Broken, surroundings.producer, isFolder ? "is a folder" : "does not exist",
+                            "correct --producer: it names the .cti of a producer")};
+}
+
 Findings ProbeProducers(const Surroundings &surroundings)
 {
     Findings findings;
@@ -163,7 +187,7 @@ Findings ProbeProducers(const Surroundings &surroundings)
             continue;
         }
         const auto visit = surroundings.visit(file);
-        findings.push_back(FindingOf(file, visit));
+        findings.push_back(FindingOf(surroundings, file, visit));
         AddListings(listings, file, visit);
     }
     AddDuplicates(listings, findings);

@@ -87,12 +87,9 @@ private:
 
     void VisitInterfaces(TL_HANDLE system)
     {
-        uint32_t count = 0;
-        if (!Succeeds(m_calls.TLUpdateInterfaceList(system, nullptr, listLimitMs)) ||
-            !Succeeds(m_calls.TLGetNumInterfaces(system, &count)))
-        {
-            return;
-        }
+        const auto count =
+            CountOf(m_calls.TLUpdateInterfaceList(system, nullptr, listLimitMs),
+                    [&](uint32_t *number) { return m_calls.TLGetNumInterfaces(system, number); });
         for (uint32_t i = 0; i < count; ++i)
         {
             const auto id = TextOf([&](char *text, size_t *size)
@@ -108,12 +105,9 @@ private:
 
     void VisitDevices(IF_HANDLE interface)
     {
-        uint32_t count = 0;
-        if (!Succeeds(m_calls.IFUpdateDeviceList(interface, nullptr, listLimitMs)) ||
-            !Succeeds(m_calls.IFGetNumDevices(interface, &count)))
-        {
-            return;
-        }
+        const auto count =
+            CountOf(m_calls.IFUpdateDeviceList(interface, nullptr, listLimitMs),
+                    [&](uint32_t *number) { return m_calls.IFGetNumDevices(interface, number); });
         for (uint32_t i = 0; i < count; ++i)
         {
             const auto id = TextOf([&](char *text, size_t *size)
@@ -126,6 +120,14 @@ private:
             };
             m_send({{"model", info(DEVICE_INFO_MODEL)}, {"serial", info(DEVICE_INFO_SERIAL_NUMBER)}});
         }
+    }
+
+    /// The length of a list; 0 when its update failed, or cannot be counted.
+    template <typename Function>
+    uint32_t CountOf(GC_ERROR update, Function function)
+    {
+        uint32_t count = 0;
+        return Succeeds(update) && Succeeds(function(&count)) ? count : 0;
     }
 
     Calls &m_calls;

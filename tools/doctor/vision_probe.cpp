@@ -1,4 +1,3 @@
-#include "doctor/doctor.h"
 #include "doctor/own_producers.h"
 #include "findings/elf_file.h"
 
@@ -95,15 +94,8 @@ Finding ProbeFor(const Surroundings &surroundings, const fs::path &producer, con
 
 Findings ProbeVisionLibrary(const Surroundings &surroundings)
 {
-    Findings findings;
-    for (const auto &file : ProducersIn(surroundings))
-    {
-        if (const auto *const producer = OwnProducerOf(file))
-        {
-            findings.push_back(ProbeFor(surroundings, file, *producer));
-        }
-    }
-    return findings;
+    return ProbeOwnProducers(surroundings, [&](const fs::path &file, const OwnProducer &producer)
+                             { return ProbeFor(surroundings, file, producer); });
 }
 
 } // namespace gentlctl

@@ -54,17 +54,18 @@ std::string MachineName(int machine)
     }
 }
 
+size_t EntriesIn(const Elf_Data *data, const GElf_Shdr &header)
+{
+    return data != nullptr && header.sh_entsize != 0 ? header.sh_size / header.sh_entsize : 0;
+}
+
 void AddExports(Elf *elf, Elf_Scn *section, const GElf_Shdr &header, std::vector<std::string> &exports)
 {
     auto *const data = elf_getdata(section, nullptr);
-    const size_t count = data != nullptr && header.sh_entsize != 0 ? header.sh_size / header.sh_entsize : 0;
-    for (size_t i = 0; i < count; ++i)
+    const auto count = static_cast<int>(EntriesIn(data, header));
+    GElf_Sym symbol{};
+    for (int i = 0; i < count && gelf_getsym(data, i, &symbol) != nullptr; ++i)
     {
-        GElf_Sym symbol{};
-        if (gelf_getsym(data, static_cast<int>(i), &symbol) == nullptr)
-        {
-            return;
-        }
         const auto *const name = elf_strptr(elf, header.sh_link, symbol.st_name);
         if (symbol.st_shndx != SHN_UNDEF && name != nullptr && *name != '\0')
         {
@@ -73,25 +74,17 @@ void AddExports(Elf *elf, Elf_Scn *section, const GElf_Shdr &header, std::vector
     }
 }
 
-std::string RunPathIn(Elf *elf, Elf_Scn *section, const GElf_Shdr &header)
+void ReadRunPath(Elf *elf, Elf_Scn *section, const GElf_Shdr &header, std::string &runPath)
 {
     auto *const data = elf_getdata(section, nullptr);
-    const size_t count = data != nullptr && header.sh_entsize != 0 ? header.sh_size / header.sh_entsize : 0;
-    for (size_t i = 0; i < count; ++i)
+    const auto count = static_cast<int>(EntriesIn(data, header));
+    GElf_Dyn entry{};
+    for (int i = 0; i < count && runPath.empty() && gelf_getdyn(data, i, &entry) != nullptr; ++i)
     {
-        GElf_Dyn entry{};
-        if (gelf_getdyn(data, static_cast<int>(i), &entry) == nullptr)
-        {
-            break;
-        }
         const bool isPath = entry.d_tag == DT_RUNPATH || entry.d_tag == DT_RPATH;
         const auto *const text = isPath ? elf_strptr(elf, header.sh_link, entry.d_un.d_val) : nullptr;
-        if (text != nullptr)
-        {
-            return text;
-        }
+        runPath = text != nullptr ? text : "";
     }
-    return {};
 }
 
 } // namespace
@@ -129,7 +122,7 @@ std::optional<ElfFile> ReadElfFile(const std::filesystem::path &file)
         }
         else if (sectionHeader.sh_type == SHT_DYNAMIC)
         {
-            result.runPath = RunPathIn(elf.get(), section, sectionHeader);
+            ReadRunPath(elf.get(), section, sectionHeader, result.runPath);
         }
     }
     return result;

@@ -12,10 +12,11 @@ namespace
 {
 
 /// In the order of Level.
-constexpr std::array<std::string_view, 4> levelNames{"fine", "not checked", "will hurt", "broken"};
+constexpr std::array<std::string_view, 5> levelNames{"fine", "advice", "not checked", "will hurt", "broken"};
 
 /// In the order of a report.
-constexpr std::array<Level, 4> reportOrder{Level::Broken, Level::WillHurt, Level::NotChecked, Level::Fine};
+constexpr std::array<Level, 5> reportOrder{Level::Broken, Level::WillHurt, Level::NotChecked, Level::Advice,
+                                           Level::Fine};
 
 size_t CountOf(const Findings &findings, Level level)
 {

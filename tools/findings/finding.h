@@ -13,6 +13,7 @@ namespace gentlctl
 enum class Level : uint8_t
 {
     Fine,
+    Advice,     ///< nothing is wrong; some setups run better with what it says
     NotChecked, ///< what it needs was not there
     WillHurt,   ///< works, but not for everyone or not always
     Broken,
@@ -31,7 +32,8 @@ struct Finding
 
 using Findings = std::vector<Finding>;
 
-/// The level as it is written in reports: "fine", "not checked", "will hurt", "broken".
+/// The level as it is written in reports: "fine", "advice", "not checked", "will hurt",
+/// "broken".
 std::string LevelName(Level level);
 
 /// The worst level; fine when there is no finding.

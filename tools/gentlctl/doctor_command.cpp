@@ -10,14 +10,6 @@ namespace gentlctl
 namespace
 {
 
-/// The exit status when something hurts and nothing is broken.
-constexpr int hurts = 3;
-
-int StatusOf(Level worst)
-{
-    return worst == Level::Broken ? failed : worst == Level::WillHurt ? hurts : success;
-}
-
 int Doctor(const CommonOptions &options)
 {
     const auto findings = Examine(OwnSurroundings(options.producer));
@@ -29,7 +21,7 @@ int Doctor(const CommonOptions &options)
     {
         Print("{}", ReportText(findings));
     }
-    return StatusOf(WorstOf(findings));
+    return ExitStatusOf(findings);
 }
 
 } // namespace
@@ -39,7 +31,7 @@ void DeclareDoctor(Commands &commands)
     auto &command = commands.AddWithoutProducer(
         "doctor", "Look for what keeps cameras from working on this machine", Doctor);
     command.footer(
-        "Exit status: 0 all is fine, 3 something will hurt, 1 something is broken. With --producer it "
+        "Exit status: 0 nothing is wrong, 3 something will hurt, 1 something is broken. With --producer it "
         "looks at that producer, too.");
 }
 

@@ -44,13 +44,38 @@ void Announce(const EventMonitor &monitor)
     }
 }
 
+using Clock = std::chrono::steady_clock;
+
+Clock::time_point EndOf(const std::string &duration)
+{
+    const auto limit = duration.empty()
+                           ? std::chrono::hours(24 * 365)
+                           : std::chrono::duration_cast<Clock::duration>(ParseDuration(duration));
+    return Clock::now() + limit;
+}
+
+/// Prints events as they come.
+/// @return how many
+uint64_t PrintEvents(EventMonitor &monitor, Clock::time_point until, uint64_t most, bool isJson)
+{
+    uint64_t shown = 0;
+    while (most == 0 || shown < most)
+    {
+        const auto event = monitor.Next(until);
+        if (!event)
+        {
+            break;
+        }
+        Print("{}\n", isJson ? ToJson(*event).dump() : InWords(*event));
+        FlushOutput();
+        ++shown;
+    }
+    return shown;
+}
+
 int ShowEvents(const CommonOptions &options, const EventsOptions &command)
 {
-    using Clock = std::chrono::steady_clock;
-    const auto until =
-        command.duration.empty()
-            ? Clock::now() + std::chrono::hours(24 * 365)
-            : Clock::now() + std::chrono::duration_cast<Clock::duration>(ParseDuration(command.duration));
+    const auto until = EndOf(command.duration);
     const Interrupt interrupt;
     Producer producer(options.producer);
     OpenDevice device(producer, options.device);
@@ -64,18 +89,7 @@ int ShowEvents(const CommonOptions &options, const EventsOptions &command)
     {
         drain.emplace(producer.Calls(), device.Stream(), remote);
     }
-    uint64_t shown = 0;
-    while (command.count == 0 || shown < command.count)
-    {
-        const auto event = monitor.Next(until);
-        if (!event)
-        {
-            break;
-        }
-        Print("{}\n", options.json ? ToJson(*event).dump() : InWords(*event));
-        FlushOutput();
-        ++shown;
-    }
+    const auto shown = PrintEvents(monitor, until, command.count, options.json);
     if (interrupt.Signal() != 0)
     {
         return killed + interrupt.Signal();

@@ -1,7 +1,5 @@
 #include "gentlctl/frame_drain.h"
 
-#include "utils/gentl_exception.h"
-
 #include <exception>
 
 namespace gentlctl
@@ -28,20 +26,20 @@ FrameDrain::~FrameDrain()
 void FrameDrain::Run()
 {
     constexpr uint64_t longestWait = 100; // ms until an end is seen
-    while (!m_ends)
+    try
     {
-        try
+        while (!m_ends)
         {
-            m_stream.QueueAgain(m_stream.NextBuffer(longestWait));
+            // None in time: the device may wait for a trigger.
+            if (auto *const buffer = m_stream.TryNextBuffer(longestWait))
+            {
+                m_stream.QueueAgain(buffer);
+            }
         }
-        catch (const GenTL::internal::GenTLException &)
-        {
-            return; // the device is gone, as its events tell
-        }
-        catch (const std::exception &) // NOLINT(bugprone-empty-catch)
-        {
-            // No frame in time: the device may wait for a trigger.
-        }
+    }
+    catch (const std::exception &) // NOLINT(bugprone-empty-catch)
+    {
+        // The device is gone, as its events tell.
     }
 }
 

@@ -1,11 +1,15 @@
 #include "gentlctl/soak.h"
 
+#include "consumer/device.h"
+#include "consumer/features.h"
+#include "consumer/producer.h"
 #include "consumer/stop_orders.h"
 #include "gentlctl/interrupt.h"
 
 #include <fmt/format.h>
 
 #include <optional>
+#include <span>
 #include <stdexcept>
 
 namespace gentlctl
@@ -96,17 +100,24 @@ private:
     {
         OpenDevice device(producer, m_device);
         const Features remote(device.PortOf("remote"));
-        SteppedStream stream(producer, device, remote);
-        for (const auto step : order.start)
-        {
-            stream.Take(step);
-        }
+        SteppedStream stream(producer.Calls(), device.DeviceHandle(), remote, buffersOfConsumers);
+        TakeAll(stream, order.start);
         for (uint64_t i = 0; i < m_options.frames; ++i)
         {
             stream.TakeFrame(m_options.timeoutMs);
             ++m_report.frames;
         }
-        for (const auto step : order.stop)
+        TakeAll(stream, order.stop);
+        TakeAll(stream, order.end);
+        if (order.closesDeviceFirst)
+        {
+            device.Close();
+        }
+    }
+
+    static void TakeAll(SteppedStream &stream, std::span<const StreamStep> steps)
+    {
+        for (const auto step : steps)
         {
             stream.Take(step);
         }

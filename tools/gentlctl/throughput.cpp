@@ -2,6 +2,7 @@
 
 #include "consumer/device.h"
 #include "consumer/features.h"
+#include "consumer/frame_cost.h"
 #include "consumer/stream.h"
 #include "gentlctl/clock_relation.h"
 #include "gentlctl/interrupt.h"
@@ -9,8 +10,6 @@
 #include <fmt/format.h>
 
 #include <chrono>
-#include <cstring>
-#include <ctime>
 #include <filesystem>
 
 namespace gentlctl
@@ -22,27 +21,6 @@ namespace
 {
 
 using Clock = std::chrono::steady_clock;
-
-double CpuSeconds()
-{
-    timespec time{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
-    constexpr double nano = 1e-9;
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * nano;
-}
-
-/// Reads each byte once. The caller uses the sum, so that the compiler keeps the reads.
-uint64_t SumOf(const uint8_t *bytes, size_t size)
-{
-    uint64_t sum = 0;
-    for (size_t done = 0; done + sizeof sum <= size; done += sizeof sum)
-    {
-        uint64_t word = 0;
-        std::memcpy(&word, bytes + done, sizeof word);
-        sum += word;
-    }
-    return sum;
-}
 
 /// The measurements of a producer.
 struct Samples
