@@ -47,6 +47,19 @@ TEST(RecordAndReplay, ShowTheSameCamera)
 
 TEST(RecordAndReplay, TellWhatIsWrong)
 {
+TEST(RecordAndReplay, PassByTheProducersOfThePathVariable)
+{
+    const Folder folder;
+    const auto mono = (folder.Path() / "mono").string();
+    EXPECT_EQ(JsonOf("record -d OVRA-M1 -n 1 -o " + mono + small)["recorded"], 1);
+    const auto other = (folder.Path() / "other.cti").string();
+    std::ofstream(other) << "no library";
+    EXPECT_NE(Gentlctl("list", "2>&1", "GENICAM_GENTL64_PATH=" + other + " ").status, 0);
+    const auto replayed = Gentlctl("replay " + mono, "2>&1", "GENICAM_GENTL64_PATH=" + other + " ");
+    EXPECT_EQ(replayed.status, 0) << replayed.output;
+    EXPECT_NE(replayed.output.find("    SIM-SIM0002  QVR OVRA-M1"), std::string::npos) << replayed.output;
+}
+
     const Folder folder;
     const auto mono = (folder.Path() / "mono").string();
     EXPECT_EQ(JsonOf("record -d OVRA-M1 -n 1 -o " + mono + small)["recorded"], 1);

@@ -73,8 +73,8 @@ private:
     int m_status = success;
 };
 
-/// The producer of a command: what the user named, else the first of all. Tells a user at a terminal which
-/// one is taken where there are several.
+/// The producer of a command: what the user named, else that of ChooseProducer, with its note on standard
+/// error.
 /// @throws std::runtime_error there is none
 std::string ProducerFor(const std::string &named);
 
