@@ -192,6 +192,19 @@ TEST(Gentlctl, TellsAllAboutAFeature)
     EXPECT_TRUE(depth["ComponentEnable"].contains("description")) << depth;
 }
 
+TEST(Gentlctl, TellsWhatLocksAFeatureAndWhatSelectsIt)
+{
+    const auto open = Gentlctl("get -l Width -d OVRA-M1").output;
+    EXPECT_NE(open.find("    access       read and write\n"), std::string::npos) << open;
+    EXPECT_NE(open.find("    locked by    ParametersLocked, not now\n"), std::string::npos) << open;
+    const auto locked = Gentlctl("get -l Width -d OVRA-M1 -s TLParamsLocked=1").output;
+    EXPECT_NE(locked.find("    access       read only\n"), std::string::npos) << locked;
+    EXPECT_NE(locked.find("    locked by    ParametersLocked, now\n"), std::string::npos) << locked;
+    const auto chunks = Gentlctl("get -l ChunkSelector ChunkEnable -d OVRA-M1").output;
+    EXPECT_NE(chunks.find("    selects      ChunkEnable\n"), std::string::npos) << chunks;
+    EXPECT_NE(chunks.find("    selected by  ChunkSelector\n"), std::string::npos) << chunks;
+}
+
 TEST(Gentlctl, ExecutesACommandByItsName)
 {
     const auto run = Gentlctl("get -d OVRA-M1 -s TimestampLatch TimestampLatchValue");
