@@ -1,10 +1,12 @@
 #include "gentlctl/command.h"
 
 #include "consumer/producer_files.h"
+#include "gentlctl/durations.h"
 #include "gentlctl/standard_output.h"
 
 #include <fmt/format.h>
 
+#include <stdexcept>
 #include <utility>
 
 namespace gentlctl
@@ -86,6 +88,27 @@ void AddModule(CLI::App &command, std::string &module, const std::vector<std::st
     command.add_option("-m,--module", module, description)
         ->check(CLI::IsMember(choice))
         ->capture_default_str();
+}
+
+void AddDuration(CLI::App &command, const std::string &description,
+                 const std::function<void(std::chrono::nanoseconds)> &take)
+{
+    command
+        .add_option_function<std::string>(
+            "--duration",
+            [take](const std::string &text)
+            {
+                try
+                {
+                    take(ParseDuration(text));
+                }
+                catch (const std::runtime_error &error)
+                {
+                    throw CLI::ValidationError("--duration", error.what());
+                }
+            },
+            description)
+        ->type_name("TIME");
 }
 
 void AddSettingsFile(CLI::App &command, std::string &file)

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -82,6 +83,10 @@ std::string ProducerFor(const std::string &named);
 /// @param module takes the choice; its value is the default
 void AddModule(CLI::App &command, std::string &module, const std::vector<std::string> &choice,
                const std::string &description);
+
+/// Declares `--duration`, a time span as of ParseDuration.
+void AddDuration(CLI::App &command, const std::string &description,
+                 const std::function<void(std::chrono::nanoseconds)> &take);
 
 /// Declares `--settings`.
 void AddSettingsFile(CLI::App &command, std::string &file);
