@@ -202,10 +202,11 @@ class Features:
 
 
 class Frame:
-    """A frame. Its images are views of the buffer: they hold until the loop asks for the next frame."""
+    """A frame. `data` has all bytes. They and the images are views of the buffer, which hold until the loop asks for
+    the next frame."""
 
     def __init__(self, producer, stream, buffer, memory):
-        self._memory = memory
+        self.data = memory
         answers = {name: producer.info("DSGetBufferInfo", stream, buffer, command, default=0)
                    for name, command in BUFFER_INFO.items()}
         self.id = answers["id"]
@@ -215,29 +216,32 @@ class Frame:
             parts = producer.number("DSGetNumBufferParts", stream, buffer)
         except Error:  # the camera sends plain images
             parts = 0
-        if parts == 0:
-            self.images = [self._view(answers, answers["offset"])]
-            return
-        self.images = []
+        self._places = [(answers, answers["offset"])] if parts == 0 else []
         for index in range(parts):
             part = {name: producer.info("DSGetBufferPartInfo", stream, buffer, index, command, default=0)
                     for name, command in PART_INFO.items()}
-            self.images.append(self._view(part, part["base"] - memory.ctypes.data))
+            self._places.append((part, part["base"] - memory.ctypes.data))
 
     @property
     def image(self):
-        return self.images[0]
+        """The first image. `data` has the bytes of a frame that is none, or whose format is packed."""
+        return self._view(*self._places[0])
+
+    @property
+    def images(self):
+        return [self._view(*place) for place in self._places]
 
     def _view(self, answers, offset):
-        """The pixels as (height, width) or (height, width, samples); the bytes of packed formats."""
+        """The pixels as (height, width) or (height, width, samples)."""
         code = answers["format"]
         layout = LAYOUTS.get((code >> 24, code >> 16 & 0xFF))
         if layout is None:
-            return self._memory[offset:]
+            raise Error(f"A pixel of the format 0x{code:08X} has {code >> 16 & 0xFF} bits, which no array has: set "
+                        "PixelFormat to an unpacked format, or take frame.data")
         kind, samples = numpy.dtype(layout[0]), layout[1]
         pixel = kind.itemsize * samples
         row = answers["width"] * pixel + answers["padding"]
-        image = numpy.ndarray((answers["height"], answers["width"], samples), kind, self._memory.data, offset,
+        image = numpy.ndarray((answers["height"], answers["width"], samples), kind, self.data.data, offset,
                               (row, pixel, kind.itemsize))
         return image if samples > 1 else image[:, :, 0]
 
@@ -298,18 +302,21 @@ class Camera:
     def _open(self, wanted):
         """Tries the cameras one after the other. close() undoes the openings, the last one first."""
         system = self._keep("TLClose", self._producer.handle("TLOpen"))
-        reasons = []
+        reasons, known = [], []
         for name in self._names("TLUpdateInterfaceList", "TLGetNumInterfaces", "TLGetInterfaceID", system):
             interface = self._keep("IFClose", self._producer.handle("TLOpenInterface", system, name.encode()))
             for device in self._names("IFUpdateDeviceList", "IFGetNumDevices", "IFGetDeviceID", interface):
-                if wanted is None or wanted in self._titles(interface, device):
+                titles = self._titles(interface, device)
+                known.append(f"{device} ({titles[1]})")
+                if wanted is None or wanted in titles:
                     try:
                         return self._open_device(interface, device)
                     except Error as error:
                         self._close_all_but(3)
                         reasons.append(str(error))
             self._close_all_but(2)
-        raise Error("\n".join(reasons) or f"{self._producer.path}: no camera {wanted or ''} found")
+        raise Error("\n".join(reasons) or f"{self._producer.path}: no camera {wanted or ''} found; there is "
+                    f"{', '.join(known) or 'none'}")
 
     def _open_device(self, interface, name):
         self.name = name

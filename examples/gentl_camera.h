@@ -323,10 +323,18 @@ public:
     uint64_t Format() const { return Info<uint64_t>(GenTL::BUFFER_INFO_PIXELFORMAT); }
     bool IsIncomplete() const { return Info<GenTL::bool8_t>(GenTL::BUFFER_INFO_IS_INCOMPLETE) != 0; }
 
-    /// Width * Height pixels, without a copy; std::array<float, 3> for a grid of points.
+    /// Width * Height pixels, without a copy; std::array<float, 3> for a grid of points. Throws when a pixel
+    /// of this format has another size, as those of all packed formats have.
     template <typename Pixel>
     std::span<const Pixel> Pixels() const
     {
+        const auto bits = Format() >> 16 & 0xFF;
+        if (bits != sizeof(Pixel) * 8)
+        {
+            throw std::runtime_error("The pixels of this frame have " + std::to_string(bits) +
+                                     " bits, and not the " + std::to_string(sizeof(Pixel) * 8) +
+                                     " of the type asked for: set PixelFormat, or take another type");
+        }
         return {static_cast<const Pixel *>(Info<void *>(GenTL::BUFFER_INFO_BASE)), Width() * Height()};
     }
 
@@ -410,6 +418,7 @@ private:
     void Open(const std::string &wanted)
     {
         std::string reasons;
+        std::string known;
         uint32_t count = 0;
         GENTL_CALL(m_producer, TLUpdateInterfaceList, m_system, nullptr, uint64_t{1000});
         GENTL_CALL(m_producer, TLGetNumInterfaces, m_system, &count);
@@ -421,16 +430,19 @@ private:
             GENTL_CALL(m_producer, TLGetInterfaceID, m_system, i, id, &size);
             GENTL_CALL(m_producer, TLOpenInterface, m_system, id, &interface);
             m_closing.push_back([this, interface] { GENTL_CALL(m_producer, IFClose, interface); });
-            if (OpenOn(interface, wanted, reasons))
+            if (OpenOn(interface, wanted, reasons, known))
             {
                 return;
             }
             CloseAllBut(1);
         }
-        throw std::runtime_error(reasons.empty() ? "No camera " + wanted + " found" : reasons);
+        throw std::runtime_error(!reasons.empty() ? reasons
+                                                  : "No camera " + wanted + " found; there is " +
+                                                        (known.empty() ? "none" : known));
     }
 
-    bool OpenOn(GenTL::IF_HANDLE interface, const std::string &wanted, std::string &reasons)
+    bool OpenOn(GenTL::IF_HANDLE interface, const std::string &wanted, std::string &reasons,
+                std::string &known)
     {
         uint32_t count = 0;
         GENTL_CALL(m_producer, IFUpdateDeviceList, interface, nullptr, uint64_t{1000});
@@ -440,7 +452,9 @@ private:
             Id id = "";
             size_t size = sizeof id;
             GENTL_CALL(m_producer, IFGetDeviceID, interface, i, id, &size);
-            if (!wanted.empty() && wanted != id && wanted != Model(interface, id))
+            const auto model = wanted.empty() ? std::string() : Model(interface, id);
+            known += (known.empty() ? "" : ", ") + std::string(id) + " (" + model + ")";
+            if (!wanted.empty() && wanted != id && wanted != model)
             {
                 continue;
             }

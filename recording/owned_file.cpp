@@ -109,7 +109,8 @@ void OwnedFile::Trim(uint64_t size)
 
 void OwnedFile::Fail(const char *what) const
 {
-    throw Error("{} {}: {}", m_path.string(), what, std::strerror(errno));
+    const bool isFull = errno == ENOSPC || errno == EDQUOT;
+    throw Error("{} {}: {}", m_path.string(), what, isFull ? "the disk is full" : std::strerror(errno));
 }
 
 } // namespace recording

@@ -5,6 +5,8 @@
 #include "recording/file_names.h"
 #include "recording/frame_bytes.h"
 
+#include <utility>
+
 namespace recording
 {
 
@@ -16,25 +18,6 @@ namespace
 /// Room that is made on the disk at once.
 constexpr uint64_t reserveStep = uint64_t{256} << 20U;
 
-/// The folder, which is made if it is not there.
-fs::path Prepared(const fs::path &folder)
-{
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (!fs::is_directory(folder))
-    {
-        throw Error("{} cannot be made: {}", folder.string(), error.message());
-    }
-    for (const auto *name : {deviceFile, dataFile, indexFile})
-    {
-        if (fs::exists(folder / name))
-        {
-            throw Error("{} holds a recording already; name another folder", folder.string());
-        }
-    }
-    return folder;
-}
-
 template <typename Record>
 std::string_view BytesOf(const Record &record)
 {
@@ -43,9 +26,55 @@ std::string_view BytesOf(const Record &record)
 
 } // namespace
 
+FirstFiles::FirstFiles(fs::path folder) : m_folder(std::move(folder))
+{
+    for (const auto *name : {deviceFile, dataFile, indexFile})
+    {
+        if (fs::exists(m_folder / name))
+        {
+            throw Error("{} holds a recording already; name another folder", m_folder.string());
+        }
+    }
+    MakeFolder(m_folder);
+}
+
+FirstFiles::~FirstFiles()
+{
+    while (!m_isKept && !m_made.empty())
+    {
+        std::error_code ignored; // a folder may have other files
+        fs::remove(m_made.back(), ignored);
+        m_made.pop_back();
+    }
+}
+
+fs::path FirstFiles::Add(const std::string &name)
+{
+    auto file = m_folder / name;
+    MakeFolder(file.parent_path());
+    if (!fs::exists(fs::symlink_status(file))) // else it is somebody's, and opening it will fail
+    {
+        m_made.push_back(file);
+    }
+    return file;
+}
+
+void FirstFiles::MakeFolder(const fs::path &folder)
+{
+    std::error_code error;
+    if (fs::create_directories(folder, error))
+    {
+        m_made.push_back(folder);
+    }
+    if (!fs::is_directory(folder))
+    {
+        throw Error("{} cannot be made: {}", folder.string(), error.message());
+    }
+}
+
 RecordingWriter::RecordingWriter(const fs::path &folder, const DeviceRecord &device)
-    : m_folder(Prepared(folder)), m_data(m_folder / dataFile, OwnedFile::For::Writing),
-      m_index(m_folder / indexFile, OwnedFile::For::Writing)
+    : m_files(folder), m_data(m_files.Add(dataFile), OwnedFile::For::Writing),
+      m_index(m_files.Add(indexFile), OwnedFile::For::Writing)
 {
     AddFile(DescriptionFile(device), device.description);
     for (const auto &file : device.registers.fileAccess.files)
@@ -60,9 +89,7 @@ RecordingWriter::RecordingWriter(const fs::path &folder, const DeviceRecord &dev
 
 void RecordingWriter::AddFile(const std::string &name, std::string_view content)
 {
-    const auto path = m_folder / name;
-    fs::create_directories(path.parent_path());
-    OwnedFile(path, OwnedFile::For::Writing).Write(0, content.data(), content.size());
+    OwnedFile(m_files.Add(name), OwnedFile::For::Writing).Write(0, content.data(), content.size());
 }
 
 void RecordingWriter::Append(const FrameRecord &record, std::span<const uint8_t> bytes)
@@ -79,6 +106,7 @@ void RecordingWriter::Append(const FrameRecord &record, std::span<const uint8_t>
     AppendEntry(frameEntry, std::string(BytesOf(place)) + ToBytes(record));
     m_end.dataSize = end;
     ++m_end.frames;
+    m_files.Keep();
 }
 
 void RecordingWriter::AppendEntry(uint32_t kind, std::string_view bytes)
@@ -96,6 +124,7 @@ void RecordingWriter::Finish(uint64_t lost, uint64_t unwritten)
     m_end.lost = lost;
     m_end.unwritten = unwritten;
     AppendEntry(endEntry, BytesOf(m_end));
+    m_files.Keep();
 }
 
 } // namespace recording

@@ -77,5 +77,17 @@ class Groups(unittest.TestCase):
                                     'src/a.cpp: "A new text" has no group'])
 
 
+class Page(unittest.TestCase):
+    def test_has_no_cause_for_whatever_is_left(self):
+        groups = error_list.read_groups(error_list.GROUPS.read_text())
+        patterns = [member for group in groups for member in group.members if member.startswith("@")]
+        self.assertTrue(patterns)
+        self.assertEqual([pattern for pattern in patterns if pattern.startswith("@tools/") and "*" in pattern], [])
+
+    def test_has_one_cause_for_each_text(self):
+        named = [member for group in error_list.read_groups(error_list.GROUPS.read_text()) for member in group.members]
+        self.assertEqual([member for member in set(named) if named.count(member) > 1], [])
+
+
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1])

@@ -39,10 +39,12 @@ class Images(unittest.TestCase):
             with self.subTest(device=device, format=pixel_format):
                 self.assertEqual(first_frame(device, shape, PixelFormat=pixel_format), layout)
 
-    def test_of_packed_formats_are_bytes(self):
-        (count,), kind = first_frame("OVRA-M1", shape, PixelFormat="Mono12p")
-        self.assertGreaterEqual(count, 1280 * 1024 * 3 // 2)
-        self.assertEqual(kind, numpy.uint8)
+    def test_are_none_of_packed_formats(self):
+        with self.assertRaisesRegex(gentl.Error, "0x010C0047 has 12 bits, .* unpacked format, or take frame.data"):
+            first_frame("OVRA-M1", shape, PixelFormat="Mono12p")
+        data = first_frame("OVRA-M1", lambda frame: frame.data.copy(), PixelFormat="Mono12p")
+        self.assertGreaterEqual(data.size, 1280 * 1024 * 3 // 2)
+        self.assertEqual(data.dtype, numpy.uint8)
 
     def test_hold_the_pixels_of_their_frame(self):
         with gentl.Camera("OVRA-F1") as camera:
@@ -90,7 +92,8 @@ class Cameras(unittest.TestCase):
                 self.assertEqual(frame.image.shape[1], 64)
 
     def test_that_are_missing_are_named(self):
-        with self.assertRaisesRegex(gentl.Error, "no camera OVRA-X9 found"):
+        there = r"no camera OVRA-X9 found; there is SIM-SIM0001 \(OVRA-M5\), .*SIM-SIM0007 \(OVRA-D1\)$"
+        with self.assertRaisesRegex(gentl.Error, there):
             gentl.Camera("OVRA-X9")
 
     def test_tell_that_they_are_open_elsewhere(self):
@@ -139,6 +142,20 @@ class Programs(unittest.TestCase):
     def test_in_cpp(self):
         self.assertEqual(self.run_program(f"{PROGRAMS}/example_grab", "OVRA-M1").count("1280 x 1024, mean 1"), 10)
         self.check_points(self.run_program(f"{PROGRAMS}/example_points"))
+
+    def test_in_cpp_name_the_cameras_that_there_are(self):
+        self.assertRegex(self.failure(f"{PROGRAMS}/example_grab", "OVRA-X9"),
+                         r"^grab: No camera OVRA-X9 found; there is SIM-SIM0001 \(OVRA-M5\), .*\(OVRA-D1\)$")
+
+    def test_in_cpp_take_pixels_of_the_format_alone(self):
+        self.assertEqual(self.failure(f"{PROGRAMS}/example_grab", "OVRA-D1"),
+                         "grab: The pixels of this frame have 96 bits, and not the 8 of the type asked for: set "
+                         "PixelFormat, or take another type\n")
+
+    def failure(self, *command):
+        done = subprocess.run(command, capture_output=True, text=True, timeout=60, check=False)
+        self.assertEqual(done.returncode, 1, done)
+        return done.stderr
 
     def test_in_c(self):
         grabbed = self.run_program(f"{PROGRAMS}/example_grab_c").splitlines()

@@ -115,6 +115,12 @@ TEST_F(Recording, WithoutFramesIsOne)
     EXPECT_EQ(RecordingReader(m_folder).Frames(), 0U);
 }
 
+TEST_F(Recording, ThatEndsBeforeItsFirstFrameLeavesNothing)
+{
+    RecordingWriter(m_folder, MakeDevice()).AddFile("files/more/notes", "x");
+    EXPECT_FALSE(fs::exists(m_folder));
+}
+
 TEST_F(Recording, IsNeverOverwritten)
 {
     WriteAll();

@@ -321,6 +321,51 @@ TEST_F(FeaturesTest, AreDescribedWithTheirEntries)
                     {{"name", "On"}, {"value", 5}, {"available", false}}}));
 }
 
+TEST_F(FeaturesTest, AreDescribedWithTheirLocks)
+{
+    const auto features =
+        Open({"Width", "Height", "Free", "Odd", "TLParamsLocked"},
+             "<Integer Name=\"Width\"><pIsLocked>TLParamsLocked</pIsLocked><Value>64</Value></Integer>"
+             "<Integer Name=\"Height\"><pValue>HeightReg</pValue></Integer>"
+             "<IntReg Name=\"HeightReg\"><pIsLocked>Locked</pIsLocked><Address>0x20</Address><Length>1"
+             "</Length><AccessMode>RW</AccessMode><pPort>Device</pPort></IntReg>"
+             "<IntSwissKnife Name=\"Locked\"><pVariable Name=\"L\">TLParamsLocked</pVariable><Formula>L*2"
+             "</Formula></IntSwissKnife>"
+             "<Integer Name=\"Free\"><Value>1</Value></Integer>"
+             "<Integer Name=\"Odd\"><pIsLocked>Nowhere</pIsLocked><Value>1</Value></Integer>"
+             "<Integer Name=\"TLParamsLocked\"><Value>0</Value></Integer>");
+    const auto open = features.Values({}, Extent::Details);
+    EXPECT_EQ(open["Width"]["lockedBy"], "TLParamsLocked");
+    EXPECT_EQ(open["Width"]["locked"], false);
+    EXPECT_EQ(open["Width"]["access"], "RW");
+    EXPECT_EQ(open["Height"]["lockedBy"], "Locked");
+    EXPECT_FALSE(open["Free"].contains("lockedBy"));
+    EXPECT_EQ(open["Odd"]["lockedBy"], "Nowhere");
+    EXPECT_FALSE(open["Odd"].contains("locked")) << "nobody knows";
+    features.Set("TLParamsLocked", "1");
+    const auto closed = features.Values({"Width", "Height", "Free"}, Extent::Details);
+    EXPECT_EQ(closed["Width"]["locked"], true);
+    EXPECT_EQ(closed["Width"]["access"], "RO");
+    EXPECT_EQ(closed["Height"]["access"], "RO");
+    EXPECT_EQ(closed["Free"]["access"], "RW");
+}
+
+TEST_F(FeaturesTest, AreDescribedWithTheirSelectors)
+{
+    const auto features =
+        Open({"Slot", "Row", "Value", "Free"},
+             "<Integer Name=\"Slot\"><Value>0</Value><pSelected>Row</pSelected><pSelected>Value</pSelected>"
+             "</Integer><Integer Name=\"Row\"><Value>0</Value><pSelected>Value</pSelected></Integer>"
+             "<Integer Name=\"Value\"><Value>0</Value></Integer>"
+             "<Integer Name=\"Free\"><Value>0</Value></Integer>");
+    const auto details = features.Values({}, Extent::Details);
+    EXPECT_EQ(details["Slot"]["selects"], (Json{"Row", "Value"}));
+    EXPECT_EQ(details["Value"]["selectedBy"], (Json{"Slot", "Row"}));
+    EXPECT_EQ(details["Row"]["selectedBy"], Json{"Slot"});
+    EXPECT_FALSE(details["Slot"].contains("selectedBy"));
+    EXPECT_FALSE(details["Free"].contains("selects"));
+}
+
 TEST_F(FeaturesTest, AreDescribedWithoutAValue)
 {
     const auto features =

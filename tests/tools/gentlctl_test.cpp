@@ -1,7 +1,6 @@
 // The command-line consumer as a user runs it, with the producer and the simulator.
 
 #include "gentlctl_run.h"
-#include "support/environment_variable.h"
 
 #include <fcntl.h>
 #include <fmt/format.h>
@@ -154,11 +153,38 @@ TEST(Gentlctl, ListsTheDevicesOfEachProducer)
     EXPECT_EQ(run.status, 1);
     const auto json = Json::parse(run.output, nullptr, false);
     ASSERT_EQ(json.size(), 3U) << run.output;
-    EXPECT_EQ(json[0]["producer"], QVR_LIB_DIR "/qvr_proxygentl.cti");
-    EXPECT_EQ(json[0]["interfaces"].size(), 2U);
-    EXPECT_EQ(json[1]["producer"], broken);
-    EXPECT_NE(json[1]["error"].get<std::string>().find("Loading CTI"), std::string::npos) << json[1];
-    EXPECT_EQ(json[2]["interfaces"][0]["devices"][0]["id"], "SIM-SIM0001");
+    EXPECT_EQ(json[0]["producer"], broken);
+    EXPECT_NE(json[0]["error"].get<std::string>().find("Loading CTI"), std::string::npos) << json[0];
+    EXPECT_EQ(json[1]["interfaces"][0]["devices"][0]["id"], "SIM-SIM0001");
+    EXPECT_EQ(json[2]["producer"], QVR_LIB_DIR "/qvr_proxygentl.cti");
+    EXPECT_EQ(json[2]["interfaces"].size(), 2U);
+}
+
+TEST(Gentlctl, ListsTheNamedDeviceAlone)
+{
+    const auto listed = JsonOf("list -d ovra-m1");
+    ASSERT_EQ(listed.size(), 1U) << listed;
+    ASSERT_EQ(listed[0]["devices"].size(), 1U) << listed;
+    EXPECT_EQ(listed[0]["devices"][0]["id"], "SIM-SIM0002");
+    const auto run = Gentlctl("list -d OVRA-X9");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output.find("gentlctl: There is no device \"OVRA-X9\". Known: SIM-SIM0001 (OVRA-M5), "), 0U)
+        << run.output;
+}
+
+TEST(Gentlctl, ListsTheNamedDeviceOfEachProducer)
+{
+    const auto *const both = "GENICAM_GENTL64_PATH=" QVR_LIB_DIR "/anygentl ";
+    const auto run = Gentlctl("list --all -d SIM0002", "2>&1", both);
+    EXPECT_EQ(run.status, 0);
+    const std::string device = "    SIM-SIM0002  QVR OVRA-M1";
+    EXPECT_EQ(run.output.find(QVR_LIB_DIR "/anygentl/qvr_anygentl.cti\nSIM-GIGE-1  "), 0U) << run.output;
+    EXPECT_NE(run.output.find(device), run.output.rfind(device)) << run.output;
+    EXPECT_EQ(run.output.find("SIM-SIM0001"), std::string::npos) << run.output;
+    const auto none = Gentlctl("list --all -d OVRA-X9", "2>&1", both);
+    EXPECT_EQ(none.status, 1);
+    EXPECT_EQ(none.output,
+              "gentlctl: No producer lists a device \"OVRA-X9\"; `gentlctl list --all` shows all\n");
 }
 
 TEST(Gentlctl, TellsAllAboutAFeature)
@@ -174,6 +200,19 @@ TEST(Gentlctl, TellsAllAboutAFeature)
     const auto depth = JsonOf("get --long -d OVRA-D1 Scan3dOutputMode 'Component*'");
     EXPECT_EQ(depth["Scan3dOutputMode"]["entries"][0]["name"], "UncalibratedC");
     EXPECT_TRUE(depth["ComponentEnable"].contains("description")) << depth;
+}
+
+TEST(Gentlctl, TellsWhatLocksAFeatureAndWhatSelectsIt)
+{
+    const auto open = Gentlctl("get -l Width -d OVRA-M1").output;
+    EXPECT_NE(open.find("    access       read and write\n"), std::string::npos) << open;
+    EXPECT_NE(open.find("    locked by    ParametersLocked, not now\n"), std::string::npos) << open;
+    const auto locked = Gentlctl("get -l Width -d OVRA-M1 -s TLParamsLocked=1").output;
+    EXPECT_NE(locked.find("    access       read only\n"), std::string::npos) << locked;
+    EXPECT_NE(locked.find("    locked by    ParametersLocked, now\n"), std::string::npos) << locked;
+    const auto chunks = Gentlctl("get -l ChunkSelector ChunkEnable -d OVRA-M1").output;
+    EXPECT_NE(chunks.find("    selects      ChunkEnable\n"), std::string::npos) << chunks;
+    EXPECT_NE(chunks.find("    selected by  ChunkSelector\n"), std::string::npos) << chunks;
 }
 
 TEST(Gentlctl, ExecutesACommandByItsName)
@@ -205,13 +244,36 @@ TEST(Gentlctl, TellsItsVersion)
     EXPECT_EQ(Gentlctl("--version").output, "gentlctl " QVR_VERSION "\n");
 }
 
-TEST(Gentlctl, TellsAUserWhichProducerItTakes)
+/// The producer that is taken when these variables are set, as `info` tells it.
+std::string TakenWith(const std::string &variables, const std::string &arguments = "")
 {
-    const GenTL::internal::EnvironmentVariable path("GENICAM_GENTL64_PATH", QVR_LIB_DIR "/anygentl");
-    AtTerminal list("list");
-    EXPECT_TRUE(list.Shows("gentlctl: Takes " QVR_LIB_DIR "/qvr_proxygentl.cti, the first of 2 producers"));
-    EXPECT_EQ(list.End().status, 0);
-    EXPECT_EQ(Gentlctl("list").output.find("Takes"), std::string::npos) << "not at a terminal";
+    const auto run = Gentlctl(arguments + " info", "2> /dev/null", variables + " ");
+    const auto begin = run.output.find("/", run.output.find("TL_INFO_PATHNAME"));
+    return run.output.substr(begin, run.output.find('\n', begin) - begin);
+}
+
+TEST(Gentlctl, TakesTheProducerOfThePathVariable)
+{
+    const std::string any = QVR_LIB_DIR "/anygentl/qvr_anygentl.cti";
+    const std::string proxy = QVR_LIB_DIR "/qvr_proxygentl.cti";
+    EXPECT_EQ(TakenWith(""), proxy);
+    EXPECT_EQ(TakenWith("GENICAM_GENTL64_PATH=" QVR_LIB_DIR "/anygentl"), any);
+    EXPECT_EQ(TakenWith("GENICAM_GENTL64_PATH=" + any), any);
+    EXPECT_EQ(TakenWith("GENICAM_GENTL64_PATH=" QVR_LIB_DIR ":" + any), proxy);
+    EXPECT_EQ(TakenWith("GENICAM_GENTL64_PATH=" + any, "--producer " + proxy), proxy);
+    EXPECT_EQ(TakenWith("ANYGENTL_CTI_PATH=" QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti"), any);
+}
+
+TEST(Gentlctl, TellsWhichProducerItTakesOfSeveral)
+{
+    const auto told = [](const std::string &path)
+    { return Gentlctl("--json list", "2>&1 > /dev/null", "GENICAM_GENTL64_PATH=" + path + " ").output; };
+    EXPECT_EQ(told(QVR_LIB_DIR ":" QVR_LIB_DIR "/anygentl"),
+              "gentlctl: Takes " QVR_LIB_DIR "/qvr_proxygentl.cti, the first of 2 producers in "
+              "GENICAM_GENTL64_PATH (see gentlctl list --all)\n");
+    EXPECT_EQ(told("/nowhere"), "gentlctl: Takes " QVR_LIB_DIR
+                                "/qvr_proxygentl.cti, because GENICAM_GENTL64_PATH leads to no producer\n");
+    EXPECT_EQ(told(QVR_LIB_DIR "/anygentl"), "");
 }
 
 TEST(Gentlctl, ReadsAndWritesFeatures)

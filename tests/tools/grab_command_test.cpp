@@ -69,6 +69,19 @@ TEST(GrabCommand, WritesTheBytesOfTheFramesToStandardOutput)
               std::string(2048, '\1') + std::string(2048, '\2'));
 }
 
+TEST(GrabCommand, LeavesNoPartOfAFrameOnAFullDisk)
+{
+    const Folder folder;
+    // No file may be larger than 1024 bytes: the picture fits, and its infos do not.
+    const auto run =
+        Gentlctl("grab -d OVRA-M1 -n 3 -f raw -s Width=32 -s Height=32 -o " + folder.Path().string(), "2>&1",
+                 "ulimit -f 2; ");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("frame-00001.json: File too large\n"), std::string::npos) << run.output;
+    EXPECT_EQ(run.output.find("Written to"), std::string::npos) << run.output;
+    EXPECT_TRUE(fs::is_empty(folder.Path()));
+}
+
 TEST(GrabCommand, EndsInOrderWhenTheReaderLeaves)
 {
     const Folder folder;

@@ -41,6 +41,13 @@ TEST(GrabReport, IsATableOfTheTimes)
               "Written to frames\n");
 }
 
+TEST(GrabReport, NamesNoFolderWithoutFiles)
+{
+    auto grab = ThreeFrames();
+    grab.report.written = 0;
+    EXPECT_EQ(ToText(grab).find("Written to"), std::string::npos);
+}
+
 TEST(GrabReport, IsOneLineOfOneFrame)
 {
     DeviceGrab grab{.device = "CAM", .folder = "", .report = {}};

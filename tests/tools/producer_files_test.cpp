@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -76,9 +75,39 @@ TEST_F(ProducerPath, CountsAProducerOnce)
     const EnvironmentVariable variable("GENICAM_GENTL64_PATH",
                                        a + ":" + FolderPath() + "/link.cti:" + FolderPath() + "/one");
     const auto known = KnownProducers();
-    ASSERT_FALSE(known.empty());
-    EXPECT_EQ(known.back(), a);
-    EXPECT_EQ(std::ranges::count_if(known, [](const auto &file) { return file.ends_with("/link.cti"); }), 0);
+    ASSERT_EQ(known.size(), 2U);
+    EXPECT_EQ(known.front(), a);
+    EXPECT_EQ(known.back(), ProxyProducerFile());
+    EXPECT_EQ(ChooseProducer().note, "") << "the file and the link to it are one";
+}
+
+TEST_F(ProducerPath, GoesBeforeTheProducerOfTheProgram)
+{
+    const auto b = Make("one/b.cti");
+    const auto a = Make("two/a.cti");
+    const EnvironmentVariable lower("ANYGENTL_CTI_PATH", "/nowhere/lower.cti");
+    const EnvironmentVariable path("GENICAM_GENTL64_PATH", FolderPath() + "/one:" + FolderPath() + "/two");
+    EXPECT_EQ(ChooseProducer().file, b);
+    EXPECT_EQ(ChooseProducer().note,
+              "Takes " + b + ", the first of 2 producers in GENICAM_GENTL64_PATH (see gentlctl list --all)");
+}
+
+/// The producer that the program takes of its own two.
+std::string OwnWith(const std::string &anyLower, const std::string &proxyLower)
+{
+    const EnvironmentVariable path("GENICAM_GENTL64_PATH", "");
+    const EnvironmentVariable any("ANYGENTL_CTI_PATH", anyLower);
+    const EnvironmentVariable proxy("PROXY_TL_CTI_PATH", proxyLower);
+    return ChooseProducer().file;
+}
+
+TEST(OwnProducer, IsTheOneWhoseLowerProducerIsNamed)
+{
+    const auto proxy = ProxyProducerFile();
+    EXPECT_EQ(OwnWith("", ""), proxy);
+    EXPECT_EQ(OwnWith("", "/lower.cti"), proxy);
+    EXPECT_EQ(OwnWith("/lower.cti", "/lower.cti"), proxy);
+    EXPECT_EQ(OwnWith("/lower.cti", ""), AnyProducerFile());
 }
 
 } // namespace

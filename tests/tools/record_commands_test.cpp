@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <utility>
 
 using namespace gentlctl_run;
 
@@ -45,6 +47,19 @@ TEST(RecordAndReplay, ShowTheSameCamera)
               ContentOf(depth + "/calibration.yaml"));
 }
 
+TEST(RecordAndReplay, PassByTheProducersOfThePathVariable)
+{
+    const Folder folder;
+    const auto mono = (folder.Path() / "mono").string();
+    EXPECT_EQ(JsonOf("record -d OVRA-M1 -n 1 -o " + mono + small)["recorded"], 1);
+    const auto other = (folder.Path() / "other.cti").string();
+    std::ofstream(other) << "no library";
+    EXPECT_NE(Gentlctl("list", "2>&1", "GENICAM_GENTL64_PATH=" + other + " ").status, 0);
+    const auto replayed = Gentlctl("replay " + mono, "2>&1", "GENICAM_GENTL64_PATH=" + other + " ");
+    EXPECT_EQ(replayed.status, 0) << replayed.output;
+    EXPECT_NE(replayed.output.find("    SIM-SIM0002  QVR OVRA-M1"), std::string::npos) << replayed.output;
+}
+
 TEST(RecordAndReplay, TellWhatIsWrong)
 {
     const Folder folder;
@@ -64,6 +79,143 @@ TEST(RecordAndReplay, TellWhatIsWrong)
     EXPECT_EQ(torn.status, 1);
     EXPECT_EQ(torn.output,
               "gentlctl: " + mono + "/frames.data cannot be opened: No such file or directory\n");
+}
+
+TEST(Record, TellsHowFastItReceivesAndWrites)
+{
+    const Folder folder;
+    const auto both = (folder.Path() / "both").string();
+    const auto json = JsonOf("record -d OVRA-M1 -n 50 -o " + both);
+    EXPECT_EQ(json["recorded"], 50);
+    const double written = json["writtenFramesPerSecond"];
+    EXPECT_GT(written, 0);
+    // The last frame is received before it is written. A rate of receiving counts the frames behind the
+    // first.
+    EXPECT_LE(written * 49 / 50, json["framesPerSecond"].get<double>());
+    EXPECT_NEAR(json["writtenBytesPerSecond"].get<double>() / written, 1280 * 1024, 1);
+    const auto text = Gentlctl("record -d OVRA-M1 -n 2 -o " + both + "-2" + small).output;
+    EXPECT_NE(text.find("\nReceived at "), std::string::npos) << text;
+    EXPECT_NE(text.find(" frames/s, written at "), std::string::npos) << text;
+    const auto one = Gentlctl("record -d OVRA-M1 -n 1 -o " + both + "-1" + small).output;
+    EXPECT_NE(one.find("\nWritten at "), std::string::npos) << one;
+}
+
+TEST(Record, EndsAfterATime)
+{
+    const Folder folder;
+    const auto brief = (folder.Path() / "brief").string();
+    const auto rate = std::string(small) + "-s AcquisitionFrameRate=20 ";
+    const auto recorded =
+        JsonOf("record -d OVRA-M1 --duration 500ms -o " + brief + rate)["recorded"].get<int>();
+    EXPECT_GE(recorded, 2);
+    EXPECT_LE(recorded, 11);
+    const auto wrong = Gentlctl("record -d OVRA-M1 --duration 5x -o " + brief);
+    EXPECT_EQ(wrong.status, 2);
+    EXPECT_EQ(wrong.output.find("gentlctl: --duration: \"5x\" is not a time"), 0U) << wrong.output;
+}
+
+TEST(Record, LeavesNothingWhenNoFrameComes)
+{
+    const Folder folder;
+    const auto none = (folder.Path() / "none").string();
+    const auto run = Gentlctl("record -d OVRA-M1 --duration 200ms -s TriggerMode=On -o " + none + small);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.output.find("gentlctl: No frame came within --duration, so nothing is recorded\n"), 0U)
+        << run.output;
+    EXPECT_EQ(run.output.find("Recorded in"), std::string::npos) << run.output;
+    EXPECT_FALSE(fs::exists(none));
+}
+
+namespace
+{
+
+/// Runs the program where no file may be larger than so many times 512 bytes.
+Run WithLargestFile(int blocks, const std::string &arguments)
+{
+    return Gentlctl(arguments, "2>&1", "ulimit -f " + std::to_string(blocks) + "; ");
+}
+
+} // namespace
+
+TEST(RecordOnAFullDisk, KeepsTheFramesThatItTook)
+{
+    const Folder folder;
+    const auto full = (folder.Path() / "full").string();
+    const auto run = WithLargestFile(40, "record -d OVRA-M1 -n 20 -o " + full + small);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("gentlctl: " + full + "/frames.data cannot be written: File too large\n"),
+              std::string::npos)
+        << run.output;
+    EXPECT_NE(run.output.find("SIM-SIM0002: 5 frames recorded, 0.0 MB, "), std::string::npos) << run.output;
+    EXPECT_EQ(fs::file_size(full + "/frames.data"), 5U * 64 * 64) << "no torn frame";
+    const auto info = JsonOf("replay --info --check " + full)[0];
+    EXPECT_EQ(info["frames"], 5);
+    EXPECT_EQ(info["complete"], true);
+    EXPECT_GE(info["notRecorded"], 1);
+    EXPECT_EQ(JsonOf("replay --rate 0 " + full + " grab -n 5")["delivered"], 5);
+}
+
+TEST(RecordOnAFullDisk, LeavesNothingWithoutAFrame)
+{
+    const Folder folder;
+    const auto full = (folder.Path() / "full").string();
+    // The description, the file of the camera's registers, the first frame.
+    for (const auto &[blocks, file] :
+         {std::pair{4, "description.zip"}, {16, "recording.json"}, {22, "frames.data"}})
+    {
+        const auto run = WithLargestFile(blocks, "record -d OVRA-M1 -n 2 -s Width=640 -o " + full);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_NE(run.output.find(full + "/" + file + " cannot be written: File too large\n"),
+                  std::string::npos)
+            << run.output;
+        EXPECT_EQ(run.output.find("Recorded in"), std::string::npos) << run.output;
+        EXPECT_FALSE(fs::exists(full)) << file;
+    }
+    EXPECT_EQ(JsonOf("record -d OVRA-M1 -n 1 -o " + full + small)["recorded"], 1)
+        << "the folder is free again";
+}
+
+TEST(RecordOnAFullDisk, LeavesTheFilesOfTheUser)
+{
+    const Folder folder;
+    const auto mine = folder.Path() / "mine";
+    fs::create_directories(mine);
+    std::ofstream(mine / "description.zip") << "mine";
+    std::ofstream(mine / "notes") << "mine";
+    const auto run = Gentlctl("record -d OVRA-M1 -n 2 -o " + mine.string() + small);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("description.zip cannot be made: File exists"), std::string::npos)
+        << run.output;
+    EXPECT_EQ(ContentOf(mine / "description.zip"), "mine");
+    EXPECT_EQ(std::distance(fs::directory_iterator(mine), {}), 2);
+}
+
+/// With a disk of its own, which only some machines let a test have.
+TEST(RecordOnAFullDisk, SaysSoInItsOwnWords)
+{
+    const Folder folder;
+    const auto disk = (folder.Path() / "disk").string();
+    fs::create_directories(disk);
+    const auto mount = "mount -t tmpfs -o size=300k none " + disk;
+    if (std::system(("unshare -rm " + mount + " 2> /dev/null").c_str()) != 0)
+    {
+        GTEST_SKIP() << "no disk can be mounted here";
+    }
+    const auto there = [&](const std::string &command)
+    {
+        const auto run =
+            Gentlctl(command, "2>&1 && echo done || echo failed; find " + disk + " -name \"*.part\"'",
+                     "unshare -rm sh -c '" + mount + " && ");
+        EXPECT_EQ(run.output.substr(run.output.size() - 7), "failed\n") << run.output;
+        return run.output;
+    };
+    const auto recorded = there("record -d OVRA-M1 -n 100 -o " + disk + "/recording" + small);
+    EXPECT_NE(recorded.find("/frames.data cannot be written: the disk is full\n"), std::string::npos)
+        << recorded;
+    EXPECT_NE(recorded.find("\nRecorded in "), std::string::npos) << recorded;
+    const auto grabbed = there("grab -d OVRA-M1 -n 100 -f raw -o " + disk + "/frames" + small);
+    EXPECT_NE(grabbed.find(": the disk is full\n"), std::string::npos) << grabbed;
+    EXPECT_NE(grabbed.find("\nWritten to "), std::string::npos) << grabbed;
 }
 
 TEST(CalibrationYaml, HasFiveTermsOrEight)

@@ -43,22 +43,6 @@ void RemoveProperty(const Property &property)
     property.element.parent().remove_child(property.element);
 }
 
-void LeaveWritesToTheDevice(const NodeGraph &graph, NodeId id)
-{
-    for (const auto &property : graph.PropertiesOf(id))
-    {
-        if (property.tag == Tag::pIsLocked)
-        {
-            RemoveProperty(property);
-        }
-    }
-    if (IsRegister(graph[id].kind) && graph.FindInherited(id, Tag::AccessMode) == nullptr)
-    {
-        auto element = graph[id].element;
-        element.append_child("AccessMode").text().set("RW");
-    }
-}
-
 } // namespace
 
 DescriptionTree::DescriptionTree(GenTL::internal::IPort &port)
@@ -101,6 +85,23 @@ void DescriptionTree::FindPassingPorts(const NodeGraph &graph)
     }
     std::ranges::sort(m_chunkIds);
     m_chunkIds.erase(std::unique(m_chunkIds.begin(), m_chunkIds.end()), m_chunkIds.end());
+}
+
+void DescriptionTree::LeaveWritesToTheDevice(const NodeGraph &graph, NodeId id)
+{
+    for (const auto &property : graph.PropertiesOf(id))
+    {
+        if (property.tag == Tag::pIsLocked)
+        {
+            m_locks.emplace(graph[id].name, property.Text());
+            RemoveProperty(property);
+        }
+    }
+    if (IsRegister(graph[id].kind) && graph.FindInherited(id, Tag::AccessMode) == nullptr)
+    {
+        auto element = graph[id].element;
+        element.append_child("AccessMode").text().set("RW");
+    }
 }
 
 /// Moves a register that lies in a chunk. The addresses of a register add up, so another one shifts it.

@@ -49,14 +49,19 @@ public:
     /// By their names.
     const std::map<std::string, PassingPort, std::less<>> &PassingPorts() const { return m_passingPorts; }
     const std::vector<uint64_t> &ChunkIds() const { return m_chunkIds; }
+    /// The nodes that lock others, by the names of those.
+    const std::map<std::string, std::string, std::less<>> &Locks() const { return m_locks; }
 
 private:
     void FindPassingPorts(const GenTL::internal::genapi::NodeGraph &graph);
+    void LeaveWritesToTheDevice(const GenTL::internal::genapi::NodeGraph &graph,
+                                GenTL::internal::genapi::NodeId id);
     void MoveChunk(const GenTL::internal::genapi::NodeGraph &graph, GenTL::internal::genapi::NodeId id) const;
 
     pugi::xml_document m_document;
     std::map<std::string, PassingPort, std::less<>> m_passingPorts;
     std::vector<uint64_t> m_chunkIds;
+    std::map<std::string, std::string, std::less<>> m_locks;
 };
 
 } // namespace gentlctl

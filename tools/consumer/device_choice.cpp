@@ -69,33 +69,40 @@ DeviceEntry FirstThatOpens(const std::vector<DeviceEntry> &devices)
 
 } // namespace
 
+std::vector<DeviceEntry> DevicesNamed(const std::vector<DeviceEntry> &devices, const std::string &name)
+{
+    std::vector<DeviceEntry> found;
+    for (auto match = std::begin(matches); found.empty() && match != std::end(matches); ++match)
+    {
+        std::ranges::copy_if(devices, std::back_inserter(found),
+                             [&](const DeviceEntry &device) { return (*match)(device, name); });
+    }
+    return found;
+}
+
+std::string WithoutDevice(const std::vector<DeviceEntry> &devices, const std::string &name)
+{
+    return devices.empty() ? "The producer lists no device. Is a camera connected and powered?"
+                           : fmt::format("There is no device \"{}\". Known: {}", name, NamesOf(devices));
+}
+
 DeviceEntry ChooseDevice(const std::vector<DeviceEntry> &devices, const std::string &selection)
 {
-    if (devices.empty())
+    const auto found = selection.empty() ? devices : DevicesNamed(devices, selection);
+    if (found.empty())
     {
-        throw std::runtime_error("The producer lists no device. Is a camera connected and powered?");
+        throw std::runtime_error(WithoutDevice(devices, selection));
     }
     if (selection.empty())
     {
-        return FirstThatOpens(devices);
+        return FirstThatOpens(found);
     }
-    for (const auto match : matches)
+    if (!AreOneDevice(found))
     {
-        std::vector<DeviceEntry> found;
-        std::ranges::copy_if(devices, std::back_inserter(found),
-                             [&](const DeviceEntry &device) { return match(device, selection); });
-        if (!found.empty() && !AreOneDevice(found))
-        {
-            throw std::runtime_error(fmt::format("Several devices are \"{}\": {}. Choose one by its id",
-                                                 selection, NamesOf(found)));
-        }
-        if (!found.empty())
-        {
-            return found.front();
-        }
+        throw std::runtime_error(
+            fmt::format("Several devices are \"{}\": {}. Choose one by its id", selection, NamesOf(found)));
     }
-    throw std::runtime_error(
-        fmt::format("There is no device \"{}\". Known: {}", selection, NamesOf(devices)));
+    return found.front();
 }
 
 } // namespace gentlctl

@@ -60,11 +60,32 @@ bool IsRead(Tag tag)
            tag == Tag::pVariable;
 }
 
+/// The nodes that a node names with this tag, in the description's order.
+std::vector<NodeId> TargetsOf(const NodeGraph &graph, NodeId id, Tag tag)
+{
+    std::vector<NodeId> targets;
+    for (const auto &property : graph.PropertiesOf(id))
+    {
+        if (property.tag == tag && property.target != noNode)
+        {
+            targets.push_back(property.target);
+        }
+    }
+    return targets;
+}
+
 } // namespace
 
 FeatureDescription::FeatureDescription(GenTL::internal::IPort &port)
     : m_tree(port), m_graph(m_tree.Document())
 {
+    for (NodeId id = 0; id < m_graph.Size(); ++id)
+    {
+        for (const auto selected : TargetsOf(m_graph, id, Tag::pSelected))
+        {
+            m_selectors[selected].emplace_back(m_graph[id].name);
+        }
+    }
     for (const auto &name : ChunkIds().empty() ? std::vector<std::string>() : Names())
     {
         const auto *const passing = PassingPortOf(m_graph.Find(name));
@@ -143,6 +164,34 @@ std::optional<uint64_t> FeatureDescription::EventIdOf(NodeId feature) const
 {
     const auto *const port = PassingPortOf(feature);
     return port == nullptr ? std::nullopt : port->eventId;
+}
+
+std::optional<std::string> FeatureDescription::LockOf(NodeId feature) const
+{
+    for (const auto id : ValueChain(m_graph, feature))
+    {
+        if (const auto lock = m_tree.Locks().find(m_graph[id].name); lock != m_tree.Locks().end())
+        {
+            return lock->second;
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> FeatureDescription::SelectedBy(NodeId selector) const
+{
+    std::vector<std::string> names;
+    for (const auto selected : TargetsOf(m_graph, selector, Tag::pSelected))
+    {
+        names.emplace_back(m_graph[selected].name);
+    }
+    return names;
+}
+
+std::vector<std::string> FeatureDescription::SelectorsOf(NodeId feature) const
+{
+    const auto found = m_selectors.find(feature);
+    return found == m_selectors.end() ? std::vector<std::string>() : found->second;
 }
 
 NumberForm FeatureDescription::FormOf(NodeId feature) const

@@ -4,6 +4,7 @@
 #include "genapi/node_graph.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -55,12 +56,21 @@ public:
     /// its value; empty without one.
     std::string_view PropertyOf(NodeId feature, const char *property) const;
 
+    /// The node that locks a feature, as the description of the device says; none for a feature without a
+    /// lock.
+    std::optional<std::string> LockOf(NodeId feature) const;
+
+    /// The features whose values depend on which value a feature has, and those on whose values it depends.
+    std::vector<std::string> SelectedBy(NodeId selector) const;
+    std::vector<std::string> SelectorsOf(NodeId feature) const;
+
 private:
     const PassingPort *PassingPortOf(NodeId feature) const;
 
     DescriptionTree m_tree;
     GenTL::internal::genapi::NodeGraph m_graph;
     std::vector<std::pair<std::string, uint64_t>> m_chunkFeatures;
+    std::map<NodeId, std::vector<std::string>> m_selectors; ///< of each selected node
 };
 
 } // namespace gentlctl

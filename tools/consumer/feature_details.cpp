@@ -5,7 +5,10 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace gentlctl
 {
@@ -143,6 +146,31 @@ void AddDomain(Json &details, GraphFeatures &features, const NodeGraph &graph, c
     }
 }
 
+/// The lock, which is not part of `access`: a write goes to the device in spite of it.
+void AddAccess(Json &details, GraphFeatures &features, const FeatureDescription &description, NodeId id,
+               Access access)
+{
+    if (const auto lock = description.LockOf(id))
+    {
+        details["lockedBy"] = *lock;
+        // A lock that cannot be read is left out.
+        if (const auto isClosed = Try([&] { return features.ReadFloat(*lock) != 0; }))
+        {
+            details["locked"] = *isClosed;
+            access.writable = access.writable && !*isClosed;
+        }
+    }
+    details["access"] = AccessCode(access);
+}
+
+void AddNames(Json &details, const char *name, const std::vector<std::string> &names)
+{
+    if (!names.empty())
+    {
+        details[name] = names;
+    }
+}
+
 } // namespace
 
 Json DescribeFeature(GraphFeatures &features, const FeatureDescription &description, const std::string &name)
@@ -164,7 +192,9 @@ Json DescribeFeature(GraphFeatures &features, const FeatureDescription &descript
             });
         details.update(domain.value_or(Json::object()));
     }
-    details["access"] = AccessCode(access);
+    AddAccess(details, features, description, id, access);
+    AddNames(details, "selects", description.SelectedBy(id));
+    AddNames(details, "selectedBy", description.SelectorsOf(id));
     const auto visibility = TextOf(node.element, {"Visibility"});
     details["visibility"] = visibility.empty() ? "Beginner" : visibility;
     AddText(details, "displayName", TextOf(node.element, {"DisplayName"}));

@@ -14,7 +14,9 @@ namespace gentlctl
 /// "type", for example "Integer"; "unit"; "min", "max" and "increment" of a number, "maxLength" of a text,
 /// when it can be written; "entries" of an enumeration, each with "name", "value", whether it is "available"
 /// now, and "description"; "access": "RW", "RO", "WO", "NA" (not available now) or "NI" (not implemented);
-/// "visibility"; "displayName"; "description".
+/// "lockedBy", the node that locks the feature, and whether it is "locked" now, which makes its access "RO";
+/// "selects", the features that it selects; "selectedBy", its selectors; "visibility"; "displayName";
+/// "description".
 /// @throws std::runtime_error there is no such feature
 Json DescribeFeature(GenTL::internal::genapi::GraphFeatures &features, const FeatureDescription &description,
                      const std::string &name);

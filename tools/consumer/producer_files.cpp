@@ -5,6 +5,8 @@
 
 #include <dlfcn.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <initializer_list>
 #include <sstream>
@@ -48,11 +50,19 @@ std::vector<std::string> ProducersAt(const std::string &entry)
 }
 
 constexpr auto proxyProducer = "qvr_proxygentl.cti";
+constexpr auto pathVariable = "GENICAM_GENTL64_PATH";
+constexpr auto anyLowerVariable = "ANYGENTL_CTI_PATH";
+constexpr auto proxyLowerVariable = "PROXY_TL_CTI_PATH";
+
+bool IsSet(const char *variable)
+{
+    return !internal::utils::GetEnvironmentVariable(variable).empty();
+}
 
 /// The lower producer that a producer of this project would load.
 std::string LowerFileOf(const std::string &file)
 {
-    auto configured = internal::utils::GetEnvironmentVariable(LowerProducerVariable(file).c_str());
+    auto configured = internal::utils::GetEnvironmentVariable(LowerProducerVariable(file));
     return !configured.empty() ? configured : internal::FindProducerIn(internal::ProducerFolder(file));
 }
 
@@ -68,6 +78,40 @@ std::string BesideProgram(std::initializer_list<const char *> places)
         }
     }
     return {};
+}
+
+std::string AnyProducerBesideProgram()
+{
+    return BesideProgram({"anygentl/qvr_anygentl.cti", "qvr_anygentl/qvr_anygentl.cti"});
+}
+
+/// Whoever names a lower producer for the one producer of this program, and none for the other, means the
+/// one.
+bool IsAnyProducerMeant()
+{
+    return IsSet(anyLowerVariable) && !IsSet(proxyLowerVariable) && !AnyProducerBesideProgram().empty();
+}
+
+/// Empty when this program has no producer.
+std::string OwnProducerFile()
+{
+    return IsAnyProducerMeant() ? AnyProducerBesideProgram() : ProxyProducerFile();
+}
+
+/// Removes each file that is one before it.
+std::vector<std::string> EachOnce(const std::vector<std::string> &files)
+{
+    std::vector<std::string> once;
+    for (const auto &file : files)
+    {
+        std::error_code ignored;
+        const auto isSame = [&](const std::string &known) { return fs::equivalent(known, file, ignored); };
+        if (std::ranges::none_of(once, isSame))
+        {
+            once.push_back(file);
+        }
+    }
+    return once;
 }
 
 } // namespace
@@ -87,7 +131,7 @@ void LoadVisionLibrary()
 std::vector<std::string> ProducersInPath()
 {
     std::vector<std::string> files;
-    std::istringstream entries(internal::utils::GetEnvironmentVariable("GENICAM_GENTL64_PATH"));
+    std::istringstream entries(internal::utils::GetEnvironmentVariable(pathVariable));
     for (std::string entry; std::getline(entries, entry, ':');)
     {
         const auto found = ProducersAt(entry);
@@ -98,36 +142,36 @@ std::vector<std::string> ProducersInPath()
 
 std::vector<std::string> KnownProducers()
 {
-    std::vector<std::string> files;
-    std::error_code ignored;
-    if (auto ours = BesideProgram({"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"}); !ours.empty())
+    auto files = ProducersInPath();
+    if (auto own = OwnProducerFile(); !own.empty())
     {
-        files.push_back(std::move(ours));
+        files.push_back(std::move(own));
     }
-    for (const auto &file : ProducersInPath())
-    {
-        const auto isSame = [&](const std::string &known) { return fs::equivalent(known, file, ignored); };
-        if (std::ranges::none_of(files, isSame))
-        {
-            files.push_back(file);
-        }
-    }
-    return files;
+    return EachOnce(files);
 }
 
-std::string FindProducerFile(const std::string &argument)
+ProducerChoice ChooseProducer()
 {
-    if (!argument.empty())
+    if (const auto inPath = EachOnce(ProducersInPath()); !inPath.empty())
     {
-        return argument;
+        return {inPath.front(),
+                inPath.size() == 1
+                    ? ""
+                    : fmt::format("Takes {}, the first of {} producers in {} (see gentlctl list --all)",
+                                  inPath.front(), inPath.size(), pathVariable)};
     }
-    const auto known = KnownProducers();
-    if (known.empty())
+    const auto own = OwnProducerFile();
+    if (own.empty())
     {
         throw std::runtime_error("No GenTL producer found. Name one with --producer FILE, or set "
                                  "GENICAM_GENTL64_PATH to the folder that holds it.");
     }
-    return known.front();
+    if (IsSet(pathVariable))
+    {
+        return {own, fmt::format("Takes {}, because {} leads to no producer", own, pathVariable)};
+    }
+    return {own, IsAnyProducerMeant() ? fmt::format("Takes {}, because {} is set", own, anyLowerVariable)
+                                      : std::string()};
 }
 
 std::string LowerProducerFile(const std::string &file)
@@ -144,14 +188,17 @@ std::string RawProducerFile(const std::string &file)
 std::string LowerProducerVariable(const std::string &file)
 {
     const auto name = std::filesystem::path(file).filename();
-    return name == proxyProducer        ? "PROXY_TL_CTI_PATH"
-           : name == "qvr_anygentl.cti" ? "ANYGENTL_CTI_PATH"
-                                        : "";
+    return name == proxyProducer ? proxyLowerVariable : name == "qvr_anygentl.cti" ? anyLowerVariable : "";
+}
+
+std::string ProxyProducerFile()
+{
+    return BesideProgram({"qvr_proxygentl.cti", "qvr_proxygentl/qvr_proxygentl.cti"});
 }
 
 std::string AnyProducerFile()
 {
-    const auto file = BesideProgram({"anygentl/qvr_anygentl.cti", "qvr_anygentl/qvr_anygentl.cti"});
+    auto file = AnyProducerBesideProgram();
     if (file.empty())
     {
         throw std::runtime_error("qvr_anygentl.cti is not installed beside gentlctl; name a producer with "
@@ -162,7 +209,7 @@ std::string AnyProducerFile()
 
 std::string SimulatorFile()
 {
-    const auto file = BesideProgram(
+    auto file = BesideProgram(
         {"producer_registry/qvr_gevgentl.pr_cti", "qvr_proxygentl/simulator/qvr_gevgentl.pr_cti"});
     if (file.empty())
     {

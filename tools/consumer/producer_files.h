@@ -18,12 +18,20 @@ void LoadVisionLibrary();
 /// name.
 std::vector<std::string> ProducersInPath();
 
-/// The proxy producer in LibraryFolder, if it is there, and those of ProducersInPath; each once.
+/// Those of ProducersInPath, then the one of this program, if it is there; each once. The program's own one
+/// is the proxy producer, or the one for any camera while ANYGENTL_CTI_PATH alone names a lower producer.
 std::vector<std::string> KnownProducers();
 
-/// File of the producer to use: the argument; else the first of KnownProducers.
-/// @throws std::runtime_error none found
-std::string FindProducerFile(const std::string &argument);
+/// The producer that is used when the user names none.
+struct ProducerChoice
+{
+    std::string file;
+    std::string note; ///< why it is this one; empty where nothing else could be meant
+};
+
+/// The first of KnownProducers.
+/// @throws std::runtime_error there is none
+ProducerChoice ChooseProducer();
 
 /// File of the lower producer that the proxy producer `file` would load; empty when `file` is another
 /// producer or there is no lower one.
@@ -32,6 +40,9 @@ std::string LowerProducerFile(const std::string &file);
 /// The producer whose frames reach `file` as the camera sent them: the lower one of either producer of this
 /// project, which converts frames; else `file` itself.
 std::string RawProducerFile(const std::string &file);
+
+/// File of the proxy producer that belongs to this program; empty when there is none.
+std::string ProxyProducerFile();
 
 /// File of the producer for any camera that belongs to this program.
 /// @throws std::runtime_error there is none

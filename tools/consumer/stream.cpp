@@ -73,6 +73,22 @@ BUFFER_HANDLE RunningStream::TryNextBuffer(uint64_t timeoutMs)
     return data.BufferHandle;
 }
 
+BUFFER_HANDLE RunningStream::NextBufferBefore(const std::optional<Clock::time_point> &end, uint64_t timeoutMs)
+{
+    using std::chrono::milliseconds;
+    if (!end)
+    {
+        return NextBuffer(timeoutMs);
+    }
+    const auto left = std::chrono::ceil<milliseconds>(*end - Clock::now());
+    if (left <= milliseconds::zero())
+    {
+        return nullptr;
+    }
+    const auto leftMs = static_cast<uint64_t>(left.count());
+    return leftMs <= timeoutMs ? TryNextBuffer(leftMs) : NextBuffer(timeoutMs);
+}
+
 void RunningStream::EndWait()
 {
     CloseQuietly([this] { m_calls.EventKill(m_event); });

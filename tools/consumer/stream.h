@@ -5,9 +5,12 @@
 
 #include <gentl/gentl.h>
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace gentlctl
@@ -47,6 +50,13 @@ public:
     /// Waits for the next frame; null when none came in time.
     /// @throws GenTLException the wait was ended, or failed
     GenTL::BUFFER_HANDLE TryNextBuffer(uint64_t timeoutMs);
+
+    using Clock = std::chrono::steady_clock;
+
+    /// Waits for the next frame; null when the end comes first, if there is one.
+    /// @throws std::runtime_error no frame came in time
+    /// @throws GenTLException the wait was ended, or failed
+    GenTL::BUFFER_HANDLE NextBufferBefore(const std::optional<Clock::time_point> &end, uint64_t timeoutMs);
 
     /// Makes a wait for the next frame fail.
     void EndWait();

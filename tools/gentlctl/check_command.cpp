@@ -23,7 +23,7 @@ struct CheckOptions
 
 int CheckOne(const CommonOptions &options, const CheckOptions &own)
 {
-    const Examinee examinee{own.file.empty() ? FindProducerFile(options.producer) : own.file, options.device,
+    const Examinee examinee{own.file.empty() ? ProducerFor(options.producer) : own.file, options.device,
                             own.area};
     const auto findings = CheckProducer(examinee);
     if (options.json)

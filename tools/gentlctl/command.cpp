@@ -1,11 +1,12 @@
 #include "gentlctl/command.h"
 
 #include "consumer/producer_files.h"
+#include "gentlctl/durations.h"
 #include "gentlctl/standard_output.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
+#include <stdexcept>
 #include <utility>
 
 namespace gentlctl
@@ -13,9 +14,10 @@ namespace gentlctl
 
 Commands::Commands(CLI::App &app) : m_app(app)
 {
-    app.add_option("--producer", m_common.producer,
-                   "File of the producer; default: the proxy producer that belongs to this program, else the "
-                   "first producer in GENICAM_GENTL64_PATH")
+    app.add_option(
+           "--producer", m_common.producer,
+           "File of the producer; default: the first producer in GENICAM_GENTL64_PATH, else the one that "
+           "belongs to this program")
         ->type_name("FILE")
         ->group(commonGroup);
     app.add_option(
@@ -68,14 +70,16 @@ CLI::App &Commands::AddOwn(const std::string &name, const std::string &descripti
 
 std::string ProducerFor(const std::string &named)
 {
-    const auto known = KnownProducers();
-    // Scripts that read standard error need not know it.
-    if (named.empty() && known.size() > 1 && isatty(STDERR_FILENO) != 0)
+    if (!named.empty())
     {
-        Complain(fmt::format("Takes {}, the first of {} producers (see gentlctl list --all)", known.front(),
-                             known.size()));
+        return named;
     }
-    return FindProducerFile(named);
+    const auto choice = ChooseProducer();
+    if (!choice.note.empty())
+    {
+        Complain(choice.note);
+    }
+    return choice.file;
 }
 
 void AddModule(CLI::App &command, std::string &module, const std::vector<std::string> &choice,
@@ -84,6 +88,27 @@ void AddModule(CLI::App &command, std::string &module, const std::vector<std::st
     command.add_option("-m,--module", module, description)
         ->check(CLI::IsMember(choice))
         ->capture_default_str();
+}
+
+void AddDuration(CLI::App &command, const std::string &description,
+                 const std::function<void(std::chrono::nanoseconds)> &take)
+{
+    command
+        .add_option_function<std::string>(
+            "--duration",
+            [take](const std::string &text)
+            {
+                try
+                {
+                    take(ParseDuration(text));
+                }
+                catch (const std::runtime_error &error)
+                {
+                    throw CLI::ValidationError("--duration", error.what());
+                }
+            },
+            description)
+        ->type_name("TIME");
 }
 
 void AddSettingsFile(CLI::App &command, std::string &file)

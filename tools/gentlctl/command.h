@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -73,8 +74,8 @@ private:
     int m_status = success;
 };
 
-/// The producer of a command: what the user named, else the first of all. Tells a user at a terminal which
-/// one is taken where there are several.
+/// The producer of a command: what the user named, else that of ChooseProducer, with its note on standard
+/// error.
 /// @throws std::runtime_error there is none
 std::string ProducerFor(const std::string &named);
 
@@ -82,6 +83,10 @@ std::string ProducerFor(const std::string &named);
 /// @param module takes the choice; its value is the default
 void AddModule(CLI::App &command, std::string &module, const std::vector<std::string> &choice,
                const std::string &description);
+
+/// Declares `--duration`, a time span as of ParseDuration.
+void AddDuration(CLI::App &command, const std::string &description,
+                 const std::function<void(std::chrono::nanoseconds)> &take);
 
 /// Declares `--settings`.
 void AddSettingsFile(CLI::App &command, std::string &file);

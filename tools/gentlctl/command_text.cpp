@@ -17,9 +17,10 @@ constexpr Explanation exitStatuses[] = {
 constexpr Explanation environmentVariables[] = {
     {"GENICAM_GENTL64_PATH", "Folders of producers, and files of producers that end in .cti, separated by "
                              "colons. The first producer is "
-                             "taken unless one belongs to this program."},
+                             "taken; without the variable, the one that belongs to this program."},
     {"PROXY_TL_CTI_PATH", "Lower producer of qvr_proxygentl.cti."},
-    {"ANYGENTL_CTI_PATH", "Lower producer of qvr_anygentl.cti."},
+    {"ANYGENTL_CTI_PATH", "Lower producer of qvr_anygentl.cti, which is taken in place of qvr_proxygentl.cti "
+                          "when this variable is set and the two above are not."},
     {"PROXY_TL_LOG_LEVEL",
      "Log of qvr_proxygentl.cti: trace, debug, info, warn, error or critical. It goes to standard error."},
     {"ANYGENTL_LOG_LEVEL", "The same of qvr_anygentl.cti."},

@@ -17,22 +17,24 @@ namespace
 // The devices' ids are what `list` prints behind four spaces.
 
 constexpr std::string_view bashEngine = R"sh(
-# Prints the ids of the devices.
+# Prints the ids of the devices: those of the producer that is named, if one is.
 _gentlctl_devices()
 {
-    "$1" list 2> /dev/null | sed -n 's/^    \([^ ][^ ]*\) .*/\1/p'
+    "$1" list ${2:+--producer "${2/#\~/$HOME}"} 2> /dev/null | sed -n 's/^    \([^ ][^ ]*\) .*/\1/p'
 }
 
 _gentlctl()
 {
-    local current=${COMP_WORDS[COMP_CWORD]} path="" value="" argument=0 word i
+    local current=${COMP_WORDS[COMP_CWORD]} path="" value="" argument=0 word i option="" producer=""
     for ((i = 1; i < COMP_CWORD; i++)); do
         word=${COMP_WORDS[i]}
         if [[ $word == "=" ]]; then
             continue # bash splits --option=value into three words
         elif [[ -n $value ]]; then
             value=""
+            [[ $option != --producer ]] || producer=$word
         elif [[ $word == -* ]]; then
+            option=$word
             value=$(_gentlctl_value "$path|$word")
         elif [[ " $(_gentlctl_commands "$path") " == *" $word "* ]]; then
             path=${path:+$path }$word
@@ -50,7 +52,7 @@ _gentlctl()
     fi
     case $value in
     "words "*) mapfile -t COMPREPLY < <(compgen -W "${value#words }" -- "$current") ;;
-    device) mapfile -t COMPREPLY < <(compgen -W "$(_gentlctl_devices "$1")" -- "$current") ;;
+    device) mapfile -t COMPREPLY < <(compgen -W "$(_gentlctl_devices "$1" "$producer")" -- "$current") ;;
     file | folder)
         compopt -o filenames 2> /dev/null
         mapfile -t COMPREPLY < <(compgen -A "${value/folder/directory}" -- "$current")
@@ -65,8 +67,16 @@ complete -F _gentlctl gentlctl
 constexpr std::string_view zshDevices = R"sh(
 _gentlctl_devices()
 {
-    local -a devices
-    devices=(${(f)"$(gentlctl list 2> /dev/null | sed -n 's/^    \([^ ][^ ]*\) .*/\1/p')"})
+    local -a devices producer
+    local line=${LBUFFER##*gentlctl } i
+    for i in ${(z)line}; do
+        case $i in
+        --producer=*) producer=(--producer ${~${(Q)i#*=}}) ;;
+        --producer) producer=($i) ;;
+        *) ((${#producer} == 1)) && producer+=(${~${(Q)i}}) ;;
+        esac
+    done
+    devices=(${(f)"$(gentlctl list $producer 2> /dev/null | sed -n 's/^    \([^ ][^ ]*\) .*/\1/p')"})
     compadd -a devices
 }
 )sh";

@@ -8,13 +8,17 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 namespace gentlctl
 {
 
 using namespace GenTL;
+
+namespace fs = std::filesystem;
 
 namespace
 {
@@ -66,24 +70,38 @@ public:
                 "camera, with -s PixelFormat=Coord3D_ABC32f");
         }
         const auto text = ToJson(m_frame).dump(2) + "\n";
-        WriteBytes(Path("", "json"), text.data(), text.size());
+        Add("", "json", [&](const fs::path &file) { WriteBytes(file, text.data(), text.size()); });
         return std::move(m_files);
     }
 
-private:
-    std::filesystem::path Path(const std::string &part, const std::string &extension)
+    /// Removes the files so far: a frame without all of its files counts as not written.
+    void Remove() const
     {
-        auto file = m_options.folder /
-                    fmt::format("frame-{:05}{}{}.{}", m_number, part.empty() ? "" : "-", part, extension);
+        for (const auto &file : m_files)
+        {
+            std::error_code ignored;
+            fs::remove(file, ignored);
+        }
+    }
+
+private:
+    /// Has a file of the frame written.
+    template <typename Write>
+    void Add(const std::string &part, const std::string &extension, Write write)
+    {
+        const auto file = m_options.folder / fmt::format("frame-{:05}{}{}.{}", m_number,
+                                                         part.empty() ? "" : "-", part, extension);
+        write(file);
         m_files.push_back(file.string());
-        return file;
     }
 
     void WriteOne(const NamedImage &image)
     {
         if (m_options.format == "raw")
         {
-            WriteBytes(Path(image.name, "raw"), image.view.data, DeliveredBytes(m_frame, image.view));
+            Add(image.name, "raw",
+                [&](const fs::path &file)
+                { WriteBytes(file, image.view.data, DeliveredBytes(m_frame, image.view)); });
         }
         else
         {
@@ -99,8 +117,8 @@ private:
         {
             const auto letter = count > 1 ? std::string(1, "ABCD"[index]) : "";
             const auto *separator = image.name.empty() || letter.empty() ? "" : "-";
-            WritePicture(Path(image.name + separator + letter, m_options.format), image.view, index,
-                         m_options.pictures);
+            Add(image.name + separator + letter, m_options.format,
+                [&](const fs::path &file) { WritePicture(file, image.view, index, m_options.pictures); });
         }
     }
 
@@ -110,11 +128,12 @@ private:
         if (format != "none")
         {
             const auto write = format == "pcd" ? WritePcd : WritePly;
-            write(Path(points.name, format), points.view, intensity);
+            Add(points.name, format, [&](const fs::path &file) { write(file, points.view, intensity); });
         }
         if (m_options.view)
         {
-            WriteView(Path("view", "png"), points.view, intensity, *m_options.view);
+            Add("view", "png",
+                [&](const fs::path &file) { WriteView(file, points.view, intensity, *m_options.view); });
         }
     }
 
@@ -152,7 +171,16 @@ size_t DeliveredBytes(const FrameInfo &frame, const ImageView &image)
 
 std::vector<std::string> WriteFrame(const FrameInfo &frame, uint64_t number, const FrameFileOptions &options)
 {
-    return FrameFiles(frame, number, options).Write();
+    FrameFiles files(frame, number, options);
+    try
+    {
+        return files.Write();
+    }
+    catch (...)
+    {
+        files.Remove();
+        throw;
+    }
 }
 
 } // namespace gentlctl

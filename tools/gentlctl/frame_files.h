@@ -40,7 +40,7 @@ struct FrameFileOptions
 /// Writes the images of a frame as `frame-NNNNN.png` (or .tiff, ...) and its infos beside them as
 /// `frame-NNNNN.json`; a grid of points also as `frame-NNNNN.ply` or `.pcd`, with the intensity if the frame
 /// has it, and with a view as `frame-NNNNN-view.png`. Of an incomplete frame only the infos are written.
-/// @return the names of the files
+/// @return the names of the files; after a failure, none of them stays
 /// @throws std::runtime_error a view is asked for and the frame has no grid of points; as ImagesOf and
 /// WritePicture
 std::vector<std::string> WriteFrame(const FrameInfo &frame, uint64_t number, const FrameFileOptions &options);

@@ -57,25 +57,8 @@ BUFFER_HANDLE FrameSource::Next()
     {
         m_trigger->Fire();
     }
-    auto *const buffer = Wait();
+    auto *const buffer = m_stream->NextBufferBefore(m_end, m_options.timeoutMs);
     return buffer != nullptr && m_options.newest ? NewerThan(buffer) : buffer;
-}
-
-BUFFER_HANDLE FrameSource::Wait()
-{
-    using std::chrono::milliseconds;
-    if (!m_end)
-    {
-        return m_stream->NextBuffer(m_options.timeoutMs);
-    }
-    const auto left = std::chrono::ceil<milliseconds>(*m_end - Clock::now());
-    if (left <= milliseconds::zero())
-    {
-        return nullptr;
-    }
-    const auto leftMs = static_cast<uint64_t>(left.count());
-    return leftMs <= m_options.timeoutMs ? m_stream->TryNextBuffer(leftMs)
-                                         : m_stream->NextBuffer(m_options.timeoutMs);
 }
 
 /// The newest frame that has come. A device without a frame rate fills each buffer that is given back, so a

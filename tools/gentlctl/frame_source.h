@@ -44,7 +44,6 @@ public:
     RunningStream &Stream() { return *m_stream; }
 
 private:
-    GenTL::BUFFER_HANDLE Wait();
     GenTL::BUFFER_HANDLE NewerThan(GenTL::BUFFER_HANDLE buffer);
 
     const GrabOptions &m_options;

@@ -1,14 +1,12 @@
 #include "gentlctl/grab_arguments.h"
 
 #include "gentlctl/command.h"
-#include "gentlctl/durations.h"
 
 #include <fmt/format.h>
 
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <stdexcept>
 #include <system_error>
 
 namespace gentlctl
@@ -38,18 +36,6 @@ ViewAngles ParseAngles(const std::string &text)
     return angles;
 }
 
-std::chrono::nanoseconds ParseGrabDuration(const std::string &text)
-{
-    try
-    {
-        return ParseDuration(text);
-    }
-    catch (const std::runtime_error &error)
-    {
-        throw CLI::ValidationError("--duration", error.what());
-    }
-}
-
 /// A combination of options that cannot be.
 struct Contradiction
 {
@@ -64,16 +50,13 @@ void AddLimits(CLI::App &command, GrabOptions &grab)
         command.add_option("-n,--frames", grab.frames, "Number of frames; 0: until Ctrl-C or --duration")
             ->check(CLI::Range(uint64_t{0}, uint64_t{1'000'000'000}).description(""))
             ->capture_default_str();
-    command
-        .add_option_function<std::string>(
-            "--duration",
-            [&grab, frames](const std::string &text)
-            {
-                grab.duration = ParseGrabDuration(text);
-                grab.frames = frames->count() != 0 ? grab.frames : 0;
-            },
-            "Longest time to grab, as 500ms, 10s, 2min or 1h; without --frames, as many frames as come")
-        ->type_name("TIME");
+    AddDuration(command,
+                "Longest time to grab, as 500ms, 10s, 2min or 1h; without --frames, as many frames as come",
+                [&grab, frames](std::chrono::nanoseconds time)
+                {
+                    grab.duration = time;
+                    grab.frames = frames->count() != 0 ? grab.frames : 0;
+                });
     command
         .add_option("-b,--buffers", grab.buffers,
                     "Buffers to queue; default: as many as the frames need, within 512 MiB")

@@ -68,7 +68,9 @@ std::string ToText(const DeviceGrab &grab)
                                   Milliseconds(grab.report.latencyUncertainty))
                     : fmt::format("  {:8} not known: {}\n", "latency", grab.report.noLatency);
     }
-    return grab.folder.empty() ? text : text + fmt::format("Written to {}\n", grab.folder);
+    return grab.folder.empty() || grab.report.written == 0
+               ? text
+               : text + fmt::format("Written to {}\n", grab.folder);
 }
 
 std::vector<std::string> Complaints(const GrabReport &report, const GrabOptions &options, int signal)

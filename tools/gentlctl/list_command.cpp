@@ -1,6 +1,7 @@
 #include "gentlctl/commands.h"
 
 #include "consumer/access_status.h"
+#include "consumer/device_choice.h"
 #include "consumer/features.h"
 #include "consumer/json.h"
 #include "consumer/network_addresses.h"
@@ -13,9 +14,11 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <exception>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -56,6 +59,34 @@ Listing ListingOf(const std::string &file)
     {
         listing.addresses.merge(AddressesOn(producer, interface));
     }
+    return listing;
+}
+
+std::vector<DeviceEntry> DevicesOf(const Listing &listing)
+{
+    std::vector<DeviceEntry> devices;
+    for (const auto &interface : listing.interfaces)
+    {
+        devices.insert(devices.end(), interface.devices.begin(), interface.devices.end());
+    }
+    return devices;
+}
+
+/// The devices of this name alone, and their interfaces; everything without a name.
+Listing Only(const std::string &name, Listing listing)
+{
+    if (name.empty())
+    {
+        return listing;
+    }
+    const auto named = DevicesNamed(DevicesOf(listing), name);
+    for (auto &interface : listing.interfaces)
+    {
+        std::erase_if(interface.devices, [&](const DeviceEntry &device)
+                      { return std::ranges::find(named, device.id, &DeviceEntry::id) == named.end(); });
+    }
+    std::erase_if(listing.interfaces,
+                  [](const InterfaceEntry &interface) { return interface.devices.empty(); });
     return listing;
 }
 
@@ -121,7 +152,12 @@ void PrintListing(const Listing &listing)
 
 int ListOne(const CommonOptions &options)
 {
-    const auto listing = ListingOf(ProducerFor(options.producer));
+    const auto all = ListingOf(ProducerFor(options.producer));
+    const auto listing = Only(options.device, all);
+    if (!options.device.empty() && listing.interfaces.empty())
+    {
+        throw std::runtime_error(WithoutDevice(DevicesOf(all), options.device));
+    }
     options.json ? PrintJson(ToJson(listing)) : PrintListing(listing);
     return success;
 }
@@ -131,14 +167,17 @@ int ListAll(const CommonOptions &options)
 {
     auto json = Json::array();
     int status = success;
+    bool isFound = false;
     for (const auto &file : KnownProducers())
     {
         json.push_back({{"producer", file}});
         try
         {
-            const auto listing = ListingOf(file);
+            const auto listing = Only(options.device, ListingOf(file));
+            const bool hasAny = options.device.empty() || !listing.interfaces.empty();
+            isFound = isFound || hasAny;
             json.back()["interfaces"] = ToJson(listing);
-            if (!options.json)
+            if (!options.json && hasAny)
             {
                 Print("{}\n", file);
                 PrintListing(listing);
@@ -155,6 +194,11 @@ int ListAll(const CommonOptions &options)
     {
         PrintJson(json);
     }
+    if (!isFound && !options.device.empty())
+    {
+        throw std::runtime_error(fmt::format(
+            "No producer lists a device \"{}\"; `gentlctl list --all` shows all", options.device));
+    }
     return status;
 }
 
@@ -167,8 +211,8 @@ void DeclareList(Commands &commands)
         "list", "List interfaces and devices, with access status and why a device cannot be opened",
         [list](const CommonOptions &options) { return list->all ? ListAll(options) : ListOne(options); });
     command.add_flag("-a,--all", list->all,
-                     "List the devices of the producer that belongs to this program and of all in "
-                     "GENICAM_GENTL64_PATH");
+                     "List the devices of all producers in GENICAM_GENTL64_PATH and of the one that belongs "
+                     "to this program");
 }
 
 } // namespace gentlctl

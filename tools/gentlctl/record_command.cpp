@@ -17,6 +17,7 @@
 #include <algorithm>
 #include <exception>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -58,7 +59,11 @@ void AddCalibration(recording::RecordingWriter &writer, const recording::DeviceR
 void PrintReport(const RecordReport &report, const std::string &device, const RecordCommandOptions &command,
                  uint64_t bytes, bool asJson)
 {
-    const auto rate = report.seconds > 0 ? static_cast<double>(report.delivered - 1) / report.seconds : 0.0;
+    const auto perSecond = [](uint64_t count, double seconds)
+    { return seconds > 0 ? static_cast<double>(count) / seconds : 0.0; };
+    const auto received = report.delivered == 0 ? 0 : perSecond(report.delivered - 1, report.seconds);
+    const auto written = perSecond(report.recorded, report.writingSeconds);
+    const auto bytesPerSecond = perSecond(bytes, report.writingSeconds);
     if (asJson)
     {
         return PrintJson({{"device", device},
@@ -67,12 +72,19 @@ void PrintReport(const RecordReport &report, const std::string &device, const Re
                           {"notRecorded", report.unwritten},
                           {"lost", report.lost},
                           {"bytes", bytes},
-                          {"framesPerSecond", rate}});
+                          {"framesPerSecond", received},
+                          {"writtenFramesPerSecond", written},
+                          {"writtenBytesPerSecond", bytesPerSecond}});
     }
-    Print("{}: {} frame{} recorded, {:.1f} MB, {} not recorded, {} lost{}\n", device, report.recorded,
-          report.recorded == 1 ? "" : "s", static_cast<double>(bytes) / 1e6, report.unwritten, report.lost,
-          rate > 0 ? fmt::format(", {:.1f} frames/s", rate) : "");
-    Print("Recorded in {}\n", command.folder);
+    Print("{}: {} frame{} recorded, {:.1f} MB, {} not recorded, {} lost\n", device, report.recorded,
+          report.recorded == 1 ? "" : "s", static_cast<double>(bytes) / 1e6, report.unwritten, report.lost);
+    if (report.recorded != 0)
+    {
+        // A single frame has no rate of receiving.
+        Print("{} at {:.1f} frames/s, {:.3f} GB/s\nRecorded in {}\n",
+              received > 0 ? fmt::format("Received at {:.1f} frames/s, written", received) : "Written",
+              written, bytesPerSecond / 1e9, command.folder);
+    }
 }
 
 /// A signal ends the recording in order. It is the end that is meant where the options name no other.
@@ -99,6 +111,10 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     {
         std::rethrow_exception(report.failure);
     }
+    if (report.recorded == 0 && interrupt.Signal() == 0)
+    {
+        throw std::runtime_error("No frame came within --duration, so nothing is recorded");
+    }
     const bool endsBySignal = command.record.frames == 0 && !command.record.duration;
     return interrupt.Signal() == 0 || endsBySignal ? success : killed + interrupt.Signal();
 }
@@ -122,14 +138,11 @@ void DeclareRecord(Commands &commands)
     command.add_option("-o,--output", chosen->folder, "Folder of the recording, which holds none yet")
         ->type_name("FOLDER")
         ->required();
-    command.add_option("-n,--frames", options.frames, "Number of frames; 0: until Ctrl-C")
+    command.add_option("-n,--frames", options.frames, "Number of frames; 0: until Ctrl-C or --duration")
         ->check(CLI::Range(uint64_t{0}, uint64_t{1'000'000'000}).description(""))
         ->capture_default_str();
-    command
-        .add_option_function<uint32_t>(
-            "--duration", [&options](uint32_t seconds) { options.duration = std::chrono::seconds(seconds); },
-            "Seconds to record")
-        ->check(CLI::Range(1, 31'536'000).description(""));
+    AddDuration(command, "Longest time to record, as 500ms, 10s, 2min or 1h",
+                [&options](std::chrono::nanoseconds time) { options.duration = time; });
     command
         .add_option("-b,--buffers", options.buffers,
                     "Buffers to queue; default: as many as 512 MiB hold, 16 to 1024")

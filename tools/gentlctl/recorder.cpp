@@ -16,7 +16,7 @@ using GenTL::internal::IGenTLProxy;
 namespace
 {
 
-using Clock = std::chrono::steady_clock;
+using Clock = RunningStream::Clock;
 
 /// Buffers that wait to be filled while all others wait to be written.
 constexpr size_t leastSpareBuffers = 4;
@@ -56,11 +56,14 @@ public:
     RecordReport Run()
     {
         m_first = Clock::now();
+        if (m_options.duration)
+        {
+            m_end = m_first + std::chrono::duration_cast<Clock::duration>(*m_options.duration);
+        }
         try
         {
-            while (IsWanted())
+            while (IsWanted() && Receive())
             {
-                Receive();
             }
         }
         catch (const std::exception &)
@@ -71,6 +74,7 @@ public:
         m_report.lost = m_running.LostFrames();
         m_running.StopDevice();
         m_writer.Finish();
+        m_report.writingSeconds = SecondsSinceFirst();
         m_report.recorded = m_writer.Written();
         m_report.unwritten = m_report.delivered - m_report.recorded;
         if (auto failure = m_writer.Failure())
@@ -84,17 +88,22 @@ private:
     bool IsWanted() const
     {
         const bool isEnough = m_options.frames != 0 && m_taken >= m_options.frames;
-        const bool isLate = m_options.duration && Clock::now() - m_first >= *m_options.duration;
-        return !isEnough && !isLate && m_interrupt.Signal() == 0 && !m_writer.Failure();
+        return !isEnough && m_interrupt.Signal() == 0 && !m_writer.Failure();
     }
 
-    void Receive()
+    double SecondsSinceFirst() const { return std::chrono::duration<double>(Clock::now() - m_first).count(); }
+
+    /// Returns false when the time is over.
+    bool Receive()
     {
         FrameInfo frame;
-        frame.buffer = m_running.NextBuffer(m_options.timeoutMs);
-        const auto now = Clock::now();
-        m_first = m_report.delivered == 0 ? now : m_first;
-        m_report.seconds = std::chrono::duration<double>(now - m_first).count();
+        frame.buffer = m_running.NextBufferBefore(m_end, m_options.timeoutMs);
+        if (frame.buffer == nullptr)
+        {
+            return false;
+        }
+        m_first = m_report.delivered == 0 ? Clock::now() : m_first;
+        m_report.seconds = SecondsSinceFirst();
         ++m_report.delivered;
         if (m_writer.Offer(frame))
         {
@@ -104,6 +113,7 @@ private:
         {
             m_running.QueueAgain(frame.buffer);
         }
+        return true;
     }
 
     const RecordOptions &m_options;
@@ -111,6 +121,7 @@ private:
     RecordReport m_report;
     uint64_t m_taken = 0;      ///< frames that count towards those to record
     Clock::time_point m_first; ///< when the first frame came
+    std::optional<Clock::time_point> m_end;
     RunningStream m_running;
     InterruptWatch m_watch; // destroyed before the stream, whose wait it ends
     FrameWriter m_writer;   // destroyed before the stream, which takes its buffers back
@@ -123,7 +134,10 @@ RecordReport Record(IGenTLProxy &calls, DS_HANDLE stream, const Features &remote
                     const Interrupt &interrupt)
 {
     auto report = Recorder(calls, stream, remote, writer, ticksPerSecond, options, interrupt).Run();
-    writer.Finish(report.lost, report.unwritten);
+    if (report.recorded != 0)
+    {
+        writer.Finish(report.lost, report.unwritten);
+    }
     return report;
 }
 

@@ -23,10 +23,10 @@ class Interrupt;
 
 struct RecordOptions
 {
-    uint64_t frames = 0;                          ///< 0 for no limit
-    std::optional<std::chrono::seconds> duration; ///< of the recording; none for no limit
-    std::optional<uint32_t> buffers;              ///< default: as many as 512 MiB hold, within limits
-    uint64_t timeoutMs = 5000;                    ///< longest wait for one frame
+    uint64_t frames = 0;                              ///< 0 for no limit
+    std::optional<std::chrono::nanoseconds> duration; ///< of the recording; none for no limit
+    std::optional<uint32_t> buffers;                  ///< default: as many as 512 MiB hold, within limits
+    uint64_t timeoutMs = 5000;                        ///< longest wait for one frame
 };
 
 struct RecordReport
@@ -36,12 +36,13 @@ struct RecordReport
     uint64_t unwritten = 0;     ///< frames that arrived and are not in the recording
     uint64_t lost = 0;          ///< frames for which no buffer was free
     double seconds = 0;         ///< from the first to the last frame
+    double writingSeconds = 0;  ///< from the first frame until all were written
     std::exception_ptr failure; ///< why the recording ended early; null when nothing failed
 };
 
 /// Records frames of a stream: receives them and writes them at the same time. Each frame waits in its buffer
 /// until it is written; while the disk does not keep up and all buffers but a few are held, further frames
-/// are counted and not recorded. Completes the recording in any case.
+/// are counted and not recorded. Completes the recording in any case, unless it has no frame.
 ///
 /// @param ticksPerSecond of the device's time stamps; 0 if unknown
 /// @throws GenTLException the stream cannot be started

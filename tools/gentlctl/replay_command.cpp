@@ -94,8 +94,10 @@ Words ReplayedLine(const CommonOptions &options, const Json &recordings, const W
             words.insert(words.end(), {name, value});
         }
     };
-    const auto standard = areOfTheFamily ? std::string() : AnyProducerFile();
-    add("--producer", options.producer.empty() ? standard : options.producer);
+    // Another producer in GENICAM_GENTL64_PATH does not know the recordings.
+    const auto proxy = areOfTheFamily ? ProxyProducerFile() : std::string();
+    const auto standard = [&] { return proxy.empty() ? AnyProducerFile() : proxy; };
+    add("--producer", options.producer.empty() ? standard() : options.producer);
     add("--device", options.device);
     if (options.json && std::ranges::find(rest, "--json") == rest.end())
     {

@@ -69,6 +69,23 @@ std::string EntriesText(const Json &feature, bool isAvailable)
     return fmt::to_string(fmt::join(names, ", "));
 }
 
+/// "TLParamsLocked, now"; empty for a feature without a lock.
+std::string LockText(const Json &feature)
+{
+    if (!feature.contains("lockedBy"))
+    {
+        return "";
+    }
+    const auto state = !feature.contains("locked") ? "" : feature["locked"] == true ? ", now" : ", not now";
+    return feature["lockedBy"].get<std::string>() + state;
+}
+
+std::string NamesText(const Json &feature, const char *member)
+{
+    return fmt::to_string(
+        fmt::join(feature.value(member, Json::array()).get<std::vector<std::string>>(), ", "));
+}
+
 /// What follows the line with the name of a feature.
 Json DetailsOf(const Json &feature)
 {
@@ -80,6 +97,9 @@ Json DetailsOf(const Json &feature)
          feature.contains("maxLength") ? "at most " + feature["maxLength"].dump() + " characters" : ""},
         {"entries", EntriesText(feature, true)},
         {"not now", EntriesText(feature, false)},
+        {"locked by", LockText(feature)},
+        {"selects", NamesText(feature, "selects")},
+        {"selected by", NamesText(feature, "selectedBy")},
         {"visibility", feature["visibility"]},
         {"description", feature.value("description", "")},
     };
