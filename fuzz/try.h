@@ -2,7 +2,7 @@
 
 #include <exception>
 
-/// Performs an action of which nothing is wanted but that it ends, with or without a std::exception.
+/// Performs an action that may throw a std::exception, but must end.
 template <typename Action>
 void Try(Action action)
 {
