@@ -13,7 +13,7 @@
 namespace gentlctl
 {
 
-/// Reads all registers that a device's description names, so that a replay needs no description. It writes
+/// Reads all registers that a device's description names, so that a replay can answer in its place. It writes
 /// only to the selectors of the device and to its file access. Made for one use, and for one thread.
 class RegisterSurvey
 {
