@@ -1,6 +1,6 @@
 // What opening a device costs: its description of 1.3 MB is read from its port, parsed, made a graph of its
-// nodes, edited and hashed. The reference is pugixml, which parses the document and writes it once. CPU time
-// of the thread, in turns in one run, and the ratio.
+// nodes, edited and hashed. The reference is pugixml, which parses the document and writes it once. Measures
+// the CPU time of the thread, both in turns in one run, and prints the ratio.
 //
 //   bench_edited_description [rounds]
 

@@ -19,7 +19,7 @@ namespace
 
 using namespace GenTL::internal::genapi;
 
-/// All registers have zeros.
+/// A port whose registers are all zero.
 class ZeroPort final : public IRegisterPort
 {
 public:

@@ -102,7 +102,7 @@ std::string ReadDocument(EditedRemote &remote)
     return document;
 }
 
-/// Reads all that the consumer's document names. What the device's own document is, is a document, too.
+/// Reads all that the consumer's document names. The document must parse, as the device's own did.
 void Consume(EditedRemote &remote, ConversionProcessor &processor)
 {
     const auto document = ReadDocument(remote);
@@ -114,7 +114,7 @@ void Consume(EditedRemote &remote, ConversionProcessor &processor)
     const NodeGraph graph(tree);
     ConsumerPort port(remote);
     GraphFeatures features(graph, port);
-    // More nodes only repeat what a few show, and cost the search its speed. Ours are the last.
+    // More nodes find nothing new and slow the search down. The producer's own nodes are the last.
     const auto count = std::min<size_t>(graph.Size(), 200);
     for (size_t i = 0; i < count; ++i)
     {

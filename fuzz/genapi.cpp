@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             RepeatingRegisters port(input.registers);
             GraphFeatures features(graph, port);
             StaticRanges(graph);
-            // More nodes only repeat what a few show, and cost the search its speed.
+            // More nodes find nothing new and slow the search down.
             const auto count = std::min<size_t>(graph.Size(), 200);
             for (NodeId id = 0; id < count; ++id)
             {

@@ -54,7 +54,7 @@ void Write(const fs::path &folder)
     writer.Finish(0, 0);
 }
 
-/// The index with correct checksums, as far as it is one.
+/// The index with correct checksums, as far as its entries can be found.
 std::string Sealed(std::string index)
 {
     size_t offset = sizeof(recording::IndexHeader);

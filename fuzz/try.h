@@ -2,7 +2,7 @@
 
 #include <exception>
 
-/// Performs an action of which nothing is wanted but that it ends, with or without an exception of this kind.
+/// Performs an action that may throw an exception of this kind, but must end.
 template <typename Expected = std::exception, typename Action>
 void Try(Action action)
 {

@@ -64,7 +64,7 @@ struct DescribedFeatures
     std::unique_ptr<genapi::GraphFeatures> features;
 };
 
-/// Addresses and what stands there, in 4 bytes, big-endian.
+/// Addresses and the numbers there, of 4 big-endian bytes.
 using Registers = std::vector<std::pair<uint64_t, uint32_t>>;
 
 /// The camera behind the lower producer: its registers, read by its own description, and the frames that it
@@ -139,7 +139,7 @@ public:
         return value;
     }
 
-    /// The format that the camera sends; null for one that nobody knows.
+    /// The format that the camera sends; null for an unknown one.
     const tarn::common::FormatInfo *Format()
     {
         auto &features = Features();
@@ -148,11 +148,11 @@ public:
             static_cast<tarn::common::PixelFormat>(features.ReadInteger("PixelFormat")));
     }
 
-    /// Makes the lower producer tell the frames in the camera's format, and gives one.
+    /// Makes the lower producer report the camera's format for its frames, and returns a frame of it.
     lower::Frame Frame()
     {
         const auto *format = Format();
-        // What nobody knows is sent as it is called, one byte for a pixel.
+        // An unknown format is sent under its own code, with one byte for each pixel.
         const auto code = format != nullptr ? static_cast<uint64_t>(format->format)
                                             : static_cast<uint64_t>(Features().ReadInteger("PixelFormat"));
         lower::Frame frame;

@@ -100,7 +100,7 @@ protected:
     {
         Connect(Fixture(GetParam().fixture), std::nullopt, GetParam().registers);
         lower->definesPayloadSize = GetParam().streamTellsSize;
-        // Not in the state of any first entry.
+        // The camera begins in the wire format of the first offer.
         camera->Features().WriteText("PixelFormat", GetParam().offers.front().wire);
     }
 

@@ -84,7 +84,7 @@ std::string Unmarked(std::string name)
     return name;
 }
 
-/// Bits of a sample, of which the name speaks after its family.
+/// Bits of a sample: the first number in the name behind its family and subsampling.
 int DepthByName(std::string name)
 {
     for (const std::string prefix :

@@ -15,8 +15,8 @@ namespace
 
 using Codes = std::vector<std::pair<std::string, int64_t>>;
 
-// Once more and by hand, since a code cannot be derived from a name, and that of another format would go
-// unnoticed.
+// The codes once more, typed by hand: a name does not tell its code, and a row of the table with the code of
+// another format would go unnoticed.
 const std::map<uint64_t, Codes> codesByBits{
     {8,
      {{"Mono8", 0x01080001},

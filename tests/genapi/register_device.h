@@ -107,7 +107,7 @@ public:
     GraphFeatures features;
 };
 
-/// A register at an address: <Address>, <Length>, AccessMode RW, the port Device, and what else is given.
+/// A register at an address: <Address>, <Length>, AccessMode RW, and what else is given.
 inline std::string Register(const std::string &element, const std::string &name, int address, int length,
                             const std::string &more = {})
 {

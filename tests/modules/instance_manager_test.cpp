@@ -197,8 +197,8 @@ TEST(Registry, ServesManyThreadsAtOnce)
     EXPECT_EQ(registry.Find(common.get()), common);
 }
 
-/// One entry in each registry, which tells when it is released. The objects are none: a registry never looks
-/// into them.
+/// One entry in each registry, which tells when it is released. Its handles point to no objects: a registry
+/// never looks into them.
 struct SevenEntries
 {
     std::vector<std::string> released;

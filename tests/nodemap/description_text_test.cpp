@@ -24,7 +24,7 @@ std::string TextFrom(const std::string &bytes)
     return DescriptionText(BytesIn(bytes));
 }
 
-/// A text of the units below U+10000 in UTF-16.
+/// The code units of a text as bytes.
 std::string Utf16(const std::u16string &text, bool isLittleEndian)
 {
     std::string bytes;

@@ -212,7 +212,7 @@ TEST(NodeMapParserFormula, HasVariablesConstantsAndFormula)
     }
 }
 
-/// Sets one of the test locales, with a decimal comma, for the life of this object.
+/// Sets the test locale, which has a decimal comma, for the life of this object.
 class DecimalComma
 {
 public:

@@ -77,7 +77,7 @@ protected:
     {
         return FailureOf([&] { Run(); });
     }
-    /// The first bytes of the output.
+    /// `count` bytes of the output, from the byte `first` on.
     std::vector<uint8_t> Written(size_t first, size_t count) const
     {
         const auto begin = output.begin() + static_cast<ptrdiff_t>(first);

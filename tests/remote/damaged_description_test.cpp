@@ -16,7 +16,7 @@ namespace
 
 using namespace edited;
 
-/// A part of a description, put somewhere else.
+/// The text with one to three damages: a changed byte, an erased part, or a part copied elsewhere.
 std::string Damaged(std::string text, std::mt19937 &random)
 {
     const auto place = [&] { return std::uniform_int_distribution<size_t>(0, text.size() - 1)(random); };

@@ -52,7 +52,7 @@ std::string AnswerFor(genapi::GraphFeatures &features, const std::string &name)
     return answer;
 }
 
-/// The features of the device's that get another name.
+/// The features of the device that get another name in the edited description.
 const std::set<std::string> &ReplacedNames()
 {
     static const std::set<std::string> names{"PixelFormat",
@@ -110,7 +110,7 @@ TEST_P(EveryFeature, HasTheDevicesValueUnderTheDevicesName)
     camera.port.pattern = 3;
     for (const auto &name : ReplacedNames())
     {
-        // The suffix is that of all names.
+        // All new names get the same suffix.
         for (const std::string suffix : {"", "_2"})
         {
             const auto moved = "Device" + name + suffix;

@@ -263,7 +263,7 @@ protected:
         return {first, first + static_cast<ptrdiff_t>(size)};
     }
 
-    /// Bytes for each address outside of registers and description, too.
+    /// Answers reads outside of the registers and the description, too: with this byte.
     void FillTheAddressSpace(uint8_t byte)
     {
         proxy->onGCReadPort = [this, byte, read = proxy->onGCReadPort](PORT_HANDLE handle, uint64_t address,

@@ -149,7 +149,7 @@ TEST_F(Scan3dCalibration, IsMissingWhereANodeIs)
 TEST_F(Scan3dCalibration, IsMissingWhicheverAccessToTheFileFails)
 {
     extra = FakeFileDevice::Nodes();
-    // Of the file's size the first, which costs the size alone.
+    // The first accesses ask for the file's size; a failure there costs the size alone.
     constexpr int ofTheSize = 2;
     int accesses = 0;
     int failing = 0;

@@ -11,7 +11,7 @@
 namespace gentlctl
 {
 
-/// An info function of which only the answer is left open.
+/// An info function whose module and command are fixed.
 using RawQuery = std::function<GenTL::GC_ERROR(GenTL::INFO_DATATYPE *type, void *buffer, size_t *size)>;
 
 /// The text that a function gives, called as function(buffer, size); empty when it fails.

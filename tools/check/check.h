@@ -22,7 +22,7 @@ struct Bench
 struct Check
 {
     std::string area;   ///< of the interface: "library", "system", ..., "stream"
-    std::string states; ///< what is true when nothing bad is found
+    std::string states; ///< what holds when the check finds nothing
     /// @throws NotReached what the check needs is not there
     std::function<void(Bench &bench)> run;
 };

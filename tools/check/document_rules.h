@@ -9,7 +9,7 @@
 namespace gentlctl
 {
 
-/// What a port says of its description.
+/// A description, as its port announces it.
 struct DocumentClaim
 {
     std::string url;
@@ -17,8 +17,9 @@ struct DocumentClaim
     int32_t schemaMinor = 1;
 };
 
-/// Reports what in a stored description hurts its readers: bytes behind the end, an archive that is none or
-/// that its name denies, XML that does not parse, another schema, references to nothing, odd chunk ids.
+/// Reports what hurts the readers of a stored description: bytes behind the end, a broken archive, a name
+/// that does not fit the content, XML that does not parse, another schema, references to nothing, chunk ids
+/// with an odd number of digits.
 /// @param bytes as the port gave them
 void CheckDocument(Trial &trial, const DocumentClaim &claim, std::span<const uint8_t> bytes);
 

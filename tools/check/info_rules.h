@@ -33,8 +33,8 @@ using AskInfo =
     std::function<GenTL::GC_ERROR(int32_t command, GenTL::INFO_DATATYPE *type, void *buffer, size_t *size)>;
 
 /// Reports each answer that breaks the rules of all info functions: a null buffer asks for the size; a buffer
-/// that is too small is refused and left alone; the answer has the published type; what a module does not
-/// know is an error.
+/// that is too small is refused and left alone; the answer has the published type; an unknown command is an
+/// error.
 void CheckInfoRules(Trial &trial, const InfoTable &table, const AskInfo &ask);
 
 } // namespace gentlctl

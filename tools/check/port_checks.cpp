@@ -70,7 +70,7 @@ RawQuery UrlQuery(Calls &calls, PortUrl url, URL_INFO_CMD command)
     { return calls.GCGetPortURLInfo(url.port, url.index, command, type, buffer, size); };
 }
 
-/// How many URLs a port has, as far as one can believe it: one at least.
+/// How many URLs to look at: as many as the port has, but at least one and at most mostUrls.
 uint32_t NumUrls(Calls &calls, PORT_HANDLE port)
 {
     uint32_t count = 0;

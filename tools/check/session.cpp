@@ -56,7 +56,7 @@ void Need(Calls &calls, const std::string &call, GC_ERROR code)
     }
 }
 
-/// A device of a list, and whether it is what is looked for.
+/// A device in a list: whether it has the wanted name, and whether it can be opened.
 struct Candidate
 {
     std::string id;
@@ -83,7 +83,7 @@ Candidate CandidateOf(Calls &calls, IF_HANDLE interface, uint32_t index, const s
     return candidate;
 }
 
-/// The ids of the devices of an interface, the wanted one first; nothing when it has none.
+/// The id of the wanted device on an interface; nothing when it is not there.
 std::optional<std::string> WantedOn(Calls &calls, IF_HANDLE interface, const std::string &selection)
 {
     Need(calls, "IFUpdateDeviceList", calls.IFUpdateDeviceList(interface, nullptr, updateLimitMs));

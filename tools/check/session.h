@@ -39,9 +39,9 @@ public:
     /// The camera's features.
     Features &RemoteFeatures();
 
-    /// Of the device that is opened.
+    /// The ids of the device that Device opens.
     const DeviceAddress &Address();
-    /// Of the stream that is opened.
+    /// The id of the stream that Stream opens.
     std::string StreamId();
 
     /// Closes the module and all that was opened on it. Nothing happens when it is not open.

@@ -14,14 +14,14 @@
 namespace gentlctl
 {
 
-/// What a check needs is not there, for a reason that another check reports.
+/// Ends a check that lacks what it needs, for a reason that another check reports.
 class NotReached : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// What is said about a call that does not do what it should.
+/// How bad a wrong answer is, whom it hurts, and what to do.
 struct Verdict
 {
     Level level;
@@ -65,8 +65,8 @@ public:
         return code == GenTL::GC_ERR_SUCCESS;
     }
 
-    /// Reports a call that did not fail with one of these codes. One that succeeded gets the verdict, one
-    /// that failed with another code will hurt.
+    /// Reports a call that did not fail with one of these codes. A success gets the verdict; a failure with
+    /// another code gets "will hurt".
     void MustFail(const std::string &call, GenTL::GC_ERROR code,
                   std::initializer_list<GenTL::GC_ERROR> expected, const Verdict &success);
 

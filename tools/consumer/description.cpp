@@ -81,7 +81,7 @@ std::string LoadDescription(internal::IPort &port)
     auto text = internal::DescriptionText(bytes);
     if (text.empty())
     {
-        // No XML. Its reader will say so.
+        // Not XML, which the parser reports.
         text.assign(bytes.begin(), bytes.end());
     }
     return text.substr(0, text.find('\0'));

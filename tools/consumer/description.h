@@ -9,8 +9,8 @@
 namespace gentlctl
 {
 
-/// The GenICam description behind a port in UTF-8: unzipped, without a byte order mark, and without what
-/// stands around it.
+/// The GenICam description behind a port in UTF-8: unzipped, without a byte order mark, and without the bytes
+/// before and behind the document.
 /// @throws std::runtime_error the port has no description, its URL is neither "local:" nor "file:", or its
 /// size is 0 or more than 1 GiB
 std::string LoadDescription(GenTL::internal::IPort &port);

@@ -15,7 +15,7 @@
 namespace gentlctl
 {
 
-/// A port of a description that exists at times only.
+/// A port whose registers exist only with a frame or an event.
 struct PassingPort
 {
     std::string_view when; ///< for example "only with a frame"

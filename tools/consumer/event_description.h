@@ -13,15 +13,15 @@
 namespace gentlctl
 {
 
-/// What a module's description says about its events. Constant after construction.
+/// The events in a module's description. Constant after construction.
 class EventDescription
 {
 public:
     /// @throws std::runtime_error the description cannot be loaded or read
     explicit EventDescription(GenTL::internal::IPort &port);
 
-    /// What the names of an event's features have in common, for example "EventExposureEnd"; empty when the
-    /// description does not know the event.
+    /// The name of an event: the common beginning of the names of its features, for example
+    /// "EventExposureEnd". Empty when the description does not have the event.
     std::string NameOf(uint64_t id) const;
 
     /// The values of the event's features, which read its data. An "error" stands in place of a value that

@@ -17,7 +17,7 @@ using GenTL::internal::GenTLException;
 namespace
 {
 
-/// The bytes that an info function gives; none when it fails.
+/// The bytes of an info function's answer; none when it fails.
 std::vector<uint8_t> TryBytes(const InfoQuery &query)
 {
     try

@@ -16,14 +16,15 @@
 namespace gentlctl
 {
 
-/// What the producer tells of an event that fired. A number or a text that it does not tell is absent or
-/// empty.
+/// An event that fired, as the producer describes it. An absent number, an empty text: the producer gives
+/// none.
 struct FiredEvent
 {
-    std::optional<uint64_t> number; ///< its id: of EVENT_ERROR the error, else the EventID of a description
-    std::string id;                 ///< its id as a text; of a feature event the name of the feature
-    std::string text;               ///< of EVENT_ERROR what happened
-    std::vector<uint8_t> data;      ///< what the features behind the event's port read
+    std::optional<uint64_t>
+        number;                ///< its id: the code of an EVENT_ERROR, else an EventID of the description
+    std::string id;            ///< its id as a text; for an event of a feature, the name of the feature
+    std::string text;          ///< the message of an EVENT_ERROR
+    std::vector<uint8_t> data; ///< the bytes that the features of the event's port read
 };
 
 /// Registers an event and waits for it on a thread of its own, from construction to destruction.

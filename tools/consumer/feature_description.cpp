@@ -53,7 +53,7 @@ std::string MacAddress(uint64_t value)
     return fmt::format("{:02x}", fmt::join(bytes, ":"));
 }
 
-/// Whether a read of the node's value reads what the property names.
+/// Whether reading a node also reads the node that this property names.
 bool IsRead(Tag tag)
 {
     return tag == Tag::pValue || tag == Tag::pValueIndexed || tag == Tag::pValueDefault ||

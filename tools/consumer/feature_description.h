@@ -39,8 +39,7 @@ public:
     /// @throws std::runtime_error there is no such feature; the message names similar ones
     NodeId Find(const std::string &name) const;
 
-    /// When a feature has a value that it does not always have, for example "only with a frame"; none for
-    /// other features.
+    /// When a feature has a value, for example "only with a frame"; none for a feature that always has one.
     std::optional<std::string> WhyPassing(NodeId feature) const;
 
     /// The id of the event whose data hold a feature's value; none for other features.
@@ -52,8 +51,8 @@ public:
     /// The form of a feature's number; null for a plain number.
     NumberForm FormOf(NodeId feature) const;
 
-    /// The text of a property such as "Unit" that the feature has, or the first node behind it that carries
-    /// its value; empty without one.
+    /// The text of a property such as "Unit": of the feature, else of the first node behind its value that
+    /// has the property; empty when none has it.
     std::string_view PropertyOf(NodeId feature, const char *property) const;
 
     /// The node that locks a feature, as the description of the device says; none for a feature without a

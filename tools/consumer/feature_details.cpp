@@ -96,7 +96,7 @@ void AddRange(Json &details, GraphFeatures &features, const std::string &name)
     }
 }
 
-/// The entry of this name in an enumeration's description.
+/// The sentence that explains an entry of an enumeration.
 std::string_view ExplanationOfEntry(const NodeGraph &graph, NodeId enumeration, std::string_view name)
 {
     for (const auto &property : graph.PropertiesOf(enumeration))
@@ -123,7 +123,7 @@ void AddEntries(Json &details, GraphFeatures &features, const NodeGraph &graph, 
     details["entries"] = std::move(entries);
 }
 
-/// What the feature takes.
+/// Adds the values that the feature takes: entries, a range, or a length.
 void AddDomain(Json &details, GraphFeatures &features, const NodeGraph &graph, const std::string &name)
 {
     const auto type = TypeOf(graph[graph.Find(name)].kind);

@@ -9,7 +9,7 @@
 namespace gentlctl
 {
 
-/// What is known of a feature beside its value, as far as the description says it and it can be read now:
+/// Describes a feature, its value apart, by what the description states and what can be read now:
 ///
 /// "type", for example "Integer"; "unit"; "min", "max" and "increment" of a number, "maxLength" of a text,
 /// when it can be written; "entries" of an enumeration, each with "name", "value", whether it is "available"

@@ -16,7 +16,7 @@ using namespace GenTL::internal::genapi;
 namespace
 {
 
-/// A limit of this size or beyond is that of the type, and not of the feature.
+/// A limit of this size or beyond belongs to the type, not to the feature.
 template <typename T>
 constexpr T beyond = std::numeric_limits<T>::max();
 template <>

@@ -12,7 +12,7 @@
 namespace gentlctl
 {
 
-/// The limits of a feature that its description states; none that are only those of its type.
+/// The limits of a feature. A limit that is only that of its type is left out.
 template <typename T>
 struct Stated
 {

@@ -152,8 +152,8 @@ public:
 
     LoadedSettings Run()
     {
-        // What differs in a pass as in an earlier one would do so for ever. A value may also change by
-        // itself.
+        // A pass that finds the same differences as an earlier one would repeat for ever. The number of
+        // passes is limited for values that change by themselves.
         constexpr int mostPasses = 20;
         std::set<Differences> earlier;
         auto differing = WriteAll();
@@ -167,7 +167,7 @@ public:
     }
 
 private:
-    /// Settings by their place, with the values that they had.
+    /// The settings that differed, by their index, with the values that they had.
     using Differences = std::vector<std::pair<size_t, std::string>>;
 
     void Select(const Setting &setting)
@@ -239,7 +239,7 @@ private:
     SettingAccess &m_access;
     const std::vector<Setting> &m_settings;
     Selectors m_selectors;
-    std::map<size_t, std::string> m_reasons; ///< why a setting was not written, by its place
+    std::map<size_t, std::string> m_reasons; ///< why a setting was not written, by its index
     LoadedSettings m_loaded;
 };
 

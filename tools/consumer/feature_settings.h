@@ -22,7 +22,7 @@ struct SettingFailure
 struct SavedSettings
 {
     std::vector<Setting> settings;
-    std::vector<SettingFailure> failures; ///< settings that cannot be read, though their access says so
+    std::vector<SettingFailure> failures; ///< settings that could not be read
 };
 
 struct LoadedSettings

@@ -26,15 +26,15 @@ Json ErrorOf(const std::exception &exception)
     return {{"error", exception.what()}};
 }
 
-/// The features, to be read from the device again.
+/// The features without their cached values: the next read reaches the device.
 genapi::GraphFeatures &Fresh(genapi::GraphFeatures &features)
 {
     features.Invalidate();
     return features;
 }
 
-/// Why a feature has no value now. A feature whose access cannot be found out has no reason: an attempt to
-/// read it tells what failed.
+/// Why a feature has no value now. None when its access cannot be found out: reading the feature then fails
+/// with the cause.
 std::optional<std::string> ReasonFor(genapi::GraphFeatures &features, const FeatureDescription &description,
                                      const std::string &name)
 {
@@ -76,7 +76,7 @@ Json ValueOrReason(genapi::GraphFeatures &features, const FeatureDescription &de
     }
 }
 
-/// What is known of a feature behind its value, or behind the reason for having none.
+/// Appends the description of a feature to its value, or to the reason why it has none.
 Json WithDetails(genapi::GraphFeatures &features, const FeatureDescription &description,
                  const std::string &name, Json value)
 {

@@ -16,7 +16,7 @@
 namespace gentlctl
 {
 
-/// How much is told of a feature.
+/// How much of a feature to return.
 enum class Extent
 {
     Value,
@@ -68,11 +68,11 @@ public:
 
     // The following two report a feature that cannot be read in their answer, and do not throw.
 
-    /// Values by name: of the named features, and of those that a pattern matches, as in "Exposure*"; of all
-    /// when `names` is empty. The reason stands in place of a missing value: as an "error" when the feature
-    /// was named or could not be read, else as a "text".
-    ///
-    /// With `Extent::Details`, an object as of DescribeFeature stands for each feature, with its "value".
+    /// The values of features, by name.
+    /// @param names of features, or patterns such as "Exposure*"; empty for all
+    /// @param extent Extent::Details: an object of DescribeFeature for each feature, with its "value"
+    /// @return in place of a missing value the reason: as an "error" when the feature was named or could not
+    /// be read, else as a "text"
     Json Values(const std::vector<std::string> &names, Extent extent = Extent::Value) const;
 
     /// Values of the features in the chunks of a frame, by name. An "error" stands in place of a value that

@@ -49,7 +49,7 @@ PartInfo ReadPartInfo(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer
 std::vector<PartInfo> ReadPartInfos(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer)
 {
     uint32_t count = 0;
-    // A producer that does not support parts fails this call: then there are none.
+    // A producer without support for parts fails this call; then there are none.
     internal::CloseQuietly([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
     std::vector<PartInfo> parts;
     for (uint32_t part = 0; part < count; ++part)

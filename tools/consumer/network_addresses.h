@@ -16,7 +16,7 @@ struct NetworkAddress
     std::string mac; ///< as in "02:00:00:00:01:01"
 };
 
-/// The addresses of an interface's devices, by their ids, as far as the features of the interface tell them.
+/// The addresses of an interface's devices, by their ids, where the features of the interface give them.
 /// Leaves its DeviceSelector at another device.
 /// @param devices how many the interface lists
 std::map<std::string, NetworkAddress> NetworkAddresses(const Features &interface, size_t devices);

@@ -28,8 +28,8 @@ public:
     /// The values that a selector can have now.
     std::vector<std::string> ValuesOf(const std::string &selector);
 
-    /// Whether two texts are one value of the feature. Two floating numbers are, when they differ by no more
-    /// than rounding to a float of four bytes does.
+    /// Whether two texts mean the same value of the feature. Floating-point numbers may differ by the
+    /// rounding of a four-byte float.
     bool AreEqual(const std::string &name, const std::string &a, const std::string &b) const;
 
 private:

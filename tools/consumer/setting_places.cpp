@@ -15,8 +15,8 @@ using namespace GenTL::internal::genapi;
 namespace
 {
 
-/// Published features that can be written and are no settings: who a device is, how a consumer reaches it,
-/// and the steps of a transfer.
+/// Published features that can be written but are not settings: the identity of a device, its connection, and
+/// the steps of a transfer.
 constexpr const char *noSettings[] = {
     "DeviceUserID",     "TLParamsLocked", "FileAccess*",    "FileOpenMode",
     "GevCCP",           "GevSCDA",        "GevSCPHostPort", "GevMCDA",
@@ -37,11 +37,7 @@ bool MatchesOne(const Patterns &patterns, const std::string &name)
 
 bool IsMarked(const Node &node)
 {
-    for (const auto &child : node.element.children("Streamable"))
-    {
-        return std::string_view(child.text().get()) == "Yes";
-    }
-    return false;
+    return std::string_view(node.element.child("Streamable").text().get()) == "Yes";
 }
 
 /// The selectors of each node.
@@ -63,7 +59,7 @@ public:
         }
     }
 
-    /// Those of the feature and of its selectors, outer ones first.
+    /// The selectors of the feature, and theirs, outer ones first.
     std::vector<std::string> Of(NodeId feature) const
     {
         std::vector<std::string> names;

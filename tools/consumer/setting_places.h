@@ -18,9 +18,9 @@ struct SettingPlace
 /// The features of a description whose values are settings, in the description's order, whatever their access
 /// is now.
 ///
-/// These are the features that the description marks as Streamable. Where it does not use the mark, which
-/// holds when fewer than one in ten features have it, they are all but those that are no settings by their
-/// published name: of a transfer, a connection or the identity of a device. Commands, chunks, events and
+/// These are the features that the description marks as Streamable. A description in which fewer than one in
+/// ten features have the mark does not use it. Then all features are settings, except those whose published
+/// names belong to a transfer, a connection or the identity of a device. Commands, chunks, events and
 /// selectors are never settings.
 std::vector<SettingPlace> SettingPlacesOf(const FeatureDescription &description);
 

@@ -143,7 +143,7 @@ void RunningStream::Start(const BufferCount &count)
     m_remote.Execute("AcquisitionStart");
 }
 
-// Every step runs, even when an earlier one fails, or undoes a step that Start never reached.
+// Every step runs, even when an earlier one fails or Start never took the step that it undoes.
 void RunningStream::Stop()
 {
     StopDevice();

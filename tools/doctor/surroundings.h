@@ -23,15 +23,14 @@ struct VisitedDevice
 struct ProducerVisit
 {
     bool isLoaded = false;
-    std::string
-        problem;      ///< why it did not come to a list of devices: of the loader, or of a call; else empty
-    std::string call; ///< where that was, for example "dlopen" or "GCInitLib"
+    std::string problem;              ///< why it lists no devices, from the loader or a call; else empty
+    std::string call;                 ///< the call that failed, for example "dlopen" or "GCInitLib"
     std::vector<std::string> missing; ///< exports that every producer needs
     std::string name;                 ///< vendor, model and version, as it says
     std::vector<VisitedDevice> devices;
 };
 
-/// What the doctor looks at. A test gives it a machine of its own.
+/// The machine and the process that the doctor looks at. A test makes its own.
 struct Surroundings
 {
     /// Above `proc`, `sys` and `dev`.
@@ -57,7 +56,7 @@ struct Surroundings
     /// The first line of a file below the root, without white space at its ends; empty when there is none.
     std::string Line(const std::filesystem::path &file) const;
 
-    /// What stands behind a key in a file of lines "key: value" or "key  value"; empty when it is not there.
+    /// The value of a key in a file of lines "key: value" or "key  value"; empty when the key is not there.
     std::string Value(const std::filesystem::path &file, std::string_view key) const;
 };
 

@@ -12,7 +12,7 @@ namespace gentlctl
 struct ElfFile
 {
     int bits = 0;                     ///< 32 or 64
-    std::string machine;              ///< "x86-64", "AArch64" or a number
+    std::string machine;              ///< "x86-64", "AArch64", ..., or "machine 243"
     bool isOfThisMachine = false;     ///< a process like this one can load it
     std::string runPath;              ///< where its own libraries are searched; with $ORIGIN as it stands
     std::vector<std::string> exports; ///< names of the functions and data that others can use

@@ -9,10 +9,10 @@
 namespace gentlctl
 {
 
-/// Tells the parent something. Called in the child.
+/// Sends a message to the parent. Called in the child.
 using Send = std::function<void(const Json &message)>;
 
-/// Takes what the child tells. Called in the parent.
+/// Takes a message of the child. Called in the parent.
 /// @return whether the time limit starts anew
 using Receive = std::function<bool(const Json &message)>;
 
@@ -31,7 +31,7 @@ struct Ending
 };
 
 /// Runs code that may crash, hang or end the process, such as that of a foreign library, in a child process.
-/// The child writes no core file, looks for nothing to clean up, and ends with this process.
+/// The child writes no core file, runs no destructor or handler at its exit, and ends with this process.
 ///
 /// Only for a process in which no other thread runs code of its own.
 ///

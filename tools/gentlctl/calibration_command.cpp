@@ -21,7 +21,7 @@ namespace
 
 struct CalibrationOptions
 {
-    std::string file; ///< gets the calibration data, if it is named
+    std::string file; ///< to write the calibration data to; empty for none
     bool yaml = false;
 };
 

@@ -14,7 +14,7 @@ namespace gentlctl
 namespace
 {
 
-/// What stands behind the verb.
+/// The arguments of the command.
 struct CheckOptions
 {
     std::string file;

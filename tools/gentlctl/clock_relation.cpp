@@ -32,7 +32,7 @@ void ClockRelation::FindLatch()
     m_latch = *found;
 }
 
-/// Keeps the attempt whose two readings are closest to each other.
+/// Latches the device's clock several times, and keeps the attempt that took least time.
 void ClockRelation::Relate(int attempts)
 {
     auto best = Clock::duration::max();

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-/// What help and man page say of the whole program.
+/// The texts on the whole program, for help and man page.
 namespace gentlctl
 {
 

@@ -18,7 +18,7 @@ struct NamedKind
     ValueKind kind;
 };
 
-/// What the names of values in the help stand for.
+/// The kinds of values, by their names in the help.
 constexpr NamedKind namedKinds[] = {
     {"FILE", ValueKind::File},
     {"FOLDER", ValueKind::Folder},

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// The command line as data, for what is made from it: completion and man page.
+/// The command line as data, from which completion and man page are made.
 namespace gentlctl
 {
 

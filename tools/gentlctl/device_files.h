@@ -17,8 +17,8 @@ std::vector<std::string> FilesOf(const Features &remote);
 std::vector<uint8_t> FetchFile(const Features &remote, const std::string &name);
 
 /// Replaces the content of a file on a device.
-/// @throws std::runtime_error there is no such file, the device refuses it, or does not report its size
-/// afterwards
+/// @throws std::runtime_error there is no such file, the device refuses the content, or it reports another
+/// size afterwards
 void SendFile(const Features &remote, const std::string &name, const std::vector<uint8_t> &content);
 
 } // namespace gentlctl

@@ -8,8 +8,8 @@ namespace gentlctl
 class OpenDevice;
 class Producer;
 
-/// All that a recording keeps of a device. Writes to the device's selectors and to its file access; sets the
-/// selectors back.
+/// Reads all that a recording keeps of a device. To do so, writes to its selectors, which it sets back, and
+/// to its file access.
 /// @throws std::runtime_error the description cannot be loaded or read
 recording::DeviceRecord DescribeDevice(Producer &producer, OpenDevice &device);
 

@@ -47,7 +47,7 @@ std::string TimeText(std::chrono::system_clock::time_point time)
                        micro.count());
 }
 
-/// The id of an event: a number that a description explains in hexadecimal.
+/// The id of an event; in hexadecimal where it is an EventID of the description.
 std::string IdText(const ModuleEvent &event)
 {
     const auto &fired = event.fired;

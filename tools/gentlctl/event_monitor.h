@@ -25,7 +25,7 @@ struct ModuleEvent
     GenTL::EVENT_TYPE type;
     std::chrono::system_clock::time_point time; ///< when it came here
     FiredEvent fired;
-    std::string name;             ///< that the description gives the event; empty when it has none
+    std::string name;             ///< from the description; empty when it has none
     Json values = Json::object(); ///< of the features that belong to the event
 };
 
@@ -39,7 +39,7 @@ public:
 
     /// Events that are registered, as "device: ERROR, MODULE".
     const std::vector<std::string> &Registered() const { return m_registered; }
-    /// Why others are not, a line each. A type that the producer does not have is not among them.
+    /// Why other events are not registered, a line each. Events that the producer does not have are left out.
     const std::vector<std::string> &Refused() const { return m_refused; }
 
     /// Waits for the next event; none when the time is over or End was called.

@@ -6,8 +6,8 @@
 namespace gentlctl
 {
 
-/// All that is known of a frame: the answers by the names of their commands, with the names of formats and
-/// types behind their numbers, then "parts" and "chunks".
+/// All that is known of a frame: the answers by the names of their commands, after a number of a format or a
+/// type its name, then "parts" and "chunks".
 Json ToJson(const FrameInfo &frame);
 
 } // namespace gentlctl

@@ -33,7 +33,7 @@ void FramePipe::Write(const FrameInfo &frame)
     }
 }
 
-/// The first frame tells its layout, and each one whose layout differs from that of the one before.
+/// Tells the layout of the first frame, and of each that differs from the one before.
 void FramePipe::WriteRaw(const FrameInfo &frame)
 {
     const auto images = ImagesOf(frame);

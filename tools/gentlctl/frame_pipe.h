@@ -50,7 +50,7 @@ private:
     const int m_descriptor;
     const FramePipeOptions m_options;
     const Tell m_tell;
-    std::string m_layout;                  ///< of the first frame in words
+    std::string m_layout;                  ///< of the last frame, in words
     std::pair<size_t, size_t> m_videoSize; ///< of the first frame
 };
 

@@ -52,7 +52,7 @@ std::vector<recording::PartRecord> PartsOf(IGenTLProxy &calls, DS_HANDLE stream,
                                            std::span<const uint8_t> memory)
 {
     uint32_t count = 0;
-    // A producer that does not know parts fails this call: then there are none.
+    // A producer without support for parts fails this call; then there are none.
     CloseQuietly([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
     std::vector<recording::PartRecord> parts;
     for (uint32_t part = 0; part < count; ++part)
@@ -108,7 +108,7 @@ RecordedFrame DescribeFrame(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE 
     frame.bytes = memory.first(static_cast<size_t>(std::min<uint64_t>(filled, memory.size())));
     record.time = TimeOf(record.infos, ticksPerSecond);
     record.parts = PartsOf(calls, stream, buffer, memory);
-    // A frame without chunks fails the question for them.
+    // For a frame without chunks, the call fails.
     CloseQuietly([&] { record.chunks = ChunksOf(calls, stream, buffer, frame.bytes.size()); });
     return frame;
 }

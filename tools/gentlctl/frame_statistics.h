@@ -39,15 +39,15 @@ struct FrameArrival
     bool isIncomplete = false;
 };
 
-/// What is worth knowing of a stream of frames. It reads no clock: the caller says when each frame came. For
-/// one thread at a time.
+/// Counts, intervals and latency of a stream of frames. It reads no clock: the caller says when each frame
+/// came. For one thread at a time.
 class FrameStatistics
 {
 public:
     void Add(const FrameArrival &frame);
 
-    /// @param frames that came and were given back in favour of newer ones; without this the gaps that they
-    /// leave in the numbers would count as lost frames
+    /// @param frames that came and were given back in favour of newer ones; the gaps that they leave in the
+    /// numbers are not lost frames
     void SetSkipped(uint64_t frames) { m_skipped = frames; }
 
     /// @param frames for which no buffer was free, as the producer counts them since the stream started
@@ -57,7 +57,7 @@ public:
     uint64_t Incomplete() const { return m_incomplete; }
     uint64_t Skipped() const { return m_skipped; }
     /// Frames that never came: those that the producer counts, or those whose numbers are missing between two
-    /// frames, whichever are more. A frame lost on the network is in the second alone.
+    /// frames, whichever are more. A frame lost on the network is missing in the numbers alone.
     uint64_t Lost() const;
 
     /// From the first to the last frame.

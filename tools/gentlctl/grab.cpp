@@ -54,7 +54,7 @@ uint64_t TicksPerSecond(Producer &producer, OpenDevice &device)
     return ticks.value_or(0) != 0 ? *ticks : nanoseconds;
 }
 
-/// When the device took a frame, in its ticks: as the producer tells it, else as a chunk does.
+/// When the device took a frame, in its ticks: from the producer, else from a chunk.
 std::optional<uint64_t> TimeStamp(const FrameInfo &frame)
 {
     if (const auto told = NumberFor(frame, BUFFER_INFO_TIMESTAMP))
@@ -97,7 +97,7 @@ public:
         }
         catch (const std::exception &)
         {
-            if (m_interrupt.Signal() == 0 && !HasWriterFailed()) // which make the wait fail, too
+            if (m_interrupt.Signal() == 0 && !HasWriterFailed()) // these two end the wait by an exception
             {
                 m_report.failure = std::current_exception();
             }
@@ -118,7 +118,7 @@ private:
 
     bool HasWriterFailed() const { return m_writer && m_writer->Failure(); }
 
-    /// On the writer's thread. After a failure, no frame is waited for.
+    /// On the writer's thread. After a failure of the writer, ends the wait for the next frame.
     void Release(const FrameInfo &frame)
     {
         GiveBack(frame.buffer);

@@ -44,7 +44,7 @@ struct GrabReport
     std::exception_ptr failure; ///< why the grab failed; null when nothing failed
 };
 
-/// What Grab does with frames, beside counting them.
+/// Takes the frames of a grab.
 struct FrameConsumer
 {
     FrameWriter::Write write;                        ///< null: frames are not written

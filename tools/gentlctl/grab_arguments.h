@@ -12,7 +12,7 @@
 namespace gentlctl
 {
 
-/// What the command line says of a grab.
+/// The command line of a grab.
 struct GrabArguments
 {
     std::string settings; ///< file to load first; empty for none

@@ -36,7 +36,7 @@ LensCalibration ParseLensCalibration(std::span<const uint8_t> data);
 /// @param depthScale mm of a step of depth pictures; left out if there is none
 std::string ToYaml(const LensCalibration &calibration, std::optional<double> depthScale);
 
-/// mm of a step of the depth that the device sends; none if it does not tell.
+/// mm of a step of the depth that the device sends; none if it is not known.
 std::optional<double> DepthScaleOf(const Features &remote);
 
 } // namespace gentlctl

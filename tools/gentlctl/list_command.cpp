@@ -29,7 +29,7 @@ namespace
 
 struct ListOptions
 {
-    bool all = false; ///< of all producers
+    bool all = false; ///< list the devices of all producers
 };
 
 /// A producer's interfaces, and where their devices are.
@@ -125,7 +125,7 @@ Json ToJson(const Listing &listing)
     return json;
 }
 
-/// What the line on a device says behind its access status.
+/// The end of a device's line: its addresses.
 std::string AddressText(const Listing &listing, const std::string &device)
 {
     const auto address = listing.addresses.find(device);

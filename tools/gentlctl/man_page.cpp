@@ -23,7 +23,7 @@ std::string Roff(std::string_view text)
     std::string escaped;
     for (const char character : text)
     {
-        // At the beginning of a line, a point or an apostrophe would make it a request.
+        // A line that begins with a full stop or an apostrophe would be a request to roff.
         const bool isRequest = escaped.empty() && (character == '.' || character == '\'');
         escaped += isRequest ? "\\&" : "";
         escaped += character == '\\' ? "\\e" : character == '-' ? "\\-" : std::string(1, character);
@@ -31,7 +31,7 @@ std::string Roff(std::string_view text)
     return escaped;
 }
 
-/// A text with each line of the page in its limits.
+/// A text in lines that fit the page.
 /// @param end of each line but the last
 std::string Wrapped(const std::string &text, std::string_view end)
 {

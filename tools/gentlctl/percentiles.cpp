@@ -13,7 +13,7 @@ Percentiles PercentilesOf(std::vector<double> values)
         return {};
     }
     std::ranges::sort(values);
-    // The smallest value that is not below `percent` of the values.
+    // The smallest value that `percent` in 100 of the values do not exceed.
     const auto at = [&](size_t percent)
     {
         constexpr size_t all = 100;

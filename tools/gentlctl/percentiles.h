@@ -6,13 +6,13 @@
 namespace gentlctl
 {
 
-/// What lies below most of some values.
+/// Percentiles of some values.
 struct Percentiles
 {
     double half = 0;   ///< the median
-    double mostly = 0; ///< 99 of 100 are not above it
+    double mostly = 0; ///< the 99th percentile
     double maximum = 0;
-    size_t count = 0; ///< of the values; without any the others are 0
+    size_t count = 0; ///< of the values; without values all members are 0
 };
 
 /// By the nearest rank: each result is one of the values.

@@ -6,7 +6,7 @@
 namespace gentlctl
 {
 
-/// What a process holds.
+/// The memory, file handles and threads of a process.
 struct ProcessUsage
 {
     int64_t memory = 0;  ///< resident bytes

@@ -13,7 +13,7 @@ namespace gentlctl
 
 struct GrabReport;
 
-/// How far a grab is, in a line: a bar, or without a number of frames the time and the intervals.
+/// The progress of a grab in a line: a bar; without a number of frames, the time and the intervals.
 /// @param frames how many are to be grabbed; 0: no limit
 std::string ProgressText(const GrabReport &report, uint64_t frames);
 

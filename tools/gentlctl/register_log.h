@@ -10,8 +10,7 @@
 namespace gentlctl
 {
 
-/// A port that notes what is read from it: the last bytes of each address. The port behind it must outlive
-/// it.
+/// A port that records the reads from it: the last bytes of each address. The port behind it must outlive it.
 class RegisterLog final : public GenTL::internal::genapi::IRegisterPort
 {
 public:

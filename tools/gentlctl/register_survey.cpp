@@ -47,10 +47,10 @@ constexpr std::array fileFeatures{
     "FileOperationStatus", "FileOperationResult",   "FileOperationExecute",
 };
 
-/// A register without a value of its own that is longer is no register of a feature.
+/// A write-only register that is longer does not belong to a feature.
 constexpr uint64_t longestWriteOnly = 1U << 16U;
 
-/// Whether the bytes of a feature's last register have the byte order of a network.
+/// Whether a register behind a feature is big-endian.
 bool IsBigEndian(const NodeGraph &graph, NodeId feature)
 {
     const auto chain = ValueChain(graph, feature);
@@ -95,7 +95,7 @@ recording::Registers RegisterSurvey::Run()
     return result;
 }
 
-/// What is read for all nodes with a name, those behind the features included.
+/// Reads all named registers and StructEntry nodes, those behind the features included.
 RegisterLog::Blocks RegisterSurvey::ReadAll()
 {
     const auto &graph = m_description.Graph();

@@ -13,8 +13,8 @@
 namespace gentlctl
 {
 
-/// Reads all registers that a device's description names, so that the device can be played without it. It
-/// writes to the selectors of the device and to its file access alone. Made for one use, and for one thread.
+/// Reads all registers that a device's description names, so that a replay can answer in its place. It writes
+/// only to the selectors of the device and to its file access. Made for one use, and for one thread.
 class RegisterSurvey
 {
 public:

@@ -36,7 +36,7 @@ bool IsOfTheFamily(const std::string &model)
     return strncasecmp(model.c_str(), family.data(), family.size()) == 0;
 }
 
-/// Reads the recordings, so that what is wrong with them is told before a producer asks for them.
+/// Reads the recordings, so that a broken one is reported before a producer is loaded.
 /// @return their descriptions
 Json ReadRecordings(const ReplayCommandOptions &command)
 {

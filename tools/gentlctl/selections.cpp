@@ -15,7 +15,7 @@ using GenTL::internal::CloseQuietly;
 namespace
 {
 
-/// A selector with more values is left as it is: an index of a table, as a rule.
+/// A selector with more values, as a rule the index of a table, is left as it is.
 constexpr size_t mostValues = 64;
 constexpr size_t mostCombinations = 1024;
 
@@ -99,7 +99,7 @@ void SelectionSurvey::Survey(const Names &selectors, const Names &selected,
             }
             for (const auto &values : CombinationsOf(selectors))
             {
-                // Not every selector has each of its values with every value of another.
+                // A device may not have every combination.
                 CloseQuietly([&] { readings.push_back(ReadWith(selectors, values, selected)); });
             }
         });
@@ -200,7 +200,7 @@ SelectionSurvey::Reading SelectionSurvey::ReadWith(const Names &selectors, const
     return reading;
 }
 
-/// Sorts what was read into what changes with the selectors, and the rest.
+/// Splits the readings into registers that change with the selectors, and the others.
 void SelectionSurvey::Sort(const std::vector<Reading> &readings, std::vector<recording::Selection> &result)
 {
     std::map<uint64_t, std::set<std::string>> contents;

@@ -39,7 +39,7 @@ std::string ContentOf(const std::filesystem::path &file)
     return content;
 }
 
-/// Whether some readers of YAML take the text for a truth value, which "true" and "false" alone should be.
+/// Whether some readers of YAML take the text for a truth value, though it is neither "true" nor "false".
 bool IsAmbiguous(const std::string &text)
 {
     constexpr const char *words[] = {"on", "off", "yes", "no", "y", "n"};

@@ -26,7 +26,7 @@ struct SoakOptions
     int64_t memoryLimit = int64_t{16} << 20; ///< bytes that the memory may grow by
 };
 
-/// How it goes.
+/// The counts and the usage so far.
 struct SoakReport
 {
     uint64_t cycles = 0;
@@ -44,7 +44,7 @@ struct SoakReport
 
 struct SoakHooks
 {
-    std::function<void(const std::string &failure)> tell; ///< takes why a cycle failed
+    std::function<void(const std::string &failure)> tell; ///< takes the failure of a cycle, in words
     std::function<void(const SoakReport &report)> eachMinute;
 };
 

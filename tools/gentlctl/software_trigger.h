@@ -9,7 +9,7 @@
 namespace gentlctl
 {
 
-/// Makes a device send a frame when it is told to. The destructor sets the features back.
+/// Makes a device send a frame on command. The destructor sets the features back.
 class SoftwareTrigger
 {
 public:

@@ -32,7 +32,7 @@ struct Samples
     std::vector<double> latencies;
 };
 
-/// A device that sends frames, of which one producer gives a round.
+/// A round of one producer, in which the device sends frames from construction to destruction.
 class Round
 {
 public:

@@ -30,7 +30,7 @@ constexpr size_t barWidth = 96;
 constexpr size_t barMargin = 12;
 constexpr size_t barStrip = 20;
 
-/// What a PCD holds in place of a point without coordinates.
+/// Stands in a PCD for a point without coordinates.
 constexpr std::array<float, 3> nowhere{std::numeric_limits<float>::quiet_NaN(),
                                        std::numeric_limits<float>::quiet_NaN(),
                                        std::numeric_limits<float>::quiet_NaN()};

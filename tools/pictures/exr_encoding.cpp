@@ -21,7 +21,7 @@ namespace gentlctl
 namespace
 {
 
-/// A file in memory, which the library goes back in to write the places of the lines.
+/// A file in memory. The library goes back in it to write the offsets of the lines.
 class MemoryStream : public Imf::OStream
 {
 public:

@@ -7,7 +7,7 @@ namespace gentlctl
 {
 
 /// Writes a file under another name and renames it when it is complete, so that a failure leaves an existing
-/// file as it was. Writes to a device or a pipe directly.
+/// file as it was. Writes directly to what is no regular file: a device, a pipe, a link.
 /// @throws std::runtime_error the file cannot be written
 void WriteBytes(const std::filesystem::path &file, const void *data, size_t size);
 

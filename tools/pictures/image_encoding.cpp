@@ -201,6 +201,7 @@ std::string Tiff(const Raster<T> &pixels)
     {
         throw CannotEncode("TIFF", pixels, "");
     }
+    // TIFFClose writes nothing more: WriteRows has flushed.
     return std::move(file.bytes);
 }
 

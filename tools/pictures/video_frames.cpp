@@ -12,10 +12,10 @@ namespace gentlctl
 namespace
 {
 
-using Factors = std::array<double, 4>; ///< of red, green and blue, and what is added
+using Factors = std::array<double, 4>; ///< of red, green and blue, then the offset
 
-/// Luma and both differences of colour as ITU-R BT.601 defines them, with 16 to 235 and 16 to 240 in use:
-/// what readers assume when a stream does not say more.
+/// Luma and both colour differences of ITU-R BT.601, in 16 to 235 and 16 to 240. Readers assume these when a
+/// stream does not say more.
 constexpr std::array<Factors, 3> planes{{{65.481 / 255, 128.553 / 255, 24.966 / 255, 16},
                                          {-37.797 / 255, -74.203 / 255, 112.0 / 255, 128},
                                          {112.0 / 255, -93.786 / 255, -18.214 / 255, 128}}};

@@ -8,9 +8,9 @@
 namespace gentlctl
 {
 
-/// What a YUV4MPEG2 stream says before its first frame. All its frames have the same size.
-/// @param channels 1 for grey, 3 for colour
-/// @param framesPerSecond 0 when it is not known: 25
+/// The header of a YUV4MPEG2 stream, whose frames all have the same size.
+/// @param picture a frame of the stream, grey or colour
+/// @param framesPerSecond 0 when it is not known; the header then says 25
 std::string Y4mHeader(const Raster<uint8_t> &picture, double framesPerSecond);
 
 /// A frame of a YUV4MPEG2 stream: grey, or luma and two planes of colour of the same size.
