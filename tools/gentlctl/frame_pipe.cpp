@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <cerrno>
+#include <stdexcept>
 #include <system_error>
 
 namespace gentlctl

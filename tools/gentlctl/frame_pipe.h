@@ -1,24 +1,17 @@
 #pragma once
 
 #include "consumer/frame_info.h"
+#include "gentlctl/pipe_closed.h"
 #include "pictures/image_files.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <utility>
 
 namespace gentlctl
 {
-
-/// Whoever reads a pipe has closed it.
-class PipeClosed : public std::runtime_error
-{
-public:
-    PipeClosed() : std::runtime_error("The reader has closed the pipe") {}
-};
 
 struct FramePipeOptions
 {

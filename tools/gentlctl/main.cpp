@@ -1,4 +1,5 @@
 #include "gentlctl/command_line.h"
+#include "gentlctl/pipe_closed.h"
 #include "gentlctl/standard_output.h"
 
 #include "utils/gentl_exception.h"
@@ -22,6 +23,10 @@ int StatusOf(Step step)
     {
         return step();
     }
+    catch (const PipeClosed &)
+    {
+        return success; // the reader has all that it wanted
+    }
     catch (const GenTL::internal::GenTLException &exception)
     {
         Complain(fmt::format("{} ({})", exception.what(), exception.Code()));
@@ -44,7 +49,9 @@ int Finish()
 int main(int argc, char **argv)
 {
     TakeStandardOutput();
-    // With SIGXFSZ ignored, a write beyond the file size limit fails and does not end the program.
+    // A write into a pipe that nobody reads, or beyond the file size limit, fails and does not end the
+    // program, so that it stops the device and closes it.
+    std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     // The exception says what failed; the log lines of the shared code would repeat it. A producer has a log
     // of its own.

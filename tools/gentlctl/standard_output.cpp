@@ -1,10 +1,11 @@
 #include "gentlctl/standard_output.h"
 
+#include "gentlctl/pipe_closed.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <stdexcept>
 #include <system_error>
@@ -18,6 +19,15 @@ namespace
 FILE *results = nullptr;
 /// The errno of the first failure; 0 without one.
 int failure = 0;
+
+/// @throws PipeClosed nobody reads what was printed
+void RequireReader()
+{
+    if (failure == EPIPE)
+    {
+        throw PipeClosed();
+    }
+}
 
 } // namespace
 
@@ -37,13 +47,17 @@ void TakeStandardOutput()
 int GiveStandardOutputToData()
 {
     const int data = results != nullptr ? fcntl(fileno(results), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
-    if (data < 0 || isatty(data) != 0)
+    if (data < 0)
+    {
+        failure = 0; // it is told here
+        throw std::runtime_error("Frames cannot go to standard output, which is closed");
+    }
+    if (isatty(data) != 0)
     {
         throw std::runtime_error(
             "Frames cannot be printed on a terminal: redirect the output into a program or "
             "a file, as gentlctl grab -o - -f y4m | ffplay -");
     }
-    std::signal(SIGPIPE, SIG_IGN);
     fclose(results);
     results = fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "w");
     return data;
@@ -57,9 +71,14 @@ void PrintText(std::string_view text)
     }
 }
 
+void PrintError(std::string_view text)
+{
+    fwrite(text.data(), 1, text.size(), stderr);
+}
+
 void Complain(std::string_view text)
 {
-    fmt::print(stderr, "gentlctl: {}\n", text);
+    PrintError(fmt::format("gentlctl: {}\n", text));
 }
 
 void FlushOutput()
@@ -68,6 +87,7 @@ void FlushOutput()
     {
         failure = errno;
     }
+    RequireReader();
 }
 
 void FinishOutput()
@@ -76,6 +96,7 @@ void FinishOutput()
     {
         failure = errno;
     }
+    RequireReader();
     if (failure != 0)
     {
         throw std::runtime_error(
