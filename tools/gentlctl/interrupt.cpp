@@ -5,10 +5,12 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
+#include <initializer_list>
 #include <system_error>
 
 namespace gentlctl
@@ -16,7 +18,14 @@ namespace gentlctl
 namespace
 {
 
-constexpr std::array requestsToEnd{SIGINT, SIGTERM};
+struct RequestToEnd
+{
+    int signal;
+    const char *name;
+};
+
+constexpr std::array requestsToEnd{RequestToEnd{SIGINT, "SIGINT"}, RequestToEnd{SIGTERM, "SIGTERM"},
+                                   RequestToEnd{SIGHUP, "SIGHUP"}};
 constexpr int forever = -1;
 
 /// @returns the descriptor
@@ -47,28 +56,29 @@ bool IsReadable(const pollfd &descriptor)
     return (descriptor.revents & POLLIN) != 0;
 }
 
-sigset_t RequestsToEnd()
+sigset_t SetOf(std::initializer_list<int> signals)
 {
     sigset_t set{};
     sigemptyset(&set);
-    for (const int signal : requestsToEnd)
+    for (const int signal : signals)
     {
         sigaddset(&set, signal);
     }
     return set;
 }
 
+/// The requests to end that this program obeys. One started by nohup outlives its terminal. A shell lets what
+/// it starts in the background ignore SIGINT, which is obeyed all the same.
+sigset_t ObeyedSignals()
+{
+    struct sigaction hangUp = {};
+    sigaction(SIGHUP, nullptr, &hangUp);
+    return hangUp.sa_handler == SIG_IGN ? SetOf({SIGINT, SIGTERM}) : SetOf({SIGINT, SIGTERM, SIGHUP});
+}
+
 void Unblock(const sigset_t &signals)
 {
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
-}
-
-void UnblockOne(int signal)
-{
-    sigset_t set{};
-    sigemptyset(&set);
-    sigaddset(&set, signal);
-    Unblock(set);
 }
 
 int NextOf(int signals)
@@ -79,13 +89,11 @@ int NextOf(int signals)
 
 } // namespace
 
-Interrupt::Interrupt() : m_event(MakeEvent()), m_end(MakeEvent())
+Interrupt::Interrupt(int requests) : m_requests(requests), m_event(MakeEvent()), m_end(MakeEvent())
 {
-    const sigset_t blocked = RequestsToEnd();
-    for (const int signal : requestsToEnd)
-    {
-        std::signal(signal, SIG_DFL);
-    }
+    const sigset_t blocked = ObeyedSignals();
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     m_thread = std::thread([this, signals = Checked(signalfd(-1, &blocked, SFD_CLOEXEC | SFD_NONBLOCK))]
                            { TakeSignals(signals); });
@@ -95,7 +103,7 @@ Interrupt::~Interrupt()
 {
     Raise(m_end);
     m_thread.join();
-    Unblock(RequestsToEnd());
+    Unblock(ObeyedSignals());
     close(m_end);
     close(m_event);
 }
@@ -108,17 +116,27 @@ void Interrupt::TakeSignals(int signals)
         poll(events.data(), events.size(), forever);
         if (const int signal = NextOf(signals); signal != 0)
         {
-            m_signal = signal;
-            Raise(m_event);
-            UnblockOne(signal); // this thread receives the next one, which ends the program
+            Take(signal);
         }
     }
     close(signals);
 }
 
-int Interrupt::Signal() const
+void Interrupt::Take(int signal)
 {
-    return m_signal;
+    if (m_signals != 0 && signal == SIGHUP)
+    {
+        return; // a shell may repeat that of the terminal
+    }
+    if (++m_signals == 1)
+    {
+        m_signal = signal;
+        Raise(m_event);
+    }
+    if (m_signals >= m_requests)
+    {
+        Unblock(SetOf({SIGINT, SIGTERM})); // this thread receives the next one, which ends the program
+    }
 }
 
 InterruptWatch::InterruptWatch(const Interrupt &interrupt, std::function<void()> endWait)
@@ -149,6 +167,12 @@ void InterruptWatch::Run(int signalled)
         poll(events.data(), came ? 1 : 2, came ? again : forever);
         ending = IsReadable(events[0]);
     }
+}
+
+const char *NameOfSignal(int signal)
+{
+    const auto *const request = std::ranges::find(requestsToEnd, signal, &RequestToEnd::signal);
+    return request == requestsToEnd.end() ? "a signal" : request->name;
 }
 
 } // namespace gentlctl

@@ -7,31 +7,40 @@
 namespace gentlctl
 {
 
-/// Turns the first SIGINT and the first SIGTERM of its lifetime into a request to end. The second signal of a
-/// kind ends the program. There is at most one object at a time. A thread of its own takes the signals; the
-/// calling thread and the threads that it starts later block them. So make the object before anything starts
-/// threads: in a thread that does not block them, a signal ends the program.
+/// Turns signals into requests to end: SIGINT, SIGTERM, and SIGHUP, which comes when the terminal is closed.
+/// A program that nobody waits for any more must still end in order, so that the device is free again.
+///
+/// There is at most one object at a time. A thread of its own takes the signals; the calling thread and the
+/// threads that it starts later block them. So make the object before anything starts threads: in a thread
+/// that does not block them, a signal ends the program.
 class Interrupt
 {
 public:
+    /// @param requests signals that the program obeys; the next one ends it
     /// @throws std::system_error a descriptor or the thread cannot be made
-    Interrupt();
+    explicit Interrupt(int requests = 1);
     Interrupt(const Interrupt &) = delete;
     Interrupt &operator=(const Interrupt &) = delete;
     ~Interrupt();
 
-    /// The signal that came; 0 before.
-    int Signal() const;
+    /// The first signal that came; 0 before.
+    int Signal() const { return m_signal; }
+
+    /// How many signals came.
+    int Signals() const { return m_signals; }
 
 private:
     friend class InterruptWatch;
 
     /// @param signals a signalfd, which it closes
     void TakeSignals(int signals);
+    void Take(int signal);
 
+    const int m_requests;
     int m_event; ///< readable from the first signal on
     int m_end;   ///< readable when the thread is to end
     std::atomic<int> m_signal = 0;
+    std::atomic<int> m_signals = 0;
     std::thread m_thread;
 };
 
@@ -53,5 +62,8 @@ private:
     int m_end;
     std::thread m_thread;
 };
+
+/// "SIGINT" for SIGINT.
+const char *NameOfSignal(int signal);
 
 } // namespace gentlctl
