@@ -4,8 +4,11 @@
 #include "gentlctl/standard_output.h"
 #include "pictures/file_writing.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -29,6 +32,19 @@ double RateOf(const Features &remote)
     return 0;
 }
 
+/// Makes a folder for frames, and tells when it holds some: a mixture of two grabs looks like one.
+void MakeFrameFolder(const std::filesystem::path &folder)
+{
+    MakeFolder(folder);
+    const auto isFrame = [](const std::filesystem::directory_entry &entry)
+    { return entry.is_regular_file() && entry.path().filename().string().starts_with("frame-"); };
+    if (std::ranges::any_of(std::filesystem::directory_iterator(folder), isFrame))
+    {
+        Complain(fmt::format("{} holds frames already; those with the same number are overwritten",
+                             folder.string()));
+    }
+}
+
 } // namespace
 
 FrameDestination::FrameDestination(const GrabArguments &arguments) : m_arguments(arguments)
@@ -39,7 +55,7 @@ FrameDestination::FrameDestination(const GrabArguments &arguments) : m_arguments
     }
     else if (!arguments.output.empty())
     {
-        MakeFolder(arguments.output);
+        MakeFrameFolder(arguments.output);
     }
 }
 
@@ -54,7 +70,7 @@ std::string FrameDestination::FolderOf(const std::string &id, size_t devices) co
     std::ranges::replace_if(
         name, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '-'; }, '_');
     auto folder = m_arguments.output + "/" + name;
-    MakeFolder(folder);
+    MakeFrameFolder(folder);
     return folder;
 }
 
