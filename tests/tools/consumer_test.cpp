@@ -162,7 +162,11 @@ const std::string camera = Description(
 
 struct CameraLibrary : LowerLibrary
 {
-    CameraLibrary() { (*this)->deviceXml = camera; }
+    CameraLibrary()
+    {
+        (*this)->deviceXml = camera;
+        (*this)->FailNext("GCRegisterEvent", GenTL::GC_ERR_NOT_IMPLEMENTED); // it has no EVENT_ERROR
+    }
 };
 
 struct OpenedCamera
@@ -176,8 +180,7 @@ struct OpenedCamera
 
 TEST(InterruptedGrab, EndsTheWaitAndStopsInOrder)
 {
-    LowerLibrary lower;
-    lower->deviceXml = camera;
+    CameraLibrary lower;
     const Interrupt interrupt;
     {
         Producer producer(lower.Path());

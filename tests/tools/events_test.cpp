@@ -8,6 +8,7 @@
 #include "gentlctl/stream_run.h"
 
 #include "gentlctl_run.h"
+#include "running_program.h"
 #include "support/failure.h"
 #include "support/lower_library.h"
 #include "unplug_file.h"
@@ -75,7 +76,7 @@ TEST_P(CameraEvents, AreDecodedByTheDescription)
     EventMonitor monitor(producer, device, {"device"});
     SwitchOn("ExposureEnd");
     remote.Set("Width", "64");
-    const FrameDrain drain(producer.Calls(), device.Stream(), remote);
+    const FrameDrain drain(producer, device, remote);
     for (const int frame : {1, 2})
     {
         const auto event = monitor.Next(Soon());
@@ -271,63 +272,17 @@ TEST(EventsCommand, PrintsALineForEachEvent)
     EXPECT_NE(late.output.find("gentlctl: 0 of 1 events came within 10ms"), std::string::npos) << late.output;
 }
 
-/// The program, whose standard error a test reads while it runs.
-class RunningProgram
-{
-public:
-    explicit RunningProgram(const std::string &arguments)
-        : m_pipe(
-              popen(("echo $$; exec " + gentlctl_run::program + arguments + " 2>&1 >/dev/null").c_str(), "r"))
-    {
-        EXPECT_EQ(fscanf(m_pipe, "%d", &m_process), 1);
-    }
-    ~RunningProgram() { Status(); }
-    RunningProgram(const RunningProgram &) = delete;
-    RunningProgram &operator=(const RunningProgram &) = delete;
-
-    void Interrupt() const { kill(m_process, SIGINT); }
-
-    /// Reads up to the line that contains a text; false when the program ends before.
-    bool Says(const std::string &text)
-    {
-        std::array<char, 1024> line{};
-        while (fgets(line.data(), line.size(), m_pipe) != nullptr)
-        {
-            if (std::string(line.data()).find(text) != std::string::npos)
-            {
-                return true;
-            }
-        }
-        return false;
-    }
-
-    int Status()
-    {
-        if (m_pipe != nullptr)
-        {
-            const int status = pclose(std::exchange(m_pipe, nullptr));
-            m_status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-        }
-        return m_status;
-    }
-
-private:
-    FILE *m_pipe;
-    pid_t m_process = -1;
-    int m_status = -1;
-};
-
 TEST(StreamCommand, LivesThroughAnUnpluggedCamera)
 {
     const UnplugFile plugs;
-    RunningProgram program("stream --reconnect -d OVRA-F1 -s AcquisitionFrameRate=100");
+    gentlctl_run::RunningProgram program("stream --reconnect -d OVRA-F1 -s AcquisitionFrameRate=100");
     EXPECT_TRUE(program.Says("SIM-SIM0006 streams"));
     plugs.Unplug("OVRA-F1");
     EXPECT_TRUE(program.Says("SIM-SIM0006 is lost"));
     EXPECT_TRUE(program.Says("There is no device"));
     plugs.PlugAll();
     EXPECT_TRUE(program.Says("SIM-SIM0006 streams"));
-    program.Interrupt();
+    program.Signal(SIGINT);
     EXPECT_EQ(program.Status(), 128 + SIGINT);
 }
 

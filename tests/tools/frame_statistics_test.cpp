@@ -75,14 +75,14 @@ TEST(Spread, TakesNegativeValuesAlone)
 
 TEST(FrameStatistics, MeasuresIntervalsFromOneFrameToTheNext)
 {
-    const auto statistics = FramesAt({100ms, 110ms, 130ms});
+    const auto statistics = FramesAt({100ms, 200ms, 400ms});
     EXPECT_EQ(statistics.Delivered(), 3U);
-    EXPECT_DOUBLE_EQ(statistics.Seconds(), 0.03);
-    EXPECT_DOUBLE_EQ(statistics.Rate(), 2 / 0.03);
-    EXPECT_DOUBLE_EQ(statistics.Intervals().Minimum(), 0.01);
-    EXPECT_DOUBLE_EQ(statistics.Intervals().Mean(), 0.015);
-    EXPECT_DOUBLE_EQ(statistics.Intervals().Maximum(), 0.02);
-    EXPECT_DOUBLE_EQ(statistics.Intervals().Deviation(), 0.005);
+    EXPECT_DOUBLE_EQ(statistics.Seconds(), 0.3);
+    EXPECT_DOUBLE_EQ(statistics.Rate(), 2 / 0.3);
+    EXPECT_DOUBLE_EQ(statistics.Intervals().Minimum(), 0.1);
+    EXPECT_DOUBLE_EQ(statistics.Intervals().Mean(), 0.15);
+    EXPECT_DOUBLE_EQ(statistics.Intervals().Maximum(), 0.2);
+    EXPECT_DOUBLE_EQ(statistics.Intervals().Deviation(), 0.05);
 }
 
 TEST(FrameStatistics, HasNoRateOfOneFrame)
@@ -91,6 +91,13 @@ TEST(FrameStatistics, HasNoRateOfOneFrame)
     EXPECT_EQ(FramesAt({5ms}).Rate(), 0);
     EXPECT_EQ(FramesAt({5ms}).Intervals().Count(), 0U);
     EXPECT_EQ(FramesAt({5ms, 5ms}).Rate(), 0) << "no time has passed";
+}
+
+TEST(FrameStatistics, HasNoRateOfAFewFramesThatWaited)
+{
+    EXPECT_EQ(FramesAt({1us, 2us, 3us}).Rate(), 0);
+    EXPECT_EQ(ToJson(FramesAt({1us, 2us, 3us}))["framesPerSecond"], nullptr);
+    EXPECT_GT(FramesAt({0us, 1us, 2us, 3us, 4us, 5us, 6us, 7us, 8us, 9us}).Rate(), 0);
 }
 
 TEST(FrameStatistics, CountsIncompleteFramesAmongTheDelivered)

@@ -547,7 +547,7 @@ TEST_P(GentlctlInterrupted, KeepsTheFramesThatCame)
     EXPECT_NE(run.Shown().find("gentlctl: Ended by SIG"), std::string::npos) << run.Shown();
 }
 
-INSTANTIATE_TEST_SUITE_P(Signal, GentlctlInterrupted, testing::Values(SIGINT, SIGTERM));
+INSTANTIATE_TEST_SUITE_P(Signal, GentlctlInterrupted, testing::Values(SIGINT, SIGTERM, SIGHUP));
 
 /// Makes a pipe in place of a file, so that writing the file waits until the test reads it.
 fs::path MakePipe(const Folder &folder, const std::string &name)
@@ -574,6 +574,30 @@ TEST(Gentlctl, WritesFramesWhileItWaitsForTheNext)
     EXPECT_TRUE(fs::exists(folder.Path() / "frame-00002.png"));
 }
 
+TEST(Gentlctl, LeavesOutTheLastFramesAtASecondSignal)
+{
+    const Folder folder;
+    const auto first = MakePipe(folder, "frame-00001.raw");
+    AtTerminal run(
+        "--json grab -d OVRA-M1 -n 5 -f raw -s AcquisitionFrameRate=50 -s Width=64 -s Height=32 -o " +
+        folder.Path().string());
+    ASSERT_TRUE(run.Shows("5 still to write; Ctrl-C leaves them out")) << run.Shown();
+    ASSERT_TRUE(run.Shows("Writing the last 5 frames; Ctrl-C leaves them out")) << run.Shown();
+    run.Signal(SIGINT);
+    ASSERT_TRUE(run.Shows("A signal leaves out the last 5 frames")) << run.Shown();
+    EXPECT_EQ(ContentOf(first).size(), 64U * 32) << "the one that was being written";
+    const auto end = run.End();
+    EXPECT_EQ(end.status, 130);
+    const auto json = Json::parse(end.output, nullptr, false);
+    ASSERT_TRUE(json.is_object()) << end.output;
+    EXPECT_EQ(json["written"], 1);
+    EXPECT_EQ(json["notWritten"], 4);
+    EXPECT_EQ(folder.Count(".part"), 0);
+    EXPECT_NE(run.Shown().find("4 frames came and were not written: a signal ended the writing"),
+              std::string::npos)
+        << run.Shown();
+}
+
 TEST(Gentlctl, CountsWhatTheDiskCannotTake)
 {
     const Folder folder;
@@ -591,6 +615,8 @@ TEST(Gentlctl, CountsWhatTheDiskCannotTake)
     EXPECT_GE(json["notWritten"], 1);
     EXPECT_EQ(json["delivered"].get<int>(), 2 + json["notWritten"].get<int>());
     EXPECT_NE(run.Shown().find("not written: the disk did not keep up"), std::string::npos) << run.Shown();
+    EXPECT_NE(run.Shown().find("gentlctl: The disk does not keep up, and frames are left out"),
+              std::string::npos);
 }
 
 TEST(Gentlctl, DoesNotLetALossPassWhenItIsStrict)

@@ -32,6 +32,17 @@ TEST(GrabCommand, GrabsFromSeveralDevicesIntoFoldersOfTheirOwn)
     }
 }
 
+TEST(GrabCommand, TellsThatAFolderHoldsFrames)
+{
+    const Folder folder;
+    const auto folderName = folder.Path().string();
+    const auto command = "grab -d OVRA-M1 -n 1 -f raw" + small + "-o " + folderName;
+    const auto told =
+        "gentlctl: " + folderName + " holds frames already; those with the same number are overwritten\n";
+    EXPECT_EQ(Gentlctl(command).output.find(told), std::string::npos);
+    EXPECT_EQ(Gentlctl(command).output.find(told), 0U);
+}
+
 TEST(GrabCommand, GoesOnWithTheOtherDevicesWhenOneFails)
 {
     const auto run = Gentlctl("grab -d OVRA-M1 -d SIM-SIM0006 -n 2 --trigger" + small);
@@ -64,6 +75,7 @@ TEST(GrabCommand, WritesTheBytesOfTheFramesToStandardOutput)
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_EQ(run.output.find("gentlctl: Each frame is 64 x 32 Mono8 in 2048 bytes\n"), 0U) << run.output;
     EXPECT_NE(run.output.find("SIM-SIM0002: 2 frames"), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find("\nCPU: "), std::string::npos) << run.output;
     std::ifstream stream(file, std::ios::binary);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}),
               std::string(2048, '\1') + std::string(2048, '\2'));

@@ -59,7 +59,7 @@ TEST(GrabReport, SaysWhyTheLatencyIsNotKnown)
 {
     DeviceGrab grab{.device = "CAM", .folder = "", .report = {}};
     grab.report.statistics.Add({});
-    grab.report.statistics.Add({.at = 1ms});
+    grab.report.statistics.Add({.at = 100ms});
     grab.report.statistics.SetSkipped(5);
     grab.report.noLatency = "the device has no TimestampLatch";
     const auto text = ToText(grab);
@@ -110,6 +110,9 @@ TEST(GrabComplaints, CountWhatWasNotWritten)
     report.unwritten = 1;
     EXPECT_EQ(Complaints(report, {}, 0),
               (std::vector<std::string>{"1 frame came and was not written: the disk did not keep up"}));
+    report.isAbandoned = true;
+    EXPECT_EQ(Complaints(report, {}, 0),
+              (std::vector<std::string>{"1 frame came and was not written: a signal ended the writing"}));
     report.failure = std::make_exception_ptr(std::runtime_error("full"));
     report.unwritten = 2;
     EXPECT_EQ(Complaints(report, {}, 0), (std::vector<std::string>{"2 frames came and were not written"}));
@@ -147,6 +150,10 @@ TEST(GrabProgress, IsABarOfTheFramesToGrab)
               "[###############               ] 3/6  20.0 frames/s  1 lost  1 incomplete");
     report.unwritten = 4;
     EXPECT_NE(ProgressText(report, 6).find("  4 not written"), std::string::npos);
+    report.hasEnded = true;
+    report.waiting = 7;
+    EXPECT_EQ(ProgressText(report, 6), "7 still to write; Ctrl-C leaves them out");
+    report.waiting = 0;
     report.taken = 9;
     EXPECT_NE(ProgressText(report, 6).find("[##############################] 9/6"), std::string::npos);
 }

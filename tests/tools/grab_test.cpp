@@ -7,10 +7,13 @@
 #include "consumer/producer.h"
 #include "gentlctl/clock_relation.h"
 #include "gentlctl/frame_pipe.h"
+#include "gentlctl/grab_report.h"
 #include "gentlctl/interrupt.h"
 #include "gentlctl/software_trigger.h"
+#include "gentlctl/throughput.h"
 
 #include "descriptions.h"
+#include "support/failure.h"
 #include "support/lower_library.h"
 
 #include <fmt/format.h>
@@ -57,7 +60,9 @@ std::string ChoiceNode(const std::string &name, const std::string &first, const 
                        name, first, second, address);
 }
 
-const std::string grabNodes = "<Integer Name=\"PayloadSize\"><Value>64</Value></Integer>" +
+const std::string grabNodes = "<Integer Name=\"PayloadSize\"><pValue>PayloadSizeReg</pValue></Integer>"
+                              "<IntReg Name=\"PayloadSizeReg\"><Address>0x70</Address><Length>4</Length>"
+                              "<AccessMode>RO</AccessMode><Cachable>NoCache</Cachable></IntReg>" +
                               CommandNode("AcquisitionStart", 0x40) + CommandNode("AcquisitionStop", 0x44);
 
 const std::string triggerNodes = CommandNode("TriggerSoftware", triggerRegister) +
@@ -71,18 +76,23 @@ const std::string latchNodes =
                 "<AccessMode>RO</AccessMode><Endianess>LittleEndian</Endianess></IntReg>",
                 latchedTime);
 
+/// Makes the device of a lower producer a camera with these features, besides those that a grab needs.
+void Describe(lower::Producer &producer, const std::string &nodes, std::vector<std::string> features)
+{
+    features.emplace_back("PayloadSize");
+    producer.deviceXml = fmt::format("<RegisterDescription><Category Name=\"Root\">{}</Category>{}{}"
+                                     "<Port Name=\"Device\"/></RegisterDescription>",
+                                     FeatureList(features), grabNodes, nodes);
+    producer.remembersRegisters = true;
+}
+
 /// A camera with these features, besides those that a grab needs.
 class ScriptedCamera
 {
 public:
     ScriptedCamera(const std::string &nodes, const std::vector<std::string> &features)
     {
-        auto all = features;
-        all.emplace_back("PayloadSize");
-        lower->deviceXml = fmt::format("<RegisterDescription><Category Name=\"Root\">{}</Category>{}{}"
-                                       "<Port Name=\"Device\"/></RegisterDescription>",
-                                       FeatureList(all), grabNodes, nodes);
-        lower->remembersRegisters = true;
+        Describe(*lower, nodes, features);
         producer = std::make_unique<Producer>(lower.Path());
         device = std::make_unique<OpenDevice>(*producer, "cam0");
         remote = std::make_unique<Features>(device->PortOf("remote"));
@@ -90,6 +100,7 @@ public:
 
     GrabReport Take(const GrabOptions &options, const FrameConsumer &consumer = {}) const
     {
+        lower->FailNext("GCRegisterEvent", GC_ERR_NOT_IMPLEMENTED); // it has no EVENT_ERROR
         return Grab(*producer, *device, *remote, options, interrupt, consumer);
     }
 
@@ -113,6 +124,80 @@ public:
     std::unique_ptr<OpenDevice> device;
     std::unique_ptr<Features> remote;
 };
+
+/// Why a grab failed.
+std::string FailureOf(const GrabReport &report)
+{
+    return report.failure ? FailureText(report.failure) : "";
+}
+
+TEST(GrabFromALostDevice, EndsAsSoonAsTheWaitFails)
+{
+    ScriptedCamera camera("", {});
+    camera.lower->onCall = [&](std::string_view name)
+    {
+        if (name == "EventGetData")
+        {
+            camera.lower->gone = GC_ERR_IO;
+        }
+    };
+    EXPECT_EQ(FailureOf(camera.Take({.frames = 0, .timeoutMs = GENTL_INFINITE})).find("cam0 is lost: "), 0U);
+}
+
+TEST(GrabFromALostDevice, EndsWhenASilentDeviceDoesNotAnswer)
+{
+    ScriptedCamera camera("", {});
+    camera.lower->onCall = [&](std::string_view name)
+    {
+        if (name == "EventGetData")
+        {
+            camera.lower->FailNext("GCReadPort", GC_ERR_IO);
+        }
+    };
+    const auto report = camera.Take({.frames = 0, .duration = 1h, .timeoutMs = GENTL_INFINITE});
+    EXPECT_EQ(FailureOf(report).find("cam0 is lost: "), 0U) << FailureOf(report);
+}
+
+TEST(GrabFromALostDevice, StillWritesWhatCame)
+{
+    ScriptedCamera camera("", {});
+    camera.lower->onCall = [&, waits = 0](std::string_view name) mutable
+    {
+        if (name == "EventGetData" && ++waits == 1)
+        {
+            camera.Deliver(1);
+            camera.Deliver(2);
+        }
+        else if (name == "EventGetData" && waits == 3)
+        {
+            camera.lower->gone = GC_ERR_IO;
+        }
+    };
+    const auto write = [](const FrameInfo &, uint64_t) { return std::vector<std::string>{"file"}; };
+    const auto report = camera.Take({.frames = 5}, {write, nullptr});
+    EXPECT_EQ(FailureOf(report).find("cam0 is lost: "), 0U) << FailureOf(report);
+    EXPECT_EQ(report.written, 2U);
+}
+
+TEST(BenchOfALostDevice, EndsAsSoonAsTheWaitFails)
+{
+    LowerLibrary lower;
+    Describe(*lower, "", {});
+    lower->FailNext("GCRegisterEvent", GC_ERR_NOT_IMPLEMENTED); // it has no EVENT_ERROR
+    lower->onCall = [&](std::string_view name)
+    {
+        if (name == "EventGetData")
+        {
+            lower->gone = GC_ERR_IO;
+        }
+    };
+    const Interrupt interrupt;
+    ThroughputOptions options;
+    options.device = "cam0";
+    options.prepare = [](OpenDevice &) {};
+    const auto failure = internal::FailureOf([&] { MeasureThroughput({lower.Path()}, options, interrupt); });
+    EXPECT_EQ(failure.text.find("cam0 is lost: "), 0U) << failure;
+}
 
 TEST(GrabForATime, EndsWithoutAFrame)
 {

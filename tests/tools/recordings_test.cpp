@@ -86,7 +86,7 @@ public:
     /// Calls `take` with each of the first frames.
     void Stream(const std::function<void(BUFFER_HANDLE)> &take)
     {
-        RunningStream stream(Calls(), m_device.Stream(), m_remote, [](size_t) { return 8; });
+        RunningStream stream(m_producer, m_device, m_remote, [](size_t) { return 8; });
         for (size_t i = 0; i < frameCount; ++i)
         {
             auto *const buffer = stream.NextBuffer(10'000);
@@ -151,9 +151,8 @@ protected:
         Camera camera(simulator, GetParam().model, GetParam().sent);
         const auto device = DescribeDevice(camera.Of(), camera.Device());
         recording::RecordingWriter writer(m_folder, device);
-        const auto report =
-            gentlctl::Record(camera.Calls(), camera.Device().Stream(), camera.Remote(), writer,
-                             device.ticksPerSecond, {.frames = frameCount}, interrupt);
+        const auto report = gentlctl::Record(camera.Of(), camera.Device(), camera.Remote(), writer,
+                                             device.ticksPerSecond, {.frames = frameCount}, interrupt);
         ASSERT_FALSE(report.failure);
         ASSERT_EQ(report.recorded, frameCount);
     }

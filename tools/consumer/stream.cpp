@@ -1,11 +1,15 @@
 #include "consumer/stream.h"
 
+#include "consumer/device.h"
 #include "consumer/info_answers.h"
+#include "consumer/producer.h"
 #include "port/proxy_module.h"
 #include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <exception>
 #include <optional>
 #include <stdexcept>
 
@@ -14,9 +18,13 @@ namespace gentlctl
 
 using namespace GenTL;
 using GenTL::internal::CloseQuietly;
+using GenTL::internal::utils::MutexLock;
 
 namespace
 {
+
+/// Read to ask whether a device is there.
+constexpr auto askedFeature = "PayloadSize";
 
 InfoQuery StreamQuery(internal::IGenTLProxy &calls, DS_HANDLE stream, STREAM_INFO_CMD command)
 {
@@ -26,17 +34,19 @@ InfoQuery StreamQuery(internal::IGenTLProxy &calls, DS_HANDLE stream, STREAM_INF
 
 } // namespace
 
-RunningStream::RunningStream(internal::IGenTLProxy &calls, DS_HANDLE stream, const Features &remote,
+RunningStream::RunningStream(Producer &producer, OpenDevice &device, const Features &remote,
                              const BufferCount &count)
-    : m_calls(calls), m_stream(stream), m_remote(remote)
+    : m_calls(producer.Calls()), m_device(device.Entry().id), m_stream(device.Stream()), m_remote(remote)
 {
     try
     {
+        ListenToErrors(device.DeviceHandle());
         Start(count);
     }
     catch (...)
     {
         Stop();
+        RequireAnswer();
         throw;
     }
 }
@@ -56,21 +66,108 @@ BUFFER_HANDLE RunningStream::NextBuffer(uint64_t timeoutMs)
 
 BUFFER_HANDLE RunningStream::TryNextBuffer(uint64_t timeoutMs)
 {
+    constexpr uint64_t longestWait = 250; // ms until a silent device is asked
+    for (uint64_t left = timeoutMs;;)
+    {
+        RequireNoError();
+        const auto wait = std::min(left, longestWait);
+        if (auto *const buffer = WaitOnce(wait))
+        {
+            return buffer;
+        }
+        left -= left == GENTL_INFINITE ? 0 : wait;
+        if (timeoutMs != 0)
+        {
+            RequireAnswer();
+        }
+        if (left == 0)
+        {
+            return nullptr;
+        }
+    }
+}
+
+/// Null when no frame came in time.
+BUFFER_HANDLE RunningStream::WaitOnce(uint64_t timeoutMs)
+{
     EVENT_NEW_BUFFER_DATA data{};
     size_t size = sizeof data;
+    const auto code = m_calls.TryEventGetData(m_event, &data, &size, timeoutMs);
+    if (code == GC_ERR_SUCCESS)
+    {
+        return data.BufferHandle;
+    }
+    if (code != GC_ERR_TIMEOUT)
+    {
+        RequireAnswer();
+        throw internal::GenTLException("The wait for a frame failed", code);
+    }
+    return nullptr;
+}
+
+void RunningStream::QueueAgain(BUFFER_HANDLE buffer)
+{
     try
     {
-        m_calls.EventGetData(m_event, &data, &size, timeoutMs);
+        m_calls.DSQueueBuffer(m_stream, buffer);
     }
-    catch (const internal::GenTLException &exception)
+    catch (const internal::GenTLException &)
     {
-        if (exception.Code() != GC_ERR_TIMEOUT)
-        {
-            throw;
-        }
-        return nullptr;
+        RequireNoError(); // the device is not asked, because any thread may call
+        throw;
     }
-    return data.BufferHandle;
+}
+
+void RunningStream::ListenToErrors(DEV_HANDLE device)
+{
+    const auto take = [this](const FiredEvent &event)
+    {
+        {
+            const MutexLock lock(m_mutex);
+            m_error = fmt::format("it reports an error: {} ({})", event.text,
+                                  static_cast<int64_t>(event.number.value_or(0)));
+        }
+        EndWait();
+    };
+    // Without the event, or where another part of the program takes it, the device is asked.
+    CloseQuietly(
+        [&]
+        {
+            m_errors = std::make_unique<EventListener>(m_calls, device, EVENT_ERROR, take,
+                                                       [](const std::string &) {});
+        });
+    CloseQuietly(
+        [this]
+        {
+            m_remote.GetInteger(askedFeature);
+            m_answers = true;
+        });
+}
+
+void RunningStream::RequireNoError()
+{
+    const MutexLock lock(m_mutex);
+    if (!m_error.empty())
+    {
+        throw DeviceLost(m_device, m_error);
+    }
+}
+
+void RunningStream::RequireAnswer()
+{
+    RequireNoError();
+    if (!m_answers)
+    {
+        return;
+    }
+    try
+    {
+        m_remote.GetInteger(askedFeature);
+    }
+    catch (const internal::GenTLException &failure)
+    {
+        throw DeviceLost(m_device, fmt::format("{} ({})", failure.what(), failure.Code()));
+    }
 }
 
 BUFFER_HANDLE RunningStream::NextBufferBefore(const std::optional<Clock::time_point> &end, uint64_t timeoutMs)
@@ -91,7 +188,10 @@ BUFFER_HANDLE RunningStream::NextBufferBefore(const std::optional<Clock::time_po
 
 void RunningStream::EndWait()
 {
-    CloseQuietly([this] { m_calls.EventKill(m_event); });
+    if (auto *const event = m_event.load())
+    {
+        CloseQuietly([&] { m_calls.EventKill(event); });
+    }
 }
 
 uint64_t RunningStream::LostFrames() const
@@ -114,7 +214,7 @@ size_t PayloadSizeOf(internal::IGenTLProxy &calls, DS_HANDLE stream, const Featu
             return *size;
         }
     }
-    return static_cast<size_t>(remote.GetInteger("PayloadSize"));
+    return static_cast<size_t>(remote.GetInteger(askedFeature));
 }
 
 void LockParameters(const Features &remote, bool isLocked)
@@ -137,7 +237,9 @@ void RunningStream::Start(const BufferCount &count)
         m_buffers.push_back(buffer);
         m_calls.DSQueueBuffer(m_stream, buffer);
     }
-    m_calls.GCRegisterEvent(m_stream, EVENT_NEW_BUFFER, &m_event);
+    EVENT_HANDLE event = nullptr;
+    m_calls.GCRegisterEvent(m_stream, EVENT_NEW_BUFFER, &event);
+    m_event = event;
     LockParameters(m_remote, true);
     m_calls.DSStartAcquisition(m_stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE);
     m_remote.Execute("AcquisitionStart");
@@ -146,6 +248,7 @@ void RunningStream::Start(const BufferCount &count)
 // Every step runs, even when an earlier one fails or Start never took the step that it undoes.
 void RunningStream::Stop()
 {
+    m_errors.reset();
     StopDevice();
     CloseQuietly([this] { m_calls.DSStopAcquisition(m_stream, ACQ_STOP_FLAGS_KILL); });
     CloseQuietly([this] { LockParameters(m_remote, false); });

@@ -10,8 +10,12 @@
 #include "gentlctl/throughput.h"
 #include "gentlctl/value_printing.h"
 
+#include <fmt/format.h>
+
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 namespace gentlctl
@@ -38,9 +42,13 @@ int Compare(const CommonOptions &options, const BenchOptions &command)
     };
     std::vector<std::string> producers{options.producer};
     const auto beside = command.beside.empty() ? RawProducerFile(options.producer) : command.beside;
-    if (beside == options.producer)
+    std::error_code ignored; // a file that is not there is told when it is loaded
+    if (beside == options.producer || std::filesystem::equivalent(beside, options.producer, ignored))
     {
-        Complain("Measures this producer alone: its lower producer is not known. --beside FILE names one");
+        Complain(
+            command.beside.empty()
+                ? "Measures this producer alone: its lower producer is not known. --beside FILE names one"
+                : "Measures this producer alone: --beside names the same file");
     }
     else
     {
@@ -49,6 +57,11 @@ int Compare(const CommonOptions &options, const BenchOptions &command)
     const Interrupt interrupt;
     const auto results = MeasureThroughput(producers, measure, interrupt);
     options.json ? PrintJson(ToJson(results)) : PrintText(ToText(results));
+    if (results.size() < producers.size())
+    {
+        Complain(
+            fmt::format("Ended by {} before each producer was measured", NameOfSignal(interrupt.Signal())));
+    }
     for (const auto &result : results)
     {
         if (!result.noLatency.empty())

@@ -11,7 +11,7 @@ constexpr Explanation exitStatuses[] = {
     {"0", "done"},
     {"1", "failed (the reason is on standard error)"},
     {"2", "wrong usage"},
-    {"130 or 143", "ended by SIGINT or SIGTERM"},
+    {"129, 130 or 143", "ended by SIGHUP, SIGINT or SIGTERM"},
 };
 
 constexpr Explanation environmentVariables[] = {

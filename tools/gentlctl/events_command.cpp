@@ -87,7 +87,7 @@ int ShowEvents(const CommonOptions &options, const EventsOptions &command)
     std::optional<FrameDrain> drain;
     if (command.grabs)
     {
-        drain.emplace(producer.Calls(), device.Stream(), remote);
+        drain.emplace(producer, device, remote);
     }
     const auto shown = PrintEvents(monitor, until, command.count, options.json);
     if (interrupt.Signal() != 0)

@@ -12,8 +12,8 @@ constexpr size_t drainedBuffers = 4;
 
 } // namespace
 
-FrameDrain::FrameDrain(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream, const Features &remote)
-    : m_stream(calls, stream, remote, [](size_t) { return drainedBuffers; }), m_thread([this] { Run(); })
+FrameDrain::FrameDrain(Producer &producer, OpenDevice &device, const Features &remote)
+    : m_stream(producer, device, remote, [](size_t) { return drainedBuffers; }), m_thread([this] { Run(); })
 {
 }
 

@@ -14,7 +14,7 @@ class FrameDrain
 {
 public:
     /// @throws GenTLException the stream cannot be started
-    FrameDrain(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream, const Features &remote);
+    FrameDrain(Producer &producer, OpenDevice &device, const Features &remote);
     FrameDrain(const FrameDrain &) = delete;
     FrameDrain &operator=(const FrameDrain &) = delete;
     ~FrameDrain();

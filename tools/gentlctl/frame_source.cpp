@@ -43,7 +43,7 @@ FrameSource::FrameSource(Producer &producer, OpenDevice &device, const Features 
     {
         m_trigger.emplace(remote);
     }
-    m_stream.emplace(producer.Calls(), device.Stream(), remote, count);
+    m_stream.emplace(producer, device, remote, count);
     if (options.duration)
     {
         m_end = Clock::now() + std::chrono::duration_cast<Clock::duration>(*options.duration);

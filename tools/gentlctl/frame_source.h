@@ -32,7 +32,7 @@ public:
 
     /// Waits for the next frame; null when the time of the grab is over.
     /// @throws std::runtime_error no frame came in time
-    /// @throws GenTLException the wait was interrupted, or failed
+    /// @throws DeviceLost, GenTLException as RunningStream::TryNextBuffer, or the device takes no trigger
     GenTL::BUFFER_HANDLE Next();
 
     /// Frames that Next has given back in favour of newer ones.

@@ -87,7 +87,11 @@ double FrameStatistics::Seconds() const
 
 double FrameStatistics::Rate() const
 {
-    return m_last > m_first ? static_cast<double>(m_delivered - 1) / Seconds() : 0.0;
+    // Few frames that waited in their buffers come at once, which says nothing about the camera.
+    constexpr uint64_t enough = 10;
+    constexpr std::chrono::milliseconds longEnough(100);
+    const bool isKnown = m_last > m_first && (m_delivered >= enough || m_last - m_first >= longEnough);
+    return isKnown ? static_cast<double>(m_delivered - 1) / Seconds() : 0.0;
 }
 
 Json ToJson(const FrameStatistics &statistics)
@@ -97,7 +101,7 @@ Json ToJson(const FrameStatistics &statistics)
             {"lost", statistics.Lost()},
             {"skipped", statistics.Skipped()},
             {"seconds", statistics.Seconds()},
-            {"framesPerSecond", statistics.Rate()},
+            {"framesPerSecond", statistics.Rate() > 0 ? Json(statistics.Rate()) : Json()},
             {"intervalMs", InMilliseconds(statistics.Intervals())},
             {"latencyMs", InMilliseconds(statistics.Latency())}};
 }

@@ -62,7 +62,7 @@ public:
 
     /// From the first to the last frame.
     double Seconds() const;
-    /// Frames per second; 0 while fewer than two frames came.
+    /// Frames per second; 0 while fewer than ten frames came in less than 100 ms.
     double Rate() const;
     /// Seconds between a frame and the next. Their deviation is the jitter.
     const Spread &Intervals() const { return m_intervals; }

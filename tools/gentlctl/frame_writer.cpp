@@ -29,7 +29,7 @@ bool FrameWriter::Offer(FrameInfo &frame)
         return false;
     }
     m_held.push_back(std::move(frame));
-    m_changed.notify_one();
+    m_changed.notify_all();
     return true;
 }
 
@@ -38,12 +38,45 @@ void FrameWriter::Finish()
     {
         const MutexLock lock(m_mutex);
         m_isFinishing = true;
-        m_changed.notify_one();
+        m_changed.notify_all();
     }
     if (m_thread.joinable())
     {
         m_thread.join();
     }
+}
+
+void FrameWriter::Finish(const OnWait &onWait)
+{
+    constexpr std::chrono::milliseconds interval(500);
+    while (const auto left = WaitUntilNoneIsHeld(interval))
+    {
+        onWait(left);
+    }
+    Finish();
+}
+
+/// @return how many frames are still held
+size_t FrameWriter::WaitUntilNoneIsHeld(std::chrono::milliseconds longest)
+{
+    const auto end = std::chrono::steady_clock::now() + longest;
+    MutexLock lock(m_mutex);
+    while (!m_held.empty() && m_changed.wait_until(lock.ForWait(), end) != std::cv_status::timeout)
+    {
+    }
+    return m_held.size();
+}
+
+void FrameWriter::Abandon()
+{
+    const MutexLock lock(m_mutex);
+    m_isAbandoned = true;
+}
+
+size_t FrameWriter::Held() const
+{
+    const MutexLock lock(m_mutex);
+    return m_held.size();
 }
 
 uint64_t FrameWriter::Written() const
@@ -83,15 +116,22 @@ void FrameWriter::RemoveFirst()
 {
     const MutexLock lock(m_mutex);
     m_held.pop_front();
+    m_changed.notify_all();
 }
 
 void FrameWriter::WriteAndRelease(const FrameInfo &frame)
 {
-    if (!Failure())
+    if (IsToWrite())
     {
         KeepFailure([&] { WriteOne(frame); });
     }
     KeepFailure([&] { m_release(frame); });
+}
+
+bool FrameWriter::IsToWrite() const
+{
+    const MutexLock lock(m_mutex);
+    return !m_failure && !m_isAbandoned;
 }
 
 void FrameWriter::WriteOne(const FrameInfo &frame)

@@ -3,6 +3,7 @@
 #include "consumer/frame_info.h"
 #include "utils/mutex.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -27,6 +28,9 @@ public:
     /// Gives a frame back to the stream, written or not.
     using Release = std::function<void(const FrameInfo &)>;
 
+    /// Takes how many frames are still to be written.
+    using OnWait = std::function<void(size_t frames)>;
+
     /// @param capacity most frames to hold, with the one that is being written
     FrameWriter(size_t capacity, Write write, Release release);
     FrameWriter(const FrameWriter &) = delete;
@@ -39,6 +43,14 @@ public:
     /// Waits until no frame is held. Offer must not be called afterwards.
     void Finish() QVR_EXCLUDES(m_mutex);
 
+    /// The same, with a call each half of a second until then.
+    void Finish(const OnWait &onWait) QVR_EXCLUDES(m_mutex);
+
+    /// From now on frames are given back unwritten, after the one that is being written.
+    void Abandon() QVR_EXCLUDES(m_mutex);
+
+    /// Frames that wait to be written, with the one that is being written.
+    size_t Held() const QVR_EXCLUDES(m_mutex);
     uint64_t Written() const QVR_EXCLUDES(m_mutex);
     /// The first failure; null when there was none.
     std::exception_ptr Failure() const QVR_EXCLUDES(m_mutex);
@@ -48,6 +60,8 @@ public:
 private:
     void Run();
     const FrameInfo *WaitForFrame() QVR_EXCLUDES(m_mutex);
+    size_t WaitUntilNoneIsHeld(std::chrono::milliseconds longest) QVR_EXCLUDES(m_mutex);
+    bool IsToWrite() const QVR_EXCLUDES(m_mutex);
     void RemoveFirst() QVR_EXCLUDES(m_mutex);
     void WriteAndRelease(const FrameInfo &frame) QVR_EXCLUDES(m_mutex);
     void WriteOne(const FrameInfo &frame) QVR_EXCLUDES(m_mutex);
@@ -64,6 +78,7 @@ private:
     std::deque<FrameInfo> m_held QVR_GUARDED_BY(m_mutex); ///< the first is being written
     uint64_t m_written QVR_GUARDED_BY(m_mutex) = 0;
     std::exception_ptr m_failure QVR_GUARDED_BY(m_mutex);
+    bool m_isAbandoned QVR_GUARDED_BY(m_mutex) = false;
     bool m_isFinishing QVR_GUARDED_BY(m_mutex) = false;
     std::thread m_thread;
 };

@@ -9,6 +9,7 @@
 #include "gentlctl/frame_pipe.h"
 #include "gentlctl/frame_source.h"
 #include "gentlctl/interrupt.h"
+#include "port/proxy_module.h"
 
 #include <algorithm>
 #include <utility>
@@ -121,7 +122,8 @@ private:
     /// On the writer's thread. After a failure of the writer, ends the wait for the next frame.
     void Release(const FrameInfo &frame)
     {
-        GiveBack(frame.buffer);
+        // The wait for the next frame tells of a lost device, whose frames are still written.
+        internal::CloseQuietly([&] { GiveBack(frame.buffer); });
         if (HasWriterFailed())
         {
             m_source.Stream().EndWait();
@@ -173,6 +175,12 @@ private:
         m_skipped += isSkipped ? 1 : 0;
         m_report.statistics.SetSkipped(m_skipped + m_source.Skipped());
         m_report.statistics.SetUnderruns(m_source.Stream().LostFrames());
+        m_report.waiting = m_writer ? m_writer->Held() : 0;
+        Tell();
+    }
+
+    void Tell() const
+    {
         if (m_onFrame)
         {
             m_onFrame(m_report);
@@ -185,7 +193,9 @@ private:
         {
             return;
         }
-        m_writer->Finish();
+        m_report.hasEnded = true;
+        m_writer->Finish([this, known = m_interrupt.Signals()](size_t left) { WaitForWriter(left, known); });
+        m_report.waiting = 0;
         m_report.files = m_writer->Files();
         m_report.written = m_writer->Written();
         m_report.unwritten += m_report.taken - m_report.written;
@@ -193,6 +203,18 @@ private:
         {
             KeepFailure(failure);
         }
+    }
+
+    /// @param known how many signals had come when the last frame was taken
+    void WaitForWriter(size_t left, int known)
+    {
+        m_report.waiting = left;
+        if (m_interrupt.Signals() != known)
+        {
+            m_writer->Abandon();
+            m_report.isAbandoned = true;
+        }
+        Tell();
     }
 
     void KeepFailure(const std::exception_ptr &failure)
@@ -207,7 +229,7 @@ private:
         }
         catch (...)
         {
-            m_report.failure = failure;
+            m_report.failure = m_report.failure ? m_report.failure : failure;
         }
     }
 

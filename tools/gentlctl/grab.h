@@ -36,6 +36,9 @@ struct GrabReport
     uint64_t taken = 0;             ///< frames that count towards those to grab
     uint64_t written = 0;           ///< frames that were written
     uint64_t unwritten = 0;         ///< frames that arrived and should have been written, but were not
+    uint64_t waiting = 0;           ///< frames that came and wait to be written
+    bool hasEnded = false;          ///< no more frames are taken; those that wait are still written
+    bool isAbandoned = false;       ///< a signal ended the writing, too
     std::vector<std::string> files; ///< names of the written files, the first 100,000
     Json chunks = Json::object();   ///< of the last frame
     std::string noLatency;          ///< why there is no latency
@@ -47,8 +50,9 @@ struct GrabReport
 /// Takes the frames of a grab.
 struct FrameConsumer
 {
-    FrameWriter::Write write;                        ///< null: frames are not written
-    std::function<void(const GrabReport &)> onFrame; ///< after each frame; may be null
+    FrameWriter::Write write; ///< null: frames are not written
+    std::function<void(const GrabReport &)>
+        onFrame; ///< after each frame, and while the last ones are written; may be null
 };
 
 /// Grabs frames from the device's first stream: announces and queues buffers, starts the stream, receives and
@@ -58,6 +62,7 @@ struct FrameConsumer
 /// back, and the one after that is written next.
 ///
 /// An interrupt, or a failure once the stream runs, ends the grab early and in order; the report says so.
+/// What came is still written. A signal during that leaves the rest out.
 /// @throws GenTLException the stream cannot be started
 /// @throws std::runtime_error the device has no software trigger
 GrabReport Grab(Producer &producer, OpenDevice &device, const Features &remote, const GrabOptions &options,

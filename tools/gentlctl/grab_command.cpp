@@ -7,7 +7,6 @@
 #include "gentlctl/side_by_side.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
-#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 
@@ -40,22 +39,6 @@ std::exception_ptr Emptiness(const GrabReport &report)
                                "the environment makes the proxy producer log why"));
     }
     return nullptr;
-}
-
-std::string TextOf(const std::exception_ptr &failure)
-{
-    try
-    {
-        std::rethrow_exception(failure);
-    }
-    catch (const GenTL::internal::GenTLException &exception)
-    {
-        return fmt::format("{} ({})", exception.what(), exception.Code());
-    }
-    catch (const std::exception &exception)
-    {
-        return exception.what();
-    }
 }
 
 /// How much a program works: the seconds for which it used a processor, and those that passed.
@@ -91,7 +74,7 @@ void PrintGrabs(const std::vector<DeviceGrab> &grabs, const Load &load, bool asJ
     {
         PrintText(ToText(grab));
     }
-    Print("Processor: {:.1f} s, {:.0f} % of one core\n", load.used, percent);
+    Print("CPU: {:.1f} s, {:.0f} % of one core\n", load.used, percent);
 }
 
 /// Says on standard error what is missing.
@@ -106,7 +89,8 @@ void ComplainOfMissing(const std::vector<DeviceGrab> &grabs, const GrabOptions &
     }
 }
 
-/// Says on standard error which devices failed, and returns whether one did.
+/// Returns whether a device failed. Says on standard error which devices gave nothing; those of several that
+/// failed otherwise were told when they did.
 /// @param signal that ended the grab, which may have given nothing then; 0 without
 /// @throws the failure of a single device
 bool ComplainOfFailures(const std::vector<DeviceGrab> &grabs, int signal)
@@ -115,16 +99,17 @@ bool ComplainOfFailures(const std::vector<DeviceGrab> &grabs, int signal)
     for (const auto &grab : grabs)
     {
         const auto &report = grab.report;
-        const auto failure = report.failure ? report.failure : signal == 0 ? Emptiness(report) : nullptr;
+        const auto emptiness = report.failure || signal != 0 ? nullptr : Emptiness(report);
+        const auto failure = report.failure ? report.failure : emptiness;
         if (failure && grabs.size() == 1)
         {
             std::rethrow_exception(failure);
         }
-        if (failure)
+        if (emptiness)
         {
-            Complain(fmt::format("{}: {}", grab.device, TextOf(failure)));
-            hasFailed = true;
+            Complain(fmt::format("{}: {}", grab.device, FailureText(emptiness)));
         }
+        hasFailed = hasFailed || failure;
     }
     return hasFailed;
 }
@@ -149,7 +134,8 @@ int GrabFrames(const CommonOptions &options, const GrabArguments &arguments)
 {
     CheckTogether(arguments, options.devices.size());
     const FrameDestination destination(arguments);
-    const Interrupt interrupt;
+    constexpr int toEndAndToStopWriting = 2;
+    const Interrupt interrupt(toEndAndToStopWriting);
     SideBySide cameras(options.producer, options.devices, arguments, destination);
     const auto before = LoadSoFar();
     const auto grabs = cameras.Run(interrupt);

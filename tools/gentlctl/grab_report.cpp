@@ -1,10 +1,12 @@
 #include "gentlctl/grab_report.h"
 
+#include "gentlctl/interrupt.h"
+#include "utils/gentl_exception.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 
 namespace gentlctl
 {
@@ -26,6 +28,13 @@ std::string Row(const char *name, const Spread &seconds)
 std::string Plural(uint64_t count)
 {
     return fmt::format("{} frame{}", count, count == 1 ? "" : "s");
+}
+
+const char *WhyUnwritten(const GrabReport &report)
+{
+    return report.failure       ? ""
+           : report.isAbandoned ? ": a signal ended the writing"
+                                : ": the disk did not keep up";
 }
 
 } // namespace
@@ -78,7 +87,7 @@ std::vector<std::string> Complaints(const GrabReport &report, const GrabOptions 
     std::vector<std::string> lines;
     if (signal != 0)
     {
-        const auto *const name = signal == SIGINT ? "SIGINT" : "SIGTERM";
+        const auto *const name = NameOfSignal(signal);
         const auto came = report.statistics.Delivered();
         lines.push_back(options.frames != 0 ? fmt::format("Ended by {}, {} of {} frames came", name,
                                                           std::min(came, options.frames), options.frames)
@@ -91,10 +100,25 @@ std::vector<std::string> Complaints(const GrabReport &report, const GrabOptions 
     else if (report.unwritten != 0)
     {
         lines.push_back(fmt::format("{} came and {} not written{}", Plural(report.unwritten),
-                                    report.unwritten == 1 ? "was" : "were",
-                                    report.failure ? "" : ": the disk did not keep up"));
+                                    report.unwritten == 1 ? "was" : "were", WhyUnwritten(report)));
     }
     return lines;
+}
+
+std::string FailureText(const std::exception_ptr &failure)
+{
+    try
+    {
+        std::rethrow_exception(failure);
+    }
+    catch (const GenTL::internal::GenTLException &exception)
+    {
+        return fmt::format("{} ({})", exception.what(), exception.Code());
+    }
+    catch (const std::exception &exception)
+    {
+        return exception.what();
+    }
 }
 
 std::optional<std::string> StrictComplaint(const DeviceGrab &grab)

@@ -1,13 +1,13 @@
 #include "gentlctl/progress.h"
 
 #include "gentlctl/grab.h"
+#include "gentlctl/standard_output.h"
 
 #include <fmt/format.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 namespace gentlctl
@@ -43,6 +43,10 @@ std::string Bar(uint64_t done, uint64_t frames)
 
 std::string ProgressText(const GrabReport &report, uint64_t frames)
 {
+    if (report.hasEnded && report.waiting != 0)
+    {
+        return fmt::format("{} still to write; Ctrl-C leaves them out", report.waiting);
+    }
     const auto &statistics = report.statistics;
     const auto begin = frames != 0 ? Bar(report.taken, frames)
                                    : fmt::format("{:.0f} s  {} frames", statistics.Seconds(), report.taken);
@@ -91,7 +95,7 @@ void Progress::Clear()
     const MutexLock lock(m_mutex);
     if (m_isDrawn)
     {
-        fmt::print(stderr, "\r{}", eraseTheRest);
+        PrintError(fmt::format("\r{}", eraseTheRest));
     }
 }
 
@@ -100,7 +104,7 @@ void Progress::End()
     const MutexLock lock(m_mutex);
     if (std::exchange(m_isDrawn, false))
     {
-        fmt::print(stderr, "\n");
+        PrintError("\n");
     }
 }
 
@@ -112,7 +116,7 @@ void Progress::Draw(Part &part, const GrabReport &report)
     {
         line += m_parts.size() > 1 ? fmt::format("{}{}: {}", line.empty() ? "" : " | ", name, text) : text;
     }
-    fmt::print(stderr, "\r{}{}", CutToTerminal(line + " "), eraseTheRest);
+    PrintError(fmt::format("\r{}{}", CutToTerminal(line + " "), eraseTheRest));
     m_isDrawn = true;
 }
 

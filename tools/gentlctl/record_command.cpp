@@ -87,10 +87,10 @@ void PrintReport(const RecordReport &report, const std::string &device, const Re
     }
 }
 
-/// A signal ends the recording in order. It is the end that is meant where the options name no other.
 int RecordDevice(const CommonOptions &options, const RecordCommandOptions &command)
 {
-    const Interrupt interrupt;
+    constexpr int toEndAndToStopWriting = 2;
+    const Interrupt interrupt(toEndAndToStopWriting);
     Producer producer(RawProducerFile(options.producer));
     OpenDevice device(producer, options.device);
     const Features remote(device.PortOf("remote"));
@@ -99,8 +99,8 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     recording::RecordingWriter writer(command.folder, description);
     writer.AddFile("settings.json", remote.Values({}).dump(1) + "\n");
     AddCalibration(writer, description, remote);
-    const auto report = Record(producer.Calls(), device.Stream(), remote, writer, description.ticksPerSecond,
-                               command.record, interrupt);
+    const auto report =
+        Record(producer, device, remote, writer, description.ticksPerSecond, command.record, interrupt);
     PrintReport(report, device.Entry().id, command, writer.Bytes(), options.json);
     if (report.unwritten != 0)
     {
@@ -115,8 +115,11 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     {
         throw std::runtime_error("No frame came within --duration, so nothing is recorded");
     }
-    const bool endsBySignal = command.record.frames == 0 && !command.record.duration;
-    return interrupt.Signal() == 0 || endsBySignal ? success : killed + interrupt.Signal();
+    if (report.recorded == 0)
+    {
+        Complain(fmt::format("Nothing was recorded: no frame came. {} cannot be replayed", command.folder));
+    }
+    return interrupt.Signal() == 0 ? success : killed + interrupt.Signal();
 }
 
 constexpr auto recordFooter =

@@ -1,9 +1,12 @@
 #include "gentlctl/recorder.h"
 
+#include "consumer/device.h"
+#include "consumer/producer.h"
 #include "consumer/stream.h"
 #include "gentlctl/frame_recording.h"
 #include "gentlctl/frame_writer.h"
 #include "gentlctl/interrupt.h"
+#include "port/proxy_module.h"
 
 #include <algorithm>
 
@@ -11,7 +14,6 @@ namespace gentlctl
 {
 
 using namespace GenTL;
-using GenTL::internal::IGenTLProxy;
 
 namespace
 {
@@ -33,23 +35,26 @@ size_t BufferCount(const RecordOptions &options, size_t size)
 class Recorder
 {
 public:
-    Recorder(IGenTLProxy &calls, DS_HANDLE stream, const Features &remote, recording::RecordingWriter &writer,
-             uint64_t ticksPerSecond, const RecordOptions &options, const Interrupt &interrupt)
+    Recorder(Producer &producer, OpenDevice &device, const Features &remote,
+             recording::RecordingWriter &writer, uint64_t ticksPerSecond, const RecordOptions &options,
+             const Interrupt &interrupt)
         : m_options(options), m_interrupt(interrupt),
-          m_running(calls, stream, remote, [&](size_t size) { return BufferCount(options, size); }),
+          m_running(producer, device, remote, [&](size_t size) { return BufferCount(options, size); }),
           m_watch(interrupt, [this] { m_running.EndWait(); }),
           m_writer(
               m_running.Buffers() - std::min(m_running.Buffers() / 2, leastSpareBuffers),
-              [&calls, &writer, stream, ticksPerSecond](const FrameInfo &frame, uint64_t)
+              [&producer, &writer, stream = device.Stream(), ticksPerSecond](const FrameInfo &frame, uint64_t)
               {
-                  auto described = DescribeFrame(calls, stream, frame.buffer, ticksPerSecond);
+                  auto described = DescribeFrame(producer.Calls(), stream, frame.buffer, ticksPerSecond);
                   // Without time stamps, the frame's time is that of its recording.
                   auto &time = described.record.time;
                   time = time != 0 ? time : static_cast<uint64_t>(Clock::now().time_since_epoch().count());
                   writer.Append(described.record, described.bytes);
                   return std::vector<std::string>();
               },
-              [this](const FrameInfo &frame) { m_running.QueueAgain(frame.buffer); })
+              // The wait for the next frame tells of a lost device, whose frames are still written.
+              [this](const FrameInfo &frame)
+              { internal::CloseQuietly([&] { m_running.QueueAgain(frame.buffer); }); })
     {
     }
 
@@ -73,14 +78,11 @@ public:
         }
         m_report.lost = m_running.LostFrames();
         m_running.StopDevice();
-        m_writer.Finish();
+        FinishWriting();
         m_report.writingSeconds = SecondsSinceFirst();
         m_report.recorded = m_writer.Written();
         m_report.unwritten = m_report.delivered - m_report.recorded;
-        if (auto failure = m_writer.Failure())
-        {
-            m_report.failure = failure;
-        }
+        m_report.failure = m_report.failure ? m_report.failure : m_writer.Failure();
         return std::move(m_report);
     }
 
@@ -116,6 +118,19 @@ private:
         return true;
     }
 
+    /// A signal from now on leaves out the frames that wait to be written.
+    void FinishWriting()
+    {
+        const auto abandon = [this, known = m_interrupt.Signals()](size_t)
+        {
+            if (m_interrupt.Signals() != known)
+            {
+                m_writer.Abandon();
+            }
+        };
+        m_writer.Finish(abandon);
+    }
+
     const RecordOptions &m_options;
     const Interrupt &m_interrupt;
     RecordReport m_report;
@@ -129,11 +144,11 @@ private:
 
 } // namespace
 
-RecordReport Record(IGenTLProxy &calls, DS_HANDLE stream, const Features &remote,
+RecordReport Record(Producer &producer, OpenDevice &device, const Features &remote,
                     recording::RecordingWriter &writer, uint64_t ticksPerSecond, const RecordOptions &options,
                     const Interrupt &interrupt)
 {
-    auto report = Recorder(calls, stream, remote, writer, ticksPerSecond, options, interrupt).Run();
+    auto report = Recorder(producer, device, remote, writer, ticksPerSecond, options, interrupt).Run();
     if (report.recorded != 0)
     {
         writer.Finish(report.lost, report.unwritten);

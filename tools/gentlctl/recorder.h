@@ -3,23 +3,18 @@
 #include "recording/frame_record.h"
 #include "recording/recording_writer.h"
 
-#include <gentl/gentl.h>
-
 #include <chrono>
 #include <cstdint>
 #include <exception>
 #include <optional>
-
-namespace GenTL::internal
-{
-class IGenTLProxy;
-}
 
 namespace gentlctl
 {
 
 class Features;
 class Interrupt;
+class OpenDevice;
+class Producer;
 
 struct RecordOptions
 {
@@ -46,7 +41,7 @@ struct RecordReport
 ///
 /// @param ticksPerSecond of the device's time stamps; 0 if unknown
 /// @throws GenTLException the stream cannot be started
-RecordReport Record(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream, const Features &remote,
+RecordReport Record(Producer &producer, OpenDevice &device, const Features &remote,
                     recording::RecordingWriter &writer, uint64_t ticksPerSecond, const RecordOptions &options,
                     const Interrupt &interrupt);
 

@@ -6,13 +6,51 @@
 #include "gentlctl/settings_loading.h"
 #include "gentlctl/standard_output.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <exception>
+#include <functional>
 #include <future>
+#include <utility>
 
 namespace gentlctl
 {
+namespace
+{
+
+/// Says when the writing falls behind: once that frames are left out, and once that frames are written after
+/// the end.
+class WritingReport
+{
+public:
+    explicit WritingReport(std::function<void(const std::string &line)> tell) : m_tell(std::move(tell)) {}
+
+    void Take(const GrabReport &report)
+    {
+        if (report.unwritten != 0 && !std::exchange(m_hasToldOfLoss, true))
+        {
+            m_tell("The disk does not keep up, and frames are left out; -f raw is written fastest");
+        }
+        constexpr int patience = 6; // half seconds
+        if (report.hasEnded && ++m_waits == patience)
+        {
+            m_tell(fmt::format("Writing the last {} frames; Ctrl-C leaves them out", report.waiting));
+        }
+        if (report.isAbandoned && !std::exchange(m_hasToldOfSignal, true))
+        {
+            m_tell(fmt::format("A signal leaves out the last {} frames", report.waiting));
+        }
+    }
+
+private:
+    const std::function<void(const std::string &line)> m_tell;
+    bool m_hasToldOfLoss = false;
+    int m_waits = 0; ///< for the writer after the end
+    bool m_hasToldOfSignal = false;
+};
+
+} // namespace
 
 SideBySide::Camera::Camera(Producer &producer, const std::string &selection, const GrabArguments &arguments)
     : device(producer, selection), remote(device.PortOf("remote"))
@@ -56,13 +94,14 @@ DeviceGrab SideBySide::RunOne(size_t index, const Interrupt &interrupt, Progress
     try
     {
         grab.folder = m_destination.FolderOf(grab.device, m_cameras.size());
-        const auto tell = [&progress](const std::string &line)
-        {
-            progress.Clear();
-            Complain(line);
-        };
+        const auto tell = [&](const std::string &line) { Tell(index, line, progress); };
+        WritingReport writing(tell);
         const FrameConsumer consumer{m_destination.WriterFor(camera.remote, grab.folder, tell),
-                                     [&](const GrabReport &report) { progress.Show(index, report); }};
+                                     [&](const GrabReport &report)
+                                     {
+                                         writing.Take(report);
+                                         progress.Show(index, report);
+                                     }};
         grab.report = Grab(m_producer, camera.device, camera.remote, m_arguments.grab, interrupt, consumer);
     }
     catch (const std::exception &)
@@ -70,7 +109,18 @@ DeviceGrab SideBySide::RunOne(size_t index, const Interrupt &interrupt, Progress
         grab.report.failure = std::current_exception();
     }
     progress.Finish(index, grab.report);
+    if (grab.report.failure && m_cameras.size() > 1)
+    {
+        Tell(index, FailureText(grab.report.failure), progress);
+    }
     return grab;
+}
+
+void SideBySide::Tell(size_t index, const std::string &line, Progress &progress) const
+{
+    const auto &id = m_ids[index];
+    progress.Clear();
+    Complain(m_cameras.size() > 1 && !line.starts_with(id) ? fmt::format("{}: {}", id, line) : line);
 }
 
 } // namespace gentlctl

@@ -32,7 +32,7 @@ public:
                const GrabArguments &arguments, const FrameDestination &destination);
 
     /// What came from each device, in the order of the devices. A failure is in the report of its device, and
-    /// the others go on.
+    /// the others go on; with several devices standard error tells of it at once.
     std::vector<DeviceGrab> Run(const Interrupt &interrupt);
 
 private:
@@ -45,6 +45,7 @@ private:
     };
 
     DeviceGrab RunOne(size_t index, const Interrupt &interrupt, Progress &progress);
+    void Tell(size_t index, const std::string &line, Progress &progress) const;
 
     const GrabArguments &m_arguments;
     const FrameDestination &m_destination;

@@ -1,6 +1,7 @@
 #include "gentlctl/stream_run.h"
 
 #include "gentlctl/interrupt.h"
+#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 
@@ -32,24 +33,34 @@ StreamTotals StreamRun::Run(const Interrupt &interrupt)
         {
             Stream();
         }
-        catch (const std::exception &loss)
+        catch (const DeviceLost &loss)
         {
-            if (IsOver())
-            {
-                break;
-            }
-            const auto text = fmt::format("{} is lost: {}", m_options.device, loss.what());
-            Disconnect();
-            if (!m_options.reconnects)
-            {
-                throw std::runtime_error(text + ". With --reconnect the stream goes on when it is back");
-            }
-            m_hooks.tell(text);
-            Reconnect();
+            Lose(loss);
+        }
+        catch (const internal::GenTLException &failure)
+        {
+            Lose(DeviceLost(m_options.device, fmt::format("{} ({})", failure.what(), failure.Code())));
         }
     }
     Disconnect();
     return m_totals;
+}
+
+/// Goes on with the device when it is back. A stream that is over has ended its wait itself.
+void StreamRun::Lose(const DeviceLost &loss)
+{
+    if (IsOver())
+    {
+        return;
+    }
+    Disconnect();
+    if (!m_options.reconnects)
+    {
+        throw std::runtime_error(
+            fmt::format("{}. With --reconnect the stream goes on when it is back", loss.what()));
+    }
+    m_hooks.tell(loss.what());
+    Reconnect();
 }
 
 bool StreamRun::IsOver()
@@ -127,25 +138,22 @@ void StreamRun::Reconnect()
 
 void StreamRun::Stream()
 {
-    // Short waits, so that a silent device is asked whether it is there, and a report comes.
+    // Short waits, so that a report comes.
     constexpr uint64_t longestWait = 250;
     uint64_t silent = 0;
     while (!IsOver())
     {
         const auto wait = std::min(longestWait, m_options.timeoutMs - silent);
-        if (const auto buffer = m_connection->Next(wait))
+        if (auto *const buffer = m_connection->Next(wait))
         {
             silent = 0;
-            Count(*buffer);
-            m_connection->QueueAgain(*buffer);
+            Count(buffer);
+            m_connection->QueueAgain(buffer);
         }
         else if ((silent += wait) >= m_options.timeoutMs)
         {
-            throw std::runtime_error(fmt::format("no frame came within {} ms", m_options.timeoutMs));
-        }
-        else
-        {
-            m_connection->RequireAnswer();
+            throw DeviceLost(m_options.device,
+                             fmt::format("no frame came within {} ms", m_options.timeoutMs));
         }
         if (Clock::now() - m_periodBegan >= std::chrono::seconds(1))
         {

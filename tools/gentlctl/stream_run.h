@@ -49,8 +49,7 @@ struct StreamTotals
 /// Takes the frames of a device and gives their buffers back, until it is told to end. When the device is
 /// lost, it can close it, wait until the producer lists it again, open it, set it up and go on.
 ///
-/// A device counts as lost when it fires EVENT_ERROR, when a call for it fails, when its registers cannot be
-/// read although no frame comes, and when no frame comes in time.
+/// A device counts as lost as for a RunningStream, when a call for it fails, and when no frame comes in time.
 class StreamRun
 {
 public:
@@ -71,6 +70,7 @@ private:
     void Disconnect();
     void Reconnect();
     void Stream();
+    void Lose(const DeviceLost &loss);
     void Count(void *buffer);
     void Report();
 

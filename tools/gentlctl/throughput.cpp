@@ -42,8 +42,7 @@ public:
         options.prepare(m_device);
         m_result.device = m_device.Entry().id;
         m_remote.emplace(m_device.PortOf("remote"));
-        m_stream.emplace(m_producer.Calls(), m_device.Stream(), *m_remote,
-                         [&](size_t) { return options.buffers; });
+        m_stream.emplace(m_producer, m_device, *m_remote, [&](size_t) { return options.buffers; });
         m_clock.emplace(*m_remote, TicksPerSecond());
         m_result.noLatency = m_clock->Obstacle();
     }
@@ -178,6 +177,7 @@ std::vector<Throughput> MeasureThroughput(const std::vector<std::string> &produc
         result.intervals = PercentilesOf(samples[i].intervals);
         result.latency = PercentilesOf(samples[i].latencies);
     }
+    std::erase_if(results, [](const Throughput &result) { return result.intervals.count == 0; });
     return results;
 }
 
@@ -185,11 +185,14 @@ std::string ToText(const std::vector<Throughput> &results)
 {
     constexpr double giga = 1e9;
     constexpr double micro = 1e6;
-    auto text =
-        fmt::format("{:<24} {:>10} {:>8} {:>12} {:>32} {:>32}\n{:<24} {:>10} {:>8} {:>12} {:>10} {:>10} "
-                    "{:>10} {:>10} {:>10} {:>10}\n",
-                    "", "frames/s", "GB/s", "CPU/frame", "interval", "latency", "us", "", "", "", "p50",
-                    "p99", "maximum", "p50", "p99", "maximum");
+    if (results.empty())
+    {
+        return "";
+    }
+    auto text = fmt::format("{:<24} {:>10} {:>8} {:>12} {:>32} {:>32}\n", "", "frames/s", "GB/s",
+                            "CPU/frame us", "interval us", "latency us");
+    text += fmt::format("{:<24} {:>10} {:>8} {:>12} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "", "", "",
+                        "", "p50", "p99", "maximum", "p50", "p99", "maximum");
     for (const auto &result : results)
     {
         text += fmt::format("{:<24} {:>10.1f} {:>8.3f} {:>12.2f} {} {}\n",

@@ -42,6 +42,7 @@ struct Throughput
 
 /// Measures producers in turn, round by round: what disturbs the machine for longer than a round disturbs
 /// all. The consumer reads each byte of each frame once, as any that does something with it.
+/// @return the producers that were measured: those for which there was time before an interrupt
 /// @throws std::exception a producer cannot be loaded, or the device cannot stream
 std::vector<Throughput> MeasureThroughput(const std::vector<std::string> &producers,
                                           const ThroughputOptions &options, const Interrupt &interrupt);
