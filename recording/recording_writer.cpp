@@ -16,18 +16,25 @@ namespace
 /// Room that is made on the disk at once.
 constexpr uint64_t reserveStep = uint64_t{256} << 20U;
 
-/// The folder, which is made if it is not there.
-fs::path Prepared(const fs::path &folder)
+/// Makes a folder that is not there.
+void MakeFolder(const fs::path &folder)
 {
     std::error_code error;
     fs::create_directories(folder, error);
-    if (!fs::is_directory(folder))
+    if (std::error_code unknown; !fs::is_directory(folder, unknown))
     {
         throw Error("{} cannot be made: {}", folder.string(), error.message());
     }
+}
+
+/// The folder of a new recording.
+fs::path Prepared(const fs::path &folder)
+{
+    MakeFolder(folder);
     for (const auto *name : {deviceFile, dataFile, indexFile})
     {
-        if (fs::exists(folder / name))
+        // A file that cannot be looked at counts as one that is there.
+        if (std::error_code error; fs::exists(folder / name, error) || error)
         {
             throw Error("{} holds a recording already; name another folder", folder.string());
         }
@@ -61,7 +68,7 @@ RecordingWriter::RecordingWriter(const fs::path &folder, const DeviceRecord &dev
 void RecordingWriter::AddFile(const std::string &name, std::string_view content)
 {
     const auto path = m_folder / name;
-    fs::create_directories(path.parent_path());
+    MakeFolder(path.parent_path());
     OwnedFile(path, OwnedFile::For::Writing).Write(0, content.data(), content.size());
 }
 
