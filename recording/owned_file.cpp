@@ -81,14 +81,18 @@ void OwnedFile::Write(uint64_t offset, const void *data, size_t size)
     while (size > 0)
     {
         const auto count = pwrite(m_descriptor, in, size, static_cast<off_t>(offset));
-        if (count < 0 && errno != EINTR)
+        if (count < 0 && errno == EINTR)
         {
+            continue;
+        }
+        if (count <= 0)
+        {
+            errno = count < 0 ? errno : EIO; // no bytes, and no reason
             Fail("cannot be written");
         }
-        const auto written = count < 0 ? 0 : static_cast<size_t>(count);
-        in += written;
-        offset += written;
-        size -= written;
+        in += count;
+        offset += static_cast<uint64_t>(count);
+        size -= static_cast<size_t>(count);
     }
 }
 

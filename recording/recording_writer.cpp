@@ -28,14 +28,15 @@ std::string_view BytesOf(const Record &record)
 
 FirstFiles::FirstFiles(fs::path folder) : m_folder(std::move(folder))
 {
+    MakeFolder(m_folder);
     for (const auto *name : {deviceFile, dataFile, indexFile})
     {
-        if (fs::exists(m_folder / name))
+        // A file that cannot be looked at counts as one that is there.
+        if (std::error_code error; fs::exists(m_folder / name, error) || error)
         {
             throw Error("{} holds a recording already; name another folder", m_folder.string());
         }
     }
-    MakeFolder(m_folder);
 }
 
 FirstFiles::~FirstFiles()
@@ -52,7 +53,9 @@ fs::path FirstFiles::Add(const std::string &name)
 {
     auto file = m_folder / name;
     MakeFolder(file.parent_path());
-    if (!fs::exists(fs::symlink_status(file))) // else it is somebody's, and opening it will fail
+    std::error_code unknown;
+    if (fs::symlink_status(file, unknown).type() ==
+        fs::file_type::not_found) // else it is somebody's: opening fails
     {
         m_made.push_back(file);
     }
@@ -66,7 +69,7 @@ void FirstFiles::MakeFolder(const fs::path &folder)
     {
         m_made.push_back(folder);
     }
-    if (!fs::is_directory(folder))
+    if (std::error_code unknown; !fs::is_directory(folder, unknown))
     {
         throw Error("{} cannot be made: {}", folder.string(), error.message());
     }

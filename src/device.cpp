@@ -168,11 +168,14 @@ std::shared_ptr<Datastream> Device::MakeDataStream()
     {
         setup.lower.maxChunks = [stream = lower.get()] { return stream->GetMaxChunks(); };
     }
-    m_remote.setStreamPayloadSize([stream = lower.get()] { return stream->GetDefinedPayloadSize(); });
+    auto payloadSize = [stream = lower.get()] { return stream->GetDefinedPayloadSize(); };
     auto worker = std::make_unique<AcquisitionWorker>(
         std::move(lower), m_remote.processor,
         m_assembly.makeFrameReader({.clock = m_clock, .tlType = TypeText()}), rules);
-    return std::make_shared<Datastream>(library, std::move(worker), m_ownHandle, std::move(setup));
+    auto stream = std::make_shared<Datastream>(library, std::move(worker), m_ownHandle, std::move(setup));
+    // Last, since the lower stream ends with a failure of what comes before.
+    m_remote.setStreamPayloadSize(std::move(payloadSize));
+    return stream;
 }
 
 /// The transport layer type of the lower device, or of the lower producer.

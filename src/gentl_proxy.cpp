@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 namespace GenTL::internal
@@ -34,6 +35,22 @@ constexpr uint32_t Minor_1_6 = 6;
 constexpr bool IsOpening(std::string_view function)
 {
     return function == "TLOpen" || function == "TLOpenInterface" || function == "IFOpenDevice";
+}
+
+/// The id among the arguments of a lower call; empty when there is none.
+template <typename... Args>
+std::string IdAmong(Args... arguments)
+{
+    std::string id;
+    const auto take = [&id](auto argument)
+    {
+        if constexpr (std::is_same_v<decltype(argument), const char *>)
+        {
+            id = argument != nullptr ? argument : "";
+        }
+    };
+    (take(arguments), ...);
+    return id;
 }
 
 // The newest group that is looked up in a producer that does not report its version.
@@ -234,6 +251,18 @@ void GenTLProxy::ThrowNotImplemented(std::string_view name) const
                          GC_ERR_NOT_IMPLEMENTED);
 }
 
+void GenTLProxy::NoteOpened(const std::string &module)
+{
+    {
+        const utils::MutexLock guard(m_openedMutex);
+        if (!m_openedModules.insert(module).second)
+        {
+            return;
+        }
+    }
+    m_opened();
+}
+
 std::string GenTLProxy::LowerErrorText() const
 {
     GC_ERROR code = GC_ERR_SUCCESS;
@@ -279,9 +308,12 @@ void GenTLProxy::CloseLowerLibrary()
                 ThrowNotImplemented(#name);                                                                  \
             }                                                                                                \
             ExecuteOrThrow(#name, m_functions.name QVR_PASS arguments);                                      \
-            if (IsOpening(#name) && m_opened)                                                                \
+            if constexpr (IsOpening(#name))                                                                  \
             {                                                                                                \
-                m_opened();                                                                                  \
+                if (m_opened)                                                                                \
+                {                                                                                            \
+                    NoteOpened(fmt::format("{} {}", #name, IdAmong arguments));                              \
+                }                                                                                            \
             }                                                                                                \
         }                                                                                                    \
         return GC_ERR_SUCCESS;                                                                               \

@@ -2,9 +2,11 @@
 
 #include "port/i_gentl_proxy.h"
 #include "profile/profile.h"
+#include "utils/mutex.h"
 
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -17,7 +19,8 @@ inline constexpr std::string_view unknownLowerError = "Unknown error!";
 /// The lower producer: loads its file, binds its functions and turns their failures into exceptions.
 ///
 /// Made by Library::Initialize, one between GCInitLib and GCCloseLib; the library and all modules share it,
-/// and the file is unloaded when the last of them releases it. Constant after construction.
+/// and the file is unloaded when the last of them releases it. Its functions do not change after
+/// construction.
 class GenTLProxy final : public IGenTLProxy
 {
 public:
@@ -27,7 +30,7 @@ public:
     /// and when its version cannot be read
     /// @throws GenTLException when one of the four functions that come before any version is missing, when
     /// the file is this library's own or a copy of it, or when GCInitLib fails
-    /// @param opened called after each lower call that opens a system, an interface or a device
+    /// @param opened called when the system, and each interface or device, was opened for the first time
     explicit GenTLProxy(const std::string &path, const Profile &profile = {},
                         std::function<void()> opened = {});
     ~GenTLProxy() override;
@@ -62,6 +65,7 @@ private:
     template <class Func, class... Args>
     void ExecuteOrThrow(const std::string_view &name, Func func, Args &&...args);
     void CloseLowerLibrary();
+    void NoteOpened(const std::string &module);
     [[noreturn]] void ThrowNotImplemented(std::string_view name) const;
     std::string LowerErrorText() const;
 
@@ -74,6 +78,8 @@ private:
     bool m_mandatorySymbols = false; ///< whether a failed look-up throws
     uint32_t m_genTLMajor = 0;       ///< 0 when unknown
     uint32_t m_genTLMinor = 0;
+    utils::Mutex m_openedMutex;
+    std::set<std::string> m_openedModules QVR_GUARDED_BY(m_openedMutex); ///< only with m_opened
 };
 
 } // namespace GenTL::internal

@@ -202,8 +202,8 @@ void Library::TearDownLogging()
 void Library::BringUpLowerProducer()
 {
     const auto path = FindProducer(gigeVision, m_profile.identity, m_profile.texts);
-    // A lower library may make static objects when a module is opened. A handler that is registered after
-    // that runs before their destructors.
+    // A lower library may make static objects when a module is opened for the first time. A handler that is
+    // registered after that runs before their destructors.
     auto opened = [this] { RegisterExitHandler(); };
     m_proxy = m_profile.lower.closesLowerAtExit ? std::make_shared<GenTLProxy>(path, m_profile, opened)
                                                 : std::make_shared<GenTLProxy>(path, m_profile);

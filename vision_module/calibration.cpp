@@ -2,6 +2,9 @@
 
 #include "vision_module/error.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <bit>
 #include <cerrno>
@@ -137,6 +140,19 @@ struct Close
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
 
+/// Unlike fopen for writing, it leaves the bytes of the file. Null for a failure, which errno has.
+std::FILE *OpenForWriting(const std::string &path)
+{
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0666);
+    return descriptor < 0 ? nullptr : fdopen(descriptor, "wb");
+}
+
+/// Ends a file behind `size` bytes. A pipe has no bytes to cut off.
+bool CutOff(std::FILE *file, size_t size)
+{
+    return ftruncate(fileno(file), static_cast<off_t>(size)) == 0 || errno == EINVAL;
+}
+
 [[noreturn]] void ThrowFileFailure(TARN_CVL_STATUS status, const std::string &text, int error)
 {
     throw Failure(status, text + ": " + std::generic_category().message(error));
@@ -269,14 +285,17 @@ tarn_cvl_CalibrationParameters FromFile(const std::string &path)
 void ToFile(const tarn_cvl_CalibrationParameters &parameters, const std::string &path)
 {
     const auto bytes = ToBinary(parameters);
-    std::unique_ptr<std::FILE, Close> file(std::fopen(path.c_str(), "wb"));
+    std::unique_ptr<std::FILE, Close> file(OpenForWriting(path));
     if (!file)
     {
         ThrowFileFailure(TARN_CVL_IO, "The file \"" + path + "\" cannot be opened", errno);
     }
-    const auto count = std::fwrite(bytes.data(), 1, bytes.size(), file.get());
-    // fclose writes the last bytes, so its result counts as well.
-    if (std::fclose(file.release()) != 0 || count != bytes.size())
+    // The new bytes replace the old ones in place, so that a full disk leaves the calibration that was there.
+    // What is behind them goes only then.
+    const bool isWritten = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() &&
+                           std::fflush(file.get()) == 0 && CutOff(file.get(), bytes.size());
+    // A file system may tell only at the end that it has no room.
+    if (std::fclose(file.release()) != 0 || !isWritten)
     {
         ThrowFileFailure(TARN_CVL_IO, "The file \"" + path + "\" cannot be written", errno);
     }

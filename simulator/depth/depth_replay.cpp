@@ -1,5 +1,6 @@
 #include "simulator/depth/depth_replay.h"
 
+#include "recording/layout.h"
 #include "simulator/depth/depth_source.h"
 #include "simulator/error.h"
 
@@ -172,6 +173,11 @@ DepthPictures::DepthPictures(const DepthReplay &replay)
     }
     if (depths.empty())
     {
+        if (std::error_code ignored; std::filesystem::exists(replay.folder / recording::deviceFile, ignored))
+        {
+            throw Error(GC_ERR_IO, "{} is a recording: set QVR_SIM_RECORDING to it, not QVR_SIM_DEPTH",
+                        replay.folder.string());
+        }
         throw Error(GC_ERR_IO, "There are no depth pictures in {}", replay.folder.string());
     }
     for (const auto &file : depths)

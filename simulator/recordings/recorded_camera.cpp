@@ -1,6 +1,7 @@
 #include "simulator/recordings/recorded_camera.h"
 
 #include "recording/file_names.h"
+#include "simulator/recordings/file_url.h"
 #include "simulator/recordings/recorded_answer.h"
 #include "simulator/recordings/recorded_frames.h"
 
@@ -57,7 +58,7 @@ std::string RecordedCamera::Url() const
         return m_device.url;
     }
     const auto folder = std::filesystem::absolute(m_model.recording->Folder());
-    return "file://" + (folder / recording::DescriptionFile(m_device)).string();
+    return FileUrl(folder / recording::DescriptionFile(m_device));
 }
 
 Info RecordedCamera::GetPortInfo(PORT_INFO_CMD command) const

@@ -75,13 +75,25 @@ uint64_t PeriodOf(const recording::FrameRecord &first, const recording::FrameRec
     return distance + (frames > 1 && distance >= frames - 1 ? distance / (frames - 1) : 1);
 }
 
-/// A recording that lies must not lead a consumer out of its buffer.
-void RequireWithin(const recording::FrameRecord &record, uint64_t payloadSize, uint64_t size)
+bool IsWithin(const recording::ChunkRecord &chunk, uint64_t size)
 {
-    const auto isWithin = [&](const recording::ChunkRecord &chunk)
-    { return chunk.offset <= size && chunk.length <= size - chunk.offset; };
-    if (!std::ranges::all_of(record.parts, [&](const auto &part) { return part.offset <= payloadSize; }) ||
-        !std::ranges::all_of(record.chunks, isWithin))
+    return chunk.offset <= size && chunk.length <= size - chunk.offset;
+}
+
+bool IsWithin(const recording::PartRecord &part, uint64_t size)
+{
+    const auto length = recording::NumberIn(part.infos, BUFFER_PART_INFO_DATA_SIZE).value_or(0);
+    return part.offset <= size && length <= size - part.offset;
+}
+
+/// A recording that lies must not lead a consumer out of its buffer. Parts of an incomplete frame may lie
+/// behind the bytes that arrived.
+void RequireWithin(const recording::FrameRecord &record, uint64_t bufferSize, uint64_t size)
+{
+    const auto isWithin = [](uint64_t limit)
+    { return [limit](const auto &range) { return IsWithin(range, limit); }; };
+    if (!std::ranges::all_of(record.parts, isWithin(std::max(bufferSize, size))) ||
+        !std::ranges::all_of(record.chunks, isWithin(size)))
     {
         throw Error(GC_ERR_IO, "A recorded frame has parts or chunks beyond its end");
     }
@@ -147,6 +159,7 @@ Frame RecordedFrames::Write(const FrameOrder &order, std::span<uint8_t> buffer)
         frame.filled = buffer.size();
         frame.cutOff = true;
         frame.chunks.clear();
+        std::erase_if(record.parts, [&](const auto &part) { return !IsWithin(part, buffer.size()); });
     }
     frame.answers = std::make_shared<RecordedFrameAnswers>(
         std::move(record),

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <fstream>
 #include <utility>
@@ -21,14 +22,21 @@ PlugWatch::PlugWatch(std::filesystem::path file, Tell tell)
     const auto folder = m_file.has_parent_path() ? m_file.parent_path() : std::filesystem::path(".");
     inotify_add_watch(m_changes, folder.c_str(), IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE);
     ReadFile();
-    m_thread = std::thread([this] { Run(); });
+    // Without m_end, nothing could end the thread.
+    if (m_end >= 0)
+    {
+        m_thread = std::thread([this] { Run(); });
+    }
 }
 
 PlugWatch::~PlugWatch()
 {
     const uint64_t one = 1;
     [[maybe_unused]] const auto written = write(m_end, &one, sizeof one);
-    m_thread.join();
+    if (m_thread.joinable())
+    {
+        m_thread.join();
+    }
     close(m_end);
     close(m_changes);
 }
@@ -36,7 +44,12 @@ PlugWatch::~PlugWatch()
 void PlugWatch::Run()
 {
     std::array<pollfd, 2> events{pollfd{m_end, POLLIN, 0}, pollfd{m_changes, POLLIN, 0}};
-    while (poll(events.data(), events.size(), -1) >= 0 && (events[0].revents & POLLIN) == 0)
+    const auto goesOn = [&events]
+    {
+        const int ready = poll(events.data(), events.size(), -1);
+        return ready < 0 ? errno == EINTR : (events[0].revents & POLLIN) == 0;
+    };
+    while (goesOn())
     {
         std::array<char, 4096> changes{};
         while (read(m_changes, changes.data(), changes.size()) > 0)

@@ -17,7 +17,7 @@ public:
     /// Called with the names in the file: once by the constructor, and later by the thread.
     using Tell = std::function<void(const std::set<std::string> &names)>;
 
-    /// The file need not exist. In a folder that does not exist nothing is watched.
+    /// The file need not exist. Where the folder cannot be watched, the file is read once.
     PlugWatch(std::filesystem::path file, Tell tell);
     PlugWatch(const PlugWatch &) = delete;
     PlugWatch &operator=(const PlugWatch &) = delete;

@@ -70,7 +70,14 @@ void Questions<Subject>::Prepare(uint32_t part)
 template <typename Subject>
 void Questions<Subject>::AskAtOnce(const ProxyBuffer &buffer)
 {
-    Subject::AskAtOnce(buffer, m_entries.data(), m_count);
+    // A copy, of which only the results count: the lower producer may write into any field.
+    auto told = m_entries;
+    Subject::AskAtOnce(buffer, told.data(), m_count);
+    for (size_t i = 0; i < m_count; ++i)
+    {
+        m_entries[i].iSize = told[i].iSize;
+        m_entries[i].iResult = told[i].iResult;
+    }
     m_asksAtOnce = std::ranges::none_of(std::span(m_entries).first(m_count),
                                         [](const auto &entry) { return entry.iResult == notAnswered; });
 }

@@ -186,8 +186,26 @@ void ProxyDataStream::AllocateBuffers(size_t count)
         const auto size = m_lowerBufferSize;
         ToStart("DSAllocAndAnnounceBuffer",
                 [&] { Proxy()->DSAllocAndAnnounceBuffer(GetLowerHandle(), size, nullptr, &buffer); });
-        ToStart("DSQueueBuffer", [&] { Proxy()->DSQueueBuffer(GetLowerHandle(), buffer); });
+        QueueNewBuffer(buffer);
         m_lowerBuffers.push_back({.handle = buffer, .base = BaseOf(buffer)});
+    }
+}
+
+/// Queues a buffer that is not yet among m_lowerBuffers. One that cannot be queued is revoked, where the
+/// lower buffers outlive a failed start.
+void ProxyDataStream::QueueNewBuffer(BUFFER_HANDLE buffer)
+{
+    try
+    {
+        ToStart("DSQueueBuffer", [&] { Proxy()->DSQueueBuffer(GetLowerHandle(), buffer); });
+    }
+    catch (...)
+    {
+        if (m_rules.keepsLowerBuffers)
+        {
+            Revoke(buffer);
+        }
+        throw;
     }
 }
 
@@ -251,10 +269,14 @@ void ProxyDataStream::RevokeAll()
     Tolerate("DSFlushQueue", Proxy()->TryDSFlushQueue(GetLowerHandle(), ACQ_QUEUE_ALL_DISCARD));
     for (const auto &buffer : m_lowerBuffers)
     {
-        Tolerate("DSRevokeBuffer",
-                 Proxy()->TryDSRevokeBuffer(GetLowerHandle(), buffer.handle, nullptr, nullptr));
+        Revoke(buffer.handle);
     }
     m_lowerBuffers.clear();
+}
+
+void ProxyDataStream::Revoke(BUFFER_HANDLE buffer)
+{
+    Tolerate("DSRevokeBuffer", Proxy()->TryDSRevokeBuffer(GetLowerHandle(), buffer, nullptr, nullptr));
 }
 
 void ProxyDataStream::StartAcquisition(uint64_t numToAcquire)

@@ -72,8 +72,10 @@ private:
     template <typename Call>
     void ToStart(std::string_view name, Call call);
     void AllocateBuffers(size_t count) QVR_REQUIRES(m_lowerBuffersMutex);
+    void QueueNewBuffer(BUFFER_HANDLE buffer);
     bool QueueKeptBuffers(size_t size) QVR_REQUIRES(m_lowerBuffersMutex);
     void RevokeAll() QVR_REQUIRES(m_lowerBuffersMutex);
+    void Revoke(BUFFER_HANDLE buffer);
     void *BaseOf(BUFFER_HANDLE buffer);
     ProxyBuffer TakeLowerBuffer(BUFFER_HANDLE handle);
     std::optional<uint64_t> ReadDroppedFrameCount();

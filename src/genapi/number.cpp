@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -55,6 +56,18 @@ std::optional<int64_t> ParseDecimal(const Unsigned &number)
         return number.negative ? std::numeric_limits<int64_t>::min() : std::numeric_limits<int64_t>::max();
     }
     return number.negative ? -static_cast<int64_t>(value) : static_cast<int64_t>(value);
+}
+
+/// Whether a number that is out of range is too close to 0; from_chars does not say.
+bool IsTooSmall(std::string_view digits)
+{
+    const auto mantissa = digits.substr(0, digits.find_first_of("eE"));
+    const bool hasExponent = mantissa.size() < digits.size();
+    const auto exponent =
+        hasExponent ? ParseDecimal(WithoutSign(digits.substr(mantissa.size() + 1))).value_or(0) : 0;
+    const auto point = std::min(mantissa.find('.'), mantissa.size());
+    const auto first = mantissa.find_first_not_of("0.");
+    return exponent < static_cast<int64_t>(first) - static_cast<int64_t>(point);
 }
 
 } // namespace
@@ -132,12 +145,7 @@ std::optional<double> ParseFloat(std::string_view text)
     }
     if (error == std::errc::result_out_of_range)
     {
-        // from_chars does not say whether the number is too large or too small.
-        const auto exponent = number.digits.find_first_of("eE");
-        const bool isSmall =
-            number.digits.starts_with("0.") ||
-            (exponent != std::string_view::npos && number.digits.substr(exponent + 1).starts_with('-'));
-        value = isSmall ? 0 : std::numeric_limits<double>::infinity();
+        value = IsTooSmall(number.digits) ? 0 : std::numeric_limits<double>::infinity();
     }
     return number.negative ? -value : value;
 }

@@ -70,7 +70,7 @@ std::string Decoded(std::string_view text)
     for (size_t i = 0; i < text.size(); ++i)
     {
         const auto byte =
-            text[i] == '%' && i + 2 < text.size() ? ParseBase16(text.substr(i + 1, 2)) : std::nullopt;
+            text[i] == '%' && i + 2 < text.size() ? ParseNumber(text.substr(i + 1, 2), 16) : std::nullopt;
         decoded.push_back(byte ? static_cast<char>(*byte) : text[i]);
         i += byte ? 2U : 0U;
     }

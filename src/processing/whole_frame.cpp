@@ -64,6 +64,14 @@ ProcessingResult CopyWholeFrame(const InputData &input, std::span<uint8_t> outpu
         DeliveredPart(input, part);
         part.base = output.data() + PlaceOf(input, part);
     }
+    if (result.isLargerThanBuffer)
+    {
+        std::erase_if(result.parts,
+                      [&](const BufferPartInfo &part) {
+                          return !utils::RangeFits(static_cast<uint64_t>(part.base - output.data()),
+                                                   part.size, output.size());
+                      });
+    }
     if (input.chunks)
     {
         result.chunks = ChunksWithin(*input.chunks, copied);

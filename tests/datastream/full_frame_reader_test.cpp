@@ -292,6 +292,29 @@ TEST_F(FullFrame, KnowsTheTrailersOfItsTransport)
     EXPECT_EQ(trailersOf("CXP"), ChunkTrailers::None);
 }
 
+TEST_F(FullFrame, IsReadWhateverTheProducerWritesIntoTheQuestions)
+{
+    told.infos[BUFFER_INFO_FRAMEID] = TypedAnswer::Uint64(5);
+    told.atOnce = AtOnce::Answers;
+    const auto answer = proxy->onDSGetBufferInfoStacked;
+    proxy->onDSGetBufferInfoStacked =
+        [&](DS_HANDLE stream, BUFFER_HANDLE buffer, DS_BUFFER_INFO_STACKED *entries, size_t count)
+    {
+        const auto code = answer(stream, buffer, entries, count);
+        for (size_t i = 0; i < count; ++i)
+        {
+            entries[i].iInfoCmd = BUFFER_INFO_CUSTOM_ID + 1'000'000;
+            entries[i].pBuffer = nullptr;
+        }
+        return code;
+    };
+    // The second frame is asked for only what the first had.
+    for (int i = 0; i < 2; ++i)
+    {
+        EXPECT_EQ(ReadInput().attributes.frameId, 5U);
+    }
+}
+
 using PartsOfAFullFrame = FullFrame;
 
 TEST_F(PartsOfAFullFrame, AreDescribedInFull)

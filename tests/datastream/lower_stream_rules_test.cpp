@@ -152,6 +152,18 @@ TEST_F(TolerantLowerStream, LeavesNoBufferBehindAFailedStart)
     EXPECT_EQ(proxy->CountOf("DSAllocAndAnnounceBuffer"), 3U);
 }
 
+TEST_F(TolerantLowerStream, RevokesANewBufferThatCannotBeQueued)
+{
+    const auto opened = Opened();
+    proxy->onDSQueueBuffer = [](DS_HANDLE, BUFFER_HANDLE) -> GC_ERROR { LowerFailure(GC_ERR_IO, "full"); };
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(FailureOf([&] { opened->AnnounceBuffers(); }).code, GC_ERR_IO);
+    }
+    EXPECT_EQ(proxy->CountOf("DSAllocAndAnnounceBuffer"), 3U);
+    EXPECT_EQ(proxy->CountOf("DSRevokeBuffer"), 3U);
+}
+
 TEST_F(TolerantLowerStream, RevokesItsBuffersAtTheEnd)
 {
     auto opened = Opened();

@@ -132,6 +132,31 @@ TEST_F(OpenStream, PassesAnIdDownThatCameWithoutItsEnd)
     EXPECT_EQ(length, bare.size());
 }
 
+TEST_F(OpenStream, LeavesNoPayloadSizeBehindAFailure)
+{
+    static bool definesPayloadSize; // for functions without a capture
+    definesPayloadSize = false;
+    Assembly assembly;
+    assembly.makeRemoteSide = [](const LowerDevice &lowerDevice)
+    {
+        auto side = MakeOverriddenRemoteSide(lowerDevice);
+        side.setStreamPayloadSize = [](const auto &size) { definesPayloadSize = static_cast<bool>(size); };
+        return side;
+    };
+    assembly.makeFrameReader = [](const FrameSource &) -> std::unique_ptr<IFrameReader>
+    { throw GenTLException("no reader", GC_ERR_OUT_OF_MEMORY); };
+    device =
+        std::make_shared<Device>(&library.instances, proxy, LowerHandle(0x10), nullptr, Profile(), assembly);
+    EXPECT_EQ(FailureFor("Stream1"), (Failure{"no reader", GC_ERR_OUT_OF_MEMORY}));
+    EXPECT_EQ(proxy->CountOf("DSClose"), 1U);
+    EXPECT_FALSE(definesPayloadSize);
+    assembly.makeFrameReader = MakeBriefFrameReader;
+    device =
+        std::make_shared<Device>(&library.instances, proxy, LowerHandle(0x10), nullptr, Profile(), assembly);
+    device->DevOpenDataStream("Stream1", &handle);
+    EXPECT_TRUE(definesPayloadSize);
+}
+
 TEST_F(OpenStream, NamesTheNullArgumentFirst)
 {
     EXPECT_EQ(FailureOf([&] { device->DevOpenDataStream(nullptr, nullptr); }),

@@ -184,6 +184,31 @@ TEST_F(LowerCall, ThatIsTriedGivesTheCodeAndAsksForNoText)
     EXPECT_EQ(lower->CountOf("GCGetLastError"), 0U);
 }
 
+TEST(LowerOpening, IsToldOnceForEachModule)
+{
+    const LowerLibrary lower;
+    int opened = 0;
+    GenTLProxy proxy(lower.Path(), {}, [&] { ++opened; });
+    proxy.GCInitLib();
+    TL_HANDLE system = nullptr;
+    proxy.TLOpen(&system);
+    IF_HANDLE interface = nullptr;
+    proxy.TLOpenInterface(system, "if0", &interface);
+    EXPECT_EQ(opened, 2);
+    for (int i = 0; i < 3; ++i)
+    {
+        for (const char *id : {"cam0", "other"})
+        {
+            DEV_HANDLE device = nullptr;
+            proxy.IFOpenDevice(interface, id, DEVICE_ACCESS_CONTROL, &device);
+            proxy.DevClose(device);
+        }
+    }
+    EXPECT_EQ(opened, 4);
+    EXPECT_NO_THROW(proxy.IFClose(interface));
+    EXPECT_NO_THROW(proxy.TLClose(system));
+}
+
 TEST(TriedLowerCall, OfAMissingFunctionIsNotImplemented)
 {
     const LowerLibrary lower("lower_without_chunk_data");

@@ -50,6 +50,7 @@ TEST(DescriptionLocation, IsAFileForAFileUrl)
     EXPECT_EQ(pathOf("File:/opt/Cam.xml?SchemaVersion=1.0.0"), "/opt/Cam.xml");
     EXPECT_EQ(pathOf("file://localhost/opt/My%20Cam.xml"), "/opt/My Cam.xml");
     EXPECT_EQ(pathOf("file:Cam%zz.xml"), "Cam%zz.xml");
+    EXPECT_EQ(pathOf("file:100% 1.xml"), "100% 1.xml");
     EXPECT_EQ(pathOf("file://nothing"), "");
 }
 

@@ -75,6 +75,19 @@ TEST_F(WholeFrame, KeepsThePlacesOfItsParts)
     EXPECT_EQ(result.parts.at(0).regionId, 7U);
 }
 
+TEST_F(WholeFrame, LeavesOutPartsThatDoNotFit)
+{
+    input.sizeFilled = 12;
+    input.parts = {{.base = source.data(), .size = 6, .regionId = 1},
+                   {.base = source.data() + 6, .size = 6, .regionId = 2},
+                   {.base = source.data() + 6, .size = 4, .regionId = 3}};
+    const auto result = CopyWholeFrame(input, output);
+    EXPECT_TRUE(result.isLargerThanBuffer);
+    ASSERT_EQ(result.parts.size(), 2U);
+    EXPECT_EQ(result.parts[0].regionId, 1U);
+    EXPECT_EQ(result.parts[1].regionId, 3U);
+}
+
 TEST_F(WholeFrame, RefusesPartsOutsideOfTheBuffer)
 {
     for (const auto offset : {-1, 9, 13})

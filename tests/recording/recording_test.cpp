@@ -135,6 +135,21 @@ TEST_F(Recording, IsNotMadeBelowAFile)
     EXPECT_THROW(RecordingWriter(m_folder / "below", MakeDevice()), Error);
 }
 
+TEST_F(Recording, FailsWithItsOwnErrorOverAFolderThatCannotBeUsed)
+{
+    fs::create_directory_symlink(m_folder, m_folder);
+    EXPECT_THROW(RecordingWriter(m_folder, MakeDevice()), Error);
+    fs::remove(m_folder);
+
+    fs::create_directory(m_folder);
+    fs::create_symlink("recording.json", m_folder / "recording.json");
+    EXPECT_THROW(RecordingWriter(m_folder, MakeDevice()), Error);
+    fs::remove(m_folder / "recording.json");
+
+    Replace(m_folder / "files", ""); // where the camera's files go
+    EXPECT_THROW(RecordingWriter(m_folder, MakeDevice()), Error);
+}
+
 TEST_F(Recording, ThatWasNotFinishedHasItsFrames)
 {
     Write();

@@ -37,7 +37,8 @@ int64_t BitsOf(uint64_t value, pugi::xml_node node, const NodeRegister &place)
     // A big-endian register counts its bits from the highest.
     const auto lowest = place.bigEndian ? static_cast<int64_t>(place.length) * 8 - 1 - first : first;
     const auto count = std::abs(last - first) + 1;
-    return static_cast<int64_t>(value >> lowest & ((uint64_t{1} << count) - 1));
+    const auto mask = ~uint64_t{0} >> (64 - count);
+    return static_cast<int64_t>(value >> lowest & mask);
 }
 
 } // namespace

@@ -1,6 +1,9 @@
 #include "camera.h"
 
+#include <sys/resource.h>
+
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -49,6 +52,30 @@ uint32_t Crc32(const Bytes &bytes)
     }
     return ~static_cast<uint32_t>(reversed(rest, 32));
 }
+
+/// Lets no file grow while this object lives, as on a full disk.
+class NoFileSize
+{
+public:
+    NoFileSize()
+    {
+        m_action = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit none{0, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    NoFileSize(const NoFileSize &) = delete;
+    NoFileSize &operator=(const NoFileSize &) = delete;
+    ~NoFileSize()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_before);
+        std::signal(SIGXFSZ, m_action);
+    }
+
+private:
+    rlimit m_before{};
+    void (*m_action)(int) = SIG_DFL;
+};
 
 /// The bytes followed by their checksum.
 Bytes Sealed(Bytes content)
@@ -296,6 +323,24 @@ TEST_F(VisionCalibration, GoesThroughAFile)
         AnswerOf(vision.CalibrationParameters_CreateFromFile(path.c_str(), &parameters, sizeof parameters)),
         Answered{});
     EXPECT_TRUE(AreSame(parameters, camera));
+}
+
+TEST_F(VisionCalibration, StaysInAFileThatCannotBeWritten)
+{
+    const auto path = folder + "/camera";
+    ASSERT_EQ(SaveFile(path, DistortingCamera()), Answered{});
+    auto other = DistortingCamera();
+    other.focalLengthX += 1;
+    {
+        const NoFileSize limit;
+        EXPECT_EQ(SaveFile(path, other),
+                  (Answered{TARN_CVL_IO, "The file \"" + path + "\" cannot be written: File too large"}));
+    }
+    tarn_cvl_CalibrationParameters parameters{};
+    EXPECT_EQ(
+        AnswerOf(vision.CalibrationParameters_CreateFromFile(path.c_str(), &parameters, sizeof parameters)),
+        Answered{});
+    EXPECT_TRUE(AreSame(parameters, DistortingCamera()));
 }
 
 TEST_F(VisionCalibration, SaysWhatIsWrongWithAFile)

@@ -328,6 +328,15 @@ TEST_F(SimulatorDepthReplay, BinningTakesTheMiddlePixel)
     }
 }
 
+TEST_F(SimulatorDepthReplay, SaysHowARecordingIsReplayed)
+{
+    SaveCalibration();
+    SaveText("recording.json", "{}");
+    EXPECT_EQ("DSStartAcquisition: " + m_folder.string() +
+                  " is a recording: set QVR_SIM_RECORDING to it, not QVR_SIM_DEPTH",
+              FailureOfStart());
+}
+
 TEST_F(SimulatorDepthReplay, RefusesUnusablePictures)
 {
     SaveCalibration();
