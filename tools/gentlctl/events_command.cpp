@@ -72,7 +72,7 @@ int ShowEvents(const CommonOptions &options, const EventsOptions &command)
         {
             break;
         }
-        Print("{}\n", options.json ? ToJson(*event).dump() : InWords(*event));
+        Print("{}\n", options.json ? JsonText(ToJson(*event)) : InWords(*event));
         FlushOutput();
         ++shown;
     }

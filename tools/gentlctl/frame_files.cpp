@@ -65,7 +65,7 @@ public:
                 "A view needs a grid of points, which these frames are not: choose a depth "
                 "camera, with -s PixelFormat=Coord3D_ABC32f");
         }
-        const auto text = ToJson(m_frame).dump(2) + "\n";
+        const auto text = JsonText(ToJson(m_frame), 2) + "\n";
         WriteBytes(Path("", "json"), text.data(), text.size());
         return std::move(m_files);
     }

@@ -85,7 +85,7 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     Apply(remote, command.assignments);
     const auto description = DescribeDevice(producer, device);
     recording::RecordingWriter writer(command.folder, description);
-    writer.AddFile("settings.json", remote.Values({}).dump(1) + "\n");
+    writer.AddFile("settings.json", JsonText(remote.Values({}), 1) + "\n");
     AddCalibration(writer, description, remote);
     const auto report = Record(producer.Calls(), device.Stream(), remote, writer, description.ticksPerSecond,
                                command.record, interrupt);

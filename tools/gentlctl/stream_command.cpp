@@ -33,7 +33,7 @@ void PrintPeriod(const std::string &device, const FrameStatistics &last, bool as
     {
         auto json = ToJson(last);
         json["device"] = device;
-        Print("{}\n", json.dump());
+        Print("{}\n", JsonText(json));
     }
     else
     {
@@ -50,11 +50,10 @@ void PrintTotals(const StreamTotals &totals, bool asJson)
 {
     if (asJson)
     {
-        Print("{}\n", Json{{"delivered", totals.delivered},
-                           {"incomplete", totals.incomplete},
-                           {"lost", totals.lost},
-                           {"reconnects", totals.reconnects}}
-                          .dump());
+        Print("{}\n", JsonText({{"delivered", totals.delivered},
+                                {"incomplete", totals.incomplete},
+                                {"lost", totals.lost},
+                                {"reconnects", totals.reconnects}}));
         return;
     }
     Print("{} frames, {} lost, {} incomplete, {} reconnects\n", totals.delivered, totals.lost,
