@@ -21,6 +21,10 @@ std::vector<std::string> ProducersInPath();
 /// The proxy producer in LibraryFolder, if it is there, and those of ProducersInPath; each once.
 std::vector<std::string> KnownProducers();
 
+/// The producer that the user names: by its file, or by a folder that holds just this one.
+/// @throws std::runtime_error the folder holds none, or several
+std::string ProducerAt(const std::string &named);
+
 /// File of the producer to use: the argument; else the first of KnownProducers.
 /// @throws std::runtime_error none found
 std::string FindProducerFile(const std::string &argument);
