@@ -100,6 +100,7 @@ void DeclareEvents(Commands &commands)
         ->check(CLI::IsMember(ModuleNames()))
         ->allow_extra_args(false);
     command.add_option("-n,--events", events->count, "End after so many events; 0: no limit")
+        ->check(Within(uint64_t{0}, largestCount))
         ->capture_default_str();
     command.add_option("--duration", events->duration, "End after this time, as 10s or 5min")
         ->type_name("TIME");

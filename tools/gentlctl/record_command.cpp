@@ -121,21 +121,29 @@ void DeclareRecord(Commands &commands)
                      [chosen](const CommonOptions &common) { return RecordDevice(common, *chosen); });
     command.add_option("-o,--output", chosen->folder, "Folder of the recording, which holds none yet")
         ->type_name("FOLDER")
+        ->check(CLI::Validator(
+            [](const std::string &folder)
+            {
+                return folder == "-"
+                           ? std::string("a recording is a folder and cannot go into standard output")
+                           : std::string();
+            },
+            ""))
         ->required();
     command.add_option("-n,--frames", options.frames, "Number of frames; 0: until Ctrl-C")
-        ->check(CLI::Range(uint64_t{0}, uint64_t{1'000'000'000}).description(""))
+        ->check(Within(uint64_t{0}, largestCount))
         ->capture_default_str();
     command
         .add_option_function<uint32_t>(
             "--duration", [&options](uint32_t seconds) { options.duration = std::chrono::seconds(seconds); },
             "Seconds to record")
-        ->check(CLI::Range(1, 31'536'000).description(""));
+        ->check(Within(1, 31'536'000));
     command
         .add_option("-b,--buffers", options.buffers,
                     "Buffers to queue; default: as many as 512 MiB hold, 16 to 1024")
-        ->check(CLI::Range(4, 4096).description(""));
+        ->check(Within(4, 4096));
     command.add_option("-t,--timeout", options.timeoutMs, "Longest wait for a frame, ms")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
+        ->check(Within(uint64_t{1}, uint64_t{86'400'000}))
         ->capture_default_str();
     AddAssignments(command, chosen->assignments);
     command.footer(recordFooter);

@@ -146,7 +146,7 @@ void DeclareReplay(Commands &commands)
         ->type_name("")
         ->required();
     command.add_option("-r,--rate", chosen->rate, "Frames in a second, 0 for no limit; default: as recorded")
-        ->check(CLI::Range(0.0, 1e6).description(""))
+        ->check(Within(0.0, 1e6))
         ->type_name("RATE");
     command.add_flag("--once", chosen->once, "Stop after the last frame; default: begin again");
     command.add_flag("-i,--info", chosen->info, "Print what the recordings hold, and run nothing");
