@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <string_view>
 
 namespace GenTL
@@ -341,6 +342,20 @@ struct DiesAtStart : Sound
     GC_ERROR GCInitLib() override { _exit(3); }
 };
 
+struct Leaks : Sound
+{
+    GC_ERROR IFOpenDevice(IF_HANDLE interface, const char *id, DEVICE_ACCESS_FLAGS access,
+                          DEV_HANDLE *device) override
+    {
+        // 1 MiB of small blocks.
+        for (int i = 0; i < 1024; ++i)
+        {
+            static_cast<void>(std::make_unique<std::string>(size_t{1024}, 'x').release());
+        }
+        return Sound::IFOpenDevice(interface, id, access, device);
+    }
+};
+
 struct Defect
 {
     std::string_view name;
@@ -378,6 +393,7 @@ constexpr std::array defects{
     Defect{"dies at exit", Make<DiesAtExit>},
     Defect{"dies at unloading", Make<DiesAtUnloading>},
     Defect{"dies at start", Make<DiesAtStart>},
+    Defect{"leaks", Make<Leaks>},
 };
 
 Sound &Current()

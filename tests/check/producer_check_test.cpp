@@ -3,6 +3,7 @@
 #include "check/file_checks.h"
 #include "check/producer_check.h"
 #include "support/environment_variable.h"
+#include "support/failure.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -192,6 +193,22 @@ TEST(ProducerCheck, SaysWhyItDidNotCheck)
         EXPECT_EQ(finding.level, Level::NotChecked);
         EXPECT_NE(finding.text.find("no device \"no such camera\""), std::string::npos) << finding.text;
     }
+}
+
+TEST(DeviceToCheck, IsFoundAsByEveryCommand)
+{
+    EXPECT_EQ(DeviceToCheck({brokenProducer, "ovra-f1", "", enoughTime}), "SIM-SIM0006");
+    EXPECT_TRUE(GenTL::internal::FailureOf(
+                    [] {
+                        DeviceToCheck({brokenProducer, "no such camera", "", enoughTime});
+                    })
+                    .text.starts_with("There is no device \"no such camera\". Known: SIM-SIM0001"));
+}
+
+TEST(DeviceToCheck, IsLeftToTheCheckWhenTheProducerFails)
+{
+    const GenTL::internal::EnvironmentVariable defect("BROKEN_DEFECT", "dies at start");
+    EXPECT_EQ(DeviceToCheck({brokenProducer, "OVRA-F1", "", enoughTime}), "OVRA-F1");
 }
 
 TEST(FileCheck, FindsMissingAndMisspeltExports)

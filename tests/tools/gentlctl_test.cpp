@@ -276,6 +276,34 @@ TEST(Gentlctl, TellsWhichProducerItTakesOfSeveral)
     EXPECT_EQ(told(QVR_LIB_DIR "/anygentl"), "");
 }
 
+TEST(Gentlctl, PrintsWhatItSetAsJson)
+{
+    const auto set = JsonOf("set -d OVRA-M1 Width=64 ExposureTime=10.4 TimestampLatch");
+    EXPECT_EQ(set, (Json{{"Width", 64}, {"ExposureTime", double{10.4F}}, {"TimestampLatch", "(command)"}}))
+        << set;
+}
+
+/// A byte of Latin-1, and what stands for it in JSON.
+const std::string latin1 = "M\xfc"
+                           "ller";
+const std::string anyProducer = QVR_LIB_DIR "/anygentl/qvr_anygentl.cti";
+const std::string replaced = "M\xef\xbf\xbd"
+                             "ller";
+
+TEST(Gentlctl, PrintsAnyBytesAsJson)
+{
+    const std::string named = " -d OVRA-M1 -s DeviceUserID=" + latin1 + " -s Width=64 -s Height=64 ";
+    const auto json = JsonOf("get --producer " + anyProducer + named + "DeviceUserID Width");
+    EXPECT_EQ(json, (Json{{"DeviceUserID", replaced}, {"Width", 64}}));
+    const Folder folder;
+    const auto path = folder.Path().string() + "/" + latin1;
+    const auto shown = folder.Path().string() + "/" + replaced;
+    EXPECT_EQ(JsonOf("grab -n 1 -o " + path + named)["files"][0], shown + "/frame-00001.png");
+    EXPECT_EQ(JsonOf("record --producer " + anyProducer + " -n 1 -o " + path + "-record" + named)["folder"],
+              shown + "-record");
+    EXPECT_EQ(JsonOf("replay --check " + path + "-record")[0]["frames"], 1);
+}
+
 TEST(Gentlctl, ReadsAndWritesFeatures)
 {
     EXPECT_EQ(JsonOf("get -d OVRA-M1 Width DeviceModelName"),
@@ -857,8 +885,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Wrong{"info -d NOPE", 1, noDevice}, Wrong{"xml -d NOPE", 1, noDevice},
                     Wrong{"get -d NOPE Width", 1, noDevice}, Wrong{"set -d NOPE Width=64", 1, noDevice},
                     Wrong{"formats -d NOPE", 1, noDevice}, Wrong{"files -d NOPE", 1, noDevice},
-                    Wrong{"calibration -d NOPE", 1, noDevice}, Wrong{"grab -d NOPE", 1, noDevice}),
-    [](const auto &info) { return TestName(info.param.arguments); });
+                    Wrong{"calibration -d NOPE", 1, noDevice}, Wrong{"grab -d NOPE", 1, noDevice},
+                    Wrong{"check -d NOPE", 1, noDevice}),
+    [](const auto &row) { return TestName(row.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
     File, GentlctlWithWrongInput,
@@ -880,6 +909,13 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"files -d OVRA-M1 --upload /proc/x", 1,
               "gentlctl: Cannot read /proc/x: No such file or directory\n"},
         Wrong{"files -d OVRA-M1 --upload /proc", 1, "gentlctl: Cannot read /proc: Is a directory\n"},
+        Wrong{"files -d OVRA-M1 --upload /dev/zero", 1,
+              "gentlctl: Cannot read /dev/zero: it is a device or a socket, and no file\n"},
+        Wrong{"settings load /dev/zero", 1,
+              "gentlctl: Cannot read /dev/zero: it is a device or a socket, and no file\n"},
+        Wrong{"check /nowhere.cti", 1, "gentlctl: There is no file /nowhere.cti\n"},
+        Wrong{"list --producer " QVR_BIN_DIR, 1,
+              "gentlctl: The folder " QVR_BIN_DIR " holds no producer, which is a file *.cti\n"},
         Wrong{"files -d OVRA-D1 --upload /etc/hosts LensCalibrationData", 1,
               "gentlctl: The device does not write the file LensCalibrationData: it only lets it be read\n"},
         Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}),
@@ -898,6 +934,10 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"get -d OVRA-M1 Widht", 1, "gentlctl: There is no feature \"Widht\"; there is Width\n"},
         Wrong{"set -d OVRA-M1 Width", 1,
               "gentlctl: Width is no command, so it needs a value, as in Width=VALUE\n"},
+        Wrong{
+            "set -d OVRA-M1 Width=64 Nope=1 Height=64 TimestampLatch", 1,
+            "gentlctl: There is no feature \"Nope\"; `gentlctl get` without a name lists all. Set before it: "
+            "Width=64. Not set: Height=64, TimestampLatch\n"},
         Wrong{"grab -d OVRA-M1 -s Width", 1, "gentlctl: Width is no command, so it needs a value"},
         Wrong{"set -d OVRA-M1 Width=abc", 1,
               "gentlctl: Cannot set Width to \"abc\": not a number; it takes 16 to 1280\n"},
@@ -938,13 +978,46 @@ INSTANTIATE_TEST_SUITE_P(
               "gentlctl: --upload: it takes one NAME (see gentlctl files --help)\n"},
         Wrong{"grab -n -3", 2,
               "gentlctl: --frames: Value -3 not in range 0 to 1000000000 (see gentlctl grab --help)\n"},
-        Wrong{"grab -n many", 2, "gentlctl: --frames: Value many not in range 0 to 1000000000 (see "},
-        Wrong{"grab -n 1.5", 2, "gentlctl: --frames: Value 1.5 not in range 0 to 1000000000 (see "},
+        Wrong{"grab -n many", 2, "gentlctl: --frames: \"many\" is no whole number (see "},
+        Wrong{"grab -n 1.5", 2, "gentlctl: --frames: \"1.5\" is no whole number (see "},
         Wrong{"grab -b 1", 2, "gentlctl: --buffers: Value 1 not in range 2 to 1024 (see "},
         Wrong{"grab -t 0", 2, "gentlctl: --timeout: Value 0 not in range 1 to 86400000 (see "},
         Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,npy,exr,raw,y4m} (see "},
         Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}),
     [](const auto &info) { return TestName(info.param.arguments); });
+
+const std::string outsideOfCounts = " not in range 0 to 1000000000 (see ";
+
+INSTANTIATE_TEST_SUITE_P(
+    Count, GentlctlWithWrongInput,
+    testing::Values(Wrong{"events -n -1", 2, "gentlctl: --events: Value -1" + outsideOfCounts},
+                    Wrong{"events -n 99999999999999999999", 2,
+                          "gentlctl: --events: Value 99999999999999999999" + outsideOfCounts},
+                    Wrong{"stream -n -1", 2, "gentlctl: --frames: Value -1" + outsideOfCounts},
+                    Wrong{"soak -n -1", 2, "gentlctl: --frames: Value -1" + outsideOfCounts},
+                    Wrong{"soak -c -1", 2, "gentlctl: --cycles: Value -1" + outsideOfCounts},
+                    Wrong{"replay --rate fast x", 2, "gentlctl: --rate: \"fast\" is no number (see "},
+                    Wrong{"replay --rate nan x", 2, "gentlctl: --rate: Value nan not in range 0 to "}));
+
+INSTANTIATE_TEST_SUITE_P(
+    Empty, GentlctlWithWrongInput,
+    testing::Values(Wrong{"get -d '' Width", 2, "gentlctl: --device: the value is empty (see "},
+                    Wrong{"list --producer ''", 2, "gentlctl: --producer: the value is empty (see "},
+                    Wrong{"grab -n ''", 2, "gentlctl: --frames: the value is empty (see "},
+                    Wrong{"grab -n 1 -o ''", 2, "gentlctl: --output: the value is empty (see "},
+                    Wrong{"grab --settings ''", 2, "gentlctl: --settings: the value is empty (see "},
+                    Wrong{"get ''", 2, "gentlctl: features: the value is empty (see "},
+                    Wrong{"check ''", 2, "gentlctl: file: the value is empty (see "}));
+
+INSTANTIATE_TEST_SUITE_P(WithoutJson, GentlctlWithWrongInput,
+                         testing::Values(Wrong{"xml --json", 2, "gentlctl: --json: xml prints no JSON (see "},
+                                         Wrong{"--json completion bash", 2,
+                                               "gentlctl: --json: completion prints no JSON (see "},
+                                         Wrong{"--json man", 2, "gentlctl: --json: man prints no JSON (see "},
+                                         Wrong{"calibration --yaml --json", 2,
+                                               "gentlctl: --json: calibration --yaml prints no JSON (see "},
+                                         Wrong{"settings save - --json", 2,
+                                               "gentlctl: --json: settings save - prints no JSON (see "}));
 
 INSTANTIATE_TEST_SUITE_P(
     GrabUsage, GentlctlWithWrongInput,
@@ -962,6 +1035,8 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -o x -f y4m", 2, "gentlctl: --format: y4m goes into standard output, with -o - (see "},
         Wrong{"grab -o x -f raw --no-scale", 2, "gentlctl: --scale: raw frames stay as they are"},
         Wrong{"grab -o x -f raw --bayer mosaic", 2, "gentlctl: --bayer: raw frames stay as they are"},
+        Wrong{"record -o -", 2,
+              "gentlctl: --output: a recording is a folder and cannot go into standard output (see "},
         Wrong{"grab --points pcd", 2, "gentlctl: --points requires --output (see "},
         Wrong{"grab -n 1 --trigger -d SIM-SIM0006", 1,
               "gentlctl: The device has no TriggerSoftware, which --trigger executes for each frame\n"}),

@@ -4,6 +4,7 @@
 
 #include "gentlctl_run.h"
 #include "support/environment_variable.h"
+#include "support/failure.h"
 
 #include <gtest/gtest.h>
 
@@ -19,6 +20,7 @@ namespace
 
 namespace fs = std::filesystem;
 using GenTL::internal::EnvironmentVariable;
+using GenTL::internal::FailureOf;
 
 class ProducerPath : public testing::Test
 {
@@ -51,6 +53,17 @@ TEST_F(ProducerPath, NamesTheProducersOfFoldersByTheirNames)
     Make("two/readme.txt");
     fs::create_directories(FolderPath() + "/two/folder.cti");
     EXPECT_EQ(In(FolderPath() + "/two:" + FolderPath() + "/one"), (std::vector{c, a, b}));
+}
+
+TEST_F(ProducerPath, MayBeAFolderWithOneProducer)
+{
+    const auto a = Make("one/a.cti");
+    EXPECT_EQ(ProducerAt(FolderPath() + "/one"), a);
+    EXPECT_EQ(ProducerAt(a), a);
+    EXPECT_EQ(ProducerAt("/nowhere.cti"), "/nowhere.cti");
+    const auto b = Make("one/b.cti");
+    EXPECT_EQ(FailureOf([&] { ProducerAt(FolderPath() + "/one"); }).text,
+              "The folder " + FolderPath() + "/one holds several producers; name one of " + a + ", " + b);
 }
 
 TEST_F(ProducerPath, NamesProducersThemselves)

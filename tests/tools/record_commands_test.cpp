@@ -218,6 +218,32 @@ TEST(RecordOnAFullDisk, SaysSoInItsOwnWords)
     EXPECT_NE(grabbed.find("\nWritten to "), std::string::npos) << grabbed;
 }
 
+TEST(RecordAndReplay, TellWhatIsDamaged)
+{
+    const Folder folder;
+    const auto mono = (folder.Path() / "mono").string();
+    EXPECT_EQ(JsonOf("record -d OVRA-M1 -n 1 -o " + mono + small)["recorded"], 1);
+    const auto original = ContentOf(mono + "/description.zip");
+    for (const auto size : {size_t{0}, original.size() / 2})
+    {
+        fs::resize_file(mono + "/description.zip", size);
+        const auto run = Gentlctl("replay --check " + mono);
+        EXPECT_EQ(run.status, 1);
+        EXPECT_TRUE(run.output.starts_with("gentlctl: The description in " + mono + " is damaged: "))
+            << run.output;
+    }
+    fs::remove(mono + "/description.zip");
+    std::ofstream(mono + "/description.xml") << "<RegisterDescription><Group>";
+    EXPECT_EQ(Gentlctl("replay --check " + mono).output.rfind("gentlctl: The description in ", 0), 0);
+
+    std::ofstream(mono + "/description.xml") << "<RegisterDescription/>";
+    EXPECT_EQ(Gentlctl("replay --check " + mono).status, 0);
+    fs::resize_file(mono + "/frames.index", 30);
+    EXPECT_EQ(Gentlctl("replay --info " + mono, "2>&1 >/dev/null").output,
+              "gentlctl: " + mono +
+                  " ends early: 0 frames can be replayed. Copy it again, or record again\n");
+}
+
 TEST(CalibrationYaml, HasFiveTermsOrEight)
 {
     gentlctl::LensCalibration lens{640, 480, 525.5F, 524.25F, 322.75F, 238.5F, {-0.21F, 0.5F, 1, 2, 3}};

@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -291,6 +292,7 @@ TEST(FileOfSettings, IsRefusedWithTheLineThatIsWrong)
     const std::string head = "device:\n  model: M\n";
     for (const auto &[text, line] : {std::pair<std::string, int>{"", 1},
                                      {"Width: 5\n", 1},
+                                     {"device:\n  - M\n", 2},
                                      {"- 1\n", 1},
                                      {head + "remote: 5\n", 3},
                                      {head + "remote:\n  Width: [1, 2]\n", 4},
@@ -378,11 +380,43 @@ INSTANTIATE_TEST_SUITE_P(OverProxy, SimulatedCamera,
                                                           "OVRA-F1", "OVRA-D1")),
                          NameOfCase);
 
+TEST(FileOfSettings, NeedsNoDevice)
+{
+    const TextFile file("remote:\n  Width: 5\n");
+    const auto content = ReadSettingsFile(file.Path());
+    EXPECT_EQ(content.model, "");
+    ASSERT_EQ(content.modules.size(), 1U);
+    EXPECT_EQ(content.modules[0].settings[0].value, "5");
+}
+
+TEST(FileOfSettings, IsAFileOrAPipeOfLimitedSize)
+{
+    const TextFile file("");
+    std::filesystem::resize_file(file.Path(), 17 << 20);
+    EXPECT_EQ(FailureOf([&] { ReadSettingsFile(file.Path()); }).text,
+              fmt::format("Cannot read {}: it has more than 16 MiB", file.Path().string()));
+    EXPECT_EQ(FailureOf([] { ReadSettingsFile("/dev/zero"); }).text,
+              "Cannot read /dev/zero: it is a device or a socket, and no file");
+    std::array<int, 2> ends{};
+    ASSERT_EQ(pipe(ends.data()), 0);
+    const std::string text = "remote:\n  Width: 5\n";
+    ASSERT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    close(ends[1]);
+    EXPECT_EQ(ReadSettingsFile(fmt::format("/dev/fd/{}", ends[0])).modules.size(), 1U);
+    close(ends[0]);
+}
+
 TEST(SettingsOfAnotherModel, GiveAWarning)
 {
     LowerLibrary lower;
     Producer producer(lower.Path());
     OpenDevice device(producer, "cam0");
+    const auto &entry = device.Entry();
+    EXPECT_EQ(LoadSettings(device, {"", "", "", {}}).warning, "");
+    EXPECT_EQ(LoadSettings(device, {"", entry.model, "", {}}).warning, "");
+    EXPECT_EQ(
+        LoadSettings(device, {"", "Other", "", {}}).warning,
+        fmt::format("The settings are of a Other, and the device is a {} {}", entry.vendor, entry.model));
     EXPECT_NE(
         LoadSettings(device, {"Maker", "Other", "", {}}).warning.find("The settings are of a Maker Other"),
         std::string::npos);

@@ -2,6 +2,7 @@
 
 #include "check/check.h"
 #include "check/file_checks.h"
+#include "consumer/producer.h"
 #include "consumer/producer_files.h"
 #include "findings/elf_file.h"
 #include "findings/isolated.h"
@@ -12,6 +13,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -169,6 +171,40 @@ std::vector<std::string> CheckAreas()
         }
     }
     return areas;
+}
+
+std::string DeviceToCheck(const Examinee &examinee)
+{
+    auto answer = Json::object();
+    const auto look = [&](const Send &send)
+    {
+        LoadVisionLibrary();
+        Producer producer(examinee.file);
+        std::vector<DeviceEntry> devices;
+        for (auto &interface : producer.Enumerate())
+        {
+            std::ranges::move(interface.devices, std::back_inserter(devices));
+        }
+        try
+        {
+            send({{"id", devices.empty() ? examinee.device : ChooseDevice(devices, examinee.device).id}});
+        }
+        catch (const std::runtime_error &error)
+        {
+            send({{"refused", error.what()}});
+        }
+    };
+    const auto take = [&](const Json &message)
+    {
+        answer.update(message);
+        return false;
+    };
+    RunIsolated(look, take, examinee.limit);
+    if (answer.contains("refused"))
+    {
+        throw std::runtime_error(answer["refused"].get<std::string>());
+    }
+    return answer.value("id", examinee.device);
 }
 
 Findings CheckProducer(const Examinee &examinee)

@@ -22,6 +22,11 @@ struct Examinee
 /// The areas of the checks, in the order in which they are first checked.
 std::vector<std::string> CheckAreas();
 
+/// The id of the device that the user means by the examinee's name for it. When the producer cannot tell, it
+/// is the name: the check will find why. The producer runs in a child process.
+/// @throws std::runtime_error the producer lists devices, and none or several are meant
+std::string DeviceToCheck(const Examinee &examinee);
+
 /// Checks a producer as the consumers in the field use it, each module on the way to one device. The producer
 /// runs in child processes: when it crashes or hangs, that is a finding, and the next check goes on with a
 /// new process.

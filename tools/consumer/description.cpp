@@ -72,7 +72,11 @@ std::vector<uint8_t> LoadDescriptionFile(internal::IPort &port)
 
 std::string LoadDescription(internal::IPort &port)
 {
-    auto bytes = LoadDescriptionFile(port);
+    return DescriptionIn(LoadDescriptionFile(port));
+}
+
+std::string DescriptionIn(std::vector<uint8_t> bytes)
+{
     if (internal::IsZip(bytes))
     {
         const auto archive = internal::WithoutTail(bytes);

@@ -15,6 +15,9 @@ namespace gentlctl
 /// size is 0 or more than 1 GiB
 std::string LoadDescription(GenTL::internal::IPort &port);
 
+/// The same for bytes that are at hand.
+std::string DescriptionIn(std::vector<uint8_t> bytes);
+
 /// The bytes behind the port's URL as they are.
 /// @throws std::runtime_error as LoadDescription
 std::vector<uint8_t> LoadDescriptionFile(GenTL::internal::IPort &port);

@@ -4,8 +4,8 @@
 #include "utils/environment.h"
 
 #include <dlfcn.h>
-
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <initializer_list>
@@ -148,6 +148,23 @@ std::vector<std::string> KnownProducers()
         files.push_back(std::move(own));
     }
     return EachOnce(files);
+}
+
+std::string ProducerAt(const std::string &named)
+{
+    if (std::error_code ignored; !fs::is_directory(named, ignored))
+    {
+        return named;
+    }
+    const auto found = ProducersAt(named);
+    if (found.size() != 1)
+    {
+        throw std::runtime_error(
+            found.empty() ? fmt::format("The folder {} holds no producer, which is a file *.cti", named)
+                          : fmt::format("The folder {} holds several producers; name one of {}", named,
+                                        fmt::join(found, ", ")));
+    }
+    return found.front();
 }
 
 ProducerChoice ChooseProducer()

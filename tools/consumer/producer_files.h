@@ -33,6 +33,10 @@ struct ProducerChoice
 /// @throws std::runtime_error there is none
 ProducerChoice ChooseProducer();
 
+/// The producer that the user names: by its file, or by a folder that holds just this one.
+/// @throws std::runtime_error the folder holds none, or several
+std::string ProducerAt(const std::string &named);
+
 /// File of the lower producer that the proxy producer `file` would load; empty when `file` is another
 /// producer or there is no lower one.
 std::string LowerProducerFile(const std::string &file);

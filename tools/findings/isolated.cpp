@@ -33,7 +33,7 @@ constexpr std::string_view finished = "finished";
 /// A message is a line of JSON.
 void WriteLine(int pipe, const Json &message)
 {
-    const auto line = message.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+    const auto line = JsonText(message) + "\n";
     std::string_view rest = line;
     while (!rest.empty())
     {

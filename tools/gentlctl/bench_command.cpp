@@ -84,16 +84,16 @@ void DeclareBench(Commands &commands)
         .add_option("--beside", bench->beside, "The other producer; default: the lower producer of this one")
         ->type_name("FILE");
     command.add_option("-n,--frames", measure.frames, "Frames in each round")
-        ->check(CLI::Range(uint64_t{2}, uint64_t{1'000'000}).description(""))
+        ->check(Within(uint64_t{2}, uint64_t{1'000'000}))
         ->capture_default_str();
     command.add_option("-r,--rounds", measure.rounds, "Rounds; the producers take turns")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{1000}).description(""))
+        ->check(Within(uint64_t{1}, uint64_t{1000}))
         ->capture_default_str();
     command.add_option("-b,--buffers", measure.buffers, "Buffers to queue")
-        ->check(CLI::Range(4, 1024).description(""))
+        ->check(Within(4, 1024))
         ->capture_default_str();
     command.add_option("-t,--timeout", measure.timeoutMs, "Longest wait for a frame, ms")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
+        ->check(Within(uint64_t{1}, uint64_t{86'400'000}))
         ->capture_default_str();
     AddSettingsFile(command, bench->settings);
     AddAssignments(command, bench->assignments);

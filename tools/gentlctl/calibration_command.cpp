@@ -43,6 +43,10 @@ Json ToJson(const LensCalibration &calibration, size_t bytes)
 
 int Calibration(const CommonOptions &options, const CalibrationOptions &command)
 {
+    if (command.yaml)
+    {
+        RefuseJson(options, "calibration --yaml");
+    }
     // The scale of the YAML is that of the depth that the camera sends.
     Producer producer(command.yaml ? RawProducerFile(options.producer) : options.producer);
     OpenDevice device(producer, options.device);

@@ -6,7 +6,11 @@
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
 
+#include <fmt/format.h>
+
+#include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 namespace gentlctl
@@ -23,8 +27,16 @@ struct CheckOptions
 
 int CheckOne(const CommonOptions &options, const CheckOptions &own)
 {
-    const Examinee examinee{own.file.empty() ? ProducerFor(options.producer) : own.file, options.device,
-                            own.area};
+    Examinee examinee{own.file.empty() ? ProducerFor(options.producer) : ProducerAt(own.file), options.device,
+                      own.area};
+    if (!std::filesystem::exists(examinee.file))
+    {
+        throw std::runtime_error(fmt::format("There is no file {}", examinee.file));
+    }
+    if (!examinee.device.empty())
+    {
+        examinee.device = DeviceToCheck(examinee);
+    }
     const auto findings = CheckProducer(examinee);
     if (options.json)
     {

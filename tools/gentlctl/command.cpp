@@ -55,6 +55,7 @@ CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::strin
                 throw CLI::ArgumentMismatch(
                     fmt::format("--device: {} works with one device, and {} are named", name, chosen.size()));
             }
+            m_common.producer = ProducerAt(m_common.producer);
             m_common.device = chosen.empty() ? "" : chosen.front();
             m_status = run(m_common);
         });
@@ -64,7 +65,12 @@ CLI::App &Commands::AddWithoutProducer(const std::string &name, const std::strin
 CLI::App &Commands::AddOwn(const std::string &name, const std::string &description, std::function<int()> run)
 {
     auto *command = m_app.add_subcommand(name, description);
-    command->fallthrough(false)->callback([this, run = std::move(run)] { m_status = run(); });
+    command->fallthrough(false)->callback(
+        [this, name, run = std::move(run)]
+        {
+            RefuseJson(m_common, name);
+            m_status = run();
+        });
     return *command;
 }
 
@@ -143,6 +149,31 @@ CLI::Validator Assignment()
                            : fmt::format("\"{}\" is neither NAME=VALUE nor the NAME of a command", text);
             },
             ""};
+}
+
+void RefuseJson(const CommonOptions &options, const std::string &command)
+{
+    if (options.json)
+    {
+        throw CLI::ValidationError("--json", fmt::format("{} prints no JSON", command));
+    }
+}
+
+void RefuseEmptyValues(CLI::App &app)
+{
+    const CLI::Validator notEmpty(
+        [](const std::string &text)
+        { return text.empty() ? std::string("the value is empty") : std::string(); },
+        "");
+    for (auto *const option : app.get_options({}))
+    {
+        // In front of the other checks, which would say something else.
+        option->transform(notEmpty);
+    }
+    for (auto *const command : app.get_subcommands({}))
+    {
+        RefuseEmptyValues(*command);
+    }
 }
 
 } // namespace gentlctl

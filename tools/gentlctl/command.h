@@ -2,7 +2,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include <fmt/format.h>
+
 #include <chrono>
+#include <concepts>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -99,5 +103,34 @@ const std::vector<std::string> &ModuleNames();
 
 /// Accepts NAME=VALUE, and NAME for a command.
 CLI::Validator Assignment();
+
+/// Accepts a number from `least` to `most`.
+template <typename Number>
+CLI::Validator Within(Number least, Number most)
+{
+    return {[least, most](const std::string &text)
+            {
+                Number value{};
+                if (!CLI::detail::lexical_cast(text, value))
+                {
+                    return fmt::format("\"{}\" is no {}number", text, std::integral<Number> ? "whole " : "");
+                }
+                return value >= least && value <= most
+                           ? std::string()
+                           : fmt::format("Value {} not in range {} to {}", text, least, most);
+            },
+            ""};
+}
+
+/// The most that an option takes which counts frames, events or cycles.
+constexpr uint64_t largestCount = 1'000'000'000;
+
+/// For a command that prints no JSON.
+/// @throws CLI::ValidationError JSON is asked for
+void RefuseJson(const CommonOptions &options, const std::string &command);
+
+/// Lets no option of the program and its commands take an empty value: a script with an unset variable must
+/// not get the default, such as the first device, in place of what it names.
+void RefuseEmptyValues(CLI::App &app);
 
 } // namespace gentlctl

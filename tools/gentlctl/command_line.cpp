@@ -83,6 +83,7 @@ CommandLine::CommandLine()
     {
         declare(m_commands);
     }
+    RefuseEmptyValues(m_app);
     // Behind the commands, which would inherit it.
     m_app.footer(ExitStatusText());
 }

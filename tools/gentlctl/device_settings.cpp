@@ -21,6 +21,12 @@ std::string InWords(const SettingFailure &failure)
     return fmt::format("{}{}: {}", KeyOf(setting), values, reason);
 }
 
+/// What a file does not say differs from nothing.
+bool Differs(const std::string &inFile, const std::string &ofDevice)
+{
+    return !inFile.empty() && inFile != ofDevice;
+}
+
 } // namespace
 
 SavedDevice SaveSettings(OpenDevice &device, const std::vector<std::string> &modules)
@@ -43,10 +49,11 @@ LoadedDevice LoadSettings(OpenDevice &device, const SettingsFile &content)
 {
     LoadedDevice loaded;
     const auto &entry = device.Entry();
-    if (content.vendor != entry.vendor || content.model != entry.model)
+    if (Differs(content.vendor, entry.vendor) || Differs(content.model, entry.model))
     {
-        loaded.warning = fmt::format("The settings are of a {} {}, and the device is a {} {}", content.vendor,
-                                     content.model, entry.vendor, entry.model);
+        const auto *const space = content.vendor.empty() || content.model.empty() ? "" : " ";
+        loaded.warning = fmt::format("The settings are of a {}{}{}, and the device is a {} {}",
+                                     content.vendor, space, content.model, entry.vendor, entry.model);
     }
     for (const auto &[module, settings] : content.modules)
     {

@@ -147,7 +147,7 @@ std::string InWords(const ModuleEvent &event)
     }
     for (const auto &value : event.values.items())
     {
-        line += fmt::format(" {}={}", value.key(), value.value().dump());
+        line += fmt::format(" {}={}", value.key(), JsonText(value.value()));
     }
     if (event.values.empty() && !event.fired.data.empty())
     {

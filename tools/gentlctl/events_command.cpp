@@ -1,5 +1,6 @@
 #include "consumer/device.h"
 #include "consumer/features.h"
+#include "consumer/json.h"
 #include "consumer/producer.h"
 #include "consumer/stream.h"
 #include "gentlctl/assignments.h"
@@ -66,7 +67,7 @@ uint64_t PrintEvents(EventMonitor &monitor, Clock::time_point until, uint64_t mo
         {
             break;
         }
-        Print("{}\n", isJson ? ToJson(*event).dump() : InWords(*event));
+        Print("{}\n", isJson ? JsonText(ToJson(*event)) : InWords(*event));
         FlushOutput();
         ++shown;
     }
@@ -114,6 +115,7 @@ void DeclareEvents(Commands &commands)
         ->check(CLI::IsMember(ModuleNames()))
         ->allow_extra_args(false);
     command.add_option("-n,--events", events->count, "End after so many events; 0: no limit")
+        ->check(Within(uint64_t{0}, largestCount))
         ->capture_default_str();
     command.add_option("--duration", events->duration, "End after this time, as 10s or 5min")
         ->type_name("TIME");

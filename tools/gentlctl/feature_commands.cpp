@@ -136,7 +136,12 @@ int Set(const CommonOptions &options, const SetOptions &set)
 {
     Producer producer(options.producer);
     Modules modules(producer, options.device);
-    Apply(Features(modules.PortOf(set.module)), set.assignments);
+    const Features features(modules.PortOf(set.module));
+    Apply(features, set.assignments);
+    if (options.json)
+    {
+        PrintJson(features.Values(NamesIn(set.assignments)));
+    }
     return success;
 }
 

@@ -4,18 +4,15 @@
 #include "consumer/features.h"
 #include "gentlctl/command.h"
 #include "gentlctl/device_files.h"
+#include "gentlctl/input_file.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
 #include "pictures/file_writing.h"
 
-#include <cerrno>
+#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
-#include <stdexcept>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace gentlctl
@@ -31,16 +28,13 @@ struct FilesOptions
     std::string upload; ///< file to send; empty: none
 };
 
+/// Far above any file of a device.
+constexpr uint64_t largestUpload = uint64_t{1} << 30U;
+
 std::vector<uint8_t> ContentOf(const std::string &file)
 {
-    const bool isFolder = std::filesystem::is_directory(file);
-    std::ifstream stream(file, std::ios::binary);
-    if (isFolder || !stream)
-    {
-        throw std::runtime_error(fmt::format("Cannot read {}: {}", file,
-                                             std::generic_category().message(isFolder ? EISDIR : errno)));
-    }
-    return {std::istreambuf_iterator<char>(stream), {}};
+    const auto content = ReadInputFile(file, largestUpload);
+    return {content.begin(), content.end()};
 }
 
 Json Listed(const Features &remote)

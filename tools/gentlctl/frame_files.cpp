@@ -1,5 +1,6 @@
 #include "gentlctl/frame_files.h"
 
+#include "consumer/json.h"
 #include "gentlctl/frame_json.h"
 #include "pictures/depth_files.h"
 #include "pictures/file_writing.h"
@@ -69,7 +70,7 @@ public:
                 "A view needs a grid of points, which these frames are not: choose a depth "
                 "camera, with -s PixelFormat=Coord3D_ABC32f");
         }
-        const auto text = ToJson(m_frame).dump(2) + "\n";
+        const auto text = JsonText(ToJson(m_frame), 2) + "\n";
         Add("", "json", [&](const fs::path &file) { WriteBytes(file, text.data(), text.size()); });
         return std::move(m_files);
     }

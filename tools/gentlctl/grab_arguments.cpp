@@ -48,7 +48,7 @@ void AddLimits(CLI::App &command, GrabOptions &grab)
 {
     auto *const frames =
         command.add_option("-n,--frames", grab.frames, "Number of frames; 0: until Ctrl-C or --duration")
-            ->check(CLI::Range(uint64_t{0}, uint64_t{1'000'000'000}).description(""))
+            ->check(Within(uint64_t{0}, largestCount))
             ->capture_default_str();
     AddDuration(command,
                 "Longest time to grab, as 500ms, 10s, 2min or 1h; without --frames, as many frames as come",
@@ -60,10 +60,10 @@ void AddLimits(CLI::App &command, GrabOptions &grab)
     command
         .add_option("-b,--buffers", grab.buffers,
                     "Buffers to queue; default: as many as the frames need, within 512 MiB")
-        ->check(CLI::Range(2, 1024).description(""))
+        ->check(Within(2, 1024))
         ->capture_default_str();
     command.add_option("-t,--timeout", grab.timeoutMs, "Longest wait for a frame, ms")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
+        ->check(Within(uint64_t{1}, uint64_t{86'400'000}))
         ->capture_default_str();
 }
 

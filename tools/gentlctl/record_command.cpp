@@ -97,7 +97,7 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     Apply(remote, command.assignments);
     const auto description = DescribeDevice(producer, device);
     recording::RecordingWriter writer(command.folder, description);
-    writer.AddFile("settings.json", remote.Values({}).dump(1) + "\n");
+    writer.AddFile("settings.json", JsonText(remote.Values({}), 1) + "\n");
     AddCalibration(writer, description, remote);
     const auto report =
         Record(producer, device, remote, writer, description.ticksPerSecond, command.record, interrupt);
@@ -140,18 +140,26 @@ void DeclareRecord(Commands &commands)
                      [chosen](const CommonOptions &common) { return RecordDevice(common, *chosen); });
     command.add_option("-o,--output", chosen->folder, "Folder of the recording, which holds none yet")
         ->type_name("FOLDER")
+        ->check(CLI::Validator(
+            [](const std::string &folder)
+            {
+                return folder == "-"
+                           ? std::string("a recording is a folder and cannot go into standard output")
+                           : std::string();
+            },
+            ""))
         ->required();
     command.add_option("-n,--frames", options.frames, "Number of frames; 0: until Ctrl-C or --duration")
-        ->check(CLI::Range(uint64_t{0}, uint64_t{1'000'000'000}).description(""))
+        ->check(Within(uint64_t{0}, largestCount))
         ->capture_default_str();
     AddDuration(command, "Longest time to record, as 500ms, 10s, 2min or 1h",
                 [&options](std::chrono::nanoseconds time) { options.duration = time; });
     command
         .add_option("-b,--buffers", options.buffers,
                     "Buffers to queue; default: as many as 512 MiB hold, 16 to 1024")
-        ->check(CLI::Range(4, 4096).description(""));
+        ->check(Within(4, 4096));
     command.add_option("-t,--timeout", options.timeoutMs, "Longest wait for a frame, ms")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
+        ->check(Within(uint64_t{1}, uint64_t{86'400'000}))
         ->capture_default_str();
     AddAssignments(command, chosen->assignments);
     command.footer(recordFooter);

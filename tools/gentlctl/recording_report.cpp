@@ -1,11 +1,38 @@
 #include "gentlctl/recording_report.h"
 
+#include "consumer/description.h"
+#include "recording/error.h"
+
+#include <fmt/format.h>
+#include <pugixml.hpp>
+
 #include <algorithm>
 #include <cstdint>
+#include <exception>
 #include <vector>
 
 namespace gentlctl
 {
+namespace
+{
+
+/// Empty when the bytes are a description.
+std::string WhyUnreadable(const std::vector<uint8_t> &bytes)
+{
+    try
+    {
+        const auto text = DescriptionIn(bytes);
+        pugi::xml_document document;
+        const auto result = document.load_buffer(text.data(), text.size());
+        return result ? "" : result.description();
+    }
+    catch (const std::exception &exception)
+    {
+        return exception.what();
+    }
+}
+
+} // namespace
 
 Json DescribeRecording(const recording::RecordingReader &recording)
 {
@@ -38,6 +65,16 @@ Json DescribeRecording(const recording::RecordingReader &recording)
             {"notRecorded", end ? end->unwritten : 0},
             {"lost", end ? end->lost : 0},
             {"files", files}};
+}
+
+void CheckDescription(const recording::RecordingReader &recording)
+{
+    const auto &bytes = recording.Device().description;
+    if (const auto cause = WhyUnreadable({bytes.begin(), bytes.end()}); !cause.empty())
+    {
+        throw recording::Error("The description in {} is damaged: {}. Copy the recording again",
+                               recording.Folder().string(), cause);
+    }
 }
 
 void CheckFrames(const recording::RecordingReader &recording)

@@ -9,6 +9,9 @@ namespace gentlctl
 /// What a recording holds, for people.
 Json DescribeRecording(const recording::RecordingReader &recording);
 
+/// @throws recording::Error the description is empty or damaged
+void CheckDescription(const recording::RecordingReader &recording);
+
 /// Reads all frames.
 /// @throws recording::Error a frame is damaged
 void CheckFrames(const recording::RecordingReader &recording);

@@ -6,6 +6,8 @@
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
@@ -47,7 +49,13 @@ Json ReadRecordings(const ReplayCommandOptions &command)
         const recording::RecordingReader recording(folder);
         if (command.check)
         {
+            CheckDescription(recording);
             CheckFrames(recording);
+        }
+        if (!recording.End())
+        {
+            Complain(fmt::format("{} ends early: {} frames can be replayed. Copy it again, or record again",
+                                 folder, recording.Frames()));
         }
         recordings.push_back(DescribeRecording(recording));
     }
@@ -148,11 +156,11 @@ void DeclareReplay(Commands &commands)
         ->type_name("")
         ->required();
     command.add_option("-r,--rate", chosen->rate, "Frames in a second, 0 for no limit; default: as recorded")
-        ->check(CLI::Range(0.0, 1e6).description(""))
+        ->check(Within(0.0, 1e6))
         ->type_name("RATE");
     command.add_flag("--once", chosen->once, "Stop after the last frame; default: begin again");
     command.add_flag("-i,--info", chosen->info, "Print what the recordings hold, and run nothing");
-    command.add_flag("--check", chosen->check, "Read all frames, too");
+    command.add_flag("--check", chosen->check, "Read the description and all frames, too");
     command.footer(replayFooter);
     // What follows FOLDER belongs to the command, be it the name of a command or an option.
     command.fallthrough(false);

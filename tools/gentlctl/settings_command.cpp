@@ -80,6 +80,10 @@ void DeclareSettings(Commands &commands)
         commands.Add("settings", "Save the settings of a device to a file, or load them from one",
                      [settings](const CommonOptions &options)
                      {
+                         if (settings->action == "save" && settings->file == "-")
+                         {
+                             RefuseJson(options, "settings save -");
+                         }
                          Producer producer(options.producer);
                          OpenDevice device(producer, options.device);
                          return (settings->action == "save" ? Save : Load)(device, *settings, options.json);

@@ -1,13 +1,14 @@
 #include "gentlctl/settings_file.h"
 
+#include "gentlctl/input_file.h"
+
 #include <fmt/format.h>
 #include <yaml-cpp/yaml.h>
 
 #include <strings.h>
 
 #include <algorithm>
-#include <fstream>
-#include <iterator>
+#include <cstdint>
 #include <stdexcept>
 
 namespace gentlctl
@@ -25,19 +26,8 @@ constexpr auto serialNumber = "serial";
 constexpr auto tool = "tool";
 } // namespace keys
 
-std::string ContentOf(const std::filesystem::path &file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    std::string content{std::istreambuf_iterator<char>(stream), {}};
-    if (!stream)
-    {
-        throw std::runtime_error(
-            fmt::format("Cannot read {}: is it there, and is it a file that this user may "
-                        "read?",
-                        file.string()));
-    }
-    return content;
-}
+/// Far above the settings of any device.
+constexpr uint64_t largestFile = uint64_t{16} << 20U;
 
 /// Whether some readers of YAML take the text for a truth value, though it is neither "true" nor "false".
 bool IsAmbiguous(const std::string &text)
@@ -98,9 +88,9 @@ ModuleSettings ModuleOf(const std::string &name, const YAML::Node &node)
 SettingsFile Parse(const std::string &text)
 {
     const auto root = YAML::Load(text);
-    if (!root.IsMap() || !root[keys::device].IsDefined())
+    if (!root.IsMap())
     {
-        throw YAML::Exception(root.Mark(), "the entry \"device\" is missing");
+        throw YAML::Exception(root.Mark(), "a module and its settings are missing, as \"remote:\"");
     }
     SettingsFile content;
     for (const auto &entry : root)
@@ -148,7 +138,7 @@ std::string SettingsText(const SettingsFile &content)
 
 SettingsFile ReadSettingsFile(const std::filesystem::path &file)
 {
-    const auto content = ContentOf(file);
+    const auto content = ReadInputFile(file, largestFile);
     try
     {
         return Parse(content);

@@ -16,7 +16,8 @@ struct ModuleSettings
     std::vector<Setting> settings;
 };
 
-/// What a file of settings holds: of which device they are, and the settings of its modules.
+/// What a file of settings holds: of which device they are, as far as it says so, and the settings of its
+/// modules.
 struct SettingsFile
 {
     std::string vendor;

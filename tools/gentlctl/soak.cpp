@@ -7,6 +7,7 @@
 #include "gentlctl/interrupt.h"
 
 #include <fmt/format.h>
+#include <malloc.h>
 
 #include <optional>
 #include <span>
@@ -26,6 +27,16 @@ constexpr double bytesInMiB = 1 << 20;
 /// caches.
 constexpr uint64_t roundsToWarmUp = 3;
 
+/// Keeps freed memory out of the readings. By itself, the allocator of glibc raises the size from which it
+/// maps memory on its own and gives it back at once, up to the size of the frames. Each of its arenas then
+/// keeps freed frames, in steps that look like growth. A fixed size stays; smaller free blocks go back before
+/// each reading.
+void FixAllocator()
+{
+    constexpr int initialThreshold = 128 << 10;
+    mallopt(M_MMAP_THRESHOLD, initialThreshold);
+}
+
 class Soaker
 {
 public:
@@ -43,6 +54,7 @@ public:
         for (uint64_t round = 1; !IsOver(); ++round)
         {
             Round();
+            malloc_trim(0);
             m_report.now = ReadUsage();
             if (round <= roundsToWarmUp)
             {
@@ -140,6 +152,7 @@ private:
 
 SoakReport Soak(const SoakOptions &options, const SoakHooks &hooks, const Interrupt &interrupt)
 {
+    FixAllocator();
     return Soaker(options, hooks, interrupt).Run();
 }
 

@@ -49,7 +49,8 @@ struct SoakHooks
 };
 
 /// Opens the library, the device and a stream, grabs, and closes, again and again. Each cycle stops in the
-/// next of the StopOrders. A round of all orders ends with the library closed; then the usage is read.
+/// next of the StopOrders. A round of all orders ends with the library closed; then freed memory goes back to
+/// the system, and the usage is read.
 /// @throws std::exception the producer cannot be loaded, or there is no such device
 SoakReport Soak(const SoakOptions &options, const SoakHooks &hooks, const Interrupt &interrupt);
 

@@ -54,17 +54,20 @@ void DeclareSoak(Commands &commands)
         commands.Add("soak", "Open, grab and close again and again, and watch what the process holds",
                      [soak](const CommonOptions &options) { return RunSoak(options, *soak); });
     command.add_option("-c,--cycles", soak->soak.cycles, "End after so many cycles; 0: no limit")
+        ->check(Within(uint64_t{0}, largestCount))
         ->capture_default_str();
     command.add_option("--duration", soak->duration, "End after this time, as 10min or 8h")
         ->type_name("TIME");
-    command.add_option("-n,--frames", soak->soak.frames, "Frames in each cycle")->capture_default_str();
+    command.add_option("-n,--frames", soak->soak.frames, "Frames in each cycle")
+        ->check(Within(uint64_t{0}, largestCount))
+        ->capture_default_str();
     command.add_option("-t,--timeout", soak->soak.timeoutMs, "Longest wait for a frame, ms")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
+        ->check(Within(uint64_t{1}, uint64_t{86'400'000}))
         ->capture_default_str();
     command
         .add_option("--memory-limit", soak->memoryMiB,
                     "MiB by which the memory may grow after the first rounds")
-        ->check(CLI::Range(int64_t{0}, int64_t{1} << 20U).description(""))
+        ->check(Within(int64_t{0}, int64_t{1} << 20U))
         ->capture_default_str();
     command.footer(
         "Each cycle stops in the next of four orders, those of common applications; after four cycles the "

@@ -33,7 +33,7 @@ void PrintPeriod(const std::string &device, const FrameStatistics &last, bool as
     {
         auto json = ToJson(last);
         json["device"] = device;
-        Print("{}\n", json.dump());
+        Print("{}\n", JsonText(json));
     }
     else
     {
@@ -50,11 +50,10 @@ void PrintTotals(const StreamTotals &totals, bool asJson)
 {
     if (asJson)
     {
-        Print("{}\n", Json{{"delivered", totals.delivered},
-                           {"incomplete", totals.incomplete},
-                           {"lost", totals.lost},
-                           {"reconnects", totals.reconnects}}
-                          .dump());
+        Print("{}\n", JsonText({{"delivered", totals.delivered},
+                                {"incomplete", totals.incomplete},
+                                {"lost", totals.lost},
+                                {"reconnects", totals.reconnects}}));
         return;
     }
     Print("{} frames, {} lost, {} incomplete, {} reconnects\n", totals.delivered, totals.lost,
@@ -95,16 +94,17 @@ void DeclareStream(Commands &commands)
     command.add_flag("--reconnect", options.reconnects,
                      "When the device is lost, wait until it is back, set it up again and go on");
     command.add_option("-n,--frames", options.frames, "End after so many frames; 0: no limit")
+        ->check(Within(uint64_t{0}, largestCount))
         ->capture_default_str();
     command.add_option("--duration", stream->duration, "End after this time, as 10s or 5min")
         ->type_name("TIME");
     command.add_option("-b,--buffers", options.buffers, "Buffers to queue")
-        ->check(CLI::Range(4, 1024).description(""))
+        ->check(Within(4, 1024))
         ->capture_default_str();
     command
         .add_option("-t,--timeout", options.timeoutMs,
                     "Longest wait for a frame, ms; a device that sends none for so long counts as lost")
-        ->check(CLI::Range(uint64_t{1}, uint64_t{86'400'000}).description(""))
+        ->check(Within(uint64_t{1}, uint64_t{86'400'000}))
         ->capture_default_str();
     AddSettingsFile(command, stream->settings);
     AddAssignments(command, stream->assignments);

@@ -25,7 +25,7 @@ std::string Readable(const Json &value)
     {
         return fmt::format("- ({})", value["text"].get<std::string>());
     }
-    return value.dump();
+    return JsonText(value);
 }
 
 struct AccessName
@@ -48,7 +48,7 @@ std::string AccessText(const std::string &code)
 std::string RangeText(const Json &feature)
 {
     const auto limit = [&](const char *name, const char *before)
-    { return feature.contains(name) ? before + feature[name].dump() : std::string(); };
+    { return feature.contains(name) ? before + JsonText(feature[name]) : std::string(); };
     const auto min = limit("min", "");
     const auto max = min.empty() ? limit("max", "at most ") : limit("max", " to ");
     return (max.empty() && !min.empty() ? "at least " + min : min + max) +
@@ -94,7 +94,7 @@ Json DetailsOf(const Json &feature)
         {"access", AccessText(feature["access"])},
         {"range", RangeText(feature)},
         {"length",
-         feature.contains("maxLength") ? "at most " + feature["maxLength"].dump() + " characters" : ""},
+         feature.contains("maxLength") ? "at most " + JsonText(feature["maxLength"]) + " characters" : ""},
         {"entries", EntriesText(feature, true)},
         {"not now", EntriesText(feature, false)},
         {"locked by", LockText(feature)},
@@ -118,7 +118,7 @@ Json DetailsOf(const Json &feature)
 
 void PrintJson(const Json &json)
 {
-    Print("{}\n", json.dump(2));
+    Print("{}\n", JsonText(json, 2));
 }
 
 void PrintTable(const Json &values, const std::string &indent)

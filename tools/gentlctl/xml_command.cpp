@@ -23,6 +23,7 @@ struct XmlOptions
 
 int Xml(const CommonOptions &options, const XmlOptions &xml)
 {
+    RefuseJson(options, "xml");
     Producer producer(options.producer);
     Modules modules(producer, options.device);
     const auto text = LoadDescription(*modules.PortOf(xml.module));
