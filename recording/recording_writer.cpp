@@ -28,15 +28,20 @@ std::string_view BytesOf(const Record &record)
 
 FirstFiles::FirstFiles(fs::path folder) : m_folder(std::move(folder))
 {
-    MakeFolder(m_folder);
     for (const auto *name : {deviceFile, dataFile, indexFile})
     {
-        // A file that cannot be looked at counts as one that is there.
-        if (std::error_code error; fs::exists(m_folder / name, error) || error)
+        std::error_code error;
+        const bool isThere = fs::exists(m_folder / name, error);
+        if (error)
+        {
+            throw Error("{} cannot be made: {}", (m_folder / name).string(), error.message());
+        }
+        if (isThere)
         {
             throw Error("{} holds a recording already; name another folder", m_folder.string());
         }
     }
+    MakeFolder(m_folder);
 }
 
 FirstFiles::~FirstFiles()
@@ -53,9 +58,8 @@ fs::path FirstFiles::Add(const std::string &name)
 {
     auto file = m_folder / name;
     MakeFolder(file.parent_path());
-    std::error_code unknown;
-    if (fs::symlink_status(file, unknown).type() ==
-        fs::file_type::not_found) // else it is somebody's: opening fails
+    std::error_code ignored;
+    if (!fs::exists(fs::symlink_status(file, ignored))) // else it is somebody's, and opening it will fail
     {
         m_made.push_back(file);
     }
@@ -69,7 +73,7 @@ void FirstFiles::MakeFolder(const fs::path &folder)
     {
         m_made.push_back(folder);
     }
-    if (std::error_code unknown; !fs::is_directory(folder, unknown))
+    if (std::error_code ignored; !fs::is_directory(folder, ignored))
     {
         throw Error("{} cannot be made: {}", folder.string(), error.message());
     }

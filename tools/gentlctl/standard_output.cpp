@@ -16,14 +16,14 @@ namespace
 {
 
 /// The former standard output. FinishOutput closes it.
-FILE *results = nullptr;
-/// The errno of the first failure; 0 without one.
-int failure = 0;
+FILE *ownOutput = nullptr;
+/// The errno of the first failed call; 0 without one.
+int firstError = 0;
 
 /// @throws PipeClosed nobody reads what was printed
 void RequireReader()
 {
-    if (failure == EPIPE)
+    if (firstError == EPIPE)
     {
         throw PipeClosed();
     }
@@ -34,8 +34,8 @@ void RequireReader()
 void TakeStandardOutput()
 {
     const int own = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    results = own >= 0 ? fdopen(own, "w") : nullptr;
-    failure = results == nullptr ? errno : 0;
+    ownOutput = own >= 0 ? fdopen(own, "w") : nullptr;
+    firstError = ownOutput == nullptr ? errno : 0;
     if (dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
     {
         const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
@@ -46,10 +46,10 @@ void TakeStandardOutput()
 
 int GiveStandardOutputToData()
 {
-    const int data = results != nullptr ? fcntl(fileno(results), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
+    const int data = ownOutput != nullptr ? fcntl(fileno(ownOutput), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1;
     if (data < 0)
     {
-        failure = 0; // it is told here
+        firstError = 0; // it is told here
         throw std::runtime_error("Frames cannot go to standard output, which is closed");
     }
     if (isatty(data) != 0)
@@ -58,16 +58,17 @@ int GiveStandardOutputToData()
             "Frames cannot be printed on a terminal: redirect the output into a program or "
             "a file, as gentlctl grab -o - -f y4m | ffplay -");
     }
-    fclose(results);
-    results = fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "w");
+    fclose(ownOutput);
+    ownOutput = fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), "w");
     return data;
 }
 
 void PrintText(std::string_view text)
 {
-    if (results != nullptr && fwrite(text.data(), 1, text.size(), results) != text.size() && failure == 0)
+    if (ownOutput != nullptr && fwrite(text.data(), 1, text.size(), ownOutput) != text.size() &&
+        firstError == 0)
     {
-        failure = errno;
+        firstError = errno;
     }
 }
 
@@ -83,24 +84,24 @@ void Complain(std::string_view text)
 
 void FlushOutput()
 {
-    if (results != nullptr && fflush(results) != 0 && failure == 0)
+    if (ownOutput != nullptr && fflush(ownOutput) != 0 && firstError == 0)
     {
-        failure = errno;
+        firstError = errno;
     }
     RequireReader();
 }
 
 void FinishOutput()
 {
-    if (results != nullptr && fclose(std::exchange(results, nullptr)) != 0 && failure == 0)
+    if (ownOutput != nullptr && fclose(std::exchange(ownOutput, nullptr)) != 0 && firstError == 0)
     {
-        failure = errno;
+        firstError = errno;
     }
     RequireReader();
-    if (failure != 0)
+    if (firstError != 0)
     {
         throw std::runtime_error(
-            fmt::format("Cannot write to standard output: {}", std::generic_category().message(failure)));
+            fmt::format("Cannot write to standard output: {}", std::generic_category().message(firstError)));
     }
 }
 
