@@ -55,23 +55,23 @@ TEST(UsageOfAProcess, CountsHandlesAndThreads)
               std::string::npos);
 }
 
-TEST(SoakFindings, NameWhatGrewBeyondItsLimit)
+TEST(SoakFaults, NameWhatGrewBeyondItsLimit)
 {
     SoakOptions options;
     options.memoryLimit = 1 << 20;
     SoakReport report{.cycles = 40, .failures = 0, .first = {10 << 20, 5, 2}, .now = {11 << 20, 5, 2}};
     report.isMeasured = true;
-    EXPECT_TRUE(Findings(report, options).empty());
+    EXPECT_TRUE(FaultsIn(report, options).empty());
     report.now = {(11 << 20) + 1, 6, 3};
     report.failures = 2;
-    const auto findings = Findings(report, options);
+    const auto findings = FaultsIn(report, options);
     ASSERT_EQ(findings.size(), 4U);
     EXPECT_EQ(findings[0], "2 of 40 cycles failed");
     EXPECT_EQ(findings[1], "The memory grew by 1.0 MiB, more than the limit of 1.0 MiB");
     EXPECT_EQ(findings[2], "1 more file handles are open than after the first rounds");
     EXPECT_EQ(findings[3], "1 more threads run than after the first rounds");
     report.isMeasured = false;
-    EXPECT_EQ(Findings(report, options).size(), 1U);
+    EXPECT_EQ(FaultsIn(report, options).size(), 1U);
     EXPECT_EQ(ToJson(report)["growth"]["handles"], 1);
 }
 
