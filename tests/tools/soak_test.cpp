@@ -148,6 +148,26 @@ TEST(SoakMemory, ShowsALeakOfOneMebibyteACycle)
     EXPECT_NE(run.output.find("gentlctl: The memory grew by "), std::string::npos) << run.output;
 }
 
+TEST(SoakCycles, GoOnWhenAWaitCannotBeKilled)
+{
+    for (const auto *name : {"keeps waiting", "waits on"}) // a kill that fails, and one without effect
+    {
+        const EnvironmentVariable defect("BROKEN_DEFECT", name);
+        const Interrupt interrupt;
+        std::vector<std::string> told;
+        SoakOptions options{.producer = QVR_LIB_DIR "/test/broken_producer.cti", .device = "OVRA-F1"};
+        options.cycles = 3;
+        options.frames = 1;
+        const auto report =
+            Soak(options,
+                 {[&](const std::string &failure) { told.push_back(failure); }, [](const SoakReport &) {}},
+                 interrupt);
+        EXPECT_EQ(report.cycles, 3U);
+        ASSERT_EQ(told.size(), 1U) << name;
+        EXPECT_TRUE(told[0].starts_with("Cycle 2 (end a waiting thread, flush, revoke): ")) << told[0];
+    }
+}
+
 TEST(SoakCommand, PrintsWhatTheProcessHolds)
 {
     const auto run = gentlctl_run::Gentlctl("soak -c 4 -n 1 -d OVRA-F1");
