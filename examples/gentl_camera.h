@@ -177,21 +177,33 @@ private:
         }
         zip_source_t *source = zip_source_buffer_create(document.data(), document.size(), 0, nullptr);
         zip_t *archive = source ? zip_open_from_source(source, ZIP_RDONLY, nullptr) : nullptr;
-        zip_stat_t entry{};
-        zip_file_t *file = nullptr;
-        if (archive && zip_stat_index(archive, 0, 0, &entry) == 0)
+        if (!archive)
         {
-            file = zip_fopen_index(archive, 0, 0);
-        }
-        if (!file)
-        {
+            zip_source_free(source);
             throw std::runtime_error("The archive of the camera's description cannot be read");
         }
-        std::string text(entry.size, '\0');
-        zip_fread(file, text.data(), text.size());
-        zip_fclose(file);
+        const std::string text = FirstEntry(archive);
         zip_discard(archive);
-        return text;
+        return !text.empty()
+                   ? text
+                   : throw std::runtime_error("The archive of the camera's description cannot be read");
+    }
+
+    /// The content of the first file; empty when it cannot be read.
+    static std::string FirstEntry(zip_t *archive)
+    {
+        zip_stat_t entry{};
+        zip_file_t *file =
+            zip_stat_index(archive, 0, 0, &entry) == 0 ? zip_fopen_index(archive, 0, 0) : nullptr;
+        if (!file)
+        {
+            return {};
+        }
+        std::string text(entry.size, '\0');
+        const bool isRead =
+            zip_fread(file, text.data(), text.size()) == static_cast<zip_int64_t>(text.size());
+        zip_fclose(file);
+        return isRead ? text : std::string();
     }
 
     pugi::xml_node Node(const char *name) const
@@ -335,10 +347,24 @@ public:
                                      " bits, and not the " + std::to_string(sizeof(Pixel) * 8) +
                                      " of the type asked for: set PixelFormat, or take another type");
         }
-        return {static_cast<const Pixel *>(Info<void *>(GenTL::BUFFER_INFO_BASE)), Width() * Height()};
+        const auto *image = Info<const uint8_t *>(GenTL::BUFFER_INFO_BASE) + Offset();
+        return {reinterpret_cast<const Pixel *>(image), Width() * Height()};
     }
 
 private:
+    /// Where the image begins in the buffer; at its start when the producer does not tell.
+    size_t Offset() const
+    {
+        try
+        {
+            return Info<size_t>(GenTL::BUFFER_INFO_IMAGEOFFSET);
+        }
+        catch (const std::exception &)
+        {
+            return 0;
+        }
+    }
+
     template <typename T>
     T Info(GenTL::BUFFER_INFO_CMD command) const
     {

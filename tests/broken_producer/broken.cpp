@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -294,6 +295,33 @@ private:
     int m_openStreams = 0;
 };
 
+struct KeepsWaiting : Sound
+{
+    GC_ERROR EventKill(EVENT_HANDLE) override { return GC_ERR_ERROR; }
+};
+
+struct EndlessChunk : Sound
+{
+    GC_ERROR DSGetBufferChunkData(DS_HANDLE, BUFFER_HANDLE, SINGLE_CHUNK_DATA *chunks, size_t *count) override
+    {
+        if (chunks != nullptr)
+        {
+            *chunks = {.ChunkID = 1, .ChunkOffset = 8, .ChunkLength = SIZE_MAX};
+        }
+        *count = 1;
+        return GC_ERR_SUCCESS;
+    }
+};
+
+struct CountlessChunks : Sound
+{
+    GC_ERROR DSGetBufferChunkData(DS_HANDLE, BUFFER_HANDLE, SINGLE_CHUNK_DATA *, size_t *count) override
+    {
+        *count = SIZE_MAX;
+        return GC_ERR_SUCCESS;
+    }
+};
+
 struct CrashesOnNull : Sound
 {
     GC_ERROR TLGetNumInterfaces(TL_HANDLE system, uint32_t *count) override
@@ -388,6 +416,9 @@ constexpr std::array defects{
     Defect{"keeps buffers", Make<KeepsBuffers>},
     Defect{"streams once", Make<StreamsOnce>},
     Defect{"keeps device", Make<KeepsDevice>},
+    Defect{"keeps waiting", Make<KeepsWaiting>},
+    Defect{"endless chunk", Make<EndlessChunk>},
+    Defect{"countless chunks", Make<CountlessChunks>},
     Defect{"crashes on null", Make<CrashesOnNull>},
     Defect{"hangs", Make<Hangs>},
     Defect{"dies at exit", Make<DiesAtExit>},

@@ -4,6 +4,7 @@
 
 #include "descriptions.h"
 #include "support/failure.h"
+#include "support/fake_file_device.h"
 #include "support/fake_gentl_proxy.h"
 
 #include <fmt/format.h>
@@ -64,11 +65,13 @@ protected:
         return Features(std::make_shared<Port>(m_calls, nullptr, internal::ModuleType::RemoteDevice));
     }
 
+    FakeGenTLProxy &Calls() { return *m_calls; }
+
     std::array<uint8_t, 256> memory{};
     size_t missingBytes = 0; ///< by how many bytes a read comes too short
 
 private:
-    static constexpr uint64_t descriptionAddress = 0x10000;
+    static constexpr uint64_t descriptionAddress = 0x100000;
 
     std::shared_ptr<FakeGenTLProxy> m_calls = std::make_shared<FakeGenTLProxy>();
     std::string m_description;
@@ -98,6 +101,79 @@ TEST_F(FeaturesTest, GoThroughAConverterToABigEndianRegister)
     EXPECT_EQ(memory[0x10], 0);
     EXPECT_EQ(memory[0x11], 81);
     EXPECT_EQ(features.Allowed("Temperature"), "it takes -8192 to 8191.75");
+}
+
+/// A camera with a file of ten bytes, read in blocks of four.
+class DeviceFiles : public FeaturesTest
+{
+protected:
+    DeviceFiles()
+    {
+        Calls().onGCReadPort = [this, others = Calls().onGCReadPort](PORT_HANDLE port, uint64_t address,
+                                                                     void *buffer, size_t *size) -> GC_ERROR
+        {
+            if (!internal::FakeFileDevice::Has(address))
+            {
+                return others(port, address, buffer, size);
+            }
+            // Of a buffer that holds less than the register, the rest is 0.
+            size_t answered = *size;
+            std::memset(buffer, 0, *size);
+            device.Read(address, buffer, &answered);
+            return GC_ERR_SUCCESS;
+        };
+        Calls().onGCWritePort = [this](PORT_HANDLE, uint64_t address, const void *buffer, size_t *size)
+        {
+            device.Write(address, buffer, size);
+            return GC_ERR_SUCCESS;
+        };
+        device.file = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
+    }
+
+    static std::string Nodes()
+    {
+        auto nodes = internal::FakeFileDevice::Nodes();
+        const std::string command = "<Command Name=\"FileOperationExecute\">";
+        return nodes.insert(nodes.find(command) + command.size(), "<CommandValue>1</CommandValue>");
+    }
+
+    std::string FailureOfReading()
+    {
+        const auto features = Open({"FileSelector"}, Nodes());
+        return FailureOf([&] { features.Files().ReadFile("UserSet"); }).text;
+    }
+
+    internal::FakeFileDevice device;
+};
+
+TEST_F(DeviceFiles, AreReadInBlocks)
+{
+    const auto features = Open({"FileSelector"}, Nodes());
+    EXPECT_EQ(features.Files().ReadFile("UserSet"), device.file);
+    EXPECT_EQ(device.operations,
+              (std::vector<std::string>{"open 1 for 2", "read 0+4", "read 4+4", "read 8+2", "close"}));
+}
+
+TEST_F(DeviceFiles, AreNotReadWhenTheDeviceDoesNotOpenThem)
+{
+    device.statusOf = [](int) { return internal::FakeFileDevice::failure; };
+    EXPECT_EQ(FailureOfReading(), "The device refuses to open the file UserSet for reading");
+    EXPECT_EQ(device.operations, std::vector<std::string>{"open 1 for 2"});
+}
+
+TEST_F(DeviceFiles, AreClosedWhenABlockIsRefused)
+{
+    device.statusOf = [](int reads)
+    { return reads == 2 ? internal::FakeFileDevice::failure : internal::FakeFileDevice::success; };
+    EXPECT_EQ(FailureOfReading(), "The device refuses the bytes from 4 on of the 10 of UserSet");
+    EXPECT_EQ(device.operations, (std::vector<std::string>{"open 1 for 2", "read 0+4", "read 4+4", "close"}));
+}
+
+TEST_F(DeviceFiles, AreClosedWhenATransferFails)
+{
+    device.onTransfer = [](int) { throw std::runtime_error("unplugged"); };
+    EXPECT_NE(FailureOfReading().find("unplugged"), std::string::npos);
+    EXPECT_EQ(device.operations.back(), "close");
 }
 
 TEST_F(FeaturesTest, FollowAnIndexToTheRegisterOfItsSlot)

@@ -523,6 +523,12 @@ TEST(Gentlctl, ShowsAddressesOfTheNetworkAsTheyAreWritten)
     EXPECT_EQ(JsonOf("get -d OVRA-M5 -m system")["GevInterfaceDefaultSubnetMask"], "255.255.255.0");
 }
 
+TEST(Gentlctl, TakesHexadecimalNumbers)
+{
+    EXPECT_EQ(JsonOf("get -d OVRA-M5 -s ExposureTime=0x1F ExposureTime")["ExposureTime"], 31.0);
+    EXPECT_EQ(JsonOf("get -d OVRA-M5 -s Width=0x40 Width")["Width"], 64);
+}
+
 TEST(Gentlctl, ShowsBytesAsHexadecimal)
 {
     const auto bytes = JsonOf("get -d OVRA-D1 FileAccessBuffer")["FileAccessBuffer"];

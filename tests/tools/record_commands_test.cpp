@@ -60,6 +60,22 @@ TEST(RecordAndReplay, PassByTheProducersOfThePathVariable)
     EXPECT_NE(replayed.output.find("    SIM-SIM0002  QVR OVRA-M1"), std::string::npos) << replayed.output;
 }
 
+TEST(RecordAndReplay, LetTheCommandNameAnotherProducerAndDevice)
+{
+    const Folder folder;
+    const auto mono = (folder.Path() / "mono").string();
+    EXPECT_EQ(JsonOf("record -d OVRA-M1 -n 1 -o " + mono + small)["recorded"], 1);
+    const auto own = std::string("--producer=") + QVR_LIB_DIR "/anygentl/qvr_anygentl.cti";
+    for (const auto *line : {" list -d OVRA-M1 ", " grab -n 1 -d SIM-SIM0002 ", " grab -n 1 -dOVRA-M1 ",
+                             " grab -n 1 --device=OVRA-M1 "})
+    {
+        const auto behind = Gentlctl("--producer /no/file -d nobody replay " + mono + line + own);
+        EXPECT_EQ(behind.status, 0) << line << behind.output;
+    }
+    const auto other = Gentlctl("-d OVRA-M1 replay " + mono + " get -d OVRA-M5 Width");
+    EXPECT_NE(other.output.find("OVRA-M5"), std::string::npos) << other.output;
+}
+
 TEST(RecordAndReplay, TellWhatIsWrong)
 {
     const Folder folder;

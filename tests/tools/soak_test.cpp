@@ -55,23 +55,23 @@ TEST(UsageOfAProcess, CountsHandlesAndThreads)
               std::string::npos);
 }
 
-TEST(SoakFindings, NameWhatGrewBeyondItsLimit)
+TEST(SoakFaults, NameWhatGrewBeyondItsLimit)
 {
     SoakOptions options;
     options.memoryLimit = 1 << 20;
     SoakReport report{.cycles = 40, .failures = 0, .first = {10 << 20, 5, 2}, .now = {11 << 20, 5, 2}};
     report.isMeasured = true;
-    EXPECT_TRUE(Findings(report, options).empty());
+    EXPECT_TRUE(FaultsIn(report, options).empty());
     report.now = {(11 << 20) + 1, 6, 3};
     report.failures = 2;
-    const auto findings = Findings(report, options);
+    const auto findings = FaultsIn(report, options);
     ASSERT_EQ(findings.size(), 4U);
     EXPECT_EQ(findings[0], "2 of 40 cycles failed");
     EXPECT_EQ(findings[1], "The memory grew by 1.0 MiB, more than the limit of 1.0 MiB");
     EXPECT_EQ(findings[2], "1 more file handles are open than after the first rounds");
     EXPECT_EQ(findings[3], "1 more threads run than after the first rounds");
     report.isMeasured = false;
-    EXPECT_EQ(Findings(report, options).size(), 1U);
+    EXPECT_EQ(FaultsIn(report, options).size(), 1U);
     EXPECT_EQ(ToJson(report)["growth"]["handles"], 1);
 }
 
@@ -146,6 +146,26 @@ TEST(SoakMemory, ShowsALeakOfOneMebibyteACycle)
         "ASAN_OPTIONS=$ASAN_OPTIONS:detect_leaks=0 BROKEN_DEFECT=leaks ");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("gentlctl: The memory grew by "), std::string::npos) << run.output;
+}
+
+TEST(SoakCycles, GoOnWhenAWaitCannotBeKilled)
+{
+    for (const auto *name : {"keeps waiting", "waits on"}) // a kill that fails, and one without effect
+    {
+        const EnvironmentVariable defect("BROKEN_DEFECT", name);
+        const Interrupt interrupt;
+        std::vector<std::string> told;
+        SoakOptions options{.producer = QVR_LIB_DIR "/test/broken_producer.cti", .device = "OVRA-F1"};
+        options.cycles = 3;
+        options.frames = 1;
+        const auto report =
+            Soak(options,
+                 {[&](const std::string &failure) { told.push_back(failure); }, [](const SoakReport &) {}},
+                 interrupt);
+        EXPECT_EQ(report.cycles, 3U);
+        ASSERT_EQ(told.size(), 1U) << name;
+        EXPECT_TRUE(told[0].starts_with("Cycle 2 (end a waiting thread, flush, revoke): ")) << told[0];
+    }
 }
 
 TEST(SoakCommand, PrintsWhatTheProcessHolds)

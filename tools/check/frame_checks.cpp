@@ -3,6 +3,7 @@
 #include "check/acquisition.h"
 #include "check/answers.h"
 #include "check/info_rules.h"
+#include "consumer/frame_info.h"
 
 #include <fmt/format.h>
 
@@ -232,7 +233,7 @@ void ChunksLieInTheBuffer(Bench &bench)
     const auto size = AnswerOf<size_t>(frame.Query(BUFFER_INFO_SIZE)).value_or(0);
     for (const auto &chunk : chunks)
     {
-        if (chunk.ChunkOffset < 0 || static_cast<size_t>(chunk.ChunkOffset) + chunk.ChunkLength > size)
+        if (!LiesWithin(chunk, size))
         {
             bench.trial.Add("DSGetBufferChunkData",
                             fmt::format("places chunk {:#x} outside of the buffer", uint64_t{chunk.ChunkID}),

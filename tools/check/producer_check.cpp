@@ -44,6 +44,15 @@ void RunCheck(const Check &check, Bench &bench, const Send &send)
         end.level = Level::NotChecked;
         end.text = fmt::format("{}: {}", check.states, reason.what());
     }
+    catch (const std::exception &failure)
+    {
+        // Such as a count that no memory holds. The call is not known: what was open is closed by now.
+        send({{"finding", ToJson({Level::Broken, check.area, "",
+                                  fmt::format("{}: an answer leads to \"{}\"", check.states, failure.what()),
+                                  "every consumer that trusts the answer: it ends or reads foreign memory",
+                                  "tell true sizes, counts and codes"})}});
+        return;
+    }
     if (bench.trial.IsFine())
     {
         send({{"finding", ToJson(end)}});

@@ -33,35 +33,39 @@ uint64_t DeviceFileAccess::FileSize(const std::string &name) const
 std::vector<uint8_t> DeviceFileAccess::ReadFile(const std::string &name) const
 {
     const auto size = FileSize(name);
-    std::vector<uint8_t> content;
-    m_features.WriteText("FileOperationSelector", "Open");
     m_features.WriteText("FileOpenMode", "Read");
-    m_features.Execute("FileOperationExecute");
-    m_features.WriteText("FileOperationSelector", "Read");
-    if (!Transfer(size, content))
+    if (!Does("Open"))
     {
-        content.clear();
+        throw std::runtime_error(fmt::format("The device refuses to open the file {} for reading", name));
     }
-    m_features.WriteText("FileOperationSelector", "Close");
-    m_features.Execute("FileOperationExecute");
-    return content;
+    try
+    {
+        auto content = Receive(name, size);
+        Does("Close"); // All bytes are here, whatever the device says to this.
+        return content;
+    }
+    catch (...)
+    {
+        Try([&] { return Does("Close"); });
+        throw;
+    }
 }
 
-/// @return false: the device reports a failure
-bool DeviceFileAccess::Transfer(uint64_t size, std::vector<uint8_t> &content) const
+std::vector<uint8_t> DeviceFileAccess::Receive(const std::string &name, uint64_t size) const
 {
+    std::vector<uint8_t> content;
     const auto block = m_features.LimitsOf<int64_t>("FileAccessLength").max;
     while (content.size() < size)
     {
         const auto count = std::min(block, static_cast<int64_t>(size - content.size()));
         m_features.WriteInteger("FileAccessOffset", static_cast<int64_t>(content.size()));
         m_features.WriteInteger("FileAccessLength", count);
-        m_features.Execute("FileOperationExecute");
-        auto bytes = m_features.ReadBytes("FileAccessBuffer");
-        if (m_features.ReadText("FileOperationStatus") != "Success")
+        if (!Does("Read"))
         {
-            return false;
+            throw std::runtime_error(fmt::format("The device refuses the bytes from {} on of the {} of {}",
+                                                 content.size(), size, name));
         }
+        auto bytes = m_features.ReadBytes("FileAccessBuffer");
         bytes.resize(std::min(bytes.size(), static_cast<size_t>(std::max<int64_t>(count, 0))));
         if (bytes.empty())
         {
@@ -70,7 +74,7 @@ bool DeviceFileAccess::Transfer(uint64_t size, std::vector<uint8_t> &content) co
         }
         content.insert(content.end(), bytes.begin(), bytes.end());
     }
-    return true;
+    return content;
 }
 
 void DeviceFileAccess::WriteFile(const std::string &name, std::span<const uint8_t> content) const

@@ -25,8 +25,9 @@ public:
     /// The size in bytes.
     uint64_t FileSize(const std::string &name) const;
 
-    /// The content; empty when the device reports a failure.
-    /// @throws std::runtime_error the size is negative or more than 1 GiB, or the device transfers no bytes
+    /// The content.
+    /// @throws std::runtime_error the size is negative or more than 1 GiB, or the device refuses to open or
+    /// to read the file, or transfers no bytes
     std::vector<uint8_t> ReadFile(const std::string &name) const;
 
     /// Replaces the content of a file, and checks the size that the device then reports.
@@ -35,7 +36,7 @@ public:
     void WriteFile(const std::string &name, std::span<const uint8_t> content) const;
 
 private:
-    bool Transfer(uint64_t size, std::vector<uint8_t> &content) const;
+    std::vector<uint8_t> Receive(const std::string &name, uint64_t size) const;
     void MakeRoom(const std::string &name, uint64_t size) const;
     void Send(const std::string &name, std::span<const uint8_t> content) const;
     void SendBlock(const std::string &name, std::span<const uint8_t> content, uint64_t offset,

@@ -32,7 +32,8 @@ T ParseNumber(const std::string &text)
     }
     else
     {
-        result = std::from_chars(begin, end, value);
+        result = std::from_chars(begin, end, value,
+                                 hexadecimal ? std::chars_format::hex : std::chars_format::general);
     }
     if (result.ec != std::errc() || result.ptr != end || begin == end)
     {

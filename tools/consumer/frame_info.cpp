@@ -71,10 +71,9 @@ std::map<uint64_t, std::span<const uint8_t>> FindChunks(IGenTLProxy &calls, DS_H
     std::map<uint64_t, std::span<const uint8_t>> chunks;
     for (const auto &entry : entries)
     {
-        const auto offset = static_cast<uint64_t>(entry.ChunkOffset);
-        if (frame.base != nullptr && offset <= frame.size && entry.ChunkLength <= frame.size - offset)
+        if (frame.base != nullptr && LiesWithin(entry, frame.size))
         {
-            chunks[entry.ChunkID] = {frame.base + offset, entry.ChunkLength};
+            chunks[entry.ChunkID] = {frame.base + entry.ChunkOffset, entry.ChunkLength};
         }
     }
     return chunks;
@@ -93,6 +92,13 @@ std::optional<uint64_t> NumberFor(const FrameInfo &frame, BUFFER_INFO_CMD comman
 {
     const auto answer = std::ranges::find(frame.answers, command, &InfoAnswer::command);
     return answer != frame.answers.end() ? NumberOf(answer->value) : std::nullopt;
+}
+
+bool LiesWithin(const SINGLE_CHUNK_DATA &chunk, uint64_t size)
+{
+    // A negative offset is larger than any size.
+    const auto offset = static_cast<uint64_t>(chunk.ChunkOffset);
+    return offset <= size && chunk.ChunkLength <= size - offset;
 }
 
 FrameInfo ReadFrameInfo(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer, const Features &remote)

@@ -50,6 +50,9 @@ struct FrameInfo
 /// The answer to a command as a number; none when it is something else.
 std::optional<uint64_t> NumberFor(const FrameInfo &frame, GenTL::BUFFER_INFO_CMD command);
 
+/// Whether a chunk lies in a buffer of so many bytes.
+bool LiesWithin(const GenTL::SINGLE_CHUNK_DATA &chunk, uint64_t size);
+
 /// @param remote features of the device, which give the chunks of a complete frame their meaning
 FrameInfo ReadFrameInfo(GenTL::internal::IGenTLProxy &calls, GenTL::DS_HANDLE stream,
                         GenTL::BUFFER_HANDLE buffer, const Features &remote);

@@ -1,5 +1,6 @@
 #include "consumer/producer_files.h"
 
+#include "consumer/folder.h"
 #include "lower/producer_discovery.h"
 #include "utils/environment.h"
 
@@ -37,15 +38,13 @@ std::vector<std::string> ProducersAt(const std::string &entry)
         return {entry};
     }
     std::vector<std::string> files;
-    std::error_code ignored;
-    for (const auto &found : fs::directory_iterator(entry, ignored))
+    for (const auto &found : EntriesIn(entry))
     {
-        if (isProducer(found.path()))
+        if (isProducer(found))
         {
-            files.push_back(found.path().string());
+            files.push_back(found.string());
         }
     }
-    std::ranges::sort(files);
     return files;
 }
 

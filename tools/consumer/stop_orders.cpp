@@ -32,6 +32,9 @@ constexpr StreamStep bareStart[] = {OpenStream, Allocate,    Queue,      AllToIn
                                     Register,   StartStream, StartDevice};
 constexpr StreamStep bareStop[] = {StopDevice, StopStream, InputToOutput, DiscardOutput, CloseStream};
 
+/// For a wait to end, once something is done to end it.
+constexpr std::chrono::seconds longestEnd(3);
+
 constexpr StopOrder orders[] = {
     {"Harvesters", "kill, flush, revoke", killStart, killStop, killEnd},
     {"Aravis", "end a waiting thread, flush, revoke", threadStart, threadStop, threadEnd},
@@ -100,9 +103,14 @@ SteppedStream::SteppedStream(internal::IGenTLProxy &calls, DEV_HANDLE device, co
 
 SteppedStream::~SteppedStream()
 {
-    if (m_waiting.valid())
+    if (m_waiter.joinable())
     {
         internal::CloseQuietly([this] { EndWait(); });
+    }
+    if (m_waiter.joinable())
+    {
+        m_stream = {}; // ends the wait where EventKill does not
+        m_waiting.wait_for(longestEnd) == std::future_status::ready ? m_waiter.join() : m_waiter.detach();
     }
 }
 
@@ -171,28 +179,36 @@ void SteppedStream::Queue()
 
 void SteppedStream::WaitInThread()
 {
-    m_waiting = std::async(std::launch::async,
-                           [this]
-                           {
-                               GC_ERROR code = GC_ERR_SUCCESS;
-                               while (code == GC_ERR_SUCCESS)
-                               {
-                                   EVENT_NEW_BUFFER_DATA data{};
-                                   size_t size = sizeof data;
-                                   code = m_calls.TryEventGetData(m_event, &data, &size, GENTL_INFINITE);
-                               }
-                               return code;
-                           });
+    std::packaged_task<GC_ERROR()> wait(
+        [&calls = m_calls, event = m_event]
+        {
+            GC_ERROR code = GC_ERR_SUCCESS;
+            while (code == GC_ERR_SUCCESS)
+            {
+                EVENT_NEW_BUFFER_DATA data{};
+                size_t size = sizeof data;
+                code = calls.TryEventGetData(event, &data, &size, GENTL_INFINITE);
+            }
+            return code;
+        });
+    m_waiting = wait.get_future();
+    m_waiter = std::thread(std::move(wait));
 }
 
 void SteppedStream::EndWait()
 {
     // A kill just before the wait begins may have no effect, so one is not enough.
     constexpr std::chrono::milliseconds again(20);
+    const auto end = std::chrono::steady_clock::now() + longestEnd;
     do
     {
+        if (std::chrono::steady_clock::now() > end)
+        {
+            throw GenTLException("EventKill does not end the wait for a frame", GC_ERR_TIMEOUT);
+        }
         m_calls.EventKill(m_event);
     } while (m_waiting.wait_for(again) != std::future_status::ready);
+    m_waiter.join();
     if (const auto code = m_waiting.get(); code != GC_ERR_ABORT)
     {
         throw GenTLException("The wait for a frame did not end with GC_ERR_ABORT", code);

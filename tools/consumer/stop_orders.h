@@ -12,6 +12,7 @@
 #include <future>
 #include <span>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace gentlctl
@@ -63,7 +64,8 @@ inline constexpr size_t buffersOfConsumers = 5;
 std::span<const StopOrder> StopOrders();
 
 /// A stream of a device that is taken step by step. The constructor opens it, and the destructor closes it
-/// with all that is left on it. For one thread.
+/// with all that is left on it. A thread whose wait for a frame nothing ends stays behind in the producer.
+/// For one thread.
 class SteppedStream
 {
 public:
@@ -124,7 +126,9 @@ private:
     size_t m_size = 0; ///< bytes of a buffer
     GenTL::EVENT_HANDLE m_event = nullptr;
     std::vector<GenTL::BUFFER_HANDLE> m_buffers;
-    std::future<GenTL::GC_ERROR> m_waiting; ///< valid while a thread waits; the end of the wait
+    // The end of a future of std::async would wait for the thread, even for one that never ends.
+    std::thread m_waiter; ///< joinable while a thread waits
+    std::future<GenTL::GC_ERROR> m_waiting;
 };
 
 } // namespace gentlctl

@@ -3,6 +3,7 @@
 // What most machines are set to, and what only some cameras need otherwise, is advice: an ordinary machine is
 // not to look broken.
 
+#include "consumer/folder.h"
 #include "doctor/doctor.h"
 
 #include <fmt/format.h>
@@ -45,12 +46,10 @@ std::optional<uint64_t> NumberIn(std::string_view text, int base = 10)
 std::vector<std::string> NamesIn(const fs::path &folder)
 {
     std::vector<std::string> names;
-    std::error_code ignored;
-    for (const auto &entry : fs::directory_iterator(folder, ignored))
+    for (const auto &entry : EntriesIn(folder))
     {
-        names.push_back(entry.path().filename().string());
+        names.push_back(entry.filename().string());
     }
-    std::ranges::sort(names);
     return names;
 }
 

@@ -1,3 +1,4 @@
+#include "consumer/folder.h"
 #include "doctor/doctor.h"
 
 #include <fmt/format.h>
@@ -44,14 +45,13 @@ std::vector<fs::path> ProducersOf(const fs::path &entry)
         return {entry};
     }
     std::vector<fs::path> files;
-    for (const auto &file : fs::directory_iterator(entry, ignored))
+    for (const auto &file : EntriesIn(entry))
     {
-        if (file.path().extension() == producerEnding)
+        if (file.extension() == producerEnding)
         {
-            files.push_back(file.path());
+            files.push_back(file);
         }
     }
-    std::ranges::sort(files);
     return files;
 }
 
@@ -59,11 +59,11 @@ std::vector<fs::path> ProducersOf(const fs::path &entry)
 fs::path FolderBelow(const fs::path &folder)
 {
     std::error_code ignored;
-    for (const auto &entry : fs::directory_iterator(folder, ignored))
+    for (const auto &entry : EntriesIn(folder))
     {
-        if (entry.is_directory(ignored) && !ProducersOf(entry.path()).empty())
+        if (fs::is_directory(entry, ignored) && !ProducersOf(entry).empty())
         {
-            return entry.path();
+            return entry;
         }
     }
     return {};

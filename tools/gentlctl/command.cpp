@@ -12,7 +12,7 @@
 namespace gentlctl
 {
 
-Commands::Commands(CLI::App &app) : m_app(app)
+Commands::Commands(CLI::App &app, CommonOptions defaults) : m_app(app), m_common(std::move(defaults))
 {
     app.add_option(
            "--producer", m_common.producer,

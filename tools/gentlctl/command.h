@@ -42,7 +42,8 @@ public:
 
     /// Declares the options of every command.
     /// @param app outlives this object
-    explicit Commands(CLI::App &app);
+    /// @param defaults what they are where the line does not name them
+    Commands(CLI::App &app, CommonOptions defaults);
     Commands(const Commands &) = delete;
     Commands &operator=(const Commands &) = delete;
 

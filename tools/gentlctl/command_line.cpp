@@ -13,6 +13,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace gentlctl
@@ -70,8 +71,8 @@ std::string FailureText(const CLI::App *app, const CLI::Error &error)
 
 } // namespace
 
-CommandLine::CommandLine()
-    : m_app(std::string(programDescription), std::string(programName)), m_commands(m_app)
+CommandLine::CommandLine(CommonOptions defaults)
+    : m_app(std::string(programDescription), std::string(programName)), m_commands(m_app, std::move(defaults))
 {
     m_app.require_subcommand(1);
     m_app.failure_message(FailureText);

@@ -11,7 +11,8 @@ namespace gentlctl
 class CommandLine
 {
 public:
-    CommandLine();
+    /// @param defaults what the options of every command are where the line does not name them
+    explicit CommandLine(CommonOptions defaults = {});
 
     const CLI::App &App() const { return m_app; }
 

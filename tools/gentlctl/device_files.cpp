@@ -39,8 +39,7 @@ std::vector<uint8_t> FetchFile(const Features &remote, const std::string &name)
     auto content = remote.Files().ReadFile(name);
     if (content.empty())
     {
-        throw std::runtime_error(
-            fmt::format("The file {} cannot be read from the device, or is empty", name));
+        throw std::runtime_error(fmt::format("The file {} on the device is empty", name));
     }
     return content;
 }

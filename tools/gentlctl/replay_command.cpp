@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <strings.h>
+#include <utility>
 #include <vector>
 
 namespace gentlctl
@@ -89,30 +90,13 @@ void SetEnvironment(const ReplayCommandOptions &command)
     }
 }
 
-/// The command line of the command to run on the recordings.
-Words ReplayedLine(const CommonOptions &options, const Json &recordings, const Words &rest)
+/// The producer that plays the recordings.
+std::string ProducerOf(const Json &recordings)
 {
     const bool areOfTheFamily = std::ranges::all_of(recordings, [](const Json &recording)
                                                     { return IsOfTheFamily(recording.at("model")); });
-    Words words{"gentlctl"};
-    const auto add = [&](const char *name, const std::string &value)
-    {
-        if (!value.empty() && std::ranges::find(rest, name) == rest.end())
-        {
-            words.insert(words.end(), {name, value});
-        }
-    };
-    // Another producer in GENICAM_GENTL64_PATH does not know the recordings.
     const auto proxy = areOfTheFamily ? ProxyProducerFile() : std::string();
-    const auto standard = [&] { return proxy.empty() ? AnyProducerFile() : proxy; };
-    add("--producer", options.producer.empty() ? standard() : options.producer);
-    add("--device", options.device);
-    if (options.json && std::ranges::find(rest, "--json") == rest.end())
-    {
-        words.emplace_back("--json");
-    }
-    words.insert(words.end(), rest.begin(), rest.end());
-    return words;
+    return proxy.empty() ? AnyProducerFile() : proxy;
 }
 
 int Replay(const CommonOptions &options, const ReplayCommandOptions &command, const Words &rest)
@@ -124,13 +108,21 @@ int Replay(const CommonOptions &options, const ReplayCommandOptions &command, co
         return success;
     }
     SetEnvironment(command);
-    auto words = ReplayedLine(options, recordings, rest.empty() ? Words{"list"} : rest);
+    auto defaults = options;
+    // Another producer in GENICAM_GENTL64_PATH does not know the recordings.
+    defaults.producer = options.producer.empty() ? ProducerOf(recordings) : options.producer;
+    Words words{"gentlctl"};
+    words.insert(words.end(), rest.begin(), rest.end());
+    if (rest.empty())
+    {
+        words.emplace_back("list");
+    }
     std::vector<char *> arguments;
     for (auto &word : words)
     {
         arguments.push_back(word.data());
     }
-    return CommandLine().Run(static_cast<int>(arguments.size()), arguments.data());
+    return CommandLine(std::move(defaults)).Run(static_cast<int>(arguments.size()), arguments.data());
 }
 
 constexpr auto replayFooter = "Runs another command of gentlctl on recorded cameras, in place of the real "

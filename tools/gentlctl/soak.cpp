@@ -156,7 +156,7 @@ SoakReport Soak(const SoakOptions &options, const SoakHooks &hooks, const Interr
     return Soaker(options, hooks, interrupt).Run();
 }
 
-std::vector<std::string> Findings(const SoakReport &report, const SoakOptions &options)
+std::vector<std::string> FaultsIn(const SoakReport &report, const SoakOptions &options)
 {
     std::vector<std::string> findings;
     const auto growth = report.Growth();

@@ -55,7 +55,7 @@ struct SoakHooks
 SoakReport Soak(const SoakOptions &options, const SoakHooks &hooks, const Interrupt &interrupt);
 
 /// What is wrong after a soak, a line each; empty when all is well.
-std::vector<std::string> Findings(const SoakReport &report, const SoakOptions &options);
+std::vector<std::string> FaultsIn(const SoakReport &report, const SoakOptions &options);
 
 /// "240 cycles, 2400 frames, 0 failures, memory 35.2 MiB (+0.1), 12 handles (+0), 3 threads (+0)".
 std::string ToText(const SoakReport &report);

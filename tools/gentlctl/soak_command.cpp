@@ -37,7 +37,7 @@ int RunSoak(const CommonOptions &options, const SoakCommandOptions &command)
     const auto eachMinute = [](const SoakReport &report) { Complain(ToText(report)); };
     const auto report = Soak(soak, {Complain, eachMinute}, interrupt);
     options.json ? PrintJson(ToJson(report)) : Print("{}\n", ToText(report));
-    const auto findings = Findings(report, soak);
+    const auto findings = FaultsIn(report, soak);
     for (const auto &finding : findings)
     {
         Complain(finding);

@@ -122,6 +122,10 @@ private:
         {
             samples->latencies.push_back(std::chrono::duration<double>(*age).count());
         }
+        else
+        {
+            m_result.noLatency = m_clock->Obstacle(); // which some frames alone reveal
+        }
     }
 
     const ThroughputOptions &m_options;
