@@ -140,7 +140,7 @@ INSTANTIATE_TEST_SUITE_P(
                      Level::WillHurt,
                      "is not there",
                      "add the category Root"}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 } // namespace
 } // namespace gentlctl

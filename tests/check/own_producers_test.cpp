@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                     // Its frames are large, and tell nothing new.
                     OwnCase{"SimulatorWithAForeignCamera", "producer_registry/qvr_gevgentl.pr_cti", "WIDE-G2",
                             "remote device", ofTail}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 } // namespace
 } // namespace gentlctl

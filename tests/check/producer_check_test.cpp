@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
                                "every consumer", "which lock or thread"},
                     DefectCase{"crashes on null", "handles", Level::Broken, "TLGetNumInterfaces",
                                "ends the process (Killed)", "every consumer", "check arguments"}),
-    [](const auto &info) { return NameOf(info.param.defect); });
+    [](const auto &row) { return NameOf(row.param.defect); });
 
 /// The findings of one area, each as "call, hurts".
 std::vector<std::string> CallsAndHurts(const std::string &defectName, const std::string &area)
@@ -170,7 +170,7 @@ INSTANTIATE_TEST_SUITE_P(
                     StopDefect{"keeps device",
                                {"DevClose with an open stream, rc_genicam_api",
                                 "DSClose after DevClose, consumers that trust the code"}}),
-    [](const auto &info) { return NameOf(info.param.defect); });
+    [](const auto &row) { return NameOf(row.param.defect); });
 
 TEST(ProducerCheck, GoesOnAfterACrash)
 {

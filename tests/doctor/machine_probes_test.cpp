@@ -25,7 +25,7 @@ INSTANTIATE_TEST_SUITE_P(
                             [](Machine &m)
                             { m.Write("sys/module/usbcore/parameters/usbfs_memory_mb", "16\n"); },
                             Level::WillHurt, "USB", "usbfs_memory_mb", "16 MB", "echo 1000 >"}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     OfTheNetwork, MachineAilment,
@@ -38,7 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
                             "ip link set dev eth0 mtu 9000"},
                     Ailment{"SlowCable", [](Machine &m) { m.Write("sys/class/net/eth0/speed", "100\n"); },
                             Level::WillHurt, "network", "eth0", "100 Mbit/s", "change the cable"}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     OfTheProcessor, MachineAilment,
@@ -48,7 +48,7 @@ INSTANTIATE_TEST_SUITE_P(
                             "host's processor"},
                     Ailment{"Untold", [](Machine &m) { m.Remove("proc/cpuinfo"); }, Level::WillHurt,
                             "processor", "/proc/cpuinfo", "no instruction set", "is /proc mounted?"}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 /// The findings of a probe as text.
 std::string TextOfProbe(Findings (*probe)(const Surroundings &), const Machine &machine)

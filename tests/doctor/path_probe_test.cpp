@@ -51,7 +51,7 @@ INSTANTIATE_TEST_SUITE_P(
                     StatusCase{"WillHurt", [](Machine &m) { m.Write("sys/class/net/eth0/speed", "100\n"); },
                                3},
                     StatusCase{"Broken", [](Machine &m) { m.surroundings.environment.clear(); }, 1}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 class PathAilment : public testing::TestWithParam<Ailment>
 {
@@ -107,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(
                 "path", "maker", "stands there twice", "take one of the two out"},
         Ailment{"NoProducerAtAll", [](Machine &m) { m.SetPath("/no/such/folder"); }, Level::Broken, "path",
                 "GENICAM_GENTL64_PATH", "leads to no producer", "export GENICAM_GENTL64_PATH="}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 TEST(ProducersInThePath, AreFilesAndTheContentOfFoldersEachOnce)
 {

@@ -84,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(
                 Level::Broken, "producer", "maker", "is a folder", "correct --producer"},
         Ailment{"NoDevice", [](Machine &m) { m.visits["maker.cti"].devices.clear(); }, Level::WillHurt,
                 "producer", "maker.cti", "lists no device", "connected and powered"}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     OfDevices, ProducerAilment,
@@ -100,7 +100,7 @@ INSTANTIATE_TEST_SUITE_P(
                             },
                             Level::WillHurt, "producer", "maker.cti, maker.cti", "M1, serial number 100",
                             "one adapter only"}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(
     OfLowerProducers, ProducerAilment,
@@ -123,7 +123,7 @@ INSTANTIATE_TEST_SUITE_P(
         Ailment{"AnotherOfOurs", [](Machine &m) { NameLower(m, m.PutLibrary("any/qvr_anygentl.cti")); },
                 Level::WillHurt, "lower producer", "qvr_proxygentl.cti", "one of these producers, too",
                 "the/camera/maker's.cti"}),
-    [](const auto &info) { return info.param.name; });
+    [](const auto &row) { return row.param.name; });
 
 INSTANTIATE_TEST_SUITE_P(OfTheVisionLibrary, ProducerAilment,
                          testing::Values(Ailment{"Missing",
@@ -133,7 +133,7 @@ INSTANTIATE_TEST_SUITE_P(OfTheVisionLibrary, ProducerAilment,
                                                  },
                                                  Level::Broken, "vision library", "qvr_proxygentl.cti",
                                                  "cannot open shared object file", "LD_LIBRARY_PATH="}),
-                         [](const auto &info) { return info.param.name; });
+                         [](const auto &row) { return row.param.name; });
 
 TEST(ProducerReport, BeginsWithTheLowerProducerWhoseFileIsNotThere)
 {

@@ -328,7 +328,7 @@ TEST_P(GentlctlXml, GivesTheDescriptionOfAModule)
 
 INSTANTIATE_TEST_SUITE_P(EachModule, GentlctlXml,
                          testing::Values("system", "interface", "device", "remote", "stream"),
-                         [](const auto &info) { return info.param; });
+                         [](const auto &row) { return row.param; });
 
 TEST(Gentlctl, ShowsEveryInfoOfEveryModule)
 {
@@ -704,7 +704,7 @@ TEST_P(GentlctlOnAFullDisk, FailsWhenItsOutputIsNotTaken)
 INSTANTIATE_TEST_SUITE_P(Each, GentlctlOnAFullDisk,
                          testing::Values("list", "info -d OVRA-M1", "xml", "get Width", "formats",
                                          "calibration -d OVRA-D1", "grab -n 1", "--help", "--json list"),
-                         [](const auto &info) { return TestName(info.param); });
+                         [](const auto &row) { return TestName(row.param); });
 
 TEST(Gentlctl, KeepsTheLogOutOfItsOutput)
 {
@@ -922,10 +922,10 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"check /nowhere.cti", 1, "gentlctl: There is no file /nowhere.cti\n"},
         Wrong{"list --producer " QVR_BIN_DIR, 1,
               "gentlctl: The folder " QVR_BIN_DIR " holds no producer, which is a file *.cti\n"},
-        Wrong{"files -d OVRA-D1 --upload /etc/hosts LensCalibrationData", 1,
+        Wrong{"files -d OVRA-D1 --upload " QVR_SOURCE_DIR "/LICENSE LensCalibrationData", 1,
               "gentlctl: The device does not write the file LensCalibrationData: it only lets it be read\n"},
         Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}),
-    [](const auto &info) { return TestName(info.param.arguments); });
+    [](const auto &row) { return TestName(row.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
     Value, GentlctlWithWrongInput,
@@ -961,7 +961,7 @@ INSTANTIATE_TEST_SUITE_P(
               "gentlctl: Cannot set Scan3dOutputMode to \"RectifiedC\": Enumeration entry not available; it "
               "takes "
               "UncalibratedC, CalibratedABC_Grid, CalibratedC\n"}),
-    [](const auto &info) { return TestName(info.param.arguments); });
+    [](const auto &row) { return TestName(row.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
     Usage, GentlctlWithWrongInput,
@@ -990,7 +990,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab -t 0", 2, "gentlctl: --timeout: Value 0 not in range 1 to 86400000 (see "},
         Wrong{"grab -f jpg", 2, "gentlctl: --format: jpg not in {png,tiff,npy,exr,raw,y4m} (see "},
         Wrong{"grab --view", 2, "gentlctl: --view requires --output (see gentlctl grab --help)\n"}),
-    [](const auto &info) { return TestName(info.param.arguments); });
+    [](const auto &row) { return TestName(row.param.arguments); });
 
 const std::string outsideOfCounts = " not in range 0 to 1000000000 (see ";
 
@@ -1046,7 +1046,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"grab --points pcd", 2, "gentlctl: --points requires --output (see "},
         Wrong{"grab -n 1 --trigger -d SIM-SIM0006", 1,
               "gentlctl: The device has no TriggerSoftware, which --trigger executes for each frame\n"}),
-    [](const auto &info) { return TestName(info.param.arguments); });
+    [](const auto &row) { return TestName(row.param.arguments); });
 
 TEST(Gentlctl, FailsWhenNoFrameIsComplete)
 {
@@ -1101,7 +1101,7 @@ INSTANTIATE_TEST_SUITE_P(
                     StatusCase{"get -m system -d SIM-FOREIGN", 0, ""},
                     StatusCase{"get -m interface -d SIM-FOREIGN", 0, ""},
                     StatusCase{"xml system -d SIM-FOREIGN", 0, ""}),
-    [](const auto &info) { return TestName(info.param.arguments); });
+    [](const auto &row) { return TestName(row.param.arguments); });
 
 TEST(Gentlctl, TellsHowToFindOutWhyAProducerDoesNotStart)
 {
