@@ -39,8 +39,8 @@ private:
 };
 
 /// Writes a recording into a new folder: the device first, then frames as they come. A reader finds every
-/// appended frame, even if the program ends without Finish; a recording that ends so before its first frame is
-/// removed. For one thread at a time. All operations throw Error when the disk is full or fails.
+/// appended frame, even if the program ends without Finish; a recording that ends so before its first frame
+/// is removed. For one thread at a time. All operations throw Error when the disk is full or fails.
 class RecordingWriter
 {
 public:
