@@ -46,7 +46,8 @@ void RunCheck(const Check &check, Bench &bench, const Send &send)
     }
     catch (const std::exception &failure)
     {
-        // Such as a count that no memory holds. The call is not known: what was open is closed by now.
+        // For example bad_alloc, for a count that no memory holds. Clean-up has made other calls since the
+        // one that failed.
         send({{"finding", ToJson({Level::Broken, check.area, "",
                                   fmt::format("{}: an answer leads to \"{}\"", check.states, failure.what()),
                                   "every consumer that trusts the answer: it ends or reads foreign memory",

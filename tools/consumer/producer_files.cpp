@@ -84,8 +84,7 @@ std::string AnyProducerBesideProgram()
     return BesideProgram({"anygentl/qvr_anygentl.cti", "qvr_anygentl/qvr_anygentl.cti"});
 }
 
-/// Whoever names a lower producer for the one producer of this program, and none for the other, means the
-/// one.
+/// A user who names a lower producer for only one of this program's producers means that one.
 bool IsAnyProducerMeant()
 {
     return IsSet(anyLowerVariable) && !IsSet(proxyLowerVariable) && !AnyProducerBesideProgram().empty();
@@ -97,7 +96,7 @@ std::string OwnProducerFile()
     return IsAnyProducerMeant() ? AnyProducerBesideProgram() : ProxyProducerFile();
 }
 
-/// Removes each file that is one before it.
+/// Removes the files that an earlier path leads to already.
 std::vector<std::string> EachOnce(const std::vector<std::string> &files)
 {
     std::vector<std::string> once;
