@@ -6,6 +6,7 @@
 #include "nodemap/node_access.h"
 #include "support/environment_variable.h"
 #include "support/plain_pixels.h"
+#include "support/sanitizer.h"
 
 #include <gtest/gtest.h>
 
@@ -64,7 +65,12 @@ struct Flips
 
 std::vector<Flips> FlipsOf(const TestedCamera &tested)
 {
-    return tested.hasMosaic ? std::vector<Flips>{{0, 0}, {1, 0}, {0, 1}, {1, 1}} : std::vector<Flips>{{0, 0}};
+    if (!tested.hasMosaic)
+    {
+        return {{0, 0}};
+    }
+    // The code takes the same way for each flip, which is all that a sanitizer sees.
+    return hasSanitizer ? std::vector<Flips>{{1, 0}} : std::vector<Flips>{{0, 0}, {1, 0}, {0, 1}, {1, 1}};
 }
 
 void UseRegion(const gentlctl::Features &remote, const TestedCamera &tested)

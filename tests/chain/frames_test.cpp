@@ -2,6 +2,7 @@
 
 #include "consumer.h"
 #include "frame_check.h"
+#include "support/sanitizer.h"
 
 #include <gtest/gtest.h>
 
@@ -16,6 +17,8 @@ namespace
 {
 
 constexpr int buffersQueued = 4;
+// A sanitizer sees as much in fewer.
+constexpr uint64_t framesTaken = hasSanitizer ? 2000 : 10000;
 
 const uint8_t *BaseOf(Camera &camera, BUFFER_HANDLE buffer)
 {
@@ -50,7 +53,7 @@ class FramesOf : public testing::TestWithParam<const char *>
 {
 };
 
-TEST_P(FramesOf, TenThousandArriveWholeAndInOrder)
+TEST_P(FramesOf, ArriveWholeAndInOrder)
 {
     // Frames of the whole sensor take minutes, so they are sent on request only.
     const bool isFullSize = std::getenv("QVR_TEST_FULL_SIZE") != nullptr;
@@ -65,13 +68,13 @@ TEST_P(FramesOf, TenThousandArriveWholeAndInOrder)
     camera.RegisterEvent();
     camera.Start();
     uint64_t nextFrame = 1;
-    while (nextFrame <= 10000 && !HasFatalFailure())
+    while (nextFrame <= framesTaken && !HasFatalFailure())
     {
         TakeBurst(camera, nextFrame);
         camera.Remote().Execute("AcquisitionStart");
     }
     EXPECT_EQ(camera.StreamInfo(STREAM_INFO_NUM_UNDERRUN), 0U);
-    EXPECT_EQ(camera.StreamInfo(STREAM_INFO_NUM_DELIVERED), 10000U);
+    EXPECT_EQ(camera.StreamInfo(STREAM_INFO_NUM_DELIVERED), framesTaken);
     camera.Stop(ACQ_STOP_FLAGS_KILL);
 }
 
