@@ -311,3 +311,20 @@ TEST(RecordAndReplay, GiveTheDepthPicturesOfACamera)
     EXPECT_FALSE(ContentOf(path("again") + "/frame-00001.tiff") ==
                  ContentOf(path("again") + "/frame-00002.tiff"));
 }
+
+TEST(Record, NamesTheEventsThatItDoesNotRecord)
+{
+    const Folder folder;
+    const auto record = [&](const char *name, const std::string &settings)
+    { return Gentlctl("record -d OVRA-M5 -n 1 -o " + (folder.Path() / name).string() + small + settings); };
+    const std::string warning = "gentlctl: The events of the camera are not recorded: ";
+    const auto quiet = record("quiet", "");
+    EXPECT_EQ(quiet.output.find(warning), std::string::npos) << quiet.output;
+    const auto noisy = record("noisy", "-s EventSelector=ExposureEnd -s EventNotification=On "
+                                       "-s EventSelector=Test");
+    EXPECT_EQ(noisy.status, 0);
+    EXPECT_NE(noisy.output.find(warning + "ExposureEnd. A replay sends none\n"), std::string::npos)
+        << noisy.output;
+    EXPECT_EQ(JsonOf("replay " + (folder.Path() / "noisy").string() + " get EventSelector EventNotification"),
+              (Json{{"EventSelector", "Test"}, {"EventNotification", "Off"}}));
+}

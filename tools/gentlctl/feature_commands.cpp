@@ -1,6 +1,7 @@
 #include "consumer/features.h"
 #include "consumer/modules.h"
 #include "consumer/name_patterns.h"
+#include "consumer/selected_entries.h"
 #include "gentlctl/assignments.h"
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
@@ -11,7 +12,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <exception>
 #include <memory>
 #include <optional>
@@ -46,12 +46,8 @@ bool SendsChunks(const Features &remote)
     {
         return isOn("ChunkModeActive");
     }
-    const auto isEnabled = [&](const std::string &chunk)
-    {
-        remote.Set("ChunkSelector", chunk);
-        return chunk != "Image" && isOn("ChunkEnable");
-    };
-    return std::ranges::any_of(remote.AvailableEntries("ChunkSelector"), isEnabled);
+    const auto isSent = [&](const std::string &chunk) { return chunk != "Image" && isOn("ChunkEnable"); };
+    return !EntriesWhere(remote, "ChunkSelector", isSent).empty();
 }
 
 /// Values of the features in the chunks of a frame: of the named ones, or of all.
