@@ -25,7 +25,7 @@ ACCESS_CONTROL = 3
 EVENT_NEW_BUFFER = 1
 FLUSH_ALL_DISCARD = 4
 DEVICE_INFO = {"model": 2, "user name": 6, "serial number": 7}
-STREAM_INFO = {"payload size": 7}
+STREAM_INFO = {"payload size": 7, "defines payload size": 9}
 BUFFER_INFO = {"base": 0, "incomplete": 7, "width": 10, "height": 11, "padding": 14, "id": 16, "offset": 18,
                "format": 20, "timestamp": 28}
 PART_INFO = {"base": 0, "format": 3, "width": 5, "height": 6, "padding": 9}
@@ -127,16 +127,21 @@ class Features:
         self._write(command, self._integer(command, "CommandValue"))
 
     def get(self, name):
+        """A number, or the name of an enumeration's entry."""
         node = self._node(name)
-        if node.find("{*}Value") is not None:
-            return int(node.findtext("{*}Value"), 0)
-        register = self._register(node)
-        return self._decode(register, self._read(self._integer(register, "Address"), self._length(register)))
+        value = self._number(node)
+        entries = self._entries(node)
+        if not entries:
+            return value
+        names = [entry for entry in entries if self._integer(entries[entry], "Value") == value]
+        if not names:
+            raise Error(f"{name} has no entry with the value {value}")
+        return names[0]
 
     def set(self, name, value):
         """Sets a number, or an enumeration by the name of its entry."""
         node = self._node(name)
-        entries = {entry.get("Name"): entry for entry in node.findall("{*}EnumEntry")}
+        entries = self._entries(node)
         if entries:
             if value not in entries:
                 raise Error(f"{name} has no entry {value}; it has {', '.join(entries)}")
@@ -161,6 +166,10 @@ class Features:
         return self._nodes[name]
 
     @staticmethod
+    def _entries(node):
+        return {entry.get("Name"): entry for entry in node.findall("{*}EnumEntry")}
+
+    @staticmethod
     def _kind(node):
         return node.tag.rpartition("}")[2]
 
@@ -175,7 +184,13 @@ class Features:
     def _integer(self, node, what):
         """The sum of the literals <what> and of the nodes <pWhat> names: an address has several."""
         literals = sum(int(element.text, 0) for element in node.findall("{*}" + what))
-        return literals + sum(self.get(element.text) for element in node.findall("{*}p" + what))
+        return literals + sum(self._number(self._node(element.text)) for element in node.findall("{*}p" + what))
+
+    def _number(self, node):
+        if node.find("{*}Value") is not None:
+            return int(node.findtext("{*}Value"), 0)
+        register = self._register(node)
+        return self._decode(register, self._read(self._integer(register, "Address"), self._length(register)))
 
     def _length(self, register):
         return self._integer(register, "Length")
@@ -270,7 +285,7 @@ class Camera:
     def frames(self, count, buffers=4, timeout_ms=5000):
         """Starts the camera and yields `count` frames. The camera stops when the loop ends, however it ends."""
         producer, stream = self._producer, self._stream
-        size = producer.info("DSGetInfo", stream, STREAM_INFO["payload size"])
+        size = self._payload_size()
         event = producer.handle("GCRegisterEvent", stream, EVENT_NEW_BUFFER)
         memories = {}
         try:
@@ -298,6 +313,12 @@ class Camera:
             for buffer in memories:
                 producer.call("DSRevokeBuffer", stream, ctypes.c_void_p(buffer), None, None)
             producer.call("GCUnregisterEvent", stream, EVENT_NEW_BUFFER)
+
+    def _payload_size(self):
+        """Bytes of a frame. A producer need not know them; then the camera does."""
+        if self._producer.info("DSGetInfo", self._stream, STREAM_INFO["defines payload size"], default=1):
+            return self._producer.info("DSGetInfo", self._stream, STREAM_INFO["payload size"])
+        return self.features.get("PayloadSize")
 
     def _open(self, wanted):
         """Tries the cameras one after the other. close() undoes the openings, the last one first."""

@@ -126,6 +126,9 @@ public:
         Write(node, Integer(node, "CommandValue"));
     }
 
+    /// Of a feature that is a whole number.
+    uint64_t GetInteger(const char *name) const { return ReadInteger(Node(name)); }
+
     /// The value as the register has it: a double for a Float, a whole number otherwise.
     template <typename T>
     requires std::is_arithmetic_v<T>
@@ -409,10 +412,7 @@ public:
     /// Starts the camera. It stops when this object ends. Set PixelFormat, region and mode before.
     void Start(int buffers = 4)
     {
-        size_t size = 0;
-        size_t answer = sizeof size;
-        GenTL::INFO_DATATYPE type = 0;
-        GENTL_CALL(m_producer, DSGetInfo, m_stream, GenTL::STREAM_INFO_PAYLOAD_SIZE, &type, &size, &answer);
+        const size_t size = PayloadSize();
         GENTL_CALL(m_producer, GCRegisterEvent, m_stream, GenTL::EVENT_NEW_BUFFER, &m_event);
         m_closing.push_back(
             [this] { GENTL_CALL(m_producer, GCUnregisterEvent, m_stream, GenTL::EVENT_NEW_BUFFER); });
@@ -440,6 +440,36 @@ public:
 
 private:
     using Id = char[1024];
+
+    /// Bytes of a frame. A producer need not know them; then the camera does.
+    size_t PayloadSize() const
+    {
+        return DefinesPayloadSize() ? Info<size_t>(GenTL::STREAM_INFO_PAYLOAD_SIZE)
+                                    : m_features->GetInteger("PayloadSize");
+    }
+
+    /// A producer that does not understand the question is asked for the size itself.
+    bool DefinesPayloadSize() const
+    {
+        try
+        {
+            return Info<GenTL::bool8_t>(GenTL::STREAM_INFO_DEFINES_PAYLOADSIZE) != 0;
+        }
+        catch (const std::exception &)
+        {
+            return true;
+        }
+    }
+
+    template <typename T>
+    T Info(GenTL::STREAM_INFO_CMD command) const
+    {
+        T answer{};
+        size_t size = sizeof answer;
+        GenTL::INFO_DATATYPE type = 0;
+        GENTL_CALL(m_producer, DSGetInfo, m_stream, command, &type, &answer, &size);
+        return answer;
+    }
 
     void Open(const std::string &wanted)
     {

@@ -165,7 +165,7 @@ static uint64_t ReadNumber(xmlDoc *document, const char *node, const char *eleme
     const uint64_t number = strtoull(text, &end, 0);
     if (end == text)
     {
-        Fail("The command is no plain register: use a GenApi library");
+        Fail("A feature is no plain register: use a GenApi library");
     }
     return number;
 }
@@ -178,6 +178,34 @@ static void Execute(PORT_HANDLE port, xmlDoc *document, const char *command)
     size_t size = ReadNumber(document, place, "Length");
     const uint64_t value = ReadNumber(document, command, "CommandValue");
     CALL(GCWritePort, port, ReadNumber(document, place, "Address"), &value, &size); /* little-endian */
+}
+
+/* The value of a register of at most eight bytes. */
+static uint64_t ReadRegister(PORT_HANDLE port, xmlDoc *document, const char *feature)
+{
+    char place[TEXT];
+    ReadText(document, feature, "pValue", place);
+    uint64_t value = 0; /* little-endian */
+    size_t size = ReadNumber(document, place, "Length");
+    CALL(GCReadPort, port, ReadNumber(document, place, "Address"), &value, &size);
+    return value;
+}
+
+/* Bytes of a frame. A producer need not know them; then the camera does. */
+static size_t PayloadSize(DS_HANDLE stream, PORT_HANDLE port, xmlDoc *document)
+{
+    bool8_t defined = 1;
+    size_t payload = 0;
+    size_t size = sizeof defined;
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    GENTL(DSGetInfo)(stream, STREAM_INFO_DEFINES_PAYLOADSIZE, &type, &defined, &size);
+    if (!defined)
+    {
+        return ReadRegister(port, document, "PayloadSize");
+    }
+    size = sizeof payload;
+    CALL(DSGetInfo, stream, STREAM_INFO_PAYLOAD_SIZE, &type, &payload, &size);
+    return payload;
 }
 
 static uint64_t BufferNumber(DS_HANDLE stream, BUFFER_HANDLE buffer, BUFFER_INFO_CMD what)
@@ -246,11 +274,8 @@ static void Grab(DS_HANDLE stream, PORT_HANDLE port, xmlDoc *document)
 {
     EVENT_HANDLE event = NULL;
     BUFFER_HANDLE buffers[BUFFERS];
-    size_t payload = 0;
-    size_t size = sizeof payload;
-    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    const size_t payload = PayloadSize(stream, port, document);
     CALL(GCRegisterEvent, stream, EVENT_NEW_BUFFER, &event);
-    CALL(DSGetInfo, stream, STREAM_INFO_PAYLOAD_SIZE, &type, &payload, &size);
     for (int i = 0; i < BUFFERS; ++i)
     {
         CALL(DSAllocAndAnnounceBuffer, stream, payload, NULL, &buffers[i]);

@@ -39,12 +39,12 @@ public:
         m_userName = std::move(name);
     }
 
-    /// The value last kept for the feature, until GCCloseLib; 0 at first.
-    int64_t Kept(const std::string &feature) const
+    /// The value last kept for the feature, until GCCloseLib.
+    int64_t Kept(const std::string &feature, int64_t atFirst = 0) const
     {
         const std::lock_guard lock(m_mutex);
         const auto found = m_kept.find(feature);
-        return found == m_kept.end() ? 0 : found->second;
+        return found == m_kept.end() ? atFirst : found->second;
     }
 
     void Keep(const std::string &feature, int64_t value)

@@ -2,6 +2,7 @@
 
 #include "simulator/cameras/area_camera.h"
 #include "simulator/cameras/descriptions.h"
+#include "simulator/cameras/network_control.h"
 #include "simulator/cameras/wide_gige_controls.h"
 
 #include <algorithm>
@@ -14,6 +15,13 @@ namespace
 
 /// The registers of WIDE-G2. The description has the same addresses.
 constexpr WideRegister wideGigERegisters[] = {
+    {addressConfiguration, 0x14, true},
+    {currentAddress, 0x24, true},
+    {currentMask, 0x34, true},
+    {currentGateway, 0x44, true},
+    {persistentAddresses[0], 0x64C, true},
+    {persistentAddresses[1], 0x65C, true},
+    {persistentAddresses[2], 0x66C, true},
     {"TimestampLatch", 0x944, true},
     {"TimestampLatchValue", 0x948, true},
     {"SensorWidth", 0x10000, true},
@@ -98,7 +106,9 @@ CameraModel WideGigE()
                                                                .blockSize = 4096}},
                              {.width = 1600, .height = 1200, .stepX = 4, .stepY = 2},
                              WideGigEFormatFeatures(), Makes<ReadoutFormatControl>());
+    camera.features = Joined({camera.features, NetworkSettingFeatures()});
     camera.controls.push_back(Makes<ChunkBytesControl>());
+    camera.controls.push_back(Makes<NetworkControl>());
     return camera;
 }
 

@@ -6,6 +6,9 @@
 
 #include <cstdlib>
 #include <map>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace GenTL::simulator
 {
@@ -13,7 +16,52 @@ namespace GenTL::simulator
 namespace
 {
 
-constexpr std::string_view lightEnding = "_intensity";
+/// What a picture shows, by the ending of its name.
+enum class Shows
+{
+    Depth,
+    Light,
+    Nothing ///< that is replayed
+};
+
+struct NameEnding
+{
+    std::string_view text;
+    Shows shows;
+};
+
+/// Those of this simulator, then those of the files that `gentlctl grab` writes.
+constexpr NameEnding nameEndings[] = {{"_intensity", Shows::Light},
+                                      {"-range", Shows::Depth},
+                                      {"-intensity", Shows::Light},
+                                      {"-confidence", Shows::Nothing}};
+
+/// What a picture shows, and the name that it shares with the others of its frame.
+std::pair<Shows, std::string> Interpreted(const std::filesystem::path &file)
+{
+    const std::string stem = file.stem();
+    for (const auto &[ending, shows] : nameEndings)
+    {
+        if (stem.ends_with(ending))
+        {
+            return {shows, stem.substr(0, stem.size() - ending.size())};
+        }
+    }
+    return {Shows::Depth, stem};
+}
+
+/// @throws Error GC_ERR_IO: the folder has a recording and no pictures.
+void RefuseRecording(const std::filesystem::path &folder)
+{
+    std::error_code ignored;
+    if (std::filesystem::exists(folder / recording::deviceFile, ignored) && ImageFiles(folder).empty())
+    {
+        throw Error(GC_ERR_IO,
+                    "{} is a recording: replay it with gentlctl replay or QVR_SIM_RECORDING, or make depth "
+                    "pictures of it for QVR_SIM_DEPTH",
+                    folder.string());
+    }
+}
 
 std::filesystem::path CalibrationFile(const std::filesystem::path &folder)
 {
@@ -139,6 +187,7 @@ std::optional<DepthReplay> FindDepthReplay(double defaultScale)
     {
         return std::nullopt;
     }
+    RefuseRecording(folder);
     const std::filesystem::path file = CalibrationFile(folder);
     QvrCalibration read{};
     QvrReason reason{};
@@ -158,31 +207,26 @@ DepthPictures::DepthPictures(const DepthReplay &replay)
     : m_replay(replay), m_library(LoadImageLibrary()), m_otherIndex(SIZE_MAX)
 {
     std::map<std::string, std::filesystem::path> lights;
-    std::vector<std::filesystem::path> depths;
+    std::vector<std::pair<std::string, std::filesystem::path>> depths;
     for (const auto &file : ImageFiles(replay.folder))
     {
-        const std::string stem = file.stem();
-        if (stem.ends_with(lightEnding))
+        auto [shows, name] = Interpreted(file);
+        if (shows == Shows::Light)
         {
-            lights[stem.substr(0, stem.size() - lightEnding.size())] = file;
+            lights[name] = file;
         }
-        else
+        else if (shows == Shows::Depth)
         {
-            depths.push_back(file);
+            depths.emplace_back(std::move(name), file);
         }
     }
     if (depths.empty())
     {
-        if (std::error_code ignored; std::filesystem::exists(replay.folder / recording::deviceFile, ignored))
-        {
-            throw Error(GC_ERR_IO, "{} is a recording: set QVR_SIM_RECORDING to it, not QVR_SIM_DEPTH",
-                        replay.folder.string());
-        }
         throw Error(GC_ERR_IO, "There are no depth pictures in {}", replay.folder.string());
     }
-    for (const auto &file : depths)
+    for (const auto &[name, file] : depths)
     {
-        const auto light = lights.find(file.stem());
+        const auto light = lights.find(name);
         m_files.push_back({file, light == lights.end() ? std::filesystem::path() : light->second});
     }
     const size_t pictureBytes = size_t{replay.lens.width} * replay.lens.height * 2 * sizeof(uint16_t);

@@ -145,8 +145,13 @@ uint32_t Buffer::NumParts() const
     {
         return 0;
     }
-    return frame->answers ? frame->answers->Parts()
-                          : static_cast<uint32_t>(frame->order.settings->parts.size());
+    if (frame->answers)
+    {
+        return frame->answers->Parts();
+    }
+    // A part that begins behind the end of a small buffer did not arrive.
+    return static_cast<uint32_t>(std::ranges::count_if(
+        frame->order.settings->parts, [&](const FramePart &part) { return part.offset < frame->filled; }));
 }
 
 /// Whether a recorded frame answers: all that is about the frame, and not about the buffer that it is in.
@@ -251,7 +256,7 @@ Info Buffer::GetPartInfo(uint32_t index, BUFFER_PART_INFO_CMD command) const
     case BUFFER_PART_INFO_BASE:
         return Info::Pointer(static_cast<uint8_t *>(m_base) + part.offset);
     case BUFFER_PART_INFO_DATA_SIZE:
-        return Info::Size(std::min(part.image.Bytes(), frame->filled - std::min(part.offset, frame->filled)));
+        return Info::Size(std::min(part.image.Bytes(), frame->filled - part.offset));
     case BUFFER_PART_INFO_DATA_TYPE:
         return Info::Size(part.Type());
     case BUFFER_PART_INFO_SOURCE_ID:

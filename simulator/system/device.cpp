@@ -1,6 +1,7 @@
 #include "simulator/system/device.h"
 
 #include "simulator/cameras/camera.h"
+#include "simulator/cameras/network_control.h"
 #include "simulator/clock.h"
 #include "simulator/features/description.h"
 #include "simulator/recordings/recorded_answer.h"
@@ -14,6 +15,11 @@ namespace
 
 constexpr const char *deviceInformation = "DeviceInformation";
 constexpr uint64_t deviceLost = 0xA001; ///< an EventID
+
+bool IsOnNetwork(const CameraModel &model)
+{
+    return model.ipAddress != 0;
+}
 
 std::vector<Feature> NetworkFeatures(const CameraModel &model)
 {
@@ -66,9 +72,9 @@ std::vector<Feature> DeviceInformationFeatures(const CameraModel &model)
 
 std::vector<Feature> DeviceModuleFeatures(const CameraModel &model)
 {
-    const bool isOnNetwork = model.ipAddress != 0;
     return Joined({DeviceInformationFeatures(model),
-                   isOnNetwork ? NetworkFeatures(model) : std::vector<Feature>(), StreamListFeatures()});
+                   IsOnNetwork(model) ? NetworkFeatures(model) : std::vector<Feature>(),
+                   StreamListFeatures()});
 }
 
 std::string DescriptionOf(const CameraModel &model)
@@ -111,6 +117,10 @@ Device::Device(HandleTable &handles, CameraUnit &unit, DEVICE_ACCESS_FLAGS acces
       m_unit(unit), m_access(access), m_camera(OpenCamera(handles, unit, access != DEVICE_ACCESS_READONLY))
 {
     unit.Retire(nullptr);
+    if (IsOnNetwork(unit.Model()))
+    {
+        Features().SetInteger("GevDeviceIPAddress", unit.Kept(currentAddress, unit.Model().ipAddress));
+    }
 }
 
 Info Device::GetInfo(DEVICE_INFO_CMD command) const

@@ -1,5 +1,6 @@
 #include "simulator/system/interface.h"
 
+#include "simulator/cameras/network_control.h"
 #include "simulator/clock.h"
 #include "simulator/features/description.h"
 
@@ -18,6 +19,33 @@ constexpr uint64_t deviceListChanged = 0xA002; ///< an EventID
 bool IsOnNetwork(const InterfaceModel &model)
 {
     return model.ipAddress != 0;
+}
+
+/// A feature that an address is forced by, and that of the camera that shows it.
+struct ForcedFeature
+{
+    const char *name;
+    const char *toolTip;
+    const char *ofCamera;
+};
+
+constexpr ForcedFeature forcedFeatures[] = {
+    {"GevDeviceForceIPAddress", "Address for GevDeviceForceIP.", currentAddress},
+    {"GevDeviceForceSubnetMask", "Subnet mask for GevDeviceForceIP.", currentMask},
+    {"GevDeviceForceGateway", "Gateway for GevDeviceForceIP.", currentGateway},
+};
+
+std::vector<Feature> ForceFeatures(const char *category)
+{
+    std::vector<Feature> features;
+    for (const auto &[name, toolTip, ofCamera] : forcedFeatures)
+    {
+        features.push_back(
+            Integer(category, name, toolTip).SelectedBy("DeviceSelector").Representation("IPV4Address"));
+    }
+    features.push_back(
+        Command(category, "GevDeviceForceIP", "Gives the device another address until it restarts."));
+    return features;
 }
 
 std::vector<Feature> NetworkFeatures(const char *category)
@@ -64,7 +92,9 @@ std::vector<Feature> InterfaceFeatures(const InterfaceModel &model)
         ofDevice("DeviceModelName", "Model of the device.", 32),
         ofDevice("DeviceSerialNumber", "Serial number of the device.", 32),
     };
-    return IsOnNetwork(model) ? Joined({std::move(features), NetworkFeatures(devices)}) : features;
+    return IsOnNetwork(model)
+               ? Joined({std::move(features), NetworkFeatures(devices), ForceFeatures(devices)})
+               : features;
 }
 
 std::string Description(const InterfaceModel &model)
@@ -124,6 +154,10 @@ Interface::Interface(HandleTable &handles, const InterfaceModel &model, std::vec
       m_model(model), m_cameras(std::move(cameras)), m_opened(m_cameras.size())
 {
     Features().AfterWrite("DeviceUpdateList", [this] { UpdateList(); });
+    if (IsOnNetwork(m_model))
+    {
+        Features().AfterWrite("GevDeviceForceIP", [this] { ForceAddress(); });
+    }
 }
 
 bool Interface::UpdateList()
@@ -162,17 +196,38 @@ void Interface::ShowDevices()
     Features().SetInteger("DeviceIndexMax", std::max<int64_t>(count - 1, 0));
     for (int64_t i = 0; i < count; ++i)
     {
-        const auto &model = m_cameras[m_listed[static_cast<size_t>(i)]]->Model();
+        const auto &camera = *m_cameras[m_listed[static_cast<size_t>(i)]];
+        const auto &model = camera.Model();
         Features().SetText({"DeviceID", i}, model.Id());
         Features().SetText({"DeviceVendorName", i}, model.vendor);
         Features().SetText({"DeviceModelName", i}, model.model);
         Features().SetText({"DeviceSerialNumber", i}, model.SerialNumber());
         if (IsOnNetwork(m_model))
         {
-            Features().SetInteger({"GevDeviceIPAddress", i}, model.ipAddress);
+            Features().SetInteger({"GevDeviceIPAddress", i}, camera.Kept(currentAddress, model.ipAddress));
             Features().SetInteger({"GevDeviceMACAddress", i}, model.MacAddress());
         }
     }
+}
+
+void Interface::ForceAddress()
+{
+    const std::lock_guard lock(m_listMutex); // behind that of the features, which a write holds
+    const auto selected = static_cast<size_t>(Features().Integer("DeviceSelector"));
+    if (selected >= m_listed.size())
+    {
+        throw Error(GC_ERR_NOT_AVAILABLE, "There is no device {}", selected);
+    }
+    const size_t index = m_listed[selected];
+    if (OpenedDevice(index))
+    {
+        throw Error(GC_ERR_RESOURCE_IN_USE, "The device is open, and keeps its address");
+    }
+    for (const auto &feature : forcedFeatures)
+    {
+        m_cameras[index]->Keep(feature.ofCamera, Features().Integer(feature.name));
+    }
+    ShowDevices();
 }
 
 uint32_t Interface::NumDevices() const

@@ -57,6 +57,7 @@ private:
     std::shared_ptr<Device> OpenedDevice(size_t index) const;
     std::vector<size_t> PluggedCameras() const;
     void ShowDevices();
+    void ForceAddress();
 
     const InterfaceModel &m_model;
     const std::vector<CameraUnit *> m_cameras;

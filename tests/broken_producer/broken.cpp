@@ -209,6 +209,23 @@ struct NoTime : Sound
     }
 };
 
+/// No defect: GenTL lets a producer leave the payload size to the camera.
+struct LeavesPayloadSize : Sound
+{
+    GC_ERROR DSGetInfo(DS_HANDLE stream, STREAM_INFO_CMD command, INFO_DATATYPE *type, void *out,
+                       size_t *size) override
+    {
+        const bool isAsked =
+            command == STREAM_INFO_DEFINES_PAYLOADSIZE || command == STREAM_INFO_PAYLOAD_SIZE;
+        const auto result = Sound::DSGetInfo(stream, command, type, out, size);
+        if (isAsked && out != nullptr)
+        {
+            std::memset(out, 0, *size);
+        }
+        return result;
+    }
+};
+
 struct TooMuchFilled : Sound
 {
     GC_ERROR DSGetBufferInfo(DS_HANDLE stream, BUFFER_HANDLE buffer, BUFFER_INFO_CMD command,
@@ -409,6 +426,7 @@ constexpr std::array defects{
     Defect{"short reads", Make<ShortReads>},
     Defect{"no url", Make<NoUrl>},
     Defect{"no time", Make<NoTime>},
+    Defect{"leaves payload size", Make<LeavesPayloadSize>},
     Defect{"too much filled", Make<TooMuchFilled>},
     Defect{"no parts", Make<NoParts>},
     Defect{"loses user pointer", Make<LosesUserPointer>},

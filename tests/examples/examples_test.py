@@ -1,4 +1,7 @@
-"""Runs the examples over the simulated cameras: examples_test.py FOLDER-OF-EXAMPLES FOLDER-OF-PROGRAMS"""
+"""Runs the examples over the simulated cameras:
+
+    examples_test.py FOLDER-OF-EXAMPLES FOLDER-OF-PROGRAMS BROKEN-PRODUCER
+"""
 
 import os
 import re
@@ -9,7 +12,7 @@ import unittest.mock
 
 import numpy
 
-EXAMPLES, PROGRAMS = sys.argv[1:3]
+EXAMPLES, PROGRAMS, BROKEN = sys.argv[1:4]
 sys.path.insert(0, EXAMPLES)
 import gentl  # noqa: E402
 
@@ -109,6 +112,19 @@ class Features(unittest.TestCase):
             with self.assertRaisesRegex(gentl.Error, "PixelFormat has no entry Mono99; it has Mono8, "):
                 camera.features.set("PixelFormat", "Mono99")
 
+    def test_that_are_enumerations_have_the_names_of_their_entries(self):
+        with gentl.Camera("OVRA-F1") as camera:
+            self.assertEqual(camera.features.get("PixelFormat"), "Mono8")
+            camera.features.set("PixelFormat", "Mono12p")
+            self.assertEqual(camera.features.get("PixelFormat"), "Mono12p")
+            self.assertEqual(camera.features.get("ChunkSelector"), "Image")
+            self.assertEqual(camera.features.get("ChunkModeActive"), 0)
+
+    def test_that_hold_no_entry_tell_their_number(self):
+        with gentl.Camera("OVRA-F1") as camera, unittest.mock.patch.object(camera.features, "_number", return_value=77):
+            with self.assertRaisesRegex(gentl.Error, "PixelFormat has no entry with the value 77"):
+                camera.features.get("PixelFormat")
+
     def test_that_the_camera_refuses_tell_its_reason(self):
         with gentl.Camera("OVRA-F1") as camera, self.assertRaisesRegex(gentl.Error, r"GCWritePort: .*\(-10"):
             camera.features.set("Width", 1_000_000)
@@ -125,6 +141,13 @@ class Features(unittest.TestCase):
 
 
 class Programs(unittest.TestCase):
+    def test_ask_the_camera_for_a_payload_size_that_the_producer_leaves_to_it(self):
+        leaving = {"GENICAM_GENTL64_PATH": BROKEN, "BROKEN_DEFECT": "leaves payload size"}
+        with unittest.mock.patch.dict(os.environ, leaving):
+            self.assertEqual(self.run_program(f"{PROGRAMS}/example_grab_c").count("2448 x 2048, mean 1"), 10)
+            self.assertEqual(self.run_program(f"{PROGRAMS}/example_grab", "OVRA-M1").count("1280 x 1024, mean 1"), 10)
+            self.assertEqual(self.run_python("grab.py", "OVRA-M1").count(" (1024, 1280) uint8 mean 1"), 10)
+
     def run_program(self, *command):
         return subprocess.run(command, check=True, capture_output=True, text=True, timeout=60).stdout
 

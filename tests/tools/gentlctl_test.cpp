@@ -835,6 +835,20 @@ TEST(Gentlctl, ShowsTheChunksOfAFrame)
     EXPECT_EQ(Json::parse(ContentOf(folder.Path() / "frame-00001.json"))["chunks"], chunks);
 }
 
+TEST(Gentlctl, TellsWhyAFrameHasNoChunks)
+{
+    const std::string depth = "get -m frame -d OVRA-D1 -s ChunkModeActive=true";
+    const std::string switchedOn = depth + " -s ChunkSelector=FrameID -s ChunkEnable=true";
+    const auto *const advice = "gentlctl: The frame has no chunks: switch them on with ";
+    EXPECT_EQ(Gentlctl("get -m frame -d OVRA-D1").output.find(advice), 0U);
+    EXPECT_EQ(Gentlctl(depth).output.find(advice), 0U) << "the image alone is a chunk";
+    const auto *const cause = "gentlctl: The frame has no chunks, although they are switched on: ";
+    EXPECT_EQ(Gentlctl(switchedOn).output.find(cause), 0U);
+    EXPECT_EQ(Gentlctl(switchedOn + " ChunkFrameID").output.find(cause), 0U);
+    const auto passed = Gentlctl(switchedOn + " --producer " QVR_LIB_DIR "/anygentl/qvr_anygentl.cti");
+    EXPECT_EQ(passed.output, "ChunkFrameID  1\n");
+}
+
 TEST(Gentlctl, NamesTheNumbersOfAFrame)
 {
     const Folder folder;

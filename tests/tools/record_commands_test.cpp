@@ -285,3 +285,46 @@ TEST(CalibrationYaml, HasFiveTermsOrEight)
         << wide;
     EXPECT_EQ(wide.find("depth_scale"), std::string::npos);
 }
+
+TEST(RecordAndReplay, GiveTheDepthPicturesOfACamera)
+{
+    const Folder folder;
+    const auto path = [&](const char *name) { return (folder.Path() / name).string(); };
+    const std::string raw = " -s Scan3dOutputMode=UncalibratedC -f tiff -o ";
+    const auto recorded = JsonOf("record -d OVRA-D1 -n 2 -s ComponentSelector=Intensity "
+                                 "-s ComponentEnable=true -s ComponentSelector=Range "
+                                 "-s DepthNoise=3 -o " +
+                                 path("recording"));
+    EXPECT_EQ(recorded["recorded"], 2);
+    EXPECT_EQ(Gentlctl("replay --rate 0 " + path("recording") + " grab -n 2" + raw + path("pictures")).status,
+              0);
+    fs::copy_file(path("recording") + "/calibration.yaml", path("pictures") + "/calibration.yaml");
+    const auto again = Gentlctl("grab -d OVRA-D1 -n 2" + raw + path("again"), "2>&1",
+                                "QVR_SIM_DEPTH=" + path("pictures") + " ");
+    EXPECT_EQ(again.status, 0) << again.output;
+    for (const auto *name : {"/frame-00001", "/frame-00002"})
+    {
+        const auto depth = ContentOf(path("again") + name + ".tiff");
+        EXPECT_FALSE(depth.empty());
+        EXPECT_TRUE(depth == ContentOf(path("pictures") + name + "-range.tiff")) << name;
+    }
+    EXPECT_FALSE(ContentOf(path("again") + "/frame-00001.tiff") ==
+                 ContentOf(path("again") + "/frame-00002.tiff"));
+}
+
+TEST(Record, NamesTheEventsThatItDoesNotRecord)
+{
+    const Folder folder;
+    const auto record = [&](const char *name, const std::string &settings)
+    { return Gentlctl("record -d OVRA-M5 -n 1 -o " + (folder.Path() / name).string() + small + settings); };
+    const std::string warning = "gentlctl: The events of the camera are not recorded: ";
+    const auto quiet = record("quiet", "");
+    EXPECT_EQ(quiet.output.find(warning), std::string::npos) << quiet.output;
+    const auto noisy = record("noisy", "-s EventSelector=ExposureEnd -s EventNotification=On "
+                                       "-s EventSelector=Test");
+    EXPECT_EQ(noisy.status, 0);
+    EXPECT_NE(noisy.output.find(warning + "ExposureEnd. A replay sends none\n"), std::string::npos)
+        << noisy.output;
+    EXPECT_EQ(JsonOf("replay " + (folder.Path() / "noisy").string() + " get EventSelector EventNotification"),
+              (Json{{"EventSelector", "Test"}, {"EventNotification", "Off"}}));
+}

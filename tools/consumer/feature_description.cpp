@@ -1,5 +1,6 @@
 #include "consumer/feature_description.h"
 
+#include "consumer/ipv4_address.h"
 #include "consumer/similar_names.h"
 #include "genapi/graph_walks.h"
 
@@ -35,12 +36,6 @@ bool IsFeature(NodeKind kind)
     default:
         return true;
     }
-}
-
-std::string Ipv4Address(uint64_t value)
-{
-    return fmt::format("{}.{}.{}.{}", (value >> 24U) & 0xFFU, (value >> 16U) & 0xFFU, (value >> 8U) & 0xFFU,
-                       value & 0xFFU);
 }
 
 std::string MacAddress(uint64_t value)
@@ -197,7 +192,7 @@ std::vector<std::string> FeatureDescription::SelectorsOf(NodeId feature) const
 NumberForm FeatureDescription::FormOf(NodeId feature) const
 {
     const auto form = PropertyOf(feature, "Representation");
-    return form == "IPV4Address" ? Ipv4Address : form == "MACAddress" ? MacAddress : nullptr;
+    return form == "IPV4Address" ? Ipv4Text : form == "MACAddress" ? MacAddress : nullptr;
 }
 
 std::string_view FeatureDescription::PropertyOf(NodeId feature, const char *property) const

@@ -1,5 +1,7 @@
 #include "consumer/feature_writing.h"
 
+#include "consumer/ipv4_address.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -75,7 +77,8 @@ void WriteNumber(GraphFeatures &features, const Node &feature, const std::string
     }
     else
     {
-        features.WriteInteger(feature.name, ParseNumber<int64_t>(value));
+        const auto address = ParseIpv4(value);
+        features.WriteInteger(feature.name, address ? *address : ParseNumber<int64_t>(value));
     }
 }
 

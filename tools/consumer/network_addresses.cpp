@@ -18,7 +18,28 @@ std::string AddressIn(const Features &features, const std::string &name)
     return value && value->is_string() ? value->get<std::string>() : std::string();
 }
 
+/// Selects a device of an interface, and returns its id; empty when that fails.
+std::string SelectedDevice(const Features &interface, size_t index)
+{
+    const auto select = [&]
+    {
+        interface.Set("DeviceSelector", std::to_string(index));
+        return AddressIn(interface, "DeviceID");
+    };
+    return Try(select).value_or("");
+}
+
 } // namespace
+
+bool SelectDevice(const Features &interface, const std::string &id, size_t devices)
+{
+    size_t index = 0;
+    while (index < devices && SelectedDevice(interface, index) != id)
+    {
+        ++index;
+    }
+    return index < devices;
+}
 
 std::map<std::string, NetworkAddress> NetworkAddresses(const Features &interface, size_t devices)
 {
@@ -29,12 +50,7 @@ std::map<std::string, NetworkAddress> NetworkAddresses(const Features &interface
     }
     for (size_t i = 0; i < devices; ++i)
     {
-        const auto select = [&]
-        {
-            interface.Set("DeviceSelector", std::to_string(i));
-            return AddressIn(interface, "DeviceID");
-        };
-        if (const auto id = Try(select).value_or(""); !id.empty())
+        if (const auto id = SelectedDevice(interface, i); !id.empty())
         {
             addresses[id] = {AddressIn(interface, "GevDeviceIPAddress"),
                              AddressIn(interface, "GevDeviceMACAddress")};

@@ -21,4 +21,9 @@ struct NetworkAddress
 /// @param devices how many the interface lists
 std::map<std::string, NetworkAddress> NetworkAddresses(const Features &interface, size_t devices);
 
+/// Sets the DeviceSelector of an interface to the device of this id.
+/// @param devices how many the interface lists
+/// @return whether the features of the interface find it
+bool SelectDevice(const Features &interface, const std::string &id, size_t devices);
+
 } // namespace gentlctl

@@ -1,6 +1,7 @@
 #include "consumer/features.h"
 #include "consumer/modules.h"
 #include "consumer/name_patterns.h"
+#include "consumer/selected_entries.h"
 #include "gentlctl/assignments.h"
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
@@ -37,17 +38,33 @@ struct SetOptions
     std::vector<std::string> assignments;
 };
 
+/// Whether the camera is told to send chunks besides the image.
+bool SendsChunks(const Features &remote)
+{
+    const auto isOn = [&](const char *name) { return remote.Has(name) && remote.Get(name) == true; };
+    if (!isOn("ChunkModeActive") || !remote.Has("ChunkSelector"))
+    {
+        return isOn("ChunkModeActive");
+    }
+    const auto isSent = [&](const std::string &chunk) { return chunk != "Image" && isOn("ChunkEnable"); };
+    return !EntriesWhere(remote, "ChunkSelector", isSent).empty();
+}
+
 /// Values of the features in the chunks of a frame: of the named ones, or of all.
-Json ChunksOf(const GrabReport &report, const std::vector<std::string> &names)
+Json ChunksOf(const GrabReport &report, const Features &remote, const std::vector<std::string> &names)
 {
     if (report.failure)
     {
         std::rethrow_exception(report.failure);
     }
-    if (names.empty() && report.chunks.empty())
+    if (report.chunks.empty())
     {
-        throw std::runtime_error("The frame has no chunks: switch them on with -s ChunkModeActive=true "
-                                 "-s ChunkSelector=NAME -s ChunkEnable=true");
+        throw std::runtime_error(
+            SendsChunks(remote)
+                ? "The frame has no chunks, although they are switched on: the producer did not pass them. "
+                  "qvr_proxygentl.cti cannot convert depth with chunks; qvr_anygentl.cti can"
+                : "The frame has no chunks: switch them on with -s ChunkModeActive=true "
+                  "-s ChunkSelector=NAME -s ChunkEnable=true");
     }
     auto values = names.empty() ? report.chunks : Json::object();
     std::vector<std::string> known;
@@ -113,7 +130,8 @@ int PrintFrame(Producer &producer, OpenDevice &device, const Features &remote,
     grab.frames = 1;
     const auto report = Grab(producer, device, remote, grab, interrupt);
     const int signal = interrupt.Signal();
-    return signal != 0 ? killed + signal : PrintValues(ChunksOf(report, names), Extent::Value, asJson);
+    return signal != 0 ? killed + signal
+                       : PrintValues(ChunksOf(report, remote, names), Extent::Value, asJson);
 }
 
 int Get(const CommonOptions &options, const GetOptions &get)

@@ -2,6 +2,7 @@
 #include "consumer/features.h"
 #include "consumer/producer.h"
 #include "consumer/producer_files.h"
+#include "consumer/selected_entries.h"
 #include "gentlctl/assignments.h"
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
@@ -11,8 +12,10 @@
 #include "gentlctl/recorder.h"
 #include "gentlctl/standard_output.h"
 #include "gentlctl/value_printing.h"
+#include "utils/try.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <exception>
@@ -25,6 +28,8 @@ namespace gentlctl
 {
 namespace
 {
+
+using GenTL::internal::utils::Try;
 
 struct RecordCommandOptions
 {
@@ -53,6 +58,22 @@ void AddCalibration(recording::RecordingWriter &writer, const recording::DeviceR
     catch (const std::exception &exception)
     {
         Complain(fmt::format("No calibration.yaml is written: {}", exception.what()));
+    }
+}
+
+/// Says that events are not recorded, where the camera sends some.
+void WarnOfEvents(const Features &remote)
+{
+    if (!remote.Has("EventSelector") || !remote.Has("EventNotification"))
+    {
+        return;
+    }
+    const auto isOn = [&](const std::string &) { return remote.Get("EventNotification") != "Off"; };
+    const auto events = Try([&] { return EntriesWhere(remote, "EventSelector", isOn); });
+    if (events && !events->empty())
+    {
+        Complain(fmt::format("The events of the camera are not recorded: {}. A replay sends none",
+                             fmt::join(*events, ", ")));
     }
 }
 
@@ -95,6 +116,7 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     OpenDevice device(producer, options.device);
     const Features remote(device.PortOf("remote"));
     Apply(remote, command.assignments);
+    WarnOfEvents(remote);
     const auto description = DescribeDevice(producer, device);
     recording::RecordingWriter writer(command.folder, description);
     writer.AddFile("settings.json", JsonText(remote.Values({}), 1) + "\n");

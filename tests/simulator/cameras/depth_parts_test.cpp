@@ -227,24 +227,45 @@ TEST_F(SimulatorDepthParts, ExposureActsOnIntensityAlone)
     EXPECT_NEAR(bright[pixel] / 2.0, dark[pixel], 1.0);
 }
 
-TEST_F(SimulatorDepthParts, EndWhereTheBufferEnds)
+TEST_F(SimulatorDepthParts, EndWhereTheBufferEndsAndDoNotBeginBehindIt)
 {
+    constexpr size_t pixels = 16 * 10;
     EnableAll();
     SetRegion(16, 10);
-    std::vector<std::vector<uint8_t>> memory(4, std::vector<uint8_t>(400));
-    for (auto &bytes : memory)
+    struct Expected
     {
-        BUFFER_HANDLE handle = nullptr;
-        ASSERT_OK(Tl().DSAnnounceBuffer(m_stream, bytes.data(), bytes.size(), nullptr, &handle));
-        ASSERT_OK(Tl().DSQueueBuffer(m_stream, handle));
+        size_t buffer;
+        std::vector<size_t> parts; ///< bytes of each
+    };
+    const Expected expected[] = {{pixels, {pixels}},
+                                 {2 * pixels, {2 * pixels}},
+                                 {3 * pixels - 1, {2 * pixels, pixels - 1}},
+                                 {3 * pixels + 1, {2 * pixels, pixels, 1}}};
+    for (const auto &[size, parts] : expected)
+    {
+        SCOPED_TRACE(size);
+        for (int i = 0; i < 4; ++i)
+        {
+            BUFFER_HANDLE small = nullptr;
+            ASSERT_OK(Tl().DSAllocAndAnnounceBuffer(m_stream, size, nullptr, &small));
+            ASSERT_OK(Tl().DSQueueBuffer(m_stream, small));
+            m_buffers.push_back(small);
+        }
+        Start(1);
+        const BUFFER_HANDLE buffer = Receive().handle;
+        EXPECT_TRUE(BufferInfo<bool8_t>(buffer, BUFFER_INFO_IS_INCOMPLETE));
+        ASSERT_EQ(parts.size(), NumParts(buffer));
+        for (uint32_t i = 0; i < parts.size(); ++i)
+        {
+            EXPECT_EQ(parts[i], PartInfo<size_t>(buffer, i, BUFFER_PART_INFO_DATA_SIZE)) << i;
+        }
+        INFO_DATATYPE type = 0;
+        size_t length = 0;
+        EXPECT_CODE(GC_ERR_INVALID_INDEX,
+                    Tl().DSGetBufferPartInfo(m_stream, buffer, NumParts(buffer), BUFFER_PART_INFO_BASE, &type,
+                                             nullptr, &length));
+        StopAndRevoke();
     }
-    Start(1);
-    const BUFFER_HANDLE buffer = Receive().handle;
-    EXPECT_TRUE(BufferInfo<bool8_t>(buffer, BUFFER_INFO_IS_INCOMPLETE));
-    EXPECT_EQ(320U, PartInfo<size_t>(buffer, 0, BUFFER_PART_INFO_DATA_SIZE));
-    EXPECT_EQ(80U, PartInfo<size_t>(buffer, 1, BUFFER_PART_INFO_DATA_SIZE));
-    EXPECT_EQ(0U, PartInfo<size_t>(buffer, 2, BUFFER_PART_INFO_DATA_SIZE));
-    Stop();
 }
 
 } // namespace

@@ -115,6 +115,27 @@ TEST_F(WideGigE, ShowsValuesWithTheHighestByteFirst)
     EXPECT_EQ(1600, m_nodes->Get("Width"));
 }
 
+TEST_F(WideGigE, KeepsItsNetworkSettings)
+{
+    EXPECT_EQ(0xC0A80C15, m_nodes->Get("GevCurrentIPAddress"));
+    EXPECT_OK(m_nodes->Set("GevPersistentIPAddress", 0x0A000102));
+    EXPECT_EQ(1, m_nodes->Get("GevCurrentIPConfigurationDHCPBit"));
+    const uint8_t withoutDhcp[4] = {0, 0, 0, 4};
+    const uint8_t withoutLinkLocal[4] = {0, 0, 0, 2};
+    size_t size = 4;
+    EXPECT_OK(Tl().GCWritePort(m_port, 0x14, withoutDhcp, &size));
+    EXPECT_CODE(GC_ERR_INVALID_VALUE, Tl().GCWritePort(m_port, 0x14, withoutLinkLocal, &size));
+    EXPECT_CODE(GC_ERR_ACCESS_DENIED, m_nodes->Set("GevCurrentIPAddress", 1));
+    ASSERT_OK(Tl().DevClose(m_device));
+    ASSERT_OK(Tl().IFOpenDevice(m_interface, "SIM-SIM0008", DEVICE_ACCESS_CONTROL, &m_device));
+    ASSERT_OK(Tl().DevGetPort(m_device, &m_port));
+    m_nodes = std::make_unique<DescribedNodes>(RegistersOf(m_port), UnzipLoosely(DescriptionFile()));
+    EXPECT_EQ(0x0A000102, m_nodes->Get("GevPersistentIPAddress"));
+    EXPECT_EQ(0, m_nodes->Get("GevCurrentIPConfigurationDHCPBit"));
+    EXPECT_EQ(1, m_nodes->Get("GevCurrentIPConfigurationLLABit"));
+    EXPECT_EQ(0xC0A80C15, m_nodes->Get("GevCurrentIPAddress"));
+}
+
 TEST_F(WideGigE, HasNoRegisterBetweenThoseOfItsDescription)
 {
     uint8_t byte = 0;

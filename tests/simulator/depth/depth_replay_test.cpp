@@ -332,9 +332,39 @@ TEST_F(SimulatorDepthReplay, SaysHowARecordingIsReplayed)
 {
     SaveCalibration();
     SaveText("recording.json", "{}");
-    EXPECT_EQ("DSStartAcquisition: " + m_folder.string() +
-                  " is a recording: set QVR_SIM_RECORDING to it, not QVR_SIM_DEPTH",
-              FailureOfStart());
+    EXPECT_EQ(
+        "IFOpenDevice: " + m_folder.string() +
+            " is a recording: replay it with gentlctl replay or QVR_SIM_RECORDING, or make depth pictures "
+            "of it for QVR_SIM_DEPTH",
+        FailureOfOpening());
+    Save("a.png", Depth(1));
+    Open();
+    EXPECT_EQ(ValuesOf(Depth(1)), GrabRange());
+}
+
+TEST_F(SimulatorDepthReplay, KnowsTheFilesOfAGrab)
+{
+    SaveCalibration();
+    const cv::Mat light(pictureHeight, pictureWidth, CV_8U, cv::Scalar(90));
+    Save("frame-00001-range.tiff", Depth(1));
+    Save("frame-00001-intensity.tiff", light);
+    Save("frame-00001-confidence.tiff", light);
+    Open();
+    ASSERT_OK(m_camera->SetEntry("ComponentSelector", "Intensity"));
+    ASSERT_OK(m_camera->Set("ComponentEnable", 1));
+    AnnounceBuffers(4);
+    Start();
+    constexpr size_t pixels = size_t{pictureWidth} * pictureHeight;
+    for (int frame = 0; frame < 2; ++frame)
+    {
+        const BUFFER_HANDLE buffer = Receive().handle;
+        const std::vector<uint8_t> bytes = Content(buffer);
+        ASSERT_EQ(3 * pixels, bytes.size());
+        EXPECT_EQ(1, bytes[0]);
+        EXPECT_EQ(90, bytes[2 * pixels]);
+        EXPECT_OK(Tl().DSQueueBuffer(m_stream, buffer));
+    }
+    Stop();
 }
 
 TEST_F(SimulatorDepthReplay, RefusesUnusablePictures)

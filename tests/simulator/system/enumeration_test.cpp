@@ -66,6 +66,32 @@ TEST(SimulatorLists, AreEmptyBeforeTheirFirstUpdate)
     EXPECT_OK(Tl().GCCloseLib());
 }
 
+TEST(SimulatorDevices, TakeAnotherAddressByForce)
+{
+    ASSERT_OK(Tl().GCInitLib());
+    TL_HANDLE system = nullptr;
+    IF_HANDLE opened = nullptr;
+    ASSERT_OK(Tl().TLOpen(&system));
+    ASSERT_OK(Tl().TLOpenInterface(system, "SIM-GIGE-0", &opened));
+    const Nodes nodes(opened);
+    EXPECT_CODE(GC_ERR_NOT_AVAILABLE, nodes.Set("GevDeviceForceIP", 1)) << "the list is empty";
+    ASSERT_OK(Tl().IFUpdateDeviceList(opened, nullptr, 0));
+    ASSERT_OK(nodes.Set("DeviceSelector", 1));
+    ASSERT_OK(nodes.Set("GevDeviceForceIPAddress", 0x0A000102));
+    EXPECT_EQ(0xC0A80A16, nodes.Get("GevDeviceIPAddress"));
+    ASSERT_OK(nodes.Set("GevDeviceForceIP", 1));
+    EXPECT_EQ(0x0A000102, nodes.Get("GevDeviceIPAddress"));
+    ASSERT_OK(nodes.Set("DeviceSelector", 0));
+    EXPECT_EQ(0xC0A80A15, nodes.Get("GevDeviceIPAddress"));
+
+    DEV_HANDLE device = nullptr;
+    ASSERT_OK(Tl().IFOpenDevice(opened, "SIM-SIM0004", DEVICE_ACCESS_CONTROL, &device));
+    EXPECT_EQ(0x0A000102, Nodes(device).Get("GevDeviceIPAddress"));
+    ASSERT_OK(nodes.Set("DeviceSelector", 1));
+    EXPECT_CODE(GC_ERR_RESOURCE_IN_USE, nodes.Set("GevDeviceForceIP", 1));
+    EXPECT_OK(Tl().GCCloseLib());
+}
+
 TEST(SimulatorDevices, OpenByIdWithoutAnUpdate)
 {
     ASSERT_OK(Tl().GCInitLib());
