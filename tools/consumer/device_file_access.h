@@ -41,8 +41,8 @@ private:
     void Send(const std::string &name, std::span<const uint8_t> content) const;
     void SendBlock(const std::string &name, std::span<const uint8_t> content, uint64_t offset,
                    uint64_t size) const;
-    bool Offers(const char *choice, const char *entry) const;
-    bool Does(const char *operation) const;
+    bool HasEntry(const char *enumeration, const char *entry) const;
+    bool Execute(const char *operation) const;
 
     GenTL::internal::genapi::GraphFeatures &m_features;
 };
