@@ -1,5 +1,7 @@
 #include "support/simulator/wide_camera.h"
 
+#include <gmock/gmock.h>
+
 #include <bit>
 #include <set>
 
@@ -146,12 +148,15 @@ TEST_F(WideUsb, ConvertsTheLineDebouncerTime)
 
 TEST_F(WideUsb, OffersTheFormatsThatItSends)
 {
+    std::vector<std::string> names;
     for (const auto entry : m_nodes->Node("PixelFormat").children("EnumEntry"))
     {
         const std::string name = entry.attribute("Name").value();
+        names.push_back(name);
         EXPECT_EQ(name != "Mono16", m_nodes->IsAvailable("PixelFormat", name)) << name;
         EXPECT_EQ(name != "Mono16", m_nodes->SetEntry("PixelFormat", name) == GC_ERR_SUCCESS) << name;
     }
+    EXPECT_THAT(names, testing::ElementsAre("Mono8", "Mono10", "Mono12p", "RGB8", "Mono16"));
 }
 
 /// The samples of an image, in the plain way of each format.
