@@ -17,26 +17,26 @@ constexpr std::string_view lightEnding = "_intensity";
 
 std::filesystem::path CalibrationFile(const std::filesystem::path &folder)
 {
-    std::filesystem::path found;
-    std::error_code ignored; // a folder that cannot be read has no files
-    for (const auto &entry : std::filesystem::directory_iterator(folder, ignored))
+    const auto files = FilesIn(folder, {".yaml", ".yml"});
+    if (files.size() > 1)
     {
-        const std::string extension = ExtensionOf(entry.path());
-        if (!entry.is_regular_file() || (extension != ".yaml" && extension != ".yml"))
-        {
-            continue;
-        }
-        if (!found.empty())
-        {
-            throw Error(GC_ERR_IO, "There is more than one calibration file in {}", folder.string());
-        }
-        found = entry.path();
+        throw Error(GC_ERR_IO, "There is more than one calibration file in {}", folder.string());
     }
-    if (found.empty())
+    if (files.empty())
     {
         throw Error(GC_ERR_IO, "There is no calibration file (.yaml, .yml) in {}", folder.string());
     }
-    return found;
+    return files.front();
+}
+
+[[noreturn]] void ThrowNoPictures(const std::filesystem::path &folder)
+{
+    if (std::error_code ignored; std::filesystem::exists(folder / recording::deviceFile, ignored))
+    {
+        throw Error(GC_ERR_IO, "{} is a recording: set QVR_SIM_RECORDING to it, not QVR_SIM_DEPTH",
+                    folder.string());
+    }
+    throw Error(GC_ERR_IO, "There are no depth pictures in {}", folder.string());
 }
 
 class DepthReplaySource : public FrameSource
@@ -173,12 +173,7 @@ DepthPictures::DepthPictures(const DepthReplay &replay)
     }
     if (depths.empty())
     {
-        if (std::error_code ignored; std::filesystem::exists(replay.folder / recording::deviceFile, ignored))
-        {
-            throw Error(GC_ERR_IO, "{} is a recording: set QVR_SIM_RECORDING to it, not QVR_SIM_DEPTH",
-                        replay.folder.string());
-        }
-        throw Error(GC_ERR_IO, "There are no depth pictures in {}", replay.folder.string());
+        ThrowNoPictures(replay.folder);
     }
     for (const auto &file : depths)
     {
