@@ -30,6 +30,21 @@ uint64_t DeviceFileAccess::FileSize(const std::string &name) const
     return static_cast<uint64_t>(size);
 }
 
+/// Transfers the content of the open file; closes the file when that fails.
+template <typename Transfer>
+auto DeviceFileAccess::ClosingOnFailure(Transfer transfer) const
+{
+    try
+    {
+        return transfer();
+    }
+    catch (...)
+    {
+        Try([&] { return Execute("Close"); });
+        throw;
+    }
+}
+
 std::vector<uint8_t> DeviceFileAccess::ReadFile(const std::string &name) const
 {
     const auto size = FileSize(name);
@@ -38,17 +53,13 @@ std::vector<uint8_t> DeviceFileAccess::ReadFile(const std::string &name) const
     {
         throw std::runtime_error(fmt::format("The device refuses to open the file {} for reading", name));
     }
-    try
-    {
-        auto content = Receive(name, size);
-        Execute("Close"); // All bytes are here, whatever the device says to this.
-        return content;
-    }
-    catch (...)
-    {
-        Try([&] { return Execute("Close"); });
-        throw;
-    }
+    return ClosingOnFailure(
+        [&]
+        {
+            auto content = Receive(name, size);
+            Execute("Close"); // All bytes are here, whatever the device says to this.
+            return content;
+        });
 }
 
 std::vector<uint8_t> DeviceFileAccess::Receive(const std::string &name, uint64_t size) const
@@ -91,15 +102,7 @@ void DeviceFileAccess::WriteFile(const std::string &name, std::span<const uint8_
     {
         throw std::runtime_error(fmt::format("The device refuses to open the file {} for writing", name));
     }
-    try
-    {
-        Send(name, content);
-    }
-    catch (...)
-    {
-        Try([&] { return Execute("Close"); });
-        throw;
-    }
+    ClosingOnFailure([&] { Send(name, content); });
     if (!Execute("Close"))
     {
         throw std::runtime_error(fmt::format("The device refuses to close the file {}", name));

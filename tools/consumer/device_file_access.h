@@ -36,6 +36,8 @@ public:
     void WriteFile(const std::string &name, std::span<const uint8_t> content) const;
 
 private:
+    template <typename Transfer>
+    auto ClosingOnFailure(Transfer transfer) const;
     std::vector<uint8_t> Receive(const std::string &name, uint64_t size) const;
     void MakeRoom(const std::string &name, uint64_t size) const;
     void Send(const std::string &name, std::span<const uint8_t> content) const;
