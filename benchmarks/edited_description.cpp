@@ -7,9 +7,9 @@
 #include "genapi/node_graph.h"
 #include "median.h"
 #include "nodemap/description_text.h"
-#include "port/proxy_module.h"
 #include "remote/conversion_delivery.h"
 #include "remote/edited_remote.h"
+#include "support/stored_device.h"
 
 #include <fmt/format.h>
 #include <pugixml.hpp>
@@ -18,7 +18,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <memory>
 #include <span>
@@ -78,28 +77,10 @@ const std::string &Document()
     return document;
 }
 
-/// The lower port of a device that stores the document; it has no registers.
-class StoredDevice final : public ProxyModule
+std::span<const uint8_t> DocumentBytes()
 {
-public:
-    StoredDevice() : ProxyModule(nullptr, nullptr) {}
-
-    ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
-    void GetNumPortURLs(uint32_t *count) override { *count = 1; }
-    void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE *, void *buffer, size_t *size) override
-    {
-        const auto url = fmt::format("local:///Cam.xml;0;{:X}", Document().size());
-        if (buffer != nullptr)
-        {
-            std::memcpy(buffer, url.c_str(), std::min(*size, url.size() + 1));
-        }
-        *size = url.size() + 1;
-    }
-    void ReadRegisters(uint64_t address, void *buffer, size_t *size) override
-    {
-        std::memcpy(buffer, Document().data() + address, *size);
-    }
-};
+    return {reinterpret_cast<const uint8_t *>(Document().data()), Document().size()};
+}
 
 /// pugixml reads the document and writes it.
 void ParseAndWrite()
@@ -123,15 +104,14 @@ void Open()
     using tarn::common::wideFormats;
     static const ConversionTable conversions(
         std::vector<FormatConversion>{{wideFormats.Find("Mono12p"), wideFormats.Find("Mono12")}});
-    StoredDevice device;
+    StoredDevice device(DocumentBytes());
     const EditedRemote remote(device, "device", conversions,
                               std::make_shared<ConversionDelivery>(std::make_shared<ConversionProcessor>()));
 }
 
 void Decode()
 {
-    const std::span bytes(reinterpret_cast<const uint8_t *>(Document().data()), Document().size());
-    static_cast<void>(DescriptionText(bytes));
+    static_cast<void>(DescriptionText(DocumentBytes()));
 }
 
 void ParseAndGraph()

@@ -34,6 +34,23 @@
 #include <type_traits>
 #include <vector>
 
+/// The first .cti file of a folder, by name, or the file itself; empty when there is none.
+inline std::string FirstProducerIn(const std::string &folderOrFile)
+{
+    std::vector<std::string> files;
+    std::error_code failure; // what cannot be read holds no file
+    if (!std::filesystem::is_directory(folderOrFile, failure))
+    {
+        files.push_back(folderOrFile);
+    }
+    for (const auto &file : std::filesystem::directory_iterator(folderOrFile, failure))
+    {
+        files.push_back(file.path());
+    }
+    std::erase_if(files, [](const std::string &file) { return !file.ends_with(".cti"); });
+    return files.empty() ? "" : *std::min_element(files.begin(), files.end());
+}
+
 /// The first .cti file of GENICAM_GENTL64_PATH, whose entries are folders or files.
 inline std::string FindProducer()
 {
@@ -41,22 +58,9 @@ inline std::string FindProducer()
     std::istringstream entries(variable ? variable : "");
     for (std::string entry; std::getline(entries, entry, ':');)
     {
-        std::vector<std::string> files;
-        if (std::filesystem::is_directory(entry))
+        if (const auto file = FirstProducerIn(entry); !file.empty())
         {
-            for (const auto &file : std::filesystem::directory_iterator(entry))
-            {
-                files.push_back(file.path());
-            }
-        }
-        else
-        {
-            files.push_back(entry);
-        }
-        std::erase_if(files, [](const std::string &file) { return !file.ends_with(".cti"); });
-        if (!files.empty())
-        {
-            return *std::min_element(files.begin(), files.end());
+            return file;
         }
     }
     throw std::runtime_error("GENICAM_GENTL64_PATH names no folder with a .cti file");

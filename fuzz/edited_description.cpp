@@ -4,12 +4,12 @@
 #include "nodemap/description_text.h"
 #include "remote/description_editor.h"
 #include "require.h"
+#include "utils/try.h"
 
 #include <pugixml.hpp>
 
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <string_view>
 
@@ -36,14 +36,7 @@ bool Parse(std::string_view text, pugi::xml_document &tree)
 /// The graph of a document; null for one beyond its limits.
 std::unique_ptr<genapi::NodeGraph> GraphOf(const pugi::xml_document &tree)
 {
-    try
-    {
-        return std::make_unique<genapi::NodeGraph>(tree);
-    }
-    catch (const std::exception &)
-    {
-        return nullptr;
-    }
+    return utils::Try([&] { return std::make_unique<genapi::NodeGraph>(tree); }).value_or(nullptr);
 }
 
 } // namespace

@@ -3,16 +3,14 @@
 // written. The input is a description, and behind its first zero the registers.
 
 #include "fuzz/features.h"
-#include "port/proxy_module.h"
 #include "remote/conversion_delivery.h"
 #include "remote/edited_remote.h"
+#include "support/stored_device.h"
 
-#include <fmt/format.h>
 #include <pugixml.hpp>
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 #include <memory>
 #include <string>
 
@@ -22,48 +20,6 @@ namespace
 using namespace GenTL;
 using namespace GenTL::internal;
 using namespace fuzz;
-
-constexpr uint64_t documentAddress = 0x10000;
-
-/// The lower port of a device that stores these bytes.
-class StoredDevice final : public ProxyModule
-{
-public:
-    StoredDevice(std::span<const uint8_t> document, std::span<const uint8_t> registers)
-        : ProxyModule(nullptr, nullptr), m_document(document), m_registers(registers)
-    {
-    }
-
-    void GetPortURL(char *text, size_t *size) override
-    {
-        const auto url = fmt::format("local:///Cam.xml;{:X};{:X}", documentAddress, m_document.size());
-        if (text != nullptr)
-        {
-            std::memcpy(text, url.c_str(), std::min(*size, url.size() + 1));
-        }
-        *size = url.size() + 1;
-    }
-    ModuleType GetModuleType() const override { return ModuleType::RemoteDevice; }
-    void GetNumPortURLs(uint32_t *) override { throw GenTLException("not known", GC_ERR_NOT_IMPLEMENTED); }
-    void ReadRegisters(uint64_t address, void *buffer, size_t *size) override
-    {
-        const auto offset = address - documentAddress;
-        if (offset < m_document.size() && *size <= m_document.size() - offset)
-        {
-            std::memcpy(buffer, m_document.data() + offset, *size);
-            return;
-        }
-        m_registers.Read(address, buffer, *size);
-    }
-    void WriteRegisters(uint64_t address, const void *buffer, size_t *size) override
-    {
-        m_registers.Write(address, buffer, *size);
-    }
-
-private:
-    std::span<const uint8_t> m_document;
-    RepeatingRegisters m_registers;
-};
 
 /// What the consumer reads and writes.
 class ConsumerPort final : public IRegisterPort
@@ -139,7 +95,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     Try(
         [&]
         {
-            StoredDevice device(input.document, input.registers);
+            RepeatingRegisters registers(input.registers);
+            StoredDevice device(input.document, &registers);
             const auto processor = std::make_shared<ConversionProcessor>();
             EditedRemote remote(device, "device", Conversions(),
                                 std::make_shared<ConversionDelivery>(processor));

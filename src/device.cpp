@@ -153,7 +153,7 @@ std::shared_ptr<Datastream> Device::MakeDataStream()
 {
     auto &library = Library::Instance();
     const auto &rules = m_profile.stream;
-    auto lower = ProxyDataStream::Open(library, Proxy(), GetLowerHandle(), m_remote.payloadSize, rules);
+    auto lower = ProxyDataStream::Open(Proxy(), GetLowerHandle(), m_remote.payloadSize, rules);
     StreamSetup setup{
         .rules = rules, .buffers = m_profile.buffers, .output = m_assembly.makeOutputQueue(library)};
     if (rules.namesTypeOfDevice)

@@ -65,26 +65,16 @@ void RefuseRecording(const std::filesystem::path &folder)
 
 std::filesystem::path CalibrationFile(const std::filesystem::path &folder)
 {
-    std::filesystem::path found;
-    std::error_code ignored; // a folder that cannot be read has no files
-    for (const auto &entry : std::filesystem::directory_iterator(folder, ignored))
+    const auto files = FilesIn(folder, {".yaml", ".yml"});
+    if (files.size() > 1)
     {
-        const std::string extension = ExtensionOf(entry.path());
-        if (!entry.is_regular_file() || (extension != ".yaml" && extension != ".yml"))
-        {
-            continue;
-        }
-        if (!found.empty())
-        {
-            throw Error(GC_ERR_IO, "There is more than one calibration file in {}", folder.string());
-        }
-        found = entry.path();
+        throw Error(GC_ERR_IO, "There is more than one calibration file in {}", folder.string());
     }
-    if (found.empty())
+    if (files.empty())
     {
         throw Error(GC_ERR_IO, "There is no calibration file (.yaml, .yml) in {}", folder.string());
     }
-    return found;
+    return files.front();
 }
 
 class DepthReplaySource : public FrameSource

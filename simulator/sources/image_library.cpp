@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cctype>
 #include <dlfcn.h>
-#include <set>
 
 namespace GenTL::simulator
 {
@@ -22,6 +21,15 @@ std::filesystem::path LibraryPath()
     const std::filesystem::path folder = std::filesystem::weakly_canonical(OwnPath()).parent_path();
     const std::filesystem::path beside = folder / name;
     return exists(beside) ? beside : folder.parent_path() / "simulator" / name;
+}
+
+/// The extension of a file with its dot, in lower case.
+std::string ExtensionOf(const std::filesystem::path &file)
+{
+    std::string extension = file.extension();
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
 }
 
 } // namespace
@@ -52,29 +60,26 @@ ImageLibrary LoadImageLibrary()
     return functions;
 }
 
-std::string ExtensionOf(const std::filesystem::path &file)
+std::vector<std::filesystem::path> FilesIn(const std::filesystem::path &folder,
+                                           const std::set<std::string> &extensions)
 {
-    std::string extension = file.extension();
-    std::ranges::transform(extension, extension.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension;
-}
-
-std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder)
-{
-    static const std::set<std::string> extensions = {".png",  ".jpg", ".jpeg", ".tif",
-                                                     ".tiff", ".pgm", ".ppm",  ".bmp"};
     std::vector<std::filesystem::path> files;
-    std::error_code ignored; // a folder that cannot be read has no files
-    for (const auto &entry : std::filesystem::directory_iterator(folder, ignored))
+    std::error_code ignored; // a range-based for would throw where the reading fails
+    const std::filesystem::directory_iterator end;
+    for (std::filesystem::directory_iterator entry(folder, ignored); entry != end; entry.increment(ignored))
     {
-        if (entry.is_regular_file() && extensions.contains(ExtensionOf(entry.path())))
+        if (entry->is_regular_file(ignored) && extensions.contains(ExtensionOf(entry->path())))
         {
-            files.push_back(entry.path());
+            files.push_back(entry->path());
         }
     }
     std::ranges::sort(files);
     return files;
+}
+
+std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder)
+{
+    return FilesIn(folder, {".png", ".jpg", ".jpeg", ".tif", ".tiff", ".pgm", ".ppm", ".bmp"});
 }
 
 } // namespace GenTL::simulator

@@ -3,6 +3,8 @@
 #include "simulator/images/image_file.h"
 
 #include <filesystem>
+#include <set>
+#include <string>
 #include <vector>
 
 namespace GenTL::simulator
@@ -19,10 +21,12 @@ struct ImageLibrary
 /// @throws Error GC_ERR_NOT_AVAILABLE: the library cannot be loaded.
 ImageLibrary LoadImageLibrary();
 
-/// The image files of a folder by their extensions, sorted; empty when the folder cannot be read.
-std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder);
+/// The files of a folder that have one of these extensions, sorted; empty when the folder cannot be read.
+/// @param extensions with their dots, in lower case; those of the files may be in upper case
+std::vector<std::filesystem::path> FilesIn(const std::filesystem::path &folder,
+                                           const std::set<std::string> &extensions);
 
-/// The extension of a file with its dot, in lower case.
-std::string ExtensionOf(const std::filesystem::path &file);
+/// The image files of a folder by their extensions, as FilesIn.
+std::vector<std::filesystem::path> ImageFiles(const std::filesystem::path &folder);
 
 } // namespace GenTL::simulator

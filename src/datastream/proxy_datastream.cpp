@@ -31,7 +31,7 @@ void Tolerate(std::string_view call, GC_ERROR code)
 
 } // namespace
 
-std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy,
+std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(std::shared_ptr<IGenTLProxy> proxy,
                                                        DEV_HANDLE lowerDevice, DevicePayloadSize payloadSize,
                                                        const StreamRules &rules)
 {
@@ -48,14 +48,12 @@ std::unique_ptr<ProxyDataStream> ProxyDataStream::Open(ILibrary &library, std::s
     proxy->DevGetDataStreamID(lowerDevice, 0, id.data(), &size);
     DS_HANDLE handle = nullptr;
     proxy->DevOpenDataStream(lowerDevice, id.data(), &handle);
-    return std::make_unique<ProxyDataStream>(library, std::move(proxy), handle, std::move(payloadSize),
-                                             rules);
+    return std::make_unique<ProxyDataStream>(std::move(proxy), handle, std::move(payloadSize), rules);
 }
 
-ProxyDataStream::ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
+ProxyDataStream::ProxyDataStream(std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
                                  DevicePayloadSize payloadSize, const StreamRules &rules)
-    : ProxyModule(std::move(proxy), handle), m_devicePayloadSize(std::move(payloadSize)), m_rules(rules),
-      m_library(&library)
+    : ProxyModule(std::move(proxy), handle), m_devicePayloadSize(std::move(payloadSize)), m_rules(rules)
 {
     bool hasEvent = false;
     try

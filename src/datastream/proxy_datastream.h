@@ -15,8 +15,6 @@
 namespace GenTL::internal
 {
 
-class ILibrary;
-
 /// The one lower data stream of a device, with its private buffers and its new-buffer event.
 ///
 /// The lower producer allocates the buffers; they exist while acquisition runs, or with
@@ -34,12 +32,12 @@ public:
     /// Opens the first stream of the lower device.
     /// @param payloadSize asked when the lower stream defines no payload size
     /// @throws std::runtime_error "Failed to get number of data streams" for a device without one
-    static std::unique_ptr<ProxyDataStream> Open(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy,
-                                                 DEV_HANDLE lowerDevice, DevicePayloadSize payloadSize,
+    static std::unique_ptr<ProxyDataStream> Open(std::shared_ptr<IGenTLProxy> proxy, DEV_HANDLE lowerDevice,
+                                                 DevicePayloadSize payloadSize,
                                                  const StreamRules &rules = {});
 
-    ProxyDataStream(ILibrary &library, std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle,
-                    DevicePayloadSize payloadSize, const StreamRules &rules = {});
+    ProxyDataStream(std::shared_ptr<IGenTLProxy> proxy, DS_HANDLE handle, DevicePayloadSize payloadSize,
+                    const StreamRules &rules = {});
     ~ProxyDataStream() override;
 
     ModuleType GetModuleType() const override { return ModuleType::DataStream; }
@@ -93,7 +91,6 @@ private:
     std::vector<LowerBuffer> m_lowerBuffers QVR_GUARDED_BY(m_lowerBuffersMutex); ///< in order of allocation
     size_t m_lowerBufferSize QVR_GUARDED_BY(m_lowerBuffersMutex) = 0;
     EVENT_HANDLE m_newBufferEvent = nullptr;
-    ILibrary *m_library;
 };
 
 } // namespace GenTL::internal

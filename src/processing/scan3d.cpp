@@ -71,4 +71,16 @@ OutputModeTraits TraitsOf(Scan3dOutputMode mode)
     return row != outputModes.end() ? *row : OutputModeTraits{.mode = mode};
 }
 
+const OutputModeTraits *MadeOutputMode(std::string_view entry)
+{
+    const auto *const row = std::ranges::find_if(outputModes, [entry](const auto &traits)
+                                                 { return ToString(traits.mode) == entry; });
+    return row != outputModes.end() ? row : nullptr;
+}
+
+bool IsMadeByOutputMode(tarn::common::PixelFormat format)
+{
+    return std::ranges::find(outputModes, format, &OutputModeTraits::makes) != outputModes.end();
+}
+
 } // namespace GenTL::internal

@@ -68,6 +68,13 @@ inline constexpr std::array<OutputModeTraits, 3> outputModes{
 /// The row of a mode. A mode without a row is not raw, has no grid and makes no format of its own.
 OutputModeTraits TraitsOf(Scan3dOutputMode mode);
 
+/// The row of the mode that an entry of Scan3dOutputMode names; null for a mode that the processing does not
+/// make.
+const OutputModeTraits *MadeOutputMode(std::string_view entry);
+
+/// Whether a mode makes depth of this format.
+bool IsMadeByOutputMode(tarn::common::PixelFormat format);
+
 /// What the device's offset does to calibrated depth.
 enum class DepthOffset : uint8_t
 {

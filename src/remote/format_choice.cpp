@@ -26,13 +26,6 @@ bool IsDepthEntry(const FormatEntry &entry)
     return entry.format != nullptr && ComponentOf(entry.format->format) == Component::Image3D;
 }
 
-/// Whether an output mode of 3D devices makes the format.
-bool IsMadeByOutputMode(const FormatEntry &entry)
-{
-    return entry.format != nullptr && std::ranges::any_of(outputModes, [&](const auto &traits)
-                                                          { return traits.makes == entry.format->format; });
-}
-
 const FormatEntry *EntryWithValue(const std::vector<FormatEntry> &entries, int64_t value)
 {
     const auto entry = std::ranges::find(entries, value, &FormatEntry::value);
@@ -101,7 +94,8 @@ void FormatChoice::Write(int64_t value)
 bool FormatChoice::IsImplemented(size_t entry)
 {
     const auto &formats = m_description.formats;
-    if (m_description.isScan3d && IsMadeByOutputMode(formats[entry]))
+    const auto *const format = formats[entry].format;
+    if (m_description.isScan3d && format != nullptr && IsMadeByOutputMode(format->format))
     {
         return true;
     }

@@ -78,13 +78,6 @@ std::vector<const FormatInfo *> MissingFormats(const std::vector<FormatEntry> &e
     return missing;
 }
 
-/// Whether an output mode of 3D devices makes the format.
-bool IsMadeByMode(const FormatEntry &entry)
-{
-    return std::ranges::any_of(outputModes,
-                               [&](const auto &traits) { return traits.makes == entry.format->format; });
-}
-
 } // namespace
 
 std::vector<FormatEntry> PlanFormats(const NodeGraph &graph, NodeId pixelFormat,
@@ -140,7 +133,8 @@ std::vector<uint32_t> MadeDepths(std::span<const FormatEntry> entries, bool isSc
     std::vector<uint32_t> depths;
     for (const auto &entry : entries)
     {
-        if (entry.format != nullptr && (!entry.inputs.empty() || (isScan3d && IsMadeByMode(entry))))
+        if (entry.format != nullptr &&
+            (!entry.inputs.empty() || (isScan3d && IsMadeByOutputMode(entry.format->format))))
         {
             depths.push_back(entry.format->bits);
         }

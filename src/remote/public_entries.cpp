@@ -42,14 +42,6 @@ std::optional<uint32_t> BitsInName(std::string_view name)
     return bits && *bits > 0 && *bits < 1000 ? std::optional(static_cast<uint32_t>(*bits)) : std::nullopt;
 }
 
-/// The row of a mode that the processing makes; null for another entry.
-const OutputModeTraits *MadeModeOf(std::string_view entry)
-{
-    const auto *const traits = std::ranges::find_if(outputModes, [entry](const auto &candidate)
-                                                    { return ToString(candidate.mode) == entry; });
-    return traits != outputModes.end() ? traits : nullptr;
-}
-
 } // namespace
 
 PublicEntries::PublicEntries(const NodeGraph &graph, const EditPlan &plan, const DocumentEdits &edits)
@@ -162,7 +154,7 @@ std::string PublicEntries::OutputModes(NodeId outputMode) const
     std::string entries;
     for (const auto id : EntriesOf(outputMode))
     {
-        const auto *const made = MadeModeOf(m_graph[id].name);
+        const auto *const made = MadeOutputMode(m_graph[id].name);
         const auto &element = m_graph[id].element;
         entries += made == nullptr ? m_edits.Copy(element)
                                    : WithConditions(element, made->isRaw ? std::string() : calibrated);

@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <string>
 
 namespace GenTL::internal
@@ -21,14 +20,6 @@ namespace
 
 constexpr std::string_view modeFeature = "Scan3dOutputMode";
 constexpr std::string_view coordinateFeature = "Scan3dCoordinateSelector";
-
-/// The published mode of an entry; none for another entry, and for a mode that the processing does not make.
-std::optional<Scan3dOutputMode> MadeMode(std::string_view entry)
-{
-    const auto traits = std::ranges::find_if(outputModes, [entry](const auto &candidate)
-                                             { return ToString(candidate.mode) == entry; });
-    return traits != outputModes.end() ? std::optional(traits->mode) : std::nullopt;
-}
 
 } // namespace
 
@@ -56,12 +47,13 @@ int64_t Scan3dFeatures::OutputMode()
 void Scan3dFeatures::SetOutputMode(int64_t value)
 {
     CheckNotRunning(m_delivery, modeFeature);
-    const auto made = MadeMode(EntryOf(modeFeature, value));
+    const auto *const made = MadeOutputMode(EntryOf(modeFeature, value));
     // The processing works on raw depth, whatever it makes of it.
-    const auto ofDevice = made ? ValueOf(modeFeature, ToString(Scan3dOutputMode::UncalibratedC)) : value;
-    if (made && !TraitsOf(*made).isRaw)
+    const auto ofDevice =
+        made != nullptr ? ValueOf(modeFeature, ToString(Scan3dOutputMode::UncalibratedC)) : value;
+    if (made != nullptr && !made->isRaw)
     {
-        Calibrate(*made, ofDevice);
+        Calibrate(made->mode, ofDevice);
     }
     else
     {

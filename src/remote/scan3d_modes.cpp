@@ -41,12 +41,6 @@ std::map<uint64_t, uint64_t> MasksOf(const nodemap::NodeMapParser &parser, const
     return masks;
 }
 
-bool IsMadeHere(std::string_view mode)
-{
-    return std::ranges::any_of(outputModes,
-                               [mode](const auto &traits) { return ToString(traits.mode) == mode; });
-}
-
 bool IsInTheGridOnly(std::string_view entry)
 {
     const auto coordinate = Scan3dCoordinateOf(entry);
@@ -89,7 +83,7 @@ void Scan3dModes::OverrideOutputMode()
 
 void Scan3dModes::EnableScan3dOutputModes(const NodeInfo &node)
 {
-    ForceBits(MasksOf(m_features.Parser(), node, IsMadeHere), false);
+    ForceBits(MasksOf(m_features.Parser(), node, MadeOutputMode), false);
 }
 
 void Scan3dModes::EnableCoordinateSelectorEntries()

@@ -1,12 +1,14 @@
 // Depth of the producer for any camera in running acquisitions: with chunks, again and again, and locked.
 
 #include "any_depth.h"
+#include "support/byte_values.h"
 #include "support/failure.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <map>
+#include <span>
 
 namespace chain
 {
@@ -55,14 +57,7 @@ protected:
         const auto *const base = m_camera.BufferInfo<const uint8_t *>(buffer, BUFFER_INFO_BASE);
         auto end = m_camera.BufferInfo<size_t>(buffer, BUFFER_INFO_SIZE_FILLED);
         const auto numberAt = [base](size_t place)
-        {
-            size_t number = 0;
-            for (size_t i = 0; i < 4; ++i)
-            {
-                number = number << 8U | base[place + i];
-            }
-            return number;
-        };
+        { return internal::NumberOf(std::span(base + place, 4), true); };
         Chunks chunks;
         while (end >= 8)
         {
@@ -115,10 +110,9 @@ TEST_F(AnyDepthFrames, BringChunksBehindDepth)
             const auto &image = listed.at(imageChunk);
             ASSERT_GE(image.size(), expected.bytes.size());
             EXPECT_TRUE(std::equal(expected.bytes.begin(), expected.bytes.end(), image.begin()));
-            uint64_t id = 0;
-            ASSERT_EQ(listed.at(frameIdChunk).size(), sizeof id);
-            std::memcpy(&id, listed.at(frameIdChunk).data(), sizeof id);
-            EXPECT_EQ(id, m_camera.BufferInfo<uint64_t>(buffer, BUFFER_INFO_FRAMEID));
+            ASSERT_EQ(listed.at(frameIdChunk).size(), sizeof(uint64_t));
+            EXPECT_EQ(internal::ValueAt<uint64_t>(listed.at(frameIdChunk), 0),
+                      m_camera.BufferInfo<uint64_t>(buffer, BUFFER_INFO_FRAMEID));
             EXPECT_EQ(m_camera.BufferInfo<uint64_t>(buffer, BUFFER_INFO_PIXELFORMAT), expected.pixelFormat);
             m_camera.Give(buffer);
         }

@@ -4,6 +4,7 @@
 #include "consumer.h"
 #include "consumer/description.h"
 #include "nodemap/node_access.h"
+#include "support/byte_values.h"
 #include "support/environment_variable.h"
 #include "support/plain_pixels.h"
 #include "support/sanitizer.h"
@@ -13,10 +14,10 @@
 #include <zlib.h>
 
 #include <algorithm>
-#include <cstring>
 #include <map>
 #include <ostream>
 #include <set>
+#include <span>
 
 namespace chain
 {
@@ -25,7 +26,9 @@ namespace
 
 using internal::EnvironmentVariable;
 using internal::FormatByName;
+using internal::NumberOf;
 using internal::PlainImage;
+using internal::ValueAt;
 using Bytes = std::vector<uint8_t>;
 
 constexpr int framesCompared = 3;
@@ -366,16 +369,6 @@ struct ChunkExpectation
     size_t length;
 };
 
-uint32_t WordAt(const Bytes &bytes, size_t offset, bool isBigEndian)
-{
-    uint32_t value = 0;
-    for (size_t i = 0; i < sizeof value; ++i)
-    {
-        value |= uint32_t{bytes.at(offset + i)} << 8 * (isBigEndian ? 3 - i : i);
-    }
-    return value;
-}
-
 /// Chunks by id, found by their trailers alone: each trailer leads to the one before it.
 std::map<uint64_t, std::pair<size_t, size_t>> WalkFromTheEnd(const Bytes &bytes, size_t end, bool isBigEndian)
 {
@@ -383,8 +376,9 @@ std::map<uint64_t, std::pair<size_t, size_t>> WalkFromTheEnd(const Bytes &bytes,
     std::map<uint64_t, std::pair<size_t, size_t>> chunks;
     while (end > 0)
     {
-        const uint64_t id = WordAt(bytes, end - trailerSize, isBigEndian);
-        const size_t length = WordAt(bytes, end - sizeof(uint32_t), isBigEndian);
+        const auto trailer = std::span(bytes).subspan(end - trailerSize, trailerSize);
+        const auto id = NumberOf(trailer.first(4), isBigEndian);
+        const auto length = NumberOf(trailer.last(4), isBigEndian);
         if (length + trailerSize > end ||
             !chunks.emplace(id, std::pair(end - trailerSize - length, length)).second)
         {
@@ -394,15 +388,6 @@ std::map<uint64_t, std::pair<size_t, size_t>> WalkFromTheEnd(const Bytes &bytes,
         end -= length + trailerSize;
     }
     return chunks;
-}
-
-template <typename T>
-T ValueAt(const Bytes &bytes, size_t offset)
-{
-    T value{};
-    EXPECT_LE(offset + sizeof value, bytes.size());
-    std::memcpy(&value, bytes.data() + offset, sizeof value);
-    return value;
 }
 
 void EnableChunks(const gentlctl::Features &remote)

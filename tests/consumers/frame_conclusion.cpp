@@ -1,5 +1,6 @@
 #include "consumers/frame_conclusion.h"
 
+#include "support/byte_values.h"
 #include "support/described_nodes.h"
 
 #include <fmt/format.h>

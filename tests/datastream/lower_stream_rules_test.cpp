@@ -4,7 +4,6 @@
 #include "fake_lower_stream.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
-#include "support/fake_library.h"
 #include "support/handles.h"
 
 #include <gtest/gtest.h>
@@ -42,7 +41,7 @@ protected:
     std::unique_ptr<ProxyDataStream> Opened()
     {
         auto opened = ProxyDataStream::Open(
-            library, proxy, LowerHandle(0x10), [this] { return payloadSize; }, rules);
+            proxy, LowerHandle(0x10), [this] { return payloadSize; }, rules);
         Forget();
         return opened;
     }
@@ -67,7 +66,6 @@ protected:
         proxy->onGCReadPort = fail;
     }
 
-    FakeLibrary library;
     std::shared_ptr<FakeGenTLProxy> proxy = std::make_shared<FakeGenTLProxy>();
     FakeLowerStream lower;
     StreamRules rules;

@@ -2,7 +2,6 @@
 #include "fake_lower_stream.h"
 #include "support/failure.h"
 #include "support/fake_gentl_proxy.h"
-#include "support/fake_library.h"
 #include "support/fake_lower_buffers.h"
 #include "support/handles.h"
 
@@ -54,7 +53,7 @@ protected:
 
     std::unique_ptr<ProxyDataStream> Open()
     {
-        return ProxyDataStream::Open(library, proxy, LowerHandle(0x10),
+        return ProxyDataStream::Open(proxy, LowerHandle(0x10),
                                      [this]
                                      {
                                          ++numDeviceReads;
@@ -70,7 +69,6 @@ protected:
         return opened;
     }
 
-    FakeLibrary library;
     FakeLowerStream lower;
     FakeLowerBuffers lowerBuffers;
     Calls &calls = lower.calls;

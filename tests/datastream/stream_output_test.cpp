@@ -93,7 +93,7 @@ struct Step
     std::string name;
     BufferState before;
     std::function<void(Datastream &, EventHandler &, BUFFER_HANDLE)> call;
-    BufferState after;
+    std::optional<BufferState> after; ///< none when the buffer is revoked
     bool waits;
     GC_ERROR code = GC_ERR_SUCCESS;
 
@@ -133,12 +133,7 @@ TEST_P(OwnQueueStep, LeadsToItsState)
     Reach(step.before);
     EXPECT_EQ(FailureOf([&] { step.call(*stream, *EventOf(event), handle); }).code, step.code);
     const auto buffer = BufferOf(handle);
-    const bool isRevoked = buffer == nullptr;
-    EXPECT_EQ(isRevoked, step.name.starts_with("Revoke") && step.code == GC_ERR_SUCCESS);
-    if (!isRevoked)
-    {
-        EXPECT_EQ(buffer->GetState(), step.after);
-    }
+    EXPECT_EQ(buffer ? std::optional(buffer->GetState()) : std::nullopt, step.after);
     EXPECT_EQ(NumInQueue(event), step.waits ? 1U : 0U);
     EXPECT_EQ(NumAwaiting(), step.waits ? 1U : 0U);
 }
@@ -197,7 +192,7 @@ INSTANTIATE_TEST_SUITE_P(
         Step{"EventFlushInput", Input, FlushEvent, Input, false},
         Step{"EventFlushFilling", Filling, FlushEvent, Filling, false},
         Step{"EventFlushOutput", Output, FlushEvent, Announced, false},
-        Step{"RevokeAnnounced", Announced, Revoke, Announced, false},
+        Step{"RevokeAnnounced", Announced, Revoke, {}, false},
         Step{"RevokeInput", Input, Revoke, Input, false, GC_ERR_BUSY},
         Step{"RevokeFilling", Filling, Revoke, Filling, false, GC_ERR_BUSY},
         Step{"RevokeOutput", Output, Revoke, Output, true, GC_ERR_BUSY},

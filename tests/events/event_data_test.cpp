@@ -1,5 +1,6 @@
 #include "event_fixture.h"
 #include "support/log_capture.h"
+#include "support/sleeping_call.h"
 
 #include <array>
 #include <chrono>
@@ -135,10 +136,23 @@ TEST_F(EventData, IsWokenByAPushWithAndWithoutALimit)
     for (const uint64_t timeout :
          {uint64_t{GENTL_INFINITE}, std::numeric_limits<uint64_t>::max() - 1, uint64_t{600000}})
     {
-        auto fetched = std::async(std::launch::async, [&] { return Fetch(timeout).BufferHandle; });
+        auto fetched = CallThatSleeps([&] { return Fetch(timeout).BufferHandle; });
         const auto buffer = PushBuffer();
         EXPECT_EQ(fetched.get(), buffer.get());
     }
+}
+
+// Without the signal a wait would still end, but only as it looks again.
+TEST_F(EventData, SignalsItsQueueForAPush)
+{
+    std::future<void> pushed;
+    {
+        utils::MutexLock lock(queue->mutex);
+        pushed = std::async(std::launch::async, [&] { PushBuffer(); });
+        EXPECT_EQ(queue->changed.wait_for(lock.ForWait(), std::chrono::seconds(10)),
+                  std::cv_status::no_timeout);
+    }
+    pushed.get();
 }
 
 TEST_F(EventData, GivesEachOfSeveralWaitersAnEntryOfItsOwn)
@@ -147,7 +161,7 @@ TEST_F(EventData, GivesEachOfSeveralWaitersAnEntryOfItsOwn)
     std::vector<std::future<void *>> waiters;
     for (size_t i = 0; i < count; ++i)
     {
-        waiters.push_back(std::async(std::launch::async, [&] { return Fetch(GENTL_INFINITE).BufferHandle; }));
+        waiters.push_back(CallThatSleeps([&] { return Fetch(GENTL_INFINITE).BufferHandle; }));
     }
     std::set<void *> pushed;
     for (size_t i = 0; i < count; ++i)

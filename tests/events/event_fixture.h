@@ -65,7 +65,8 @@ protected:
     uint64_t NumFired() { return AskFor<uint64_t>(Info(EVENT_NUM_FIRED)); }
 
     FakeLibrary library;
-    EventHandler event{ReleaseTo(library), EVENT_NEW_BUFFER};
+    std::shared_ptr<EventQueue> queue = std::make_shared<EventQueue>();
+    EventHandler event{ReleaseTo(library), EVENT_NEW_BUFFER, queue};
 };
 
 inline const Failure aborted{"Wait aborted via kill.", GC_ERR_ABORT};

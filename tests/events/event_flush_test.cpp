@@ -1,6 +1,5 @@
 #include "event_fixture.h"
-
-#include <future>
+#include "support/sleeping_call.h"
 
 namespace GenTL::internal
 {
@@ -49,7 +48,7 @@ TEST_F(EventFlush, LeavesAKillForTheNextWait)
 
 TEST_F(EventFlush, DoesNotEndAWait)
 {
-    auto waiter = std::async(std::launch::async, [&] { return Fetch(GENTL_INFINITE).BufferHandle; });
+    auto waiter = CallThatSleeps([&] { return Fetch(GENTL_INFINITE).BufferHandle; });
     event.Flush();
     const auto buffer = PushBuffer();
     EXPECT_EQ(waiter.get(), buffer.get());

@@ -1,5 +1,8 @@
 #include "event_fixture.h"
+#include "support/sleeping_call.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <future>
 
 namespace GenTL::internal
@@ -49,17 +52,23 @@ TEST_F(EventKill, WakesAWaiter)
 {
     for (const uint64_t timeout : {uint64_t{GENTL_INFINITE}, uint64_t{600000}})
     {
-        std::promise<void> started;
-        auto waiter = std::async(std::launch::async,
-                                 [&]
-                                 {
-                                     started.set_value();
-                                     return FailureOf([&] { Fetch(timeout); });
-                                 });
-        started.get_future().wait();
+        auto waiter = CallThatSleeps([&] { return FailureOf([&] { Fetch(timeout); }); });
         event.Kill();
         EXPECT_EQ(waiter.get(), aborted);
     }
+}
+
+// Without the signal a wait would still end, but only as it looks again.
+TEST_F(EventKill, SignalsItsQueue)
+{
+    auto signalled = CallThatSleeps(
+        [&]
+        {
+            utils::MutexLock lock(queue->mutex);
+            return queue->changed.wait_for(lock.ForWait(), std::chrono::seconds(10));
+        });
+    event.Kill();
+    EXPECT_EQ(signalled.get(), std::cv_status::no_timeout);
 }
 
 TEST_F(EventKill, WakesOneOfTwoWaiters)
@@ -76,8 +85,7 @@ TEST_F(EventKill, WakesOneOfTwoWaiters)
         }
         return failure;
     };
-    auto waiters = {std::async(std::launch::async, wait).share(),
-                    std::async(std::launch::async, wait).share()};
+    auto waiters = {CallThatSleeps(wait).share(), CallThatSleeps(wait).share()};
     event.Kill();
     EXPECT_EQ(ended.get(), aborted);
     const auto buffer = PushBuffer();

@@ -7,6 +7,7 @@ import os
 import re
 import subprocess
 import sys
+import tempfile
 import unittest
 import unittest.mock
 
@@ -191,6 +192,14 @@ class Programs(unittest.TestCase):
             self.run_program(f"{PROGRAMS}/example_grab_c"), self.run_program(f"{PROGRAMS}/example_grab"),
             self.run_python("grab.py"))}
         self.assertEqual(len(means), 1, means)
+
+    def test_in_cpp_pass_over_an_entry_of_the_path_that_cannot_be_read(self):
+        with tempfile.TemporaryDirectory() as folder:
+            circle = os.path.join(folder, "circle")
+            os.symlink(circle, circle)
+            path = f"{circle}:{os.environ['GENICAM_GENTL64_PATH']}"
+            with unittest.mock.patch.dict(os.environ, {"GENICAM_GENTL64_PATH": path}):
+                self.run_program(f"{PROGRAMS}/example_grab")
 
     def test_say_what_to_set(self):
         empty = dict(os.environ, GENICAM_GENTL64_PATH="")

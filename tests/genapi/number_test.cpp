@@ -1,11 +1,11 @@
 #include "genapi/number.h"
 
+#include "support/decimal_comma.h"
+
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
 #include <optional>
 #include <string_view>
@@ -91,24 +91,9 @@ TEST(ParseFloat, ReadsAllForms)
     EXPECT_TRUE(std::isnan(ParseFloat("NaN").value_or(0)));
 }
 
-/// The German locale, with a decimal comma, for the life of this object.
-class GermanLocale
-{
-public:
-    GermanLocale()
-    {
-        setenv("LOCPATH", QVR_LOCALES, 1);
-        EXPECT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-        EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-    }
-    GermanLocale(const GermanLocale &) = delete;
-    GermanLocale &operator=(const GermanLocale &) = delete;
-    ~GermanLocale() { std::setlocale(LC_ALL, "C"); }
-};
-
 TEST(ParseFloat, ReadsAndPrintsAPointInEveryLocale)
 {
-    const GermanLocale german;
+    const DecimalComma locale;
     EXPECT_EQ(ParseFloat("1.5"), 1.5);
     EXPECT_EQ(ParseFloat("1,5"), std::nullopt);
     EXPECT_EQ(Number(1.5).Text(), "1.5");

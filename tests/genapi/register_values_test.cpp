@@ -141,11 +141,14 @@ TEST(IntegerRegister, RefusesWhatDoesNotFit)
         RegisterDevice device(text);
         EXPECT_EQ(device.features.LimitsOf<int64_t>("R"), (Limits<int64_t>{range.first, range.second, {}}))
             << text;
-        device.features.WriteInteger("R", range.first);
-        device.features.WriteInteger("R", range.second);
+        for (const auto limit : {range.first, range.second})
+        {
+            device.features.WriteInteger("R", limit);
+            EXPECT_EQ(device.features.ReadInteger("R"), limit) << text;
+        }
         const auto before = device.port.bytes;
         EXPECT_EQ(FailureOf([&, low = range.first] { device.features.WriteInteger("R", low - 1); }).code,
-                  range.first == INT64_MIN ? 0 : GC_ERR_INVALID_VALUE)
+                  GC_ERR_INVALID_VALUE)
             << text;
         if (range.second != INT64_MAX)
         {

@@ -1,13 +1,13 @@
 #include "nodemap/nodemap_parser.h"
 
 #include "memory_port.h"
+#include "support/decimal_comma.h"
 #include "support/failure.h"
 #include "support/log_capture.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <limits>
 #include <string>
 
@@ -211,21 +211,6 @@ TEST(NodeMapParserFormula, HasVariablesConstantsAndFormula)
         EXPECT_FALSE(parser.HasNode("K")) << "formulas are no nodes";
     }
 }
-
-/// Sets the test locale, which has a decimal comma, for the life of this object.
-class DecimalComma
-{
-public:
-    DecimalComma()
-    {
-        setenv("LOCPATH", QVR_LOCALES, 1);
-        EXPECT_NE(std::setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-        EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-    }
-    DecimalComma(const DecimalComma &) = delete;
-    DecimalComma &operator=(const DecimalComma &) = delete;
-    ~DecimalComma() { std::setlocale(LC_ALL, "C"); }
-};
 
 TEST(NodeMapParserFormula, HasADecimalPointInEveryLocale)
 {

@@ -1,5 +1,6 @@
 #include "processing/conversion_processor.h"
 
+#include "support/byte_values.h"
 #include "support/failure.h"
 #include "vision/exceptions.h"
 
@@ -9,6 +10,7 @@
 #include <cstdint>
 #include <cstring>
 #include <numeric>
+#include <span>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -24,19 +26,6 @@ using tarn::common::wideFormats;
 uint64_t CodeOf(PixelFormat format)
 {
     return static_cast<uint64_t>(format);
-}
-
-/// The samples of Mono12Packed, one after the other.
-std::vector<uint16_t> PlainSamples(const std::vector<uint8_t> &packed, size_t count)
-{
-    std::vector<uint16_t> samples;
-    for (size_t i = 0; i < count; ++i)
-    {
-        const auto *pair = packed.data() + i / 2 * 3;
-        const int lower = i % 2 == 0 ? pair[1] & 0x0F : pair[1] >> 4;
-        samples.push_back(static_cast<uint16_t>(pair[i % 2 * 2] << 4 | lower));
-    }
-    return samples;
 }
 
 /// Uses the open vision module, which is found because it is already loaded. Frames of 4 x 3 pixels in
@@ -92,13 +81,7 @@ protected:
     Chunks ChunksByTrailers(size_t end, bool isBigEndian) const
     {
         const auto wordAt = [&](size_t place)
-        {
-            const auto *bytes = output.data() + place;
-            return isBigEndian ? uint32_t{bytes[0]} << 24 | uint32_t{bytes[1]} << 16 |
-                                     uint32_t{bytes[2]} << 8 | bytes[3]
-                               : uint32_t{bytes[3]} << 24 | uint32_t{bytes[2]} << 16 |
-                                     uint32_t{bytes[1]} << 8 | bytes[0];
-        };
+        { return NumberOf(std::span(output).subspan(place, 4), isBigEndian); };
         Chunks chunks;
         while (end >= 8)
         {
@@ -124,7 +107,7 @@ protected:
 TEST_F(ConversionProcessorTest, ConvertsAnImage)
 {
     const auto result = Process();
-    EXPECT_EQ(SamplesAt(0, 12), PlainSamples(source, 12));
+    EXPECT_EQ(SamplesAt(0, 12), SamplesOfPairs(source, 12, 12));
     EXPECT_TRUE(IsUntouchedFrom(24));
     EXPECT_EQ(result.bytesWritten, 24U);
     EXPECT_EQ(result.dataSize, 24U);
@@ -231,7 +214,7 @@ TEST_F(ConversionProcessorTest, ConvertsWhatBeginsLaterInTheBuffer)
     input.attributes.imageOffset = 5;
     input.sizeFilled = 23;
     EXPECT_EQ(Process().bytesWritten, 24U);
-    EXPECT_EQ(SamplesAt(0, 12), PlainSamples({source.begin() + 5, source.end()}, 12));
+    EXPECT_EQ(SamplesAt(0, 12), SamplesOfPairs(std::span(source).subspan(5), 12, 12));
 }
 
 TEST_F(ConversionProcessorTest, LeavesThePaddingOfLinesOut)
@@ -244,7 +227,7 @@ TEST_F(ConversionProcessorTest, LeavesThePaddingOfLinesOut)
         dense.insert(dense.end(), source.begin() + line, source.begin() + line + 6);
     }
     EXPECT_EQ(Process().bytesWritten, 24U);
-    EXPECT_EQ(SamplesAt(0, 12), PlainSamples(dense, 12));
+    EXPECT_EQ(SamplesAt(0, 12), SamplesOfPairs(dense, 12, 12));
     input.sizeFilled = 22;
     EXPECT_EQ(Process().bytesWritten, 24U) << "without the padding of the last line";
 }
@@ -263,7 +246,7 @@ TEST_F(ConversionProcessorTest, LetsDenseLinesEndInMidByte)
     input.attributes.width = 3;
     input.sizeFilled = 14;
     EXPECT_EQ(Process().bytesWritten, 18U);
-    EXPECT_EQ(SamplesAt(0, 9), PlainSamples(source, 9));
+    EXPECT_EQ(SamplesAt(0, 9), SamplesOfPairs(source, 12, 9));
 }
 
 TEST_F(ConversionProcessorTest, RefusesACompleteFrameThatIsTooShort)
@@ -288,7 +271,7 @@ TEST_F(ConversionProcessorTest, ConvertsTheWholeLinesOfAnIncompleteFrame)
     input.isIncomplete = true;
     input.sizeFilled = 17;
     const auto result = Process();
-    EXPECT_EQ(SamplesAt(0, 8), PlainSamples(source, 8));
+    EXPECT_EQ(SamplesAt(0, 8), SamplesOfPairs(source, 12, 8));
     EXPECT_TRUE(IsUntouchedFrom(16));
     EXPECT_EQ(result.bytesWritten, 16U);
     EXPECT_EQ(result.dataSize, 24U);
@@ -321,7 +304,7 @@ TEST_F(ConversionProcessorTest, TakesTheLinesThatWereSent)
     input.attributes.deliveredImageHeight = 2;
     input.sizeFilled = 12;
     EXPECT_EQ(Process().bytesWritten, 16U);
-    EXPECT_EQ(SamplesAt(0, 8), PlainSamples(source, 8));
+    EXPECT_EQ(SamplesAt(0, 8), SamplesOfPairs(source, 12, 8));
 }
 
 TEST_F(ConversionProcessorTest, TakesNoLinesSentForAnUnknownNumber)
@@ -349,7 +332,7 @@ TEST_F(ConversionProcessorTest, MovesTheChunksBehindTheLargerImage)
     input.sizeFilled = 24;
     input.chunks = ChunkList{.payloadSize = 24, .entries = {{0xA, 0, 14}, {0xB, 14, 10}}};
     const auto result = Process();
-    EXPECT_EQ(SamplesAt(0, 9), PlainSamples(source, 9));
+    EXPECT_EQ(SamplesAt(0, 9), SamplesOfPairs(source, 12, 9));
     EXPECT_EQ(BytesAt(20, 10), (std::vector<uint8_t>(source.begin() + 14, source.begin() + 24)));
     EXPECT_TRUE(IsUntouchedFrom(30));
     EXPECT_EQ(result.bytesWritten, 30U);
@@ -552,7 +535,7 @@ protected:
 TEST_F(ConversionOfParts, PutsThemOneBehindTheOther)
 {
     const auto result = Process();
-    EXPECT_EQ(SamplesAt(0, 12), PlainSamples(source, 12));
+    EXPECT_EQ(SamplesAt(0, 12), SamplesOfPairs(source, 12, 12));
     EXPECT_EQ(BytesAt(24, 5), (std::vector<uint8_t>(source.begin() + 20, source.begin() + 25)));
     EXPECT_EQ(result.bytesWritten, 29U);
     EXPECT_EQ(result.dataSize, 29U);
@@ -607,7 +590,7 @@ TEST_F(ConversionOfParts, LeavesThePaddingOfLinesOut)
     const auto result = Process();
     EXPECT_EQ(result.parts.at(0).size, 16U);
     EXPECT_EQ(result.parts.at(0).xPadding, 0U);
-    EXPECT_EQ(SamplesAt(8, 4), PlainSamples({source.begin() + 9, source.end()}, 4));
+    EXPECT_EQ(SamplesAt(8, 4), SamplesOfPairs(std::span(source).subspan(9), 12, 4));
 }
 
 TEST_F(ConversionOfParts, MovesTheChunksBehindTheLastPart)

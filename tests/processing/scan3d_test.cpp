@@ -32,6 +32,26 @@ TEST(OutputModeTraits, AreThoseOfADeviceForAModeThatIsNotMade)
     EXPECT_EQ(TraitsOf(Scan3dOutputMode::CalibratedC).makes, tarn::common::PixelFormat::Coord3D_C32f);
 }
 
+TEST(MadeOutputMode, IsTheRowOfAnEntryThatTheProcessingMakes)
+{
+    for (const auto *const name : {"UncalibratedC", "CalibratedC", "CalibratedABC_Grid"})
+    {
+        const auto *const made = MadeOutputMode(name);
+        ASSERT_NE(made, nullptr) << name;
+        EXPECT_EQ(made->mode, Scan3dOutputModeOf(name));
+    }
+    EXPECT_EQ(MadeOutputMode("RectifiedC"), nullptr);
+    EXPECT_EQ(MadeOutputMode("ProjectedC"), nullptr);
+}
+
+TEST(MadeOutputMode, MakesTheFormatsOfPointsAndDepth)
+{
+    EXPECT_TRUE(IsMadeByOutputMode(tarn::common::PixelFormat::Coord3D_C32f));
+    EXPECT_TRUE(IsMadeByOutputMode(tarn::common::PixelFormat::Coord3D_ABC32f));
+    EXPECT_FALSE(IsMadeByOutputMode(tarn::common::PixelFormat::Coord3D_C16));
+    EXPECT_FALSE(IsMadeByOutputMode(tarn::common::PixelFormat::Mono8));
+}
+
 TEST(Scan3dOutputModeName, IsTheEntrysAndLeadsBackToIt)
 {
     EXPECT_EQ(ToString(Scan3dOutputMode::UncalibratedC), "UncalibratedC");

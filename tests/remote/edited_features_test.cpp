@@ -108,21 +108,24 @@ TEST_P(EveryFeature, HasTheDevicesValueUnderTheDevicesName)
 {
     EditedDevice camera(Fixture(GetParam()));
     camera.port.pattern = 3;
+    size_t moved = 0;
     for (const auto &name : ReplacedNames())
     {
         // All new names get the same suffix.
         for (const std::string suffix : {"", "_2"})
         {
-            const auto moved = "Device" + name + suffix;
-            if (camera.edit.device.graph->Find(name) == genapi::noNode || !camera.consumer.Has(moved) ||
-                camera.device.Has(moved))
+            const auto newName = "Device" + name + suffix;
+            if (camera.edit.device.graph->Find(name) == genapi::noNode || !camera.consumer.Has(newName) ||
+                camera.device.Has(newName))
             {
                 continue;
             }
-            EXPECT_EQ(camera.consumer.ReadFloat(moved), camera.device.ReadFloat(name)) << moved;
-            EXPECT_FALSE(camera.consumer.AccessOf(moved).writable) << moved;
+            EXPECT_EQ(camera.consumer.ReadFloat(newName), camera.device.ReadFloat(name)) << newName;
+            EXPECT_FALSE(camera.consumer.AccessOf(newName).writable) << newName;
+            ++moved;
         }
     }
+    EXPECT_EQ(moved != 0, !camera.edit.result.registers.empty());
 }
 
 TEST_P(EveryFeature, IsReadableThroughASecondEdit)

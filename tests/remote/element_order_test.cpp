@@ -115,13 +115,15 @@ TEST_P(ElementOrder, HasNewNodesOfBothSchemas)
 {
     const Edit edit(Fixture(GetParam()));
     const auto group = edit.consumer.tree.document_element().last_child();
+    if (edit.result.registers.empty())
+    {
+        return; // nothing is new
+    }
     const Names kinds{"Category", "Enumeration", "Integer", "Float", "Boolean", "IntReg", "FloatReg"};
+    EXPECT_FALSE(group.children().empty());
     for (const auto &node : group.children())
     {
-        if (!edit.result.registers.empty())
-        {
-            EXPECT_NE(std::ranges::find(kinds, LocalName(node)), kinds.end()) << LocalName(node);
-        }
+        EXPECT_NE(std::ranges::find(kinds, LocalName(node)), kinds.end()) << LocalName(node);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "support/described_nodes.h"
 
 #include "nodemap/math_expression_parser.h"
+#include "support/byte_values.h"
 
 #include <algorithm>
 #include <bit>
@@ -42,30 +43,6 @@ int64_t BitsOf(uint64_t value, pugi::xml_node node, const NodeRegister &place)
 }
 
 } // namespace
-
-std::vector<uint8_t> NumberBytes(uint64_t value, size_t length, bool bigEndian)
-{
-    std::vector<uint8_t> bytes;
-    for (size_t i = 0; i < length; ++i)
-    {
-        bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
-    }
-    if (bigEndian)
-    {
-        std::ranges::reverse(bytes);
-    }
-    return bytes;
-}
-
-uint64_t NumberOf(std::span<const uint8_t> bytes, bool bigEndian)
-{
-    uint64_t value = 0;
-    for (size_t i = 0; i < bytes.size(); ++i)
-    {
-        value = value << 8 | bytes[bigEndian ? i : bytes.size() - 1 - i];
-    }
-    return value;
-}
 
 DescribedNodes::DescribedNodes(RegisterPort port, const std::string &description)
     : m_port(std::move(port)), m_document(std::make_shared<pugi::xml_document>())

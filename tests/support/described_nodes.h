@@ -68,8 +68,4 @@ private:
     std::map<std::string, pugi::xml_node> m_nodes;
 };
 
-/// The bytes of a value, the lowest first unless big-endian.
-std::vector<uint8_t> NumberBytes(uint64_t value, size_t length, bool bigEndian);
-uint64_t NumberOf(std::span<const uint8_t> bytes, bool bigEndian);
-
 } // namespace GenTL::internal

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
@@ -131,7 +132,11 @@ TEST(Gentlctl, ListsDevicesAndWhyOneCannotBeOpened)
         run.output.find("SIM-FOREIGN  serial SIM0003  NOACCESS: the producer does not admit this model"),
         std::string::npos)
         << run.output;
-    EXPECT_TRUE(JsonOf("list").is_array() || JsonOf("list").is_object());
+    const auto foreign = JsonOf("list")[1]["devices"][1];
+    EXPECT_EQ(foreign["id"], "SIM-SIM0003");
+    EXPECT_EQ(foreign["accessStatus"], "NOACCESS");
+    EXPECT_THAT(foreign["reason"].get<std::string>(),
+                testing::StartsWith("the producer does not admit this model"));
 }
 
 TEST(Gentlctl, ListsWhereADeviceIsInTheNetwork)

@@ -26,6 +26,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace gentlctl
@@ -86,6 +87,18 @@ void Describe(lower::Producer &producer, const std::string &nodes, std::vector<s
     producer.remembersRegisters = true;
 }
 
+/// Calls `act` at each wait for an event, with the number of the wait, from 1.
+void OnEachWait(lower::Producer &producer, std::function<void(int)> act)
+{
+    producer.onCall = [act = std::move(act), waits = 0](std::string_view name) mutable
+    {
+        if (name == "EventGetData")
+        {
+            act(++waits);
+        }
+    };
+}
+
 /// A camera with these features, besides those that a grab needs.
 class ScriptedCamera
 {
@@ -107,13 +120,14 @@ public:
     /// Delivers frames with the bytes 1, 2, ... as soon as the stream runs: that many at the first wait.
     void DeliverAtFirstWait(int frames)
     {
-        lower->onCall = [this, frames, delivered = 0](std::string_view name) mutable
-        {
-            for (; name == "EventGetData" && delivered < frames; ++delivered)
-            {
-                Deliver(delivered + 1);
-            }
-        };
+        OnEachWait(*lower,
+                   [this, frames](int wait)
+                   {
+                       for (int content = 1; wait == 1 && content <= frames; ++content)
+                       {
+                           Deliver(content);
+                       }
+                   });
     }
 
     void Deliver(int content) { lower->Deliver({std::vector<uint8_t>(64, static_cast<uint8_t>(content))}); }
@@ -134,26 +148,14 @@ std::string FailureOf(const GrabReport &report)
 TEST(GrabFromALostDevice, EndsAsSoonAsTheWaitFails)
 {
     ScriptedCamera camera("", {});
-    camera.lower->onCall = [&](std::string_view name)
-    {
-        if (name == "EventGetData")
-        {
-            camera.lower->gone = GC_ERR_IO;
-        }
-    };
+    OnEachWait(*camera.lower, [&](int) { camera.lower->gone = GC_ERR_IO; });
     EXPECT_EQ(FailureOf(camera.Take({.frames = 0, .timeoutMs = GENTL_INFINITE})).find("cam0 is lost: "), 0U);
 }
 
 TEST(GrabFromALostDevice, EndsWhenASilentDeviceDoesNotAnswer)
 {
     ScriptedCamera camera("", {});
-    camera.lower->onCall = [&](std::string_view name)
-    {
-        if (name == "EventGetData")
-        {
-            camera.lower->FailNext("GCReadPort", GC_ERR_IO);
-        }
-    };
+    OnEachWait(*camera.lower, [&](int) { camera.lower->FailNext("GCReadPort", GC_ERR_IO); });
     const auto report = camera.Take({.frames = 0, .duration = 1h, .timeoutMs = GENTL_INFINITE});
     EXPECT_EQ(FailureOf(report).find("cam0 is lost: "), 0U) << FailureOf(report);
 }
@@ -161,18 +163,19 @@ TEST(GrabFromALostDevice, EndsWhenASilentDeviceDoesNotAnswer)
 TEST(GrabFromALostDevice, StillWritesWhatCame)
 {
     ScriptedCamera camera("", {});
-    camera.lower->onCall = [&, waits = 0](std::string_view name) mutable
-    {
-        if (name == "EventGetData" && ++waits == 1)
-        {
-            camera.Deliver(1);
-            camera.Deliver(2);
-        }
-        else if (name == "EventGetData" && waits == 3)
-        {
-            camera.lower->gone = GC_ERR_IO;
-        }
-    };
+    OnEachWait(*camera.lower,
+               [&](int wait)
+               {
+                   if (wait == 1)
+                   {
+                       camera.Deliver(1);
+                       camera.Deliver(2);
+                   }
+                   else if (wait == 3)
+                   {
+                       camera.lower->gone = GC_ERR_IO;
+                   }
+               });
     const auto write = [](const FrameInfo &, uint64_t) { return std::vector<std::string>{"file"}; };
     const auto report = camera.Take({.frames = 5}, {write, nullptr});
     EXPECT_EQ(FailureOf(report).find("cam0 is lost: "), 0U) << FailureOf(report);
@@ -184,13 +187,7 @@ TEST(BenchOfALostDevice, EndsAsSoonAsTheWaitFails)
     LowerLibrary lower;
     Describe(*lower, "", {});
     lower->FailNext("GCRegisterEvent", GC_ERR_NOT_IMPLEMENTED); // it has no EVENT_ERROR
-    lower->onCall = [&](std::string_view name)
-    {
-        if (name == "EventGetData")
-        {
-            lower->gone = GC_ERR_IO;
-        }
-    };
+    OnEachWait(*lower, [&](int) { lower->gone = GC_ERR_IO; });
     const Interrupt interrupt;
     ThroughputOptions options;
     options.device = "cam0";
@@ -298,13 +295,14 @@ TEST(GrabByTrigger, TriggersEachFrame)
 {
     ScriptedCamera camera(triggerNodes, {"TriggerSoftware", "TriggerMode", "TriggerSource"});
     int triggered = 0;
-    camera.lower->onCall = [&](std::string_view name)
-    {
-        if (name == "EventGetData" && camera.lower->registers.erase(triggerRegister) == 1)
-        {
-            camera.Deliver(++triggered);
-        }
-    };
+    OnEachWait(*camera.lower,
+               [&](int)
+               {
+                   if (camera.lower->registers.erase(triggerRegister) == 1)
+                   {
+                       camera.Deliver(++triggered);
+                   }
+               });
     const auto report = camera.Take({.frames = 3, .timeoutMs = 5000, .trigger = true});
     EXPECT_FALSE(report.failure);
     EXPECT_EQ(report.taken, 3U);

@@ -196,16 +196,16 @@ TEST(PercentilesOfValues, AreValuesOfTheList)
 {
     EXPECT_EQ(PercentilesOf({}).count, 0U);
     const auto one = PercentilesOf({7});
-    EXPECT_EQ(one.half, 7);
-    EXPECT_EQ(one.mostly, 7);
+    EXPECT_EQ(one.median, 7);
+    EXPECT_EQ(one.p99, 7);
     std::vector<double> values;
     for (int i = 200; i > 0; --i)
     {
         values.push_back(i);
     }
     const auto many = PercentilesOf(values);
-    EXPECT_EQ(many.half, 100);
-    EXPECT_EQ(many.mostly, 198);
+    EXPECT_EQ(many.median, 100);
+    EXPECT_EQ(many.p99, 198);
     EXPECT_EQ(many.maximum, 200);
     EXPECT_EQ(MedianOf({3, 1, 2}), 2);
 }

@@ -54,6 +54,7 @@ TEST_P(WideCamera, ShowsTheValuesInItsChunks)
 TEST_P(WideCamera, WritesPicturesOfEachFormatThatCanBeChosen)
 {
     const auto formats = WideJsonOf("formats -d " + GetParam());
+    ASSERT_GE(formats["offers"].size(), 3U) << formats;
     for (const auto &offer : formats["offers"])
     {
         const Folder folder;

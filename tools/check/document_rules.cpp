@@ -79,17 +79,15 @@ bool IsUtf8Document(std::string_view text)
 }
 
 /// Looks for bytes behind the last tag. White space is allowed there.
-void CheckTail(Trial &trial, const DocumentClaim &claim, std::string_view raw, std::string_view text)
+void CheckTail(Trial &trial, const DocumentClaim &claim, std::string_view document)
 {
-    const auto end = text.find_last_of('>');
-    if (!IsUtf8Document(raw) || end == std::string_view::npos)
+    if (!IsUtf8Document(document))
     {
         return;
     }
     constexpr std::string_view closing = "RegisterDescription>";
-    const auto place = raw.rfind(closing);
-    const auto tail =
-        place == std::string_view::npos ? std::string_view() : raw.substr(place + closing.size());
+    const auto place = document.rfind(closing);
+    const auto tail = place == std::string_view::npos ? "" : document.substr(place + closing.size());
     if (tail.find_first_not_of(" \t\r\n") != std::string_view::npos)
     {
         trial.Add(claim.url, fmt::format("{} bytes stand behind the document", tail.size()), hasTail);
@@ -196,7 +194,7 @@ void CheckDocument(Trial &trial, const DocumentClaim &claim, std::span<const uin
         return;
     }
     const auto text = internal::DescriptionText(document);
-    CheckTail(trial, claim, {reinterpret_cast<const char *>(document.data()), document.size()}, text);
+    CheckTail(trial, claim, {reinterpret_cast<const char *>(document.data()), document.size()});
     pugi::xml_document parsed;
     const auto result =
         parsed.load_buffer(text.data(), text.size(), pugi::parse_default, pugi::encoding_utf8);

@@ -49,7 +49,7 @@ DescriptionTree::DescriptionTree(GenTL::internal::IPort &port)
 {
     Load(port, m_document);
     const NodeGraph graph(m_document);
-    FindPassingPorts(graph);
+    FindTransientPorts(graph);
     for (NodeId id = 0; id < graph.Size(); ++id)
     {
         MoveChunk(graph, id);
@@ -57,7 +57,7 @@ DescriptionTree::DescriptionTree(GenTL::internal::IPort &port)
     }
 }
 
-void DescriptionTree::FindPassingPorts(const NodeGraph &graph)
+void DescriptionTree::FindTransientPorts(const NodeGraph &graph)
 {
     for (NodeId id = 0; id < graph.Size(); ++id)
     {
@@ -69,16 +69,16 @@ void DescriptionTree::FindPassingPorts(const NodeGraph &graph)
         }
         if (chunk != nullptr || graph.Find(id, Tag::pChunkID) != nullptr)
         {
-            m_passingPorts[name] = {"only with a frame", {}, {}};
+            m_transientPorts[name] = {"only with a frame", {}, {}};
         }
         else if (const auto *const event = graph.Find(id, Tag::EventID))
         {
-            m_passingPorts[name] = {"only with an event", {}, IdIn(event->Text())};
+            m_transientPorts[name] = {"only with an event", {}, IdIn(event->Text())};
             RemoveProperty(*event);
         }
         if (const auto number = chunk == nullptr ? std::nullopt : IdIn(chunk->Text()))
         {
-            m_passingPorts[name].chunkId = number;
+            m_transientPorts[name].chunkId = number;
             m_chunkIds.push_back(*number);
             RemoveProperty(*chunk);
         }
@@ -108,10 +108,10 @@ void DescriptionTree::LeaveWritesToTheDevice(const NodeGraph &graph, NodeId id)
 void DescriptionTree::MoveChunk(const NodeGraph &graph, NodeId id) const
 {
     const auto *const port = graph.Find(id, Tag::pPort);
-    const auto passing = port == nullptr ? m_passingPorts.end() : m_passingPorts.find(port->Text());
-    if (passing != m_passingPorts.end() && passing->second.chunkId)
+    const auto transient = port == nullptr ? m_transientPorts.end() : m_transientPorts.find(port->Text());
+    if (transient != m_transientPorts.end() && transient->second.chunkId)
     {
-        const auto place = std::ranges::find(m_chunkIds, *passing->second.chunkId) - m_chunkIds.begin();
+        const auto place = std::ranges::find(m_chunkIds, *transient->second.chunkId) - m_chunkIds.begin();
         auto element = graph[id].element;
         const auto address = fmt::format("{:#x}", ChunkAddress(static_cast<size_t>(place)));
         element.append_child("Address").text().set(address.c_str());

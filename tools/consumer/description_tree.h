@@ -16,7 +16,7 @@ namespace gentlctl
 {
 
 /// A port whose registers exist only with a frame or an event.
-struct PassingPort
+struct TransientPort
 {
     std::string_view when; ///< for example "only with a frame"
     std::optional<uint64_t> chunkId;
@@ -47,19 +47,22 @@ public:
 
     const pugi::xml_document &Document() const { return m_document; }
     /// By their names.
-    const std::map<std::string, PassingPort, std::less<>> &PassingPorts() const { return m_passingPorts; }
+    const std::map<std::string, TransientPort, std::less<>> &TransientPorts() const
+    {
+        return m_transientPorts;
+    }
     const std::vector<uint64_t> &ChunkIds() const { return m_chunkIds; }
     /// The nodes that lock others, by the names of those.
     const std::map<std::string, std::string, std::less<>> &Locks() const { return m_locks; }
 
 private:
-    void FindPassingPorts(const GenTL::internal::genapi::NodeGraph &graph);
+    void FindTransientPorts(const GenTL::internal::genapi::NodeGraph &graph);
     void LeaveWritesToTheDevice(const GenTL::internal::genapi::NodeGraph &graph,
                                 GenTL::internal::genapi::NodeId id);
     void MoveChunk(const GenTL::internal::genapi::NodeGraph &graph, GenTL::internal::genapi::NodeId id) const;
 
     pugi::xml_document m_document;
-    std::map<std::string, PassingPort, std::less<>> m_passingPorts;
+    std::map<std::string, TransientPort, std::less<>> m_transientPorts;
     std::vector<uint64_t> m_chunkIds;
     std::map<std::string, std::string, std::less<>> m_locks;
 };

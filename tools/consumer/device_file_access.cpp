@@ -30,25 +30,36 @@ uint64_t DeviceFileAccess::FileSize(const std::string &name) const
     return static_cast<uint64_t>(size);
 }
 
+/// Transfers the content of the open file; closes the file when that fails.
+template <typename Transfer>
+auto DeviceFileAccess::ClosingOnFailure(Transfer transfer) const
+{
+    try
+    {
+        return transfer();
+    }
+    catch (...)
+    {
+        Try([&] { return Execute("Close"); });
+        throw;
+    }
+}
+
 std::vector<uint8_t> DeviceFileAccess::ReadFile(const std::string &name) const
 {
     const auto size = FileSize(name);
     m_features.WriteText("FileOpenMode", "Read");
-    if (!Does("Open"))
+    if (!Execute("Open"))
     {
         throw std::runtime_error(fmt::format("The device refuses to open the file {} for reading", name));
     }
-    try
-    {
-        auto content = Receive(name, size);
-        Does("Close"); // All bytes are here, whatever the device says to this.
-        return content;
-    }
-    catch (...)
-    {
-        Try([&] { return Does("Close"); });
-        throw;
-    }
+    return ClosingOnFailure(
+        [&]
+        {
+            auto content = Receive(name, size);
+            Execute("Close"); // All bytes are here, whatever the device says to this.
+            return content;
+        });
 }
 
 std::vector<uint8_t> DeviceFileAccess::Receive(const std::string &name, uint64_t size) const
@@ -60,7 +71,7 @@ std::vector<uint8_t> DeviceFileAccess::Receive(const std::string &name, uint64_t
         const auto count = std::min(block, static_cast<int64_t>(size - content.size()));
         m_features.WriteInteger("FileAccessOffset", static_cast<int64_t>(content.size()));
         m_features.WriteInteger("FileAccessLength", count);
-        if (!Does("Read"))
+        if (!Execute("Read"))
         {
             throw std::runtime_error(fmt::format("The device refuses the bytes from {} on of the {} of {}",
                                                  content.size(), size, name));
@@ -80,27 +91,19 @@ std::vector<uint8_t> DeviceFileAccess::Receive(const std::string &name, uint64_t
 void DeviceFileAccess::WriteFile(const std::string &name, std::span<const uint8_t> content) const
 {
     m_features.WriteText("FileSelector", name);
-    if (!Offers("FileOpenMode", "Write") || !Offers("FileOperationSelector", "Write"))
+    if (!HasEntry("FileOpenMode", "Write") || !HasEntry("FileOperationSelector", "Write"))
     {
         throw std::runtime_error(
             fmt::format("The device does not write the file {}: it only lets it be read", name));
     }
     MakeRoom(name, content.size());
     m_features.WriteText("FileOpenMode", "Write");
-    if (!Does("Open"))
+    if (!Execute("Open"))
     {
         throw std::runtime_error(fmt::format("The device refuses to open the file {} for writing", name));
     }
-    try
-    {
-        Send(name, content);
-    }
-    catch (...)
-    {
-        Try([&] { return Does("Close"); });
-        throw;
-    }
-    if (!Does("Close"))
+    ClosingOnFailure([&] { Send(name, content); });
+    if (!Execute("Close"))
     {
         throw std::runtime_error(fmt::format("The device refuses to close the file {}", name));
     }
@@ -115,7 +118,7 @@ void DeviceFileAccess::WriteFile(const std::string &name, std::span<const uint8_
 /// Deletes a longer content, of which writing would leave the end.
 void DeviceFileAccess::MakeRoom(const std::string &name, uint64_t size) const
 {
-    if (FileSize(name) > size && Offers("FileOperationSelector", "Delete") && !Does("Delete"))
+    if (FileSize(name) > size && HasEntry("FileOperationSelector", "Delete") && !Execute("Delete"))
     {
         throw std::runtime_error(fmt::format(
             "The device refuses to delete the content of {}, which is longer than the new one", name));
@@ -146,7 +149,7 @@ void DeviceFileAccess::SendBlock(const std::string &name, std::span<const uint8_
     std::vector<uint8_t> buffer(static_cast<size_t>(m_features.LimitsOf<int64_t>("FileAccessBuffer").max));
     std::ranges::copy(block, buffer.begin());
     m_features.WriteBytes("FileAccessBuffer", buffer);
-    const bool isDone = Does("Write");
+    const bool isDone = Execute("Write");
     const auto taken = m_features.Has("FileOperationResult") ? m_features.ReadInteger("FileOperationResult")
                                                              : static_cast<int64_t>(size);
     if (!isDone || taken != static_cast<int64_t>(size))
@@ -158,15 +161,15 @@ void DeviceFileAccess::SendBlock(const std::string &name, std::span<const uint8_
 }
 
 /// Whether an enumeration has an entry that can be chosen now.
-bool DeviceFileAccess::Offers(const char *choice, const char *entry) const
+bool DeviceFileAccess::HasEntry(const char *enumeration, const char *entry) const
 {
-    const auto entries = AvailableEntriesOf(m_features, choice);
+    const auto entries = AvailableEntriesOf(m_features, enumeration);
     return std::ranges::find(entries, entry) != entries.end();
 }
 
 /// Executes an operation on the selected file.
 /// @return whether the device reports success
-bool DeviceFileAccess::Does(const char *operation) const
+bool DeviceFileAccess::Execute(const char *operation) const
 {
     m_features.WriteText("FileOperationSelector", operation);
     m_features.Execute("FileOperationExecute");

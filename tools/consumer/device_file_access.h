@@ -36,13 +36,15 @@ public:
     void WriteFile(const std::string &name, std::span<const uint8_t> content) const;
 
 private:
+    template <typename Transfer>
+    auto ClosingOnFailure(Transfer transfer) const;
     std::vector<uint8_t> Receive(const std::string &name, uint64_t size) const;
     void MakeRoom(const std::string &name, uint64_t size) const;
     void Send(const std::string &name, std::span<const uint8_t> content) const;
     void SendBlock(const std::string &name, std::span<const uint8_t> content, uint64_t offset,
                    uint64_t size) const;
-    bool Offers(const char *choice, const char *entry) const;
-    bool Does(const char *operation) const;
+    bool HasEntry(const char *enumeration, const char *entry) const;
+    bool Execute(const char *operation) const;
 
     GenTL::internal::genapi::GraphFeatures &m_features;
 };

@@ -83,10 +83,10 @@ FeatureDescription::FeatureDescription(GenTL::internal::IPort &port)
     }
     for (const auto &name : ChunkIds().empty() ? std::vector<std::string>() : Names())
     {
-        const auto *const passing = PassingPortOf(m_graph.Find(name));
-        if (passing != nullptr && passing->chunkId)
+        const auto *const transient = TransientPortOf(m_graph.Find(name));
+        if (transient != nullptr && transient->chunkId)
         {
-            m_chunkFeatures.emplace_back(name, *passing->chunkId);
+            m_chunkFeatures.emplace_back(name, *transient->chunkId);
         }
     }
 }
@@ -130,34 +130,27 @@ NodeId FeatureDescription::Find(const std::string &name) const
     return m_graph.Find(name);
 }
 
-/// The chunk or event port behind a feature, directly or through a formula; null when there is none.
-const PassingPort *FeatureDescription::PassingPortOf(NodeId feature) const
+const TransientPort *FeatureDescription::TransientPortOf(NodeId feature) const
 {
-    const PassingPort *found = nullptr;
+    const TransientPort *found = nullptr;
     WalkInDepth(m_graph, feature,
                 [&](NodeId id, std::vector<NodeId> &open)
                 {
                     const auto *const port = m_graph.FindInherited(id, Tag::pPort);
                     const auto name = port == nullptr ? std::string_view() : port->Text();
-                    const auto passing = m_tree.PassingPorts().find(name);
-                    if (found == nullptr && passing != m_tree.PassingPorts().end())
+                    const auto transient = m_tree.TransientPorts().find(name);
+                    if (found == nullptr && transient != m_tree.TransientPorts().end())
                     {
-                        found = &passing->second;
+                        found = &transient->second;
                     }
                     AppendTargets(m_graph, id, IsRead, open);
                 });
     return found;
 }
 
-std::optional<std::string> FeatureDescription::WhyPassing(NodeId feature) const
-{
-    const auto *const port = PassingPortOf(feature);
-    return port == nullptr ? std::nullopt : std::optional<std::string>(port->when);
-}
-
 std::optional<uint64_t> FeatureDescription::EventIdOf(NodeId feature) const
 {
-    const auto *const port = PassingPortOf(feature);
+    const auto *const port = TransientPortOf(feature);
     return port == nullptr ? std::nullopt : port->eventId;
 }
 

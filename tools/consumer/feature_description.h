@@ -39,8 +39,9 @@ public:
     /// @throws std::runtime_error there is no such feature; the message names similar ones
     NodeId Find(const std::string &name) const;
 
-    /// When a feature has a value, for example "only with a frame"; none for a feature that always has one.
-    std::optional<std::string> WhyPassing(NodeId feature) const;
+    /// The chunk or event port behind a feature, directly or through a formula; null for a feature that
+    /// always has a value.
+    const TransientPort *TransientPortOf(NodeId feature) const;
 
     /// The id of the event whose data hold a feature's value; none for other features.
     std::optional<uint64_t> EventIdOf(NodeId feature) const;
@@ -64,8 +65,6 @@ public:
     std::vector<std::string> SelectorsOf(NodeId feature) const;
 
 private:
-    const PassingPort *PassingPortOf(NodeId feature) const;
-
     DescriptionTree m_tree;
     GenTL::internal::genapi::NodeGraph m_graph;
     std::vector<std::pair<std::string, uint64_t>> m_chunkFeatures;

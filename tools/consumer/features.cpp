@@ -38,9 +38,9 @@ genapi::GraphFeatures &Fresh(genapi::GraphFeatures &features)
 std::optional<std::string> ReasonFor(genapi::GraphFeatures &features, const FeatureDescription &description,
                                      const std::string &name)
 {
-    if (auto why = description.WhyPassing(description.Find(name)))
+    if (const auto *const port = description.TransientPortOf(description.Find(name)))
     {
-        return why;
+        return std::string(port->when);
     }
     const auto access = features.AccessOf(name);
     return access.failed || (access.implemented && access.available)
@@ -118,9 +118,9 @@ int64_t Features::GetInteger(const std::string &name) const
 
 void Features::Set(const std::string &name, const std::string &value) const
 {
-    if (const auto why = m_description.WhyPassing(m_description.Find(name)))
+    if (const auto *const port = m_description.TransientPortOf(m_description.Find(name)))
     {
-        throw std::runtime_error(*why);
+        throw std::runtime_error(std::string(port->when));
     }
     WriteFeature(Fresh(*m_features), NodeOf(name), value);
 }

@@ -98,7 +98,7 @@ std::vector<SettingPlace> SettingPlacesOf(const FeatureDescription &description)
     {
         const auto id = description.Find(name);
         if (graph[id].kind != NodeKind::Command && !MatchesOne(selectors, name) &&
-            !description.WhyPassing(id))
+            description.TransientPortOf(id) == nullptr)
         {
             candidates.push_back(id);
         }

@@ -2,6 +2,7 @@
 
 #include "consumer/device.h"
 #include "utils/gentl_exception.h"
+#include "utils/try.h"
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
@@ -22,14 +23,9 @@ constexpr EVENT_TYPE types[] = {EVENT_ERROR, EVENT_FEATURE_INVALIDATE, EVENT_FEA
 
 std::shared_ptr<const EventDescription> TryDescribe(const std::shared_ptr<Port> &port)
 {
-    try
-    {
-        return std::make_shared<const EventDescription>(*port);
-    }
-    catch (const std::exception &)
-    {
-        return nullptr; // the events are told by their numbers then
-    }
+    // Without it, the events are told by their numbers.
+    return internal::utils::Try([&] { return std::make_shared<const EventDescription>(*port); })
+        .value_or(nullptr);
 }
 
 /// Whether an event of this type has an id that a description explains.

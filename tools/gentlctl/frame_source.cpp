@@ -37,7 +37,7 @@ bool KeepsNewestAlone(OpenDevice &device)
 FrameSource::FrameSource(Producer &producer, OpenDevice &device, const Features &remote,
                          const GrabOptions &options, const Interrupt &interrupt,
                          const RunningStream::BufferCount &count)
-    : m_options(options), m_isDroppedByProducer(options.newest && KeepsNewestAlone(device))
+    : m_options(options), m_producerDropsFrames(options.newest && KeepsNewestAlone(device))
 {
     if (options.trigger)
     {

@@ -39,7 +39,7 @@ public:
     uint64_t Skipped() const { return m_skipped; }
 
     /// Whether the producer drops frames in favour of newer ones. Their numbers are missing then.
-    bool IsDroppedByProducer() const { return m_isDroppedByProducer; }
+    bool ProducerDropsFrames() const { return m_producerDropsFrames; }
 
     RunningStream &Stream() { return *m_stream; }
 
@@ -47,7 +47,7 @@ private:
     GenTL::BUFFER_HANDLE NewerThan(GenTL::BUFFER_HANDLE buffer);
 
     const GrabOptions &m_options;
-    const bool m_isDroppedByProducer;
+    const bool m_producerDropsFrames;
     uint64_t m_skipped = 0;
     std::optional<SoftwareTrigger>
         m_trigger; // set before the stream starts, and set back when it has stopped

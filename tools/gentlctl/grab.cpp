@@ -165,7 +165,7 @@ private:
         m_hasTimeStamps = m_hasTimeStamps || ticks;
         return {.at = now.time_since_epoch(),
                 .number =
-                    m_source.IsDroppedByProducer() ? std::nullopt : NumberFor(frame, BUFFER_INFO_FRAMEID),
+                    m_source.ProducerDropsFrames() ? std::nullopt : NumberFor(frame, BUFFER_INFO_FRAMEID),
                 .latency = ticks ? m_clocks.Age(*ticks, now) : std::nullopt,
                 .isIncomplete = frame.isIncomplete};
     }

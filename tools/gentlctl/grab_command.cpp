@@ -24,8 +24,8 @@ namespace gentlctl
 namespace
 {
 
-/// Why a grab without a failure gave nothing; null when it gave something.
-std::exception_ptr Emptiness(const GrabReport &report)
+/// What to say of a grab that gave no complete frame and did not fail; null when it gave one.
+std::exception_ptr NoCompleteFrame(const GrabReport &report)
 {
     const auto &statistics = report.statistics;
     if (statistics.Delivered() == 0 && !report.isPipeClosed)
@@ -99,15 +99,15 @@ bool ComplainOfFailures(const std::vector<DeviceGrab> &grabs, int signal)
     for (const auto &grab : grabs)
     {
         const auto &report = grab.report;
-        const auto emptiness = report.failure || signal != 0 ? nullptr : Emptiness(report);
-        const auto failure = report.failure ? report.failure : emptiness;
+        const auto noFrame = report.failure || signal != 0 ? nullptr : NoCompleteFrame(report);
+        const auto failure = report.failure ? report.failure : noFrame;
         if (failure && grabs.size() == 1)
         {
             std::rethrow_exception(failure);
         }
-        if (emptiness)
+        if (noFrame)
         {
-            Complain(fmt::format("{}: {}", grab.device, FailureText(emptiness)));
+            Complain(fmt::format("{}: {}", grab.device, FailureText(noFrame)));
         }
         hasFailed = hasFailed || failure;
     }

@@ -25,7 +25,7 @@ std::string Row(const char *name, const Spread &seconds)
                        seconds.Mean() * ms, seconds.Maximum() * ms, seconds.Deviation() * ms);
 }
 
-std::string Plural(uint64_t count)
+std::string FrameCount(uint64_t count)
 {
     return fmt::format("{} frame{}", count, count == 1 ? "" : "s");
 }
@@ -63,7 +63,7 @@ std::string ToText(const DeviceGrab &grab)
 {
     const auto &statistics = grab.report.statistics;
     auto text = fmt::format(
-        "{}: {}, {} incomplete, {} lost{}{}\n", grab.device, Plural(statistics.Delivered()),
+        "{}: {}, {} incomplete, {} lost{}{}\n", grab.device, FrameCount(statistics.Delivered()),
         statistics.Incomplete(), statistics.Lost(),
         statistics.Skipped() != 0 ? fmt::format(", {} skipped for newer ones", statistics.Skipped()) : "",
         statistics.Rate() > 0 ? fmt::format(", {:.1f} frames/s", statistics.Rate()) : "");
@@ -91,15 +91,15 @@ std::vector<std::string> Complaints(const GrabReport &report, const GrabOptions 
         const auto came = report.statistics.Delivered();
         lines.push_back(options.frames != 0 ? fmt::format("Ended by {}, {} of {} frames came", name,
                                                           std::min(came, options.frames), options.frames)
-                                            : fmt::format("Ended by {} after {}", name, Plural(came)));
+                                            : fmt::format("Ended by {} after {}", name, FrameCount(came)));
     }
     if (report.isPipeClosed)
     {
-        lines.push_back(fmt::format("The reader closed the pipe after {}", Plural(report.written)));
+        lines.push_back(fmt::format("The reader closed the pipe after {}", FrameCount(report.written)));
     }
     else if (report.unwritten != 0)
     {
-        lines.push_back(fmt::format("{} came and {} not written{}", Plural(report.unwritten),
+        lines.push_back(fmt::format("{} came and {} not written{}", FrameCount(report.unwritten),
                                     report.unwritten == 1 ? "was" : "were", WhyUnwritten(report)));
     }
     return lines;
@@ -132,7 +132,7 @@ std::optional<std::string> StrictComplaint(const DeviceGrab &grab)
         return std::nullopt;
     }
     return fmt::format("{}: {} lost, {} incomplete, {} not written, which --strict does not let pass", device,
-                       Plural(lost), incomplete, unwritten);
+                       FrameCount(lost), incomplete, unwritten);
 }
 
 } // namespace gentlctl

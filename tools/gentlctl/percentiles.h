@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace gentlctl
@@ -9,8 +10,8 @@ namespace gentlctl
 /// Percentiles of some values.
 struct Percentiles
 {
-    double half = 0;   ///< the median
-    double mostly = 0; ///< the 99th percentile
+    double median = 0;
+    double p99 = 0; ///< the 99th percentile
     double maximum = 0;
     size_t count = 0; ///< of the values; without values all members are 0
 };
@@ -21,7 +22,7 @@ Percentiles PercentilesOf(std::vector<double> values);
 /// The median; 0 without values.
 inline double MedianOf(std::vector<double> values)
 {
-    return PercentilesOf(std::move(values)).half;
+    return PercentilesOf(std::move(values)).median;
 }
 
 } // namespace gentlctl

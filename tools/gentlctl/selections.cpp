@@ -107,7 +107,7 @@ void SelectionSurvey::Survey(const Names &selectors, const Names &selected,
     {
         CloseQuietly([&] { m_features.WriteInteger(selectors[i], before[i]); });
     }
-    Sort(readings, result);
+    Split(readings, result);
 }
 
 std::vector<SelectionSurvey::Values> SelectionSurvey::CombinationsOf(const Names &selectors)
@@ -201,7 +201,7 @@ SelectionSurvey::Reading SelectionSurvey::ReadWith(const Names &selectors, const
 }
 
 /// Splits the readings into registers that change with the selectors, and the others.
-void SelectionSurvey::Sort(const std::vector<Reading> &readings, std::vector<recording::Selection> &result)
+void SelectionSurvey::Split(const std::vector<Reading> &readings, std::vector<recording::Selection> &result)
 {
     std::map<uint64_t, std::set<std::string>> contents;
     for (const auto &reading : readings)

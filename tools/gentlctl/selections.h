@@ -47,7 +47,7 @@ private:
     Values ValuesOf(const std::string &selector);
     void Survey(const Names &selectors, const Names &selected, std::vector<recording::Selection> &result);
     Reading ReadWith(const Names &selectors, const Values &values, const Names &selected);
-    void Sort(const std::vector<Reading> &readings, std::vector<recording::Selection> &result);
+    void Split(const std::vector<Reading> &readings, std::vector<recording::Selection> &result);
 
     const GenTL::internal::genapi::NodeGraph &m_graph;
     GenTL::internal::genapi::GraphFeatures &m_features;

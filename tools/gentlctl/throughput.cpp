@@ -144,8 +144,8 @@ Json JsonOf(const Percentiles &seconds)
 {
     constexpr double micro = 1e6;
     return seconds.count == 0 ? Json()
-                              : Json{{"p50", seconds.half * micro},
-                                     {"p99", seconds.mostly * micro},
+                              : Json{{"p50", seconds.median * micro},
+                                     {"p99", seconds.p99 * micro},
                                      {"maximum", seconds.maximum * micro}};
 }
 
@@ -153,8 +153,8 @@ std::string TextOf(const Percentiles &seconds)
 {
     constexpr double micro = 1e6;
     return seconds.count == 0 ? fmt::format("{:>32}", "-")
-                              : fmt::format("{:>10.1f} {:>10.1f} {:>10.1f}", seconds.half * micro,
-                                            seconds.mostly * micro, seconds.maximum * micro);
+                              : fmt::format("{:>10.1f} {:>10.1f} {:>10.1f}", seconds.median * micro,
+                                            seconds.p99 * micro, seconds.maximum * micro);
 }
 
 } // namespace

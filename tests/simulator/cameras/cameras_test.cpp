@@ -1,5 +1,6 @@
 // What distinguishes the cameras: colours, interleaved images, and the bits of their formats.
 
+#include "support/byte_values.h"
 #include "support/environment_variable.h"
 #include "support/simulator/simulator.h"
 
@@ -104,12 +105,7 @@ protected:
         EXPECT_OK(Tl().GCReadPort(port, std::stoull(node.child("Address").text().get(), nullptr, 16),
                                   bytes.data(), &size));
         const bool isBig = std::string(node.child("Endianess").text().get()) == "BigEndian";
-        uint64_t value = 0;
-        for (size_t i = 0; i < size; ++i)
-        {
-            value |= uint64_t{bytes[i]} << 8 * (isBig ? size - 1 - i : i);
-        }
-        return value;
+        return internal::NumberOf(bytes, isBig);
     }
 
     uint64_t RegisterOf(const std::string &name) const { return Value(m_camera->Node(name)); }

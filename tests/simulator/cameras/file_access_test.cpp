@@ -1,5 +1,6 @@
 // The file access features of the depth camera, and the lens calibration that is read through them.
 
+#include "support/byte_values.h"
 #include "support/simulator/depth_camera.h"
 
 #include <bit>
@@ -64,12 +65,7 @@ TEST_F(SimulatorFileAccess, ReadsTheLensCalibration)
     const std::vector<uint8_t> file = ReadFile();
     ASSERT_EQ(72U, file.size());
     EXPECT_EQ("TCAL", std::string(file.begin(), file.begin() + 4));
-    const auto wholeAt = [&](size_t offset)
-    {
-        uint32_t number = 0;
-        std::memcpy(&number, file.data() + offset, sizeof number);
-        return number;
-    };
+    const auto wholeAt = [&](size_t offset) { return internal::ValueAt<uint32_t>(file, offset); };
     EXPECT_EQ(1U, wholeAt(4));
     EXPECT_EQ(72U, wholeAt(8));
     EXPECT_EQ(640U, wholeAt(12));

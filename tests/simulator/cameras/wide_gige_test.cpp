@@ -24,23 +24,6 @@ protected:
     }
 };
 
-/// The samples of an image in one of the camera's formats, by the packing of GigE Vision 1.
-std::vector<unsigned> Samples(const std::vector<uint8_t> &bytes, unsigned bits)
-{
-    std::vector<unsigned> samples;
-    if (bits == 8)
-    {
-        return {bytes.begin(), bytes.end()};
-    }
-    const unsigned low = bits - 8;
-    for (size_t i = 0; i + 2 < bytes.size(); i += 3)
-    {
-        samples.push_back(unsigned{bytes[i]} << low | (bytes[i + 1] & ((1U << low) - 1)));
-        samples.push_back(unsigned{bytes[i + 2]} << low | (bytes[i + 1] >> 4 & ((1U << low) - 1)));
-    }
-    return samples;
-}
-
 TEST_F(WideGigE, HasAZippedDescriptionWithBytesBehindIt)
 {
     const auto file = DescriptionFile();
@@ -206,7 +189,8 @@ TEST_F(WideGigE, SendsEveryFormatAsTheStandardPacksIt)
         ASSERT_OK(m_nodes->SetEntry("PixelFormat", format));
         const auto bytes = Grab();
         EXPECT_EQ(bytes.size(), static_cast<size_t>(m_nodes->Get("PayloadSize"))) << format;
-        const auto samples = Samples(bytes, bits);
+        const auto samples = bits == 8 ? std::vector<uint16_t>(bytes.begin(), bytes.end())
+                                       : internal::SamplesOfPairs(bytes, bits, bytes.size() / 3 * 2);
         ASSERT_EQ(64U * 4, samples.size()) << format;
         for (size_t i = 0; i < samples.size(); ++i)
         {

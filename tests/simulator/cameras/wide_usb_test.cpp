@@ -1,4 +1,7 @@
+#include "support/plain_pixels.h"
 #include "support/simulator/wide_camera.h"
+
+#include <gmock/gmock.h>
 
 #include <bit>
 #include <set>
@@ -146,36 +149,15 @@ TEST_F(WideUsb, ConvertsTheLineDebouncerTime)
 
 TEST_F(WideUsb, OffersTheFormatsThatItSends)
 {
+    std::vector<std::string> names;
     for (const auto entry : m_nodes->Node("PixelFormat").children("EnumEntry"))
     {
         const std::string name = entry.attribute("Name").value();
+        names.push_back(name);
         EXPECT_EQ(name != "Mono16", m_nodes->IsAvailable("PixelFormat", name)) << name;
         EXPECT_EQ(name != "Mono16", m_nodes->SetEntry("PixelFormat", name) == GC_ERR_SUCCESS) << name;
     }
-}
-
-/// The samples of an image, in the plain way of each format.
-std::vector<unsigned> SamplesOf(const std::string &format, const std::vector<uint8_t> &bytes)
-{
-    std::vector<unsigned> samples;
-    if (format == "Mono10")
-    {
-        for (size_t i = 0; i + 1 < bytes.size(); i += 2)
-        {
-            samples.push_back(bytes[i] | unsigned{bytes[i + 1]} << 8);
-        }
-        return samples;
-    }
-    if (format == "Mono12p")
-    {
-        for (size_t i = 0; i + 2 < bytes.size(); i += 3)
-        {
-            samples.push_back(bytes[i] | (bytes[i + 1] & 0xFU) << 8);
-            samples.push_back(bytes[i + 1] >> 4 | unsigned{bytes[i + 2]} << 4);
-        }
-        return samples;
-    }
-    return {bytes.begin(), bytes.end()};
+    EXPECT_THAT(names, testing::ElementsAre("Mono8", "Mono10", "Mono12p", "RGB8", "Mono16"));
 }
 
 TEST_F(WideUsb, SendsEveryFormat)
@@ -192,11 +174,12 @@ TEST_F(WideUsb, SendsEveryFormat)
              {"Mono8", 255, 1}, {"Mono10", 1023, 1}, {"Mono12p", 4095, 1}, {"RGB8", 255, 3}})
     {
         ASSERT_OK(m_nodes->SetEntry("PixelFormat", sent.format));
-        const auto samples = SamplesOf(sent.format, Grab());
-        ASSERT_EQ(64U * 4 * sent.components, samples.size()) << sent.format;
-        for (size_t i = 0; i < samples.size(); ++i)
+        const auto bytes = Grab();
+        const internal::PlainImage image(internal::FormatByName(sent.format), 64, 4, bytes);
+        ASSERT_EQ(image.Bytes(), bytes) << sent.format;
+        for (size_t i = 0; i < 64 * 4 * sent.components; ++i)
         {
-            ASSERT_EQ(i / sent.components % 64 * sent.maximum / 63, samples[i])
+            ASSERT_EQ(i / sent.components % 64 * sent.maximum / 63, image.Sample(i))
                 << sent.format << ", sample " << i;
         }
     }

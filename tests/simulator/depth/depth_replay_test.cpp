@@ -1,5 +1,6 @@
 // The depth camera replays depth pictures of a folder instead of its scene.
 
+#include "support/byte_values.h"
 #include "support/environment_variable.h"
 #include "support/simulator/depth_camera.h"
 
@@ -130,13 +131,6 @@ protected:
         return content;
     }
 
-    static uint32_t WholeAt(const std::vector<uint8_t> &bytes, size_t offset)
-    {
-        uint32_t number = 0;
-        std::memcpy(&number, bytes.data() + offset, sizeof number);
-        return number;
-    }
-
     std::filesystem::path m_folder;
     std::optional<internal::EnvironmentVariable> m_variable;
 };
@@ -171,13 +165,13 @@ TEST_F(SimulatorDepthReplay, HasTheLensOfTheCalibrationFile)
     Open();
     const std::vector<uint8_t> file = LensFile();
     EXPECT_EQ("TCAL", std::string(file.begin(), file.begin() + 4));
-    EXPECT_EQ(uint32_t{pictureWidth}, WholeAt(file, 12));
-    EXPECT_EQ(uint32_t{pictureHeight}, WholeAt(file, 16));
+    EXPECT_EQ(uint32_t{pictureWidth}, internal::ValueAt<uint32_t>(file, 12));
+    EXPECT_EQ(uint32_t{pictureHeight}, internal::ValueAt<uint32_t>(file, 16));
     const float expected[] = {250.5F, 251.0F,  160.25F,  99.5F, -0.125F, 0.0625F,
                               0.001F, -0.002F, 0.03125F, 0.0F,  0.0F,    0.0F};
     for (size_t i = 0; i < std::size(expected); ++i)
     {
-        EXPECT_EQ(std::bit_cast<uint32_t>(expected[i]), WholeAt(file, 20 + 4 * i)) << i;
+        EXPECT_EQ(std::bit_cast<uint32_t>(expected[i]), internal::ValueAt<uint32_t>(file, 20 + 4 * i)) << i;
     }
 }
 
@@ -197,9 +191,9 @@ TEST_F(SimulatorDepthReplay, ReadsACalibrationInPlainYaml)
                          "  data: [-0.125, 0.0625, 0.001, -0.002, 0.03125, 0.25, 0.5, 0.75]\n");
     Open();
     const std::vector<uint8_t> file = LensFile();
-    EXPECT_EQ(uint32_t{pictureWidth}, WholeAt(file, 12));
-    EXPECT_EQ(std::bit_cast<uint32_t>(99.5F), WholeAt(file, 32));
-    EXPECT_EQ(std::bit_cast<uint32_t>(0.75F), WholeAt(file, 64));
+    EXPECT_EQ(uint32_t{pictureWidth}, internal::ValueAt<uint32_t>(file, 12));
+    EXPECT_EQ(std::bit_cast<uint32_t>(99.5F), internal::ValueAt<uint32_t>(file, 32));
+    EXPECT_EQ(std::bit_cast<uint32_t>(0.75F), internal::ValueAt<uint32_t>(file, 64));
 }
 
 TEST_F(SimulatorDepthReplay, HasTheScaleOfTheCalibrationFile)
@@ -443,7 +437,7 @@ TEST_F(SimulatorDepthReplay, RefusesACalibrationWithoutALens)
     }
     SaveText("lens.yaml", "%YAML:1.0\n" + size + matrix + distortion);
     Open();
-    EXPECT_EQ(std::bit_cast<uint32_t>(9.0F), WholeAt(LensFile(), 20));
+    EXPECT_EQ(std::bit_cast<uint32_t>(9.0F), internal::ValueAt<uint32_t>(LensFile(), 20));
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "support/simulator/simulator.h"
 
+#include <gmock/gmock.h>
+
 #include <cctype>
 #include <cmath>
 #include <set>
@@ -273,20 +275,25 @@ TEST_F(SimulatorFeatures, KeepAValueForEachSelection)
 TEST_F(SimulatorFeatures, KeepTheImageChunkEnabled)
 {
     const std::string lock = m_camera->Node("ChunkEnable").child("pIsLocked").text().get();
+    std::vector<std::string> chunks;
     for (const pugi::xml_node entry : m_camera->Node("ChunkSelector").children("EnumEntry"))
     {
         const std::string chunk = entry.attribute("Name").value();
+        chunks.push_back(chunk);
         ASSERT_OK(m_camera->SetEntry("ChunkSelector", chunk));
         ASSERT_OK(m_camera->Set("ChunkEnable", 1)) << chunk;
         EXPECT_OK(m_camera->Set("ChunkEnable", 0)) << chunk;
         EXPECT_EQ(chunk == "Image" ? 1 : 0, m_camera->Get("ChunkEnable")) << chunk;
         EXPECT_EQ(chunk == "Image" ? 1 : 0, m_camera->Get(lock)) << chunk;
     }
+    EXPECT_THAT(chunks, testing::ElementsAre("Image", "FrameID", "Timestamp", "ExposureTime", "Gain",
+                                             "ImageChecksum"));
 }
 
 TEST_F(SimulatorFeatures, LockChunksWithTheImageLayout)
 {
     const std::string lock = m_camera->Node("ChunkEnable").child("pIsLocked").text().get();
+    std::vector<std::string> chunks;
     ASSERT_OK(m_camera->SetEntry("ChunkSelector", "Gain"));
     ASSERT_OK(m_camera->Set("TLParamsLocked", 1));
     EXPECT_EQ(1, m_camera->Get(lock));

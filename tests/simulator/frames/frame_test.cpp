@@ -1,9 +1,11 @@
+#include "support/byte_values.h"
 #include "support/plain_pixels.h"
 #include "support/simulator/simulator.h"
 
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <span>
 #include <zlib.h>
 
 namespace simulator_test
@@ -180,16 +182,13 @@ protected:
     template <typename T>
     T Value(size_t index) const
     {
-        T result{};
-        EXPECT_EQ(sizeof result, size_t{m_chunks[index].ChunkLength});
-        std::memcpy(&result, m_bytes.data() + m_chunks[index].ChunkOffset, sizeof result);
-        return result;
+        EXPECT_EQ(sizeof(T), size_t{m_chunks[index].ChunkLength});
+        return internal::ValueAt<T>(m_bytes, static_cast<size_t>(m_chunks[index].ChunkOffset));
     }
 
-    uint32_t BigEndian(size_t offset) const
+    uint64_t BigEndian(size_t offset) const
     {
-        return uint32_t{m_bytes[offset]} << 24 | uint32_t{m_bytes[offset + 1]} << 16 |
-               uint32_t{m_bytes[offset + 2]} << 8 | m_bytes[offset + 3];
+        return internal::NumberOf(std::span(m_bytes).subspan(offset, 4), true);
     }
 
     BUFFER_HANDLE m_buffer = nullptr;

@@ -85,7 +85,9 @@ TEST_F(SimulatorThroughReader, OffersAllPixelFormats)
 
 TEST_F(SimulatorThroughReader, EntryConditionsReadRegisters)
 {
-    for (const internal::nodemap::EnumEntry &entry : Node("PixelFormat").EnumEntries)
+    const auto entries = Node("PixelFormat").EnumEntries;
+    ASSERT_GE(entries.size(), 6U);
+    for (const auto &entry : entries)
     {
         EXPECT_EQ(GenNodeType::StructEntry, m_reader->GetNodeType(entry.pIsAvailable));
         EXPECT_EQ(GenNodeType::Converter, m_reader->GetNodeType(entry.pIsImplemented));

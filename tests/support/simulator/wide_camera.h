@@ -1,5 +1,6 @@
 #pragma once
 
+#include "support/byte_values.h"
 #include "support/described_nodes.h"
 #include "support/environment_variable.h"
 #include "support/simulator/simulator.h"
