@@ -648,8 +648,8 @@ TEST(Gentlctl, CountsWhatTheDiskCannotTake)
     EXPECT_EQ(json["written"], 2);
     EXPECT_GE(json["notWritten"], 1);
     EXPECT_EQ(json["delivered"].get<int>(), 2 + json["notWritten"].get<int>());
-    EXPECT_NE(run.Shown().find("not written: the disk did not keep up"), std::string::npos) << run.Shown();
-    EXPECT_NE(run.Shown().find("gentlctl: The disk does not keep up, and frames are left out"),
+    EXPECT_NE(run.Shown().find("not written: the writing did not keep up"), std::string::npos) << run.Shown();
+    EXPECT_NE(run.Shown().find("gentlctl: The writing does not keep up, and frames are left out"),
               std::string::npos);
 }
 

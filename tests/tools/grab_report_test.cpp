@@ -109,7 +109,7 @@ TEST(GrabComplaints, CountWhatWasNotWritten)
     auto report = ThreeFrames().report;
     report.unwritten = 1;
     EXPECT_EQ(Complaints(report, {}, 0),
-              (std::vector<std::string>{"1 frame came and was not written: the disk did not keep up"}));
+              (std::vector<std::string>{"1 frame came and was not written: the writing did not keep up"}));
     report.isAbandoned = true;
     EXPECT_EQ(Complaints(report, {}, 0),
               (std::vector<std::string>{"1 frame came and was not written: a signal ended the writing"}));

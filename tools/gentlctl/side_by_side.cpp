@@ -30,7 +30,7 @@ public:
     {
         if (report.unwritten != 0 && !std::exchange(m_hasToldOfLoss, true))
         {
-            m_tell("The disk does not keep up, and frames are left out; -f raw is written fastest");
+            m_tell("The writing does not keep up, and frames are left out; lower the rate, or use -f raw");
         }
         constexpr int patience = 6; // half seconds
         if (report.hasEnded && ++m_waits == patience)
