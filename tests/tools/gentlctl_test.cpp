@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <spawn.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -33,9 +34,12 @@ using namespace gentlctl_run;
 class AtTerminal
 {
 public:
-    explicit AtTerminal(const std::string &arguments)
+    /// @param columns of the terminal; 0: not known
+    explicit AtTerminal(const std::string &arguments, unsigned short columns = 0)
     {
         m_terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        const winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+        EXPECT_EQ(ioctl(m_terminal, TIOCSWINSZ, &size), 0);
         grantpt(m_terminal);
         unlockpt(m_terminal);
         const int itsEnd = open(ptsname(m_terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -154,7 +158,8 @@ TEST(Gentlctl, ListsTheDevicesOfEachProducer)
     const auto json = Json::parse(run.output, nullptr, false);
     ASSERT_EQ(json.size(), 3U) << run.output;
     EXPECT_EQ(json[0]["producer"], broken);
-    EXPECT_NE(json[0]["error"].get<std::string>().find("Loading CTI"), std::string::npos) << json[0];
+    EXPECT_NE(json[0]["error"].get<std::string>().find("Cannot load " + broken + ": "), std::string::npos)
+        << json[0];
     EXPECT_EQ(json[1]["interfaces"][0]["devices"][0]["id"], "SIM-SIM0001");
     EXPECT_EQ(json[2]["producer"], QVR_LIB_DIR "/qvr_proxygentl.cti");
     EXPECT_EQ(json[2]["interfaces"].size(), 2U);
@@ -632,6 +637,17 @@ TEST(Gentlctl, LeavesOutTheLastFramesAtASecondSignal)
         << run.Shown();
 }
 
+TEST(Gentlctl, ShowsItsFiguresOnANarrowTerminal)
+{
+    AtTerminal narrow("grab -d OVRA-F1 -n 3 -s AcquisitionFrameRate=50", 42);
+    EXPECT_TRUE(narrow.Shows("\r3/3  ")) << narrow.Shown();
+    EXPECT_EQ(narrow.End().status, 0);
+    EXPECT_EQ(narrow.Shown().find('#'), std::string::npos) << narrow.Shown();
+    AtTerminal wide("grab -d OVRA-F1 -n 3 -s AcquisitionFrameRate=50", 100);
+    EXPECT_TRUE(wide.Shows("] 3/3  ")) << wide.Shown();
+    EXPECT_EQ(wide.End().status, 0);
+}
+
 TEST(Gentlctl, CountsWhatTheDiskCannotTake)
 {
     const Folder folder;
@@ -924,7 +940,9 @@ INSTANTIATE_TEST_SUITE_P(
               "gentlctl: The folder " QVR_BIN_DIR " holds no producer, which is a file *.cti\n"},
         Wrong{"files -d OVRA-D1 --upload " QVR_SOURCE_DIR "/LICENSE LensCalibrationData", 1,
               "gentlctl: The device does not write the file LensCalibrationData: it only lets it be read\n"},
-        Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}),
+        Wrong{"list --producer /proc/x", 1, "gentlctl: Cannot load /proc/x: "},
+        Wrong{"list --producer here.cti", 1, "gentlctl: Cannot load ./here.cti: "},
+        Wrong{"bench --beside here.cti -n 2 -r 1", 1, "gentlctl: Cannot load ./here.cti: "}),
     [](const auto &row) { return TestName(row.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
@@ -946,11 +964,14 @@ INSTANTIATE_TEST_SUITE_P(
             "Width=64. Not set: Height=64, TimestampLatch\n"},
         Wrong{"grab -d OVRA-M1 -s Width", 1, "gentlctl: Width is no command, so it needs a value"},
         Wrong{"set -d OVRA-M1 Width=abc", 1,
-              "gentlctl: Cannot set Width to \"abc\": not a number; it takes 16 to 1280\n"},
+              "gentlctl: Cannot set Width to \"abc\": not a whole number; it takes 16 to 1280\n"},
+        Wrong{"set -d OVRA-M1 Width=3.5", 1,
+              "gentlctl: Cannot set Width to \"3.5\": not a whole number; it takes 16 to 1280\n"},
         Wrong{"set -d OVRA-M5 OffsetX=3", 1, "gentlctl: Cannot set OffsetX to \"3\": "},
         Wrong{"set -d OVRA-M1 SensorWidth=5", 1, "gentlctl: Cannot set SensorWidth: it is read only\n"},
         Wrong{"set -d OVRA-M1 ChunkModeActive=maybe", 1,
-              "gentlctl: Cannot set ChunkModeActive to \"maybe\": not a number; it takes true or false\n"},
+              "gentlctl: Cannot set ChunkModeActive to \"maybe\": not a whole number; it takes true or "
+              "false\n"},
         Wrong{"set -d OVRA-M1 ExposureTime=fast", 1,
               "gentlctl: Cannot set ExposureTime to \"fast\": not a number; it takes 10 to 1000000\n"},
         Wrong{
@@ -1095,7 +1116,7 @@ TEST_P(GentlctlStatus, TellsFailureAndWrongUsageApart)
 INSTANTIATE_TEST_SUITE_P(
     Each, GentlctlStatus,
     testing::Values(StatusCase{"", 2, ""}, StatusCase{"nonsense", 2, ""}, StatusCase{"--help", 0, ""},
-                    StatusCase{"list --producer /nowhere/x.cti", 1, "Loading CTI /nowhere/x.cti failed!"},
+                    StatusCase{"list --producer /nowhere/x.cti", 1, "Cannot load /nowhere/x.cti: "},
                     StatusCase{"get -d OVRA-UNKNOWN Width", 1, ""},
                     StatusCase{"get -d SIM-FOREIGN Width", 1, "Access denied!"},
                     StatusCase{"get -m system -d SIM-FOREIGN", 0, ""},
@@ -1105,9 +1126,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Gentlctl, TellsHowToFindOutWhyAProducerDoesNotStart)
 {
-    setenv("PROXY_TL_CTI_PATH", "/nowhere/lower.cti", 1);
-    const auto run = Gentlctl("list");
-    unsetenv("PROXY_TL_CTI_PATH");
+    const auto run = Gentlctl("list", "2>&1", "PROXY_TL_CTI_PATH=" QVR_SOURCE_DIR "/LICENSE ");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("PROXY_TL_LOG_LEVEL=error"), std::string::npos) << run.output;
 }

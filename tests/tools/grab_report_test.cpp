@@ -148,6 +148,7 @@ TEST(GrabProgress, IsABarOfTheFramesToGrab)
     auto report = ThreeFrames().report;
     EXPECT_EQ(ProgressText(report, 6),
               "[###############               ] 3/6  20.0 frames/s  1 lost  1 incomplete");
+    EXPECT_EQ(ProgressText(report, 6, false), "3/6  20.0 frames/s  1 lost  1 incomplete");
     report.unwritten = 4;
     EXPECT_NE(ProgressText(report, 6).find("  4 not written"), std::string::npos);
     report.hasEnded = true;
