@@ -63,7 +63,8 @@ inline std::string FindProducer()
             return file;
         }
     }
-    throw std::runtime_error("GENICAM_GENTL64_PATH names no folder with a .cti file");
+    throw std::runtime_error("GENICAM_GENTL64_PATH names no folder with a .cti file; set it to your "
+                             "producer's folder");
 }
 
 /// A loaded producer. Every failure of a call is thrown with the producer's own text.

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <system_error>
 
 namespace recording
 {
@@ -40,7 +41,8 @@ std::string DescriptionIn(const fs::path &folder)
 DeviceRecord DeviceIn(const fs::path &folder)
 {
     const auto path = folder / deviceFile;
-    if (!fs::exists(path))
+    std::error_code ignored; // a file that cannot be read is told when it is read
+    if (fs::status(path, ignored).type() == fs::file_type::not_found)
     {
         throw Error("{} is no recording: it has no {}. Name the folder that gentlctl record wrote",
                     folder.string(), deviceFile);

@@ -68,7 +68,7 @@ GenTLProxy::GenTLProxy(const std::string &path, const Profile &profile, std::fun
     if (m_functions.GCGetInfo == nullptr || m_functions.GCGetLastError == nullptr ||
         m_functions.GCInitLib == nullptr || m_functions.GCCloseLib == nullptr)
     {
-        throw GenTLException("Failed to initialize CTI!", GC_ERR_ERROR);
+        throw GenTLException(std::string(noProducerError), GC_ERR_ERROR);
     }
     // Checked before the first call. GCInitLib of this producer would load the same file again, without end.
     if (utils::IsInOwnFile(reinterpret_cast<const void *>(m_functions.GCInitLib)))

@@ -16,6 +16,9 @@ namespace GenTL::internal
 /// The text for a failure of a lower function that GCGetLastError does not explain.
 inline constexpr std::string_view unknownLowerError = "Unknown error!";
 
+/// The text of a file without the functions that come before any version.
+inline constexpr std::string_view noProducerError = "Failed to initialize CTI!";
+
 /// The lower producer: loads its file, binds its functions and turns their failures into exceptions.
 ///
 /// Made by Library::Initialize, one between GCInitLib and GCCloseLib; the library and all modules share it,

@@ -80,6 +80,23 @@ class Documents(unittest.TestCase):
         self.expect_failure("no directive is called \"skip\"", sh("false", "skip: it fails"))
         self.expect_failure("ended with 0, not with 3", sh("true", "exit: 3"))
 
+    def test_are_interrupted_on_request(self):
+        endless = "trap 'echo ends; exit 130' INT; echo begins; while :; do sleep 0.01; done"
+        self.check(sh(endless, "Ctrl-C: after 1 line") + text("begins\nends"))
+        self.check(sh("(trap 'echo ends; exit 3' INT; while :; do sleep 0.01; echo runs; done)",
+                      "Ctrl-C: after 2 lines", "exit: 3") + text("runs\nruns\n...\nends"))
+        self.expect_failure("ended with 0, not with 130", sh("echo 1; echo 2", "Ctrl-C: after 3 lines"))
+        self.expect_failure("is not \"after N lines\"", sh("true", "Ctrl-C: soon"))
+
+    def test_are_run_where_their_program_is(self):
+        self.expect_failure("ended with 1", sh("false", "needs: bash"))
+        self.assertEqual(self.check(sh("false", "needs: no-such-program") + text("anything")),
+                         "2: not run: no-such-program is not installed\n")
+
+    def test_have_a_home_of_their_own(self):
+        self.check(sh("echo one > ~/mine") + sh("ls ~") + text("mine"))
+        self.assertFalse((Path.home() / "mine").exists())
+
     def test_run_the_commands_of_a_table_on_request(self):
         table = "| feature | command |\n|---|---|\n| a | `export A=1 \\| true`, `--option` |\n| b | `export B=$C` |\n"
         peer = "<!-- run: table -->\n| feature | ours | theirs |\n|---|---|---|\n| a | `export A=1` | `export B=$C` |\n"

@@ -10,6 +10,7 @@ import sys
 import tempfile
 import unittest
 import unittest.mock
+import unittest.mock
 
 import numpy
 
@@ -166,6 +167,12 @@ class Programs(unittest.TestCase):
     def test_in_cpp(self):
         self.assertEqual(self.run_program(f"{PROGRAMS}/example_grab", "OVRA-M1").count("1280 x 1024, mean 1"), 10)
         self.check_points(self.run_program(f"{PROGRAMS}/example_points"))
+
+    def test_in_cpp_tell_what_to_set_without_a_producer(self):
+        with unittest.mock.patch.dict(os.environ, GENICAM_GENTL64_PATH="/nowhere"):
+            self.assertEqual(self.failure(f"{PROGRAMS}/example_grab"),
+                             "grab: GENICAM_GENTL64_PATH names no folder with a .cti file; set it to your producer's "
+                             "folder\n")
 
     def test_in_cpp_name_the_cameras_that_there_are(self):
         self.assertRegex(self.failure(f"{PROGRAMS}/example_grab", "OVRA-X9"),

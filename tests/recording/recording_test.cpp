@@ -248,6 +248,13 @@ TEST_F(Recording, IsNoOtherFolder)
                                              "that gentlctl record wrote");
 }
 
+TEST_F(Recording, WithADeviceFileThatCannotBeReadSaysSo)
+{
+    fs::create_directories(m_folder);
+    fs::create_symlink("recording.json", m_folder / "recording.json"); // which leads to itself
+    EXPECT_EQ(Failure(), File("recording.json") + " cannot be opened: Too many levels of symbolic links");
+}
+
 TEST_F(Recording, WithAnotherDeviceFileIsDamaged)
 {
     WriteAll();

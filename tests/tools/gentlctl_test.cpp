@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 #include <spawn.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -34,9 +35,12 @@ using namespace gentlctl_run;
 class AtTerminal
 {
 public:
-    explicit AtTerminal(const std::string &arguments)
+    /// @param columns of the terminal; 0: not known
+    explicit AtTerminal(const std::string &arguments, unsigned short columns = 0)
     {
         m_terminal = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        const winsize size{.ws_row = 24, .ws_col = columns, .ws_xpixel = 0, .ws_ypixel = 0};
+        EXPECT_EQ(ioctl(m_terminal, TIOCSWINSZ, &size), 0);
         grantpt(m_terminal);
         unlockpt(m_terminal);
         const int itsEnd = open(ptsname(m_terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
@@ -159,7 +163,8 @@ TEST(Gentlctl, ListsTheDevicesOfEachProducer)
     const auto json = Json::parse(run.output, nullptr, false);
     ASSERT_EQ(json.size(), 3U) << run.output;
     EXPECT_EQ(json[0]["producer"], broken);
-    EXPECT_NE(json[0]["error"].get<std::string>().find("Loading CTI"), std::string::npos) << json[0];
+    EXPECT_NE(json[0]["error"].get<std::string>().find("Cannot load " + broken + ": "), std::string::npos)
+        << json[0];
     EXPECT_EQ(json[1]["interfaces"][0]["devices"][0]["id"], "SIM-SIM0001");
     EXPECT_EQ(json[2]["producer"], QVR_LIB_DIR "/qvr_proxygentl.cti");
     EXPECT_EQ(json[2]["interfaces"].size(), 2U);
@@ -637,6 +642,17 @@ TEST(Gentlctl, LeavesOutTheLastFramesAtASecondSignal)
         << run.Shown();
 }
 
+TEST(Gentlctl, ShowsItsFiguresOnANarrowTerminal)
+{
+    AtTerminal narrow("grab -d OVRA-F1 -n 3 -s AcquisitionFrameRate=50", 42);
+    EXPECT_TRUE(narrow.Shows("\r3/3  ")) << narrow.Shown();
+    EXPECT_EQ(narrow.End().status, 0);
+    EXPECT_EQ(narrow.Shown().find('#'), std::string::npos) << narrow.Shown();
+    AtTerminal wide("grab -d OVRA-F1 -n 3 -s AcquisitionFrameRate=50", 100);
+    EXPECT_TRUE(wide.Shows("] 3/3  ")) << wide.Shown();
+    EXPECT_EQ(wide.End().status, 0);
+}
+
 TEST(Gentlctl, CountsWhatTheDiskCannotTake)
 {
     const Folder folder;
@@ -653,8 +669,8 @@ TEST(Gentlctl, CountsWhatTheDiskCannotTake)
     EXPECT_EQ(json["written"], 2);
     EXPECT_GE(json["notWritten"], 1);
     EXPECT_EQ(json["delivered"].get<int>(), 2 + json["notWritten"].get<int>());
-    EXPECT_NE(run.Shown().find("not written: the disk did not keep up"), std::string::npos) << run.Shown();
-    EXPECT_NE(run.Shown().find("gentlctl: The disk does not keep up, and frames are left out"),
+    EXPECT_NE(run.Shown().find("not written: the writing did not keep up"), std::string::npos) << run.Shown();
+    EXPECT_NE(run.Shown().find("gentlctl: The writing does not keep up, and frames are left out"),
               std::string::npos);
 }
 
@@ -943,7 +959,9 @@ INSTANTIATE_TEST_SUITE_P(
               "gentlctl: The folder " QVR_BIN_DIR " holds no producer, which is a file *.cti\n"},
         Wrong{"files -d OVRA-D1 --upload " QVR_SOURCE_DIR "/LICENSE LensCalibrationData", 1,
               "gentlctl: The device does not write the file LensCalibrationData: it only lets it be read\n"},
-        Wrong{"list --producer /proc/x", 1, "gentlctl: Loading CTI /proc/x failed!"}),
+        Wrong{"list --producer /proc/x", 1, "gentlctl: Cannot load /proc/x: "},
+        Wrong{"list --producer here.cti", 1, "gentlctl: Cannot load ./here.cti: "},
+        Wrong{"bench --beside here.cti -n 2 -r 1", 1, "gentlctl: Cannot load ./here.cti: "}),
     [](const auto &row) { return TestName(row.param.arguments); });
 
 INSTANTIATE_TEST_SUITE_P(
@@ -965,11 +983,14 @@ INSTANTIATE_TEST_SUITE_P(
             "Width=64. Not set: Height=64, TimestampLatch\n"},
         Wrong{"grab -d OVRA-M1 -s Width", 1, "gentlctl: Width is no command, so it needs a value"},
         Wrong{"set -d OVRA-M1 Width=abc", 1,
-              "gentlctl: Cannot set Width to \"abc\": not a number; it takes 16 to 1280\n"},
+              "gentlctl: Cannot set Width to \"abc\": not a whole number; it takes 16 to 1280\n"},
+        Wrong{"set -d OVRA-M1 Width=3.5", 1,
+              "gentlctl: Cannot set Width to \"3.5\": not a whole number; it takes 16 to 1280\n"},
         Wrong{"set -d OVRA-M5 OffsetX=3", 1, "gentlctl: Cannot set OffsetX to \"3\": "},
         Wrong{"set -d OVRA-M1 SensorWidth=5", 1, "gentlctl: Cannot set SensorWidth: it is read only\n"},
         Wrong{"set -d OVRA-M1 ChunkModeActive=maybe", 1,
-              "gentlctl: Cannot set ChunkModeActive to \"maybe\": not a number; it takes true or false\n"},
+              "gentlctl: Cannot set ChunkModeActive to \"maybe\": not a whole number; it takes true or "
+              "false\n"},
         Wrong{"set -d OVRA-M1 ExposureTime=fast", 1,
               "gentlctl: Cannot set ExposureTime to \"fast\": not a number; it takes 10 to 1000000\n"},
         Wrong{
@@ -989,6 +1010,16 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"nonsense", 2, "gentlctl: There is no command \"nonsense\"; there is list, info, "},
         Wrong{"list extra", 2,
               "gentlctl: The following argument was not expected: extra (see gentlctl list --help)\n"},
+        Wrong{"grab --frmes 3", 2,
+              "gentlctl: There is no option --frmes; there is --frames (see gentlctl grab --help)\n"},
+        Wrong{"list --devic=OVRA-M1", 2,
+              "gentlctl: There is no option --devic=OVRA-M1; there is --device (see gentlctl list --help)\n"},
+        Wrong{"grab --nonsense", 2, "gentlctl: There is no option --nonsense (see gentlctl grab --help)\n"},
+        Wrong{"-n 3 grab", 2, "gentlctl: -n stands behind grab (see gentlctl grab --help)\n"},
+        Wrong{"-n 3", 2,
+              "gentlctl: -n is no option of every command; those of one command stand behind it (see "},
+        Wrong{"list -d", 2, "gentlctl: --device: its value is missing (see gentlctl list --help)\n"},
+        Wrong{"grab -n", 2, "gentlctl: --frames: its value is missing (see gentlctl grab --help)\n"},
         Wrong{"xml nonsense", 2,
               "gentlctl: module: nonsense not in {system,interface,device,remote,stream} (see "},
         Wrong{"get -m nonsense", 2, "gentlctl: --module: nonsense not in "},
@@ -1114,7 +1145,7 @@ TEST_P(GentlctlStatus, TellsFailureAndWrongUsageApart)
 INSTANTIATE_TEST_SUITE_P(
     Each, GentlctlStatus,
     testing::Values(StatusCase{"", 2, ""}, StatusCase{"nonsense", 2, ""}, StatusCase{"--help", 0, ""},
-                    StatusCase{"list --producer /nowhere/x.cti", 1, "Loading CTI /nowhere/x.cti failed!"},
+                    StatusCase{"list --producer /nowhere/x.cti", 1, "Cannot load /nowhere/x.cti: "},
                     StatusCase{"get -d OVRA-UNKNOWN Width", 1, ""},
                     StatusCase{"get -d SIM-FOREIGN Width", 1, "Access denied!"},
                     StatusCase{"get -m system -d SIM-FOREIGN", 0, ""},
@@ -1124,9 +1155,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Gentlctl, TellsHowToFindOutWhyAProducerDoesNotStart)
 {
-    setenv("PROXY_TL_CTI_PATH", "/nowhere/lower.cti", 1);
-    const auto run = Gentlctl("list");
-    unsetenv("PROXY_TL_CTI_PATH");
+    const auto run = Gentlctl("list", "2>&1", "PROXY_TL_CTI_PATH=" QVR_SOURCE_DIR "/LICENSE ");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("PROXY_TL_LOG_LEVEL=error"), std::string::npos) << run.output;
 }

@@ -53,6 +53,16 @@ TEST(GrabCommand, GoesOnWithTheOtherDevicesWhenOneFails)
         << run.output;
 }
 
+TEST(GrabCommand, NamesTheDeviceThatCannotBeSet)
+{
+    const auto ofSeveral = Gentlctl("grab -d OVRA-M1 -d OVRA-F1 -n 1 -s TriggerMode=Off");
+    EXPECT_EQ(ofSeveral.status, 1);
+    EXPECT_EQ(ofSeveral.output.find("gentlctl: SIM-SIM0006: There is no feature \"TriggerMode\""), 0U)
+        << ofSeveral.output;
+    const auto alone = Gentlctl("grab -d OVRA-F1 -n 1 -s TriggerMode=Off");
+    EXPECT_EQ(alone.output.find("gentlctl: There is no feature \"TriggerMode\""), 0U) << alone.output;
+}
+
 TEST(GrabCommand, MeasuresForATime)
 {
     const auto json = JsonOf("grab -d OVRA-M1 --duration 300ms -s ChunkModeActive=true "

@@ -109,7 +109,7 @@ TEST(GrabComplaints, CountWhatWasNotWritten)
     auto report = ThreeFrames().report;
     report.unwritten = 1;
     EXPECT_EQ(Complaints(report, {}, 0),
-              (std::vector<std::string>{"1 frame came and was not written: the disk did not keep up"}));
+              (std::vector<std::string>{"1 frame came and was not written: the writing did not keep up"}));
     report.isAbandoned = true;
     EXPECT_EQ(Complaints(report, {}, 0),
               (std::vector<std::string>{"1 frame came and was not written: a signal ended the writing"}));
@@ -148,6 +148,7 @@ TEST(GrabProgress, IsABarOfTheFramesToGrab)
     auto report = ThreeFrames().report;
     EXPECT_EQ(ProgressText(report, 6),
               "[###############               ] 3/6  20.0 frames/s  1 lost  1 incomplete");
+    EXPECT_EQ(ProgressText(report, 6, false), "3/6  20.0 frames/s  1 lost  1 incomplete");
     report.unwritten = 4;
     EXPECT_NE(ProgressText(report, 6).find("  4 not written"), std::string::npos);
     report.hasEnded = true;

@@ -61,9 +61,20 @@ TEST_F(ProducerPath, MayBeAFolderWithOneProducer)
     EXPECT_EQ(ProducerAt(FolderPath() + "/one"), a);
     EXPECT_EQ(ProducerAt(a), a);
     EXPECT_EQ(ProducerAt("/nowhere.cti"), "/nowhere.cti");
+    EXPECT_EQ(ProducerAt("nowhere.cti"), "./nowhere.cti") << "not one of the loader's folders";
+    EXPECT_EQ(ProducerAt(""), "") << "none is named";
     const auto b = Make("one/b.cti");
     EXPECT_EQ(FailureOf([&] { ProducerAt(FolderPath() + "/one"); }).text,
               "The folder " + FolderPath() + "/one holds several producers; name one of " + a + ", " + b);
+}
+
+TEST_F(ProducerPath, NamesProducersOfTheCurrentFolder)
+{
+    Make("a.cti");
+    const auto before = fs::current_path();
+    fs::current_path(FolderPath());
+    EXPECT_EQ(In("a.cti"), std::vector<std::string>{"./a.cti"});
+    fs::current_path(before);
 }
 
 TEST_F(ProducerPath, NamesProducersThemselves)

@@ -216,7 +216,7 @@ TEST(LoadedSettings, TellWhatCannotBeSetAndWhy)
     EXPECT_NE(loaded.failures[0].reason.find("; it takes 16 to 88"), std::string::npos)
         << loaded.failures[0].reason;
     EXPECT_NE(loaded.failures[1].reason.find("There is no feature \"Missing\""), std::string::npos);
-    EXPECT_NE(loaded.failures[2].reason.find("not a number"), std::string::npos);
+    EXPECT_NE(loaded.failures[2].reason.find("not a whole number"), std::string::npos);
 }
 
 TEST(LoadedSettings, AreComparedWithWhatTheDeviceMadeOfThem)
@@ -297,7 +297,8 @@ TEST(FileOfSettings, IsRefusedWithTheLineThatIsWrong)
                                      {head + "remote: 5\n", 3},
                                      {head + "remote:\n  Width: [1, 2]\n", 4},
                                      {head + "remote:\n  Width[A: 1\n", 4},
-                                     {head + "remote:\n  \"x: 1\n", 4}})
+                                     {head + "remote:\n  \"x: 1\n", 4},
+                                     {std::string("\"\\\0", 3), 1}})
     {
         const TextFile file(text);
         const auto failure = FailureOf([&] { ReadSettingsFile(file.Path()); });

@@ -26,6 +26,9 @@ TEST(SimilarNames, AreThoseThatContainTheWordOrArePartOfIt)
 {
     EXPECT_EQ(SimilarNames(names, "exposure"), (Names{"ExposureTime", "ExposureAuto"}));
     EXPECT_EQ(SimilarNames(names, "GainRaw"), Names{"Gain"});
+    EXPECT_EQ(SimilarNames({"SensorWidth", "WidthMax", "Width"}, "widt"),
+              (Names{"Width", "SensorWidth", "WidthMax"}))
+        << "the one with a slip first";
     EXPECT_EQ(SimilarNames(names, "Ex"), Names());
 }
 

@@ -130,6 +130,25 @@ TEST(FormatsOfAnyCamera, ShowWhatTheDeviceSendsForEachChoice)
               std::string::npos);
 }
 
+TEST(ProxyProducer, DoesNotStartWithoutTheFileThatItsVariableNames)
+{
+    const auto run = Gentlctl("list", "2>&1", "PROXY_TL_CTI_PATH=/nowhere/lower.cti ");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("Unknown error! (-1001). PROXY_TL_CTI_PATH names /nowhere/lower.cti, which is "
+                              "no file\n"),
+              std::string::npos)
+        << run.output;
+}
+
+TEST(Producer, IsNoOtherLibrary)
+{
+    const auto run = Gentlctl("--producer " QVR_LIB_DIR "/libqvr_tarn_cvl.so list");
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.output.find("(-1001). It is no GenTL producer; gentlctl check --producer "),
+              std::string::npos)
+        << run.output;
+}
+
 TEST(AnyProducer, TellsItselfWhyItDoesNotStart)
 {
     const auto run = Gentlctl(anyProducer + "list", "2>&1", "ANYGENTL_CTI_PATH=/nowhere/lower.cti ");

@@ -39,7 +39,7 @@ T ParseNumber(const std::string &text)
     }
     if (result.ec != std::errc() || result.ptr != end || begin == end)
     {
-        throw std::runtime_error("not a number");
+        throw std::runtime_error(std::is_integral_v<T> ? "not a whole number" : "not a number");
     }
     return value;
 }

@@ -9,7 +9,10 @@
 
 #include <fmt/format.h>
 
+#include <filesystem>
 #include <stdexcept>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace gentlctl
@@ -24,22 +27,39 @@ namespace
 // How long an update waits for the cameras to answer, in ms.
 constexpr uint64_t updateTimeout = 1000;
 
+/// What to do about a producer that cannot be initialised, where its own text does not say it.
+std::string AdviceOn(const std::string &file, std::string_view text)
+{
+    if (text == internal::noProducerError)
+    {
+        return fmt::format(". It is no GenTL producer; gentlctl check --producer {} tells what it lacks",
+                           file);
+    }
+    // A producer need not have a last error before it is initialised. The proxy producer has none.
+    if (text != internal::unknownLowerError)
+    {
+        return "";
+    }
+    std::error_code ignored;
+    const auto lower = LowerProducerFile(file);
+    return !lower.empty() && !std::filesystem::is_regular_file(lower, ignored)
+               ? fmt::format(". {} names {}, which is no file", LowerProducerVariable(file), lower)
+               : ". With PROXY_TL_LOG_LEVEL=error in the environment the proxy producer logs the reason.";
+}
+
 std::shared_ptr<IGenTLProxy> LoadProducer(const std::string &file)
 {
+    internal::Profile profile;
+    profile.texts.loadFailed = "Cannot load {}: {}"; // what is loaded here need not be a CTI
     LoadVisionLibrary();
     try
     {
-        return std::make_shared<internal::GenTLProxy>(file);
+        return std::make_shared<internal::GenTLProxy>(file, profile);
     }
     catch (const internal::GenTLException &exception)
     {
-        // A producer need not have a last error before it is initialised. The proxy producer has none.
-        const bool isUnexplained = exception.what() == internal::unknownLowerError;
-        throw std::runtime_error(
-            fmt::format("{} cannot be initialised: {} ({}){}", file, exception.what(), exception.Code(),
-                        isUnexplained ? ". With PROXY_TL_LOG_LEVEL=error in the environment the "
-                                        "proxy producer logs the reason."
-                                      : ""));
+        throw std::runtime_error(fmt::format("{} cannot be initialised: {} ({}){}", file, exception.what(),
+                                             exception.Code(), AdviceOn(file, exception.what())));
     }
 }
 

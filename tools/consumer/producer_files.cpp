@@ -25,6 +25,12 @@ namespace fs = std::filesystem;
 namespace
 {
 
+/// The loader searches folders of its own for a bare name, and not the current one.
+std::string WithFolder(const std::string &file)
+{
+    return file.empty() || file.find('/') != std::string::npos ? file : "./" + file;
+}
+
 /// The producers of one entry of a path variable: the file itself, or those in the folder.
 std::vector<std::string> ProducersAt(const std::string &entry)
 {
@@ -35,7 +41,7 @@ std::vector<std::string> ProducersAt(const std::string &entry)
     };
     if (isProducer(entry))
     {
-        return {entry};
+        return {WithFolder(entry)};
     }
     std::vector<std::string> files;
     for (const auto &found : EntriesIn(entry))
@@ -152,7 +158,7 @@ std::string ProducerAt(const std::string &named)
 {
     if (std::error_code ignored; !fs::is_directory(named, ignored))
     {
-        return named;
+        return WithFolder(named);
     }
     const auto found = ProducersAt(named);
     if (found.size() != 1)

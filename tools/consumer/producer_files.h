@@ -33,7 +33,8 @@ struct ProducerChoice
 /// @throws std::runtime_error there is none
 ProducerChoice ChooseProducer();
 
-/// The producer that the user names: by its file, or by a folder that holds just this one.
+/// The producer that the user names: by its file, or by a folder that holds just this one. A path that the
+/// loader takes as it is.
 /// @throws std::runtime_error the folder holds none, or several
 std::string ProducerAt(const std::string &named);
 

@@ -76,6 +76,9 @@ std::vector<std::string> SimilarNames(const std::vector<std::string> &names, con
                              { return resembles(Lowercase(name), Lowercase(wanted)); });
         if (!similar.empty())
         {
+            std::stable_partition(similar.begin(), similar.end(),
+                                  [&](const std::string &name)
+                                  { return DifferBySlips(Lowercase(name), Lowercase(wanted)); });
             similar.resize(std::min(similar.size(), most));
             return similar;
         }

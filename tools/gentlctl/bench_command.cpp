@@ -41,7 +41,8 @@ int Compare(const CommonOptions &options, const BenchOptions &command)
         Apply(Features(device.PortOf("remote")), command.assignments);
     };
     std::vector<std::string> producers{options.producer};
-    const auto beside = command.beside.empty() ? RawProducerFile(options.producer) : command.beside;
+    const auto beside =
+        command.beside.empty() ? RawProducerFile(options.producer) : ProducerAt(command.beside);
     std::error_code ignored; // a file that is not there is told when it is loaded
     if (beside == options.producer || std::filesystem::equivalent(beside, options.producer, ignored))
     {

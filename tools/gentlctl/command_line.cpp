@@ -9,8 +9,11 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <iostream>
+#include <iterator>
 #include <memory>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -48,6 +51,11 @@ public:
 /// Says that there is no such command, and what there is instead.
 std::string WithoutCommand(const CLI::App &app, const std::vector<std::string> &unknown)
 {
+    if (!unknown.empty() && unknown[0].starts_with("-"))
+    {
+        return fmt::format("{} is no option of every command; those of one command stand behind it",
+                           unknown[0]);
+    }
     std::vector<std::string> commands;
     for (const auto *command : CommandsOf(app))
     {
@@ -60,12 +68,47 @@ std::string WithoutCommand(const CLI::App &app, const std::vector<std::string> &
                        fmt::join(similar.empty() ? commands : similar, ", "));
 }
 
+/// Says that a command has no such option, and which one was probably meant.
+std::string WithoutOption(const CLI::App &command, const std::string &unknown)
+{
+    auto options = OptionsOf(command);
+    std::ranges::copy(InheritedOptionsOf(command), std::back_inserter(options));
+    std::vector<std::string> names;
+    for (const auto &option : options)
+    {
+        names.insert(names.end(), option.names.begin(), option.names.end());
+    }
+    const auto name = unknown.substr(0, unknown.find('='));
+    if (std::ranges::find(names, name) != names.end())
+    {
+        return fmt::format("{} stands behind {}", name, command.get_name());
+    }
+    const auto similar = SimilarNames(names, name);
+    return fmt::format("There is no option {}{}", unknown,
+                       similar.empty() ? "" : fmt::format("; there is {}", fmt::join(similar, ", ")));
+}
+
+/// What is wrong behind the name of a command.
+std::string WrongUse(const CLI::App &app, const CLI::App &command, const CLI::Error &error)
+{
+    const auto extras = app.remaining(true);
+    const auto option = std::ranges::find_if(extras, [](const auto &text) { return text.starts_with("-"); });
+    if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError) && option != extras.end())
+    {
+        return WithoutOption(command, *option);
+    }
+    // The library counts the values, and names their type.
+    return std::regex_replace(error.what(), std::regex("^(\\S+): 1 required .* missing$"),
+                              "$1: its value is missing");
+}
+
 /// Says in one line what is wrong with the command line, and which help to read.
 std::string FailureText(const CLI::App *app, const CLI::Error &error)
 {
     const auto chosen = app->get_subcommands();
     return fmt::format("{}: {} (see gentlctl {}--help)\n", programName,
-                       chosen.empty() ? WithoutCommand(*app, app->remaining()) : error.what(),
+                       chosen.empty() ? WithoutCommand(*app, app->remaining())
+                                      : WrongUse(*app, *chosen[0], error),
                        chosen.empty() ? "" : chosen[0]->get_name() + " ");
 }
 

@@ -157,10 +157,10 @@ int GrabFrames(const CommonOptions &options, const GrabArguments &arguments)
 
 constexpr auto grabFooter =
     "Writes each frame as frame-NNNNN.png (.tiff, .npy, .exr, .raw), all that is known of it, chunks "
-    "included, "
-    "as .json, and points also as .ply or .pcd. A format that holds several images gives frame-NNNNN-A, -B, "
-    "... "
-    "Several devices grab at the same time, each into a folder of its own. Ctrl-C ends the grab in order.\n\n"
+    "included, as .json, and points also as .ply or .pcd. A format that holds several images gives "
+    "frame-NNNNN-A, -B, "
+    "... Several devices grab at the same time, each into a folder of its own. Ctrl-C ends the grab in "
+    "order.\n\n"
     "  gentlctl grab -d OVRA-M5 -n 10 -s PixelFormat=Mono12 -f tiff -o frames\n"
     "  gentlctl grab -d OVRA-M5 -d OVRA-C5 --duration 10s --strict\n"
     "  gentlctl grab -d OVRA-C5 -n 0 --newest -f y4m -o - | ffplay -\n"

@@ -34,7 +34,7 @@ const char *WhyUnwritten(const GrabReport &report)
 {
     return report.failure       ? ""
            : report.isAbandoned ? ": a signal ended the writing"
-                                : ": the disk did not keep up";
+                                : ": the writing did not keep up";
 }
 
 } // namespace

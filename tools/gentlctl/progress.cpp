@@ -23,12 +23,12 @@ constexpr std::chrono::milliseconds interval(100);
 /// Erases what a longer line has left on the terminal.
 constexpr auto eraseTheRest = "\x1B[K";
 
-/// As much of a line as the terminal shows: a longer one would go on in the next, which cannot be rewritten.
-std::string CutToTerminal(const std::string &line)
+/// How much of a line the terminal shows: a longer one would go on in the next, which cannot be rewritten.
+size_t TerminalWidth()
 {
     winsize size{};
     const bool isKnown = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1;
-    return isKnown ? line.substr(0, size.ws_col - 1U) : line;
+    return isKnown ? size.ws_col - 1U : std::string::npos;
 }
 
 /// How much of a grab with an end is done.
@@ -36,20 +36,21 @@ std::string Bar(uint64_t done, uint64_t frames)
 {
     constexpr uint64_t width = 30;
     const auto filled = std::min(done, frames) * width / frames;
-    return fmt::format("[{:#<{}}{:{}}] {}/{}", "", filled, "", width - filled, done, frames);
+    return fmt::format("[{:#<{}}{:{}}] ", "", filled, "", width - filled);
 }
 
 } // namespace
 
-std::string ProgressText(const GrabReport &report, uint64_t frames)
+std::string ProgressText(const GrabReport &report, uint64_t frames, bool hasBar)
 {
     if (report.hasEnded && report.waiting != 0)
     {
         return fmt::format("{} still to write; Ctrl-C leaves them out", report.waiting);
     }
     const auto &statistics = report.statistics;
-    const auto begin = frames != 0 ? Bar(report.taken, frames)
-                                   : fmt::format("{:.0f} s  {} frames", statistics.Seconds(), report.taken);
+    const auto begin =
+        frames != 0 ? fmt::format("{}{}/{}", hasBar ? Bar(report.taken, frames) : "", report.taken, frames)
+                    : fmt::format("{:.0f} s  {} frames", statistics.Seconds(), report.taken);
     const auto &intervals = statistics.Intervals();
     constexpr double ms = 1000;
     return fmt::format(
@@ -108,15 +109,25 @@ void Progress::End()
     }
 }
 
+std::string Progress::Line(std::string Part::*text) const
+{
+    std::string line;
+    for (const auto &part : m_parts)
+    {
+        const auto *separator = line.empty() ? "" : " | ";
+        line += m_parts.size() > 1 ? fmt::format("{}{}: {}", separator, part.name, part.*text) : part.*text;
+    }
+    return line + " ";
+}
+
 void Progress::Draw(Part &part, const GrabReport &report)
 {
     part.text = ProgressText(report, m_frames);
-    std::string line;
-    for (const auto &[name, text, shown] : m_parts)
-    {
-        line += m_parts.size() > 1 ? fmt::format("{}{}: {}", line.empty() ? "" : " | ", name, text) : text;
-    }
-    PrintError(fmt::format("\r{}{}", CutToTerminal(line + " "), eraseTheRest));
+    part.brief = ProgressText(report, m_frames, false);
+    const auto width = TerminalWidth();
+    const auto line = Line(&Part::text);
+    PrintError(fmt::format("\r{}{}", line.size() <= width ? line : Line(&Part::brief).substr(0, width),
+                           eraseTheRest));
     m_isDrawn = true;
 }
 

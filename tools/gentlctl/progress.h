@@ -15,7 +15,8 @@ struct GrabReport;
 
 /// The progress of a grab in a line: a bar; without a number of frames, the time and the intervals.
 /// @param frames how many are to be grabbed; 0: no limit
-std::string ProgressText(const GrabReport &report, uint64_t frames);
+/// @param hasBar false for a narrow terminal: the figures alone
+std::string ProgressText(const GrabReport &report, uint64_t frames, bool hasBar = true);
 
 /// A line on standard error that is rewritten as frames arrive from one device or several. Any thread may
 /// call.
@@ -43,9 +44,11 @@ private:
     {
         std::string name; ///< of the device
         std::string text;
+        std::string brief; ///< without the bar, for a terminal that is too narrow
         std::chrono::steady_clock::time_point shown;
     };
 
+    std::string Line(std::string Part::*text) const QVR_REQUIRES(m_mutex);
     void Draw(Part &part, const GrabReport &report) QVR_REQUIRES(m_mutex);
 
     const bool m_isShown;

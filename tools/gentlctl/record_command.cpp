@@ -127,7 +127,7 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     if (report.unwritten != 0)
     {
         Complain(fmt::format("{} of {} frames were not recorded{}", report.unwritten, report.delivered,
-                             report.failure ? "" : ": the disk did not keep up"));
+                             report.failure ? "" : ": the writing did not keep up"));
     }
     if (report.failure)
     {
@@ -146,8 +146,7 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
 
 constexpr auto recordFooter =
     "Records what the camera sends, before any conversion: through either producer of this project, the "
-    "frames "
-    "of the lower one. Ctrl-C ends the recording in order; the recording is complete then.\n\n"
+    "frames of the lower one. Ctrl-C ends the recording in order; the recording is complete then.\n\n"
     "  gentlctl record -d OVRA-D1 -n 100 -o depth\n"
     "  gentlctl replay depth grab -n 100 -o pictures";
 

@@ -36,7 +36,7 @@ struct RecordReport
 };
 
 /// Records frames of a stream: receives them and writes them at the same time. Each frame waits in its buffer
-/// until it is written; while the disk does not keep up and all buffers but a few are held, further frames
+/// until it is written; while the writing does not keep up and all buffers but a few are held, further frames
 /// are counted and not recorded. Completes the recording in any case, unless it has no frame.
 ///
 /// @param ticksPerSecond of the device's time stamps; 0 if unknown

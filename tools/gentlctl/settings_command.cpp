@@ -91,7 +91,7 @@ void DeclareSettings(Commands &commands)
     command.add_option("action", settings->action, "What to do")
         ->check(CLI::IsMember({"save", "load"}))
         ->required();
-    command.add_option("file", settings->file, "YAML file; `save -` writes to standard output")
+    command.add_option("file", settings->file, "YAML file; - stands for standard output or input")
         ->type_name("FILE")
         ->required();
     command

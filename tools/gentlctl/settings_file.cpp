@@ -145,7 +145,7 @@ SettingsFile ReadSettingsFile(const std::filesystem::path &file)
     }
     catch (const YAML::Exception &error)
     {
-        throw std::runtime_error(fmt::format("{}:{}: {} (`gentlctl settings save` writes such files)",
+        throw std::runtime_error(fmt::format("{}:{}: not as `gentlctl settings save` writes it: {}",
                                              file.string(), std::max(error.mark.line, 0) + 1, error.msg));
     }
 }

@@ -12,6 +12,7 @@
 #include <exception>
 #include <functional>
 #include <future>
+#include <stdexcept>
 #include <utility>
 
 namespace gentlctl
@@ -30,7 +31,7 @@ public:
     {
         if (report.unwritten != 0 && !std::exchange(m_hasToldOfLoss, true))
         {
-            m_tell("The disk does not keep up, and frames are left out; -f raw is written fastest");
+            m_tell("The writing does not keep up, and frames are left out; lower the rate, or use -f raw");
         }
         constexpr int patience = 6; // half seconds
         if (report.hasEnded && ++m_waits == patience)
@@ -52,11 +53,9 @@ private:
 
 } // namespace
 
-SideBySide::Camera::Camera(Producer &producer, const std::string &selection, const GrabArguments &arguments)
+SideBySide::Camera::Camera(Producer &producer, const std::string &selection)
     : device(producer, selection), remote(device.PortOf("remote"))
 {
-    RequireSettingsFile(device, arguments.settings);
-    Apply(remote, arguments.assignments);
 }
 
 SideBySide::SideBySide(const std::string &producer, const std::vector<std::string> &devices,
@@ -65,8 +64,27 @@ SideBySide::SideBySide(const std::string &producer, const std::vector<std::strin
 {
     for (const auto &selection : devices.empty() ? std::vector<std::string>{""} : devices)
     {
-        m_cameras.push_back(std::make_unique<Camera>(m_producer, selection, arguments));
+        m_cameras.push_back(std::make_unique<Camera>(m_producer, selection));
         m_ids.push_back(m_cameras.back()->device.Entry().id);
+        Set(*m_cameras.back(), devices.size() > 1);
+    }
+}
+
+void SideBySide::Set(Camera &camera, bool isOneOfSeveral) const
+{
+    try
+    {
+        RequireSettingsFile(camera.device, m_arguments.settings);
+        Apply(camera.remote, m_arguments.assignments);
+    }
+    catch (const std::exception &)
+    {
+        if (!isOneOfSeveral)
+        {
+            throw;
+        }
+        throw std::runtime_error(
+            fmt::format("{}: {}", camera.device.Entry().id, FailureText(std::current_exception())));
     }
 }
 

@@ -38,12 +38,13 @@ public:
 private:
     struct Camera
     {
-        Camera(Producer &producer, const std::string &selection, const GrabArguments &arguments);
+        Camera(Producer &producer, const std::string &selection);
 
         OpenDevice device;
         Features remote;
     };
 
+    void Set(Camera &camera, bool isOneOfSeveral) const;
     DeviceGrab RunOne(size_t index, const Interrupt &interrupt, Progress &progress);
     void Tell(size_t index, const std::string &line, Progress &progress) const;
 
