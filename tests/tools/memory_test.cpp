@@ -101,7 +101,7 @@ TEST(WholeWrite, FailsWhenThePortTakesAPart)
     catch (const GenTL::internal::GenTLException &exception)
     {
         EXPECT_STREQ(exception.what(), "only 2 of 4 bytes were taken");
-        EXPECT_EQ(exception.Code(), GC_ERR_IO);
+        EXPECT_EQ(exception.Code(), GenTL::GC_ERR_IO);
     }
 }
 

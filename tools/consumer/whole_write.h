@@ -20,7 +20,7 @@ inline void WriteAllRegisters(GenTL::internal::IPort &port, uint64_t address, st
     if (taken < bytes.size())
     {
         throw GenTL::internal::GenTLException(
-            fmt::format("only {} of {} bytes were taken", taken, bytes.size()), GC_ERR_IO);
+            fmt::format("only {} of {} bytes were taken", taken, bytes.size()), GenTL::GC_ERR_IO);
     }
 }
 
