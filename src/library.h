@@ -56,7 +56,6 @@ public:
     IGenTLProxy &GetProxy() override;
     std::string GetTLType() const override;
     const Profile &GetProfile() const override { return m_profile; }
-    const Assembly &GetAssembly() const { return m_assembly; }
     /// Whether the functions of the vision library can be called.
     bool HasVisionLibrary() const { return m_hasVisionLibrary; }
 

@@ -98,7 +98,7 @@ public:
     /// @throws GenTLException as IOutputQueue; GC_ERR_NOT_IMPLEMENTED for a type that the lower stream lacks
     void RegisterEvent(EVENT_TYPE iEventID, EVENT_HANDLE *phEvent) override;
     void UnregisterEvent(EVENT_TYPE iEventID) override;
-    virtual uint64_t GetIncompleteFrameCount() const { return m_output->IncompleteCount(); }
+    uint64_t GetIncompleteFrameCount() const { return m_output->IncompleteCount(); }
     /// @throws GenTLException "StreamDroppedFrameCount is not implemented!", GC_ERR_ACCESS_DENIED
     uint64_t GetDroppedFrameCount();
 

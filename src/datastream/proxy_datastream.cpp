@@ -159,7 +159,7 @@ void ProxyDataStream::AnnounceBuffers()
 
 /// Makes a lower call of a start. With StreamRules::namesFailedCall, its name leads the error text.
 template <typename Call>
-void ProxyDataStream::ToStart(std::string_view name, Call call)
+void ProxyDataStream::CallToStart(std::string_view name, Call call)
 {
     try
     {
@@ -182,8 +182,8 @@ void ProxyDataStream::AllocateBuffers(size_t count)
     {
         BUFFER_HANDLE buffer = nullptr;
         const auto size = m_lowerBufferSize;
-        ToStart("DSAllocAndAnnounceBuffer",
-                [&] { Proxy()->DSAllocAndAnnounceBuffer(GetLowerHandle(), size, nullptr, &buffer); });
+        CallToStart("DSAllocAndAnnounceBuffer",
+                    [&] { Proxy()->DSAllocAndAnnounceBuffer(GetLowerHandle(), size, nullptr, &buffer); });
         QueueNewBuffer(buffer);
         m_lowerBuffers.push_back({.handle = buffer, .base = BaseOf(buffer)});
     }
@@ -195,7 +195,7 @@ void ProxyDataStream::QueueNewBuffer(BUFFER_HANDLE buffer)
 {
     try
     {
-        ToStart("DSQueueBuffer", [&] { Proxy()->DSQueueBuffer(GetLowerHandle(), buffer); });
+        CallToStart("DSQueueBuffer", [&] { Proxy()->DSQueueBuffer(GetLowerHandle(), buffer); });
     }
     catch (...)
     {
@@ -279,8 +279,8 @@ void ProxyDataStream::Revoke(BUFFER_HANDLE buffer)
 
 void ProxyDataStream::StartAcquisition(uint64_t numToAcquire)
 {
-    ToStart("DSStartAcquisition",
-            [&] { Proxy()->DSStartAcquisition(GetLowerHandle(), ACQ_START_FLAGS_DEFAULT, numToAcquire); });
+    CallToStart("DSStartAcquisition", [&]
+                { Proxy()->DSStartAcquisition(GetLowerHandle(), ACQ_START_FLAGS_DEFAULT, numToAcquire); });
 }
 
 void ProxyDataStream::StopAcquisition()

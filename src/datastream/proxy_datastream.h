@@ -68,7 +68,7 @@ private:
     void CloseWhateverFails() noexcept;
     size_t NumLowerBuffers();
     template <typename Call>
-    void ToStart(std::string_view name, Call call);
+    void CallToStart(std::string_view name, Call call);
     void AllocateBuffers(size_t count) QVR_REQUIRES(m_lowerBuffersMutex);
     void QueueNewBuffer(BUFFER_HANDLE buffer);
     bool QueueKeptBuffers(size_t size) QVR_REQUIRES(m_lowerBuffersMutex);

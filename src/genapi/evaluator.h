@@ -1,7 +1,7 @@
 #pragma once
 
-#include "genapi/device_state.h"
 #include "genapi/gen_api_error.h"
+#include "genapi/graph_state.h"
 #include "genapi/node_graph.h"
 #include "genapi/number.h"
 
@@ -36,9 +36,9 @@ class Evaluator
 {
 public:
     /// `feature` is the feature that the operation works on. Every message begins with its name.
-    Evaluator(DeviceState &state, NodeId feature) : m_state(state), m_feature(feature) {}
+    Evaluator(GraphState &state, NodeId feature) : m_state(state), m_feature(feature) {}
 
-    DeviceState &State() { return m_state; }
+    GraphState &State() { return m_state; }
     const NodeGraph &Graph() const { return m_state.graph; }
 
     /// A step on the way: to a node, or to one of its Expressions. Its destructor takes it back.
@@ -119,7 +119,7 @@ private:
     std::string Label(const Place &place) const;
     std::string WayFrom(size_t first) const;
 
-    DeviceState &m_state;
+    GraphState &m_state;
     const NodeId m_feature;
     std::vector<Place> m_way;
     std::map<Place, Number> m_numbers;

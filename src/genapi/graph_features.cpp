@@ -1,8 +1,8 @@
 #include "genapi/graph_features.h"
 
 #include "genapi/access.h"
-#include "genapi/device_state.h"
 #include "genapi/evaluator.h"
+#include "genapi/graph_state.h"
 #include "genapi/limits.h"
 #include "genapi/registers.h"
 #include "genapi/values.h"
@@ -32,7 +32,7 @@ NodeId NodeNamed(const NodeGraph &graph, std::string_view name)
 class Operation
 {
 public:
-    Operation(DeviceState &state, std::string_view name) : Operation(state, NodeNamed(state.graph, name)) {}
+    Operation(GraphState &state, std::string_view name) : Operation(state, NodeNamed(state.graph, name)) {}
 
     NodeKind Kind() const { return pass.Graph()[id].kind; }
 
@@ -49,7 +49,7 @@ public:
     const NodeId id;
 
 private:
-    Operation(DeviceState &state, NodeId node) : pass(state, node), id(node) {}
+    Operation(GraphState &state, NodeId node) : pass(state, node), id(node) {}
 };
 
 bool HasText(NodeKind kind)
@@ -114,7 +114,7 @@ T LimitAs(Number limit)
 } // namespace
 
 GraphFeatures::GraphFeatures(const NodeGraph &graph, IRegisterPort &port)
-    : m_state(std::make_unique<DeviceState>(graph, port))
+    : m_state(std::make_unique<GraphState>(graph, port))
 {
 }
 

@@ -16,7 +16,7 @@
 namespace GenTL::internal::genapi
 {
 
-struct DeviceState;
+struct GraphState;
 
 /// The features of a device by name, read and written through their chains of nodes.
 ///
@@ -72,7 +72,7 @@ public:
 private:
     friend std::vector<AddressRange> PlacesOf(GraphFeatures &features, std::string_view name);
 
-    std::unique_ptr<DeviceState> m_state;
+    std::unique_ptr<GraphState> m_state;
 };
 
 /// The places of the registers that carry a feature's value, at their present addresses. Empty for an unknown

@@ -8,10 +8,10 @@ namespace GenTL::internal::genapi
 void RegisterCache::Read(uint64_t address, std::span<uint8_t> bytes)
 {
     const uint64_t now = m_generation;
-    if (m_held != now)
+    if (m_heldGeneration != now)
     {
         m_registers.clear();
-        m_held = now;
+        m_heldGeneration = now;
     }
     const std::pair place{address, bytes.size()};
     if (const auto known = m_registers.find(place); known != m_registers.end())

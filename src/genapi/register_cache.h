@@ -35,8 +35,7 @@ public:
 private:
     IRegisterPort &m_port;
     std::atomic<uint64_t> m_generation = 0;
-    /// The generation that m_registers belongs to.
-    uint64_t m_held = 0;
+    uint64_t m_heldGeneration = 0; ///< to which m_registers belongs
     std::map<std::pair<uint64_t, size_t>, std::vector<uint8_t>> m_registers;
 };
 

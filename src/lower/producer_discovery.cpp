@@ -7,7 +7,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <filesystem>
 #include <stdexcept>
@@ -21,7 +20,7 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr std::array<std::string_view, 1> wantedNames{"qvr_gevgentl.pr_cti"};
+constexpr std::string_view wantedName = "qvr_gevgentl.pr_cti";
 
 bool EqualIgnoringCase(char a, char b)
 {
@@ -35,16 +34,9 @@ bool ContainsIgnoringCase(std::string_view text, std::string_view part)
 
 std::string FindByName(const fs::path &folder)
 {
-    for (const auto name : wantedNames)
-    {
-        std::error_code error;
-        const auto candidate = folder / name;
-        if (fs::is_regular_file(fs::status(candidate, error)))
-        {
-            return candidate.string();
-        }
-    }
-    return {};
+    std::error_code error;
+    const auto candidate = folder / wantedName;
+    return fs::is_regular_file(fs::status(candidate, error)) ? candidate.string() : std::string();
 }
 
 // Finds a renamed copy: its name contains the wanted name and ends in ".cti". The wanted name itself ends in
@@ -60,9 +52,7 @@ std::string FindByPart(const fs::path &folder)
     for (const auto end = fs::directory_iterator(); entries != end; ++entries)
     {
         const auto &path = entries->path();
-        const auto name = path.filename().string();
-        if (path.extension() == ".cti" &&
-            std::ranges::any_of(wantedNames, [&](auto wanted) { return ContainsIgnoringCase(name, wanted); }))
+        if (path.extension() == ".cti" && ContainsIgnoringCase(path.filename().string(), wantedName))
         {
             return path.string();
         }
@@ -104,7 +94,7 @@ std::string FindProducer(int32_t tlType, const Identity &identity, const Failure
     if (found.empty())
     {
         QVR_LOG_FOR("Library::Initialize", spdlog::level::debug, "{} is not set, and {} holds no {}",
-                    variable, folder, wantedNames.front());
+                    variable, folder, wantedName);
         throw GenTLException(fmt::format(fmt::runtime(texts.noLowerProducer), variable, folder),
                              GC_ERR_ERROR);
     }

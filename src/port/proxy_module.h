@@ -2,8 +2,10 @@
 
 #include "port/i_gentl_proxy.h"
 #include "port/i_proxy_module.h"
+#include "utils/try.h"
 
 #include <memory>
+#include <utility>
 
 namespace GenTL::internal
 {
@@ -45,13 +47,7 @@ private:
 template <typename Close>
 void CloseQuietly(Close close) noexcept
 {
-    try
-    {
-        close();
-    }
-    catch (const std::exception &) // NOLINT(bugprone-empty-catch)
-    {
-    }
+    utils::Attempt(std::move(close));
 }
 
 } // namespace GenTL::internal

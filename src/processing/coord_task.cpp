@@ -130,7 +130,7 @@ void CoordTask::SetCalibration(std::unique_ptr<tarn::cvl::CalibrationParameters>
 void CoordTask::SetMetadata(const tarn::common::Metadata &metadata)
 {
     m_rectification.SetMetadata(metadata);
-    if (HasScale())
+    if (Is3dDevice())
     {
         ComputeAxisRanges();
     }

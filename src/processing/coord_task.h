@@ -46,7 +46,7 @@ public:
     void SetMode(Scan3dOutputMode mode) { m_rectification.SetMode(mode); }
 
     /// Whether the device is a 3D device.
-    bool HasScale() const { return m_rectification.Info().scan3dCoordinateScale.has_value(); }
+    bool Is3dDevice() const { return m_rectification.Info().scan3dCoordinateScale.has_value(); }
     void SetScan3dInfo(const Scan3dInfo &info);
 
     /// Replaces the calibration, and the geometry with it.

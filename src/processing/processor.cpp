@@ -195,7 +195,7 @@ void Processor::SetMetadata(const tarn::common::Metadata &metadata)
 
 bool Processor::Is3dDevice() const
 {
-    return m_coordTask->HasScale();
+    return m_coordTask->Is3dDevice();
 }
 
 std::vector<PixelFormat> Processor::AvailableOutputPixelFormats(Component component)

@@ -44,7 +44,7 @@ void EditedRemote::Read(uint64_t address, void *buffer, size_t size)
 void EditedRemote::Write(uint64_t address, const void *buffer, size_t size)
 {
     const auto write = [&] { m_view.WritePort(address, buffer, &size); };
-    if (m_view.IsOurs(address, size))
+    if (m_view.TouchesWindow(address, size))
     {
         return write();
     }

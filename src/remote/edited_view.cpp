@@ -64,7 +64,7 @@ void EditedView::ReadPort(uint64_t address, void *buffer, size_t *size)
 {
     utils::CheckNotNull({{"piSize", size}, {"pBuffer", buffer}});
     utils::CheckNotZero("*piSize", *size);
-    if (!IsOurs(address, *size))
+    if (!TouchesWindow(address, *size))
     {
         return m_lower.ReadRegisters(address, buffer, size);
     }
@@ -78,7 +78,7 @@ void EditedView::WritePort(uint64_t address, const void *buffer, size_t *size)
     utils::CheckNotZero("*piSize", *size);
     const auto forget = [this] { m_features.Invalidate(); };
     const utils::AtEnd invalidate(forget);
-    if (!IsOurs(address, *size))
+    if (!TouchesWindow(address, *size))
     {
         return m_lower.WriteRegisters(address, buffer, size);
     }
@@ -91,7 +91,7 @@ void EditedView::NoticeWrite(uint64_t address, size_t size)
     const utils::MutexLock lock(m_lock);
     if (Touches(m_features, componentSelector, address, size))
     {
-        SeeImages();
+        NoteImages();
     }
     if (Touches(m_features, "UserSetLoad", address, size))
     {
@@ -100,7 +100,7 @@ void EditedView::NoticeWrite(uint64_t address, size_t size)
 }
 
 /// What the selected component sends shows only as long as it is selected.
-void EditedView::SeeImages()
+void EditedView::NoteImages()
 {
     utils::Try([this] { return m_formats.Images(); });
 }
@@ -162,7 +162,7 @@ bool EditedView::SendsRawDepth()
     return !mode || mode == ToString(Scan3dOutputMode::UncalibratedC);
 }
 
-bool EditedView::IsOurs(uint64_t address, size_t size) const
+bool EditedView::TouchesWindow(uint64_t address, size_t size) const
 {
     return HasWindow() && m_window.IsTouchedBy(address, size);
 }
@@ -203,7 +203,7 @@ void EditedView::WriteLiteral(const EditedRegister &entry, int64_t value)
 {
     if (entry.subject == componentSelector)
     {
-        SeeImages();
+        NoteImages();
     }
     m_features.Literals().Set(entry.subject, entry.isFloat ? genapi::Number(std::bit_cast<double>(value))
                                                            : genapi::Number(value));

@@ -43,8 +43,8 @@ public:
     bool HasWindow() const { return m_description.base != 0; }
     /// Whether the consumer sees depth that the processing calibrates.
     bool HasCalibratedDepth() const { return HasWindow() && m_description.isScan3d; }
-    /// Whether an access concerns the window.
-    bool IsOurs(uint64_t address, size_t size) const;
+    /// Whether an access has a byte in the window.
+    bool TouchesWindow(uint64_t address, size_t size) const;
     /// The address of the window.
     uint64_t Base() const { return m_description.base; }
 
@@ -79,7 +79,7 @@ public:
 
 private:
     void AddRegisters();
-    void SeeImages();
+    void NoteImages();
     void WriteLiteral(const EditedRegister &entry, int64_t value);
     int64_t ReadNumber(const EditedRegister &entry);
     void WriteNumber(const EditedRegister &entry, int64_t value);

@@ -20,4 +20,17 @@ auto Try(Function function) -> std::optional<decltype(function())>
     }
 }
 
+/// Runs an action whose failure, a std::exception, does not matter.
+template <typename Action>
+void Attempt(Action action)
+{
+    try
+    {
+        action();
+    }
+    catch (const std::exception &) // NOLINT(bugprone-empty-catch)
+    {
+    }
+}
+
 } // namespace GenTL::internal::utils

@@ -26,7 +26,7 @@ const std::string keyNotFound = "unordered_map::at: key not found";
 TEST_F(CoordTaskTest, StartsInTheModeOfTheGrid)
 {
     EXPECT_EQ(task->GetMode(), Mode::CalibratedABC_Grid);
-    EXPECT_FALSE(task->HasScale());
+    EXPECT_FALSE(task->Is3dDevice());
 }
 
 TEST_F(CoordTaskTest, KeepsAnOutputFormatForEachComponent)

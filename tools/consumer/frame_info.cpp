@@ -1,6 +1,6 @@
 #include "consumer/frame_info.h"
 
-#include "port/proxy_module.h"
+#include "utils/try.h"
 
 #include <algorithm>
 #include <map>
@@ -50,7 +50,7 @@ std::vector<PartInfo> ReadPartInfos(IGenTLProxy &calls, DS_HANDLE stream, BUFFER
 {
     uint32_t count = 0;
     // A producer without support for parts fails this call; then there are none.
-    internal::CloseQuietly([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
+    internal::utils::Attempt([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
     std::vector<PartInfo> parts;
     for (uint32_t part = 0; part < count; ++part)
     {
@@ -120,7 +120,8 @@ FrameInfo ReadFrameInfo(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buff
                     .parts = ReadPartInfos(calls, stream, buffer)};
     if (MayHaveChunks(frame))
     {
-        internal::CloseQuietly([&] { frame.chunks = remote.ChunkValues(FindChunks(calls, stream, frame)); });
+        internal::utils::Attempt([&]
+                                 { frame.chunks = remote.ChunkValues(FindChunks(calls, stream, frame)); });
     }
     return frame;
 }

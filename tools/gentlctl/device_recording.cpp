@@ -7,7 +7,7 @@
 #include "gentlctl/info_recording.h"
 #include "gentlctl/register_survey.h"
 #include "nodemap/description_location.h"
-#include "port/proxy_module.h"
+#include "utils/try.h"
 
 #include <algorithm>
 
@@ -15,7 +15,6 @@ namespace gentlctl
 {
 
 using namespace GenTL;
-using GenTL::internal::CloseQuietly;
 using GenTL::internal::IGenTLProxy;
 
 namespace
@@ -68,11 +67,9 @@ void AddPayload(recording::DeviceRecord &record, IGenTLProxy &calls, OpenDevice 
         record.payloadSize = TryNumber(query(STREAM_INFO_PAYLOAD_SIZE)).value_or(0);
         return;
     }
-    CloseQuietly(
-        [&] {
-            record.payloadSize =
-                static_cast<uint64_t>(Features(device.PortOf("remote")).GetInteger("PayloadSize"));
-        });
+    const auto size =
+        internal::utils::Try([&] { return Features(device.PortOf("remote")).GetInteger("PayloadSize"); });
+    record.payloadSize = static_cast<uint64_t>(size.value_or(0));
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 #include "gentlctl/frame_drain.h"
 
-#include <exception>
+#include "utils/try.h"
 
 namespace gentlctl
 {
@@ -26,21 +26,19 @@ FrameDrain::~FrameDrain()
 void FrameDrain::Run()
 {
     constexpr uint64_t longestWait = 100; // ms until an end is seen
-    try
-    {
-        while (!m_ends)
+    // It fails when the device is gone, as its events tell.
+    GenTL::internal::utils::Attempt(
+        [&]
         {
-            // None in time: the device may wait for a trigger.
-            if (auto *const buffer = m_stream.TryNextBuffer(longestWait))
+            while (!m_ends)
             {
-                m_stream.QueueAgain(buffer);
+                // None in time: the device may wait for a trigger.
+                if (auto *const buffer = m_stream.TryNextBuffer(longestWait))
+                {
+                    m_stream.QueueAgain(buffer);
+                }
             }
-        }
-    }
-    catch (const std::exception &) // NOLINT(bugprone-empty-catch)
-    {
-        // The device is gone, as its events tell.
-    }
+        });
 }
 
 } // namespace gentlctl

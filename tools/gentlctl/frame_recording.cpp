@@ -2,7 +2,7 @@
 
 #include "consumer/info_answers.h"
 #include "gentlctl/info_recording.h"
-#include "port/proxy_module.h"
+#include "utils/try.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -11,8 +11,8 @@ namespace gentlctl
 {
 
 using namespace GenTL;
-using GenTL::internal::CloseQuietly;
 using GenTL::internal::IGenTLProxy;
+using GenTL::internal::utils::Attempt;
 
 namespace
 {
@@ -53,7 +53,7 @@ std::vector<recording::PartRecord> PartsOf(IGenTLProxy &calls, DS_HANDLE stream,
 {
     uint32_t count = 0;
     // A producer without support for parts fails this call; then there are none.
-    CloseQuietly([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
+    Attempt([&] { calls.DSGetNumBufferParts(stream, buffer, &count); });
     std::vector<recording::PartRecord> parts;
     for (uint32_t part = 0; part < count; ++part)
     {
@@ -109,7 +109,7 @@ RecordedFrame DescribeFrame(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE 
     record.time = TimeOf(record.infos, ticksPerSecond);
     record.parts = PartsOf(calls, stream, buffer, memory);
     // For a frame without chunks, the call fails.
-    CloseQuietly([&] { record.chunks = ChunksOf(calls, stream, buffer, frame.bytes.size()); });
+    Attempt([&] { record.chunks = ChunksOf(calls, stream, buffer, frame.bytes.size()); });
     return frame;
 }
 

@@ -3,7 +3,7 @@
 #include "consumer/device.h"
 #include "consumer/producer.h"
 #include "gentlctl/grab.h"
-#include "port/proxy_module.h"
+#include "utils/try.h"
 
 #include <algorithm>
 
@@ -21,15 +21,14 @@ using Clock = std::chrono::steady_clock;
 /// feature and ignore what is written.
 bool KeepsNewestAlone(OpenDevice &device)
 {
-    bool keeps = false;
-    internal::CloseQuietly(
+    const auto keeps = internal::utils::Try(
         [&]
         {
             const Features stream(device.PortOf("stream"));
             stream.Set("StreamBufferHandlingMode", "NewestOnly");
-            keeps = stream.Get("StreamBufferHandlingMode") == "NewestOnly";
+            return stream.Get("StreamBufferHandlingMode") == "NewestOnly";
         });
-    return keeps;
+    return keeps.value_or(false);
 }
 
 } // namespace

@@ -5,7 +5,7 @@
 
 #include "genapi/graph_walks.h"
 #include "genapi/number.h"
-#include "port/proxy_module.h"
+#include "utils/try.h"
 
 #include <algorithm>
 #include <array>
@@ -15,7 +15,7 @@ namespace gentlctl
 {
 
 using namespace GenTL::internal::genapi;
-using GenTL::internal::CloseQuietly;
+using GenTL::internal::utils::Attempt;
 
 namespace
 {
@@ -91,7 +91,7 @@ recording::Registers RegisterSurvey::Run()
     result.memory = MemoryOf(memory);
     result.commands = Commands();
     result.layout = Layout();
-    CloseQuietly([&] { result.fileAccess = Files(); });
+    Attempt([&] { result.fileAccess = Files(); });
     return result;
 }
 
@@ -126,7 +126,7 @@ void RegisterSurvey::AddWriteOnly(RegisterLog::Blocks &memory)
         {
             continue;
         }
-        CloseQuietly(
+        Attempt(
             [&]
             {
                 for (const auto &place : PlacesOf(m_features, name))
@@ -147,7 +147,7 @@ std::vector<recording::FeaturePlace> RegisterSurvey::PlacesOfFeature(const std::
     {
         return places;
     }
-    CloseQuietly(
+    Attempt(
         [&]
         {
             const auto isBigEndian = IsBigEndian(m_description.Graph(), m_description.Find(name));
@@ -172,7 +172,7 @@ std::vector<recording::CommandPlace> RegisterSurvey::Commands()
         }
         for (const auto &place : PlacesOfFeature(name))
         {
-            CloseQuietly([&] { commands.push_back({place, CommandValue(id)}); });
+            Attempt([&] { commands.push_back({place, CommandValue(id)}); });
         }
     }
     return commands;
@@ -230,7 +230,7 @@ recording::FileAccess RegisterSurvey::Files()
     const auto selected = m_features.ReadInteger("FileSelector");
     for (const auto &name : reader.AvailableFiles())
     {
-        CloseQuietly(
+        Attempt(
             [&]
             {
                 const auto content = reader.ReadFile(name);
@@ -238,7 +238,7 @@ recording::FileAccess RegisterSurvey::Files()
                                         std::string(content.begin(), content.end())});
             });
     }
-    CloseQuietly([&] { m_features.WriteInteger("FileSelector", selected); });
+    Attempt([&] { m_features.WriteInteger("FileSelector", selected); });
     return access;
 }
 

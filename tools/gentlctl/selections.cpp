@@ -1,7 +1,7 @@
 #include "gentlctl/selections.h"
 
 #include "genapi/graph_walks.h"
-#include "port/proxy_module.h"
+#include "utils/try.h"
 
 #include <algorithm>
 #include <set>
@@ -10,7 +10,7 @@ namespace gentlctl
 {
 
 using namespace GenTL::internal::genapi;
-using GenTL::internal::CloseQuietly;
+using GenTL::internal::utils::Attempt;
 
 namespace
 {
@@ -30,7 +30,7 @@ void ReadAllOf(const NodeGraph &graph, GraphFeatures &features, const std::strin
 {
     const auto kind = graph[graph.Find(name)].kind;
     features.AccessOf(name);
-    CloseQuietly(
+    Attempt(
         [&]
         {
             if (IsRegister(kind))
@@ -44,11 +44,11 @@ void ReadAllOf(const NodeGraph &graph, GraphFeatures &features, const std::strin
         });
     if (kind == NodeKind::Enumeration)
     {
-        CloseQuietly([&] { features.EntriesOf(name); });
+        Attempt([&] { features.EntriesOf(name); });
     }
     else if (HasLimits(kind))
     {
-        CloseQuietly([&] { features.LimitsOf<double>(name); });
+        Attempt([&] { features.LimitsOf<double>(name); });
     }
 }
 
@@ -90,7 +90,7 @@ void SelectionSurvey::Survey(const Names &selectors, const Names &selected,
 {
     Values before;
     std::vector<Reading> readings;
-    CloseQuietly(
+    Attempt(
         [&]
         {
             for (const auto &selector : selectors)
@@ -100,12 +100,12 @@ void SelectionSurvey::Survey(const Names &selectors, const Names &selected,
             for (const auto &values : CombinationsOf(selectors))
             {
                 // A device may not have every combination.
-                CloseQuietly([&] { readings.push_back(ReadWith(selectors, values, selected)); });
+                Attempt([&] { readings.push_back(ReadWith(selectors, values, selected)); });
             }
         });
     for (size_t i = 0; i < before.size(); ++i)
     {
-        CloseQuietly([&] { m_features.WriteInteger(selectors[i], before[i]); });
+        Attempt([&] { m_features.WriteInteger(selectors[i], before[i]); });
     }
     Split(readings, result);
 }

@@ -7,7 +7,6 @@
 #include "genapi/register_cache.h"
 
 #include <map>
-#include <span>
 #include <string_view>
 #include <unordered_map>
 
@@ -16,7 +15,7 @@ namespace GenTL::internal::genapi
 
 /// The formulas that were evaluated at least once: most formulas of a description never are.
 ///
-/// Owned by DeviceState; as thread-safe as GraphFeatures.
+/// Owned by GraphState; as thread-safe as GraphFeatures.
 class FormulaStore
 {
 public:
@@ -33,9 +32,13 @@ public:
     const std::unordered_map<std::string_view, const Property *> &NamesOf(const NodeGraph &graph, NodeId id)
     {
         const auto [names, isNew] = m_names.try_emplace(id);
+        if (!isNew)
+        {
+            return names->second;
+        }
         for (const auto tag : {Tag::pVariable, Tag::Constant, Tag::Expression})
         {
-            for (const auto &property : isNew ? graph.PropertiesOf(id) : std::span<const Property>())
+            for (const auto &property : graph.PropertiesOf(id))
             {
                 if (property.tag == tag)
                 {
@@ -52,9 +55,9 @@ private:
 };
 
 /// What is kept of a device between two passes. Owned by GraphFeatures; as thread-safe as it.
-struct DeviceState
+struct GraphState
 {
-    DeviceState(const NodeGraph &nodes, IRegisterPort &port) : graph(nodes), registers(port), literals(nodes)
+    GraphState(const NodeGraph &nodes, IRegisterPort &port) : graph(nodes), registers(port), literals(nodes)
     {
     }
 
