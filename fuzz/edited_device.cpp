@@ -53,8 +53,8 @@ std::string ReadDocument(EditedRemote &remote)
     size_t size = url.size();
     remote.GetPortURL(url.data(), &size);
     const auto location = ParseLocation(url.substr(0, size - 1));
-    std::string document(location.size, '\0');
-    remote.Read(location.address, document.data(), document.size());
+    std::string document(location.Size, '\0');
+    remote.Read(location.Address, document.data(), document.size());
     return document;
 }
 

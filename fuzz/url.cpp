@@ -22,8 +22,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         if (range)
         {
             const auto again = ParseDescriptionUrl(fmt::format(
-                "local:///Device.xml;{:X};{:X}?SchemaVersion=1.1.0", range->address, range->size));
-            Require(again && again->address == range->address && again->size == range->size);
+                "local:///Device.xml;{:X};{:X}?SchemaVersion=1.1.0", range->Address, range->Size));
+            Require(again && again->Address == range->Address && again->Size == range->Size);
         }
     }
     catch (const std::logic_error &) // NOLINT(bugprone-empty-catch): not a number, or beyond 64 bits

@@ -10,8 +10,6 @@ namespace GenTL::internal
 namespace
 {
 
-using Scheme = DescriptionLocation::Scheme;
-
 char ToLower(char letter)
 {
     return letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
@@ -93,25 +91,25 @@ void ParseLocal(std::string_view rest, DescriptionLocation &location)
     const auto size = ParseBase16(sizeText);
     if (address && size)
     {
-        location.scheme = Scheme::Local;
-        location.name = rest.substr(0, first);
-        location.address = *address;
-        location.size = *size;
-        location.decimalSize = ParseNumber(Trimmed(sizeText), 10);
+        location.Scheme = UrlScheme::Local;
+        location.Name = rest.substr(0, first);
+        location.Address = *address;
+        location.Size = *size;
+        location.DecimalSize = ParseNumber(Trimmed(sizeText), 10);
     }
 }
 
 /// Reads what stands behind `file:`.
 void ParseFile(std::string_view rest, DescriptionLocation &location)
 {
-    location.scheme = Scheme::File;
+    location.Scheme = UrlScheme::File;
     rest = rest.substr(0, rest.find('?'));
     // file:///path and file://localhost/path name a path from the root.
     if (TakePrefix(rest, "//"))
     {
         rest.remove_prefix(std::min(rest.find('/'), rest.size()));
     }
-    location.path = Decoded(rest);
+    location.Path = Decoded(rest);
 }
 
 } // namespace
@@ -120,7 +118,7 @@ DescriptionLocation ParseLocation(std::string_view url)
 {
     auto rest = Trimmed(url);
     DescriptionLocation location;
-    location.url = rest;
+    location.Url = rest;
     if (TakePrefix(rest, "local:"))
     {
         ParseLocal(rest, location);
@@ -131,7 +129,7 @@ DescriptionLocation ParseLocation(std::string_view url)
     }
     else if (TakePrefix(rest, "http:") || TakePrefix(rest, "https:"))
     {
-        location.scheme = Scheme::Http;
+        location.Scheme = UrlScheme::Http;
     }
     return location;
 }

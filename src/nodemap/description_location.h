@@ -8,25 +8,26 @@
 namespace GenTL::internal
 {
 
+/// Where a URL places the description.
+enum class UrlScheme : uint8_t
+{
+    Local, ///< in the port, at address and size
+    File,  ///< in the file system, at path
+    Http,  ///< on a server
+    Other,
+};
+
 /// The place of a description, read from a port's URL.
 struct DescriptionLocation
 {
-    enum class Scheme : uint8_t
-    {
-        Local, ///< in the port, at address and size
-        File,  ///< in the file system, at path
-        Http,  ///< on a server
-        Other,
-    };
-
-    Scheme scheme = Scheme::Other;
-    std::string url;  ///< as the port gave it
-    std::string name; ///< Local: the file's name as in the URL
-    std::string path; ///< File: the decoded path
-    uint64_t address = 0;
-    uint64_t size = 0; ///< bytes
+    UrlScheme Scheme = UrlScheme::Other;
+    std::string Url;  ///< as the port gave it
+    std::string Name; ///< Local: the file's name as in the URL
+    std::string Path; ///< File: the decoded path
+    uint64_t Address = 0;
+    uint64_t Size = 0; ///< bytes
     /// Local: the size read in base 10, as some devices write it; none if its digits are not decimal.
-    std::optional<uint64_t> decimalSize;
+    std::optional<uint64_t> DecimalSize;
 };
 
 /// Reads the URLs that real devices have: `local:name;address;size` or `local:///name;address;size`, the

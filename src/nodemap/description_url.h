@@ -10,8 +10,8 @@ namespace GenTL::internal
 /// The range of a port's addresses that holds its description.
 struct DescriptionRange
 {
-    uint64_t address = 0;
-    uint64_t size = 0;
+    uint64_t Address = 0;
+    uint64_t Size = 0;
 };
 
 /// The range in a port's URL, local:///name;address;size?query with numbers in base 16. None when the URL has

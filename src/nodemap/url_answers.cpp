@@ -16,18 +16,18 @@ namespace
 
 int32_t SchemeOf(const DescriptionLocation &location)
 {
-    switch (location.scheme)
+    switch (location.Scheme)
     {
-    case DescriptionLocation::Scheme::Local:
+    case UrlScheme::Local:
         return URL_SCHEME_LOCAL;
-    case DescriptionLocation::Scheme::File:
+    case UrlScheme::File:
         return URL_SCHEME_FILE;
-    case DescriptionLocation::Scheme::Http:
+    case UrlScheme::Http:
         return URL_SCHEME_HTTP;
-    case DescriptionLocation::Scheme::Other:
+    case UrlScheme::Other:
         break;
     }
-    throw GenTLException(fmt::format("{} has no known scheme", location.url), GC_ERR_NOT_AVAILABLE);
+    throw GenTLException(fmt::format("{} has no known scheme", location.Url), GC_ERR_NOT_AVAILABLE);
 }
 
 /// A number of the query "SchemaVersion=1.1.0"; `index` counts from 0.
@@ -66,9 +66,9 @@ utils::Info SchemaAnswer(std::string_view url, size_t index)
 /// @throws GenTLException GC_ERR_NOT_AVAILABLE for a URL of another scheme
 const DescriptionLocation &Local(const DescriptionLocation &location)
 {
-    if (location.scheme != DescriptionLocation::Scheme::Local)
+    if (location.Scheme != UrlScheme::Local)
     {
-        throw GenTLException(fmt::format("{} is not in the port", location.url), GC_ERR_NOT_AVAILABLE);
+        throw GenTLException(fmt::format("{} is not in the port", location.Url), GC_ERR_NOT_AVAILABLE);
     }
     return location;
 }
@@ -88,13 +88,13 @@ utils::Info AnswerFromUrl(std::string_view url, URL_INFO_CMD command)
     case URL_INFO_SCHEMA_VER_MINOR:
         return SchemaAnswer(url, 1);
     case URL_INFO_FILE_REGISTER_ADDRESS:
-        return Info::Uint64(Local(location).address);
+        return Info::Uint64(Local(location).Address);
     case URL_INFO_FILE_SIZE:
-        return Info::Uint64(Local(location).size);
+        return Info::Uint64(Local(location).Size);
     case URL_INFO_SCHEME:
         return Info::Int32(SchemeOf(location));
     case URL_INFO_FILENAME:
-        return Info::Text(location.name.empty() ? location.path : location.name);
+        return Info::Text(location.Name.empty() ? location.Path : location.Name);
     case URL_INFO_FILE_VER_MAJOR:
     case URL_INFO_FILE_VER_MINOR:
     case URL_INFO_FILE_VER_SUBMINOR:

@@ -20,8 +20,6 @@ namespace GenTL::internal
 namespace
 {
 
-using Scheme = DescriptionLocation::Scheme;
-
 constexpr uint64_t largestDescription = uint64_t{64} << 20U;
 
 std::string UrlOf(IPort &port, uint32_t index)
@@ -46,7 +44,7 @@ std::vector<DescriptionLocation> LocationsOf(IPort &port)
             }
             return true;
         }));
-    const auto isLocal = [](const auto &location) { return location.scheme == Scheme::Local; };
+    const auto isLocal = [](const auto &location) { return location.Scheme == UrlScheme::Local; };
     if (std::ranges::none_of(locations, isLocal))
     {
         const auto url = utils::Try(
@@ -67,9 +65,9 @@ std::vector<DescriptionLocation> LocationsOf(IPort &port)
 DescriptionLocation ChooseLocation(const std::vector<DescriptionLocation> &locations,
                                    const std::string &device)
 {
-    for (const auto scheme : {Scheme::Local, Scheme::File})
+    for (const auto scheme : {UrlScheme::Local, UrlScheme::File})
     {
-        const auto found = std::ranges::find(locations, scheme, &DescriptionLocation::scheme);
+        const auto found = std::ranges::find(locations, scheme, &DescriptionLocation::Scheme);
         if (found != locations.end())
         {
             return *found;
@@ -81,7 +79,7 @@ DescriptionLocation ChooseLocation(const std::vector<DescriptionLocation> &locat
                              GC_ERR_NOT_IMPLEMENTED);
     }
     throw GenTLException(
-        fmt::format("{}: the description is at {}, which cannot be fetched.", device, locations.front().url),
+        fmt::format("{}: the description is at {}, which cannot be fetched.", device, locations.front().Url),
         GC_ERR_NOT_IMPLEMENTED);
 }
 
@@ -159,21 +157,21 @@ std::vector<uint8_t> ReadFromPort(const std::string &device, IPort &port, uint64
 /// base 10.
 std::vector<uint8_t> Fetch(const std::string &device, IPort &port, const DescriptionLocation &location)
 {
-    if (location.scheme == Scheme::File)
+    if (location.Scheme == UrlScheme::File)
     {
-        return ReadFromFile(device, location.path);
+        return ReadFromFile(device, location.Path);
     }
-    CheckSize(device, location.size);
+    CheckSize(device, location.Size);
     try
     {
-        return ReadFromPort(device, port, location.address, location.size);
+        return ReadFromPort(device, port, location.Address, location.Size);
     }
     catch (const GenTLException &)
     {
         auto bytes =
-            location.decimalSize
+            location.DecimalSize
                 ? utils::Try([&]
-                             { return ReadFromPort(device, port, location.address, *location.decimalSize); })
+                             { return ReadFromPort(device, port, location.Address, *location.DecimalSize); })
                 : std::nullopt;
         if (!bytes)
         {
@@ -195,7 +193,7 @@ DescriptionSource::DescriptionSource(IPort &port, std::string_view device)
     : m_device(device), m_location(ChooseLocation(LocationsOf(port), m_device))
 {
     const auto bytes = Fetch(m_device, port, m_location);
-    m_location.size = bytes.size();
+    m_location.Size = bytes.size();
     Parse(bytes);
 }
 

@@ -30,8 +30,8 @@ DeviceDescription::DeviceDescription(ProxyModule &port)
     {
         return;
     }
-    m_address = range->address;
-    m_document.resize(range->size);
+    m_address = range->Address;
+    m_document.resize(range->Size);
     size_t size = m_document.size();
     port.ReadRegisters(m_address, m_document.data(), &size);
     const bool isZip = url.find(".zip") != std::string::npos;

@@ -15,7 +15,7 @@ EditedDescription EditedDescriptionOf(const DescriptionSource &source, const gen
                                       const ConversionTable &conversions)
 {
     const auto &location = source.Location();
-    const genapi::AddressRange range{location.address, location.size};
+    const genapi::AddressRange range{location.Address, location.Size};
     return DescriptionEditor({source.Text(), source.Tree().document_element(), graph, range}, conversions)
         .Edit();
 }
@@ -27,7 +27,7 @@ EditedRemote::EditedRemote(ProxyModule &port, std::string_view device, const Con
     : m_port(port), m_delivery(std::move(delivery)), m_source(port, device), m_graph(m_source.Tree()),
       m_registers(port), m_features(m_graph, m_registers),
       m_view(EditedDescriptionOf(m_source, m_graph, conversions), m_source.Tree().document_element(),
-             m_source.Location().name, m_graph, m_features, *m_delivery, port)
+             m_source.Location().Name, m_graph, m_features, *m_delivery, port)
 {
     m_registers.WatchWindow(m_view.Base());
     if (m_view.HasCalibratedDepth())

@@ -311,10 +311,10 @@ private:
     std::string ReadDocument()
     {
         const auto location = ParseLocation(Url());
-        EXPECT_EQ(location.scheme, DescriptionLocation::Scheme::Local);
-        std::string document(location.size, '\0');
+        EXPECT_EQ(location.Scheme, UrlScheme::Local);
+        std::string document(location.Size, '\0');
         size_t size = document.size();
-        Check(gentl.GCReadPort(remote, location.address, document.data(), &size));
+        Check(gentl.GCReadPort(remote, location.Address, document.data(), &size));
         return document;
     }
 

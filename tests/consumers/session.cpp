@@ -94,7 +94,7 @@ void Session::ConnectRemote()
         throw Refusal("no address in the URL " + url);
     }
     const auto port = PortOf(m_producer, remotePort);
-    auto file = port.read(range->address, range->size);
+    auto file = port.read(range->Address, range->Size);
     if (file.size() > 1 && file[0] == 'P' && file[1] == 'K')
     {
         file = internal::Unzip(file.data(), file.size());

@@ -9,15 +9,13 @@ namespace GenTL::internal
 namespace
 {
 
-using Scheme = DescriptionLocation::Scheme;
-
 void ExpectLocal(const std::string &url, const std::string &name, uint64_t address, uint64_t size)
 {
     const auto location = ParseLocation(url);
-    EXPECT_EQ(location.scheme, Scheme::Local) << url;
-    EXPECT_EQ(location.name, name) << url;
-    EXPECT_EQ(location.address, address) << url;
-    EXPECT_EQ(location.size, size) << url;
+    EXPECT_EQ(location.Scheme, UrlScheme::Local) << url;
+    EXPECT_EQ(location.Name, name) << url;
+    EXPECT_EQ(location.Address, address) << url;
+    EXPECT_EQ(location.Size, size) << url;
 }
 
 TEST(DescriptionLocation, IsInThePortForALocalUrl)
@@ -35,7 +33,7 @@ TEST(DescriptionLocation, IsUnknownForALocalUrlWithoutNumbers)
     for (const auto *url : {"local:", "local:///Cam.xml", "local:Cam.xml;10", "local:Cam.xml;;",
                             "local:Cam.xml;1G;20", "local:Cam.xml;10;12345678901234567", ";10;20", ""})
     {
-        EXPECT_EQ(ParseLocation(url).scheme, Scheme::Other) << url;
+        EXPECT_EQ(ParseLocation(url).Scheme, UrlScheme::Other) << url;
     }
 }
 
@@ -44,7 +42,7 @@ TEST(DescriptionLocation, IsAFileForAFileUrl)
     const auto pathOf = [](const char *url)
     {
         const auto location = ParseLocation(url);
-        return location.scheme == Scheme::File ? location.path : "no file";
+        return location.Scheme == UrlScheme::File ? location.Path : "no file";
     };
     EXPECT_EQ(pathOf("file:///opt/cam/Cam.xml"), "/opt/cam/Cam.xml");
     EXPECT_EQ(pathOf("File:/opt/Cam.xml?SchemaVersion=1.0.0"), "/opt/Cam.xml");
@@ -56,9 +54,9 @@ TEST(DescriptionLocation, IsAFileForAFileUrl)
 
 TEST(DescriptionLocation, IsAServerForAWebUrl)
 {
-    EXPECT_EQ(ParseLocation("http://cameras.example/Cam.xml").scheme, Scheme::Http);
-    EXPECT_EQ(ParseLocation("HTTPS://cameras.example/Cam.xml").scheme, Scheme::Http);
-    EXPECT_EQ(ParseLocation("http://cameras.example/Cam.xml").url, "http://cameras.example/Cam.xml");
+    EXPECT_EQ(ParseLocation("http://cameras.example/Cam.xml").Scheme, UrlScheme::Http);
+    EXPECT_EQ(ParseLocation("HTTPS://cameras.example/Cam.xml").Scheme, UrlScheme::Http);
+    EXPECT_EQ(ParseLocation("http://cameras.example/Cam.xml").Url, "http://cameras.example/Cam.xml");
 }
 
 TEST(DescriptionLocation, GivesTheStemOfAName)

@@ -17,7 +17,7 @@ using Range = std::pair<uint64_t, uint64_t>; ///< address, size
 Range RangeOf(std::string_view url)
 {
     const auto range = ParseDescriptionUrl(url).value();
-    return {range.address, range.size};
+    return {range.Address, range.Size};
 }
 
 TEST(ParseDescriptionUrl, ReadsAddressAndSizeInBase16)

@@ -106,7 +106,7 @@ TEST(DescriptionSource, ReadsTheDocumentInOneCall)
     const DescriptionSource source(port, "cam0");
     EXPECT_EQ(source.Text(), cameraText);
     EXPECT_THAT(port.readSizes, ElementsAre(port.bytes.size()));
-    EXPECT_EQ(source.Location().name, "Cam.xml");
+    EXPECT_EQ(source.Location().Name, "Cam.xml");
     const auto node = source.Tree().document_element().child("Integer");
     EXPECT_EQ(source.Text().substr(static_cast<size_t>(node.offset_debug()), 8), "Integer ");
 }
@@ -241,7 +241,7 @@ TEST(DescriptionSource, TakesTheSizeForBase10WhereBase16IsTooMuch)
     port.urls = {fmt::format("local:Cam.xml;1000;{}", port.bytes.size())};
     const DescriptionSource source(port, "cam0");
     EXPECT_EQ(source.Text(), cameraText);
-    EXPECT_EQ(source.Location().size, port.bytes.size());
+    EXPECT_EQ(source.Location().Size, port.bytes.size());
 }
 
 } // namespace

@@ -66,10 +66,10 @@ TEST_F(EditedPort, OffersOneUrlWithTheEditedDocument)
 {
     Open();
     const auto location = ParseLocation(Url());
-    ASSERT_EQ(location.scheme, DescriptionLocation::Scheme::Local);
-    std::string document(location.size, '\0');
+    ASSERT_EQ(location.Scheme, UrlScheme::Local);
+    std::string document(location.Size, '\0');
     size_t size = document.size();
-    port->ReadPort(location.address, document.data(), &size);
+    port->ReadPort(location.Address, document.data(), &size);
     const Parsed parsed(document);
     EXPECT_NE(parsed.graph->Find("DevicePixelFormat"), genapi::noNode);
     uint32_t count = 0;
@@ -79,7 +79,7 @@ TEST_F(EditedPort, OffersOneUrlWithTheEditedDocument)
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     size = sizeof address;
     port->GetPortURLInfo(0, URL_INFO_FILE_REGISTER_ADDRESS, &type, &address, &size);
-    EXPECT_EQ(address, location.address);
+    EXPECT_EQ(address, location.Address);
 }
 
 TEST_F(EditedPort, SplitsAStackedReadOfTheDeviceAndOfTheWindow)
@@ -91,7 +91,7 @@ TEST_F(EditedPort, SplitsAStackedReadOfTheDeviceAndOfTheWindow)
     uint32_t width = 0;
     int64_t payloadSize = 0;
     // The registers are those of PixelFormat and PayloadSize.
-    const auto registers = location.address + RegisterWindow::RegistersOffset(location.size);
+    const auto registers = location.Address + RegisterWindow::RegistersOffset(location.Size);
     std::array<PORT_REGISTER_STACK_ENTRY, 2> entries{
         {{0x100, &width, sizeof width}, {registers + 8, &payloadSize, sizeof payloadSize}}};
     size_t count = entries.size();

@@ -43,7 +43,7 @@ bool EndsWithZip(std::string_view name)
 std::vector<uint8_t> Unpacked(Trial &trial, const DocumentClaim &claim, std::span<const uint8_t> bytes)
 {
     const bool isZip = internal::IsZip(bytes);
-    const auto name = internal::ParseLocation(claim.url).name;
+    const auto name = internal::ParseLocation(claim.url).Name;
     if (isZip != EndsWithZip(name))
     {
         trial.Add(claim.url,

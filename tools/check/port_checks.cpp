@@ -24,6 +24,7 @@ namespace gentlctl
 using namespace GenTL;
 using internal::DescriptionLocation;
 using internal::ModuleType;
+using internal::UrlScheme;
 
 namespace
 {
@@ -144,23 +145,22 @@ std::optional<DescriptionLocation> LocationOf(Bench &bench, const PortUrl &at)
 {
     const auto url = TextAnswerOf(UrlQuery(bench.calls, at, URL_INFO_URL));
     const auto location = internal::ParseLocation(url);
-    const bool hasSize = location.size > 0 && location.size <= mostBytes;
-    if (location.scheme == DescriptionLocation::Scheme::Local && hasSize)
+    const bool hasSize = location.Size > 0 && location.Size <= mostBytes;
+    if (location.Scheme == UrlScheme::Local && hasSize)
     {
         MustAgree(bench, "GCGetPortURLInfo(URL_INFO_FILE_REGISTER_ADDRESS)",
                   AnswerOf<uint64_t>(UrlQuery(bench.calls, at, URL_INFO_FILE_REGISTER_ADDRESS)),
-                  location.address);
+                  location.Address);
         MustAgree(bench, "GCGetPortURLInfo(URL_INFO_FILE_SIZE)",
-                  AnswerOf<uint64_t>(UrlQuery(bench.calls, at, URL_INFO_FILE_SIZE)), location.size);
+                  AnswerOf<uint64_t>(UrlQuery(bench.calls, at, URL_INFO_FILE_SIZE)), location.Size);
         return location;
     }
     std::error_code ignored;
-    if (location.scheme == DescriptionLocation::Scheme::File &&
-        std::filesystem::exists(location.path, ignored))
+    if (location.Scheme == UrlScheme::File && std::filesystem::exists(location.Path, ignored))
     {
         return std::nullopt;
     }
-    const bool isRemote = location.scheme == DescriptionLocation::Scheme::Http;
+    const bool isRemote = location.Scheme == UrlScheme::Http;
     bench.trial.Add(fmt::format("URL \"{}\"", url), isRemote ? "lies on a server" : "leads to no description",
                     {isRemote ? Level::WillHurt : Level::Broken, "consumers without a network client",
                      "give \"local:NAME;ADDRESS;SIZE\" with hexadecimal numbers as the first URL"});
@@ -174,12 +174,12 @@ void ReadDescription(Bench &bench, const PortUrl &at)
     {
         return;
     }
-    std::vector<uint8_t> bytes(location->size);
+    std::vector<uint8_t> bytes(location->Size);
     size_t size = bytes.size();
     const Verdict verdict{Level::Broken, "every consumer: it reads the document in one call",
                           "serve GCReadPort for the whole length that the URL tells, in pieces if need be"};
-    const auto call = fmt::format("GCReadPort of {} bytes at {:#x}", bytes.size(), location->address);
-    if (!bench.trial.Must(call, bench.calls.GCReadPort(at.port, location->address, bytes.data(), &size),
+    const auto call = fmt::format("GCReadPort of {} bytes at {:#x}", bytes.size(), location->Address);
+    if (!bench.trial.Must(call, bench.calls.GCReadPort(at.port, location->Address, bytes.data(), &size),
                           verdict))
     {
         return;
@@ -192,7 +192,7 @@ void ReadDescription(Bench &bench, const PortUrl &at)
     const auto number = [&](URL_INFO_CMD command)
     { return AnswerOf<int32_t>(UrlQuery(bench.calls, at, command)).value_or(1); };
     CheckDocument(bench.trial,
-                  {location->url, number(URL_INFO_SCHEMA_VER_MAJOR), number(URL_INFO_SCHEMA_VER_MINOR)},
+                  {location->Url, number(URL_INFO_SCHEMA_VER_MAJOR), number(URL_INFO_SCHEMA_VER_MINOR)},
                   bytes);
 }
 
@@ -259,13 +259,13 @@ void StackedReadsAgree(Bench &bench, const PortKind &kind)
 {
     auto *const port = kind.handle(bench.session);
     const auto location = internal::ParseLocation(TextAnswerOf(UrlQuery(bench.calls, {port}, URL_INFO_URL)));
-    if (location.scheme != DescriptionLocation::Scheme::Local || location.size < 8)
+    if (location.Scheme != UrlScheme::Local || location.Size < 8)
     {
         throw NotReached("the description does not lie in the port");
     }
     std::array<std::array<uint8_t, 4>, 2> stacked{};
     std::array<PORT_REGISTER_STACK_ENTRY, 2> entries{
-        {{location.address, stacked[0].data(), 4}, {location.address + 4, stacked[1].data(), 4}}};
+        {{location.Address, stacked[0].data(), 4}, {location.Address + 4, stacked[1].data(), 4}}};
     size_t count = entries.size();
     const Verdict verdict{Level::WillHurt, "consumers that read registers in groups",
                           "serve GCReadPortStacked as one GCReadPort after the other"};
@@ -276,7 +276,7 @@ void StackedReadsAgree(Bench &bench, const PortKind &kind)
     }
     std::array<uint8_t, 8> whole{};
     size_t size = whole.size();
-    bench.calls.GCReadPort(port, location.address, whole.data(), &size);
+    bench.calls.GCReadPort(port, location.Address, whole.data(), &size);
     const bool isEqual = std::equal(stacked[0].begin(), stacked[0].end(), whole.begin()) &&
                          std::equal(stacked[1].begin(), stacked[1].end(), whole.begin() + 4);
     if (!isEqual || count != entries.size())

@@ -18,7 +18,7 @@ namespace gentlctl
 {
 
 using namespace GenTL;
-using internal::DescriptionLocation;
+using internal::UrlScheme;
 
 namespace
 {
@@ -52,12 +52,12 @@ std::vector<uint8_t> ReadRange(internal::IPort &port, uint64_t address, uint64_t
 std::vector<uint8_t> FetchDescription(internal::IPort &port, const std::string &url)
 {
     const auto location = internal::ParseLocation(url);
-    switch (location.scheme)
+    switch (location.Scheme)
     {
-    case DescriptionLocation::Scheme::Local:
-        return ReadRange(port, location.address, location.size);
-    case DescriptionLocation::Scheme::File:
-        return ReadFile(location.path);
+    case UrlScheme::Local:
+        return ReadRange(port, location.Address, location.Size);
+    case UrlScheme::File:
+        return ReadFile(location.Path);
     default:
         throw std::runtime_error(fmt::format("Cannot load a description from \"{}\"", url));
     }

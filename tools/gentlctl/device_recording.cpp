@@ -88,9 +88,9 @@ recording::DeviceRecord DescribeDevice(Producer &producer, OpenDevice &device)
     record.url = ReadText([&](char *text, size_t *size) { port->GetPortURL(text, size); });
     record.description.assign(description.begin(), description.end());
     if (const auto location = internal::ParseLocation(record.url);
-        location.scheme == internal::DescriptionLocation::Scheme::Local)
+        location.Scheme == internal::UrlScheme::Local)
     {
-        record.descriptionAddress = location.address;
+        record.descriptionAddress = location.Address;
     }
     AddInfos(record, producer.Calls(), device);
     AddPayload(record, producer.Calls(), device);

@@ -18,6 +18,6 @@ TEST(FileUrl, LeadsToAFolderOfAnyName)
 {
     for (const std::string path : {"/a b/c", "/100%/x", "/100%41/x", "/what?/x", "/a#1;2/x", "/\xC3\xBC/x"})
     {
-        EXPECT_EQ(internal::ParseLocation(FileUrl(path)).path, path);
+        EXPECT_EQ(internal::ParseLocation(FileUrl(path)).Path, path);
     }
 }
