@@ -147,6 +147,7 @@ template <typename Items>
 std::vector<EnumEntry> EntriesOf(const Items &items)
 {
     std::vector<EnumEntry> entries;
+    entries.reserve(items.size());
     for (const auto &item : items)
     {
         entries.push_back(item.entry);

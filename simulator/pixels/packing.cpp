@@ -10,18 +10,18 @@ namespace
 
 /// Packs groups of samples: a byte with the upper eight bits of each sample, then one byte with the low bits
 /// of all.
-template <unsigned LowBits>
+template <unsigned lowBits>
 void PackGroups(std::span<const uint16_t> samples, uint8_t *out)
 {
-    constexpr size_t perGroup = 8 / LowBits;
-    constexpr unsigned lowMask = (1U << LowBits) - 1;
+    constexpr size_t perGroup = 8 / lowBits;
+    constexpr unsigned lowMask = (1U << lowBits) - 1;
     const auto packGroup = [](const uint16_t *group, size_t count, uint8_t *bytes)
     {
         unsigned low = 0;
         for (size_t i = 0; i < count; ++i)
         {
-            bytes[i] = static_cast<uint8_t>(group[i] >> LowBits);
-            low |= (group[i] & lowMask) << (LowBits * i);
+            bytes[i] = static_cast<uint8_t>(group[i] >> lowBits);
+            low |= (group[i] & lowMask) << (lowBits * i);
         }
         bytes[count] = static_cast<uint8_t>(low);
     };

@@ -15,7 +15,7 @@ void Pack16(std::span<const uint16_t> samples, uint8_t *out);
 
 /// The packing "p" of the PFNC: one stream of bits, the lowest bit of a sample first. `out` begins on a byte;
 /// the unused bits of the last byte are 0.
-template <unsigned Bits>
+template <unsigned bits>
 void PackBits(std::span<const uint16_t> samples, uint8_t *out)
 {
     uint32_t pending = 0;
@@ -23,7 +23,7 @@ void PackBits(std::span<const uint16_t> samples, uint8_t *out)
     for (const uint16_t sample : samples)
     {
         pending |= static_cast<uint32_t>(sample) << pendingBits;
-        pendingBits += Bits;
+        pendingBits += bits;
         while (pendingBits >= 8)
         {
             *out++ = static_cast<uint8_t>(pending);
@@ -48,10 +48,10 @@ void PackGroups24(std::span<const uint16_t> samples, uint8_t *out);
 /// Two samples of 10 or 12 bits in three bytes, as in GigE Vision 1: the upper eight bits of the first, a
 /// byte of the low bits, the upper eight bits of the second. The low bits of the first sample begin at bit 0
 /// of their byte, those of the second at bit 4. A last group of one sample takes two bytes.
-template <unsigned Bits>
+template <unsigned bits>
 void PackTriplets(std::span<const uint16_t> samples, uint8_t *out)
 {
-    constexpr unsigned lowBits = Bits - 8;
+    constexpr unsigned lowBits = bits - 8;
     constexpr unsigned lowMask = (1U << lowBits) - 1;
     for (size_t i = 0; i < samples.size(); i += 2)
     {

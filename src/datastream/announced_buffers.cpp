@@ -49,7 +49,7 @@ std::shared_ptr<Buffer> AnnouncedBuffers::Remove(BUFFER_HANDLE handle, size_t mi
     {
         throw GenTLException("Buffer not found", GC_ERR_INVALID_HANDLE);
     }
-    const auto removed = *entry;
+    auto removed = *entry;
     if (removed->GetState() != BufferState::Announced)
     {
         throw GenTLException("Buffer is currently queued and cannot be revoked.", GC_ERR_BUSY);

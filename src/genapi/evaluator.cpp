@@ -73,7 +73,7 @@ std::string Evaluator::Label(const Place &place) const
     {
         return fmt::format("{} of {}", place.expression->Attribute("Name"), Graph().Label(place.id));
     }
-    const auto name = Graph().Label(place.id);
+    auto name = Graph().Label(place.id);
     switch (place.aspect)
     {
     case Aspect::Min:

@@ -113,6 +113,8 @@ private:
         Aspect aspect;
         const Property *expression;
 
+        // clang-tidy 14 takes the 0 in the body that the compiler makes for a null pointer.
+        // NOLINTNEXTLINE(modernize-use-nullptr)
         friend auto operator<=>(const Place &, const Place &) = default;
     };
 

@@ -30,13 +30,11 @@ public:
     {
     public:
         Symbols() = default;
+        virtual ~Symbols() = default;
         Symbols(const Symbols &) = delete;
         Symbols &operator=(const Symbols &) = delete;
 
         virtual Number ValueOf(std::string_view name) = 0;
-
-    protected:
-        ~Symbols() = default;
     };
 
     /// @throws FormulaError the text is no formula, or beyond the limits of ParseFormula

@@ -51,8 +51,8 @@ Metadata ReadMetadata(const DeviceFeatures &features)
     }
     const auto binning = ReadFactors(features, "Binning");
     const auto decimation = ReadFactors(features, "Decimation");
-    metadata.Set("BinningHorizontal", uint64_t{binning.horizontal * decimation.horizontal});
-    metadata.Set("BinningVertical", uint64_t{binning.vertical * decimation.vertical});
+    metadata.Set("BinningHorizontal", static_cast<uint64_t>(binning.horizontal * decimation.horizontal));
+    metadata.Set("BinningVertical", static_cast<uint64_t>(binning.vertical * decimation.vertical));
     return metadata;
 }
 
