@@ -117,7 +117,8 @@ TEST(InterruptedBench, GivesWhatWasMeasured)
 
 TEST(BenchTable, HasItsHeadsAboveItsFigures)
 {
-    Throughput result{.producer = "any.cti"};
+    Throughput result;
+    result.producer = "any.cti";
     result.intervals = result.latency = {.count = 1};
     const auto text = ToText({result});
     const auto first = text.find('\n');

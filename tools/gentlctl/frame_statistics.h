@@ -33,9 +33,9 @@ private:
 /// A frame that came.
 struct FrameArrival
 {
-    std::chrono::nanoseconds at{};                   ///< on a clock that never goes back
-    std::optional<uint64_t> number;                  ///< the number that the producer gives the frame
-    std::optional<std::chrono::nanoseconds> latency; ///< from the frame's time stamp until it came
+    std::chrono::nanoseconds at{};                     ///< on a clock that never goes back
+    std::optional<uint64_t> number{};                  ///< the number that the producer gives the frame
+    std::optional<std::chrono::nanoseconds> latency{}; ///< from the frame's time stamp until it came
     bool isIncomplete = false;
 };
 

@@ -22,12 +22,12 @@ class Interrupt;
 
 struct GrabOptions
 {
-    uint64_t frames = 10;                             ///< 0: no limit
-    std::optional<std::chrono::nanoseconds> duration; ///< longest time to grab
-    std::optional<uint32_t> buffers;                  ///< default: as many as the frames need, within limits
-    uint64_t timeoutMs = 5000;                        ///< longest wait for one frame
-    bool newest = false;                              ///< drop frames when there are newer ones
-    bool trigger = false;                             ///< execute TriggerSoftware for each frame
+    uint64_t frames = 10;                               ///< 0: no limit
+    std::optional<std::chrono::nanoseconds> duration{}; ///< longest time to grab
+    std::optional<uint32_t> buffers{}; ///< default: as many as the frames need, within limits
+    uint64_t timeoutMs = 5000;         ///< longest wait for one frame
+    bool newest = false;               ///< drop frames when there are newer ones
+    bool trigger = false;              ///< execute TriggerSoftware for each frame
 };
 
 struct GrabReport

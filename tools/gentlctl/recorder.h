@@ -18,10 +18,10 @@ class Producer;
 
 struct RecordOptions
 {
-    uint64_t frames = 0;                              ///< 0 for no limit
-    std::optional<std::chrono::nanoseconds> duration; ///< of the recording; none for no limit
-    std::optional<uint32_t> buffers;                  ///< default: as many as 512 MiB hold, within limits
-    uint64_t timeoutMs = 5000;                        ///< longest wait for one frame
+    uint64_t frames = 0;                                ///< 0 for no limit
+    std::optional<std::chrono::nanoseconds> duration{}; ///< of the recording; none for no limit
+    std::optional<uint32_t> buffers{};                  ///< default: as many as 512 MiB hold, within limits
+    uint64_t timeoutMs = 5000;                          ///< longest wait for one frame
 };
 
 struct RecordReport

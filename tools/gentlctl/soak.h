@@ -20,7 +20,7 @@ struct SoakOptions
     std::string producer; ///< its file
     std::string device;   ///< as for Producer::Choose
     uint64_t cycles = 0;  ///< 0: no limit
-    std::optional<std::chrono::nanoseconds> duration;
+    std::optional<std::chrono::nanoseconds> duration{};
     uint64_t frames = 10;                    ///< in each cycle
     uint64_t timeoutMs = 5000;               ///< longest wait for a frame
     int64_t memoryLimit = int64_t{16} << 20; ///< bytes that the memory may grow by

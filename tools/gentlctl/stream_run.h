@@ -21,7 +21,7 @@ struct StreamOptions
 {
     std::string device;  ///< as for Producer::Choose
     uint64_t frames = 0; ///< end after so many; 0: no limit
-    std::optional<std::chrono::nanoseconds> duration;
+    std::optional<std::chrono::nanoseconds> duration{};
     uint64_t timeoutMs = 5000; ///< longest wait for a frame
     size_t buffers = 16;
     bool reconnects = false; ///< go on when the device was lost and is back

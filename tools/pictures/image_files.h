@@ -32,8 +32,8 @@ size_t ImagesIn(uint64_t pixelFormat);
 /// How samples become a picture.
 struct PictureOptions
 {
-    std::optional<bool> scale; ///< samples of 10 to 14 bits to the full 16; default: in a PNG alone
-    bool keepsMosaic = false;  ///< Bayer images as they are, not in colour
+    std::optional<bool> scale{}; ///< samples of 10 to 14 bits to the full 16; default: in a PNG alone
+    bool keepsMosaic = false;    ///< Bayer images as they are, not in colour
 };
 
 /// Writes a picture in the format of the file's extension (.png, .tiff, .npy, .exr). In a PNG samples of 10

@@ -37,12 +37,12 @@ protected:
         std::filesystem::remove_all(m_folder);
         {
             recording::RecordingWriter writer(m_folder, {});
-            writer.Append({.parts = parts}, std::vector<uint8_t>(frameSize));
+            writer.Append({.infos = {}, .parts = parts, .chunks = {}}, std::vector<uint8_t>(frameSize));
             writer.Finish(0, 0);
         }
         RecordedFrames frames(std::make_shared<recording::RecordingReader>(m_folder));
         std::vector<uint8_t> buffer(bufferSize);
-        return frames.Write({.number = 1}, buffer);
+        return frames.Write({.number = 1, .timestamp = 0, .settings = nullptr}, buffer);
     }
 
     const std::filesystem::path m_folder =
