@@ -47,22 +47,6 @@ int32_t Truncate(double value)
         std::clamp(value, static_cast<double>(Limits::min()), static_cast<double>(Limits::max())));
 }
 
-/// The range of the raw values of valid pixels, both ends included.
-struct ValidRange
-{
-    ValidRange(double lowest, double highest) : minimum(Truncate(lowest)), maximum(Truncate(highest))
-    {
-        if (minimum > maximum)
-        {
-            throw tarn::common::InvalidParameterException(
-                "The maximum value has to be greater than or equal to the minimum value!");
-        }
-    }
-
-    int32_t minimum;
-    int32_t maximum;
-};
-
 /// Adds to each sample, since the vision library applies a scale and no offset.
 void AddToFloats(const Image &image, double summand)
 {
@@ -117,6 +101,22 @@ public:
     const Image &Get() const { return m_depth; }
 
 private:
+    /// The range of the raw values of valid pixels, both ends included.
+    struct ValidRange
+    {
+        ValidRange(double lowest, double highest) : minimum(Truncate(lowest)), maximum(Truncate(highest))
+        {
+            if (minimum > maximum)
+            {
+                throw tarn::common::InvalidParameterException(
+                    "The maximum value has to be greater than or equal to the minimum value!");
+            }
+        }
+
+        int32_t minimum;
+        int32_t maximum;
+    };
+
     ValidRange m_range;
     Image m_comparable; ///< the raw depth's memory, in the format for the comparison
     Region m_valid;

@@ -52,7 +52,7 @@ TEST_F(AnyFault, NamesAFileThatDoesNotLoad)
 {
     const auto path = fs::temp_directory_path() / fmt::format("any-text-{}.cti", getpid());
     std::ofstream(path) << "no library";
-    const EnvironmentVariable text("ANYGENTL_CTI_PATH", path);
+    const EnvironmentVariable producer("ANYGENTL_CTI_PATH", path);
     EXPECT_EQ(gentl.GCInitLib(), GC_ERR_ERROR);
     EXPECT_THAT(Error().text, StartsWith(fmt::format("GCInitLib Error: Cannot load {}: ", path.string())));
     fs::remove(path);

@@ -87,8 +87,6 @@ protected:
     const fs::path m_folder = fs::temp_directory_path() / ("recording-" + std::to_string(getpid()));
 };
 
-} // namespace
-
 TEST_F(Recording, IsReadAsItWasWritten)
 {
     WriteAll();
@@ -281,3 +279,5 @@ TEST_F(Recording, WithAFolderInPlaceOfAFileIsDamaged)
     fs::create_directory(m_folder / "frames.data");
     EXPECT_EQ(Failure(), File("frames.data") + " is no file");
 }
+
+} // namespace

@@ -185,7 +185,7 @@ TEST(CompletionScripts, ReachCommandsBelowCommands)
 {
     CLI::App line("A program", "gentlctl");
     line.fallthrough();
-    line.add_flag("--json", "Print JSON")->group(commonGroup);
+    line.add_flag("--json")->description("Print JSON")->group(commonGroup);
     auto *const save = line.add_subcommand("settings", "Settings")->add_subcommand("save", "Save them");
     std::string file;
     save->add_option("file", file, "Where to")->type_name("FILE")->required();

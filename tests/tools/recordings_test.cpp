@@ -220,8 +220,6 @@ std::map<uint64_t, std::string> MemoryOf(const recording::DeviceRecord &device)
     return memory;
 }
 
-} // namespace
-
 TEST_P(Recordings, SendTheSameFrames)
 {
     Record();
@@ -275,3 +273,5 @@ INSTANTIATE_TEST_SUITE_P(Cameras, Recordings, testing::ValuesIn(cameraCases), Na
 INSTANTIATE_TEST_SUITE_P(Cameras, RecordingsOfTheFamily,
                          testing::ValuesIn(cameraCases.begin(), cameraCases.begin() + camerasOfTheFamily),
                          NameOf);
+
+} // namespace

@@ -94,8 +94,6 @@ void CheckRanges(const std::vector<uint8_t> &bytes)
     }
 }
 
-} // namespace
-
 TEST_F(VisionDepthKernels, FindEachSampleInRange)
 {
     auto bytes = RandomBytes(2 * longestRun + 1);
@@ -267,4 +265,5 @@ TEST_F(VisionDepthKernels, RunsAndBitsAreTheSameSet)
     }
 }
 
+} // namespace
 } // namespace tarn::vision

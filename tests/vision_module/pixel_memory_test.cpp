@@ -39,8 +39,6 @@ protected:
     std::shared_ptr<PixelMemoryStore> store = std::make_shared<PixelMemoryStore>();
 };
 
-} // namespace
-
 TEST_F(VisionPixelMemory, IsKeptForTheNextOfItsSizeAndZeroAgain)
 {
     auto first = store->Take(blockSize);
@@ -85,4 +83,5 @@ TEST_F(VisionPixelMemory, OutlivesTheStoreThatItCameFrom)
     EXPECT_EQ(memory.get()[0], 0);
 }
 
+} // namespace
 } // namespace GenTL::internal

@@ -23,7 +23,7 @@ struct SettingsOptions
     std::vector<std::string> modules{"remote"};
 };
 
-int Save(OpenDevice &device, const SettingsOptions &command, bool asJson)
+int SaveToFile(OpenDevice &device, const SettingsOptions &command, bool asJson)
 {
     const auto saved = SaveSettings(device, command.modules);
     const auto text = SettingsText(saved.content);
@@ -53,7 +53,7 @@ int Save(OpenDevice &device, const SettingsOptions &command, bool asJson)
     return saved.failures.empty() ? success : failed;
 }
 
-int Load(OpenDevice &device, const SettingsOptions &command, bool asJson)
+int LoadFromFile(OpenDevice &device, const SettingsOptions &command, bool asJson)
 {
     const auto loaded = LoadSettingsFile(device, command.file);
     if (asJson)
@@ -76,18 +76,18 @@ int Load(OpenDevice &device, const SettingsOptions &command, bool asJson)
 void DeclareSettings(Commands &commands)
 {
     const auto settings = std::make_shared<SettingsOptions>();
-    auto &command =
-        commands.Add("settings", "Save the settings of a device to a file, or load them from one",
-                     [settings](const CommonOptions &options)
-                     {
-                         if (settings->action == "save" && settings->file == "-")
-                         {
-                             RefuseJson(options, "settings save -");
-                         }
-                         Producer producer(options.producer);
-                         OpenDevice device(producer, options.device);
-                         return (settings->action == "save" ? Save : Load)(device, *settings, options.json);
-                     });
+    auto &command = commands.Add("settings", "Save the settings of a device to a file, or load them from one",
+                                 [settings](const CommonOptions &options)
+                                 {
+                                     if (settings->action == "save" && settings->file == "-")
+                                     {
+                                         RefuseJson(options, "settings save -");
+                                     }
+                                     Producer producer(options.producer);
+                                     OpenDevice device(producer, options.device);
+                                     return (settings->action == "save" ? SaveToFile : LoadFromFile)(
+                                         device, *settings, options.json);
+                                 });
     command.add_option("action", settings->action, "What to do")
         ->check(CLI::IsMember({"save", "load"}))
         ->required();

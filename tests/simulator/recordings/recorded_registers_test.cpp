@@ -99,8 +99,6 @@ constexpr char openFile = 0;
 constexpr char closeFile = 1;
 constexpr char readFile = 2;
 
-} // namespace
-
 TEST(RecordedRegisters, AreReadAcrossTheirBorders)
 {
     recording::DeviceRecord device;
@@ -271,3 +269,5 @@ TEST(ReplayOptions, NameARateThatIsNone)
         EXPECT_EQ(CodeOf([] { ReadReplayOptions(); }), GC_ERR_INVALID_PARAMETER) << text;
     }
 }
+
+} // namespace
