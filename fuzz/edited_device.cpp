@@ -2,6 +2,7 @@
 // an exception tells why not; then the consumer's document can be read, and each of its features be read and
 // written. The input is a description, and behind its first zero the registers.
 
+#include "assembly.h"
 #include "fuzz/features.h"
 #include "remote/conversion_delivery.h"
 #include "remote/edited_remote.h"
@@ -98,8 +99,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             RepeatingRegisters registers(input.registers);
             StoredDevice device(input.document, &registers);
             const auto processor = std::make_shared<ConversionProcessor>();
-            EditedRemote remote(device, "device", Conversions(),
-                                std::make_shared<ConversionDelivery>(processor));
+            const auto delivery = std::make_shared<ConversionDelivery>(processor);
+            EditedRemote remote(device, "device", Conversions(), delivery);
+            AddCalibratedDepth(remote, *processor, *delivery);
             processor->SetDevice([&remote] { return remote.ReadDeviceState(); });
             Consume(remote, *processor);
         });

@@ -62,12 +62,7 @@ RemoteSide MakeEditedRemoteSide(const LowerDevice &device)
                                                  remote = view.get();
                                                  return view;
                                              });
-    if (auto *const lens = remote->Lens())
-    {
-        const CalibratedDepth::Device depth{.encoding = [remote] { return remote->ReadEncoding(); },
-                                            .sendsRawDepth = [remote] { return remote->SendsRawDepth(); }};
-        delivery->SetDepth(std::make_unique<CalibratedDepth>(*processor, *lens, depth));
-    }
+    AddCalibratedDepth(*remote, *processor, *delivery);
     // The stream may keep the processor longer than the device.
     processor->SetDevice(
         [remote, owner = std::weak_ptr(port)]
@@ -84,6 +79,16 @@ RemoteSide MakeEditedRemoteSide(const LowerDevice &device)
             .payloadSize = [port, remote] { return remote->DevicePayloadSize(); },
             .setStreamPayloadSize = [port, remote](const EditedRemote::StreamPayloadSize &payloadSize)
             { remote->SetStreamPayloadSize(payloadSize); }};
+}
+
+void AddCalibratedDepth(EditedRemote &remote, ConversionProcessor &processor, ConversionDelivery &delivery)
+{
+    if (auto *const lens = remote.Lens())
+    {
+        const CalibratedDepth::Device depth{.encoding = [&remote] { return remote.ReadEncoding(); },
+                                            .sendsRawDepth = [&remote] { return remote.SendsRawDepth(); }};
+        delivery.SetDepth(std::make_unique<CalibratedDepth>(processor, *lens, depth));
+    }
 }
 
 std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem)

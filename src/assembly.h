@@ -16,6 +16,9 @@
 namespace GenTL::internal
 {
 
+class ConversionDelivery;
+class ConversionProcessor;
+class EditedRemote;
 class ILibrary;
 class RemotePort;
 
@@ -46,6 +49,8 @@ RemoteSide MakeOverriddenRemoteSide(const LowerDevice &device);
 /// Adds the producer's registers to those of the device, in an edited description.
 /// @throws as the constructor of EditedRemote
 RemoteSide MakeEditedRemoteSide(const LowerDevice &device);
+/// Makes the delivery offer calibrated depth when the device has a lens. It keeps references to the others.
+void AddCalibratedDepth(EditedRemote &remote, ConversionProcessor &processor, ConversionDelivery &delivery);
 
 /// Reads the lower system through its own description.
 std::shared_ptr<IProxySystem> MakeDescribedSystem(std::shared_ptr<IGenTLProxy> proxy, TL_HANDLE lowerSystem);
