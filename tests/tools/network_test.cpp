@@ -93,7 +93,7 @@ TEST(Network, NamesTheFeaturesThatAreMissing)
     const auto shown = Network("-d OVRA-M1");
     EXPECT_EQ(shown.status, 1);
     EXPECT_EQ(shown.output,
-              "gentlctl: SIM-SIM0002 (OVRA-M1) does not tell GevCurrentIPAddress, GevCurrentSubnetMask, "
+              "gentlctl: SIM-SIM0002 (OVRA-M1) lacks the features GevCurrentIPAddress, GevCurrentSubnetMask, "
               "GevCurrentDefaultGateway, GevCurrentIPConfigurationPersistentIP, "
               "GevCurrentIPConfigurationDHCP, GevCurrentIPConfigurationLLA, GevPersistentIPAddress, "
               "GevPersistentSubnetMask, GevPersistentDefaultGateway\n");

@@ -100,7 +100,7 @@ int ShowNetwork(const OpenDevice &device, const Features &remote, bool asJson)
     asJson ? PrintJson(settings) : PrintTable(known, "");
     if (!missing.empty())
     {
-        Complain(fmt::format("{} ({}) does not tell {}", device.Entry().id, device.Entry().model,
+        Complain(fmt::format("{} ({}) lacks the features {}", device.Entry().id, device.Entry().model,
                              fmt::join(missing, ", ")));
     }
     return missing.empty() ? success : failed;
