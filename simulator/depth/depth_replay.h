@@ -21,8 +21,8 @@ struct DepthReplay
 /// The replay that QVR_SIM_DEPTH=folder asks for; none when the variable is not set. `defaultScale` is the
 /// scale when the calibration file gives none.
 ///
-/// @throws Error GC_ERR_IO: the folder is a recording without pictures, does not contain exactly one calibration
-/// file, or the file does not describe a lens.
+/// @throws Error GC_ERR_IO: the folder is a recording without pictures, does not contain exactly one
+/// calibration file, or the file does not describe a lens.
 /// @throws Error GC_ERR_NOT_AVAILABLE: the library that reads images cannot be loaded.
 std::optional<DepthReplay> FindDepthReplay(double defaultScale);
 
