@@ -6,6 +6,7 @@
 #include <gentl/gentl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -93,7 +94,7 @@ struct Producer
     std::vector<Part> parts; ///< all begin where the buffer begins; not empty: the payload is multi-part
 
     /// Not success: each call that needs the device fails so, as when it was pulled out.
-    GC_ERROR gone = GC_ERR_SUCCESS;
+    std::atomic<GC_ERROR> gone = GC_ERR_SUCCESS; // a test sets it while calls run
     /// Results that a function returns from its next calls, in this order, without doing its work.
     std::map<std::string, std::deque<GC_ERROR>, std::less<>> failures;
     /// The text and the code that GCGetLastError reports, whatever failed.
