@@ -39,12 +39,12 @@ constexpr auto origin = "internal::Unzip";
 
 struct ZipError
 {
-    ZipError() { zip_error_init(&value); }
-    ~ZipError() { zip_error_fini(&value); }
+    ZipError() { zip_error_init(&Value); }
+    ~ZipError() { zip_error_fini(&Value); }
     ZipError(const ZipError &) = delete;
     ZipError &operator=(const ZipError &) = delete;
 
-    zip_error_t value{};
+    zip_error_t Value{};
 };
 
 struct Closer
@@ -61,15 +61,15 @@ using Handle = std::unique_ptr<T, Closer>;
 Handle<zip_t> OpenArchive(const uint8_t *data, size_t size)
 {
     ZipError error;
-    Handle<zip_source_t> source(zip_source_buffer_create(data, size, 0, &error.value));
+    Handle<zip_source_t> source(zip_source_buffer_create(data, size, 0, &error.Value));
     if (!source)
     {
-        LogAndFail("Create zip source buffer failed!", error.value);
+        LogAndFail("Create zip source buffer failed!", error.Value);
     }
-    Handle<zip_t> archive(zip_open_from_source(source.get(), ZIP_RDONLY, &error.value));
+    Handle<zip_t> archive(zip_open_from_source(source.get(), ZIP_RDONLY, &error.Value));
     if (!archive)
     {
-        LogAndFail("Opening zip from source failed!", error.value);
+        LogAndFail("Opening zip from source failed!", error.Value);
     }
     // The archive owns its source from here on.
     static_cast<void>(source.release());
