@@ -49,6 +49,7 @@ RemoteSide MakeOverriddenRemoteSide(const LowerDevice &device);
 /// Adds the producer's registers to those of the device, in an edited description.
 /// @throws as the constructor of EditedRemote
 RemoteSide MakeEditedRemoteSide(const LowerDevice &device);
+
 /// Makes the delivery offer calibrated depth when the device has a lens. It keeps references to the others.
 void AddCalibratedDepth(EditedRemote &remote, ConversionProcessor &processor, ConversionDelivery &delivery);
 
