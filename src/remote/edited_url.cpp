@@ -43,32 +43,33 @@ EditedUrl::EditedUrl(const EditedDescription &description, const pugi::xml_node 
 {
 }
 
-void EditedUrl::Answer(URL_INFO_CMD command, const utils::InfoQuery &query) const
+utils::Info EditedUrl::Answer(URL_INFO_CMD command) const
 {
+    using utils::Info;
     switch (command)
     {
     case URL_INFO_URL:
-        return utils::WriteStringInfo(m_text, query);
+        return Info::Text(m_text);
     case URL_INFO_SCHEMA_VER_MAJOR:
-        return query.AnswerInt32(m_schemaVersion[0]);
+        return Info::Int32(m_schemaVersion[0]);
     case URL_INFO_SCHEMA_VER_MINOR:
-        return query.AnswerInt32(m_schemaVersion[1]);
+        return Info::Int32(m_schemaVersion[1]);
     case URL_INFO_FILE_VER_MAJOR:
-        return query.AnswerInt32(m_fileVersion[0]);
+        return Info::Int32(m_fileVersion[0]);
     case URL_INFO_FILE_VER_MINOR:
-        return query.AnswerInt32(m_fileVersion[1]);
+        return Info::Int32(m_fileVersion[1]);
     case URL_INFO_FILE_VER_SUBMINOR:
-        return query.AnswerInt32(m_fileVersion[2]);
+        return Info::Int32(m_fileVersion[2]);
     case URL_INFO_FILE_SHA1_HASH:
         throw GenTLException("The description has no SHA-1", GC_ERR_NOT_AVAILABLE);
     case URL_INFO_FILE_REGISTER_ADDRESS:
-        return query.AnswerUint64(m_address);
+        return Info::Uint64(m_address);
     case URL_INFO_FILE_SIZE:
-        return query.AnswerUint64(m_size);
+        return Info::Uint64(m_size);
     case URL_INFO_SCHEME:
-        return query.AnswerInt32(URL_SCHEME_LOCAL);
+        return Info::Int32(URL_SCHEME_LOCAL);
     case URL_INFO_FILENAME:
-        return utils::WriteStringInfo(m_fileName, query);
+        return Info::Text(m_fileName);
     default:
         ThrowUnknownUrlCommand(command);
     }

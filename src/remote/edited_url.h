@@ -26,10 +26,10 @@ public:
     EditedUrl(const EditedDescription &description, const pugi::xml_node &root, std::string_view lowerName);
 
     const std::string &Text() const { return m_text; }
-    /// Answers GCGetPortURLInfo.
+    /// The answer to GCGetPortURLInfo.
     /// @throws GenTLException GC_ERR_NOT_AVAILABLE for the SHA-1; GC_ERR_NOT_IMPLEMENTED for an unknown
-    /// command; as the query
-    void Answer(URL_INFO_CMD command, const utils::InfoQuery &query) const;
+    /// command
+    utils::Info Answer(URL_INFO_CMD command) const;
 
 private:
     uint64_t m_address;

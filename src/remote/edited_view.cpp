@@ -109,7 +109,7 @@ void EditedView::GetPortUrl(char *text, size_t *size) const
 {
     utils::CheckNotNull("piSize", size);
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
-    utils::WriteStringInfo(m_url.Text(), {&type, text, size});
+    utils::WriteStringInfo(m_url.Text(), &type, text, size);
 }
 
 void EditedView::GetPortUrlInfo(uint32_t index, URL_INFO_CMD command, INFO_DATATYPE *type, void *buffer,
@@ -117,7 +117,7 @@ void EditedView::GetPortUrlInfo(uint32_t index, URL_INFO_CMD command, INFO_DATAT
 {
     utils::CheckNotNull({{"piType", type}, {"piSize", size}});
     utils::CheckIndex(index, 1);
-    m_url.Answer(command, {type, buffer, size});
+    utils::WriteInfo(m_url.Answer(command), type, buffer, size);
 }
 
 DeviceState EditedView::ReadDeviceState(std::optional<uint64_t> streamPayloadSize)

@@ -17,7 +17,6 @@ class SpliceList
 public:
     /// Inserts before the byte at `offset`. Texts inserted at one offset keep the order of the calls.
     void Insert(size_t offset, std::string text) { Replace(offset, offset, std::move(text)); }
-    void Erase(size_t begin, size_t end) { Replace(begin, end, {}); }
     /// Replaces the bytes from `begin` up to, but not including, `end`.
     void Replace(size_t begin, size_t end, std::string text)
     {

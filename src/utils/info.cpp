@@ -1,5 +1,9 @@
 #include "utils/info.h"
 
+#include "utils/checks.h"
+
+#include <cstring>
+
 namespace GenTL::internal::utils
 {
 
@@ -12,13 +16,28 @@ Info Info::Text(std::string_view text)
 
 void WriteInfo(const Info &info, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
-    InfoQuery{piType, pBuffer, piSize}.AnswerBytes(info.type, info.bytes.data(), info.bytes.size());
+    CheckNotNull({{"pType", piType}, {"pSize", piSize}});
+    *piType = info.type;
+    const auto size = info.bytes.size();
+    if (pBuffer != nullptr)
+    {
+        CheckBufferSize(*piSize, size);
+        if (size != 0)
+        {
+            std::memcpy(pBuffer, info.bytes.data(), size);
+        }
+    }
+    *piSize = size;
 }
 
-void WriteStringInfo(std::string_view text, const InfoQuery &query)
+void WriteStringInfo(std::string_view text, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
 {
-    const auto info = Info::Text(text);
-    query.AnswerBytes(info.type, info.bytes.data(), info.bytes.size());
+    WriteInfo(Info::Text(text), piType, pBuffer, piSize);
+}
+
+void WriteBufferInfo(std::string_view bytes, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize)
+{
+    WriteInfo({INFO_DATATYPE_BUFFER, std::string(bytes)}, piType, pBuffer, piSize);
 }
 
 } // namespace GenTL::internal::utils

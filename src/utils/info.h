@@ -1,8 +1,9 @@
 #pragma once
 
-#include "utils/checks.h"
+#include <gentl/gentl.h>
 
-#include <cstring>
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -33,58 +34,15 @@ private:
     }
 };
 
-/// Writes an answer through the consumer's pointers. Writes only type and size when `pBuffer` is null. A
-/// short buffer is an error and stays untouched.
+/// Writes an answer through the consumer's pointers: the type and the size, and the value unless `pBuffer` is
+/// null. A short buffer is an error and stays untouched.
 /// @throws GenTLException null piType or piSize (named "pType", "pSize"); buffer too small
 void WriteInfo(const Info &info, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
-/// An info query: the pointers through which the consumer gets type, value and size.
-///
-/// An answer writes the type and the size, and the value unless the buffer is null. A short buffer is an
-/// error and stays untouched.
-struct InfoQuery
-{
-    INFO_DATATYPE *piType;
-    void *pBuffer;
-    size_t *piSize;
+/// Writes a text and its terminating zero. As WriteInfo.
+void WriteStringInfo(std::string_view text, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
-    /// Answers with `size` bytes of the given type.
-    /// @throws GenTLException null piType or piSize (named "pType", "pSize"); buffer too small
-    void AnswerBytes(INFO_DATATYPE type, const void *bytes, size_t size) const
-    {
-        CheckNotNull({{"pType", piType}, {"pSize", piSize}});
-        *piType = type;
-        if (pBuffer != nullptr)
-        {
-            CheckBufferSize(*piSize, size);
-            if (size != 0)
-            {
-                std::memcpy(pBuffer, bytes, size);
-            }
-        }
-        *piSize = size;
-    }
-
-    /// Answers with a value of the size of T.
-    template <typename T>
-    requires std::is_trivially_copyable_v<T>
-    void Answer(INFO_DATATYPE type, T value) const { AnswerBytes(type, &value, sizeof value); }
-
-    void AnswerInt32(int32_t value) const { Answer(INFO_DATATYPE_INT32, value); }
-    void AnswerUint32(uint32_t value) const { Answer(INFO_DATATYPE_UINT32, value); }
-    void AnswerUint64(uint64_t value) const { Answer(INFO_DATATYPE_UINT64, value); }
-    void AnswerSize(size_t value) const { Answer(INFO_DATATYPE_SIZET, value); }
-    void AnswerBool(bool value) const { Answer(INFO_DATATYPE_BOOL8, static_cast<bool8_t>(value)); }
-    void AnswerPointer(const void *value) const { Answer(INFO_DATATYPE_PTR, value); }
-};
-
-/// Answers with a text and its terminating zero.
-void WriteStringInfo(std::string_view text, const InfoQuery &query);
-
-/// Answers with raw bytes as INFO_DATATYPE_BUFFER.
-inline void WriteBufferInfo(const void *bytes, size_t size, const InfoQuery &query)
-{
-    query.AnswerBytes(INFO_DATATYPE_BUFFER, bytes, size);
-}
+/// Writes raw bytes as INFO_DATATYPE_BUFFER. As WriteInfo.
+void WriteBufferInfo(std::string_view bytes, INFO_DATATYPE *piType, void *pBuffer, size_t *piSize);
 
 } // namespace GenTL::internal::utils

@@ -48,11 +48,11 @@ struct InterfaceTest : testing::Test
             queried.push_back(command);
             if (command == DEVICE_INFO_MODEL)
             {
-                utils::WriteStringInfo(model, {type, buffer, size});
+                utils::WriteStringInfo(model, type, buffer, size);
             }
             else
             {
-                utils::InfoQuery{type, buffer, size}.AnswerInt32(DEVICE_ACCESS_STATUS_READWRITE);
+                utils::WriteInfo(utils::Info::Int32(DEVICE_ACCESS_STATUS_READWRITE), type, buffer, size);
             }
             return GC_ERR_SUCCESS;
         };
@@ -320,7 +320,7 @@ TEST_F(InterfaceFilter, AsksForTheDeviceThatTheConsumerNames)
     {
         handles.push_back(handle);
         asked.emplace_back(id);
-        utils::WriteStringInfo("ovra", {type, buffer, size});
+        utils::WriteStringInfo("ovra", type, buffer, size);
         return GC_ERR_SUCCESS;
     };
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;

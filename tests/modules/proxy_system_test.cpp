@@ -66,7 +66,7 @@ TEST_F(ProxySystemTest, AsksTheLowerProducerForItsType)
     {
         EXPECT_EQ(command, TL_INFO_TLTYPE);
         hadBuffer.push_back(buffer != nullptr);
-        utils::WriteStringInfo("U3V", {type, buffer, size});
+        utils::WriteStringInfo("U3V", type, buffer, size);
         return GC_ERR_SUCCESS;
     };
     EXPECT_EQ(system->GetTLType(), "U3V");

@@ -579,7 +579,7 @@ TEST_F(SystemForwarding, OpensAFilteringInterfaceOverTheLowerOne)
     proxy.onIFGetDeviceInfo =
         [](IF_HANDLE, const char *, DEVICE_INFO_CMD, INFO_DATATYPE *type, void *buffer, size_t *size)
     {
-        utils::WriteStringInfo("other", {type, buffer, size});
+        utils::WriteStringInfo("other", type, buffer, size);
         return GC_ERR_SUCCESS;
     };
     EXPECT_EQ(FailureOf(
@@ -601,7 +601,7 @@ TEST_F(SystemForwarding, TellsAnInterfaceItsOwnHandle)
     proxy.onIFGetDeviceInfo =
         [](IF_HANDLE, const char *, DEVICE_INFO_CMD, INFO_DATATYPE *type, void *buffer, size_t *size)
     {
-        utils::WriteStringInfo("ovra", {type, buffer, size});
+        utils::WriteStringInfo("ovra", type, buffer, size);
         return GC_ERR_SUCCESS;
     };
     IF_HANDLE interface = nullptr;

@@ -21,7 +21,7 @@ TEST(SpliceList, AppliesEditsByTheirPlaceInTheOriginal)
 {
     SpliceList edits;
     edits.Replace(6, 7, "xyz");
-    edits.Erase(1, 3);
+    edits.Replace(1, 3, {});
     edits.Insert(0, "<");
     edits.Insert(8, ">");
     EXPECT_EQ(edits.Apply("01234567"), "<0345xyz7>");
@@ -41,7 +41,7 @@ TEST(SpliceList, KeepsTheOrderOfInsertionsAtOnePlace)
 TEST(SpliceList, RefusesEditsThatOverlap)
 {
     SpliceList edits;
-    edits.Erase(1, 4);
+    edits.Replace(1, 4, {});
     edits.Insert(3, "x");
     EXPECT_THROW(edits.Apply("01234567"), std::logic_error);
     SpliceList twice;

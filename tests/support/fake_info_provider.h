@@ -37,12 +37,11 @@ public:
         {
             throw GenTLException("no such answer", GC_ERR_NOT_IMPLEMENTED);
         }
-        const utils::InfoQuery query{piType, pBuffer, piSize};
         if (const auto *text = std::get_if<std::string>(&answer->second))
         {
-            return utils::WriteStringInfo(*text, query);
+            return utils::WriteStringInfo(*text, piType, pBuffer, piSize);
         }
-        query.AnswerUint32(std::get<uint32_t>(answer->second));
+        utils::WriteInfo(utils::Info::Uint32(std::get<uint32_t>(answer->second)), piType, pBuffer, piSize);
     }
 };
 
