@@ -31,6 +31,21 @@ struct BenchOptions
     std::vector<std::string> assignments;
 };
 
+/// The producer, and the one to measure beside it. Says on standard error why there is none.
+std::vector<std::string> ProducersToMeasure(const std::string &producer, const std::string &named)
+{
+    const auto beside = named.empty() ? RawProducerFile(producer) : ProducerAt(named);
+    std::error_code ignored; // a file that is not there is told when it is loaded
+    if (beside != producer && !std::filesystem::equivalent(beside, producer, ignored))
+    {
+        return {producer, beside};
+    }
+    Complain(named.empty()
+                 ? "Measures this producer alone: its lower producer is not known. --beside FILE names one"
+                 : "Measures this producer alone: --beside names the same file");
+    return {producer};
+}
+
 int Compare(const CommonOptions &options, const BenchOptions &command)
 {
     auto measure = command.measure;
@@ -40,21 +55,7 @@ int Compare(const CommonOptions &options, const BenchOptions &command)
         RequireSettingsFile(device, command.settings);
         Apply(Features(device.PortOf("remote")), command.assignments);
     };
-    std::vector<std::string> producers{options.producer};
-    const auto beside =
-        command.beside.empty() ? RawProducerFile(options.producer) : ProducerAt(command.beside);
-    std::error_code ignored; // a file that is not there is told when it is loaded
-    if (beside == options.producer || std::filesystem::equivalent(beside, options.producer, ignored))
-    {
-        Complain(
-            command.beside.empty()
-                ? "Measures this producer alone: its lower producer is not known. --beside FILE names one"
-                : "Measures this producer alone: --beside names the same file");
-    }
-    else
-    {
-        producers.push_back(beside);
-    }
+    const auto producers = ProducersToMeasure(options.producer, command.beside);
     const Interrupt interrupt;
     const auto results = MeasureThroughput(producers, measure, interrupt);
     options.json ? PrintJson(ToJson(results)) : PrintText(ToText(results));

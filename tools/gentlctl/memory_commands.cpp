@@ -68,7 +68,7 @@ uint64_t AddressIn(const MemoryOptions &memory)
 
 /// Runs an access to a port, and adds to its failure what failed.
 template <typename Access>
-void Attempt(const char *verb, const MemoryOptions &memory, uint64_t address, size_t size, Access access)
+void RunAccess(const char *verb, const MemoryOptions &memory, uint64_t address, size_t size, Access access)
 {
     try
     {
@@ -103,8 +103,8 @@ int ReadMemory(const CommonOptions &options, const ReadOptions &memory)
     Producer producer(options.producer);
     Modules modules(producer, options.device);
     const auto port = modules.PortOf(memory.module);
-    Attempt("read", memory, address, bytes.size(),
-            [&] { GenTL::internal::ReadAllRegisters(*port, address, bytes.data(), bytes.size()); });
+    RunAccess("read", memory, address, bytes.size(),
+              [&] { GenTL::internal::ReadAllRegisters(*port, address, bytes.data(), bytes.size()); });
     if (options.json)
     {
         PrintMemoryJson(memory, address, bytes);
@@ -124,7 +124,7 @@ int WriteMemory(const CommonOptions &options, const WriteOptions &memory)
     Producer producer(options.producer);
     Modules modules(producer, options.device);
     const auto port = modules.PortOf(memory.module);
-    Attempt("write", memory, address, bytes.size(), [&] { WriteAllRegisters(*port, address, bytes); });
+    RunAccess("write", memory, address, bytes.size(), [&] { WriteAllRegisters(*port, address, bytes); });
     if (options.json)
     {
         PrintMemoryJson(memory, address, bytes);
