@@ -989,7 +989,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"set -d OVRA-M5 OffsetX=3", 1, "gentlctl: Cannot set OffsetX to \"3\": "},
         Wrong{"set -d OVRA-M1 SensorWidth=5", 1, "gentlctl: Cannot set SensorWidth: it is read only\n"},
         Wrong{"set -d OVRA-M1 ChunkModeActive=maybe", 1,
-              "gentlctl: Cannot set ChunkModeActive to \"maybe\": not a whole number; it takes true or "
+              "gentlctl: Cannot set ChunkModeActive to \"maybe\": not a boolean; it takes true or "
               "false\n"},
         Wrong{"set -d OVRA-M1 ExposureTime=fast", 1,
               "gentlctl: Cannot set ExposureTime to \"fast\": not a number; it takes 10 to 1000000\n"},

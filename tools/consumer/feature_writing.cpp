@@ -1,6 +1,7 @@
 #include "consumer/feature_writing.h"
 
 #include "consumer/ipv4_address.h"
+#include "utils/try.h"
 
 #include <fmt/format.h>
 
@@ -69,6 +70,21 @@ void WriteString(GraphFeatures &features, std::string_view name, const std::stri
     features.WriteText(name, value);
 }
 
+/// Takes a number as well, as the register holds one.
+void WriteBoolean(GraphFeatures &features, std::string_view name, const std::string &value)
+{
+    if (value == "true" || value == "false")
+    {
+        return features.WriteText(name, value);
+    }
+    const auto number = GenTL::internal::utils::Try([&] { return ParseNumber<int64_t>(value); });
+    if (!number)
+    {
+        throw std::runtime_error("not a boolean");
+    }
+    features.WriteInteger(name, *number);
+}
+
 void WriteNumber(GraphFeatures &features, const Node &feature, const std::string &value)
 {
     if (IsFloat(feature.kind))
@@ -98,8 +114,7 @@ void WriteFeature(GraphFeatures &features, const Node &feature, const std::strin
     case NodeKind::Register:
         throw std::runtime_error("it holds bytes, which gentlctl does not write");
     case NodeKind::Boolean:
-        return value == "true" || value == "false" ? features.WriteText(feature.name, value)
-                                                   : WriteNumber(features, feature, value);
+        return WriteBoolean(features, feature.name, value);
     default:
         return WriteNumber(features, feature, value);
     }
