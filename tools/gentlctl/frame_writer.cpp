@@ -15,6 +15,11 @@ constexpr size_t mostFiles = 100'000;
 
 } // namespace
 
+const char *WhyUnwritten(bool hasFailed, bool isAbandoned)
+{
+    return hasFailed ? "" : isAbandoned ? ": a signal ended the writing" : ": the writing did not keep up";
+}
+
 FrameWriter::FrameWriter(size_t capacity, Write write, Release release)
     : m_capacity(capacity), m_write(std::move(write)), m_release(std::move(release)),
       m_thread([this] { Run(); })

@@ -16,6 +16,10 @@
 namespace gentlctl
 {
 
+/// Why frames were left out, to be added to a sentence; empty when a failure says it.
+/// @param isAbandoned FrameWriter::Abandon was called
+const char *WhyUnwritten(bool hasFailed, bool isAbandoned);
+
 /// Writes frames on a thread of its own, in their order, while others arrive. The first failure ends the
 /// writing: later frames are given back unwritten.
 ///

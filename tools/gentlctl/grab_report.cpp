@@ -1,5 +1,6 @@
 #include "gentlctl/grab_report.h"
 
+#include "gentlctl/frame_writer.h"
 #include "gentlctl/interrupt.h"
 #include "utils/gentl_exception.h"
 
@@ -28,13 +29,6 @@ std::string Row(const char *name, const Spread &seconds)
 std::string FrameCount(uint64_t count)
 {
     return fmt::format("{} frame{}", count, count == 1 ? "" : "s");
-}
-
-const char *WhyUnwritten(const GrabReport &report)
-{
-    return report.failure       ? ""
-           : report.isAbandoned ? ": a signal ended the writing"
-                                : ": the writing did not keep up";
 }
 
 } // namespace
@@ -100,7 +94,8 @@ std::vector<std::string> Complaints(const GrabReport &report, const GrabOptions 
     else if (report.unwritten != 0)
     {
         lines.push_back(fmt::format("{} came and {} not written{}", FrameCount(report.unwritten),
-                                    report.unwritten == 1 ? "was" : "were", WhyUnwritten(report)));
+                                    report.unwritten == 1 ? "was" : "were",
+                                    WhyUnwritten(report.failure != nullptr, report.isAbandoned)));
     }
     return lines;
 }

@@ -7,6 +7,7 @@
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
 #include "gentlctl/device_recording.h"
+#include "gentlctl/frame_writer.h"
 #include "gentlctl/interrupt.h"
 #include "gentlctl/lens_calibration.h"
 #include "gentlctl/recorder.h"
@@ -127,7 +128,7 @@ int RecordDevice(const CommonOptions &options, const RecordCommandOptions &comma
     if (report.unwritten != 0)
     {
         Complain(fmt::format("{} of {} frames were not recorded{}", report.unwritten, report.delivered,
-                             report.failure ? "" : ": the writing did not keep up"));
+                             WhyUnwritten(report.failure != nullptr, report.isAbandoned)));
     }
     if (report.failure)
     {

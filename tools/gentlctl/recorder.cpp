@@ -126,6 +126,7 @@ private:
             if (m_interrupt.Signals() != known)
             {
                 m_writer.Abandon();
+                m_report.isAbandoned = true;
             }
         };
         m_writer.Finish(abandon);

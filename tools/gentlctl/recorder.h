@@ -32,6 +32,7 @@ struct RecordReport
     uint64_t lost = 0;          ///< frames for which no buffer was free
     double seconds = 0;         ///< from the first to the last frame
     double writingSeconds = 0;  ///< from the first frame until all were written
+    bool isAbandoned = false;   ///< a second signal ended the writing, too
     std::exception_ptr failure; ///< why the recording ended early; null when nothing failed
 };
 
