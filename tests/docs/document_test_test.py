@@ -48,6 +48,7 @@ class Documents(unittest.TestCase):
         self.check(sh("echo one; echo two") + text("one\ntwo"))
         self.check(sh("seq 5") + text("1\n...\n5"))
         self.check(sh("echo took 17 ms") + text("took ... ms"))
+        self.check(sh("echo 'Writing the last 3 frames; Ctrl-C leaves them out'; echo two") + text("two"))
         self.check("1. First:\n\n   ```sh\n   echo one\n   ```\n\n   ```text\n   one\n   ```\n")
 
     def test_fail_with_a_command_or_an_output(self):
