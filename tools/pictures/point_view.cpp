@@ -118,7 +118,9 @@ public:
     {
         // Pixels on an edge belong to both triangles; otherwise the edge would show as a crack.
         constexpr double rounding = 1e-9;
-        const double area = Cross(b.pixel - a.pixel, c.pixel - a.pixel);
+        const Eigen::Vector2d toB = b.pixel - a.pixel;
+        const Eigen::Vector2d toC = c.pixel - a.pixel;
+        const double area = Cross(toB, toC);
         if (area == 0)
         {
             return;
@@ -129,9 +131,9 @@ public:
         {
             for (size_t x = left; x < right; ++x)
             {
-                const Eigen::Vector2d pixel(x, y);
-                const double partB = Cross(pixel - a.pixel, c.pixel - a.pixel) / area;
-                const double partC = Cross(b.pixel - a.pixel, pixel - a.pixel) / area;
+                const Eigen::Vector2d toPixel = Eigen::Vector2d(x, y) - a.pixel;
+                const double partB = Cross(toPixel, toC) / area;
+                const double partC = Cross(toB, toPixel) / area;
                 const double partA = 1 - partB - partC;
                 if (std::min({partA, partB, partC}) < -rounding)
                 {
