@@ -6,6 +6,7 @@
 #include "consumer/features.h"
 #include "consumer/producer.h"
 #include "gentlctl/clock_relation.h"
+#include "gentlctl/failure_text.h"
 #include "gentlctl/frame_pipe.h"
 #include "gentlctl/grab_report.h"
 #include "gentlctl/interrupt.h"

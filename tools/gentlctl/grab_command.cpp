@@ -1,5 +1,6 @@
 #include "gentlctl/command.h"
 #include "gentlctl/commands.h"
+#include "gentlctl/failure_text.h"
 #include "gentlctl/frame_destination.h"
 #include "gentlctl/grab_arguments.h"
 #include "gentlctl/grab_report.h"

@@ -2,7 +2,6 @@
 
 #include "gentlctl/frame_writer.h"
 #include "gentlctl/interrupt.h"
-#include "utils/gentl_exception.h"
 
 #include <fmt/format.h>
 
@@ -98,22 +97,6 @@ std::vector<std::string> Complaints(const GrabReport &report, const GrabOptions 
                                     WhyUnwritten(report.failure != nullptr, report.isAbandoned)));
     }
     return lines;
-}
-
-std::string FailureText(const std::exception_ptr &failure)
-{
-    try
-    {
-        std::rethrow_exception(failure);
-    }
-    catch (const GenTL::internal::GenTLException &exception)
-    {
-        return fmt::format("{} ({})", exception.what(), exception.Code());
-    }
-    catch (const std::exception &exception)
-    {
-        return exception.what();
-    }
 }
 
 std::optional<std::string> StrictComplaint(const DeviceGrab &grab)

@@ -4,7 +4,6 @@
 #include "gentlctl/grab.h"
 
 #include <cstdint>
-#include <exception>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,9 +29,6 @@ std::string ToText(const DeviceGrab &grab);
 /// missing.
 /// @param signal that ended it; 0 without
 std::vector<std::string> Complaints(const GrabReport &report, const GrabOptions &options, int signal);
-
-/// What a failure says.
-std::string FailureText(const std::exception_ptr &failure);
 
 /// What `--strict` does not let pass: frames that were lost, incomplete or not written. None when each is
 /// there.

@@ -1,11 +1,9 @@
 #include "gentlctl/command_line.h"
+#include "gentlctl/failure_text.h"
 #include "gentlctl/pipe_closed.h"
 #include "gentlctl/standard_output.h"
 
-#include "utils/gentl_exception.h"
 #include "utils/log.h"
-
-#include <fmt/format.h>
 
 #include <csignal>
 #include <exception>
@@ -27,13 +25,9 @@ int StatusOf(Step step)
     {
         return success; // the reader has all that it wanted
     }
-    catch (const GenTL::internal::GenTLException &exception)
+    catch (const std::exception &)
     {
-        Complain(fmt::format("{} ({})", exception.what(), exception.Code()));
-    }
-    catch (const std::exception &exception)
-    {
-        Complain(exception.what());
+        Complain(FailureText(std::current_exception()));
     }
     return failed;
 }

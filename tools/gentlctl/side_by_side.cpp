@@ -1,6 +1,7 @@
 #include "gentlctl/side_by_side.h"
 
 #include "gentlctl/assignments.h"
+#include "gentlctl/failure_text.h"
 #include "gentlctl/interrupt.h"
 #include "gentlctl/progress.h"
 #include "gentlctl/settings_loading.h"
