@@ -8,15 +8,15 @@ namespace GenTL::simulator
 {
 
 // Features of a camera that has its network settings among its features.
-constexpr const char *currentAddress = "GevCurrentIPAddress";
-constexpr const char *currentMask = "GevCurrentSubnetMask";
-constexpr const char *currentGateway = "GevCurrentDefaultGateway";
-constexpr std::array persistentAddresses = {"GevPersistentIPAddress", "GevPersistentSubnetMask",
-                                            "GevPersistentDefaultGateway"};
+inline constexpr const char *currentAddress = "GevCurrentIPAddress";
+inline constexpr const char *currentMask = "GevCurrentSubnetMask";
+inline constexpr const char *currentGateway = "GevCurrentDefaultGateway";
+inline constexpr std::array persistentAddresses = {"GevPersistentIPAddress", "GevPersistentSubnetMask",
+                                                   "GevPersistentDefaultGateway"};
 /// The bits of GevCurrentIPConfigurationPersistentIP (1), ...DHCP (2) and ...LLA (4).
-constexpr const char *addressConfiguration = "GevCurrentIPConfiguration";
+inline constexpr const char *addressConfiguration = "GevCurrentIPConfiguration";
 
-constexpr int64_t maskOfCameras = 0xFFFFFF00;
+inline constexpr int64_t maskOfCameras = 0xFFFFFF00;
 
 std::vector<Feature> NetworkSettingFeatures();
 

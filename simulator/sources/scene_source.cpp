@@ -13,7 +13,7 @@ namespace GenTL::simulator
 namespace
 {
 
-using Light = uint32_t;
+using Brightness = uint32_t;
 
 /// Rows of 5 bits, the left pixel in the highest bit.
 using Glyph = std::array<uint8_t, 7>;
@@ -63,7 +63,7 @@ class Chart
 public:
     Chart(uint32_t width, uint32_t height) : m_width(width), m_height(height), m_unit(height / 64 + 1) {}
 
-    Light At(uint32_t x, uint32_t y, Colour colour) const
+    Brightness At(uint32_t x, uint32_t y, Colour colour) const
     {
         if (OnBorder(x, y) || OnCircle(x, y))
         {
@@ -134,11 +134,11 @@ private:
 
     /// Upper half: one ramp, from left to right. Lower half: three bands, which rise from pixel to pixel by
     /// one step of 8, 10 or 12 bits. A format with fewer bits shows stairs there.
-    Light Ramp(uint32_t x, uint32_t y) const
+    Brightness Ramp(uint32_t x, uint32_t y) const
     {
         if (y < m_height / 2)
         {
-            return static_cast<Light>(uint64_t{x} * white / (m_width - 1)) * 3 / 4 + white / 16;
+            return static_cast<Brightness>(uint64_t{x} * white / (m_width - 1)) * 3 / 4 + white / 16;
         }
         const uint32_t band = (y - m_height / 2) / std::max(1U, m_height / 6);
         const unsigned shift = band == 0 ? 8 : band == 1 ? 6 : 4;

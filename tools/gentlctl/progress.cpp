@@ -66,7 +66,7 @@ Progress::Progress(bool isShown, uint64_t frames, std::vector<std::string> devic
 {
     for (auto &device : devices)
     {
-        m_parts.push_back({.name = std::move(device), .text = "", .shown = {}});
+        m_parts.push_back({.name = std::move(device), .text = "", .brief = "", .shown = {}});
     }
 }
 
