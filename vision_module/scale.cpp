@@ -71,7 +71,7 @@ void ScaleWordsHere(const uint8_t *samples, size_t count, double factor, uint8_t
 {
     // A vector of 8 bytes cannot be streamed.
     constexpr bool isStreamable = vectorBytes >= 16;
-    const auto beyond = reinterpret_cast<uintptr_t>(floats) % vectorBytes;
+    [[maybe_unused]] const auto beyond = reinterpret_cast<uintptr_t>(floats) % vectorBytes;
     size_t done = 0;
     if (isStreamable && count * sizeof(float) >= pastCacheFrom && beyond % sizeof(float) == 0)
     {

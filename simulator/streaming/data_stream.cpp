@@ -146,7 +146,7 @@ std::shared_ptr<Event> DataStream::MakeEvent(EVENT_TYPE type)
     {
         return Module::MakeEvent(type);
     }
-    const auto event = std::make_shared<Event>(type, sizeof(EVENT_NEW_BUFFER_DATA), m_mutex);
+    auto event = std::make_shared<Event>(type, sizeof(EVENT_NEW_BUFFER_DATA), m_mutex);
     const std::lock_guard lock(*m_mutex);
     m_pool.DeliverThrough(event);
     return event;

@@ -117,7 +117,8 @@ std::string Calls::LastErrorText()
         return {};
     }
     std::string text(size, '\0');
-    return GCGetLastError(&code, text.data(), &size) == GC_ERR_SUCCESS ? text.c_str() : std::string();
+    return GCGetLastError(&code, text.data(), &size) == GC_ERR_SUCCESS ? text.substr(0, text.find('\0'))
+                                                                       : std::string();
 }
 
 const std::vector<PublishedFunction> &PublishedFunctions()

@@ -17,31 +17,37 @@ using namespace GenTL;
 namespace
 {
 
-constexpr auto TEXT = INFO_DATATYPE_STRING;
-constexpr auto I32 = INFO_DATATYPE_INT32;
-constexpr auto U32 = INFO_DATATYPE_UINT32;
-constexpr auto U64 = INFO_DATATYPE_UINT64;
-constexpr auto SIZE = INFO_DATATYPE_SIZET;
-constexpr auto BOOL = INFO_DATATYPE_BOOL8;
-constexpr auto POINTER = INFO_DATATYPE_PTR;
-constexpr auto BYTES = INFO_DATATYPE_BUFFER;
+enum AnswerType : INFO_DATATYPE
+{
+    Text = INFO_DATATYPE_STRING,
+    Int32 = INFO_DATATYPE_INT32,
+    Uint32 = INFO_DATATYPE_UINT32,
+    Uint64 = INFO_DATATYPE_UINT64,
+    Size = INFO_DATATYPE_SIZET,
+    Bool = INFO_DATATYPE_BOOL8,
+    Pointer = INFO_DATATYPE_PTR,
+    Bytes = INFO_DATATYPE_BUFFER
+};
 
 // In the order of the commands, which is that of the enumerators.
-constexpr std::array<INFO_DATATYPE, 11> systemTypes{TEXT, TEXT, TEXT, TEXT, TEXT, TEXT,
-                                                    TEXT, TEXT, I32,  U32,  U32};
-constexpr std::array<INFO_DATATYPE, 3> interfaceTypes{TEXT, TEXT, TEXT};
-constexpr std::array<INFO_DATATYPE, 10> deviceTypes{TEXT, TEXT, TEXT, TEXT, TEXT, I32, TEXT, TEXT, TEXT, U64};
-constexpr std::array<INFO_DATATYPE, 16> streamTypes{TEXT, U64,  U64,  SIZE, SIZE, SIZE, U64,   SIZE,
-                                                    BOOL, BOOL, TEXT, SIZE, SIZE, SIZE, BYTES, BYTES};
+constexpr std::array<INFO_DATATYPE, 11> systemTypes{Text, Text, Text,  Text,   Text,  Text,
+                                                    Text, Text, Int32, Uint32, Uint32};
+constexpr std::array<INFO_DATATYPE, 3> interfaceTypes{Text, Text, Text};
+constexpr std::array<INFO_DATATYPE, 10> deviceTypes{Text,  Text, Text, Text, Text,
+                                                    Int32, Text, Text, Text, Uint64};
+constexpr std::array<INFO_DATATYPE, 16> streamTypes{Text, Uint64, Uint64, Size, Size, Size, Uint64, Size,
+                                                    Bool, Bool,   Text,   Size, Size, Size, Bytes,  Bytes};
 constexpr std::array<INFO_DATATYPE, 32> bufferTypes{
-    POINTER, SIZE, POINTER, U64,  BOOL, BOOL, BOOL, BOOL, TEXT, SIZE, SIZE, SIZE, SIZE, SIZE, SIZE, SIZE,
-    U64,     BOOL, SIZE,    SIZE, U64,  U64,  SIZE, SIZE, U64,  TEXT, I32,  SIZE, U64,  BOOL, BOOL, BOOL};
-constexpr std::array<INFO_DATATYPE, 14> partTypes{POINTER, SIZE, SIZE, U64, U64,  SIZE, SIZE,
-                                                  SIZE,    SIZE, SIZE, U64, SIZE, U64,  U64};
-constexpr std::array<INFO_DATATYPE, 13> portTypes{TEXT, TEXT, TEXT, TEXT, TEXT, BOOL, BOOL,
-                                                  BOOL, BOOL, BOOL, BOOL, TEXT, TEXT};
-constexpr std::array<INFO_DATATYPE, 11> urlTypes{TEXT, I32, I32, I32, I32, I32, BYTES, U64, U64, I32, TEXT};
-constexpr std::array<INFO_DATATYPE, 5> eventTypes{I32, SIZE, U64, SIZE, SIZE};
+    Pointer, Size, Pointer, Uint64, Bool,  Bool,   Bool,   Bool, Text, Size,   Size,
+    Size,    Size, Size,    Size,   Size,  Uint64, Bool,   Size, Size, Uint64, Uint64,
+    Size,    Size, Uint64,  Text,   Int32, Size,   Uint64, Bool, Bool, Bool};
+constexpr std::array<INFO_DATATYPE, 14> partTypes{Pointer, Size, Size, Uint64, Uint64, Size,   Size,
+                                                  Size,    Size, Size, Uint64, Size,   Uint64, Uint64};
+constexpr std::array<INFO_DATATYPE, 13> portTypes{Text, Text, Text, Text, Text, Bool, Bool,
+                                                  Bool, Bool, Bool, Bool, Text, Text};
+constexpr std::array<INFO_DATATYPE, 11> urlTypes{Text,  Int32,  Int32,  Int32, Int32, Int32,
+                                                 Bytes, Uint64, Uint64, Int32, Text};
+constexpr std::array<INFO_DATATYPE, 5> eventTypes{Int32, Size, Uint64, Size, Size};
 
 constexpr std::array<InfoCommand, 5> eventInfoCommands{
     InfoCommand{EVENT_EVENT_TYPE, "EVENT_EVENT_TYPE"},

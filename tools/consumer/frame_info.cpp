@@ -37,13 +37,15 @@ PartInfo ReadPartInfo(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer
     auto answers =
         Answers(BufferPartInfoCommands(), [&](int32_t command, INFO_DATATYPE *type, void *data, size_t *size)
                 { calls.DSGetBufferPartInfo(stream, buffer, part, command, type, data, size); });
-    return {.base = AddressIn(answers, BUFFER_PART_INFO_BASE),
-            .size = NumberIn(answers, BUFFER_PART_INFO_DATA_SIZE),
-            .dataType = NumberIn(answers, BUFFER_PART_INFO_DATA_TYPE),
-            .pixelFormat = NumberIn(answers, BUFFER_PART_INFO_DATA_FORMAT),
-            .width = NumberIn(answers, BUFFER_PART_INFO_WIDTH),
-            .height = NumberIn(answers, BUFFER_PART_INFO_HEIGHT),
-            .answers = std::move(answers)};
+    PartInfo info{.base = AddressIn(answers, BUFFER_PART_INFO_BASE),
+                  .size = NumberIn(answers, BUFFER_PART_INFO_DATA_SIZE),
+                  .dataType = NumberIn(answers, BUFFER_PART_INFO_DATA_TYPE),
+                  .pixelFormat = NumberIn(answers, BUFFER_PART_INFO_DATA_FORMAT),
+                  .width = NumberIn(answers, BUFFER_PART_INFO_WIDTH),
+                  .height = NumberIn(answers, BUFFER_PART_INFO_HEIGHT),
+                  .answers = {}};
+    info.answers = std::move(answers);
+    return info;
 }
 
 std::vector<PartInfo> ReadPartInfos(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buffer)
@@ -116,8 +118,9 @@ FrameInfo ReadFrameInfo(IGenTLProxy &calls, DS_HANDLE stream, BUFFER_HANDLE buff
                     .width = NumberIn(answers, BUFFER_INFO_WIDTH),
                     .height = NumberIn(answers, BUFFER_INFO_HEIGHT),
                     .imageOffset = NumberIn(answers, BUFFER_INFO_IMAGEOFFSET),
-                    .answers = std::move(answers),
+                    .answers = {},
                     .parts = ReadPartInfos(calls, stream, buffer)};
+    frame.answers = std::move(answers);
     if (MayHaveChunks(frame))
     {
         internal::utils::Attempt([&]

@@ -75,7 +75,7 @@ fs::path OwnFolder(const Surroundings &surroundings)
     // In an installation, in a build.
     for (const auto *const name : {"qvr_anygentl", "qvr_proxygentl", "anygentl"})
     {
-        const auto folder = surroundings.libraryFolder / name;
+        auto folder = surroundings.libraryFolder / name;
         if (!ProducersOf(folder).empty())
         {
             return folder;

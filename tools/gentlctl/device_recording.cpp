@@ -31,7 +31,7 @@ recording::InterfaceRecord InterfaceOf(Producer &producer, const std::string &id
 std::string TextIn(const std::vector<recording::InfoRecord> &infos, int32_t command)
 {
     const auto *const info = recording::FindInfo(infos, command);
-    return info == nullptr ? std::string() : std::string(info->bytes.c_str());
+    return info == nullptr ? std::string() : info->bytes.substr(0, info->bytes.find('\0'));
 }
 
 void AddInfos(recording::DeviceRecord &record, IGenTLProxy &calls, OpenDevice &device)

@@ -11,7 +11,7 @@ namespace gentlctl
 
 LoadedDevice LoadSettingsFile(OpenDevice &device, const std::string &file)
 {
-    const auto loaded = LoadSettings(device, ReadSettingsFile(file == "-" ? "/dev/stdin" : file));
+    auto loaded = LoadSettings(device, ReadSettingsFile(file == "-" ? "/dev/stdin" : file));
     if (!loaded.warning.empty())
     {
         Complain(loaded.warning);

@@ -98,6 +98,7 @@ std::vector<DeviceGrab> SideBySide::Run(const Interrupt &interrupt)
         running.push_back(std::async(std::launch::async, [&, i] { return RunOne(i, interrupt, progress); }));
     }
     std::vector<DeviceGrab> grabs;
+    grabs.reserve(running.size());
     for (auto &one : running)
     {
         grabs.push_back(one.get());
