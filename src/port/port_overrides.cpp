@@ -12,26 +12,26 @@ namespace GenTL::internal
 namespace
 {
 
-/// A part of a request: from `begin` up to, but not including, `end`.
+/// A part of a request: from `Begin` up to, but not including, `End`.
 struct Interval
 {
-    size_t begin;
-    size_t end;
+    size_t Begin;
+    size_t End;
 };
 
 /// Calls access(offset, size) for each part of a request that no interval covers.
 template <typename Access>
 void ForEachGap(std::vector<Interval> intervals, size_t size, Access access)
 {
-    std::ranges::sort(intervals, {}, &Interval::begin);
+    std::ranges::sort(intervals, {}, &Interval::Begin);
     size_t end = 0;
     for (const auto &interval : intervals)
     {
-        if (interval.begin > end)
+        if (interval.Begin > end)
         {
-            access(end, interval.begin - end);
+            access(end, interval.Begin - end);
         }
-        end = std::max(end, interval.end);
+        end = std::max(end, interval.End);
     }
     if (end < size)
     {
