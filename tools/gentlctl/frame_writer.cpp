@@ -38,8 +38,13 @@ bool FrameWriter::Offer(FrameInfo &frame)
     return true;
 }
 
-void FrameWriter::Finish()
+void FrameWriter::Finish(const OnWait &onWait)
 {
+    constexpr std::chrono::milliseconds interval(500);
+    while (const auto left = WaitUntilNoneIsHeld(interval))
+    {
+        onWait(left);
+    }
     {
         const MutexLock lock(m_mutex);
         m_isFinishing = true;
@@ -49,16 +54,6 @@ void FrameWriter::Finish()
     {
         m_thread.join();
     }
-}
-
-void FrameWriter::Finish(const OnWait &onWait)
-{
-    constexpr std::chrono::milliseconds interval(500);
-    while (const auto left = WaitUntilNoneIsHeld(interval))
-    {
-        onWait(left);
-    }
-    Finish();
 }
 
 /// @return how many frames are still held

@@ -45,10 +45,8 @@ public:
     bool Offer(FrameInfo &frame) QVR_EXCLUDES(m_mutex);
 
     /// Waits until no frame is held. Offer must not be called afterwards.
-    void Finish() QVR_EXCLUDES(m_mutex);
-
-    /// The same, with a call each half of a second until then.
-    void Finish(const OnWait &onWait) QVR_EXCLUDES(m_mutex);
+    /// @param onWait called each half of a second until then
+    void Finish(const OnWait &onWait = [](size_t) {}) QVR_EXCLUDES(m_mutex);
 
     /// From now on frames are given back unwritten, after the one that is being written.
     void Abandon() QVR_EXCLUDES(m_mutex);
