@@ -4,8 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <exception>
 #include <new>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 
 namespace gentlctl
@@ -37,6 +40,8 @@ TEST(FailureText, SaysWhatIsShort)
     EXPECT_EQ(TextOf(std::bad_alloc()), "There is not enough memory");
     EXPECT_EQ(TextOf(std::system_error(EAGAIN, std::generic_category())),
               "Cannot start a thread: Resource temporarily unavailable");
+    EXPECT_EQ(TextOf(std::system_error(EAGAIN, std::generic_category(), "Cannot write x")),
+              "Cannot write x: Resource temporarily unavailable");
 }
 
 } // namespace

@@ -26,8 +26,9 @@ std::string FailureText(const std::exception_ptr &failure)
     }
     catch (const std::system_error &error)
     {
-        // The standard library's threads say no more than the code.
-        return error.code() == std::errc::resource_unavailable_try_again
+        // A thread that cannot start says no more than the code; other errors name what failed.
+        return error.code() == std::errc::resource_unavailable_try_again &&
+                       error.what() == error.code().message()
                    ? fmt::format("Cannot start a thread: {}", error.what())
                    : error.what();
     }
