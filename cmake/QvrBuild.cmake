@@ -50,8 +50,8 @@ set(QVR_COMMON_HEADERS
     <algorithm> <array> <filesystem> <fstream> <functional> <map> <memory> <mutex> <optional> <ranges> <span> <string>
     <thread> <variant> <vector>)
 
-# Optimises a target that loops over pixels. At the -O0 of the presets with sanitizers, compiling the rest is what takes
-# longest; running these loops would be. Not -O1, at which Clang does not inline.
+# Optimises a target that loops over pixels. The presets with sanitizers build the rest with -O0, because there compiling
+# takes longer than running; for these loops it is the other way round. At -O1 Clang would not inline.
 function(qvr_optimise target)
     if(QVR_SANITIZE)
         target_compile_options(${target} PRIVATE -O2)

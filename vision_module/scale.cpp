@@ -69,7 +69,7 @@ size_t ScaleVectors(const uint8_t *samples, size_t done, size_t count, double fa
 
 void ScaleWordsHere(const uint8_t *samples, size_t count, double factor, uint8_t *floats)
 {
-    // A vector of 8 bytes cannot be streamed.
+    // A vector of 8 bytes cannot be streamed, so its alignment does not matter.
     constexpr bool isStreamable = vectorBytes >= 16;
     [[maybe_unused]] const auto beyond = reinterpret_cast<uintptr_t>(floats) % vectorBytes;
     size_t done = 0;

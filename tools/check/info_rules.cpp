@@ -17,6 +17,7 @@ using namespace GenTL;
 namespace
 {
 
+/// Short names, for the tables below.
 enum AnswerType : INFO_DATATYPE
 {
     Text = INFO_DATATYPE_STRING,
