@@ -66,4 +66,30 @@ std::vector<uint8_t> Lens::File() const
     return bytes;
 }
 
+LensDirections::LensDirections(const Lens &lens) : m_columns(lens.width + 2)
+{
+    m_rays.reserve(m_columns * (lens.height + 2));
+    for (uint32_t row = 0; row < lens.height + 2; ++row)
+    {
+        for (uint32_t column = 0; column < lens.width + 2; ++column)
+        {
+            m_rays.push_back(lens.DirectionOf(column - 1.0, row - 1.0));
+        }
+    }
+}
+
+Ray LensDirections::At(double column, double row) const
+{
+    const auto left = static_cast<size_t>(column + 1);
+    const auto top = static_cast<size_t>(row + 1);
+    const double right = column + 1 - static_cast<double>(left);
+    const double down = row + 1 - static_cast<double>(top);
+    const auto between = [](const Ray &from, const Ray &to, double part) {
+        return Ray{from.x + (to.x - from.x) * part, from.y + (to.y - from.y) * part};
+    };
+    const Ray *upper = &m_rays[top * m_columns + left];
+    const Ray *lower = upper + m_columns;
+    return between(between(upper[0], upper[1], right), between(lower[0], lower[1], right), down);
+}
+
 } // namespace GenTL::simulator

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -32,6 +33,21 @@ struct Lens
 
     /// The content of the file LensCalibrationData: docs/simulator.md gives its layout.
     std::vector<uint8_t> File() const;
+};
+
+/// The directions of a lens, worked out once for each pixel of its sensor. Between the middles of pixels they
+/// are interpolated, which is off by less than a thousandth of a pixel.
+class LensDirections
+{
+public:
+    explicit LensDirections(const Lens &lens);
+
+    /// As Lens::DirectionOf, for a place of the sensor or at most half a pixel beside it.
+    Ray At(double column, double row) const;
+
+private:
+    size_t m_columns;
+    std::vector<Ray> m_rays; ///< of the pixels, and of a margin of one pixel around them
 };
 
 } // namespace GenTL::simulator

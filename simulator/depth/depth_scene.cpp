@@ -69,6 +69,12 @@ const Lens &DepthLens()
     return lens;
 }
 
+const LensDirections &DepthDirections()
+{
+    static const LensDirections directions(DepthLens());
+    return directions;
+}
+
 DepthPoint SceneAt(const Ray &ray)
 {
     const double x = ray.x * plateDepth;

@@ -17,6 +17,9 @@ struct DepthPoint
 /// The lens of the depth camera.
 const Lens &DepthLens();
 
+/// The directions of DepthLens(). The first call works them out.
+const LensDirections &DepthDirections();
+
 /// The scene of the depth camera: a tilted plane with a grid of straight lines and a band that reflects no
 /// light, a sphere in front of it, and a plate that faces the camera. docs/simulator.md gives the numbers.
 DepthPoint SceneAt(const Ray &ray);

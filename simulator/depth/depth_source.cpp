@@ -20,8 +20,8 @@ double SensorPlace(uint32_t pixel, uint32_t offset, uint32_t step)
 
 Ray RayOf(const ImageSettings &s, uint32_t column, uint32_t row)
 {
-    return DepthLens().DirectionOf(SensorPlace(column, s.offsetX, s.stepX),
-                                   SensorPlace(row, s.offsetY, s.stepY));
+    return DepthDirections().At(SensorPlace(column, s.offsetX, s.stepX),
+                                SensorPlace(row, s.offsetY, s.stepY));
 }
 
 /// Light of a pixel of the image: the mean of places spread evenly over its area.
@@ -34,7 +34,7 @@ double LightOf(const ImageSettings &s, uint32_t column, uint32_t row)
         const auto inPixel = [](int place) { return (place + 0.5) / places - 0.5; };
         const double x = SensorPlace(column, s.offsetX, s.stepX) + inPixel(i % places) * s.binningX;
         const double y = SensorPlace(row, s.offsetY, s.stepY) + inPixel(i / places) * s.binningY;
-        sum += SceneAt(DepthLens().DirectionOf(x, y)).light;
+        sum += SceneAt(DepthDirections().At(x, y)).light;
     }
     return sum / (places * places);
 }
