@@ -19,11 +19,20 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/archive")
 set(QVR_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize=")
 option(QVR_FUZZ "Build the fuzzers; needs clang" OFF)
 
+# Compilers allocate much: with this library, Clang takes a seventh less time.
+find_file(QVR_COMPILER_MALLOC libtcmalloc_minimal.so.4 PATHS "/usr/lib/${CMAKE_HOST_SYSTEM_PROCESSOR}-linux-gnu" NO_DEFAULT_PATH)
+mark_as_advanced(QVR_COMPILER_MALLOC)
+set(compiler_environment "")
+if(QVR_COMPILER_MALLOC)
+    list(APPEND compiler_environment "LD_PRELOAD=${QVR_COMPILER_MALLOC}")
+endif()
 find_program(QVR_CCACHE ccache)
 if(QVR_CCACHE)
     # ccache requires these settings to cache compilations with precompiled headers.
-    set(CMAKE_CXX_COMPILER_LAUNCHER
-        "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_DEPEND=1 "${QVR_CCACHE}")
+    list(APPEND compiler_environment CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_DEPEND=1 "${QVR_CCACHE}")
+endif()
+if(compiler_environment)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env ${compiler_environment})
 endif()
 
 # lld links several times faster than the system's linker.

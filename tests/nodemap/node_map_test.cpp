@@ -169,9 +169,9 @@ TEST_F(NodeMapTest, ReadsBackWhatWasWritten)
 
 TEST_F(NodeMapTest, RefusesAddressesNearTheLimitOfTheType)
 {
-    constexpr auto maximum = std::numeric_limits<uint64_t>::max();
+    constexpr auto highest = std::numeric_limits<uint64_t>::max();
     uint64_t value = 0;
-    for (const uint64_t address : {maximum, maximum - 7})
+    for (const uint64_t address : {highest, highest - 7})
     {
         size_t size = sizeof value;
         EXPECT_EQ(FailureOf([&] { system.ReadPort(address, &value, &size); }),

@@ -151,7 +151,7 @@ TEST(ModulesAboveTheDevice, LeaveItClosed)
 }
 
 /// The device of the lower producer with the commands that a grab needs.
-const std::string camera = Description(
+const std::string cameraDescription = Description(
     "<Integer Name=\"PayloadSize\"><Value>64</Value></Integer>"
     "<Command "
     "Name=\"AcquisitionStart\"><pValue>StartRegister</pValue><CommandValue>1</CommandValue></Command>"
@@ -164,7 +164,7 @@ struct CameraLibrary : LowerLibrary
 {
     CameraLibrary()
     {
-        (*this)->deviceXml = camera;
+        (*this)->deviceXml = cameraDescription;
         (*this)->FailNext("GCRegisterEvent", GenTL::GC_ERR_NOT_IMPLEMENTED); // it has no EVENT_ERROR
     }
 };
