@@ -68,6 +68,10 @@ class Documents(unittest.TestCase):
         self.check(sh("touch mine part/mine; ls part") + text("ours\nmine", "not compared: the order differs"))
         self.assertEqual(sorted(self.folder.rglob("*")), sorted([*before, self.folder / "document.md"]))
 
+    def test_fail_when_they_write_into_a_folder_of_code(self):
+        (self.folder / "src").mkdir()
+        self.expect_failure("1: writes into a folder of code", sh("touch src/mine"))
+
     def test_obey_directives(self):
         self.assertEqual(self.check(sh("false", "not run: needs root") + text("anything")),
                          "2: not run: needs root\n")
