@@ -11,8 +11,12 @@ namespace GenTL::simulator
 
 Ray Lens::DirectionOf(double column, double row) const
 {
+    return DirectionOf(column, row, {(column - cx) / fx, (row - cy) / fy});
+}
+
+Ray Lens::DirectionOf(double column, double row, Ray ray) const
+{
     const Ray shown{(column - cx) / fx, (row - cy) / fy};
-    Ray ray = shown;
     // Newton's method; the Jacobian is symmetric.
     for (int i = 0; i < 20; ++i)
     {
@@ -33,9 +37,9 @@ Ray Lens::DirectionOf(double column, double row) const
         const double determinant = xx * yy - xy * xy;
         ray.x += (missX * yy - missY * xy) / determinant;
         ray.y += (missY * xx - missX * xy) / determinant;
-        if (std::abs(missX) + std::abs(missY) < 1e-12)
+        if (std::abs(missX) + std::abs(missY) < 1e-7)
         {
-            break;
+            break; // each step squares the error, so less than 1e-13 is left of it
         }
     }
     return ray;
@@ -71,9 +75,11 @@ LensDirections::LensDirections(const Lens &lens) : m_columns(lens.width + 2)
     m_rays.reserve(m_columns * (lens.height + 2));
     for (uint32_t row = 0; row < lens.height + 2; ++row)
     {
+        Ray ray = lens.DirectionOf(-1.0, row - 1.0);
         for (uint32_t column = 0; column < lens.width + 2; ++column)
         {
-            m_rays.push_back(lens.DirectionOf(column - 1.0, row - 1.0));
+            ray = lens.DirectionOf(column - 1.0, row - 1.0, ray);
+            m_rays.push_back(ray);
         }
     }
 }

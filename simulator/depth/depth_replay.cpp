@@ -132,33 +132,31 @@ private:
 
     void ShowRange(const DepthPictures::Picture &picture, uint64_t number)
     {
-        m_depths.clear();
-        ForEachPixel(m_settings,
-                     [&](uint32_t column, uint32_t row)
-                     {
-                         const uint16_t value = DepthAt(picture, column, row);
-                         m_depths.push_back(value == 0 ? noDepth : value * m_pictures->Replay().scale);
-                     });
+        FillPixels(m_settings, m_depths,
+                   [&](uint32_t column, uint32_t row)
+                   {
+                       const uint16_t value = DepthAt(picture, column, row);
+                       return value == 0 ? noDepth : value * m_pictures->Replay().scale;
+                   });
         WriteRange(m_settings, number, m_depths, m_samples);
     }
 
     void ShowLight(const DepthPictures::Picture &picture, uint64_t number)
     {
-        m_light.clear();
-        ForEachPixel(m_settings, [&](uint32_t column, uint32_t row)
-                     { m_light.push_back(m_settings.SampleOf(LightAt(picture, column, row), column, row)); });
+        FillPixels(m_settings, m_light,
+                   [&](uint32_t column, uint32_t row)
+                   { return m_settings.SampleOf(LightAt(picture, column, row), column, row); });
         WriteLight(m_settings, number, m_light, m_samples);
     }
 
     void ShowConfidence(const DepthPictures::Picture &picture)
     {
-        m_samples.clear();
-        ForEachPixel(m_settings,
-                     [&](uint32_t column, uint32_t row)
-                     {
-                         const bool hasDepth = DepthAt(picture, column, row) != 0;
-                         m_samples.push_back(hasDepth ? m_settings.format->MaximumSample() : uint16_t{0});
-                     });
+        FillPixels(m_settings, m_samples,
+                   [&](uint32_t column, uint32_t row)
+                   {
+                       const bool hasDepth = DepthAt(picture, column, row) != 0;
+                       return hasDepth ? m_settings.format->MaximumSample() : uint16_t{0};
+                   });
     }
 
     std::shared_ptr<DepthPictures> m_pictures;

@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 #include <random>
+#include <utility>
 
 namespace GenTL::simulator
 {
@@ -49,28 +51,61 @@ uint16_t RawOf(const ImageSettings &settings, double depth)
     return static_cast<uint16_t>(isShown ? raw : scan.invalidValue);
 }
 
+/// Normally distributed numbers around 0: the same as of std::normal_distribution, which takes two logarithms
+/// of a long double for each.
+class Noise
+{
+public:
+    Noise(uint64_t seed, double deviation) : m_random(seed), m_deviation(deviation) {}
+
+    double Next()
+    {
+        if (m_spare)
+        {
+            return m_deviation * *std::exchange(m_spare, std::nullopt);
+        }
+        // A place that is evenly distributed in the unit circle: the polar method of Marsaglia.
+        double x = 0;
+        double y = 0;
+        double square = 0;
+        do
+        {
+            x = FromMinusOneToOne();
+            y = FromMinusOneToOne();
+            square = x * x + y * y;
+        } while (square > 1 || square == 0);
+        const double factor = std::sqrt(-2 * std::log(square) / square);
+        m_spare = x * factor;
+        return m_deviation * (y * factor);
+    }
+
+private:
+    double FromMinusOneToOne() { return 2 * (static_cast<double>(m_random()) * 0x1p-64) - 1; }
+
+    std::mt19937_64 m_random;
+    double m_deviation;
+    std::optional<double> m_spare;
+};
+
 } // namespace
 
 void WriteRange(const ImageSettings &settings, uint64_t frame, std::span<const double> depths,
                 std::vector<uint16_t> &samples)
 {
-    samples.clear();
-    samples.reserve(depths.size());
+    samples.resize(depths.size());
+    const auto raw = [&](double depth) { return RawOf(settings, depth); };
     if (settings.depth.noise <= 0)
     {
-        for (const double depth : depths)
-        {
-            samples.push_back(RawOf(settings, depth));
-        }
+        std::ranges::transform(depths, samples.begin(), raw);
         return;
     }
-    std::mt19937_64 random(frame);
-    std::normal_distribution<double> noise(0.0, settings.depth.noise);
-    for (const double depth : depths)
+    Noise noise(frame, settings.depth.noise);
+    const auto noisy = [&](double depth)
     {
-        const double error = noise(random);
-        samples.push_back(RawOf(settings, depth == noDepth ? noDepth : depth + error));
-    }
+        const double error = noise.Next();
+        return raw(depth == noDepth ? noDepth : depth + error);
+    };
+    std::ranges::transform(depths, samples.begin(), noisy);
 }
 
 void WriteLight(const ImageSettings &settings, uint64_t frame, std::span<const uint16_t> light,
@@ -81,23 +116,22 @@ void WriteLight(const ImageSettings &settings, uint64_t frame, std::span<const u
     {
         return;
     }
-    std::mt19937_64 random(~frame); // independent of the noise of the depth
-    std::normal_distribution<double> noise(0.0, settings.depth.noise);
+    Noise noise(~frame, settings.depth.noise); // independent of the noise of the depth
     const double highest = settings.format->MaximumSample();
     for (uint16_t &sample : samples)
     {
-        sample = static_cast<uint16_t>(std::clamp(std::round(sample + noise(random)), 0.0, highest));
+        sample = static_cast<uint16_t>(std::clamp(std::round(sample + noise.Next()), 0.0, highest));
     }
 }
 
 void DepthSource::PrepareRange()
 {
-    ForEachPixel(m_settings,
-                 [&](uint32_t column, uint32_t row)
-                 {
-                     const auto point = SceneAt(RayOf(m_settings, column, row));
-                     m_depths.push_back(point.isValid ? point.depth : noDepth);
-                 });
+    FillPixels(m_settings, m_depths,
+               [&](uint32_t column, uint32_t row)
+               {
+                   const auto point = SceneAt(RayOf(m_settings, column, row));
+                   return point.isValid ? point.depth : noDepth;
+               });
     if (m_settings.depth.noise <= 0)
     {
         WriteRange(m_settings, 0, m_depths, m_still);
@@ -106,26 +140,25 @@ void DepthSource::PrepareRange()
 
 void DepthSource::PrepareLight()
 {
-    ForEachPixel(m_settings, [&](uint32_t column, uint32_t row)
-                 { m_still.push_back(m_settings.SampleOf(LightOf(m_settings, column, row), column, row)); });
+    FillPixels(m_settings, m_still,
+               [&](uint32_t column, uint32_t row)
+               { return m_settings.SampleOf(LightOf(m_settings, column, row), column, row); });
 }
 
 void DepthSource::PrepareConfidence()
 {
-    ForEachPixel(m_settings,
-                 [&](uint32_t column, uint32_t row)
-                 {
-                     const double confidence = SceneAt(RayOf(m_settings, column, row)).confidence;
-                     const double highest = m_settings.format->MaximumSample();
-                     m_still.push_back(static_cast<uint16_t>(std::round(confidence * highest)));
-                 });
+    const double highest = m_settings.format->MaximumSample();
+    FillPixels(m_settings, m_still,
+               [&](uint32_t column, uint32_t row)
+               {
+                   const double confidence = SceneAt(RayOf(m_settings, column, row)).confidence;
+                   return static_cast<uint16_t>(std::round(confidence * highest));
+               });
 }
 
 void DepthSource::Prepare(const ImageSettings &settings)
 {
     m_settings = settings;
-    m_depths.clear();
-    m_still.clear();
     switch (settings.depth.quantity)
     {
     case Quantity::Range:

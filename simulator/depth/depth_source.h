@@ -10,15 +10,17 @@ namespace GenTL::simulator
 /// Marks a pixel without depth in a list of depths in mm.
 constexpr double noDepth = -1.0;
 
-/// Calls `use` with the column and the row of each pixel of the image, row by row.
-template <typename Use>
-void ForEachPixel(const ImageSettings &s, Use use)
+/// Fills a list with the value of each pixel of the image, row by row. `valueOf` takes its column and row.
+template <typename Value, typename ValueOf>
+void FillPixels(const ImageSettings &s, std::vector<Value> &values, ValueOf valueOf)
 {
+    values.resize(s.Pixels());
+    auto *value = values.data();
     for (uint32_t row = 0; row < s.height; ++row)
     {
         for (uint32_t column = 0; column < s.width; ++column)
         {
-            use(column, row);
+            *value++ = valueOf(column, row);
         }
     }
 }
