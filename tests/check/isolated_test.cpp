@@ -33,7 +33,7 @@ TEST(Isolated, HearsWhatTheChildTells)
         },
         [&](const Json &message)
         {
-            heard.push_back(message["text"]);
+            heard.push_back(message["text"].get<std::string>());
             return false;
         },
         ample);

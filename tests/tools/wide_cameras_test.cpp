@@ -13,12 +13,12 @@ namespace
 using namespace gentlctl_run;
 
 constexpr auto withWideCameras = "QVR_SIM_WIDE=1 ";
-const std::string anyProducer = "--producer " QVR_LIB_DIR "/anygentl/qvr_anygentl.cti ";
-const std::string lowerAlone = "--producer " QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti ";
+const std::string withAnyProducer = "--producer " QVR_LIB_DIR "/anygentl/qvr_anygentl.cti ";
+const std::string withLowerProducer = "--producer " QVR_LIB_DIR "/producer_registry/qvr_gevgentl.pr_cti ";
 
 Run WithWideCameras(const std::string &arguments, const std::string &redirection = "2>&1")
 {
-    return Gentlctl(anyProducer + arguments, redirection, withWideCameras);
+    return Gentlctl(withAnyProducer + arguments, redirection, withWideCameras);
 }
 
 Json WideJsonOf(const std::string &arguments)
@@ -34,7 +34,7 @@ class WideCamera : public testing::TestWithParam<std::string>
 
 TEST_P(WideCamera, HasAValueOrAReasonForEachFeature)
 {
-    for (const auto &producer : {anyProducer, lowerAlone})
+    for (const auto &producer : {withAnyProducer, withLowerProducer})
     {
         const auto run = Gentlctl(producer + "get -d " + GetParam(), "2>&1", withWideCameras);
         EXPECT_EQ(run.status, 0) << run.output;
@@ -58,7 +58,7 @@ TEST_P(WideCamera, WritesPicturesOfEachFormatThatCanBeChosen)
     for (const auto &offer : formats["offers"])
     {
         const Folder folder;
-        const std::string format = offer["format"];
+        const auto format = offer["format"].get<std::string>();
         const bool isPacked = format.ends_with("Packed") || format.ends_with('p');
         const auto run = WithWideCameras("grab -n 1 -f tiff -d " + GetParam() + " -s PixelFormat=" + format +
                                          " -o " + folder.Path().string());
@@ -151,7 +151,7 @@ TEST(Producer, IsNoOtherLibrary)
 
 TEST(AnyProducer, TellsItselfWhyItDoesNotStart)
 {
-    const auto run = Gentlctl(anyProducer + "list", "2>&1", "ANYGENTL_CTI_PATH=/nowhere/lower.cti ");
+    const auto run = Gentlctl(withAnyProducer + "list", "2>&1", "ANYGENTL_CTI_PATH=/nowhere/lower.cti ");
     EXPECT_EQ(run.status, 1);
     EXPECT_NE(run.output.find("cannot be initialised: GCInitLib Error: Cannot load /nowhere/lower.cti: "),
               std::string::npos)

@@ -16,7 +16,7 @@ std::vector<std::string> EntriesWhere(const Features &features, const std::strin
                                       Condition condition)
 {
     std::vector<std::string> found;
-    const std::string selected = features.Get(selector);
+    const auto selected = features.Get(selector).get<std::string>();
     for (const auto &entry : features.AvailableEntries(selector))
     {
         features.Set(selector, entry);

@@ -165,11 +165,11 @@ void Note(ProducerVisit &visit, const Json &message)
     visit.problem = visit.problem.empty() ? message.value("problem", visit.problem) : visit.problem;
     if (message.contains("missing"))
     {
-        visit.missing.push_back(message["missing"]);
+        visit.missing.push_back(message["missing"].get<std::string>());
     }
     if (message.contains("serial"))
     {
-        visit.devices.push_back({message["model"], message["serial"]});
+        visit.devices.push_back({message["model"].get<std::string>(), message["serial"].get<std::string>()});
     }
 }
 

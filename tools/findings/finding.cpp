@@ -64,10 +64,9 @@ Json ToJson(const Finding &finding)
 
 Finding FindingFrom(const Json &json)
 {
-    const auto name = json.at("level").get<std::string>();
-    const auto place = std::ranges::find(levelNames, name) - levelNames.begin();
-    return {static_cast<Level>(place), json.at("area"),  json.at("call"),
-            json.at("text"),           json.at("hurts"), json.at("cure")};
+    const auto text = [&json](const char *name) { return json.at(name).get<std::string>(); };
+    const auto place = std::ranges::find(levelNames, text("level")) - levelNames.begin();
+    return {static_cast<Level>(place), text("area"), text("call"), text("text"), text("hurts"), text("cure")};
 }
 
 Json ReportJson(const Findings &findings)

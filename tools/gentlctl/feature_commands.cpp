@@ -98,7 +98,7 @@ int PrintValues(const Json &values, Extent extent, bool asJson)
     {
         if (entry.value().is_object() && entry.value().contains("error"))
         {
-            const std::string text = entry.value()["error"];
+            const auto text = entry.value()["error"].get<std::string>();
             const bool isNamed = text.find(entry.key()) != std::string::npos;
             failures.push_back(isNamed ? text : fmt::format("{}: {}", entry.key(), text));
         }

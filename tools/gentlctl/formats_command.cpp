@@ -37,13 +37,13 @@ constexpr auto sentFeature = "DevicePixelFormat";
 /// Chooses each format, to see what the device sends then, and at last the one that was chosen before.
 std::vector<OfferedFormat> TryFormats(const Features &remote, const std::vector<std::string> &chosen)
 {
-    const std::string before = remote.Get("PixelFormat");
+    const auto before = remote.Get("PixelFormat").get<std::string>();
     std::vector<OfferedFormat> offered;
     offered.reserve(chosen.size());
     for (const auto &name : chosen)
     {
         remote.Set("PixelFormat", name);
-        offered.push_back(ExplainFormat(name, remote.Get(sentFeature)));
+        offered.push_back(ExplainFormat(name, remote.Get(sentFeature).get<std::string>()));
     }
     // A device may stand at a format that cannot be chosen in its mode.
     if (std::ranges::find(chosen, before) != chosen.end())

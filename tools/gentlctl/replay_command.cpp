@@ -93,8 +93,9 @@ void SetEnvironment(const ReplayCommandOptions &command)
 /// The producer that plays the recordings.
 std::string ProducerOf(const Json &recordings)
 {
-    const bool areOfTheFamily = std::ranges::all_of(recordings, [](const Json &recording)
-                                                    { return IsOfTheFamily(recording.at("model")); });
+    const bool areOfTheFamily =
+        std::ranges::all_of(recordings, [](const Json &recording)
+                            { return IsOfTheFamily(recording.at("model").get<std::string>()); });
     const auto proxy = areOfTheFamily ? ProxyProducerFile() : std::string();
     return proxy.empty() ? AnyProducerFile() : proxy;
 }

@@ -63,7 +63,7 @@ std::string EntriesText(const Json &feature, bool isAvailable)
     {
         if (entry["available"] == isAvailable)
         {
-            names.push_back(entry["name"]);
+            names.push_back(entry["name"].get<std::string>());
         }
     }
     return fmt::to_string(fmt::join(names, ", "));
@@ -90,8 +90,8 @@ std::string NamesText(const Json &feature, const char *member)
 Json DetailsOf(const Json &feature)
 {
     const std::pair<const char *, std::string> rows[] = {
-        {"type", feature["type"]},
-        {"access", AccessText(feature["access"])},
+        {"type", feature["type"].get<std::string>()},
+        {"access", AccessText(feature["access"].get<std::string>())},
         {"range", RangeText(feature)},
         {"length",
          feature.contains("maxLength") ? "at most " + JsonText(feature["maxLength"]) + " characters" : ""},
@@ -100,7 +100,7 @@ Json DetailsOf(const Json &feature)
         {"locked by", LockText(feature)},
         {"selects", NamesText(feature, "selects")},
         {"selected by", NamesText(feature, "selectedBy")},
-        {"visibility", feature["visibility"]},
+        {"visibility", feature["visibility"].get<std::string>()},
         {"description", feature.value("description", "")},
     };
     auto details = Json::object();
