@@ -9,6 +9,8 @@
 #include <array>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 
 /// The command-line consumer as a user runs it.
@@ -72,5 +74,11 @@ public:
 private:
     fs::path m_path;
 };
+
+inline std::string ContentOf(const fs::path &file)
+{
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 } // namespace gentlctl_run
