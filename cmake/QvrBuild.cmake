@@ -34,7 +34,7 @@ if(QVR_CCACHE)
     list(APPEND compiler_environment CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_DEPEND=1 "${QVR_CCACHE}")
 endif()
 if(compiler_environment)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${CMAKE_COMMAND}" -E env ${compiler_environment})
+    set(CMAKE_CXX_COMPILER_LAUNCHER env ${compiler_environment})
 endif()
 
 # lld links several times faster than the system's linker.
@@ -47,6 +47,11 @@ endif()
 if(QVR_SANITIZE)
     add_compile_options(-fsanitize=${QVR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${QVR_SANITIZE})
+endif()
+# The sanitizers' tables hold hundreds of thousands of addresses, which a program without a fixed place relocates at each
+# start. ThreadSanitizer wants it so.
+if(QVR_SANITIZE MATCHES address)
+    add_link_options($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-no-pie>)
 endif()
 
 # Looking for implicit conversions from JSON is slow: it took up to a quarter of the time of sources that use it.

@@ -1,8 +1,8 @@
 #include "support/simulator/simulator.h"
 
 #include <elf.h>
+#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 
 namespace simulator_test
@@ -13,8 +13,8 @@ namespace
 /// Names of the functions and objects that a 64-bit ELF file exports.
 std::set<std::string> ExportedNames(const std::string &path)
 {
-    std::ifstream file(path, std::ios::binary);
-    const std::string bytes((std::istreambuf_iterator<char>(file)), {});
+    std::string bytes(std::filesystem::file_size(path), '\0');
+    std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     const auto at = [&]<typename T>(T, uint64_t offset)
     {
         T value;

@@ -372,7 +372,8 @@ TEST(Gentlctl, WritesWhatCameBeforeTheCameraFellSilent)
 TEST(Gentlctl, PicturesPointsFromTheSide)
 {
     const Folder folder;
-    const auto grab = "grab -d OVRA-D1 -n 1 -s AcquisitionFrameRate=20 -o " + folder.Path().string();
+    const auto grab = "grab -d OVRA-D1 -n 1 -s AcquisitionFrameRate=20 -s Width=320 -s Height=240 -o " +
+                      folder.Path().string();
     const auto json = JsonOf(grab + " --view -s ComponentSelector=Intensity -s ComponentEnable=1");
     const auto view = (folder.Path() / "frame-00001-view.png").string();
     EXPECT_NE(json["files"].dump().find(view), std::string::npos) << json.dump();
@@ -512,8 +513,8 @@ INSTANTIATE_TEST_SUITE_P(Each, GentlctlOnAFullDisk,
 TEST(Gentlctl, KeepsTheLogOutOfItsOutput)
 {
     setenv("PROXY_TL_LOG_LEVEL", "trace", 1);
-    const auto grab = Gentlctl("--json grab -d OVRA-M1 -n 1", "2> /dev/null");
-    const auto log = Gentlctl("--json grab -d OVRA-M1 -n 1", "2>&1 > /dev/null");
+    const auto grab = Gentlctl("--json grab -d OVRA-M1 -n 1 -s Width=64", "2> /dev/null");
+    const auto log = Gentlctl("--json grab -d OVRA-M1 -n 1 -s Width=64", "2>&1 > /dev/null");
     const auto xml = Gentlctl("xml remote -d OVRA-M1", "2> /dev/null");
     unsetenv("PROXY_TL_LOG_LEVEL");
     EXPECT_TRUE(Json::parse(grab.output, nullptr, false).is_object()) << grab.output.substr(0, 200);
@@ -558,7 +559,8 @@ TEST(Gentlctl, WritesEachOfSeveralImagesInOne)
 {
     const Folder folder;
     const auto run =
-        Gentlctl("grab -d OVRA-S2 -n 1 -f tiff -s PixelFormat=Mono10_AB -o " + folder.Path().string());
+        Gentlctl("grab -d OVRA-S2 -n 1 -f tiff -s PixelFormat=Mono10_AB -s Width=256 -s Height=256 -o " +
+                 folder.Path().string());
     EXPECT_EQ(run.status, 0) << run.output;
     const auto picture = [&](const char *name)
     { return cv::imread((folder.Path() / name).string(), cv::IMREAD_UNCHANGED); };
@@ -568,7 +570,9 @@ TEST(Gentlctl, WritesEachOfSeveralImagesInOne)
     ASSERT_EQ(b.size(), a.size());
     // B gets half of the light.
     EXPECT_NEAR(cv::mean(b)[0], cv::mean(a)[0] / 2, cv::mean(a)[0] / 20);
-    EXPECT_EQ(Gentlctl("grab -d OVRA-S2 -n 1 -s PixelFormat=Mono12_ABCD -o " + folder.Path().string()).status,
+    EXPECT_EQ(Gentlctl("grab -d OVRA-S2 -n 1 -s PixelFormat=Mono12_ABCD -s Width=256 -s Height=256 -o " +
+                       folder.Path().string())
+                  .status,
               0);
     EXPECT_EQ(folder.Count(".png"), 4);
     EXPECT_TRUE(fs::exists(folder.Path() / "frame-00001-D.png"));
@@ -620,7 +624,8 @@ TEST(Gentlctl, WritesTheBufferAsItIsWhenRaw)
 }
 
 const std::string withChunks = " -s ChunkModeActive=true -s ChunkSelector=FrameID -s ChunkEnable=true "
-                               "-s ChunkSelector=ExposureTime -s ChunkEnable=true -s ExposureTime=5000 ";
+                               "-s ChunkSelector=ExposureTime -s ChunkEnable=true -s ExposureTime=5000 "
+                               "-s Width=64 -s Height=32 ";
 
 TEST(Gentlctl, ShowsTheChunksOfAFrame)
 {

@@ -6,7 +6,6 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 
@@ -14,12 +13,6 @@ using namespace gentlctl_run;
 
 namespace
 {
-
-std::string ContentOf(const fs::path &file)
-{
-    std::ifstream stream(file);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
 
 constexpr auto small = " -s Width=64 -s Height=64 ";
 
@@ -103,7 +96,7 @@ TEST(Record, TellsHowFastItReceivesAndWrites)
     const auto both = (folder.Path() / "both").string();
     const auto json = JsonOf("record -d OVRA-M1 -n 50 -o " + both);
     EXPECT_EQ(json["recorded"], 50);
-    const double written = json["writtenFramesPerSecond"];
+    const auto written = json["writtenFramesPerSecond"].get<double>();
     EXPECT_GT(written, 0);
     // The last frame is received before it is written. A rate of receiving counts the frames behind the
     // first.

@@ -47,7 +47,8 @@ TEST_P(WideCamera, ShowsTheValuesInItsChunks)
 {
     const auto json = WideJsonOf("get -m frame -d " + GetParam() +
                                  " -s ChunkModeActive=true -s ChunkSelector=FrameID -s ChunkEnable=true "
-                                 "-s ChunkSelector=ExposureTime -s ChunkEnable=true -s ExposureTime=5000");
+                                 "-s ChunkSelector=ExposureTime -s ChunkEnable=true -s ExposureTime=5000 "
+                                 "-s Width=64 -s Height=64");
     EXPECT_EQ(json, (Json{{"ChunkFrameID", 1}, {"ChunkExposureTime", 5000.0}}));
 }
 
@@ -61,7 +62,7 @@ TEST_P(WideCamera, WritesPicturesOfEachFormatThatCanBeChosen)
         const auto format = offer["format"].get<std::string>();
         const bool isPacked = format.ends_with("Packed") || format.ends_with('p');
         const auto run = WithWideCameras("grab -n 1 -f tiff -d " + GetParam() + " -s PixelFormat=" + format +
-                                         " -o " + folder.Path().string());
+                                         " -s Width=64 -s Height=64 -o " + folder.Path().string());
         EXPECT_EQ(run.status, isPacked ? 1 : 0) << format << run.output;
         EXPECT_EQ(run.output.find("Images of format " + format + " cannot be written") == std::string::npos,
                   !isPacked)
