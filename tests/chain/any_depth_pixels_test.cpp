@@ -6,21 +6,30 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <ostream>
+#include <vector>
 
 namespace chain
 {
 namespace
 {
 
-/// The images of all components.
-Shot ShotThrough(const std::string &producer, const View &view, const std::string &mode)
+constexpr std::array modes = {"UncalibratedC", "CalibratedC", "CalibratedABC_Grid"};
+
+/// The images of all components in each mode.
+std::vector<Shot> ShotsThrough(const std::string &producer, const View &view)
 {
     DepthCamera opened(producer);
     Use(opened.camera, view);
     UseAllComponents(opened.camera);
-    opened.camera.Remote().Set("Scan3dOutputMode", mode);
-    return TakeShot(opened.camera);
+    std::vector<Shot> shots;
+    for (const auto *mode : modes)
+    {
+        opened.camera.Remote().Set("Scan3dOutputMode", mode);
+        shots.push_back(TakeShot(opened.camera));
+    }
+    return shots;
 }
 
 class SameDepth : public testing::TestWithParam<View>
@@ -29,11 +38,13 @@ class SameDepth : public testing::TestWithParam<View>
 
 TEST_P(SameDepth, ComesThroughBothProducers)
 {
-    for (const auto *mode : {"UncalibratedC", "CalibratedC", "CalibratedABC_Grid"})
+    const auto allExpected = ShotsThrough(proxyProducer, GetParam());
+    const auto all = ShotsThrough(anyProducer, GetParam());
+    for (size_t mode = 0; mode < modes.size(); ++mode)
     {
-        SCOPED_TRACE(mode);
-        const auto expected = ShotThrough(proxyProducer, GetParam(), mode);
-        const auto shot = ShotThrough(anyProducer, GetParam(), mode);
+        SCOPED_TRACE(modes.at(mode));
+        const auto &expected = allExpected.at(mode);
+        const auto &shot = all.at(mode);
         ASSERT_EQ(shot.payloadType, static_cast<size_t>(PAYLOAD_TYPE_MULTI_PART));
         ASSERT_EQ(shot.parts.size(), 3U);
         ASSERT_EQ(expected.parts.size(), 3U);

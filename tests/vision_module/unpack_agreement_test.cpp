@@ -121,7 +121,7 @@ TEST_P(UnpackOf, AgreesWithThePlainFormInLinesOfManyPieces)
 TEST_P(UnpackOf, AgreesWithThePlainFormInLargeImages)
 {
     const Sample sample(GetParam(), {1531, 1409});
-    const auto offsets = hasSanitizer ? std::vector<size_t>{0, 60} : std::vector<size_t>{0, 1, 2, 8, 60};
+    const auto offsets = hasSanitizer ? std::vector<size_t>{60} : std::vector<size_t>{0, 1, 2, 8, 60};
     for (const size_t offset : offsets)
     {
         ASSERT_TRUE(Agrees(sample, 3, offset)) << "target at " << offset;
