@@ -45,7 +45,8 @@ DepthPoint Surface(double depth, double reflected, double facing)
 bool IsOnLine(double position)
 {
     const double pitches = position / gridPitch;
-    return std::abs(pitches - std::round(pitches)) * gridPitch <= gridLine / 2; // std::remainder is far slower
+    return std::abs(pitches - std::round(pitches)) * gridPitch <=
+           gridLine / 2; // std::remainder is far slower
 }
 
 DepthPoint Plane(const Ray &ray)
