@@ -48,8 +48,8 @@ if(QVR_SANITIZE)
     add_compile_options(-fsanitize=${QVR_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     add_link_options(-fsanitize=${QVR_SANITIZE})
 endif()
-# The sanitizers' tables hold hundreds of thousands of addresses, which a program without a fixed place relocates at each
-# start. ThreadSanitizer wants it so.
+# The sanitizers' tables hold hundreds of thousands of addresses, which a position-independent program relocates at each
+# start. ThreadSanitizer works with such programs only.
 if(QVR_SANITIZE MATCHES address)
     add_link_options($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-no-pie>)
 endif()

@@ -31,8 +31,8 @@ struct Lens
     /// The direction in which a place of the sensor looks. `column` and `row` in pixels, with fractions.
     Ray DirectionOf(double column, double row) const;
 
-    /// The same, found sooner from a direction that is near it.
-    Ray DirectionOf(double column, double row, Ray near) const;
+    /// The same, found sooner when `ray` is near it.
+    Ray DirectionOf(double column, double row, Ray ray) const;
 
     /// The content of the file LensCalibrationData: docs/simulator.md gives its layout.
     std::vector<uint8_t> File() const;

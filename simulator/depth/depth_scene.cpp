@@ -44,9 +44,8 @@ DepthPoint Surface(double depth, double reflected, double facing)
 
 bool IsOnLine(double position)
 {
-    const double pitches = position / gridPitch;
-    return std::abs(pitches - std::round(pitches)) * gridPitch <=
-           gridLine / 2; // std::remainder is far slower
+    const double pitches = position / gridPitch; // std::remainder is far slower
+    return std::abs(pitches - std::round(pitches)) * gridPitch <= gridLine / 2;
 }
 
 DepthPoint Plane(const Ray &ray)
