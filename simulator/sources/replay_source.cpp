@@ -51,8 +51,8 @@ void ReplaySource::RenderFile(const std::filesystem::path &file, std::span<uint8
     {
         std::ranges::fill(light, uint16_t{0});
     }
-    std::vector<uint16_t> samples;
-    samples.reserve(s.Samples());
+    std::vector<uint16_t> samples(s.Samples());
+    auto out = samples.begin();
     for (uint32_t row = 0; row < s.height; ++row)
     {
         const uint32_t y = s.offsetY + row;
@@ -61,7 +61,7 @@ void ReplaySource::RenderFile(const std::filesystem::path &file, std::span<uint8
         {
             const uint32_t x = s.offsetX + column;
             const uint16_t sample = s.SampleOf(line[s.reverseX ? width - 1 - x : x], column, row);
-            samples.insert(samples.end(), s.format->components, sample);
+            out = std::fill_n(out, s.format->components, sample);
         }
     }
     s.format->pack(samples, image.data());

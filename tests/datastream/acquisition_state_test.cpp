@@ -22,13 +22,13 @@ struct StepCase
     std::array<std::optional<State>, allStates.size()> expected;
 };
 
-constexpr std::nullopt_t refused = std::nullopt;
+constexpr std::nullopt_t noStep = std::nullopt;
 
 const std::array allSteps{
-    StepCase{Start, {State::Running, refused, refused, refused, State::StartedAfterKill, refused}},
-    StepCase{Stop, {refused, State::Stopping, refused, refused, refused, State::Killed}},
-    StepCase{LastFrame, {refused, State::Finishing, refused, refused, refused, refused}},
-    StepCase{End, {refused, refused, State::Idle, State::Idle, refused, refused}},
+    StepCase{Start, {State::Running, noStep, noStep, noStep, State::StartedAfterKill, noStep}},
+    StepCase{Stop, {noStep, State::Stopping, noStep, noStep, noStep, State::Killed}},
+    StepCase{LastFrame, {noStep, State::Finishing, noStep, noStep, noStep, noStep}},
+    StepCase{End, {noStep, noStep, State::Idle, State::Idle, noStep, noStep}},
     StepCase{Kill,
              {State::Killed, State::Killed, State::Killed, State::Killed, State::Killed, State::Killed}},
 };

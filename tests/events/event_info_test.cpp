@@ -14,7 +14,7 @@ class EventInfo : public EventFixture, public testing::WithParamInterface<InfoPa
 };
 
 // The answers after three pushes and one fetch.
-const std::vector<InfoCase> infoCases{
+const std::vector<InfoCase> eventInfoCases{
     {"EventType", EVENT_EVENT_TYPE, TypedAnswer::Int32(EVENT_NEW_BUFFER)},
     {"NumInQueue", EVENT_NUM_IN_QUEUE, TypedAnswer::Size(2)},
     {"NumFired", EVENT_NUM_FIRED, TypedAnswer::Uint64(3)},
@@ -32,7 +32,7 @@ TEST_P(EventInfo, Answers)
     ExpectTypedAnswer(arguments, info.expected, Info(info.command));
 }
 
-INSTANTIATE_TEST_SUITE_P(Commands, EventInfo, EveryWayToAsk(infoCases), NameOfInfo);
+INSTANTIATE_TEST_SUITE_P(Commands, EventInfo, EveryWayToAsk(eventInfoCases), NameOfInfo);
 
 class EventInfoOfOtherTypes : public EventFixture, public testing::WithParamInterface<InfoParameter>
 {

@@ -37,19 +37,19 @@ std::string Utf16(const std::u16string &text, bool isLittleEndian)
     return bytes;
 }
 
-constexpr auto plain = "<RegisterDescription>\r\n <!-- \xC3\xA9 --> &amp;\t<A/></RegisterDescription>";
+constexpr auto plainText = "<RegisterDescription>\r\n <!-- \xC3\xA9 --> &amp;\t<A/></RegisterDescription>";
 
 TEST(DescriptionText, IsTheSameBytesForPlainUtf8)
 {
-    EXPECT_EQ(TextFrom(plain), plain);
+    EXPECT_EQ(TextFrom(plainText), plainText);
     const std::string declared =
-        std::string("<?xml version='1.0' encoding='UTF-8' standalone=\"yes\"?>\n") + plain;
+        std::string("<?xml version='1.0' encoding='UTF-8' standalone=\"yes\"?>\n") + plainText;
     EXPECT_EQ(TextFrom(declared), declared);
 }
 
 TEST(DescriptionText, LosesTheByteOrderMark)
 {
-    EXPECT_EQ(TextFrom(std::string("\xEF\xBB\xBF") + plain), plain);
+    EXPECT_EQ(TextFrom(std::string("\xEF\xBB\xBF") + plainText), plainText);
 }
 
 TEST(DescriptionText, ComesFromUtf16InBothByteOrders)
@@ -89,8 +89,8 @@ TEST(DescriptionText, DeclaresUtf8WhereAnotherEncodingWasNamed)
 
 TEST(DescriptionText, HasNothingAroundTheDescription)
 {
-    EXPECT_EQ(TextFrom(std::string(" \r\n") + plain + std::string("\0\0\xFF", 3)), plain);
-    EXPECT_EQ(TextFrom(std::string(plain) + "ption></RegisterDescription>"), plain);
+    EXPECT_EQ(TextFrom(std::string(" \r\n") + plainText + std::string("\0\0\xFF", 3)), plainText);
+    EXPECT_EQ(TextFrom(std::string(plainText) + "ption></RegisterDescription>"), plainText);
     const std::string prefixed = "<g:RegisterDescription x='RegisterDescription>'></g:RegisterDescription\n>";
     EXPECT_EQ(TextFrom(prefixed + "\n<!-- end -->"), prefixed);
 }

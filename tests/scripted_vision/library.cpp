@@ -21,10 +21,6 @@ namespace
 
 thread_local std::string lastError;
 
-#ifdef VISION_UNRESOLVED
-extern "C" void NobodyDefinesThis();
-#endif
-
 /// Records the call. Returns the scripted status, if any; otherwise runs the body under the lock.
 template <typename Body>
 int32_t Call(std::string_view name, Body body)
@@ -170,9 +166,6 @@ extern "C"
 
     int32_t tarn_cvl_Init()
     {
-#ifdef VISION_UNRESOLVED
-        NobodyDefinesThis();
-#endif
         return Call("Init",
                     [&](Script &self) -> int32_t
                     {

@@ -15,13 +15,13 @@ namespace
 using namespace tarn::cvl;
 using testing::ElementsAre;
 
-constexpr std::array<uint8_t, 3> bytes{1, 2, 3};
+constexpr std::array<uint8_t, 3> stored{1, 2, 3};
 
 using VisionCalibration = VisionTest;
 
 TEST_F(VisionCalibration, IsReadIntoAZeroedRecord)
 {
-    const auto parameters = ParseCalibrationParameters(bytes.data(), bytes.size());
+    const auto parameters = ParseCalibrationParameters(stored.data(), stored.size());
     EXPECT_THAT(vision->calls, ElementsAre("ValidateBinary", "CalibrationParameters_CreateFromBinary"));
     EXPECT_THAT(vision->calibration, ElementsAre(1, 2, 3));
     EXPECT_TRUE(vision->wasRecordZero);
@@ -36,7 +36,7 @@ TEST_F(VisionCalibration, IsReadIntoAZeroedRecord)
 TEST_F(VisionCalibration, IsRefusedWhenTheLibraryFindsItInvalid)
 {
     vision->acceptsCalibration = false;
-    EXPECT_EQ(VisionFailureOf([] { ParseCalibrationParameters(bytes.data(), bytes.size()); }),
+    EXPECT_EQ(VisionFailureOf([] { ParseCalibrationParameters(stored.data(), stored.size()); }),
               Failing<CorruptedException>("The given binary data is invalid", 11));
     EXPECT_THAT(vision->calls, ElementsAre("ValidateBinary"));
 }
@@ -52,7 +52,7 @@ TEST_F(VisionCalibration, IsNotReadWhenItCannotBeValidated)
 TEST_F(VisionCalibration, FailsAsTheReadingFails)
 {
     vision->FailNext("CalibrationParameters_CreateFromBinary", TARN_CVL_IO);
-    EXPECT_EQ(VisionFailureOf([] { ParseCalibrationParameters(bytes.data(), bytes.size()); }),
+    EXPECT_EQ(VisionFailureOf([] { ParseCalibrationParameters(stored.data(), stored.size()); }),
               Failing<IOException>("vision failed", 12));
 }
 

@@ -1,0 +1,7 @@
+// Makes a library that does not load where the loader resolves all functions at once.
+extern "C" void NobodyDefinesThis();
+
+extern "C" void CallsAFunctionThatNobodyDefines()
+{
+    NobodyDefinesThis();
+}
