@@ -5,6 +5,7 @@
 #include "consumer/frame_info.h"
 #include "consumer/info_answers.h"
 #include "consumer/producer.h"
+#include "gentlctl/buffer_count.h"
 #include "gentlctl/clock_relation.h"
 #include "gentlctl/frame_pipe.h"
 #include "gentlctl/frame_source.h"
@@ -22,25 +23,17 @@ using namespace GenTL;
 namespace
 {
 
-/// Buffers that wait to be filled while frames wait to be written.
-constexpr size_t spareBuffers = 16;
-
-/// How many buffers to announce: the number that the options name. Without one, the spare buffers, and one
-/// for each frame to be written, so that all can arrive before the first is written. The spare ones also take
-/// the frames that come before the device stops. `least`, `most` and `memory` limit the number.
+/// How many buffers to announce: the number that the options name, else as many as the frames need.
 /// @param size bytes of a buffer
-size_t BufferCount(const GrabOptions &options, bool isWritten, size_t size)
+size_t BuffersFor(const GrabOptions &options, bool isWritten, size_t size)
 {
     constexpr size_t least = 4;
-    constexpr size_t most = 1024;
-    constexpr size_t memory = size_t{512} << 20;
     if (options.buffers)
     {
         return *options.buffers;
     }
-    const auto waiting = !isWritten || options.newest ? 0 : options.frames == 0 ? most : options.frames;
-    return std::clamp<size_t>(waiting + spareBuffers, least,
-                              std::clamp(memory / std::max<size_t>(size, 1), least, most));
+    const auto waiting = !isWritten || options.newest ? 0 : options.frames == 0 ? unlimited : options.frames;
+    return BufferCount(waiting, size, least);
 }
 
 /// Ticks per second of a device's time stamps. A producer that does not say it counts nanoseconds.
@@ -78,7 +71,7 @@ public:
           m_interrupt(interrupt), m_onFrame(consumer.onFrame),
           m_clocks(remote, TicksPerSecond(producer, device)),
           m_source(producer, device, remote, options, interrupt,
-                   [&](size_t size) { return BufferCount(options, consumer.write != nullptr, size); })
+                   [&](size_t size) { return BuffersFor(options, consumer.write != nullptr, size); })
     {
         if (consumer.write)
         {

@@ -178,7 +178,7 @@ void DeclareRecord(Commands &commands)
                 [&options](std::chrono::nanoseconds time) { options.duration = time; });
     command
         .add_option("-b,--buffers", options.buffers,
-                    "Buffers to queue; default: as many as 512 MiB hold, 16 to 1024")
+                    "Buffers to queue; default: as many as the frames need, within 512 MiB")
         ->check(Within(4, 4096));
     command.add_option("-t,--timeout", options.timeoutMs, "Longest wait for a frame, ms")
         ->check(Within(uint64_t{1}, uint64_t{86'400'000}))

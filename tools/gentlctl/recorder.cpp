@@ -3,6 +3,7 @@
 #include "consumer/device.h"
 #include "consumer/producer.h"
 #include "consumer/stream.h"
+#include "gentlctl/buffer_count.h"
 #include "gentlctl/frame_recording.h"
 #include "gentlctl/frame_writer.h"
 #include "gentlctl/interrupt.h"
@@ -23,12 +24,12 @@ using Clock = RunningStream::Clock;
 /// Buffers that wait to be filled while all others wait to be written.
 constexpr size_t leastSpareBuffers = 4;
 
-size_t BufferCount(const RecordOptions &options, size_t size)
+/// As for grabbing, but no frame is passed by for want of a few buffers.
+size_t BuffersFor(const RecordOptions &options, size_t size)
 {
     constexpr size_t least = 16;
-    constexpr size_t most = 1024;
-    constexpr size_t memory = size_t{512} << 20U;
-    return options.buffers ? *options.buffers : std::clamp(memory / std::max<size_t>(size, 1), least, most);
+    const auto frames = options.frames == 0 ? unlimited : options.frames;
+    return options.buffers ? *options.buffers : BufferCount(frames, size, least);
 }
 
 /// The frames of a running stream on their way into a recording.
@@ -39,7 +40,7 @@ public:
              recording::RecordingWriter &writer, uint64_t ticksPerSecond, const RecordOptions &options,
              const Interrupt &interrupt)
         : m_options(options), m_interrupt(interrupt),
-          m_running(producer, device, remote, [&](size_t size) { return BufferCount(options, size); }),
+          m_running(producer, device, remote, [&](size_t size) { return BuffersFor(options, size); }),
           m_watch(interrupt, [this] { m_running.EndWait(); }),
           m_writer(
               m_running.Buffers() - std::min(m_running.Buffers() / 2, leastSpareBuffers),
