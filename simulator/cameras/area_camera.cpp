@@ -41,13 +41,9 @@ CameraModel AreaCamera(CameraModel camera, const Sensor &sensor, std::vector<Fea
                        MakeCameraControl formatControl)
 {
     camera.chunks = StandardChunks();
-    camera.features = Joined({DeviceFeatures(camera),
-                              GeometryFeatures(sensor, Decimation::SendsFirstPixel),
-                              std::move(formats),
-                              {TestPatternFeature()},
-                              AcquisitionFeatures(),
-                              ChunkFeatures(camera.chunks),
-                              TransportFeatures()});
+    camera.features = Joined(DeviceFeatures(camera), GeometryFeatures(sensor, Decimation::SendsFirstPixel),
+                             std::move(formats), std::vector{TestPatternFeature()}, AcquisitionFeatures(),
+                             ChunkFeatures(camera.chunks), TransportFeatures());
     camera.controls = {Makes<RegionControl>(), std::move(formatControl), Makes<ChunkControl>()};
     camera.sources = [] { return MakeSceneSource; };
     return camera;

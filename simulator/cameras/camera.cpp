@@ -64,7 +64,7 @@ FrameSettings CommonSettings(const CameraModel &model, const FeatureSet &feature
 } // namespace
 
 Camera::Camera(HandleTable &handles, CameraUnit &unit, bool writable)
-    : Camera(handles, unit, unit.Model().atOpening ? unit.Model().atOpening() : unit.Model(), writable)
+    : Camera(handles, unit, unit.Model().complete(unit.Model()), writable)
 {
 }
 

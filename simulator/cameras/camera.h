@@ -15,7 +15,7 @@ namespace GenTL::simulator
 class Camera : public StreamedCamera
 {
 public:
-    /// @throws Error what the model's `atOpening` throws
+    /// @throws Error what the model's `complete` throws
     Camera(HandleTable &handles, CameraUnit &unit, bool writable);
 
     /// The unit's model as the environment changed it at opening.

@@ -107,9 +107,9 @@ std::vector<Feature> GeometryFeatures(const Sensor &sensor, Decimation decimatio
 {
     const std::string pixel = decimation == Decimation::SendsFirstPixel ? "the first" : "the middle";
     return Joined(
-        {RegionFeatures(sensor),
-         Reduction("Binning", "Sensor pixels that are averaged into one image pixel in this direction."),
-         Reduction("Decimation", "Of so many pixels in this direction only " + pixel + " is sent.")});
+        RegionFeatures(sensor),
+        Reduction("Binning", "Sensor pixels that are averaged into one image pixel in this direction."),
+        Reduction("Decimation", "Of so many pixels in this direction only " + pixel + " is sent."));
 }
 
 std::vector<Feature> FlipFeatures()

@@ -52,9 +52,10 @@ struct CameraModel
     /// @throws Error when the images that the environment asks for cannot be replayed
     std::function<MakeFrameSource()> sources = {};
 
-    /// Called when the camera is opened: returns the model that the environment asks for. Empty for a model
-    /// that the environment does not change.
-    std::function<CameraModel()> atOpening = {};
+    /// Called when the camera is opened: adds features, chunks, events, controls and sources to the model, as
+    /// the environment asks for. A consumer that lists the cameras does not wait for all of them. Empty for a
+    /// recording.
+    std::function<CameraModel(const CameraModel &)> complete = {};
 
     /// What a recorded camera replays. The model's features and controls are empty then.
     std::shared_ptr<const recording::RecordingReader> recording = {};

@@ -117,7 +117,7 @@ std::vector<Feature> Scan3dFeatures(const std::vector<UserSet> &sets)
         leastScale = std::min(leastScale, set.scan.scale);
         largestScale = std::max(largestScale, InFormat(set.scan, FindPixelFormat("Coord3D_C8")).scale);
     }
-    return Joined({ModeFeatures(), ValueFeatures(leastScale, largestScale), InvalidFeatures()});
+    return Joined(ModeFeatures(), ValueFeatures(leastScale, largestScale), InvalidFeatures());
 }
 
 std::vector<Feature> UserSetFeatures(const std::vector<UserSet> &sets)

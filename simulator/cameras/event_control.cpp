@@ -52,16 +52,16 @@ CameraModel WithEvents(CameraModel camera)
     const char *const category = "EventControl";
     camera.events = {{exposureEnd.id, "ExposureEnd", "The exposure of a frame has ended.", {"FrameID"}},
                      {test.id, "Test", "A consumer has executed TestEventGenerate."}};
-    camera.features =
-        Joined({std::move(camera.features),
-                {Enumeration(category, "EventSelector", "Event that EventNotification is about.",
-                             {{"ExposureEnd", exposureEnd.entry}, {"Test", test.entry}})
-                     .Visibility("Expert"),
-                 Enumeration(category, "EventNotification", "Whether the selected event is sent.",
-                             {{"Off", 0}, {"On", 1}})
-                     .SelectedBy("EventSelector")
-                     .Visibility("Expert"),
-                 Command(category, "TestEventGenerate", "Sends the event Test.").Visibility("Expert")}});
+    camera.features = Joined(
+        std::move(camera.features),
+        std::vector{Enumeration(category, "EventSelector", "Event that EventNotification is about.",
+                                {{"ExposureEnd", exposureEnd.entry}, {"Test", test.entry}})
+                        .Visibility("Expert"),
+                    Enumeration(category, "EventNotification", "Whether the selected event is sent.",
+                                {{"Off", 0}, {"On", 1}})
+                        .SelectedBy("EventSelector")
+                        .Visibility("Expert"),
+                    Command(category, "TestEventGenerate", "Sends the event Test.").Visibility("Expert")});
     camera.controls.push_back(Makes<EventControl>());
     return camera;
 }

@@ -30,13 +30,15 @@ constexpr int64_t longestTransfer = 32;
 std::vector<EnumEntry> Operations(bool isWritable)
 {
     std::vector<EnumEntry> operations{{"Open", openFile}, {"Close", closeFile}, {"Read", readFile}};
-    return isWritable ? Joined({operations, {{"Write", writeFile}, {"Delete", deleteFile}}}) : operations;
+    return isWritable
+               ? Joined(operations, std::vector<EnumEntry>{{"Write", writeFile}, {"Delete", deleteFile}})
+               : operations;
 }
 
 std::vector<EnumEntry> OpenModes(bool isWritable)
 {
     std::vector<EnumEntry> modes{{"Read", forReading}};
-    return isWritable ? Joined({modes, {{"Write", forWriting}}}) : modes;
+    return isWritable ? Joined(modes, std::vector<EnumEntry>{{"Write", forWriting}}) : modes;
 }
 
 Feature Buffer(const char *category, bool isWritable)

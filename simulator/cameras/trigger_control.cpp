@@ -48,7 +48,7 @@ void TriggerControl::Fire()
 
 CameraModel WithTrigger(CameraModel camera)
 {
-    camera.features = Joined({std::move(camera.features), TriggerFeatures()});
+    camera.features = Joined(std::move(camera.features), TriggerFeatures());
     camera.controls.push_back(Makes<TriggerControl>());
     return camera;
 }

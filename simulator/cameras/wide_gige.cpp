@@ -91,25 +91,27 @@ std::vector<Feature> WideGigEFormatFeatures()
 
 CameraModel WideGigE()
 {
-    auto camera = AreaCamera({.vendor = wideVendor,
-                              .model = "WIDE-G2",
-                              .number = 8,
-                              .toolTip = "Simulated GigE camera of the wide world",
-                              .interfaceIndex = 2,
-                              .zippedDescription = true,
-                              .ipAddress = 0xC0A80C15,
-                              .bigEndian = true,
-                              .ticksPerSecond = 125000000,
-                              .lastUrlCommand = URL_INFO_FILE_SHA1_HASH,
-                              .ownDescription = OwnDescription{.document = WideGigEDescription(),
-                                                               .registers = WideGigERegisters(),
-                                                               .blockSize = 4096}},
-                             {.width = 1600, .height = 1200, .stepX = 4, .stepY = 2},
-                             WideGigEFormatFeatures(), Makes<ReadoutFormatControl>());
-    camera.features = Joined({camera.features, NetworkSettingFeatures()});
-    camera.controls.push_back(Makes<ChunkBytesControl>());
-    camera.controls.push_back(Makes<NetworkControl>());
-    return camera;
+    return {.vendor = wideVendor,
+            .model = "WIDE-G2",
+            .number = 8,
+            .toolTip = "Simulated GigE camera of the wide world",
+            .interfaceIndex = 2,
+            .zippedDescription = true,
+            .ipAddress = 0xC0A80C15,
+            .bigEndian = true,
+            .ticksPerSecond = 125000000,
+            .lastUrlCommand = URL_INFO_FILE_SHA1_HASH,
+            .complete = [](const CameraModel &identity)
+            {
+                auto camera = AreaCamera(identity, {.width = 1600, .height = 1200, .stepX = 4, .stepY = 2},
+                                         WideGigEFormatFeatures(), Makes<ReadoutFormatControl>());
+                camera.ownDescription = OwnDescription{
+                    .document = WideGigEDescription(), .registers = WideGigERegisters(), .blockSize = 4096};
+                camera.features = Joined(std::move(camera.features), NetworkSettingFeatures());
+                camera.controls.push_back(Makes<ChunkBytesControl>());
+                camera.controls.push_back(Makes<NetworkControl>());
+                return camera;
+            }};
 }
 
 } // namespace GenTL::simulator

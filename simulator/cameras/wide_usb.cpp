@@ -101,17 +101,22 @@ std::vector<Feature> WideUsbFormatFeatures()
 
 CameraModel WideUsb()
 {
-    return AreaCamera({.vendor = wideVendor,
-                       .model = "WIDE-U1",
-                       .number = 9,
-                       .toolTip = "Simulated USB camera of the wide world",
-                       .interfaceIndex = 3,
-                       .transport = usb3Vision,
-                       .ownDescription = OwnDescription{.document = WideUsbDescription(),
-                                                        .registers = FixedRegisters(wideUsbRegisters),
-                                                        .byteOrderMark = true}},
-                      {.width = 800, .height = 600, .stepX = 2, .stepY = 2},
-                      Joined({WideUsbFormatFeatures(), OddFeatures()}), Makes<FormatControl>());
+    return {.vendor = wideVendor,
+            .model = "WIDE-U1",
+            .number = 9,
+            .toolTip = "Simulated USB camera of the wide world",
+            .interfaceIndex = 3,
+            .transport = usb3Vision,
+            .complete = [](const CameraModel &identity)
+            {
+                auto camera =
+                    AreaCamera(identity, {.width = 800, .height = 600, .stepX = 2, .stepY = 2},
+                               Joined(WideUsbFormatFeatures(), OddFeatures()), Makes<FormatControl>());
+                camera.ownDescription = OwnDescription{.document = WideUsbDescription(),
+                                                       .registers = FixedRegisters(wideUsbRegisters),
+                                                       .byteOrderMark = true};
+                return camera;
+            }};
 }
 
 } // namespace GenTL::simulator

@@ -2,7 +2,10 @@
 
 #include "simulator/features/register_space.h"
 
+#include <algorithm>
+#include <concepts>
 #include <initializer_list>
+#include <iterator>
 #include <optional>
 #include <set>
 #include <string>
@@ -156,15 +159,12 @@ std::vector<EnumEntry> EntriesOf(const Items &items)
 }
 
 /// Several lists as one.
-template <typename T>
-std::vector<T> Joined(std::initializer_list<std::vector<T>> lists)
+template <typename T, std::same_as<std::vector<T>>... More>
+std::vector<T> Joined(std::vector<T> first, More... more)
 {
-    std::vector<T> all;
-    for (const auto &list : lists)
-    {
-        all.insert(all.end(), list.begin(), list.end());
-    }
-    return all;
+    first.reserve((first.size() + ... + more.size()));
+    (std::ranges::move(more, std::back_inserter(first)), ...);
+    return first;
 }
 
 /// "AcquisitionFrameRate" as "Acquisition Frame Rate".

@@ -72,9 +72,8 @@ std::vector<Feature> DeviceInformationFeatures(const CameraModel &model)
 
 std::vector<Feature> DeviceModuleFeatures(const CameraModel &model)
 {
-    return Joined({DeviceInformationFeatures(model),
-                   IsOnNetwork(model) ? NetworkFeatures(model) : std::vector<Feature>(),
-                   StreamListFeatures()});
+    return Joined(DeviceInformationFeatures(model),
+                  IsOnNetwork(model) ? NetworkFeatures(model) : std::vector<Feature>(), StreamListFeatures());
 }
 
 std::string DescriptionOf(const CameraModel &model)

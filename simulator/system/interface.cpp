@@ -92,9 +92,8 @@ std::vector<Feature> InterfaceFeatures(const InterfaceModel &model)
         ofDevice("DeviceModelName", "Model of the device.", 32),
         ofDevice("DeviceSerialNumber", "Serial number of the device.", 32),
     };
-    return IsOnNetwork(model)
-               ? Joined({std::move(features), NetworkFeatures(devices), ForceFeatures(devices)})
-               : features;
+    return IsOnNetwork(model) ? Joined(std::move(features), NetworkFeatures(devices), ForceFeatures(devices))
+                              : features;
 }
 
 std::string Description(const InterfaceModel &model)

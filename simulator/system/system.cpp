@@ -107,7 +107,7 @@ std::vector<Feature> InterfaceListFeatures(Interfaces interfaces)
 
 std::vector<Feature> SystemFeatures(Interfaces interfaces)
 {
-    return Joined({InformationFeatures(interfaces), InterfaceListFeatures(interfaces)});
+    return Joined(InformationFeatures(interfaces), InterfaceListFeatures(interfaces));
 }
 
 std::string Description(Interfaces interfaces)
