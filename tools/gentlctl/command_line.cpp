@@ -13,7 +13,6 @@
 #include <iostream>
 #include <iterator>
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -98,12 +97,15 @@ std::string WrongUse(const CLI::App &app, const CLI::App &command, const CLI::Er
         return WithoutOption(command, *option);
     }
     // The library counts the values, and names their type.
-    return std::regex_replace(error.what(), std::regex("^(\\S+): 1 required .* missing$"),
-                              "$1: its value is missing");
+    const std::string_view reason = error.what();
+    const auto nameEnd = reason.find(": 1 required ");
+    return nameEnd != std::string_view::npos && reason.ends_with(" missing")
+               ? fmt::format("{}: its value is missing", reason.substr(0, nameEnd))
+               : std::string(reason);
 }
 
 /// Says in one line what is wrong with the command line, and which help to read.
-std::string FailureText(const CLI::App *app, const CLI::Error &error)
+std::string WrongUseText(const CLI::App *app, const CLI::Error &error)
 {
     const auto chosen = app->get_subcommands();
     return fmt::format("{}: {} (see gentlctl {}--help)\n", programName,
@@ -118,7 +120,7 @@ CommandLine::CommandLine(CommonOptions defaults)
     : m_app(std::string(programDescription), std::string(programName)), m_commands(m_app, std::move(defaults))
 {
     m_app.require_subcommand(1);
-    m_app.failure_message(FailureText);
+    m_app.failure_message(WrongUseText);
     m_app.fallthrough();
     m_app.formatter(std::make_shared<Help>());
     m_app.set_version_flag("--version", fmt::format("{} {}", programName, ProgramVersion()),
