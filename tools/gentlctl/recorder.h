@@ -20,8 +20,8 @@ struct RecordOptions
 {
     uint64_t frames = 0;                                ///< 0 for no limit
     std::optional<std::chrono::nanoseconds> duration{}; ///< of the recording; none for no limit
-    std::optional<uint32_t> buffers{};                  ///< default: as many as the frames need, within limits
-    uint64_t timeoutMs = 5000;                          ///< longest wait for one frame
+    std::optional<uint32_t> buffers{}; ///< default: as many as the frames need, within limits
+    uint64_t timeoutMs = 5000;         ///< longest wait for one frame
 };
 
 struct RecordReport
