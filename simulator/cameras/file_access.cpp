@@ -41,7 +41,7 @@ std::vector<EnumEntry> OpenModes(bool isWritable)
     return isWritable ? Joined(modes, std::vector<EnumEntry>{{"Write", forWriting}}) : modes;
 }
 
-Feature Buffer(const char *category, bool isWritable)
+Feature TransferBuffer(const char *category, bool isWritable)
 {
     auto buffer = Bytes(category, "FileAccessBuffer",
                         isWritable ? "What was read last, and what is written next." : "What was read last.",
@@ -68,7 +68,7 @@ std::vector<Feature> FileAccessFeatures(const std::vector<CameraFile> &files)
             .Visibility("Guru"),
         Enumeration(category, "FileOpenMode", "What a file is opened for.", OpenModes(isWritable))
             .Visibility("Guru"),
-        Buffer(category, isWritable),
+        TransferBuffer(category, isWritable),
         Integer(category, "FileAccessOffset", "Bytes from the beginning of the file to what is read.")
             .Range(0, INT32_MAX)
             .Unit("B")
