@@ -2,6 +2,7 @@
 
 #include "pictures/drawing.h"
 #include "pictures/file_writing.h"
+#include "pictures/lettering.h"
 #include "pictures/point_view.h"
 
 #include "common/pixel_format.h"

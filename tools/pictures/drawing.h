@@ -4,16 +4,11 @@
 
 #include <Eigen/Core>
 
-#include <string>
-
 namespace gentlctl
 {
 
 inline constexpr Colour black{0, 0, 0};
 inline constexpr Colour white{255, 255, 255};
-
-/// A text as a mask: 255 where a letter covers a pixel, less at its edges.
-Raster<uint8_t> TextShape(const std::string &text);
 
 /// Colours the pixels that a shape covers, as far as they lie in the picture.
 /// @param left, top position of the shape

@@ -2,6 +2,7 @@
 
 #include "pictures/depth_files.h"
 #include "pictures/drawing.h"
+#include "pictures/lettering.h"
 
 #include "common/pixel_format.h"
 
