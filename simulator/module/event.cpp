@@ -60,12 +60,7 @@ bool Event::WaitForItem(std::unique_lock<std::mutex> &lock, uint64_t timeout)
 void Event::GetData(void *buffer, size_t *size, uint64_t timeout)
 {
     RequireNotNull(size, "piSize");
-    if (buffer == nullptr)
-    {
-        *size = m_dataSize;
-        return;
-    }
-    if (*size < m_dataSize)
+    if (buffer != nullptr && *size < m_dataSize)
     {
         throw Error(GC_ERR_BUFFER_TOO_SMALL, "Buffer is too small for the event's data");
     }
@@ -81,8 +76,11 @@ void Event::GetData(void *buffer, size_t *size, uint64_t timeout)
     }
     const EventItem item = std::move(m_queue.front());
     m_queue.pop_front();
-    item.leaves(true);
-    std::memcpy(buffer, item.data.data(), item.data.size());
+    item.leaves(buffer != nullptr);
+    if (buffer != nullptr)
+    {
+        std::memcpy(buffer, item.data.data(), item.data.size());
+    }
     *size = item.data.size();
 }
 

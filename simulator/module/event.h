@@ -41,7 +41,7 @@ public:
     size_t Pending() const { return m_queue.size(); }
 
     /// Waits for an item for `timeout` ms, GENTL_INFINITE for no limit, and copies its data. A null buffer
-    /// asks for the size alone.
+    /// drops the item.
     ///
     /// @throws Error GC_ERR_TIMEOUT: no event fired in time.
     /// @throws Error GC_ERR_ABORT: the wait was killed, or the event is closed.

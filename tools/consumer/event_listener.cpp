@@ -17,6 +17,9 @@ using GenTL::internal::GenTLException;
 namespace
 {
 
+/// Of a buffer for the data of an event. What a producer tells beyond it is wrong.
+constexpr size_t largestCapacity = size_t{1} << 20;
+
 /// The bytes of an info function's answer; none when it fails.
 std::vector<uint8_t> TryBytes(const InfoQuery &query)
 {
@@ -89,11 +92,10 @@ void EventListener::Run()
 
 void EventListener::TakeEvents()
 {
-    size_t longest = 0;
-    m_calls.EventGetData(m_event, nullptr, &longest, 0);
+    auto capacity = LongestData();
     while (!IsEnding())
     {
-        std::vector<uint8_t> bytes(longest);
+        std::vector<uint8_t> bytes(capacity);
         size_t size = bytes.size();
         // Some producers wake a wait without limit neither by a kill nor by the end of the module.
         constexpr uint64_t longestWait = 500;
@@ -103,11 +105,25 @@ void EventListener::TakeEvents()
             bytes.resize(std::min(size, bytes.size()));
             m_take(Describe(bytes));
         }
+        else if (code == GC_ERR_BUFFER_TOO_SMALL && capacity < largestCapacity)
+        {
+            capacity = std::min(2 * capacity, largestCapacity);
+        }
         else if (code != GC_ERR_TIMEOUT && code != GC_ERR_ABORT)
         {
             throw GenTLException("The wait for the event failed", code);
         }
     }
+}
+
+/// How many bytes an event has at most, as the producer tells it. Not by EventGetData without a buffer, which
+/// drops an event.
+size_t EventListener::LongestData() const
+{
+    constexpr size_t usual = 1024;
+    const auto told = TryNumber([this](INFO_DATATYPE *type, void *buffer, size_t *size)
+                                { m_calls.EventGetInfo(m_event, EVENT_SIZE_MAX, type, buffer, size); });
+    return std::min<size_t>(told.value_or(0) == 0 ? usual : *told, largestCapacity);
 }
 
 FiredEvent EventListener::Describe(const std::vector<uint8_t> &bytes) const

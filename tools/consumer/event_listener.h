@@ -47,6 +47,7 @@ public:
 private:
     void Run();
     void TakeEvents();
+    size_t LongestData() const;
     FiredEvent Describe(const std::vector<uint8_t> &bytes) const;
     bool IsEnding();
 

@@ -36,9 +36,8 @@ protected:
     /// The bytes of the next event.
     static std::vector<uint8_t> Next(EVENT_HANDLE event)
     {
-        size_t size = 0;
-        EXPECT_OK(Tl().EventGetData(event, nullptr, &size, 0));
-        std::vector<uint8_t> bytes(size);
+        std::vector<uint8_t> bytes(Size(event, EVENT_SIZE_MAX));
+        size_t size = bytes.size();
         EXPECT_OK(Tl().EventGetData(event, bytes.data(), &size, 10000));
         bytes.resize(size);
         return bytes;
@@ -62,10 +61,12 @@ protected:
         return numbers;
     }
 
-    static size_t Waiting(EVENT_HANDLE event)
+    static size_t Waiting(EVENT_HANDLE event) { return Size(event, EVENT_NUM_IN_QUEUE); }
+
+    static size_t Size(EVENT_HANDLE event, EVENT_INFO_CMD command)
     {
         return Ask<size_t>([&](auto *type, void *out, size_t *size)
-                           { return Tl().EventGetInfo(event, EVENT_NUM_IN_QUEUE, type, out, size); });
+                           { return Tl().EventGetInfo(event, command, type, out, size); });
     }
 };
 
@@ -112,6 +113,18 @@ TEST_F(SimulatorEvents, ThatNobodyTakesDoNotPileUpForEver)
         ASSERT_OK(m_camera->Set("TestEventGenerate", 1));
     }
     EXPECT_EQ(1024U, Waiting(event));
+}
+
+TEST_F(SimulatorEvents, AreDroppedByANullBuffer)
+{
+    auto *const event = Register(m_device, EVENT_REMOTE_DEVICE);
+    ASSERT_OK(m_camera->SetEntry("EventSelector", "Test"));
+    ASSERT_OK(m_camera->SetEntry("EventNotification", "On"));
+    size_t size = 0;
+    EXPECT_CODE(GC_ERR_TIMEOUT, Tl().EventGetData(event, nullptr, &size, 0));
+    ASSERT_OK(m_camera->Set("TestEventGenerate", 1));
+    EXPECT_OK(Tl().EventGetData(event, nullptr, &size, 10000));
+    EXPECT_EQ(0U, Waiting(event));
 }
 
 TEST_F(SimulatorEvents, NameTheFeatureThatChanged)
