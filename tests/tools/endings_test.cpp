@@ -127,6 +127,19 @@ TEST(BenchTable, HasItsHeadsAboveItsFigures)
     EXPECT_EQ(text.size() - second - 2, first) << text;
 }
 
+TEST(BenchTable, TellsTwoBuildsOfAProducerApart)
+{
+    std::vector<Throughput> results(2, Throughput{.cpuPerFrame = 1});
+    results[0].producer = "/opt/before/any.cti";
+    results[1].producer = "/opt/after-the-change/any.cti";
+    const auto text = ToText(results);
+    EXPECT_NE(text.find("\n/opt/before/any.cti           "), std::string::npos) << text;
+    EXPECT_NE(text.find("\n/opt/after-the-change/any.cti "), std::string::npos) << text;
+    EXPECT_NE(text.find("\n/opt/before/any.cti takes "), std::string::npos) << text;
+    results[1].producer = "/opt/after/lower.cti";
+    EXPECT_NE(ToText(results).find("\nany.cti takes "), std::string::npos);
+}
+
 TEST(BenchCommand, SaysThatBothAreTheSameFile)
 {
     const auto run = Gentlctl("bench -n 2 -r 1 -d OVRA-F1 --beside " QVR_LIB_DIR "/./qvr_proxygentl.cti");

@@ -9,8 +9,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <set>
 
 namespace gentlctl
 {
@@ -157,6 +159,20 @@ std::string TextOf(const Percentiles &seconds)
                                             seconds.p99 * micro, seconds.maximum * micro);
 }
 
+/// The file names of the producers; with their folders where two builds of a producer are compared.
+std::vector<std::string> NamesOf(const std::vector<Throughput> &results)
+{
+    std::vector<std::string> names;
+    std::vector<std::string> files;
+    for (const auto &result : results)
+    {
+        names.push_back(std::filesystem::path(result.producer).filename().string());
+        files.push_back(result.producer);
+    }
+    const std::set<std::string> different(names.begin(), names.end());
+    return different.size() == names.size() ? names : files;
+}
+
 } // namespace
 
 std::vector<Throughput> MeasureThroughput(const std::vector<std::string> &producers,
@@ -193,23 +209,24 @@ std::string ToText(const std::vector<Throughput> &results)
     {
         return "";
     }
-    auto text = fmt::format("{:<24} {:>10} {:>8} {:>12} {:>32} {:>32}\n", "", "frames/s", "GB/s",
+    const auto names = NamesOf(results);
+    constexpr size_t usualWidth = 24;
+    const auto width = std::max(usualWidth, std::ranges::max(names, {}, &std::string::size).size());
+    auto text = fmt::format("{:<{}} {:>10} {:>8} {:>12} {:>32} {:>32}\n", "", width, "frames/s", "GB/s",
                             "CPU/frame us", "interval us", "latency us");
-    text += fmt::format("{:<24} {:>10} {:>8} {:>12} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "", "", "",
-                        "", "p50", "p99", "maximum", "p50", "p99", "maximum");
-    for (const auto &result : results)
+    text += fmt::format("{:<{}} {:>10} {:>8} {:>12} {:>10} {:>10} {:>10} {:>10} {:>10} {:>10}\n", "", width,
+                        "", "", "", "p50", "p99", "maximum", "p50", "p99", "maximum");
+    for (size_t i = 0; i < results.size(); ++i)
     {
-        text += fmt::format("{:<24} {:>10.1f} {:>8.3f} {:>12.2f} {} {}\n",
-                            std::filesystem::path(result.producer).filename().string(),
+        const auto &result = results[i];
+        text += fmt::format("{:<{}} {:>10.1f} {:>8.3f} {:>12.2f} {} {}\n", names[i], width,
                             result.framesPerSecond, result.bytesPerSecond / giga, result.cpuPerFrame * micro,
                             TextOf(result.intervals), TextOf(result.latency));
     }
     for (size_t i = 1; i < results.size(); ++i)
     {
-        text += fmt::format("{} takes {:.2f} times the CPU of {}\n",
-                            std::filesystem::path(results[0].producer).filename().string(),
-                            results[0].cpuPerFrame / results[i].cpuPerFrame,
-                            std::filesystem::path(results[i].producer).filename().string());
+        text += fmt::format("{} takes {:.2f} times the CPU of {}\n", names[0],
+                            results[0].cpuPerFrame / results[i].cpuPerFrame, names[i]);
     }
     return text;
 }
