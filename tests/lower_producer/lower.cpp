@@ -356,22 +356,38 @@ void Chunks(Producer &self, SINGLE_CHUNK_DATA *entries, size_t *count)
     *count = self.chunks.size();
 }
 
-void WaitForFrame(Producer &self, std::unique_lock<std::mutex> &lock, void *pBuffer, size_t *piSize,
-                  uint64_t timeout)
+/// Takes the next of an event's items, and leaves the wait after a kill or too long a time.
+template <typename Item>
+Item WaitForNext(Producer &self, std::unique_lock<std::mutex> &lock, std::deque<Item> &items, uint64_t &kills,
+                 uint64_t timeout)
 {
     const auto limit = std::chrono::milliseconds(std::min<uint64_t>(timeout, 3600000));
-    self.changed.wait_for(lock, limit, [&] { return self.kills != 0 || !self.filled.empty(); });
-    if (self.kills != 0)
+    self.changed.wait_for(lock, limit, [&] { return kills != 0 || !items.empty(); });
+    if (kills != 0)
     {
-        --self.kills;
+        --kills;
         throw Failure{GC_ERR_ABORT};
     }
-    if (self.filled.empty())
+    if (items.empty())
     {
         throw Failure{GC_ERR_TIMEOUT};
     }
-    const EVENT_NEW_BUFFER_DATA data{self.filled.front(), nullptr};
-    self.filled.pop_front();
+    const Item item = std::move(items.front());
+    items.pop_front();
+    return item;
+}
+
+void TakeEvent(Producer &self, std::unique_lock<std::mutex> &lock, EVENT_HANDLE event, void *pBuffer,
+               size_t *piSize, uint64_t timeout)
+{
+    if (event == self.errorEvent && event != nullptr)
+    {
+        self.isErrorAwaited = self.errors.empty();
+        self.changed.notify_all();
+        AnswerText(WaitForNext(self, lock, self.errors, self.errorKills, timeout), nullptr, pBuffer, piSize);
+        return;
+    }
+    const EVENT_NEW_BUFFER_DATA data{WaitForNext(self, lock, self.filled, self.kills, timeout), nullptr};
     Answer(INFO_DATATYPE_BUFFER, &data, sizeof data, nullptr, pBuffer, piSize);
 }
 
@@ -455,9 +471,11 @@ extern "C"
         LOWER(GCGetPortInfo, AnswerText("lower port", piType, pBuffer, piSize););
     }
 
-    GC_API GC_ERROR GCRegisterEvent(EVENTSRC_HANDLE, EVENT_TYPE, EVENT_HANDLE *phEvent)
+    GC_API GC_ERROR GCRegisterEvent(EVENTSRC_HANDLE, EVENT_TYPE iEventID, EVENT_HANDLE *phEvent)
     {
-        LOWER(GCRegisterEvent, *phEvent = NewHandle(self, Event););
+        LOWER(
+            GCRegisterEvent, *phEvent = NewHandle(self, Event);
+            if (iEventID == EVENT_ERROR) { self.errorEvent = *phEvent; });
     }
 
     GC_API GC_ERROR GCUnregisterEvent(EVENTSRC_HANDLE, EVENT_TYPE)
@@ -468,14 +486,19 @@ extern "C"
     GC_API GC_ERROR EventGetData(EVENT_HANDLE hEvent, void *pBuffer, size_t *piSize, uint64_t iTimeout)
     {
         LOWER(EventGetData, self.eventCalls.push_back({"EventGetData", hEvent, iTimeout});
-              WaitForFrame(self, lock, pBuffer, piSize, iTimeout););
+              TakeEvent(self, lock, hEvent, pBuffer, piSize, iTimeout););
     }
 
-    GC_API GC_ERROR EventGetDataInfo(EVENT_HANDLE hEvent, const void *, size_t, EVENT_DATA_INFO_CMD iInfoCmd,
-                                     INFO_DATATYPE *, void *, size_t *)
+    GC_API GC_ERROR EventGetDataInfo(EVENT_HANDLE hEvent, const void *pInBuffer, size_t,
+                                     EVENT_DATA_INFO_CMD iInfoCmd, INFO_DATATYPE *piType, void *pOutBuffer,
+                                     size_t *piOutSize)
     {
-        LOWER(EventGetDataInfo,
-              self.eventCalls.push_back({"EventGetDataInfo", hEvent, static_cast<uint64_t>(iInfoCmd)}););
+        LOWER(
+            EventGetDataInfo,
+            self.eventCalls.push_back({"EventGetDataInfo", hEvent, static_cast<uint64_t>(iInfoCmd)});
+            if (hEvent == self.errorEvent && iInfoCmd == EVENT_DATA_VALUE) {
+                AnswerText(static_cast<const char *>(pInBuffer), piType, pOutBuffer, piOutSize);
+            });
     }
 
     GC_API GC_ERROR EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE *, void *,
@@ -492,8 +515,8 @@ extern "C"
 
     GC_API GC_ERROR EventKill(EVENT_HANDLE hEvent)
     {
-        LOWER(EventKill, self.eventCalls.push_back({"EventKill", hEvent}); ++self.kills;
-              self.changed.notify_all(););
+        LOWER(EventKill, self.eventCalls.push_back({"EventKill", hEvent});
+              ++(hEvent == self.errorEvent ? self.errorKills : self.kills); self.changed.notify_all(););
     }
 
     GC_API GC_ERROR TLOpen(TL_HANDLE *phTL)

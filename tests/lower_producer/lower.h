@@ -157,7 +157,17 @@ struct Producer
         Deliver(frame);
     }
 
-    // The stream.
+    /// Fires EVENT_ERROR, and waits until the consumer has taken it and waits for the next one.
+    void FireError(const std::string &text)
+    {
+        std::unique_lock lock(mutex);
+        errors.push_back(text);
+        isErrorAwaited = false;
+        changed.notify_all();
+        changed.wait(lock, [this] { return isErrorAwaited; });
+    }
+
+    // The stream, and what fires EVENT_ERROR.
     mutable std::mutex mutex;
     std::condition_variable changed;
     std::map<void *, std::vector<uint8_t>> buffers;
@@ -166,6 +176,10 @@ struct Producer
     std::deque<void *> filled;
     bool isGrabbing = false;
     uint64_t kills = 0;
+    void *errorEvent = nullptr; ///< of the registration
+    std::deque<std::string> errors;
+    bool isErrorAwaited = false; ///< the consumer waits, and has taken all that came before
+    uint64_t errorKills = 0;
     std::map<uint64_t, std::vector<uint8_t>> registers; ///< what was written to the remote device
 };
 

@@ -1,13 +1,16 @@
 // The parts of the consumer, with a lower producer that a test scripts.
 
 #include "consumer/description.h"
+#include "consumer/device.h"
 #include "consumer/features.h"
 #include "consumer/modules.h"
 #include "consumer/producer.h"
+#include "consumer/stream.h"
 #include "gentlctl/grab.h"
 #include "gentlctl/interrupt.h"
 
 #include "descriptions.h"
+#include "support/failure.h"
 #include "support/lower_library.h"
 
 #include <fmt/format.h>
@@ -226,6 +229,46 @@ TEST(FailedGrab, TellsWhyAndStops)
     const auto report = Grab(opened.producer, opened.device, opened.remote, {}, opened.interrupt);
     EXPECT_TRUE(report.failure);
     EXPECT_EQ(opened.lower->CountOf("DSStopAcquisition"), 1U);
+}
+
+/// A camera that fires EVENT_ERROR while it streams.
+class StreamWithErrors : public testing::Test
+{
+protected:
+    static std::string CameraWithPayloadSizeRegister()
+    {
+        return Description("<IntReg Name=\"PayloadSize\"><Address>0x108</Address><Length>4</Length></IntReg>"
+                           "<Command Name=\"AcquisitionStart\"><pValue>Start</pValue>"
+                           "<CommandValue>1</CommandValue></Command>"
+                           "<IntReg Name=\"Start\"><Address>0x40</Address><Length>4</Length></IntReg>",
+                           {"PayloadSize"});
+    }
+
+    struct Camera : LowerLibrary
+    {
+        Camera() { (*this)->deviceXml = CameraWithPayloadSizeRegister(); }
+    };
+
+    Camera lower;
+    Producer producer{lower.Path()};
+    OpenDevice device{producer, "cam0"};
+    Features remote{device.PortOf("remote")};
+    RunningStream stream{producer, device, remote, [](size_t) { return 3; }};
+};
+
+TEST_F(StreamWithErrors, GoesOnWhileTheDeviceAnswers)
+{
+    lower->FireError("a packet was lost");
+    lower->DeliverWhenReady({});
+    EXPECT_NE(stream.NextBuffer(10000), nullptr);
+}
+
+TEST_F(StreamWithErrors, TellsTheErrorOfADeviceThatDoesNotAnswer)
+{
+    lower->FireError("the link is down");
+    lower->gone = GenTL::GC_ERR_IO;
+    EXPECT_EQ(GenTL::internal::FailureOf([&] { stream.NextBuffer(10000); }).text,
+              "cam0 is lost: it reports an error: the link is down (0)");
 }
 
 } // namespace

@@ -69,7 +69,10 @@ BUFFER_HANDLE RunningStream::TryNextBuffer(uint64_t timeoutMs)
     constexpr uint64_t longestWait = 250; // ms until a silent device is asked
     for (uint64_t left = timeoutMs;;)
     {
-        RequireNoError();
+        if (!LastError().empty())
+        {
+            RequireAnswer();
+        }
         const auto wait = std::min(left, longestWait);
         if (auto *const buffer = WaitOnce(wait))
         {
@@ -113,7 +116,11 @@ void RunningStream::QueueAgain(BUFFER_HANDLE buffer)
     }
     catch (const internal::GenTLException &)
     {
-        RequireNoError(); // the device is not asked, because any thread may call
+        // The device is not asked, because any thread may call.
+        if (const auto error = LastError(); !error.empty())
+        {
+            throw DeviceLost(m_device, error);
+        }
         throw;
     }
 }
@@ -122,12 +129,9 @@ void RunningStream::ListenToErrors(DEV_HANDLE device)
 {
     const auto take = [this](const FiredEvent &event)
     {
-        {
-            const MutexLock lock(m_mutex);
-            m_error = fmt::format("it reports an error: {} ({})", event.text,
-                                  static_cast<int64_t>(event.number.value_or(0)));
-        }
-        EndWait();
+        const MutexLock lock(m_mutex);
+        m_error = fmt::format("it reports an error: {} ({})", event.text,
+                              static_cast<int64_t>(event.number.value_or(0)));
     };
     // Without the event, or where another part of the program takes it, the device is asked.
     CloseQuietly(
@@ -144,20 +148,30 @@ void RunningStream::ListenToErrors(DEV_HANDLE device)
         });
 }
 
-void RunningStream::RequireNoError()
+std::string RunningStream::LastError()
 {
     const MutexLock lock(m_mutex);
-    if (!m_error.empty())
+    return m_error;
+}
+
+void RunningStream::ForgetError(const std::string &error)
+{
+    const MutexLock lock(m_mutex);
+    if (m_error == error)
     {
-        throw DeviceLost(m_device, m_error);
+        m_error.clear();
     }
 }
 
 void RunningStream::RequireAnswer()
 {
-    RequireNoError();
+    const auto error = LastError();
     if (!m_answers)
     {
+        if (!error.empty())
+        {
+            throw DeviceLost(m_device, error);
+        }
         return;
     }
     try
@@ -166,8 +180,11 @@ void RunningStream::RequireAnswer()
     }
     catch (const internal::GenTLException &failure)
     {
-        throw DeviceLost(m_device, fmt::format("{} ({})", failure.what(), failure.Code()));
+        const auto cause = LastError();
+        throw DeviceLost(m_device,
+                         cause.empty() ? fmt::format("{} ({})", failure.what(), failure.Code()) : cause);
     }
+    ForgetError(error); // some producers report what the device lives through, as a packet that was lost
 }
 
 BUFFER_HANDLE RunningStream::NextBufferBefore(const std::optional<Clock::time_point> &end, uint64_t timeoutMs)

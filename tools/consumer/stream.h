@@ -45,8 +45,9 @@ void LockParameters(const Features &remote, bool isLocked);
 
 /// A stream with buffers, which runs from construction to destruction.
 ///
-/// The device counts as lost when it fires EVENT_ERROR, and when its registers cannot be read although a call
-/// failed or no frame came for a moment.
+/// The device counts as lost when its registers cannot be read although it fired EVENT_ERROR, a call failed,
+/// or no frame came for a moment; a device whose registers could not be read before, when it fires
+/// EVENT_ERROR.
 ///
 /// Only one thread at a time may call; any thread may call EndWait and QueueAgain.
 class RunningStream
@@ -100,10 +101,11 @@ private:
     void Stop();
     void ListenToErrors(GenTL::DEV_HANDLE device);
     GenTL::BUFFER_HANDLE WaitOnce(uint64_t timeoutMs);
+    /// Empty: none since the device answered last.
+    std::string LastError() QVR_EXCLUDES(m_mutex);
     /// @throws DeviceLost
-    void RequireNoError() QVR_EXCLUDES(m_mutex);
-    /// @throws DeviceLost
-    void RequireAnswer();
+    void RequireAnswer() QVR_EXCLUDES(m_mutex);
+    void ForgetError(const std::string &error) QVR_EXCLUDES(m_mutex);
 
     GenTL::internal::IGenTLProxy &m_calls;
     const std::string m_device; ///< its id
